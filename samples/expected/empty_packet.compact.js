@@ -1,0 +1,3 @@
+
+ amf = {"version" : "AMF3","type" : "package","content" : []}
+

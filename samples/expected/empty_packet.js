@@ -1,0 +1,9 @@
+
+ amf = {
+	"version" : "AMF3",
+	"type" : "package",
+	"content" : 
+	[
+	]
+}
+

@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Wire helpers: the big-endian loads and stores of the packet format, each spelled once.
+// Every load moves the cursor past what it read. Tested through all reader and writer tests.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace wire {
+
+#ifdef AMF2JSON_CHECKED_WIRE
+// A build of the readers for tests: it knows where the input ends and throws in front of the first field
+// that does not fit, so that cut packets can be compared too.
+struct EndOfInput {
+  std::size_t missing;  // bytes of the field that are not there
+};
+inline thread_local const char* inputEnd = nullptr;
+inline void need(const char* cursor, std::size_t count) {
+  const auto left = static_cast<std::size_t>(inputEnd - cursor);
+  if (left < count) throw EndOfInput{count - left};
+}
+#else
+inline void need(const char*, std::size_t) {}
+#endif
+
+inline std::uint8_t byteAt(const char* at) { return static_cast<std::uint8_t>(*at); }
+
+inline std::uint8_t readU8(const char*& cursor) {
+  need(cursor, 1);
+  return byteAt(cursor++);
+}
+
+inline std::uint16_t readU16(const char*& cursor) {
+  need(cursor, 2);
+  const auto value = static_cast<std::uint16_t>(byteAt(cursor) << 8 | byteAt(cursor + 1));
+  cursor += 2;
+  return value;
+}
+
+inline std::uint32_t loadU32(const char* at) {
+  return std::uint32_t{byteAt(at)} << 24 | std::uint32_t{byteAt(at + 1)} << 16 |
+         std::uint32_t{byteAt(at + 2)} << 8 | std::uint32_t{byteAt(at + 3)};
+}
+
+inline std::uint32_t readU32(const char*& cursor) {
+  need(cursor, 4);
+  const std::uint32_t value = loadU32(cursor);
+  cursor += 4;
+  return value;
+}
+
+inline double readDouble(const char*& cursor) {
+  need(cursor, 8);
+  const std::uint64_t bits = std::uint64_t{loadU32(cursor)} << 32 | loadU32(cursor + 4);
+  cursor += 8;
+  double value;
+  std::memcpy(&value, &bits, sizeof value);
+  return value;
+}
+
+// `count` bytes that the caller copies; the cursor moves behind them.
+inline const char* readBytes(const char*& cursor, std::uint32_t count) {
+  need(cursor, count);
+  const char* const bytes = cursor;
+  cursor += count;
+  return bytes;
+}
+
+// Moves past `count` bytes without looking at them.
+inline void skip(const char*& cursor, std::size_t count) {
+  need(cursor, count);
+  cursor += count;
+}
+
+inline void storeU16(char* at, std::uint32_t value) {
+  at[0] = static_cast<char>(value >> 8 & 0xFF);
+  at[1] = static_cast<char>(value & 0xFF);
+}
+
+inline void storeU32(char* at, std::uint32_t value) {
+  storeU16(at, value >> 16);
+  storeU16(at + 2, value);
+}
+
+inline void storeDouble(char* at, double value) {
+  std::uint64_t bits;
+  std::memcpy(&bits, &value, sizeof bits);
+  storeU32(at, static_cast<std::uint32_t>(bits >> 32));
+  storeU32(at + 4, static_cast<std::uint32_t>(bits));
+}
+
+}  // namespace wire

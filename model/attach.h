@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The ownership rule of all attaching operations: adopt the node, or keep a copy of it.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
+
+#include "AMF2JSON.h"
+
+namespace model {
+
+// The value kinds are 0 to 9 and 11, the structural ones 10 and 12 to 14.
+// Kept: a code above 14 is not refused, the test is a mask over the known kinds.
+inline bool isStructure(AMFNode::AMFType kind) {
+  constexpr std::uint32_t kStructure = 1u << AMFNode::AMF_PAIR | 1u << AMFNode::AMF_HEADER |
+                                       1u << AMFNode::AMF_MESSAGE | 1u << AMFNode::AMF_PACKAGE;
+  return kind <= AMFNode::AMF_PACKAGE && (kStructure >> kind & 1u) != 0;
+}
+
+// The byte behind a flag, also where a host stored another one than 0 and 1 there.
+inline std::uint8_t storedByte(const bool& flag) {
+  std::uint8_t byte;
+  std::memcpy(&byte, &flag, 1);
+  return byte;
+}
+
+inline std::unique_ptr<AMFString> copyOf(const AMFString* source) {
+  return std::unique_ptr<AMFString>(source ? new AMFString(*source) : nullptr);
+}
+inline std::unique_ptr<AMFNode> copyOf(const AMFNode* source) {
+  return std::unique_ptr<AMFNode>(source ? source->clone() : nullptr);
+}
+
+// Replaces an owned member: the new node first, then the old one goes. Null is ignored.
+template <class Node>
+void replace(Node*& held, Node* node, bool copy) {
+  if (!node) return;
+  Node* const taken = copy ? copyOf(node).release() : node;
+  delete held;
+  held = taken;
+}
+
+}  // namespace model

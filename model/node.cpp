@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// AMFNode: what all nodes share, the owned list of children above all. Tested by tests/model_test.cpp.
+#include "AMF2JSON.h"
+#include "model/attach.h"
+
+AMFNode::AMFNode(AMFType kind, AMFVersion nodeVersion, AMFNode* nodeParent)
+    : parent(nodeParent), type(kind), version(nodeVersion) {}
+
+// Delegates first: from then on the destructor runs, and frees the copies made so far, when one fails.
+AMFNode::AMFNode(const AMFNode& source) : AMFNode(source.type, source.version, nullptr) {
+  referenceIndex = source.referenceIndex;
+  complete = source.complete;
+  children.reserve(source.children.size());
+  for (const AMFNode* const child : source.children) {
+    children.push_back(child ? child->clone() : nullptr);
+    if (child) children.back()->parent = this;
+  }
+}
+
+AMFNode::~AMFNode() {
+  for (auto child = children.rbegin(); child != children.rend(); ++child) delete *child;
+}
+
+void AMFNode::appendChild(AMFNode* node, bool copy) {
+  if (!node) return;
+  std::unique_ptr<AMFNode> copied(copy ? node->clone() : nullptr);
+  AMFNode* const taken = copy ? copied.get() : node;
+  children.push_back(taken);
+  static_cast<void>(copied.release());
+  taken->parent = this;
+}
+
+AMFNode* AMFNode::getChild(unsigned int index) const {
+  return index < children.size() ? children[index] : nullptr;
+}
+
+void AMFNode::setChild(unsigned int index, AMFNode* node, bool copy) {
+  if (!node || index >= children.size()) return;
+  model::replace(children[index], node, copy);
+  children[index]->parent = this;
+}

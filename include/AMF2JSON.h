@@ -202,8 +202,8 @@ class AMF2JSON_API AMFRaw : public AMFNode {
   ~AMFRaw() override;
   AMFRaw* clone() const override;
 
-  /// Replaces the bytes by a copy of `byteCount` bytes; no terminator is added. 0 bytes: `data` is null.
-  /// std::bad_alloc leaves the node empty.
+  /// Replaces the bytes by a copy of `byteCount` bytes; no terminator is added. 0 bytes (or null bytes):
+  /// `data` is null and `length` 0. std::bad_alloc leaves the node as it was.
   void setValue(const char* bytes, unsigned int byteCount);
 
   char* data = nullptr;      ///< owned (`new char[]`); null when empty; not terminated
@@ -752,6 +752,26 @@ class AMF2JSON_API AMFProtocol {
   std::int32_t lineBreakCount = 1;              ///< soft breaks in `jsonText`, plus one
 
  private:
+  void blankTexts();
+  void clearTexts();
+  void clearReferences() noexcept;
+  void readMemberNames(AMFObject& object);
+  void readMembers(AMFObject& object);
+  void readExternalized(AMFObject& object);
+
+  void writeU8(std::uint32_t value);
+  void writeU16(std::uint32_t value);
+  void writeU32(std::uint32_t value);
+  void writeDouble(double value);
+  void writeAMF0Value(const AMFNode* node);
+  void writeAMF3Value(const AMFNode* node);
+  void writeReferenceOrBytes(const AMFRaw* node);
+  std::size_t writeAssociativePart(const AMFArray* array);
+  void writeMemberNames(const AMFObject* object);
+  void writeMembers(const AMFObject* object);
+  void writeExternalized(const AMFObject* object);
+  void joinChunks();
+
   // The script path: all segments joined, and where each begins.
   std::string scriptPath;
   std::vector<std::size_t> scriptPathStarts;

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Packet reader: version, headers, messages. Enter at AMFProtocol::parse. The values inside are read by
+// amf0_reader.cpp. Tested by tests/packet_reader_test.cpp.
+#include "AMF2JSON.h"
+#include "codec/reader.h"
+#include "codec/wire.h"
+
+namespace {
+
+// The texts get this much room ahead of any rendering.
+constexpr std::size_t kJsonTextRoom = 716800;
+constexpr std::size_t kScriptTextRoom = 358400;
+
+bool isBlank(const std::string& text, std::size_t room) {
+  return text.size() == room && text.front() == '\0' && text.back() == '\0';
+}
+
+}  // namespace
+
+AMFPackage* AMFProtocol::parse(const char* packet) {
+  if (!packet) return nullptr;
+  readCursor = packet;
+  blankTexts();
+  const std::uint16_t version = wire::readU16(readCursor);
+  delete package;
+  package = nullptr;
+  package = new AMFPackage(AMF_VERSION_0);
+  package->version = static_cast<AMFVersion>(version);  // any number is kept
+  // The package is in place before the first header: after an error it holds what was completed.
+  for (unsigned left = wire::readU16(readCursor); left > 0; --left) {
+    reader::adopt(std::unique_ptr<AMFHeader>(getHeader()), [this](AMFHeader* header) {
+      package->appendHeader(header, false);
+    });
+  }
+  for (unsigned left = wire::readU16(readCursor); left > 0; --left) {
+    reader::adopt(std::unique_ptr<AMFMessage>(getMessage()), [this](AMFMessage* message) {
+      package->appendMessage(message, false);
+    });
+  }
+  return package;
+}
+
+AMFHeader* AMFProtocol::getHeader() {
+  auto header = std::make_unique<AMFHeader>(nullptr);
+  clearReferences();
+  header->setName(getAMF0String(AMF0_STRING), false);
+  header->mustUnderstand = wire::readU8(readCursor) != 0;
+  header->length = wire::readU32(readCursor);  // Kept: never used to bound or check the value.
+  header->setValue(getAMF0Value(), false);     // Kept: an end mark leaves the default value in place.
+  return header.release();
+}
+
+AMFMessage* AMFProtocol::getMessage() {
+  auto message = std::make_unique<AMFMessage>(nullptr);
+  clearReferences();
+  message->setTargetUri(getAMF0String(AMF0_STRING), false);
+  message->setResponseUri(getAMF0String(AMF0_STRING), false);
+  message->length = wire::readU32(readCursor);
+  message->setValue(getAMF0Value(), false);
+  return message.release();
+}
+
+// References never reach across headers or messages. The capacity stays.
+void AMFProtocol::clearReferences() noexcept {
+  amf0References.clear();
+  amf3StringReferences.clear();
+  amf3ObjectReferences.clear();
+  amf3TraitReferences.clear();
+}
+
+// Fills both texts with NULs, so that their storage is there before any rendering. A fill per packet would
+// cost more than most packets do: where the spare texts are still blank from the parse before, they
+// change places with the written ones instead.
+void AMFProtocol::blankTexts() {
+  if (textsBlank && isBlank(jsonText, kJsonTextRoom) && isBlank(scriptText, kScriptTextRoom)) return;
+  textsBlank = false;
+  if (sparesBlank || spareJsonText.empty()) {
+    jsonText.swap(spareJsonText);
+    scriptText.swap(spareScriptText);
+  }
+  if (!sparesBlank) {
+    jsonText.assign(kJsonTextRoom, '\0');
+    scriptText.assign(kScriptTextRoom, '\0');
+  }
+  sparesBlank = false;
+  textsBlank = true;
+}
+
+// Empties both texts for a view. Blank ones are put aside for the next parse, as soon as there is a
+// written pair to take their place.
+void AMFProtocol::clearTexts() {
+  const bool blank =
+      textsBlank && isBlank(jsonText, kJsonTextRoom) && isBlank(scriptText, kScriptTextRoom);
+  if (blank && spareJsonText.capacity() >= kJsonTextRoom &&
+      spareScriptText.capacity() >= kScriptTextRoom) {
+    jsonText.swap(spareJsonText);
+    scriptText.swap(spareScriptText);
+    sparesBlank = true;
+  }
+  textsBlank = false;
+  jsonText.clear();
+  scriptText.clear();
+}

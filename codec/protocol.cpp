@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The life of a protocol object. What it owns: the package, the result buffer, the pieces, the texts.
+// Tested by tests/ownership_test.cpp.
+#include "AMF2JSON.h"
+
+AMFProtocol::AMFProtocol() = default;
+
+AMFProtocol::~AMFProtocol() {
+  delete package;
+  delete[] resultBuffer;
+}

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Helpers for hosts that change decoded trees, or move parts of them, before they encode them again.
+// Helpers for hosts that change decoded trees, or move parts of them, before they encode them
+// again.
 //
 //   AMFProtocol protocol;
 //   AMFPackage* const package = protocol.parse(wholePacket);
@@ -9,47 +10,51 @@
 //   setTrueLengths(package);       // the length fields tell the truth
 //   protocol.compile(package);
 //
-// Why they are needed: the writers keep no tables. They write a reference exactly where a node records one
-// and write each length field as it stands. Whoever removes, adds or moves values makes recorded indexes
-// point at other values, and stored lengths wrong.
+// Why they are needed: the writers keep no tables. They write a reference exactly where a node
+// records one and write each length field as it stands. Whoever removes, adds or moves values makes
+// recorded indexes point at other values, and stored lengths wrong.
 #ifndef AMF_EDIT_H
 #define AMF_EDIT_H
 
 #include "AMF2JSON.h"
 
-/// Sets every `referenceIndex` and every `traitsIndex` in `tree` to AMFNode::kNoReference, so that all of it
-/// is written in full: the node itself, its children, and what pairs, headers, messages and objects own
-/// beside their children (names, values, URIs, class names). Null does nothing. Allocates nothing and
-/// throws nothing; recurses once per level of the tree, as its destructor does.
+/// Sets every `referenceIndex` and every `traitsIndex` in `tree` to AMFNode::kNoReference, so that
+/// all of it is written in full: the node itself, its children, and what pairs, headers, messages
+/// and objects own beside their children (names, values, URIs, class names). Null does nothing.
+/// Allocates nothing and throws nothing; recurses once per level of the tree, as its destructor
+/// does.
 ///
-/// Nothing is lost by it: what the reader made for a reference is a full copy of what was referred to. The
-/// packet grows by those copies. Nothing else is changed:
-/// - `sealedCount`, `dynamic` and `className` of an AMF3 object stay. The reader copied them, and the names
-///   of the sealed members, from the object that the traits came from; a host that builds an object with a
-///   `traitsIndex` and leaves them out has to fill them in before this call.
-/// - `externalizable` stays false on an object that took its traits from an externalizable one, since the
+/// Nothing is lost by it: what the reader made for a reference is a full copy of what was referred
+/// to. The packet grows by those copies. Nothing else is changed:
+/// - `sealedCount`, `dynamic` and `className` of an AMF3 object stay. The reader copied them, and
+/// the names
+///   of the sealed members, from the object that the traits came from; a host that builds an object
+///   with a `traitsIndex` and leaves them out has to fill them in before this call.
+/// - `externalizable` stays false on an object that took its traits from an externalizable one,
+/// since the
 ///   reader does not copy that flag: such an object is written as an ordinary object of that class.
 /// - `complete` stays, it is the reader's note and is never written.
 /// - `length` of headers and messages stays: call setTrueLengths afterwards.
 ///
-/// Clear whole headers and messages. References count the values in front of them within one header or one
-/// message: a value that is written in full where a reference stood takes an index of its own, and moves
-/// those of everything behind it. A reference that is left in the same header or message then points at
-/// another value, or at none. To carry a part of one tree to another place, clear the part, and clear the
-/// header or message it comes from and the one it goes to.
+/// Clear whole headers and messages. References count the values in front of them within one header
+/// or one message: a value that is written in full where a reference stood takes an index of its
+/// own, and moves those of everything behind it. A reference that is left in the same header or
+/// message then points at another value, or at none. To carry a part of one tree to another place,
+/// clear the part, and clear the header or message it comes from and the one it goes to.
 AMF2JSON_API void clearReferences(AMFNode* tree) noexcept;
 
-/// Stores in every header and message of `package` the number of bytes that its value takes in the packet:
-/// the marker and the body, with the 11 in front of a switched value, without the name, the URIs and the
-/// length field. Null does nothing.
+/// Stores in every header and message of `package` the number of bytes that its value takes in the
+/// packet: the marker and the body, with the 11 in front of a switched value, without the name, the
+/// URIs and the length field. Null does nothing.
 ///
-/// The values are written for it, one after another, into the pieces of an object that goes when the call
-/// returns; at most one of them is held at a time. A length counts what compile would write now: later
-/// changes to the tree are not followed.
+/// The values are written for it, one after another, into the pieces of an object that goes when
+/// the call returns; at most one of them is held at a time. A length counts what compile would
+/// write now: later changes to the tree are not followed.
 ///
-/// Throws what setHeader and setMessage throw (also for a `headerCount` above the number of children), and
-/// std::bad_alloc when memory runs out or a value passes 2^32-2 bytes (2^32-1 in the field means unknown).
-/// Nothing is stored then: all values are counted before the first field is changed.
+/// Throws what setHeader and setMessage throw (also for a `headerCount` above the number of
+/// children), and std::bad_alloc when memory runs out or a value passes 2^32-2 bytes (2^32-1 in the
+/// field means unknown). Nothing is stored then: all values are counted before the first field is
+/// changed.
 AMF2JSON_API void setTrueLengths(AMFPackage* package);
 
 #endif  // AMF_EDIT_H

@@ -1,0 +1,34 @@
+# SPDX-License-Identifier: Apache-2.0
+#
+# What `cmake --install` lays down: libraries, headers, the CMake package and the pkg-config file. Every path
+# inside is relative, so that an installed tree can be moved. tests/install checks that.
+include(CMakePackageConfigHelpers)
+
+set(public_headers include/AMF2JSON include/AMF2JSON.h)
+foreach(header AMFEdit.h AMFGuard.h)
+  if(EXISTS ${PROJECT_SOURCE_DIR}/include/${header})
+    list(APPEND public_headers include/${header})
+  endif()
+endforeach()
+install(FILES ${public_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(TARGETS ${amf2json_libraries} EXPORT AMF2JSON
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+
+set(package_directory ${CMAKE_INSTALL_LIBDIR}/cmake/AMF2JSON)
+install(EXPORT AMF2JSON NAMESPACE AMF2JSON:: FILE AMF2JSONTargets.cmake
+  DESTINATION ${package_directory})
+configure_package_config_file(cmake/AMF2JSONConfig.cmake.in AMF2JSONConfig.cmake
+  INSTALL_DESTINATION ${package_directory})
+write_basic_package_version_file(AMF2JSONConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/AMF2JSONConfig.cmake
+  ${PROJECT_BINARY_DIR}/AMF2JSONConfigVersion.cmake
+  DESTINATION ${package_directory})
+
+# pkg-config replaces ${pcfiledir} by the directory the file is found in.
+file(RELATIVE_PATH pkgconfig_to_prefix
+  ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+configure_file(cmake/AMF2JSON.pc.in AMF2JSON.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/AMF2JSON.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})

@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// amf2json: the command line. Tested by tests/tool_test.cpp.
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <cstdio>
+#include <map>
+#include <new>
+
+#include "tool/decode.h"
+#include "tool/outcome.h"
+#include "tool/roundtrip.h"
+
+void report(const std::string& text) {
+  std::fprintf(stderr, "amf2json: %s\n", text.c_str());
+}
+
+namespace {
+
+constexpr const char* kDescription =
+    "Shows AMF packets as JSON or JavaScript and checks that they are written as they were read.";
+
+constexpr const char* kFooter =
+    "Exit codes:\n"
+    "  0  done; roundtrip: every packet equal\n"
+    "  1  roundtrip: a packet is written with other bytes\n"
+    "  2  wrong command line\n"
+    "  3  the packet was refused\n"
+    "  4  a file cannot be read or written\n"
+    "  5  out of memory\n"
+    "Of several files the largest code counts. A reader that closes its pipe early is no error.\n"
+    "\n"
+    "Pass complete packets only: the decoder is not told where a packet ends and reads past the "
+    "end\n"
+    "of one that was cut or whose lengths lie. Do not use it on bytes that you do not trust.";
+
+constexpr const char* kDecodeFooter =
+    "Standard output is the library's text as it is, and one line feed more if it does not end in\n"
+    "one. A refused packet gives no text, but one line on standard error:\n"
+    "  amf2json: FILE: TEXT at byte OFFSET\n"
+    "Bytes behind the last message are not looked at. Do not run the JavaScript of packets that "
+    "you\n"
+    "do not trust.";
+
+constexpr const char* kRoundtripFooter =
+    "One line for each file:\n"
+    "  FILE: equal\n"
+    "  FILE: differs at byte OFFSET: XX read, YY written: FIELD in SECTION (REASON)\n"
+    "  FILE: refused: TEXT at byte OFFSET\n"
+    "  FILE: refused when written: TEXT at byte OFFSET\n"
+    "Only the first difference is shown. A REASON says that this field is meant to be written in "
+    "one\n"
+    "way only; a difference without a reason should not happen.";
+
+const std::map<std::string, View> kViews = {
+    {"json", View::json}, {"js", View::js}, {"both", View::both}, {"script", View::script}};
+
+struct CommandLine {
+  DecodeOptions decode;
+  std::vector<std::string> roundtripFiles = {"-"};
+};
+
+CLI::App* addDecode(CLI::App& app, DecodeOptions& options) {
+  CLI::App* const command = app.add_subcommand("decode", "Shows one packet");
+  command->footer(kDecodeFooter);
+  command
+      ->add_option("--to", options.view,
+                   "json: JSON text (default); js: script that builds \"amf\";\n"
+                   "both: JSON text and statements; script: statements alone")
+      ->transform(CLI::Transformer(kViews))
+      ->type_name("VIEW");
+  command->add_flag("--compact", options.compact, "No indentation and no line ends");
+  command->add_option("-o,--output", options.output, "File to write, whole or not at all")
+      ->type_name("FILE");
+  command->add_option("FILE", options.packet, "Packet to read; - or none: standard input")
+      ->type_name("");
+  return command;
+}
+
+CLI::App* addRoundtrip(CLI::App& app, std::vector<std::string>& files) {
+  CLI::App* const command =
+      app.add_subcommand("roundtrip", "Decodes packets, encodes them again, compares the bytes");
+  command->footer(kRoundtripFooter);
+  command->add_option("FILE", files, "Packets to read; - or none: standard input")->type_name("");
+  return command;
+}
+
+ExitCode run(int argc, char** argv) {
+  CommandLine options;
+  CLI::App app(kDescription, "amf2json");
+  app.footer(kFooter);
+  app.set_version_flag("--version", "amf2json " AMF2JSON_VERSION);
+  app.require_subcommand(1);
+  const CLI::App* const decodeCommand = addDecode(app, options.decode);
+  addRoundtrip(app, options.roundtripFiles);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& e) {
+    return app.exit(e) == 0 ? kDone : kUsage;
+  }
+  return decodeCommand->parsed() ? decode(options.decode) : roundtrip(options.roundtripFiles);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::signal(SIGPIPE, SIG_IGN);  // a closed pipe then shows as a failed write
+  try {
+    return run(argc, argv);
+  } catch (const std::bad_alloc&) {
+    report("out of memory");
+    return kOutOfMemory;
+  }
+}

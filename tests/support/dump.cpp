@@ -72,6 +72,10 @@ std::string shownDouble(double value) {
     return text;
   }
   char text[40];
+  if (value == std::floor(value) && std::fabs(value) < 1e15) {
+    std::snprintf(text, sizeof text, "%.0f", value);
+    return text;
+  }
   std::snprintf(text, sizeof text, "%.17g", value);
   std::string shortest = text;
   for (int digits = 1; digits < 17; ++digits) {

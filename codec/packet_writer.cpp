@@ -43,7 +43,10 @@ void AMFProtocol::joinChunks() {
 }
 
 void AMFProtocol::setHeader(const AMFHeader* header) {
-  if (!header) throw AMFException("setHeader(): lack of header type node");
+  // A message that stands where a header is counted is no header either.
+  if (!header || header->type != AMFNode::AMF_HEADER) {
+    throw AMFException("setHeader(): lack of header type node");
+  }
   setAMF0String(header->name, false, AMF0_STRING);
   writeU8(model::storedByte(header->mustUnderstand) != 0 ? 1 : 0);
   writeU32(header->length);  // Kept: as it stands, never recomputed.
@@ -51,7 +54,9 @@ void AMFProtocol::setHeader(const AMFHeader* header) {
 }
 
 void AMFProtocol::setMessage(const AMFMessage* message) {
-  if (!message) throw AMFException("setMessage(): lack of message type node");
+  if (!message || message->type != AMFNode::AMF_MESSAGE) {
+    throw AMFException("setMessage(): lack of message type node");
+  }
   setAMF0String(message->targetUri, false, AMF0_STRING);
   setAMF0String(message->responseUri, false, AMF0_STRING);
   writeU32(message->length);

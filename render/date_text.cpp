@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Dates as text. The one file with calls beyond ISO C++ (localtime_r, tzset): ctime shares one buffer between
+// threads, and its thread-safe form refuses years that it prints. Tested by tests/render_dates_test.cpp.
+#include "render/date_text.h"
+
+#include <time.h>
+
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+#include <limits>
+
+namespace {
+
+constexpr int kYearBase = 1900;
+
+bool toLocalTime(time_t seconds, std::tm& local) {
+#ifdef _WIN32
+  return localtime_s(&local, &seconds) == 0;
+#else
+  return localtime_r(&seconds, &local) != nullptr;
+#endif
+}
+
+// Whole seconds, or 0 for what time_t cannot hold.
+time_t toSeconds(double timeMs) {
+  const double seconds = std::trunc(timeMs / 1000.0);
+  const double limit = std::ldexp(1.0, std::numeric_limits<time_t>::digits);
+  return seconds >= -limit && seconds < limit ? static_cast<time_t>(seconds) : 0;
+}
+
+}  // namespace
+
+namespace render {
+
+void readTimeZone() {
+#ifdef _WIN32
+  _tzset();
+#else
+  tzset();
+#endif
+}
+
+std::string_view dateText(double timeMs, DateBuffer& buffer) {
+  static constexpr char kDays[] = "SunMonTueWedThuFriSat";
+  static constexpr char kMonths[] = "JanFebMarAprMayJunJulAugSepOctNovDec";
+  std::tm local{};
+  if (!toLocalTime(toSeconds(timeMs), local) ||
+      local.tm_year > std::numeric_limits<int>::max() - kYearBase) {
+    local = std::tm{};
+    toLocalTime(0, local);
+  }
+  const int length = std::snprintf(
+      buffer.bytes, sizeof buffer.bytes, "%.3s %.3s%3d %.2d:%.2d:%.2d %d",
+      kDays + 3 * local.tm_wday, kMonths + 3 * local.tm_mon, local.tm_mday, local.tm_hour,
+      local.tm_min, local.tm_sec, kYearBase + local.tm_year);
+  return {buffer.bytes, static_cast<std::size_t>(length)};
+}
+
+}  // namespace render

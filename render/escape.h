@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The two escaping rules of the views, each in one pass straight into the output. formatString, a third
+// rule, stands in the same source file.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace render {
+
+// Member lines: a backslash before each of \ / BS FF LF CR TAB (the control bytes stay raw), three before
+// each quote.
+void appendJsonEscaped(std::string& out, std::string_view text);
+
+// Values and statements: BS FF LF CR TAB are dropped, each quote gets one backslash, backslashes pass.
+void appendScriptEscaped(std::string& out, std::string_view text);
+
+}  // namespace render

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The four views: mode, reset, walk, framing. Tested by tests/render_views_test.cpp.
+#include "AMF2JSON.h"
+#include "render/date_text.h"
+
+namespace {
+
+// One look at the process's time zone serves all dates of a view.
+struct ZoneOnce {
+  explicit ZoneOnce(bool& flag) : isRead(flag) {
+    render::readTimeZone();
+    isRead = true;
+  }
+  ~ZoneOnce() { isRead = false; }
+  ZoneOnce(const ZoneOnce&) = delete;
+  ZoneOnce& operator=(const ZoneOnce&) = delete;
+  bool& isRead;
+};
+
+}  // namespace
+
+const std::string& AMFProtocol::getPackageInJSON(bool pretty) {
+  scriptView = false;
+  jsonOnly = true;
+  jsonAndScript = false;
+  renderPackage(pretty, false);
+  return jsonText;
+}
+
+const std::string& AMFProtocol::getPackageInJS(bool pretty) {
+  jsonOnly = false;
+  jsonAndScript = false;
+  scriptView = false;
+  temporaryCounter = 0;
+  scriptPreamble.clear();
+  renderPackage(pretty, false);
+  jsonText.insert(0, "\n amf = ");
+  jsonText += "\n\n";
+  jsonText += scriptText;
+  if (scriptPreamble.empty()) return jsonText;
+  scriptPreamble += jsonText;
+  return scriptPreamble;
+}
+
+const std::string& AMFProtocol::getPackageInJSON_and_JS(bool pretty) {
+  scriptView = true;
+  jsonOnly = false;
+  jsonAndScript = true;
+  temporaryCounter = 0;
+  scriptPreamble.clear();
+  renderPackage(pretty, true);
+  jsonText += "\n\nJS representaion\n\n";  // Kept: so spelled.
+  jsonText += scriptText;
+  return jsonText;
+}
+
+const std::string& AMFProtocol::getPackageAsJSView(bool pretty) {
+  scriptView = true;
+  jsonOnly = false;
+  jsonAndScript = false;
+  temporaryCounter = 0;
+  useTemporaries = false;  // Kept: no view ever sets it again.
+  scriptPreamble.clear();
+  renderPackage(pretty, true);
+  return scriptText;
+}
+
+// What all views do once their mode is set. `bareRoot`: the script path has no root and its first segment no
+// dot, unless an earlier view on this object chose the root.
+void AMFProtocol::renderPackage(bool pretty, bool bareRoot) {
+  trackDepth = bareRoot;
+  noRootPrefix = bareRoot;
+  nextPrefixBare = bareRoot;
+  CreatePrefix();
+  lineBreakCount = 1;
+  clearTexts();
+  indent.clear();
+  indentUnit = pretty ? "\t" : "";
+  newLine = pretty ? "\n" : "";
+  if (!package) return;
+  const ZoneOnce zone(zoneIsRead);
+  appendNode(package, AMF_VERSION_0);
+}

@@ -127,7 +127,8 @@ AMFObject* AMFProtocol::getAMF0Object(AMF0Markers marker) {
 AMFArray* AMFProtocol::getAMF0Array(AMF0Markers marker) {
   auto array = std::make_unique<AMFArray>(AMF_VERSION_0);
   if (marker == AMF0_UNDEFINED) marker = getAMF0Marker();
-  // Kept: the count is read before the marker is looked at. It is believed, but nothing is reserved for it.
+  // Kept: the count is read before the marker is looked at. It is believed, but nothing is reserved
+  // for it.
   std::uint32_t left = wire::readU32(readCursor);
   if (marker == AMF0_STRICT_ARRAY) {
     array->strict = 1;
@@ -137,7 +138,8 @@ AMFArray* AMFProtocol::getAMF0Array(AMF0Markers marker) {
       reader::append(*array, std::move(value));
     }
   } else if (marker == AMF0_ECMA_ARRAY) {
-    // Kept: exactly `count` members and no end mark; what a sender puts behind them stays in the input.
+    // Kept: exactly `count` members and no end mark; what a sender puts behind them stays in the
+    // input.
     for (; left > 0; --left) {
       std::unique_ptr<AMFPair> pair(getAMF0Pair());
       if (!pair) throw AMFException(reader_texts::kAMF0EcmaArrayEnd);

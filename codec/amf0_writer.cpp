@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// AMF0 value writers, and setNodeValue, where every value of either version enters. Every field is one
-// piece. Mirrors amf0_reader.cpp. Tested by tests/amf0_writer_test.cpp.
+// AMF0 value writers, and setNodeValue, where every value of either version enters. Every field is
+// one piece. Mirrors amf0_reader.cpp. Tested by tests/amf0_writer_test.cpp.
 #include "AMF2JSON.h"
 #include "model/attach.h"
 
@@ -12,7 +12,9 @@ constexpr std::uint32_t kZone = 0;
 
 const char kMisplaced[] = "setNodeValue(): this node can't be placed here";
 
-const AMFPair* asPair(const AMFNode* child) { return static_cast<const AMFPair*>(child); }
+const AMFPair* asPair(const AMFNode* child) {
+  return static_cast<const AMFPair*>(child);
+}
 
 }  // namespace
 

@@ -38,8 +38,8 @@ Node* copyEntry(const AMFNode& entry, std::uint32_t index) {
 
 bool isAcceptedExternalizable(const AMFString& name) {
   // Read at each comparison: a host may have repointed them. Null matches nothing.
-  for (const char* const accepted : {cArrayClass, cObjProxyClass, cSerialProxy, cAsyncMsg, cCommandMsg,
-                                     cDataMsg, cPagedMsg, cUpdateCollectMsg}) {
+  for (const char* const accepted : {cArrayClass, cObjProxyClass, cSerialProxy, cAsyncMsg,
+                                     cCommandMsg, cDataMsg, cPagedMsg, cUpdateCollectMsg}) {
     if (!accepted || std::strlen(accepted) != name.length) continue;
     if (name.length == 0 || std::memcmp(accepted, name.data, name.length) == 0) return true;
   }
@@ -294,8 +294,8 @@ void AMFProtocol::readMembers(AMFObject& object) {
   object.complete = true;
 }
 
-// Kept: every accepted class is one value, in a pair without a name; the recorded sealed count and dynamic
-// flag are not used. The pair is attached once the body has been read.
+// Kept: every accepted class is one value, in a pair without a name; the recorded sealed count and
+// dynamic flag are not used. The pair is attached once the body has been read.
 void AMFProtocol::readExternalized(AMFObject& object) {
   AMFNode* const body = getAMF3Value();
   if (!body) throw AMFException(reader_texts::kAMF3MemberValue);

@@ -1,16 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// AMF3 value writers: a marker, mostly a U29 whose low bit tells reference from inline, a body. References
-// are written exactly where nodes record them. Entered from setNodeValue. Mirrors amf3_reader.cpp.
-// Tested by tests/amf3_writer_test.cpp.
+// AMF3 value writers: a marker, mostly a U29 whose low bit tells reference from inline, a body.
+// References are written exactly where nodes record them. Entered from setNodeValue. Mirrors
+// amf3_reader.cpp. Tested by tests/amf3_writer_test.cpp.
 #include "AMF2JSON.h"
 
 namespace {
 
 // The U29 in front of a value; computed in 32 bits.
-std::uint32_t referenceTo(std::uint32_t index) { return index << 1; }
-std::uint32_t inlineCount(std::uint32_t count) { return count << 1 | 1u; }
-std::uint32_t traitsReferenceTo(std::uint32_t index) { return index << 2 | 1u; }
+std::uint32_t referenceTo(std::uint32_t index) {
+  return index << 1;
+}
+std::uint32_t inlineCount(std::uint32_t count) {
+  return count << 1 | 1u;
+}
+std::uint32_t traitsReferenceTo(std::uint32_t index) {
+  return index << 2 | 1u;
+}
 std::uint32_t inlineTraits(std::uint32_t sealedCount, bool dynamic) {
   return (sealedCount << 4) + (dynamic ? 8u : 0u) + 3u;
 }
@@ -20,7 +26,9 @@ constexpr std::uint32_t kEmptyName = 1;             // ends a list of members
 constexpr std::uint32_t kU29Max = 0x3FFFFFFF;
 constexpr std::uint32_t kThreeBytesMax = 0x1FFFFF;
 
-bool isReference(const AMFNode* node) { return node->referenceIndex != AMFNode::kNoReference; }
+bool isReference(const AMFNode* node) {
+  return node->referenceIndex != AMFNode::kNoReference;
+}
 
 // A child of an object that is not a pair counts as missing.
 const AMFPair* memberAt(const AMFObject* object, std::uint32_t index, const char* missing) {
@@ -31,8 +39,8 @@ const AMFPair* memberAt(const AMFObject* object, std::uint32_t index, const char
 
 }  // namespace
 
-// Kept: from kThreeBytesMax on the last byte holds eight bits, and the loop ends as soon as nothing is left:
-// 0x200000 to 0x3FFFFF come out as three bytes, and bit 29 is lost.
+// Kept: from kThreeBytesMax on the last byte holds eight bits, and the loop ends as soon as nothing
+// is left: 0x200000 to 0x3FFFFF come out as three bytes, and bit 29 is lost.
 void AMFProtocol::setVLInteger(unsigned int value) {
   if (value > kU29Max) throw AMFException("setAMF3Integer(): integer value is to large");
   std::uint8_t bytes[4];
@@ -141,8 +149,8 @@ void AMFProtocol::setAMF3Object(const AMFObject* object) {
 
 void AMFProtocol::writeMemberNames(const AMFObject* object) {
   for (std::uint32_t i = 0; i < object->sealedCount; ++i) {
-    setAMF3String(
-        memberAt(object, i, "setAMF3Object: invalid object's properties number")->name, true);
+    setAMF3String(memberAt(object, i, "setAMF3Object: invalid object's properties number")->name,
+                  true);
   }
 }
 

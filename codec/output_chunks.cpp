@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The pieces that the writers make. Their bytes are cut from shared blocks that never move, so a piece costs
-// a copy and an entry; a large one gets a block of its own. Tested by tests/output_chunks_test.cpp.
+// The pieces that the writers make. Their bytes are cut from shared blocks that never move, so a
+// piece costs a copy and an entry; a large one gets a block of its own. Tested by
+// tests/output_chunks_test.cpp.
 #include <cstring>
 
 #include "AMF2JSON.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Packet reader: version, headers, messages. Enter at AMFProtocol::parse. The values inside are read by
-// amf0_reader.cpp. Tested by tests/packet_reader_test.cpp.
+// Packet reader: version, headers, messages. Enter at AMFProtocol::parse. The values inside are
+// read by amf0_reader.cpp. Tested by tests/packet_reader_test.cpp.
 #include "AMF2JSON.h"
 #include "codec/reader.h"
 #include "codec/wire.h"
@@ -29,14 +29,12 @@ AMFPackage* AMFProtocol::parse(const char* packet) {
   package->version = static_cast<AMFVersion>(version);  // any number is kept
   // The package is in place before the first header: after an error it holds what was completed.
   for (unsigned left = wire::readU16(readCursor); left > 0; --left) {
-    reader::adopt(std::unique_ptr<AMFHeader>(getHeader()), [this](AMFHeader* header) {
-      package->appendHeader(header, false);
-    });
+    reader::adopt(std::unique_ptr<AMFHeader>(getHeader()),
+                  [this](AMFHeader* header) { package->appendHeader(header, false); });
   }
   for (unsigned left = wire::readU16(readCursor); left > 0; --left) {
-    reader::adopt(std::unique_ptr<AMFMessage>(getMessage()), [this](AMFMessage* message) {
-      package->appendMessage(message, false);
-    });
+    reader::adopt(std::unique_ptr<AMFMessage>(getMessage()),
+                  [this](AMFMessage* message) { package->appendMessage(message, false); });
   }
   return package;
 }
@@ -47,7 +45,7 @@ AMFHeader* AMFProtocol::getHeader() {
   header->setName(getAMF0String(AMF0_STRING), false);
   header->mustUnderstand = wire::readU8(readCursor) != 0;
   header->length = wire::readU32(readCursor);  // Kept: never used to bound or check the value.
-  header->setValue(getAMF0Value(), false);     // Kept: an end mark leaves the default value in place.
+  header->setValue(getAMF0Value(), false);  // Kept: an end mark leaves the default value in place.
   return header.release();
 }
 
@@ -69,11 +67,12 @@ void AMFProtocol::clearReferences() noexcept {
   amf3TraitReferences.clear();
 }
 
-// Fills both texts with NULs, so that their storage is there before any rendering. A fill per packet would
-// cost more than most packets do: where the spare texts are still blank from the parse before, they
-// change places with the written ones instead.
+// Fills both texts with NULs, so that their storage is there before any rendering. A fill per
+// packet would cost more than most packets do: where the spare texts are still blank from the parse
+// before, they change places with the written ones instead.
 void AMFProtocol::blankTexts() {
-  if (textsBlank && isBlank(jsonText, kJsonTextRoom) && isBlank(scriptText, kScriptTextRoom)) return;
+  if (textsBlank && isBlank(jsonText, kJsonTextRoom) && isBlank(scriptText, kScriptTextRoom))
+    return;
   textsBlank = false;
   if (sparesBlank || spareJsonText.empty()) {
     jsonText.swap(spareJsonText);

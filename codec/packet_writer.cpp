@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Packet writer: the envelope, and the life of what the encoder leaves. Enter at AMFProtocol::compile.
-// The values inside are written by amf0_writer.cpp. Tested by tests/packet_writer_test.cpp.
+// Packet writer: the envelope, and the life of what the encoder leaves. Enter at
+// AMFProtocol::compile. The values inside are written by amf0_writer.cpp. Tested by
+// tests/packet_writer_test.cpp.
 #include <cstring>
 #include <limits>
 #include <new>
@@ -19,7 +20,8 @@ char* AMFProtocol::compile(const AMFPackage* source) {
   writeU16(source->version);
   writeU16(source->headerCount);
   for (std::uint32_t i = 0; i < source->headerCount; ++i) setHeader(source->getHeader(i));
-  const auto messageCount = static_cast<std::uint32_t>(source->children.size()) - source->headerCount;
+  const auto messageCount =
+      static_cast<std::uint32_t>(source->children.size()) - source->headerCount;
   writeU16(messageCount);
   for (std::uint32_t i = 0; i < messageCount; ++i) setMessage(source->getMessage(i));
   joinChunks();
@@ -63,9 +65,13 @@ void AMFProtocol::setMessage(const AMFMessage* message) {
   setNodeValue(message->value, message->version);
 }
 
-void AMFProtocol::clean() { outputChunks.release(); }
+void AMFProtocol::clean() {
+  outputChunks.release();
+}
 
-void AMFProtocol::loseResultBuffer() { resultBuffer = nullptr; }
+void AMFProtocol::loseResultBuffer() {
+  resultBuffer = nullptr;
+}
 
 // The fields, one piece each.
 

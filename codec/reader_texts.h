@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The texts of the readers' refusals, one constant each. The guard gives the very same constants, so that
-// a host sees one text for one fault. Odd spellings are part of the interface.
+// The texts of the readers' refusals, one constant each. The guard gives the very same constants,
+// so that a host sees one text for one fault. Odd spellings are part of the interface.
 #pragma once
 
 namespace reader_texts {
 
 // AMF0
 inline constexpr char kUnknownAMF0Value[] = "getAMF0Value: unknown value type";
-inline constexpr char kAMF0StringMarker[] = "getAMF0String(): unable to determine the string length";
+inline constexpr char kAMF0StringMarker[] =
+    "getAMF0String(): unable to determine the string length";
 inline constexpr char kAMF0ReferenceIndex[] = "getAMF0ByReference(): invalid reference index";
 inline constexpr char kAMF0ReferenceNull[] = "getAMF0ByReference(): lack of referenced data";
 inline constexpr char kAMF0XMLString[] = "getAMF0XML(): lack of XML string";
@@ -47,8 +48,7 @@ inline constexpr char kAMF3ObjectType[] = "getAMF3Object(): reference to the non
 inline constexpr char kAMF3ObjectCircular[] = "getAMF3Object(): objects circular reference";
 inline constexpr char kAMF3TraitsIndex[] = "getAMF3Object(): traits reference index is invalid";
 inline constexpr char kAMF3SealedCount[] = "getAMF3Object(): bad amount of sealed properties";
-inline constexpr char kAMF3MemberName[] =
-    "getAMF3Object(): lack of string type property name data";
+inline constexpr char kAMF3MemberName[] = "getAMF3Object(): lack of string type property name data";
 inline constexpr char kAMF3ClassName[] = "getAMF3Object(): lack of class name string type data";
 inline constexpr char kAMF3Externalizable[] =
     "getAMF3Object(): unsupported externalizable class type";

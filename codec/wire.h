@@ -11,8 +11,8 @@
 namespace wire {
 
 #ifdef AMF2JSON_CHECKED_WIRE
-// A build of the readers for tests: it knows where the input ends and throws in front of the first field
-// that does not fit, so that cut packets can be compared too.
+// A build of the readers for tests: it knows where the input ends and throws in front of the first
+// field that does not fit, so that cut packets can be compared too.
 struct EndOfInput {
   std::size_t missing;  // bytes of the field that are not there
 };
@@ -25,7 +25,9 @@ inline void need(const char* cursor, std::size_t count) {
 inline void need(const char*, std::size_t) {}
 #endif
 
-inline std::uint8_t byteAt(const char* at) { return static_cast<std::uint8_t>(*at); }
+inline std::uint8_t byteAt(const char* at) {
+  return static_cast<std::uint8_t>(*at);
+}
 
 inline std::uint8_t readU8(const char*& cursor) {
   need(cursor, 1);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// AMF2JSON: Action Message Format packets to a tree of typed nodes, to JSON and JavaScript, and back to bytes.
+// AMF2JSON: Action Message Format packets to a tree of typed nodes, to JSON and JavaScript, and
+// back to bytes.
 //
 //   #include <AMF2JSON>
 //   #include <cstdio>
@@ -18,15 +19,15 @@
 //     }
 //   }
 //
-// Trust: `parse` is given a bare pointer and NO length. No reader checks the end of the input; counts,
-// lengths and indexes are believed. Pass complete packets only. For bytes that come from elsewhere, call
-// the checks of AMFGuard.h first (and read SECURITY.md).
+// Trust: `parse` is given a bare pointer and NO length. No reader checks the end of the input;
+// counts, lengths and indexes are believed. Pass complete packets only. For bytes that come from
+// elsewhere, call the checks of AMFGuard.h first (and read SECURITY.md).
 //
-// Threads: no threads, no locks. An AMFProtocol and its trees are used by one thread at a time; separate
-// objects may work on separate threads at once.
+// Threads: no threads, no locks. An AMFProtocol and its trees are used by one thread at a time;
+// separate objects may work on separate threads at once.
 //
-// Errors: every error is an AMFException with a fixed text; memory that cannot be had is std::bad_alloc.
-// Nothing is rolled back; each call below says what an error leaves behind.
+// Errors: every error is an AMFException with a fixed text; memory that cannot be had is
+// std::bad_alloc. Nothing is rolled back; each call below says what an error leaves behind.
 //
 // Text and names are byte strings: the UTF-8 bytes received, neither checked nor converted.
 #ifndef AMF2JSON_H
@@ -77,14 +78,15 @@ class AMFString;
 ///   true   the node stays with the caller, and the tree keeps a deep copy of it.
 /// A null node is ignored by every attaching operation (exceptions are named where they stand).
 /// When an operation throws, nothing is attached and the caller still owns the node.
-/// Replacing an owned member gets the new node first, then deletes the old one. Never pass the very node
-/// that is already held with copy false: it would be deleted and kept.
+/// Replacing an owned member gets the new node first, then deletes the old one. Never pass the very
+/// node that is already held with copy false: it would be deleted and kept.
 ///
 /// A tree never shares nodes. Deleting a node deletes its whole subtree.
 class AMF2JSON_API AMFNode {
  public:
-  /// The node kinds. 0 to 9 and 11 are values; 10, 12, 13 and 14 are structure and are refused where a
-  /// value is expected. The test is made on codes 0 to 14 only: a larger code is not refused.
+  /// The node kinds. 0 to 9 and 11 are values; 10, 12, 13 and 14 are structure and are refused
+  /// where a value is expected. The test is made on codes 0 to 14 only: a larger code is not
+  /// refused.
   enum AMFType : std::uint32_t {
     AMF_NULL = 0,
     AMF_BOOL = 1,
@@ -107,8 +109,8 @@ class AMF2JSON_API AMFNode {
   static constexpr std::uint32_t kNoReference = 0xFFFFFFFFu;
 
   AMFNode(AMFType kind, AMFVersion nodeVersion, AMFNode* nodeParent);
-  /// Deep copy: kind, version, referenceIndex and complete are copied, children are cloned in order (null
-  /// entries stay null), the parent is null.
+  /// Deep copy: kind, version, referenceIndex and complete are copied, children are cloned in order
+  /// (null entries stay null), the parent is null.
   AMFNode(const AMFNode& source);
   AMFNode& operator=(const AMFNode&) = delete;
   /// Deletes the children, last first; null entries are skipped.
@@ -120,16 +122,18 @@ class AMF2JSON_API AMFNode {
   void appendChild(AMFNode* node, bool copy);
   /// The child at `index`, or null when `index` is not below the number of children.
   AMFNode* getChild(unsigned int index) const;
-  /// Replaces the child at `index` and sets the new child's parent. A null node, or an index not below the
-  /// number of children: no effect at all (the node stays with the caller, also with copy false).
+  /// Replaces the child at `index` and sets the new child's parent. A null node, or an index not
+  /// below the number of children: no effect at all (the node stays with the caller, also with copy
+  /// false).
   void setChild(unsigned int index, AMFNode* node, bool copy);
 
-  std::vector<AMFNode*> children;  ///< owned, in order; null entries only if a copy source held them
-  AMFNode* parent;                 ///< not owned; not set by the value setters of pairs and messages
+  std::vector<AMFNode*>
+      children;     ///< owned, in order; null entries only if a copy source held them
+  AMFNode* parent;  ///< not owned; not set by the value setters of pairs and messages
   AMFType type;
   AMFVersion version;
-  /// kNoReference for a node read in full. Otherwise the reference-table index this node was copied from;
-  /// the writers then write that reference instead of the value, and the views show it.
+  /// kNoReference for a node read in full. Otherwise the reference-table index this node was copied
+  /// from; the writers then write that reference instead of the value, and the views show it.
   std::uint32_t referenceIndex = kNoReference;
   /// Set by the AMF3 reader once an object or array has been read to its end.
   bool complete = false;
@@ -163,8 +167,8 @@ class AMF2JSON_API AMFBool : public AMFNode {
   bool value = false;
 };
 
-/// The AMF3 29-bit integer as decoded: unsigned, without sign extension. AMF0 has no integers; writing
-/// one in an AMF0 place is refused.
+/// The AMF3 29-bit integer as decoded: unsigned, without sign extension. AMF0 has no integers;
+/// writing one in an AMF0 place is refused.
 class AMF2JSON_API AMFInt : public AMFNode {
  public:
   explicit AMFInt(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);
@@ -203,8 +207,8 @@ class AMF2JSON_API AMFRaw : public AMFNode {
   ~AMFRaw() override;
   AMFRaw* clone() const override;
 
-  /// Replaces the bytes by a copy of `byteCount` bytes; no terminator is added. 0 bytes (or null bytes):
-  /// `data` is null and `length` 0. std::bad_alloc leaves the node as it was.
+  /// Replaces the bytes by a copy of `byteCount` bytes; no terminator is added. 0 bytes (or null
+  /// bytes): `data` is null and `length` 0. std::bad_alloc leaves the node as it was.
   void setValue(const char* bytes, unsigned int byteCount);
 
   char* data = nullptr;      ///< owned (`new char[]`); null when empty; not terminated
@@ -241,7 +245,8 @@ class AMF2JSON_API AMFXML : public AMFString {
   std::uint32_t document = 0;
 };
 
-/// An array. Children: values (the dense part) and AMFPair nodes (the associative part), as appended.
+/// An array. Children: values (the dense part) and AMFPair nodes (the associative part), as
+/// appended.
 class AMF2JSON_API AMFArray : public AMFNode {
  public:
   explicit AMFArray(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);
@@ -250,8 +255,9 @@ class AMF2JSON_API AMFArray : public AMFNode {
   AMFArray* clone() const override;
 
   /// Attaches a pair without counting it, a value counting it in `denseCount`.
-  /// Throws "AMFArray::appendChild(): not a value type node" for a header, message, package or any larger
-  /// kind code; nothing changes. `setChild` is the plain one: no check, no change of `denseCount`.
+  /// Throws "AMFArray::appendChild(): not a value type node" for a header, message, package or any
+  /// larger kind code; nothing changes. `setChild` is the plain one: no check, no change of
+  /// `denseCount`.
   void appendChild(AMFNode* node, bool copy);
 
   std::uint32_t denseCount = 0;  ///< number of value children
@@ -268,15 +274,16 @@ class AMF2JSON_API AMFPair : public AMFNode {
   AMFPair* clone() const override;
 
   void setName(AMFString* newName, bool copy);
-  /// Throws "AMFPair::setValue(): not a value type node" for a structural kind before anything changes.
-  /// The value's parent is not touched.
+  /// Throws "AMFPair::setValue(): not a value type node" for a structural kind before anything
+  /// changes. The value's parent is not touched.
   void setValue(AMFNode* newValue, bool copy);
 
   AMFString* name;  ///< owned
   AMFNode* value;   ///< owned
 };
 
-/// An object. Children: AMFPair nodes, the `sealedCount` sealed members first, then the dynamic ones.
+/// An object. Children: AMFPair nodes, the `sealedCount` sealed members first, then the dynamic
+/// ones.
 class AMF2JSON_API AMFObject : public AMFNode {
  public:
   explicit AMFObject(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);
@@ -290,8 +297,9 @@ class AMF2JSON_API AMFObject : public AMFNode {
   /// With copy true a new AMFString is made from the bytes of `newName`.
   void setClassName(AMFString* newName, bool copy);
 
-  bool dynamic = false;           ///< AMF3: dynamic members follow the sealed ones
-  bool externalizable = false;    ///< AMF3: the body is one value, kept in a single pair without a name
+  bool dynamic = false;  ///< AMF3: dynamic members follow the sealed ones
+  bool externalizable =
+      false;  ///< AMF3: the body is one value, kept in a single pair without a name
   std::uint32_t sealedCount = 0;  ///< AMF3: number of leading children that are sealed members
   /// AMF3: index of the traits entry the traits came from; kNoReference when they were inline.
   std::uint32_t traitsIndex = kNoReference;
@@ -323,7 +331,8 @@ class AMF2JSON_API AMFMessage : public AMFNode {
 
   void setTargetUri(AMFString* uri, bool copy);
   void setResponseUri(AMFString* uri, bool copy);
-  /// Throws "AMFMessage::setValue(): invalid value type node" for a structural kind; nothing changes.
+  /// Throws "AMFMessage::setValue(): invalid value type node" for a structural kind; nothing
+  /// changes.
   void setValue(AMFNode* newValue, bool copy);
 
   std::uint32_t length = 0xFFFFFFFFu;  ///< as AMFHeader::length
@@ -355,25 +364,27 @@ class AMF2JSON_API AMFPackage : public AMFNode {
 // ---------------------------------------------------------------------------------------------------
 // Externalizable classes
 
-/// The eight externalizable classes that the AMF3 reader accepts. Each is read at every comparison, so a
-/// host that repoints one changes what is accepted, for all protocol objects: do it before any thread
-/// parses. The library never writes or frees them; null matches nothing.
-extern AMF2JSON_API const char* cArrayClass;        ///< "flex.messaging.io.ArrayCollection"
-extern AMF2JSON_API const char* cObjProxyClass;     ///< "mx.utils.ObjectProxy"
-extern AMF2JSON_API const char* cSerialProxy;       ///< "flex.messaging.io.SerializationProxy"
-extern AMF2JSON_API const char* cAsyncMsg;          ///< "flex.messaging.messages.AsyncMessageExt"
-extern AMF2JSON_API const char* cCommandMsg;        ///< "flex.messaging.CommandMessageExt"
-extern AMF2JSON_API const char* cDataMsg;           ///< "flex.data.messages.DataMessageExt"
-extern AMF2JSON_API const char* cPagedMsg;          ///< "flex.data.messages.PagedMessageExt"
-extern AMF2JSON_API const char* cUpdateCollectMsg;  ///< "flex.data.messages.UpdateCollectionMessageExt"
+/// The eight externalizable classes that the AMF3 reader accepts. Each is read at every comparison,
+/// so a host that repoints one changes what is accepted, for all protocol objects: do it before any
+/// thread parses. The library never writes or frees them; null matches nothing.
+extern AMF2JSON_API const char* cArrayClass;     ///< "flex.messaging.io.ArrayCollection"
+extern AMF2JSON_API const char* cObjProxyClass;  ///< "mx.utils.ObjectProxy"
+extern AMF2JSON_API const char* cSerialProxy;    ///< "flex.messaging.io.SerializationProxy"
+extern AMF2JSON_API const char* cAsyncMsg;       ///< "flex.messaging.messages.AsyncMessageExt"
+extern AMF2JSON_API const char* cCommandMsg;     ///< "flex.messaging.CommandMessageExt"
+extern AMF2JSON_API const char* cDataMsg;        ///< "flex.data.messages.DataMessageExt"
+extern AMF2JSON_API const char* cPagedMsg;       ///< "flex.data.messages.PagedMessageExt"
+extern AMF2JSON_API const char*
+    cUpdateCollectMsg;  ///< "flex.data.messages.UpdateCollectionMessageExt"
 
 // ---------------------------------------------------------------------------------------------------
 // Text
 
 /// An escaped copy of `text` for a double-quoted JavaScript string literal. `text` is only read.
-/// Backslashes are doubled, quotes get a backslash, and the star of every "/*" and "*/" becomes \x2A.
-/// `dropControl` false: bytes 00 to 1F become \xHH (upper-case digits), all others are kept.
-/// `dropControl` true: only bytes 20 to 7F are kept; that drops every byte of a multi-byte character too.
+/// Backslashes are doubled, quotes get a backslash, and the star of every "/*" and "*/" becomes
+/// \x2A. `dropControl` false: bytes 00 to 1F become \xHH (upper-case digits), all others are kept.
+/// `dropControl` true: only bytes 20 to 7F are kept; that drops every byte of a multi-byte
+/// character too.
 AMF2JSON_API std::string formatString(std::string& text, bool dropControl);
 
 // ---------------------------------------------------------------------------------------------------
@@ -384,7 +395,8 @@ AMF2JSON_API std::string formatString(std::string& text, bool dropControl);
 class AMF2JSON_API AMFOutputChunks {
  public:
   struct Chunk {
-    const char* bytes;     ///< not owned; valid until AMFProtocol::clean or the next compile lists anew
+    const char*
+        bytes;  ///< not owned; valid until AMFProtocol::clean or the next compile lists anew
     std::uint32_t length;  ///< 1 or more
   };
   using value_type = Chunk;
@@ -418,18 +430,20 @@ class AMF2JSON_API AMFOutputChunks {
 // The protocol object
 
 /// One conversion context: decodes, renders and encodes packets, and owns what that leaves behind.
-/// All members are public, so that hosts and tests can look at every state. Neither copied nor moved.
+/// All members are public, so that hosts and tests can look at every state. Neither copied nor
+/// moved.
 class AMF2JSON_API AMFProtocol {
  public:
-  /// The AMF0 type markers. Bytes 80 to FF widen with their sign to large codes that no reader accepts.
+  /// The AMF0 type markers. Bytes 80 to FF widen with their sign to large codes that no reader
+  /// accepts.
   enum AMF0Markers : std::uint32_t {
     AMF0_NUMBER = 0x00,
     AMF0_BOOLEAN = 0x01,
     AMF0_STRING = 0x02,
     AMF0_OBJECT = 0x03,
-    AMF0_MOVIECLIP = 0x04,    // refused
+    AMF0_MOVIECLIP = 0x04,  // refused
     AMF0_NULL = 0x05,
-    AMF0_UNDEFINED = 0x06,    // as a reader's argument: the marker is still to be read
+    AMF0_UNDEFINED = 0x06,  // as a reader's argument: the marker is still to be read
     AMF0_REFERENCE = 0x07,
     AMF0_ECMA_ARRAY = 0x08,
     AMF0_OBJECT_END = 0x09,
@@ -465,23 +479,25 @@ class AMF2JSON_API AMFProtocol {
   AMFProtocol(const AMFProtocol&) = delete;
   AMFProtocol& operator=(const AMFProtocol&) = delete;
 
-  // ---- Decoding ------------------------------------------------------------------------------------
+  // ---- Decoding
+  // ------------------------------------------------------------------------------------
   //
   // All readers read at `readCursor` and move it past what they consumed. All wire numbers are
-  // big-endian. Each returns a new node that the caller owns, never null unless said. All bytes must be
-  // present: no end is checked. When a reader throws, every node it had made is deleted, the cursor stays
-  // where the failure happened (a refused reference leaves it behind its index), and entries already
-  // added to the reference tables stay, possibly dangling: after any exception use only `parse`,
-  // `getHeader`, `getMessage` (they empty the tables first) or a new object.
+  // big-endian. Each returns a new node that the caller owns, never null unless said. All bytes
+  // must be present: no end is checked. When a reader throws, every node it had made is deleted,
+  // the cursor stays where the failure happened (a refused reference leaves it behind its index),
+  // and entries already added to the reference tables stay, possibly dangling: after any exception
+  // use only `parse`, `getHeader`, `getMessage` (they empty the tables first) or a new object.
 
   /// Decodes one whole packet:
   ///   u16 version | u16 header count | headers | u16 message count | messages
-  /// Returns `package`, owned by this object until the next parse or its end; the host must not delete it.
-  /// Null packet: returns null and changes nothing. The previous package is deleted once the version has
-  /// been read. Afterwards `jsonText` holds 716800 and `scriptText` 358400 NUL bytes (room for the views);
-  /// bytes that a host overwrote in place, without changing the size, are not looked for. The tables hold
-  /// the entries of the last section read, and `readCursor` points just past the last byte consumed.
-  /// Throws what the readers below throw; `package` then keeps the headers and messages completed before.
+  /// Returns `package`, owned by this object until the next parse or its end; the host must not
+  /// delete it. Null packet: returns null and changes nothing. The previous package is deleted once
+  /// the version has been read. Afterwards `jsonText` holds 716800 and `scriptText` 358400 NUL
+  /// bytes (room for the views); bytes that a host overwrote in place, without changing the size,
+  /// are not looked for. The tables hold the entries of the last section read, and `readCursor`
+  /// points just past the last byte consumed. Throws what the readers below throw; `package` then
+  /// keeps the headers and messages completed before.
   AMFPackage* parse(const char* packet);
 
   /// Empties the four reference tables, then reads one header:
@@ -508,29 +524,30 @@ class AMF2JSON_API AMFProtocol {
   AMFDate* getAMF0Date();
   /// u32 length, bytes. `document` is 1.
   AMFXML* getAMF0XML();
-  /// u16 index; a deep copy of that `amf0References` entry with `referenceIndex` set. Not registered.
-  /// Throws "getAMF0ByReference(): invalid reference index" when the table is not that long,
-  /// "getAMF0ByReference(): lack of referenced data" when the entry is null.
+  /// u16 index; a deep copy of that `amf0References` entry with `referenceIndex` set. Not
+  /// registered. Throws "getAMF0ByReference(): invalid reference index" when the table is not that
+  /// long, "getAMF0ByReference(): lack of referenced data" when the entry is null.
   AMFNode* getAMF0ByReference();
   /// u16 length, name, then one value. Null at the end mark: a name, whatever it holds, and 09.
   AMFPair* getAMF0Pair();
-  /// Marker 03: members up to the end mark. Marker 10: u16 length, class name, then as 03. Marker 06: it is
-  /// read first. Any other marker reads an anonymous object. Registered once it has ended: a nested object
-  /// or array has a lower index than the one around it.
+  /// Marker 03: members up to the end mark. Marker 10: u16 length, class name, then as 03. Marker
+  /// 06: it is read first. Any other marker reads an anonymous object. Registered once it has
+  /// ended: a nested object or array has a lower index than the one around it.
   AMFObject* getAMF0Object(AMF0Markers marker);
-  /// u32 count, then for marker 0A that many values, for 08 that many members (no end mark is read).
-  /// Marker 06: it is read first. Registered once it has ended.
-  /// Throws "getAMF0Array(): lack of strict array data or bad array size" or "getAMF0Array(): lack of
-  /// associative array property or bad array size" at an end mark, "getAMF0Array: unknown array type" for
-  /// any other marker, the count already consumed.
+  /// u32 count, then for marker 0A that many values, for 08 that many members (no end mark is
+  /// read). Marker 06: it is read first. Registered once it has ended. Throws "getAMF0Array(): lack
+  /// of strict array data or bad array size" or "getAMF0Array(): lack of associative array property
+  /// or bad array size" at an end mark, "getAMF0Array: unknown array type" for any other marker,
+  /// the count already consumed.
   AMFArray* getAMF0Array(AMF0Markers marker);
 
-  /// The AMF3 integer of one to four bytes, most significant group first. The fourth byte is a signed
-  /// 8-bit number: FF FF FF FF is 0x1FFFFEFF, 80 80 80 FF is 0xFFFFFFFF.
+  /// The AMF3 integer of one to four bytes, most significant group first. The fourth byte is a
+  /// signed 8-bit number: FF FF FF FF is 0x1FFFFEFF, 80 80 80 FF is 0xFFFFFFFF.
   std::uint32_t getVLUnsignedInt();
   /// One byte, widened with its sign.
   AMF3Markers getAMF3Marker();
-  /// A marker and its value. Throws "getAMF3Value(): unknown value type marker" for all but 00 to 0C.
+  /// A marker and its value. Throws "getAMF3Value(): unknown value type marker" for all but 00 to
+  /// 0C.
   AMFNode* getAMF3Value();
   /// Marker 02 or 03; AMF3_UNDEFINED: it is read first.
   /// Throws "getAMF3Bool(): not a boolen type marker passed" for any other.
@@ -538,48 +555,54 @@ class AMF2JSON_API AMFProtocol {
   /// The U29 as it stands, without sign extension.
   AMFInt* getAMF3Integer();
   AMFDouble* getAMF3Double();
-  /// U29: bit 0 clear, a reference with index U29 >> 1 into `amf3StringReferences` (a deep copy with
-  /// `referenceIndex` set); bit 0 set, U29 >> 1 bytes inline, registered unless empty.
-  /// `withMarker` true reads a marker first and throws "getAMF3String(): an string type expected" unless
-  /// it is 06. Throws "getAMF3String(): invalid string reference index" (not below the table's size, or a
-  /// null entry), "getAMF3String(): not a string type node found in string reference table".
+  /// U29: bit 0 clear, a reference with index U29 >> 1 into `amf3StringReferences` (a deep copy
+  /// with `referenceIndex` set); bit 0 set, U29 >> 1 bytes inline, registered unless empty.
+  /// `withMarker` true reads a marker first and throws "getAMF3String(): an string type expected"
+  /// unless it is 06. Throws "getAMF3String(): invalid string reference index" (not below the
+  /// table's size, or a null entry), "getAMF3String(): not a string type node found in string
+  /// reference table".
   AMFString* getAMF3String(bool withMarker);
-  /// As a string, over `amf3ObjectReferences`; markers 07 (`document` 1) and 0B (0); AMF3_UNDEFINED: it is
-  /// read first. Throws "getAMF3XML(): not a XML type marker passed", "getAMF3XML(): invalid XML reference
-  /// index", "getAMF3XML(): reference to the non XML type node".
+  /// As a string, over `amf3ObjectReferences`; markers 07 (`document` 1) and 0B (0);
+  /// AMF3_UNDEFINED: it is read first. Throws "getAMF3XML(): not a XML type marker passed",
+  /// "getAMF3XML(): invalid XML reference index", "getAMF3XML(): reference to the non XML type
+  /// node".
   AMFXML* getAMF3XML(AMF3Markers marker);
-  /// U29 (reference, or bit 0 set and the rest ignored), f64 milliseconds. Throws "getAMF3Date(): invalid
-  /// date reference index", "getAMF3Date(): reference to the non date type node".
+  /// U29 (reference, or bit 0 set and the rest ignored), f64 milliseconds. Throws "getAMF3Date():
+  /// invalid date reference index", "getAMF3Date(): reference to the non date type node".
   AMFDate* getAMF3Date();
   /// As XML. Throws "getAMF3ByteArray(): invalid byte array reference index", "getAMF3ByteArray():
   /// reference to the non byte array type node".
   AMFRaw* getAMF3ByteArray();
   /// A name without marker, then a value; null at the empty name that ends the list.
   AMFPair* getAMF3Pair();
-  /// U29: a reference, or the dense count; then members up to the empty name, then the dense values.
-  /// Throws "getAMF3Array(): invalid array reference index", "getAMF3Array(): reference to the non array
-  /// type node", "getAMF3Array(): array circular reference" (the array is still being read).
+  /// U29: a reference, or the dense count; then members up to the empty name, then the dense
+  /// values. Throws "getAMF3Array(): invalid array reference index", "getAMF3Array(): reference to
+  /// the non array type node", "getAMF3Array(): array circular reference" (the array is still being
+  /// read).
   AMFArray* getAMF3Array();
   /// U29: a reference, or traits (by reference or inline) and the members.
-  /// Throws "getAMF3Object(): invalid objects reference index", "getAMF3Object(): reference to the non
-  /// object type node", "getAMF3Object(): objects circular reference", "getAMF3Object(): traits reference
-  /// index is invalid", "getAMF3Object(): bad amount of sealed properties" (the entry has fewer members
-  /// than it says), "getAMF3Object(): lack of string type property name data" (an entry's member has no
-  /// name), "getAMF3Object(): unsupported externalizable class type".
+  /// Throws "getAMF3Object(): invalid objects reference index", "getAMF3Object(): reference to the
+  /// non object type node", "getAMF3Object(): objects circular reference", "getAMF3Object(): traits
+  /// reference index is invalid", "getAMF3Object(): bad amount of sealed properties" (the entry has
+  /// fewer members than it says), "getAMF3Object(): lack of string type property name data" (an
+  /// entry's member has no name), "getAMF3Object(): unsupported externalizable class type".
   AMFObject* getAMF3Object();
 
-  // ---- Encoding ------------------------------------------------------------------------------------
+  // ---- Encoding
+  // ------------------------------------------------------------------------------------
   //
-  // Every writer appends pieces to `outputChunks` or throws. Nothing is rolled back: pieces appended
-  // before an error stay until `clean`. References are written exactly where nodes record them
+  // Every writer appends pieces to `outputChunks` or throws. Nothing is rolled back: pieces
+  // appended before an error stay until `clean`. References are written exactly where nodes record
+  // them
   // (`referenceIndex`, `traitsIndex`); no table is kept and no index is checked.
 
-  /// Encodes a package: writes all pieces, joins them into `resultBuffer` and returns it; its length is
-  /// `getResultLength()`. The buffer is this object's until the next compile, or the host's after
-  /// `loseResultBuffer`. Null: returns null, nothing changes. The pieces of an earlier run that are still
-  /// listed are abandoned, not released: call `clean` after each compile to keep memory flat.
-  /// After an error `outputLength` is 0 and `resultBuffer` still that of the run before. Throws what the
-  /// writers throw, and std::bad_alloc when the packet would pass 2^32-1 bytes.
+  /// Encodes a package: writes all pieces, joins them into `resultBuffer` and returns it; its
+  /// length is `getResultLength()`. The buffer is this object's until the next compile, or the
+  /// host's after `loseResultBuffer`. Null: returns null, nothing changes. The pieces of an earlier
+  /// run that are still listed are abandoned, not released: call `clean` after each compile to keep
+  /// memory flat. After an error `outputLength` is 0 and `resultBuffer` still that of the run
+  /// before. Throws what the writers throw, and std::bad_alloc when the packet would pass 2^32-1
+  /// bytes.
   char* compile(const AMFPackage* source);
   /// u16 name length, name | u8 0 or 1 | u32 length as stored | the value.
   /// Throws "setHeader(): lack of header type node".
@@ -594,22 +617,24 @@ class AMF2JSON_API AMFProtocol {
   /// Bytes in `resultBuffer`.
   std::uint32_t getResultLength() const { return outputLength; }
 
-  /// Writes any value into a place of version `placeVersion`; an AMF3 node in an AMF0 place gets the
-  /// switch marker 11 first. Throws "setNodeValue(): lack of value type node", "setNodeValue(): this node
-  /// can't be placed here", "setNodeValue(): switching AMF3 -> AMF0  is impossible", "setNodeValue():
-  /// integer type is not supported in AMF0 use double instead", "setNodeValue(): byte array type is not
-  /// supported in AMF0 version of protocol". A kind code above 14 writes nothing (but the 11).
+  /// Writes any value into a place of version `placeVersion`; an AMF3 node in an AMF0 place gets
+  /// the switch marker 11 first. Throws "setNodeValue(): lack of value type node", "setNodeValue():
+  /// this node can't be placed here", "setNodeValue(): switching AMF3 -> AMF0  is impossible",
+  /// "setNodeValue(): integer type is not supported in AMF0 use double instead", "setNodeValue():
+  /// byte array type is not supported in AMF0 version of protocol". A kind code above 14 writes
+  /// nothing (but the 11).
   void setNodeValue(const AMFNode* node, AMFVersion placeVersion);
-  /// The bytes alone. Throws "setByteArray(): lack of byte array", "setByteArray(): lack of byte array
-  /// value or bad array size" (a length without bytes).
+  /// The bytes alone. Throws "setByteArray(): lack of byte array", "setByteArray(): lack of byte
+  /// array value or bad array size" (a length without bytes).
   void setByteArray(const AMFRaw* node);
-  /// [marker] length bytes. Up to 65535 bytes: marker 02 or 0C as given, anything else means 02; longer:
-  /// 0C, but "setAMF0String(): string is too large" for a given 02.
-  /// Throws "setAMF0String(): lack of string type node".
+  /// [marker] length bytes. Up to 65535 bytes: marker 02 or 0C as given, anything else means 02;
+  /// longer: 0C, but "setAMF0String(): string is too large" for a given 02. Throws
+  /// "setAMF0String(): lack of string type node".
   void setAMF0String(const AMFString* node, bool withMarker, AMF0Markers marker);
   /// 01, the stored byte as it is. Throws "setAMF0Bool(): lack of boolen type node".
   void setAMF0Bool(const AMFBool* node);
-  /// 00, the value as an unsigned number in a double. Throws "setAMF0Int(): lack of integer type node".
+  /// 00, the value as an unsigned number in a double. Throws "setAMF0Int(): lack of integer type
+  /// node".
   void setAMF0Int(const AMFInt* node);
   /// 00, f64. Throws "setAMF0Double(): lack of double type node".
   void setAMF0Double(const AMFDouble* node);
@@ -617,23 +642,23 @@ class AMF2JSON_API AMFProtocol {
   void setAMF0Date(const AMFDate* node);
   /// 0F, u32 length, bytes. Throws "setAMF0XML(): lack of XML type node".
   void setAMF0XML(const AMFXML* node);
-  /// Name, value. Throws "setAMF0Pair(): lack of pair type node", "setAMF0Pair(): lack of pair type node
-  /// name", "setAMF0Pair(): lack of pair type node value", all before the first byte.
+  /// Name, value. Throws "setAMF0Pair(): lack of pair type node", "setAMF0Pair(): lack of pair type
+  /// node name", "setAMF0Pair(): lack of pair type node value", all before the first byte.
   void setAMF0Pair(const AMFPair* pair);
-  /// 03, or 10 and the class name; the pairs; 00 00 09. Throws "setAMF0Object(): lack of object type
-  /// node", "setAMF0Object(): lack of object property", "setAMF0Object(): not a pair type node passed as
-  /// object property".
+  /// 03, or 10 and the class name; the pairs; 00 00 09. Throws "setAMF0Object(): lack of object
+  /// type node", "setAMF0Object(): lack of object property", "setAMF0Object(): not a pair type node
+  /// passed as object property".
   void setAMF0Object(const AMFObject* object);
-  /// 0A or 08, u32 count, the elements; no end mark. Throws "setAMF0Array(): lack of array type node",
-  /// "setAMF0Object(): lack of array property" (so spelled), "setAMF0Array(): not a pair type node passed
-  /// as associative array property".
+  /// 0A or 08, u32 count, the elements; no end mark. Throws "setAMF0Array(): lack of array type
+  /// node", "setAMF0Object(): lack of array property" (so spelled), "setAMF0Array(): not a pair
+  /// type node passed as associative array property".
   void setAMF0Array(const AMFArray* array);
   /// 07, the low 16 bits of `index`.
   void setAMF0Reference(unsigned int index);
 
-  /// A U29 of one to four bytes, each a piece of its own. Throws "setAMF3Integer(): integer value is to
-  /// large" above 0x3FFFFFFF. 0x200000 to 0x3FFFFF come out as three bytes, and 0x20000000 to 0x3FFFFFFF
-  /// lose bit 29: those values do not read back as they were.
+  /// A U29 of one to four bytes, each a piece of its own. Throws "setAMF3Integer(): integer value
+  /// is to large" above 0x3FFFFFFF. 0x200000 to 0x3FFFFF come out as three bytes, and 0x20000000 to
+  /// 0x3FFFFFFF lose bit 29: those values do not read back as they were.
   void setVLInteger(unsigned int value);
   /// 04, U29. Throws "setAMF3Integer: lack of integer type node", and setVLInteger's after the 04.
   void setAMF3Integer(const AMFInt* node);
@@ -648,44 +673,47 @@ class AMF2JSON_API AMFProtocol {
   /// 0C (for kind AMF_RAW only), reference or length and bytes.
   /// Throws "setAMF3Raw: lack of binary array type node".
   void setAMF3Raw(const AMFRaw* node);
-  /// 09, reference; or dense count, pairs, 01, dense values. Throws "setAMF3Array: lack of array type
-  /// node", "setAMF3Array : invalid array size", "setAMF3Array : missing the property name in associative
-  /// array", "setAMF3Array : missing the property value in associative array", "setAMF3Array(): invalid
-  /// dense array size".
+  /// 09, reference; or dense count, pairs, 01, dense values. Throws "setAMF3Array: lack of array
+  /// type node", "setAMF3Array : invalid array size", "setAMF3Array : missing the property name in
+  /// associative array", "setAMF3Array : missing the property value in associative array",
+  /// "setAMF3Array(): invalid dense array size".
   void setAMF3Array(const AMFArray* array);
   /// 0A, reference; or traits and members. Throws "setAMF3Object: lack of object type node",
   /// "setAMF3Object: invalid object's properties number", "setAMF3Object: invalid sealed properties
   /// number", "setAMF3Object: invalid dynamic properties number".
   void setAMF3Object(const AMFObject* object);
 
-  // ---- Rendering: the four views -------------------------------------------------------------------
+  // ---- Rendering: the four views
+  // -------------------------------------------------------------------
   //
-  // Each renders `package` and returns a reference to a text of this object, valid until the next view,
-  // parse, or the end of the object. `pretty` true: tabs and line ends; false: one run of text, broken by
-  // a line feed about every 500 bytes. Without a package the framing alone comes out. The views throw
-  // nothing of their own. std::bad_alloc leaves the texts and the path state partly written: use a fresh
-  // object then.
+  // Each renders `package` and returns a reference to a text of this object, valid until the next
+  // view, parse, or the end of the object. `pretty` true: tabs and line ends; false: one run of
+  // text, broken by a line feed about every 500 bytes. Without a package the framing alone comes
+  // out. The views throw nothing of their own. std::bad_alloc leaves the texts and the path state
+  // partly written: use a fresh object then.
   //
   // What one view leaves for the next on the same object, on purpose:
   // - the root of the script path ("amf" or empty) is chosen by the first view and stays;
   // - getPackageAsJSView clears `useTemporaries` for good;
-  // - once the texts passed 499999 bytes, `outputLimitReached` stays set, and every script view writes
+  // - once the texts passed 499999 bytes, `outputLimitReached` stays set, and every script view
+  // writes
   //   only its framing from then on; getPackageInJSON always renders in full;
   // - an AMF3 reference right behind a switch marker leaves one closing bracket on `closerStack`.
   // The script views must not be run on untrusted packets: see SECURITY.md.
 
   /// The JSON text. Returns `jsonText`.
   const std::string& getPackageInJSON(bool pretty);
-  /// A script: "\n amf = ", the object literal, "\n\n", then one statement per value. Strings of 400 bytes
-  /// and more become variables qxAmfTemporary1, 2, ... defined in front. Returns `jsonText`, or
-  /// `scriptPreamble` when such variables were defined.
+  /// A script: "\n amf = ", the object literal, "\n\n", then one statement per value. Strings of
+  /// 400 bytes and more become variables qxAmfTemporary1, 2, ... defined in front. Returns
+  /// `jsonText`, or `scriptPreamble` when such variables were defined.
   const std::string& getPackageInJS(bool pretty);
   /// The literal, "\n\nJS representaion\n\n" (so spelled), then the statements. Returns `jsonText`.
   const std::string& getPackageInJSON_and_JS(bool pretty);
   /// The statements alone. Returns `scriptText`.
   const std::string& getPackageAsJSView(bool pretty);
 
-  // ---- Rendering: the primitives -------------------------------------------------------------------
+  // ---- Rendering: the primitives
+  // -------------------------------------------------------------------
   //
   // The views are made of these. A host may call them to add text of its own; it keeps brackets and
   // prefixes balanced. `name` is never escaped: do not pass packet text as a name.
@@ -705,52 +733,56 @@ class AMF2JSON_API AMFProtocol {
   /// One member line of `jsonText`. `quote` true: the value is escaped (a backslash before each of
   /// \ / BS FF LF CR TAB, three before each quote) and quoted; false: it is written as it is.
   void appendAttr(const std::string& name, const std::string& value, bool quote);
-  /// One statement of `scriptText`. `quote` true: BS FF LF CR TAB are dropped, a quote gets one backslash.
+  /// One statement of `scriptText`. `quote` true: BS FF LF CR TAB are dropped, a quote gets one
+  /// backslash.
   void appendJSAttr(const std::string& name, const std::string& value, bool quote);
   /// A value into `jsonText` and, unless `jsonOnly`, into `scriptText`, both with the escaping of
-  /// appendJSAttr. `named` true: as a member called "value"; false: it continues the line begun before.
+  /// appendJSAttr. `named` true: as a member called "value"; false: it continues the line begun
+  /// before.
   void appendValue(const std::string& value, bool quote, bool named);
   /// A node and everything below it. Null writes nothing.
   void appendNode(AMFNode* node, AMFVersion parentVersion);
-  /// One named member; a null node is written as null. In script paths the name ends at its first NUL and
-  /// after 999 bytes.
+  /// One named member; a null node is written as null. In script paths the name ends at its first
+  /// NUL and after 999 bytes.
   void appendChild(const std::string& name, AMFNode* node, AMFVersion nodeVersion, bool isInline);
   /// The children of `node` as a named list; for a null node nothing is written. Path segments
   /// ("name[i]") end as in appendChild.
   void appendChildren(const std::string& name, AMFNode* node);
 
-  // ---- State ---------------------------------------------------------------------------------------
+  // ---- State
+  // ---------------------------------------------------------------------------------------
 
-  char* resultBuffer = nullptr;                 ///< owned (`new char[]`): the packet of the last compile
-  const char* readCursor = nullptr;             ///< not owned: where the readers read
-  AMFPackage* package = nullptr;                ///< owned: the package of the last parse
-  std::vector<AMFNode*> amf0References;         ///< not owned: objects and arrays, as they end
-  std::vector<AMFNode*> amf3StringReferences;   ///< not owned: non-empty inline strings
-  std::vector<AMFNode*> amf3ObjectReferences;   ///< not owned: XML, dates, byte arrays, arrays, objects
-  std::vector<AMFNode*> amf3TraitReferences;    ///< not owned: objects with inline traits
-  AMFOutputChunks outputChunks;                 ///< the pieces of the last compile
-  std::uint32_t outputLength = 0;               ///< bytes in `resultBuffer`
-  std::string jsonText;                         ///< JSON text, or the literal of the script views
-  std::string scriptText;                       ///< script statements
-  std::string scriptPreamble;                   ///< definitions of the temporaries
-  std::int32_t temporaryCounter = 0;            ///< temporaries issued so far
-  std::string newLine;                          ///< "\n" when pretty, else empty
-  std::string scriptNewLine = "\n";             ///< end of a statement
-  std::string indentUnit;                       ///< "\t" when pretty, else empty
-  std::string indent;                           ///< `indentUnit` once per open block
-  std::string closerStack;                      ///< closing bracket of each open block, innermost last
-  bool trackDepth = false;                      ///< count `childDepth`
-  bool noRootPrefix = false;                    ///< CreatePrefix makes an empty root
-  bool nextPrefixBare = false;                  ///< the next AddOnePrefix writes no "."
-  bool scriptStatementStart = true;             ///< a statement has just ended
-  std::int32_t childDepth = 0;                  ///< nesting of appendChild and appendChildren
-  bool jsonOnly = false;                        ///< nothing goes to `scriptText`
-  bool jsonAndScript = false;                   ///< long strings stay inline
-  bool scriptView = false;                      ///< set by the two views without the "amf" root
-  bool outputLimitReached = false;              ///< the texts passed 499999 bytes; never cleared
-  bool useTemporaries = true;                   ///< long strings become temporaries
-  bool valueInline = false;                     ///< a value stands inside a statement begun before
-  std::int32_t lineBreakCount = 1;              ///< soft breaks in `jsonText`, plus one
+  char* resultBuffer = nullptr;          ///< owned (`new char[]`): the packet of the last compile
+  const char* readCursor = nullptr;      ///< not owned: where the readers read
+  AMFPackage* package = nullptr;         ///< owned: the package of the last parse
+  std::vector<AMFNode*> amf0References;  ///< not owned: objects and arrays, as they end
+  std::vector<AMFNode*> amf3StringReferences;  ///< not owned: non-empty inline strings
+  std::vector<AMFNode*>
+      amf3ObjectReferences;  ///< not owned: XML, dates, byte arrays, arrays, objects
+  std::vector<AMFNode*> amf3TraitReferences;  ///< not owned: objects with inline traits
+  AMFOutputChunks outputChunks;               ///< the pieces of the last compile
+  std::uint32_t outputLength = 0;             ///< bytes in `resultBuffer`
+  std::string jsonText;                       ///< JSON text, or the literal of the script views
+  std::string scriptText;                     ///< script statements
+  std::string scriptPreamble;                 ///< definitions of the temporaries
+  std::int32_t temporaryCounter = 0;          ///< temporaries issued so far
+  std::string newLine;                        ///< "\n" when pretty, else empty
+  std::string scriptNewLine = "\n";           ///< end of a statement
+  std::string indentUnit;                     ///< "\t" when pretty, else empty
+  std::string indent;                         ///< `indentUnit` once per open block
+  std::string closerStack;           ///< closing bracket of each open block, innermost last
+  bool trackDepth = false;           ///< count `childDepth`
+  bool noRootPrefix = false;         ///< CreatePrefix makes an empty root
+  bool nextPrefixBare = false;       ///< the next AddOnePrefix writes no "."
+  bool scriptStatementStart = true;  ///< a statement has just ended
+  std::int32_t childDepth = 0;       ///< nesting of appendChild and appendChildren
+  bool jsonOnly = false;             ///< nothing goes to `scriptText`
+  bool jsonAndScript = false;        ///< long strings stay inline
+  bool scriptView = false;           ///< set by the two views without the "amf" root
+  bool outputLimitReached = false;   ///< the texts passed 499999 bytes; never cleared
+  bool useTemporaries = true;        ///< long strings become temporaries
+  bool valueInline = false;          ///< a value stands inside a statement begun before
+  std::int32_t lineBreakCount = 1;   ///< soft breaks in `jsonText`, plus one
 
  private:
   void blankTexts();
@@ -809,8 +841,8 @@ class AMF2JSON_API AMFProtocol {
   std::vector<std::size_t> scriptPathStarts;
   bool zoneIsRead = false;  // a view has read the time zone for all its dates
 
-  // Two spare texts, so that parse needs no fill: while the visible texts are the untouched NULs of the
-  // last parse the spares are what a view writes into, and the other way round.
+  // Two spare texts, so that parse needs no fill: while the visible texts are the untouched NULs of
+  // the last parse the spares are what a view writes into, and the other way round.
   std::string spareJsonText;
   std::string spareScriptText;
   bool textsBlank = false;   // the visible texts are NULs, as far as the library knows

@@ -7,7 +7,9 @@ AMFArray::AMFArray(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_ARRAY, nodeVersion, nodeParent) {}
 AMFArray::AMFArray(const AMFArray& source) = default;
 AMFArray::~AMFArray() = default;
-AMFArray* AMFArray::clone() const { return new AMFArray(*this); }
+AMFArray* AMFArray::clone() const {
+  return new AMFArray(*this);
+}
 
 void AMFArray::appendChild(AMFNode* node, bool copy) {
   if (!node) return;

@@ -15,8 +15,12 @@ AMFRaw::AMFRaw(const AMFRaw& source) : AMFNode(source) {
   length = source.length;  // a length without bytes is copied as such
 }
 
-AMFRaw::~AMFRaw() { delete[] data; }
-AMFRaw* AMFRaw::clone() const { return new AMFRaw(*this); }
+AMFRaw::~AMFRaw() {
+  delete[] data;
+}
+AMFRaw* AMFRaw::clone() const {
+  return new AMFRaw(*this);
+}
 
 void AMFRaw::setValue(const char* bytes, unsigned int byteCount) {
   char* taken = nullptr;
@@ -35,13 +39,17 @@ AMFString::AMFString(AMFType kind, AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFRaw(kind, nodeVersion, nodeParent) {}
 AMFString::AMFString(const AMFString& source) = default;
 AMFString::~AMFString() = default;
-AMFString* AMFString::clone() const { return new AMFString(*this); }
+AMFString* AMFString::clone() const {
+  return new AMFString(*this);
+}
 
 AMFXML::AMFXML(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFString(AMF_XML, nodeVersion, nodeParent) {}
 AMFXML::AMFXML(const AMFXML& source) = default;
 AMFXML::~AMFXML() = default;
-AMFXML* AMFXML::clone() const { return new AMFXML(*this); }
+AMFXML* AMFXML::clone() const {
+  return new AMFXML(*this);
+}
 
 void AMFXML::setValue(AMFString* text) {
   if (text) AMFRaw::setValue(text->data, text->length);

@@ -7,7 +7,9 @@
 AMFHeader::AMFHeader(AMFNode* nodeParent) : AMFPair(AMF_VERSION_0, nodeParent, AMF_HEADER) {}
 AMFHeader::AMFHeader(const AMFHeader& source) = default;
 AMFHeader::~AMFHeader() = default;
-AMFHeader* AMFHeader::clone() const { return new AMFHeader(*this); }
+AMFHeader* AMFHeader::clone() const {
+  return new AMFHeader(*this);
+}
 
 AMFMessage::AMFMessage(AMFNode* nodeParent) : AMFNode(AMF_MESSAGE, AMF_VERSION_0, nodeParent) {
   auto target = std::make_unique<AMFString>(AMF_VERSION_0);
@@ -30,9 +32,13 @@ AMFMessage::~AMFMessage() {
   delete responseUri;
   delete value;
 }
-AMFMessage* AMFMessage::clone() const { return new AMFMessage(*this); }
+AMFMessage* AMFMessage::clone() const {
+  return new AMFMessage(*this);
+}
 
-void AMFMessage::setTargetUri(AMFString* uri, bool copy) { model::replace(targetUri, uri, copy); }
+void AMFMessage::setTargetUri(AMFString* uri, bool copy) {
+  model::replace(targetUri, uri, copy);
+}
 void AMFMessage::setResponseUri(AMFString* uri, bool copy) {
   model::replace(responseUri, uri, copy);
 }
@@ -48,7 +54,9 @@ void AMFMessage::setValue(AMFNode* newValue, bool copy) {
 AMFPackage::AMFPackage(AMFVersion packetVersion) : AMFNode(AMF_PACKAGE, packetVersion, nullptr) {}
 AMFPackage::AMFPackage(const AMFPackage& source) = default;
 AMFPackage::~AMFPackage() = default;
-AMFPackage* AMFPackage::clone() const { return new AMFPackage(*this); }
+AMFPackage* AMFPackage::clone() const {
+  return new AMFPackage(*this);
+}
 
 void AMFPackage::appendHeader(AMFHeader* header, bool copy) {
   AMFNode::appendChild(header, copy);

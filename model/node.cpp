@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// AMFNode: what all nodes share, the owned list of children above all. Tested by tests/model_test.cpp.
+// AMFNode: what all nodes share, the owned list of children above all. Tested by
+// tests/model_test.cpp.
 #include "AMF2JSON.h"
 #include "model/attach.h"
 
 AMFNode::AMFNode(AMFType kind, AMFVersion nodeVersion, AMFNode* nodeParent)
     : parent(nodeParent), type(kind), version(nodeVersion) {}
 
-// Delegates first: from then on the destructor runs, and frees the copies made so far, when one fails.
+// Delegates first: from then on the destructor runs, and frees the copies made so far, when one
+// fails.
 AMFNode::AMFNode(const AMFNode& source) : AMFNode(source.type, source.version, nullptr) {
   referenceIndex = source.referenceIndex;
   complete = source.complete;

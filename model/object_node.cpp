@@ -15,14 +15,22 @@ AMFObject::AMFObject(const AMFObject& source)
       traitsIndex(source.traitsIndex),
       className(model::copyOf(source.className).release()) {}
 
-AMFObject::~AMFObject() { delete className; }
-AMFObject* AMFObject::clone() const { return new AMFObject(*this); }
+AMFObject::~AMFObject() {
+  delete className;
+}
+AMFObject* AMFObject::clone() const {
+  return new AMFObject(*this);
+}
 
-void AMFObject::appendChild(AMFPair* pair, bool copy) { AMFNode::appendChild(pair, copy); }
+void AMFObject::appendChild(AMFPair* pair, bool copy) {
+  AMFNode::appendChild(pair, copy);
+}
 void AMFObject::setChild(unsigned int index, AMFPair* pair, bool copy) {
   AMFNode::setChild(index, pair, copy);
 }
-AMFNode* AMFObject::getChild(unsigned int index) const { return AMFNode::getChild(index); }
+AMFNode* AMFObject::getChild(unsigned int index) const {
+  return AMFNode::getChild(index);
+}
 
 void AMFObject::setClassName(AMFString* newName, bool copy) {
   model::replace(className, newName, copy);

@@ -21,9 +21,13 @@ AMFPair::~AMFPair() {
   delete name;
   delete value;
 }
-AMFPair* AMFPair::clone() const { return new AMFPair(*this); }
+AMFPair* AMFPair::clone() const {
+  return new AMFPair(*this);
+}
 
-void AMFPair::setName(AMFString* newName, bool copy) { model::replace(name, newName, copy); }
+void AMFPair::setName(AMFString* newName, bool copy) {
+  model::replace(name, newName, copy);
+}
 
 void AMFPair::setValue(AMFNode* newValue, bool copy) {
   if (!newValue) return;

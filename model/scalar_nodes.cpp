@@ -10,13 +10,17 @@ AMFNull::AMFNull(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_NULL, nodeVersion, nodeParent) {}
 AMFNull::AMFNull(const AMFNull& source) = default;
 AMFNull::~AMFNull() = default;
-AMFNull* AMFNull::clone() const { return new AMFNull(*this); }
+AMFNull* AMFNull::clone() const {
+  return new AMFNull(*this);
+}
 
 AMFUndefined::AMFUndefined(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_UNDEFINED, nodeVersion, nodeParent) {}
 AMFUndefined::AMFUndefined(const AMFUndefined& source) = default;
 AMFUndefined::~AMFUndefined() = default;
-AMFUndefined* AMFUndefined::clone() const { return new AMFUndefined(*this); }
+AMFUndefined* AMFUndefined::clone() const {
+  return new AMFUndefined(*this);
+}
 
 AMFBool::AMFBool(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_BOOL, nodeVersion, nodeParent) {}
@@ -25,22 +29,30 @@ AMFBool::AMFBool(const AMFBool& source) : AMFNode(source) {
   std::memcpy(&value, &source.value, sizeof value);
 }
 AMFBool::~AMFBool() = default;
-AMFBool* AMFBool::clone() const { return new AMFBool(*this); }
+AMFBool* AMFBool::clone() const {
+  return new AMFBool(*this);
+}
 
 AMFInt::AMFInt(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_INT, nodeVersion, nodeParent) {}
 AMFInt::AMFInt(const AMFInt& source) = default;
 AMFInt::~AMFInt() = default;
-AMFInt* AMFInt::clone() const { return new AMFInt(*this); }
+AMFInt* AMFInt::clone() const {
+  return new AMFInt(*this);
+}
 
 AMFDouble::AMFDouble(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_DOUBLE, nodeVersion, nodeParent) {}
 AMFDouble::AMFDouble(const AMFDouble& source) = default;
 AMFDouble::~AMFDouble() = default;
-AMFDouble* AMFDouble::clone() const { return new AMFDouble(*this); }
+AMFDouble* AMFDouble::clone() const {
+  return new AMFDouble(*this);
+}
 
 AMFDate::AMFDate(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_DATE, nodeVersion, nodeParent) {}
 AMFDate::AMFDate(const AMFDate& source) = default;
 AMFDate::~AMFDate() = default;
-AMFDate* AMFDate::clone() const { return new AMFDate(*this); }
+AMFDate* AMFDate::clone() const {
+  return new AMFDate(*this);
+}

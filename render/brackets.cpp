@@ -44,8 +44,8 @@ void AMFProtocol::closeBrackets() {
 // At most one line feed for every 500 bytes of text, wherever a block opens or a member begins.
 // Kept: in the pretty layout too. The product wraps at 32 bits; a negative one gives no break.
 void AMFProtocol::breakSoftly() {
-  const auto mark = static_cast<std::int32_t>(static_cast<std::uint32_t>(lineBreakCount) *
-                                              kSoftBreakEvery);
+  const auto mark =
+      static_cast<std::int32_t>(static_cast<std::uint32_t>(lineBreakCount) * kSoftBreakEvery);
   if (static_cast<std::size_t>(mark) > jsonText.size()) return;
   jsonText += '\n';
   lineBreakCount = static_cast<std::int32_t>(static_cast<std::uint32_t>(lineBreakCount) + 1);

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Dates as text. The one file with calls beyond ISO C++ (localtime_r, tzset): ctime shares one buffer between
-// threads, and its thread-safe form refuses years that it prints. Tested by tests/render_dates_test.cpp.
+// Dates as text. The one file with calls beyond ISO C++ (localtime_r, tzset): ctime shares one
+// buffer between threads, and its thread-safe form refuses years that it prints. Tested by
+// tests/render_dates_test.cpp.
 #include "render/date_text.h"
 
 #include <time.h>
@@ -51,10 +52,10 @@ std::string_view dateText(double timeMs, DateBuffer& buffer) {
     local = std::tm{};
     toLocalTime(0, local);
   }
-  const int length = std::snprintf(
-      buffer.bytes, sizeof buffer.bytes, "%.3s %.3s%3d %.2d:%.2d:%.2d %d",
-      kDays + 3 * local.tm_wday, kMonths + 3 * local.tm_mon, local.tm_mday, local.tm_hour,
-      local.tm_min, local.tm_sec, kYearBase + local.tm_year);
+  const int length =
+      std::snprintf(buffer.bytes, sizeof buffer.bytes, "%.3s %.3s%3d %.2d:%.2d:%.2d %d",
+                    kDays + 3 * local.tm_wday, kMonths + 3 * local.tm_mon, local.tm_mday,
+                    local.tm_hour, local.tm_min, local.tm_sec, kYearBase + local.tm_year);
   return {buffer.bytes, static_cast<std::size_t>(length)};
 }
 

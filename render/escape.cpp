@@ -25,7 +25,9 @@ constexpr std::array<Class, 256> makeClasses() {
 }
 constexpr std::array<Class, 256> kClasses = makeClasses();
 
-Class classOf(char byte) { return kClasses[static_cast<unsigned char>(byte)]; }
+Class classOf(char byte) {
+  return kClasses[static_cast<unsigned char>(byte)];
+}
 
 // The bytes that want no treatment go out in stretches; `treat` gets the others.
 template <class IsPlain, class Treat>

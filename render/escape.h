@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The two escaping rules of the views, each in one pass straight into the output. formatString, a third
-// rule, stands in the same source file.
+// The two escaping rules of the views, each in one pass straight into the output. formatString, a
+// third rule, stands in the same source file.
 #pragma once
 
 #include <string>
@@ -9,11 +9,12 @@
 
 namespace render {
 
-// Member lines: a backslash before each of \ / BS FF LF CR TAB (the control bytes stay raw), three before
-// each quote.
+// Member lines: a backslash before each of \ / BS FF LF CR TAB (the control bytes stay raw), three
+// before each quote.
 void appendJsonEscaped(std::string& out, std::string_view text);
 
-// Values and statements: BS FF LF CR TAB are dropped, each quote gets one backslash, backslashes pass.
+// Values and statements: BS FF LF CR TAB are dropped, each quote gets one backslash, backslashes
+// pass.
 void appendScriptEscaped(std::string& out, std::string_view text);
 
 }  // namespace render

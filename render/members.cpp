@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Named members and named lists: the name in the JSON text, the step in the script path, the descent.
-// Tested by tests/render_views_test.cpp.
+// Named members and named lists: the name in the JSON text, the step in the script path, the
+// descent. Tested by tests/render_views_test.cpp.
 #include "AMF2JSON.h"
 #include "render/number_text.h"
 

@@ -12,9 +12,14 @@ namespace {
 constexpr std::size_t kOutputLimit = 499999;
 
 // Kinds 0 to 14. Undefined has none: no "type" line is ever written for it.
-constexpr std::string_view kTypeNames[] = {
-    "null", "boolen" /* Kept: so spelled. */, "integer", "double", "string", "object", "date",
-    "xml", "array", "bytearray", "property", "", "header", "message", "package"};
+constexpr std::string_view kTypeNames[] = {"null",     "boolen" /* Kept: so spelled. */,
+                                           "integer",  "double",
+                                           "string",   "object",
+                                           "date",     "xml",
+                                           "array",    "bytearray",
+                                           "property", "",
+                                           "header",   "message",
+                                           "package"};
 
 std::string_view typeName(const AMFNode* node) {
   return node->type <= AMFNode::AMF_PACKAGE ? kTypeNames[node->type] : std::string_view();
@@ -85,7 +90,8 @@ bool AMFProtocol::isPastLimit() {
   return !jsonOnly;
 }
 
-// The lines in front of a node that is a reference, or that switches to AMF3. True: a block is open.
+// The lines in front of a node that is a reference, or that switches to AMF3. True: a block is
+// open.
 bool AMFProtocol::writePreludes(const AMFNode* node, AMFVersion parentVersion) {
   const bool isReference = node->referenceIndex != AMFNode::kNoReference;
   const bool switches = node->version == AMF_VERSION_3 && parentVersion == AMF_VERSION_0;
@@ -105,7 +111,9 @@ bool AMFProtocol::writePreludes(const AMFNode* node, AMFVersion parentVersion) {
   return isReference || switches;
 }
 
-void AMFProtocol::writeTypeName(const AMFNode* node) { writeAttr("type", typeName(node), true); }
+void AMFProtocol::writeTypeName(const AMFNode* node) {
+  writeAttr("type", typeName(node), true);
+}
 
 void AMFProtocol::writeNumber(std::string_view name, std::uint32_t value) {
   render::NumberBuffer buffer;
@@ -138,9 +146,10 @@ void AMFProtocol::writeMembersOf(AMFNode* node) {
     case AMFNode::AMF_ARRAY: return writeArray(static_cast<AMFArray*>(node));
     case AMFNode::AMF_DATE: return writeDate(static_cast<const AMFDate*>(node));
     case AMFNode::AMF_XML: return writeXML(static_cast<const AMFXML*>(node));
-    case AMFNode::AMF_RAW:
-      return writeValue(hexText(static_cast<const AMFRaw*>(node)), true, true);
-    case AMFNode::AMF_HEADER: writeHeaderLines(static_cast<const AMFHeader*>(node)); [[fallthrough]];
+    case AMFNode::AMF_RAW: return writeValue(hexText(static_cast<const AMFRaw*>(node)), true, true);
+    case AMFNode::AMF_HEADER:
+      writeHeaderLines(static_cast<const AMFHeader*>(node));
+      [[fallthrough]];
     case AMFNode::AMF_PAIR: return writePair(static_cast<AMFPair*>(node));
     case AMFNode::AMF_MESSAGE: return writeMessage(static_cast<AMFMessage*>(node));
     default: return writeChildren("content", node);  // the package: headers, then messages
@@ -187,8 +196,8 @@ void AMFProtocol::writeHeaderLines(const AMFHeader* header) {
   if (header->length != 0xFFFFFFFFu) writeNumber("length", header->length);
 }
 
-// Kept: two scalars make one script line, and stand value first in the JSON text; everything else stands
-// name first.
+// Kept: two scalars make one script line, and stand value first in the JSON text; everything else
+// stands name first.
 void AMFProtocol::writePair(AMFPair* pair) {
   const bool oneLine = !jsonOnly && pair->name && pair->value && !isContainer(pair->name) &&
                        !isContainer(pair->value);

@@ -19,9 +19,9 @@ std::string_view doubleText(double value, NumberBuffer& buffer) {
 
 #else
 
-// For a standard library without floating-point to_chars. A locale's decimal comma becomes a point again.
-// Kept: the three markers are another C library's; those of this platform (nan, inf) pass as they are, and
-// both IND forms mean infinities.
+// For a standard library without floating-point to_chars. A locale's decimal comma becomes a point
+// again. Kept: the three markers are another C library's; those of this platform (nan, inf) pass as
+// they are, and both IND forms mean infinities.
 std::string_view doubleText(double value, NumberBuffer& buffer) {
   const int length = std::snprintf(buffer.bytes, sizeof buffer.bytes, "%f", value);
   const std::string_view text(buffer.bytes, static_cast<std::size_t>(length));

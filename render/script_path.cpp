@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The script path: a stack of segments, kept as one joined text. Tested by tests/script_path_test.cpp.
+// The script path: a stack of segments, kept as one joined text. Tested by
+// tests/script_path_test.cpp.
 #include "AMF2JSON.h"
 
 namespace {
@@ -15,7 +16,9 @@ void AMFProtocol::CreatePrefix() {
   if (!noRootPrefix) scriptPath = "amf";
 }
 
-void AMFProtocol::AddOnePrefix(const std::string& name) { pushPath(name); }
+void AMFProtocol::AddOnePrefix(const std::string& name) {
+  pushPath(name);
+}
 
 void AMFProtocol::pushPath(std::string_view name) {
   scriptPathStarts.push_back(scriptPath.size());
@@ -36,4 +39,6 @@ void AMFProtocol::RemoveOnePrefix() {
   scriptPathStarts.pop_back();
 }
 
-void AMFProtocol::AddPrefixes(std::string& out) { out += scriptPath; }
+void AMFProtocol::AddPrefixes(std::string& out) {
+  out += scriptPath;
+}

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Values: one text into both outputs, long ones through numbered temporaries of the plain script view.
-// Enter at appendValue. Tested by tests/render_value_test.cpp.
+// Values: one text into both outputs, long ones through numbered temporaries of the plain script
+// view. Enter at appendValue. Tested by tests/render_value_test.cpp.
 #include <algorithm>
 
 #include "AMF2JSON.h"
@@ -24,7 +24,8 @@ void appendPieceLine(std::string& out, std::string_view name, const char* opener
   out += "\"\n";
 }
 
-// Where a piece that would end at `end` is cut, so that no backslash is parted from what it escapes.
+// Where a piece that would end at `end` is cut, so that no backslash is parted from what it
+// escapes.
 std::size_t cutBefore(std::string_view text, std::size_t start, std::size_t end) {
   std::size_t cut = end;
   while (cut > start && text[cut - 1] == '\\') --cut;
@@ -32,8 +33,8 @@ std::size_t cutBefore(std::string_view text, std::size_t start, std::size_t end)
 }
 
 // The definition of a temporary in lines of about 400 bytes.
-// Kept: the first piece holds up to 401 bytes, and `remaining` falls by the piece size whatever a piece
-// really held, so that the last line can be empty, and bytes at the end can be lost.
+// Kept: the first piece holds up to 401 bytes, and `remaining` falls by the piece size whatever a
+// piece really held, so that the last line can be empty, and bytes at the end can be lost.
 void appendDefinition(std::string& out, std::string_view name, std::string_view text) {
   const auto size = static_cast<std::size_t>(
       std::min(kPieceSize, kPieceAndNameMax - static_cast<std::int32_t>(name.size())));

@@ -66,8 +66,8 @@ const std::string& AMFProtocol::getPackageAsJSView(bool pretty) {
   return scriptText;
 }
 
-// What all views do once their mode is set. `bareRoot`: the script path has no root and its first segment no
-// dot, unless an earlier view on this object chose the root.
+// What all views do once their mode is set. `bareRoot`: the script path has no root and its first
+// segment no dot, unless an earlier view on this object chose the root.
 void AMFProtocol::renderPackage(bool pretty, bool bareRoot) {
   trackDepth = bareRoot;
   noRootPrefix = bareRoot;

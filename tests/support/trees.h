@@ -246,6 +246,17 @@ inline AMFPackage* package(AMFVersion version, std::initializer_list<AMFHeader*>
   return node;
 }
 
+/// Hands `node` to `call` and deletes it afterwards.
+template <class Node, class Call>
+void with(Node* node, Call call) {
+  const std::unique_ptr<Node> owner(node);
+  call(owner.get());
+}
+
 }  // namespace trees
+
+/// A table's call of one writer: WRITE(string(k0, "a"), setByteArray(node)).
+#define WRITE(tree, ...) \
+  ([](AMFProtocol& p) { trees::with(tree, [&p](auto* node) { p.__VA_ARGS__; }); })
 
 #endif  // TESTS_SUPPORT_TREES_H

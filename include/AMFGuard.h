@@ -148,4 +148,40 @@ AMF2JSON_API AMFPackage* parseVerified(AMFProtocol& protocol, const void* packet
                                        const AMFVerifyLimits& limits = AMFVerifyLimits(),
                                        AMFVerifyResult* result = nullptr);
 
+// ---------------------------------------------------------------------------------------------------
+// The fields of a packet
+
+/// What stands in the packet, in reading order; the first group takes bytes, the second takes none.
+enum class AMFFieldKind : std::uint32_t {
+  version,         ///< u16
+  headerCount,     ///< u16
+  messageCount,    ///< u16
+  mustUnderstand,  ///< u8
+  declaredLength,  ///< u32
+  marker0,         ///< u8, AMF0
+  marker3,         ///< u8, AMF3
+  length,          ///< u16 or u32 in front of AMF0 texts, names and URIs
+  count,           ///< u32, AMF0 arrays
+  reference,       ///< AMF0: u16, the index. AMF3: a variable-length integer; the index is value >> 1
+  head,            ///< AMF3: a variable-length integer with bit 0 set: lengths, counts, traits
+  integer,         ///< AMF3: a variable-length integer that is the value itself
+  number,          ///< 8 bytes
+  boolean,         ///< u8
+  timeMs,          ///< 8 bytes
+  timeZone,        ///< 2 bytes, AMF0
+  headerName,      ///< text, as the next six
+  targetUri,
+  responseUri,
+  className,
+  memberName,
+  string,
+  xml,
+  byteArray,    ///< bytes
+  end,          ///< an object or array has ended
+  amf0Entry,    ///< the object or array that just ended has this index in the AMF0 table
+  objectEntry,  ///< the AMF3 value just read, or the object or array just begun, has this index
+  stringEntry,  ///< the AMF3 string just read has this index
+  traitsEntry   ///< the AMF3 traits just read have this index
+};
+
 #endif  // AMFGUARD_H

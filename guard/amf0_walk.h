@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The walk, part two: AMF0 values. Enter at Walker::value0(). Included by the files that make a
+// walker.
+#pragma once
+
+#include "codec/reader_texts.h"
+#include "guard/walker.h"
+
+namespace guard {
+
+/// The AMF0 markers, as they stand on the wire.
+enum Marker0 : std::uint32_t {
+  kNumber0 = 0x00,
+  kBoolean0 = 0x01,
+  kString0 = 0x02,
+  kObject0 = 0x03,
+  kNull0 = 0x05,
+  kUndefined0 = 0x06,
+  kReference0 = 0x07,
+  kEcmaArray0 = 0x08,
+  kEndMark0 = 0x09,
+  kStrictArray0 = 0x0A,
+  kDate0 = 0x0B,
+  kLongString0 = 0x0C,
+  kXMLDocument0 = 0x0F,
+  kTypedObject0 = 0x10,
+  kSwitch0 = 0x11
+};
+
+/// What a 16-bit index can reach.
+constexpr std::size_t kReachable0 = 0x10000;
+
+// The marker has been read. The end mark is the caller's business: it is no value.
+template <class Sink>
+bool Walker<Sink>::value0(std::uint32_t marker) {
+  std::uint32_t number;
+  switch (marker) {
+    case kNumber0: return skip(Kind::number, 8) && chargeNode(kDouble);
+    case kBoolean0: return readU8(Kind::boolean, number) && chargeNode(kBool);
+    case kString0: return readU16(Kind::length, number) && text0(Kind::string, number);
+    case kLongString0: return readU32(Kind::length, number) && text0(Kind::string, number);
+    case kXMLDocument0: return readU32(Kind::length, number) && text0(Kind::xml, number);
+    case kObject0: return open(FrameKind::object0, 0, kObject) && charge(stringCost(0));
+    case kTypedObject0: return open(FrameKind::object0, 0, kObject) && className0();
+    case kNull0: return chargeNode(kNull);
+    case kUndefined0: return chargeNode(kUndefined);
+    case kReference0: return readU16(Kind::reference, number) && reference0(number);
+    case kStrictArray0:
+      return readU32(Kind::count, number) && open(FrameKind::strict0, number, kArray);
+    case kEcmaArray0: return readU32(Kind::count, number) && open(FrameKind::ecma0, number, kArray);
+    case kDate0:
+      // The zone is never looked at, but it has to be there to be skipped.
+      return skip(Kind::timeMs, 8) && skip(Kind::timeZone, 2) && chargeNode(kDate);
+    case kSwitch0: return value3(true);
+    default: return refuse(reader_texts::kUnknownAMF0Value);
+  }
+}
+
+template <class Sink>
+bool Walker<Sink>::text0(Kind kind, std::uint32_t length) {
+  Text text;
+  return readText(kind, length, text) &&
+         charge(kind == Kind::xml ? xmlCost(length) : stringCost(length));
+}
+
+template <class Sink>
+bool Walker<Sink>::className0() {
+  Text name;
+  return readShortText(Kind::className, name) && charge(stringCost(name.length));
+}
+
+template <class Sink>
+bool Walker<Sink>::reference0(std::uint32_t index) {
+  if (index >= amf0Entries.size()) return refuse(reader_texts::kAMF0ReferenceIndex);
+  const AMF0Entry& entry = amf0Entries[index];
+  return chargeCopy(entry.cost, entry.height, entry.switchedReferences);
+}
+
+// Members up to the end mark, whose name does not count.
+template <class Sink>
+bool Walker<Sink>::members0() {
+  const std::size_t depth = frames.size();
+  while (frames.size() == depth) {
+    std::uint32_t marker;
+    if (!readMember0(marker)) return false;
+    if (marker == kEndMark0) return close();
+    if (!value0(marker)) return false;
+  }
+  return true;
+}
+
+// Values of a strict array, or members of an associative one, as many as were announced.
+template <class Sink>
+bool Walker<Sink>::elements0() {
+  Frame& frame = frames.top();
+  const bool strict = frame.kind == FrameKind::strict0;
+  const std::size_t depth = frames.size();
+  while (frames.size() == depth) {
+    // Kept: an associative array ends with its last member; an end mark behind it belongs to what
+    // follows.
+    if (frame.remaining == 0) return close();
+    --frame.remaining;
+    if (!(strict ? strictElement0() : ecmaElement0())) return false;
+  }
+  return true;
+}
+
+template <class Sink>
+bool Walker<Sink>::strictElement0() {
+  std::uint32_t marker;
+  if (!readU8(Kind::marker0, marker)) return false;
+  if (marker == kEndMark0) return refuse(reader_texts::kAMF0StrictArrayEnd);
+  addSlot();
+  return value0(marker);
+}
+
+template <class Sink>
+bool Walker<Sink>::ecmaElement0() {
+  std::uint32_t marker;
+  if (!readMember0(marker)) return false;
+  return marker == kEndMark0 ? refuse(reader_texts::kAMF0EcmaArrayEnd) : value0(marker);
+}
+
+// A name and the marker behind it. The name counts once the marker shows that a member follows.
+template <class Sink>
+bool Walker<Sink>::readMember0(std::uint32_t& marker) {
+  Text name;
+  if (!readShortText(Kind::memberName, name) || !need(1)) return false;
+  marker = *cursor;
+  if (marker != kEndMark0) {
+    total += pairCost();
+    if (!charge(stringCost(name.length))) return false;
+  }
+  ++cursor;
+  note(Kind::marker0, 1, marker);
+  return true;
+}
+
+template <class Sink>
+bool Walker<Sink>::close0(const Frame& frame, const Cost& cost) {
+  if (amf0Entries.size() == kReachable0) return true;
+  AMF0Entry* const entry = amf0Entries.append();
+  if (!entry) return fail(AMFVerifyStatus::outOfMemory);
+  *entry = {cost, frame.height, since(frame.switchedStart, result.switchedReferences)};
+  note(Kind::amf0Entry, 0, amf0Entries.size() - 1);
+  return true;
+}
+
+}  // namespace guard

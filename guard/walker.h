@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The walk over the bytes of a packet: envelope, values of both formats, and the sums that the
+// limits are held against. No recursion: open objects and arrays stand on a stack of frames. Enter
+// at Walker::run() in packet_walk.h; the values are in amf0_walk.h and amf3_walk.h. This is a
+// reading of the format of its own, shared with the readers in nothing but the texts:
+// tests/guard_diff.cpp holds the two against each other.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+#include "AMFGuard.h"
+#include "guard/charge.h"
+#include "guard/table.h"
+
+namespace guard {
+
+using Byte = unsigned char;
+
+/// Some text in the packet.
+struct Text {
+  const Byte* bytes;
+  std::uint32_t length;
+};
+
+/// A finished AMF0 object or array: what a reference to it copies.
+struct AMF0Entry {
+  Cost cost;
+  std::uint32_t height;              // containers inside one another, itself included
+  std::uint32_t switchedReferences;  // AMF3 references right behind a switch marker
+};
+
+/// An entry of the AMF3 object table.
+struct AMF3Entry {
+  Cost cost;
+  std::uint32_t height;
+  AMFNode::AMFType type;
+  bool complete;
+};
+
+/// An entry of the AMF3 traits table.
+struct TraitsEntry {
+  std::uint64_t memberBytes;  // heap of the sealed members: pairs, slots, names
+  std::uint64_t nameBytes;    // text of their names
+  std::uint32_t classNameLength;
+  std::uint32_t sealedCount;
+  std::uint32_t
+      present;  // members attached by now; an externalizable object gets its only one at its end
+  bool dynamic;
+};
+
+enum class FrameKind : std::uint8_t {
+  object0,   // AMF0 members up to the end mark
+  strict0,   // AMF0 values by count
+  ecma0,     // AMF0 members by count
+  assoc3,    // AMF3 members up to the empty name, then as dense3
+  dense3,    // AMF3 values by count
+  sealed3,   // AMF3 values by count, then as dynamic3 if `dynamic`
+  dynamic3,  // AMF3 members up to the empty name
+  external3  // AMF3: one value
+};
+
+/// An open object or array.
+struct Frame {
+  Cost start;                   // the totals before it
+  std::uint32_t switchedStart;  // the same for the switched references
+  std::uint32_t remaining;      // values or members still to come, by count
+  std::uint32_t entry;          // AMF3: its index in the object table
+  std::uint32_t traits;         // external3: its index in the traits table
+  std::uint32_t height;
+  FrameKind kind;
+  bool dynamic;
+};
+
+static_assert(sizeof(AMF0Entry) <= 48 && sizeof(AMF3Entry) <= 48 && sizeof(TraitsEntry) <= 48 &&
+                  sizeof(Text) <= 16 && sizeof(Frame) <= 56,
+              "the memory bound of verifyPacket");
+
+/// Where the fields go when nobody wants to see them: costs nothing.
+struct NoSink {
+  static constexpr bool kActive = false;
+};
+
+/// `Sink::field(kind, offset, length, value, depth)` is told every field that was read whole,
+/// unless `Sink::kActive` is false.
+template <class Sink>
+class Walker {
+ public:
+  Walker(const void* packet, std::size_t size, const AMFVerifyLimits& verifyLimits, Sink& fieldSink)
+      : begin(static_cast<const Byte*>(packet)),
+        cursor(begin),
+        end(begin + size),
+        limits(verifyLimits),
+        sink(fieldSink) {}
+
+  /// Walks the whole packet and reports.
+  AMFVerifyResult run();
+
+ private:
+  using Kind = AMFFieldKind;
+
+  // All functions that return bool: false when the walk is over.
+
+  // The envelope
+  bool package();
+  bool sections(bool (Walker::*read)(), std::uint32_t count, std::uint32_t& done);
+  bool header();
+  bool message();
+  bool body();
+  bool step();
+
+  // Fields
+  std::size_t left() const { return static_cast<std::size_t>(end - cursor); }
+  std::size_t offset() const { return static_cast<std::size_t>(cursor - begin); }
+  bool need(std::uint32_t length) { return length <= left() || truncated(length); }
+  bool readU8(Kind kind, std::uint32_t& value);
+  bool readU16(Kind kind, std::uint32_t& value);
+  bool readU32(Kind kind, std::uint32_t& value);
+  bool skip(Kind kind, std::uint32_t length);
+  bool readText(Kind kind, std::uint32_t length, Text& text);
+  bool readShortText(Kind kind, Text& text);
+  void note(Kind kind, std::size_t length, std::uint64_t value) {
+    if constexpr (Sink::kActive) {
+      sink.field(kind, offset() - length, length, value, static_cast<std::uint32_t>(frames.size()));
+    }
+  }
+
+  // Ends of the walk
+  bool truncated(std::uint32_t length);
+  bool fail(AMFVerifyStatus status);
+  bool refuse(const char* text);
+
+  // Sums
+  bool withinLimits() {
+    return (total.nodes <= limits.maxNodes && total.bytes <= limits.maxTreeBytes) || overLimit();
+  }
+  bool overLimit();
+  bool charge(const Cost& cost);
+  bool chargeNode(std::uint64_t bytes);
+  bool chargeText(const Cost& cost, bool copied);
+  bool chargeCopy(const Cost& cost, std::uint32_t height, std::uint32_t switchedReferences);
+  void addCopied(const Cost& cost);
+  bool withinCopyLimits();
+  void addSlot() { total.bytes = plus(total.bytes, kSlot); }  // seen by the charge of what fills it
+  bool reachDepth(std::uint64_t depth);
+
+  // Objects and arrays
+  bool open(FrameKind kind, std::uint32_t remaining, std::uint64_t bytes);
+  bool close();
+  void contain(std::uint32_t height);
+
+  // AMF0
+  bool value0(std::uint32_t marker);
+  bool text0(Kind kind, std::uint32_t length);
+  bool className0();
+  bool reference0(std::uint32_t index);
+  bool members0();
+  bool elements0();
+  bool strictElement0();
+  bool ecmaElement0();
+  bool readMember0(std::uint32_t& marker);
+  bool close0(const Frame& frame, const Cost& cost);
+
+  // AMF3. `switched`: right behind a switch marker.
+  bool value3(bool switched);
+  bool readU29(bool isHead, std::uint32_t& value);
+  bool readString3(Kind kind, Text& text, bool& referenced);
+  bool string3(bool switched);
+  bool bytes3(AMFNode::AMFType type, bool switched);
+  bool date3(bool switched);
+  bool array3(bool switched);
+  bool object3(bool switched);
+  bool inlineTraits3(std::uint32_t sealedCount, bool dynamic);
+  bool externalizable3(std::uint32_t sealedCount, bool dynamic);
+  bool referencedTraits3(std::uint32_t index);
+  bool reference3(AMFNode::AMFType type, std::uint32_t index, bool switched);
+  bool enter3(AMFNode::AMFType type, const Cost& cost);
+  bool openEntered3(AMFNode::AMFType type, FrameKind kind, std::uint32_t remaining);
+  bool appendEntry3(const AMF3Entry& entry);
+  bool enterTraits3(const TraitsEntry& entry);
+  bool chargeMember3(const Text& name, bool referenced);
+  bool values3();
+  bool members3();
+  bool close3(const Frame& frame, const Cost& cost);
+
+  const Byte* const begin;
+  const Byte* cursor;
+  const Byte* const end;
+  const AMFVerifyLimits& limits;
+  Sink& sink;
+  AMFVerifyResult result;
+  Cost total{};
+
+  Table<Frame> frames;
+  Table<AMF0Entry> amf0Entries;
+  Table<AMF3Entry> amf3Entries;
+  Table<Text> strings;
+  Table<TraitsEntry> traits;
+};
+
+}  // namespace guard

@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// packet_check FOLDER: holds every packet of a folder to its verdict in FOLDER/verdicts.tsv (file,
+// sha256, outcome, detail, offset). Used by script/check-packets.
+//
+// "valid" and "left-over" packets must be read up to `offset`, "refused" ones must be refused with
+// the text `detail` at `offset`; "short" ones are skipped. What was read is then shown in every
+// view and layout, cloned and compiled.
+#include <AMF2JSON>
+#include <cstdio>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <string>
+
+namespace {
+
+struct Verdict {
+  std::string file;
+  std::string outcome;
+  std::string detail;
+  std::size_t offset = 0;
+};
+
+// Bytes in a block of exactly their size, so that a sanitizer sees the first byte read behind them.
+struct Packet {
+  std::unique_ptr<char[]> bytes;
+  std::size_t length = 0;
+};
+
+Packet readPacket(const std::string& file) {
+  std::ifstream in(file, std::ios::binary);
+  const std::string text{std::istreambuf_iterator<char>(in), {}};
+  Packet packet{std::unique_ptr<char[]>(new char[text.size()]), text.size()};
+  text.copy(packet.bytes.get(), text.size());
+  return packet;
+}
+
+// "refused TEXT at OFFSET" or "read to OFFSET".
+std::string outcomeOf(AMFProtocol& protocol, const Packet& packet) {
+  std::string text = "read to ";
+  try {
+    protocol.parse(packet.bytes.get());
+  } catch (const AMFException& e) {
+    text = std::string("refused ") + e.message + " at ";
+  }
+  return text + std::to_string(protocol.readCursor - packet.bytes.get());
+}
+
+std::string expectedOutcome(const Verdict& verdict) {
+  const std::string offset = std::to_string(verdict.offset);
+  return verdict.outcome == "refused" ? "refused " + verdict.detail + " at " + offset
+                                      : "read to " + offset;
+}
+
+using View = const std::string& (AMFProtocol::*)(bool);
+constexpr View kViews[] = {&AMFProtocol::getPackageInJSON, &AMFProtocol::getPackageInJS,
+                           &AMFProtocol::getPackageInJSON_and_JS, &AMFProtocol::getPackageAsJSView};
+
+std::string render(const Packet& packet, View view, bool pretty) {
+  AMFProtocol protocol;
+  protocol.parse(packet.bytes.get());
+  return (protocol.*view)(pretty);
+}
+
+// The text of a view without what the layout adds. Values hold no raw tabs and line feeds.
+std::string withoutLayout(const std::string& text) {
+  std::string kept;
+  for (const char c : text) {
+    if (c != '\t' && c != '\n') kept += c;
+  }
+  return kept;
+}
+
+std::string compiled(const AMFPackage* package) {
+  AMFProtocol protocol;
+  protocol.compile(package);
+  return std::string(protocol.resultBuffer, protocol.getResultLength());
+}
+
+// What is wrong with a packet that was read; empty: nothing.
+std::string checkContent(AMFProtocol& protocol, const Packet& packet) {
+  for (const View view : kViews) {
+    const std::string pretty = render(packet, view, true);
+    const std::string compact = render(packet, view, false);
+    if (view == kViews[0] && withoutLayout(pretty) != withoutLayout(compact))
+      return "the two layouts of the JSON text differ in more than layout";
+  }
+  const std::unique_ptr<AMFPackage> copy(protocol.package->clone());
+  if (compiled(copy.get()) != compiled(protocol.package)) return "the clone compiles otherwise";
+  return {};
+}
+
+std::string check(const Verdict& verdict, const std::string& folder) {
+  const Packet packet = readPacket(folder + "/" + verdict.file);
+  AMFProtocol protocol;
+  const std::string outcome = outcomeOf(protocol, packet);
+  const std::string expected = expectedOutcome(verdict);
+  if (outcome != expected) return outcome + ", expected: " + expected;
+  if (verdict.outcome == "refused") return {};
+  try {
+    return checkContent(protocol, packet);
+  } catch (const AMFException& e) {
+    return std::string("refused when shown or compiled: ") + e.message;
+  }
+}
+
+Verdict parseLine(const std::string& line) {
+  std::istringstream fields(line);
+  Verdict verdict;
+  std::string ignoredSum;
+  std::string offset;
+  std::getline(fields, verdict.file, '\t');
+  std::getline(fields, ignoredSum, '\t');
+  std::getline(fields, verdict.outcome, '\t');
+  std::getline(fields, verdict.detail, '\t');
+  std::getline(fields, offset);
+  if (!offset.empty()) verdict.offset = std::stoul(offset);
+  return verdict;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 2) {
+    std::fputs("packet_check FOLDER\n", stderr);
+    return 2;
+  }
+  const std::string folder = argv[1];
+  std::ifstream verdicts(folder + "/verdicts.tsv");
+  std::string line;
+  std::getline(verdicts, line);  // the names of the columns
+  std::map<std::string, unsigned> counts = {
+      {"valid", 0}, {"left-over", 0}, {"refused", 0}, {"short", 0}};
+  unsigned failed = 0;
+  while (std::getline(verdicts, line)) {
+    const Verdict verdict = parseLine(line);
+    std::string fault;
+    if (counts.count(verdict.outcome) == 0) {
+      fault = "unknown verdict " + verdict.outcome;
+    } else {
+      ++counts[verdict.outcome];
+      if (verdict.outcome != "short") fault = check(verdict, folder);
+    }
+    if (fault.empty()) continue;
+    ++failed;
+    std::fprintf(stderr, "%s: %s\n", verdict.file.c_str(), fault.c_str());
+  }
+  const unsigned checked = counts["valid"] + counts["left-over"] + counts["refused"];
+  std::printf(
+      "%u packets checked: %u valid, %u left-over, %u refused; %u short ones skipped; %u "
+      "mismatches\n",
+      checked, counts["valid"], counts["left-over"], counts["refused"], counts["short"], failed);
+  return failed == 0 && checked > 0 ? 0 : 1;
+}

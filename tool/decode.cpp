@@ -3,6 +3,8 @@
 // amf2json decode. Tested by tests/tool_test.cpp.
 #include "tool/decode.h"
 
+#include <new>
+
 #include "tool/packet_file.h"
 
 namespace {
@@ -10,14 +12,10 @@ namespace {
 const std::string& render(AMFProtocol& protocol, const DecodeOptions& options) {
   const bool pretty = !options.compact;
   switch (options.view) {
-    case View::js:
-      return protocol.getPackageInJS(pretty);
-    case View::both:
-      return protocol.getPackageInJSON_and_JS(pretty);
-    case View::script:
-      return protocol.getPackageAsJSView(pretty);
-    case View::json:
-      break;
+    case View::js: return protocol.getPackageInJS(pretty);
+    case View::both: return protocol.getPackageInJSON_and_JS(pretty);
+    case View::script: return protocol.getPackageAsJSView(pretty);
+    case View::json: break;
   }
   return protocol.getPackageInJSON(pretty);
 }
@@ -39,5 +37,8 @@ ExitCode decode(const DecodeOptions& options) {
   } catch (const FileFailure& failure) {
     report(failure.text);
     return kFileFailure;
+  } catch (const std::bad_alloc&) {
+    report(options.packet + ": out of memory");
+    return kOutOfMemory;
   }
 }

@@ -129,14 +129,10 @@ void FieldWalk::walkPacket() {
 const char* FieldWalk::reasonOfMarker0() const {
   const bool upperIsZero = (peek(1) | peek(2)) == 0;  // the 16-bit length, or the upper half
   switch (peek(0)) {
-    case 0x09:
-      return kUndefinedForEndMark;
-    case 0x0C:
-      return upperIsZero ? kShortString : nullptr;
-    case 0x10:
-      return upperIsZero ? kNoClassName : nullptr;
-    default:
-      return nullptr;
+    case 0x09: return kUndefinedForEndMark;
+    case 0x0C: return upperIsZero ? kShortString : nullptr;
+    case 0x10: return upperIsZero ? kNoClassName : nullptr;
+    default: return nullptr;
   }
 }
 
@@ -145,44 +141,25 @@ unsigned FieldWalk::value0() {
   const unsigned marker = peek(0);
   take(1, "AMF0 marker", reasonOfMarker0());
   switch (marker) {
-    case 0x00:
-      take(8, "number");
-      break;
-    case 0x01:
-      take(1, "boolean value", peek(0) > 1 ? kAnyIsTrue : nullptr);
-      break;
-    case 0x02:
-      text(2, "length of a string", "string");
-      break;
-    case 0x10:
-      text(2, "length of a class name", "class name");
-      [[fallthrough]];
+    case 0x00: take(8, "number"); break;
+    case 0x01: take(1, "boolean value", peek(0) > 1 ? kAnyIsTrue : nullptr); break;
+    case 0x02: text(2, "length of a string", "string"); break;
+    case 0x10: text(2, "length of a class name", "class name"); [[fallthrough]];
     case 0x03:
       while (member0()) {
       }
       break;
-    case 0x07:
-      take(2, "reference index");
-      break;
+    case 0x07: take(2, "reference index"); break;
     case 0x08:
-    case 0x0A:
-      array0(marker);
-      break;
+    case 0x0A: array0(marker); break;
     case 0x0B:
       take(8, "date");
       take(2, "time zone of a date", kTimeZone);
       break;
-    case 0x0C:
-      text(4, "length of a string", "string");
-      break;
-    case 0x0F:
-      text(4, "length of an XML text", "XML text");
-      break;
-    case 0x11:
-      value3();
-      break;
-    default:
-      break;
+    case 0x0C: text(4, "length of a string", "string"); break;
+    case 0x0F: text(4, "length of an XML text", "XML text"); break;
+    case 0x11: value3(); break;
+    default: break;
   }
   return marker;
 }
@@ -252,33 +229,16 @@ void FieldWalk::value3() {
   const bool isXMLReference = (marker == 0x07 || marker == 0x0B) && (peekU29(width, 1) & 1) == 0;
   take(1, "AMF3 marker", isXMLReference ? kXMLReference : nullptr);
   switch (marker) {
-    case 0x04:
-      u29("integer");
-      break;
-    case 0x05:
-      take(8, "double");
-      break;
-    case 0x06:
-      string3("string");
-      break;
+    case 0x04: u29("integer"); break;
+    case 0x05: take(8, "double"); break;
+    case 0x06: string3("string"); break;
     case 0x07:
-    case 0x0B:
-      string3("XML text");
-      break;
-    case 0x08:
-      date3();
-      break;
-    case 0x09:
-      array3();
-      break;
-    case 0x0A:
-      object3();
-      break;
-    case 0x0C:
-      string3("byte array");
-      break;
-    default:
-      break;
+    case 0x0B: string3("XML text"); break;
+    case 0x08: date3(); break;
+    case 0x09: array3(); break;
+    case 0x0A: object3(); break;
+    case 0x0C: string3("byte array"); break;
+    default: break;
   }
 }
 

@@ -91,6 +91,9 @@ ExitCode run(int argc, char** argv) {
   app.footer(kFooter);
   app.set_version_flag("--version", "amf2json " AMF2JSON_VERSION);
   app.require_subcommand(1);
+  app.failure_message([](const CLI::App*, const CLI::Error& e) {
+    return std::string("amf2json: ") + e.what() + "\namf2json --help says more.\n";
+  });
   const CLI::App* const decodeCommand = addDecode(app, options.decode);
   addRoundtrip(app, options.roundtripFiles);
   try {

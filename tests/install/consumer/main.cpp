@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Reads an externalizable object whose class the library learns of from this program, shows it, and writes it
-// back. Prints "ok", or what went wrong.
+// Reads an externalizable object whose class the library learns of from this program, shows it, and
+// writes it back. Prints "ok", or what went wrong.
 #include <AMF2JSON>
 #include <cstdio>
 #include <cstring>
@@ -10,7 +10,13 @@ namespace {
 
 // One message with one AMF3 value: an externalizable object of class my.Class that holds null.
 const char kPacket[] =
-    "\0\0" "\0\0" "\0\1" "\0\4echo" "\0\2/1" "\0\0\0\x0D" "\x11\x0A\x07\x11my.Class\x01";
+    "\0\0"
+    "\0\0"
+    "\0\1"
+    "\0\4echo"
+    "\0\2/1"
+    "\0\0\0\x0D"
+    "\x11\x0A\x07\x11my.Class\x01";
 const std::size_t kLength = sizeof kPacket - 1;
 
 int fail(const char* what) {

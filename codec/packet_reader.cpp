@@ -86,18 +86,17 @@ void AMFProtocol::blankTexts() {
   textsBlank = true;
 }
 
-// Empties both texts for a view. Blank ones are put aside for the next parse, as soon as there is a
-// written pair to take their place.
-void AMFProtocol::clearTexts() {
+// Before a view writes: blank texts are put aside for the next parse, as soon as there is a written
+// pair to take their place. What the texts hold is left; the view writes over it.
+void AMFProtocol::putBlankTextsAside() {
   const bool blank =
       textsBlank && isBlank(jsonText, kJsonTextRoom) && isBlank(scriptText, kScriptTextRoom);
-  if (blank && spareJsonText.capacity() >= kJsonTextRoom &&
-      spareScriptText.capacity() >= kScriptTextRoom) {
-    jsonText.swap(spareJsonText);
-    scriptText.swap(spareScriptText);
-    sparesBlank = true;
-  }
   textsBlank = false;
-  jsonText.clear();
-  scriptText.clear();
+  if (!blank || spareJsonText.capacity() < kJsonTextRoom ||
+      spareScriptText.capacity() < kScriptTextRoom) {
+    return;
+  }
+  jsonText.swap(spareJsonText);
+  scriptText.swap(spareScriptText);
+  sparesBlank = true;
 }

@@ -37,7 +37,6 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #if defined(AMF2JSON_STATIC)
@@ -70,6 +69,9 @@ struct AMF2JSON_API AMFException {
 enum AMFVersion : std::uint32_t { AMF_VERSION_0 = 0, AMF_VERSION_3 = 3 };
 
 class AMFString;
+namespace render {
+class Writer;  // internal
+}
 
 /// Abstract root of all nodes: a kind, a version, and an owned, ordered list of children.
 ///
@@ -786,7 +788,7 @@ class AMF2JSON_API AMFProtocol {
 
  private:
   void blankTexts();
-  void clearTexts();
+  void putBlankTextsAside();
   void clearReferences() noexcept;
   void readMemberNames(AMFObject& object);
   void readMembers(AMFObject& object);
@@ -805,41 +807,12 @@ class AMF2JSON_API AMFProtocol {
   void writeExternalized(const AMFObject* object);
   void joinChunks();
 
-  void renderPackage(bool pretty, bool bareRoot);
-  void breakSoftly();
-  void pushPath(std::string_view name);
-  void pushCutPath(std::string_view name);
-  void pushElement(std::string_view name, std::uint32_t index);
-  void enterLevel();
-  void leaveLevel();
-  void beginStatement(std::string_view name);
-  void endStatement();
-  void dropLineEnd();
-  void writeMemberName(std::string_view name);
-  void writeAttr(std::string_view name, std::string_view value, bool quote);
-  void writeNumber(std::string_view name, std::uint32_t value);
-  void writeValue(std::string_view value, bool quote, bool named);
-  void writeInline(std::string& out, std::string_view value, bool quote);
-  void writeTemporary(std::string_view value, bool quote);
-  void writeChild(std::string_view name, AMFNode* node, AMFVersion nodeVersion, bool isInline);
-  void writeChildren(std::string_view name, AMFNode* node);
-  bool isPastLimit();
-  bool writePreludes(const AMFNode* node, AMFVersion parentVersion);
-  void writeTypeName(const AMFNode* node);
-  void writeScalar(const AMFNode* node, bool named);
-  void writeMembersOf(AMFNode* node);
-  void writeObject(AMFObject* object);
-  void writeArray(AMFArray* array);
-  void writeDate(const AMFDate* date);
-  void writeXML(const AMFXML* xml);
-  void writeHeaderLines(const AMFHeader* header);
-  void writePair(AMFPair* pair);
-  void writeMessage(AMFMessage* message);
+  friend class render::Writer;
+  void renderPackage(bool pretty, bool bareRoot, std::size_t hidden = 0);
 
   // The script path: all segments joined, and where each begins.
   std::string scriptPath;
   std::vector<std::size_t> scriptPathStarts;
-  bool zoneIsRead = false;  // a view has read the time zone for all its dates
 
   // Two spare texts, so that parse needs no fill: while the visible texts are the untouched NULs of
   // the last parse the spares are what a view writes into, and the other way round.

@@ -1,52 +1,124 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Bracketed blocks in the JSON text: indentation, pending closers, commas, soft breaks.
-// Tested by tests/render_brackets_test.cpp.
+// Bracketed blocks and fixed member lines in the JSON text, statements in the script.
+// Tested by tests/render_brackets_test.cpp and tests/render_escape_test.cpp.
 #include "AMF2JSON.h"
+#include "render/escape.h"
+#include "render/number_text.h"
+#include "render/writer.h"
+
+namespace render {
 
 namespace {
 
-constexpr std::uint32_t kSoftBreakEvery = 500;
+// Whether taking one character from the front of the indentation is the same as taking it from the
+// end.
+bool isEven(const std::string& indent, const std::string& unit) {
+  if (unit.size() > 1) return false;
+  const char only = unit.empty() ? (indent.empty() ? '\0' : indent[0]) : unit[0];
+  return indent.find_first_not_of(only) == std::string::npos;
+}
+
+std::size_t breakMarkFor(std::int32_t lineBreakCount) {
+  return static_cast<std::size_t>(
+      static_cast<std::int32_t>(static_cast<std::uint32_t>(lineBreakCount) * 500u));
+}
 
 }  // namespace
 
+Writer::Writer(AMFProtocol& protocol)
+    : p(protocol),
+      json(protocol.jsonText, protocol.jsonText.size()),
+      script(protocol.scriptText, protocol.scriptText.size()),
+      breakMark(breakMarkFor(protocol.lineBreakCount)),
+      evenIndent(isEven(protocol.indent, protocol.indentUnit)) {
+  protocol.textsBlank = false;
+}
+
+Writer::Writer(AMFProtocol& protocol, std::size_t hidden)
+    : p(protocol),
+      json(protocol.jsonText, 0, hidden),
+      script(protocol.scriptText, 0),
+      breakMark(breakMarkFor(protocol.lineBreakCount)),
+      evenIndent(isEven(protocol.indent, protocol.indentUnit)) {}
+
+void Writer::closeBrackets() {
+  if (!p.indent.empty()) {
+    // Kept: one character goes from the front, not one unit.
+    if (evenIndent) {
+      p.indent.pop_back();
+    } else {
+      p.indent.erase(0, 1);
+    }
+  }
+  // The comma behind the last member of the block.
+  const std::size_t back = p.newLine.size() + 1;
+  if (json.size() >= back && json.fromEnd(back) == ',') json.removeFromEnd(back);
+  if (p.closerStack.empty()) return;
+  const char closer = p.closerStack.back();
+  if (p.closerStack.size() == 1) {
+    json.append(closer);  // the outermost block: no comma and no line end
+  } else {
+    writeIndent();
+    json.append(closer);
+    json.append(',');
+    endLine();
+  }
+  p.closerStack.pop_back();
+}
+
+void Writer::writeAttr(std::string_view name, std::string_view value, bool quote) {
+  writeMemberName(name);
+  if (quote) {
+    json.append('"');
+    appendJsonEscaped(json, value);
+    json.append('"');
+  } else {
+    json.append(value);
+  }
+  json.append(',');
+  endLine();
+}
+
+void Writer::writeNumber(std::string_view name, std::uint32_t value) {
+  NumberBuffer buffer;
+  writeMemberName(name);
+  json.append(integerText(value, buffer));
+  json.append(',');
+  endLine();
+}
+
+void Writer::writeStatement(std::string_view name, std::string_view value, bool quote) {
+  appendPath();
+  script.append('.');
+  script.append(name);
+  script.append(" = ");
+  if (quote) {
+    script.append('"');
+    appendScriptEscaped(script, value);
+    script.append('"');
+  } else {
+    script.append(value);
+  }
+  endStatement();
+}
+
+}  // namespace render
+
 void AMFProtocol::openBrackets(char open, char close) {
-  textsBlank = false;
-  breakSoftly();
-  jsonText += indent;
-  jsonText += open;
-  jsonText += newLine;
-  indent += indentUnit;
-  closerStack += close;
+  render::Writer(*this).openBrackets(open, close);
 }
 
 void AMFProtocol::closeBrackets() {
-  textsBlank = false;
-  if (!indent.empty()) indent.erase(0, 1);  // Kept: one character, not one unit.
-  // The comma behind the last member of the block.
-  if (jsonText.size() > newLine.size()) {
-    const std::size_t last = jsonText.size() - 1 - newLine.size();
-    if (jsonText[last] == ',') jsonText.erase(last, 1);
-  }
-  if (closerStack.empty()) return;
-  const char closer = closerStack.back();
-  if (closerStack.size() == 1) {
-    jsonText += closer;  // the outermost block: no comma and no line end
-  } else {
-    jsonText += indent;
-    jsonText += closer;
-    jsonText += ',';
-    jsonText += newLine;
-  }
-  closerStack.pop_back();
+  render::Writer(*this).closeBrackets();
 }
 
-// At most one line feed for every 500 bytes of text, wherever a block opens or a member begins.
-// Kept: in the pretty layout too. The product wraps at 32 bits; a negative one gives no break.
-void AMFProtocol::breakSoftly() {
-  const auto mark =
-      static_cast<std::int32_t>(static_cast<std::uint32_t>(lineBreakCount) * kSoftBreakEvery);
-  if (static_cast<std::size_t>(mark) > jsonText.size()) return;
-  jsonText += '\n';
-  lineBreakCount = static_cast<std::int32_t>(static_cast<std::uint32_t>(lineBreakCount) + 1);
+// The arguments are copied: they may be the very texts that are written to.
+
+void AMFProtocol::appendAttr(const std::string& name, const std::string& value, bool quote) {
+  render::Writer(*this).writeAttr(std::string(name), std::string(value), quote);
+}
+
+void AMFProtocol::appendJSAttr(const std::string& name, const std::string& value, bool quote) {
+  render::Writer(*this).writeStatement(std::string(name), std::string(value), quote);
 }

@@ -7,9 +7,11 @@
 
 #include <time.h>
 
+#include <charconv>
 #include <cmath>
-#include <cstdio>
+#include <cstring>
 #include <ctime>
+#include <iterator>
 #include <limits>
 
 namespace {
@@ -29,6 +31,11 @@ time_t toSeconds(double timeMs) {
   const double seconds = std::trunc(timeMs / 1000.0);
   const double limit = std::ldexp(1.0, std::numeric_limits<time_t>::digits);
   return seconds >= -limit && seconds < limit ? static_cast<time_t>(seconds) : 0;
+}
+
+void putTwo(char* to, int value, char lead) {
+  to[0] = value < 10 ? lead : static_cast<char>('0' + value / 10);
+  to[1] = static_cast<char>('0' + value % 10);
 }
 
 }  // namespace

@@ -4,44 +4,52 @@
 // Tested by tests/render_escape_test.cpp.
 #include "render/escape.h"
 
-#include <array>
 #include <cstdint>
 
 #include "AMF2JSON.h"
 
 namespace {
 
-enum Class : std::uint8_t { kPlain, kControl, kBackslashOrSlash, kQuote };
+constexpr std::uint64_t kOnes = 0x0101010101010101u;
+constexpr std::uint64_t kHighBits = 0x80 * kOnes;
+constexpr std::size_t kWord = sizeof(std::uint64_t);
+constexpr std::size_t kBlock = 4096;
 
-constexpr std::array<Class, 256> makeClasses() {
-  std::array<Class, 256> classes{};
-  for (const char control : {'\b', '\f', '\n', '\r', '\t'}) {
-    classes[static_cast<unsigned char>(control)] = kControl;
-  }
-  classes['\\'] = kBackslashOrSlash;
-  classes['/'] = kBackslashOrSlash;
-  classes['"'] = kQuote;
-  return classes;
-}
-constexpr std::array<Class, 256> kClasses = makeClasses();
-
-Class classOf(char byte) {
-  return kClasses[static_cast<unsigned char>(byte)];
+// Whether none of eight bytes is a control byte or a quote. Each sum stays inside its byte.
+bool isPlain(std::uint64_t word) {
+  const std::uint64_t low = word & ~kHighBits;
+  const std::uint64_t notControl = low + (0x80 - 0x20) * kOnes;
+  const std::uint64_t notQuote = (low ^ '"' * kOnes) + 0x7F * kOnes;
+  return (((notControl & notQuote) | word) & kHighBits) == kHighBits;
 }
 
-// The bytes that want no treatment go out in stretches; `treat` gets the others.
-template <class IsPlain, class Treat>
-void appendTreated(std::string& out, std::string_view text, IsPlain isPlain, Treat treat) {
-  const char* stretch = text.data();
-  const char* const end = stretch + text.size();
-  for (const char* at = stretch; at != end; ++at) {
-    const Class kind = classOf(*at);
-    if (isPlain(kind)) continue;
-    out.append(stretch, at);
-    treat(kind, *at);
-    stretch = at + 1;
+bool isControlToEscape(char byte) {
+  return byte == '\b' || byte == '\f' || byte == '\n' || byte == '\r' || byte == '\t';
+}
+
+// Writes what one byte becomes, two bytes at most, and returns where the next one goes.
+char* escapeForScript(char* to, char byte) {
+  if (isControlToEscape(byte)) return to;  // Kept: dropped, not escaped.
+  if (byte == '"') *to++ = '\\';           // Kept: backslashes pass as they are.
+  *to++ = byte;
+  return to;
+}
+
+char* escapeBlock(char* to, std::string_view text) {
+  const char* from = text.data();
+  const char* const end = from + text.size();
+  for (; static_cast<std::size_t>(end - from) >= kWord; from += kWord) {
+    std::uint64_t word;
+    std::memcpy(&word, from, kWord);
+    if (isPlain(word)) {
+      std::memcpy(to, &word, kWord);
+      to += kWord;
+    } else {
+      for (std::size_t i = 0; i < kWord; ++i) to = escapeForScript(to, from[i]);
+    }
   }
-  out.append(stretch, end);
+  for (; from != end; ++from) to = escapeForScript(to, *from);
+  return to;
 }
 
 void appendHexEscape(std::string& out, char byte) {
@@ -56,21 +64,24 @@ void appendHexEscape(std::string& out, char byte) {
 
 namespace render {
 
-void appendJsonEscaped(std::string& out, std::string_view text) {
-  appendTreated(
-      out, text, [](Class kind) { return kind == kPlain; },
-      [&out](Class kind, char byte) {
-        out += kind == kQuote ? "\\\\\\" : "\\";
-        out += byte;  // Kept: a control byte stays raw behind its backslash.
-      });
+void appendJsonEscaped(TextOut& out, std::string_view text) {
+  for (const char byte : text) {
+    if (byte == '"') {
+      out.append("\\\\\\");
+    } else if (byte == '\\' || byte == '/' || isControlToEscape(byte)) {
+      out.append('\\');
+    }
+    out.append(byte);  // Kept: a control byte stays raw behind its backslash.
+  }
 }
 
-void appendScriptEscaped(std::string& out, std::string_view text) {
-  appendTreated(
-      out, text, [](Class kind) { return kind == kPlain || kind == kBackslashOrSlash; },
-      [&out](Class kind, char) {
-        if (kind == kQuote) out += "\\\"";  // Kept: the others are dropped; backslashes pass.
-      });
+void appendScriptEscaped(TextOut& out, std::string_view text) {
+  while (!text.empty()) {
+    const std::string_view block = text.substr(0, kBlock);
+    char* const start = out.room(2 * block.size());
+    out.advance(static_cast<std::size_t>(escapeBlock(start, block) - start));
+    text.remove_prefix(block.size());
+  }
 }
 
 }  // namespace render

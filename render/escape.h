@@ -4,17 +4,18 @@
 // third rule, stands in the same source file.
 #pragma once
 
-#include <string>
 #include <string_view>
+
+#include "render/text_out.h"
 
 namespace render {
 
 // Member lines: a backslash before each of \ / BS FF LF CR TAB (the control bytes stay raw), three
 // before each quote.
-void appendJsonEscaped(std::string& out, std::string_view text);
+void appendJsonEscaped(TextOut& out, std::string_view text);
 
 // Values and statements: BS FF LF CR TAB are dropped, each quote gets one backslash, backslashes
 // pass.
-void appendScriptEscaped(std::string& out, std::string_view text);
+void appendScriptEscaped(TextOut& out, std::string_view text);
 
 }  // namespace render

@@ -3,93 +3,70 @@
 // Named members and named lists: the name in the JSON text, the step in the script path, the
 // descent. Tested by tests/render_views_test.cpp.
 #include "AMF2JSON.h"
-#include "render/number_text.h"
+#include "render/writer.h"
 
-namespace {
+namespace render {
 
-bool isContainer(const AMFNode* node) {
-  return node->type == AMFNode::AMF_OBJECT || node->type == AMFNode::AMF_ARRAY;
-}
-
-}  // namespace
-
-void AMFProtocol::appendChild(const std::string& name, AMFNode* node, AMFVersion nodeVersion,
-                              bool isInline) {
-  textsBlank = false;
-  writeChild(name, node, nodeVersion, isInline);
-}
-
-void AMFProtocol::writeChild(std::string_view name, AMFNode* node, AMFVersion nodeVersion,
-                             bool isInline) {
+void Writer::writeChild(std::string_view name, const AMFNode* node, AMFVersion nodeVersion,
+                        bool isInline) {
   enterLevel();
   breakSoftly();
   writeMemberName(name);
   if (!node) {
-    jsonText += "null,";
-    jsonText += newLine;
-  } else if (jsonOnly || isInline) {
-    jsonText += newLine;
-    appendNode(node, nodeVersion);
-    scriptStatementStart = true;
+    json.append("null,");
+    endLine();
+  } else if (p.jsonOnly || isInline) {
+    endLine();
+    writeNode(node, nodeVersion);
+    p.scriptStatementStart = true;
   } else {
     if (!isContainer(node)) beginStatement(name);
-    pushCutPath(name);
-    scriptStatementStart = false;
-    jsonText += newLine;
-    appendNode(node, nodeVersion);
-    scriptStatementStart = true;
-    RemoveOnePrefix();
+    pushMember(name);
+    p.scriptStatementStart = false;
+    endLine();
+    writeNode(node, nodeVersion);
+    p.scriptStatementStart = true;
+    popSegment(p);
   }
   leaveLevel();
 }
 
 // Kept: the whole name here, cut at a NUL only in the path.
-void AMFProtocol::beginStatement(std::string_view name) {
-  AddPrefixes(scriptText);
-  if (!nextPrefixBare) scriptText += '.';
-  scriptText += name;
-  scriptText += " = ";
+void Writer::beginStatement(std::string_view name) {
+  appendPath();
+  if (!p.nextPrefixBare) script.append('.');
+  script.append(name);
+  script.append(" = ");
 }
 
-void AMFProtocol::enterLevel() {
-  if (!trackDepth) return;
-  ++childDepth;
-  if (childDepth == 1) nextPrefixBare = true;
-}
-
-void AMFProtocol::leaveLevel() {
-  if (trackDepth) --childDepth;
-}
-
-void AMFProtocol::appendChildren(const std::string& name, AMFNode* node) {
-  textsBlank = false;
-  writeChildren(name, node);
-}
-
-void AMFProtocol::writeChildren(std::string_view name, AMFNode* node) {
+void Writer::writeChildren(std::string_view name, const AMFNode* node) {
   if (!node) return;  // Kept: silent, where a missing named member is written as null.
   enterLevel();
   writeMemberName(name);
-  jsonText += newLine;
+  endLine();
   const auto count = static_cast<std::uint32_t>(node->children.size());
-  scriptStatementStart = true;
+  p.scriptStatementStart = true;
   openBrackets('[', ']');
+  const bool isFirstLevel = p.trackDepth && p.childDepth == 1;
   for (std::uint32_t i = 0; i < count; ++i) {
-    if (!jsonOnly) pushElement(name, i);
-    appendNode(node->getChild(i), node->version);  // a missing one leaves no trace
-    if (!jsonOnly) RemoveOnePrefix();
-    if (trackDepth && childDepth == 1) nextPrefixBare = true;
+    if (!p.jsonOnly) pushElement(name, i);
+    writeNode(node->children[i], node->version);  // a missing one leaves no trace
+    if (!p.jsonOnly) popSegment(p);
+    if (isFirstLevel) p.nextPrefixBare = true;
+    // From here on the rest of the list would leave no trace at all.
+    if (p.outputLimitReached && !p.jsonOnly) break;
   }
   closeBrackets();
   leaveLevel();
 }
 
-// The segment "name[index]".
-void AMFProtocol::pushElement(std::string_view name, std::uint32_t index) {
-  render::NumberBuffer buffer;
-  std::string segment(name.substr(0, name.find('\0')));
-  segment += '[';
-  segment += render::integerText(index, buffer);
-  segment += ']';
-  pushCutPath(segment);
+}  // namespace render
+
+void AMFProtocol::appendChild(const std::string& name, AMFNode* node, AMFVersion nodeVersion,
+                              bool isInline) {
+  render::Writer(*this).writeChild(std::string(name), node, nodeVersion, isInline);
+}
+
+void AMFProtocol::appendChildren(const std::string& name, AMFNode* node) {
+  render::Writer(*this).writeChildren(std::string(name), node);
 }

@@ -3,6 +3,8 @@
 // The script path: a stack of segments, kept as one joined text. Tested by
 // tests/script_path_test.cpp.
 #include "AMF2JSON.h"
+#include "render/number_text.h"
+#include "render/writer.h"
 
 namespace {
 
@@ -17,28 +19,47 @@ void AMFProtocol::CreatePrefix() {
 }
 
 void AMFProtocol::AddOnePrefix(const std::string& name) {
-  pushPath(name);
-}
-
-void AMFProtocol::pushPath(std::string_view name) {
-  scriptPathStarts.push_back(scriptPath.size());
-  if (!nextPrefixBare) scriptPath += '.';
-  nextPrefixBare = false;
-  scriptPath += name;
-}
-
-// What appendChild and appendChildren push ends at the first NUL and after 999 bytes.
-void AMFProtocol::pushCutPath(std::string_view name) {
-  name = name.substr(0, name.find('\0'));
-  pushPath(name.substr(0, kSegmentNameMax));
+  render::Writer::pushSegment(*this, name);
 }
 
 void AMFProtocol::RemoveOnePrefix() {
-  if (scriptPathStarts.empty()) return;
-  scriptPath.resize(scriptPathStarts.back());
-  scriptPathStarts.pop_back();
+  render::Writer::popSegment(*this);
 }
 
 void AMFProtocol::AddPrefixes(std::string& out) {
   out += scriptPath;
 }
+
+namespace render {
+
+void Writer::pushSegment(AMFProtocol& p, std::string_view name) {
+  p.scriptPathStarts.push_back(p.scriptPath.size());
+  if (!p.nextPrefixBare) p.scriptPath += '.';
+  p.nextPrefixBare = false;
+  p.scriptPath += name;
+}
+
+void Writer::popSegment(AMFProtocol& p) {
+  if (p.scriptPathStarts.empty()) return;
+  p.scriptPath.resize(p.scriptPathStarts.back());
+  p.scriptPathStarts.pop_back();
+}
+
+// What members and lists push ends at the first NUL and after 999 bytes.
+void Writer::pushMember(std::string_view name) {
+  name = name.substr(0, name.find('\0'));
+  pushSegment(p, name.substr(0, kSegmentNameMax));
+}
+
+// The segment "name[index]".
+void Writer::pushElement(std::string_view name, std::uint32_t index) {
+  NumberBuffer buffer;
+  const std::size_t start = p.scriptPath.size() + (p.nextPrefixBare ? 0 : 1);
+  pushSegment(p, name.substr(0, name.find('\0')));
+  p.scriptPath += '[';
+  p.scriptPath += integerText(index, buffer);
+  p.scriptPath += ']';
+  if (p.scriptPath.size() - start > kSegmentNameMax) p.scriptPath.resize(start + kSegmentNameMax);
+}
+
+}  // namespace render

@@ -1,11 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Values: one text into both outputs, long ones through numbered temporaries of the plain script
-// view. Enter at appendValue. Tested by tests/render_value_test.cpp.
+// view. Enter at Writer::writeValue. Tested by tests/render_value_test.cpp.
 #include <algorithm>
 
 #include "AMF2JSON.h"
+#include "model/attach.h"
+#include "render/date_text.h"
 #include "render/escape.h"
+#include "render/number_text.h"
+#include "render/writer.h"
+
+namespace render {
 
 namespace {
 
@@ -15,6 +21,12 @@ constexpr std::int32_t kPieceAndNameMax = 994;
 
 constexpr char kAssign[] = " = \"";
 constexpr char kAppend[] = " += \"";
+
+void appendQuoted(TextOut& out, std::string_view text) {
+  out.append('"');
+  appendScriptEscaped(out, text);
+  out.append('"');
+}
 
 void appendPieceLine(std::string& out, std::string_view name, const char* opener,
                      std::string_view piece) {
@@ -55,62 +67,150 @@ void appendDefinition(std::string& out, std::string_view name, std::string_view 
   if (remaining > 0) appendPieceLine(out, name, kAppend, text.substr(start, size));
 }
 
-}  // namespace
+// Kept: each byte is widened with its sign, so 80 to FF give eight digits. `out` has room for them.
+std::size_t putHex(char* out, std::string_view bytes) {
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  char* to = out;
+  for (const char byte : bytes) {
+    const auto value = static_cast<unsigned char>(byte);
+    std::memcpy(to, "FFFFFF", 6);
+    to += value >= 0x80 ? 6 : 0;
+    *to++ = kDigits[value >> 4];
+    *to++ = kDigits[value & 15];
+  }
+  return static_cast<std::size_t>(to - out);
+}
+constexpr std::size_t kHexPerByte = 8;
+constexpr std::size_t kHexBlock = 2048;
 
-void AMFProtocol::appendValue(const std::string& value, bool quote, bool named) {
-  textsBlank = false;
-  writeValue(value, quote, named);
+void appendHex(TextOut& out, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const std::string_view block = bytes.substr(0, kHexBlock);
+    out.advance(putHex(out.room(kHexPerByte * block.size()), block));
+    bytes.remove_prefix(block.size());
+  }
 }
 
-void AMFProtocol::writeValue(std::string_view value, bool quote, bool named) {
+std::size_t hexLength(std::string_view bytes) {
+  std::size_t high = 0;
+  for (const char byte : bytes) high += static_cast<unsigned char>(byte) >> 7;
+  return 2 * bytes.size() + 6 * high;
+}
+
+void appendQuotedHex(TextOut& out, std::string_view bytes) {
+  out.append('"');
+  appendHex(out, bytes);  // nothing in it needs an escape
+  out.append('"');
+}
+
+}  // namespace
+
+void Writer::writeValue(std::string_view value, bool quote, bool named) {
+  beginValue(named);
+  if (isLong(value.size())) {
+    std::string escaped;
+    if (quote) {
+      TextOut out(escaped, 0);
+      appendScriptEscaped(out, value);
+    }
+    writeTemporary(quote ? escaped : value);
+  } else if (quote) {
+    // Kept: the JSON side is escaped with the script rule too.
+    appendQuoted(json, value);
+    if (!p.jsonOnly) appendQuoted(script, value);
+  } else {
+    json.append(value);
+    if (!p.jsonOnly) script.append(value);
+  }
+  endValue();
+}
+
+void Writer::beginValue(bool named) {
   if (named) {
-    writeMemberName("value");
-    if (!jsonOnly && !valueInline) {
-      AddPrefixes(scriptText);
-      scriptText += ".value = ";
-    }
-  } else {
-    if (!jsonOnly && scriptStatementStart && !valueInline) {
-      AddPrefixes(scriptText);
-      scriptText += " = ";
-    }
-    dropLineEnd();
+    writeIndent();
+    json.append("\"value\" : ");
+    if (p.jsonOnly || p.valueInline) return;
+    appendPath();
+    script.append(".value = ");
+    return;
   }
-  const bool isLong = value.size() > kInlineMax && !jsonOnly && !jsonAndScript && useTemporaries;
-  if (isLong) {
-    writeTemporary(value, quote);
-  } else {
-    writeInline(jsonText, value, quote);
-    if (!jsonOnly) writeInline(scriptText, value, quote);
+  if (!p.jsonOnly && p.scriptStatementStart && !p.valueInline) {
+    appendPath();
+    script.append(" = ");
   }
-  jsonText += ',';
-  jsonText += newLine;
-  if (!jsonOnly && !valueInline) endStatement();
+  dropLineEnd();
+}
+
+void Writer::endValue() {
+  json.append(',');
+  endLine();
+  if (!p.jsonOnly && !p.valueInline) endStatement();
 }
 
 // Kept: as many characters as `newLine` has go, whatever they are.
-void AMFProtocol::dropLineEnd() {
-  jsonText.resize(jsonText.size() - std::min(jsonText.size(), newLine.size()));
+void Writer::dropLineEnd() {
+  json.shorten(std::min(json.size(), p.newLine.size()));
 }
 
-// Kept: the JSON side is escaped with the script rule too.
-void AMFProtocol::writeInline(std::string& out, std::string_view value, bool quote) {
-  if (!quote) {
-    out += value;
-    return;
+bool Writer::isLong(std::size_t length) const {
+  return length > kInlineMax && !p.jsonOnly && !p.jsonAndScript && p.useTemporaries;
+}
+
+// Both outputs name the variable; its definition goes in front of the script.
+void Writer::writeTemporary(std::string_view text) {
+  const std::uint32_t number = static_cast<std::uint32_t>(p.temporaryCounter) + 1;
+  p.temporaryCounter = static_cast<std::int32_t>(number);
+  const std::string name = "qxAmfTemporary" + std::to_string(p.temporaryCounter);
+  json.append(std::string_view(name));
+  script.append(std::string_view(name));
+  appendDefinition(p.scriptPreamble, name, text);
+}
+
+void Writer::writeHex(const AMFRaw* raw) {
+  const std::string_view bytes = bytesOf(raw);
+  beginValue(true);
+  if (isLong(hexLength(bytes))) {
+    std::string text;
+    {
+      TextOut out(text, 0);
+      appendHex(out, bytes);
+    }
+    writeTemporary(text);
+  } else {
+    appendQuotedHex(json, bytes);
+    if (!p.jsonOnly) appendQuotedHex(script, bytes);
   }
-  out += '"';
-  render::appendScriptEscaped(out, value);
-  out += '"';
+  endValue();
 }
 
-void AMFProtocol::writeTemporary(std::string_view value, bool quote) {
-  temporaryCounter = static_cast<std::int32_t>(static_cast<std::uint32_t>(temporaryCounter) + 1);
-  const std::string name = "qxAmfTemporary" + std::to_string(temporaryCounter);
-  jsonText += name;
-  scriptText += name;
-  if (!quote) return appendDefinition(scriptPreamble, name, value);
-  std::string escaped;
-  render::appendScriptEscaped(escaped, value);
-  appendDefinition(scriptPreamble, name, escaped);
+void Writer::writeDate(const AMFDate* date) {
+  if (!zoneIsRead) readTimeZone();
+  zoneIsRead = true;
+  DateBuffer buffer;
+  writeValue(dateText(date->value, buffer), true, true);
+}
+
+void Writer::writeScalar(const AMFNode* node, bool named) {
+  NumberBuffer buffer;
+  switch (node->type) {
+    case AMFNode::AMF_NULL: return writeValue("null", false, named);
+    case AMFNode::AMF_BOOL: {
+      const bool isTrue = model::storedByte(static_cast<const AMFBool*>(node)->value) != 0;
+      return writeValue(isTrue ? "true" : "false", false, named);
+    }
+    case AMFNode::AMF_INT:
+      return writeValue(integerText(static_cast<const AMFInt*>(node)->value, buffer), false, named);
+    case AMFNode::AMF_DOUBLE:
+      return writeValue(doubleText(static_cast<const AMFDouble*>(node)->value, buffer), false,
+                        named);
+    case AMFNode::AMF_STRING:
+      return writeValue(bytesOf(static_cast<const AMFString*>(node)), true, named);
+    default: return writeValue("undefined", true, named);  // unknown kinds too
+  }
+}
+
+}  // namespace render
+
+void AMFProtocol::appendValue(const std::string& value, bool quote, bool named) {
+  render::Writer(*this).writeValue(std::string(value), quote, named);  // it may be one of our texts
 }

@@ -2,21 +2,11 @@
 //
 // The four views: mode, reset, walk, framing. Tested by tests/render_views_test.cpp.
 #include "AMF2JSON.h"
-#include "render/date_text.h"
+#include "render/writer.h"
 
 namespace {
 
-// One look at the process's time zone serves all dates of a view.
-struct ZoneOnce {
-  explicit ZoneOnce(bool& flag) : isRead(flag) {
-    render::readTimeZone();
-    isRead = true;
-  }
-  ~ZoneOnce() { isRead = false; }
-  ZoneOnce(const ZoneOnce&) = delete;
-  ZoneOnce& operator=(const ZoneOnce&) = delete;
-  bool& isRead;
-};
+constexpr std::string_view kAssignment = "\n amf = ";
 
 }  // namespace
 
@@ -34,8 +24,8 @@ const std::string& AMFProtocol::getPackageInJS(bool pretty) {
   scriptView = false;
   temporaryCounter = 0;
   scriptPreamble.clear();
-  renderPackage(pretty, false);
-  jsonText.insert(0, "\n amf = ");
+  renderPackage(pretty, false, kAssignment.size());
+  kAssignment.copy(&jsonText[0], kAssignment.size());
   jsonText += "\n\n";
   jsonText += scriptText;
   if (scriptPreamble.empty()) return jsonText;
@@ -67,18 +57,17 @@ const std::string& AMFProtocol::getPackageAsJSView(bool pretty) {
 }
 
 // What all views do once their mode is set. `bareRoot`: the script path has no root and its first
-// segment no dot, unless an earlier view on this object chose the root.
-void AMFProtocol::renderPackage(bool pretty, bool bareRoot) {
+// segment no dot, unless an earlier view on this object chose the root. `hidden` bytes are left in
+// front of the text.
+void AMFProtocol::renderPackage(bool pretty, bool bareRoot, std::size_t hidden) {
   trackDepth = bareRoot;
   noRootPrefix = bareRoot;
   nextPrefixBare = bareRoot;
   CreatePrefix();
   lineBreakCount = 1;
-  clearTexts();
+  putBlankTextsAside();
   indent.clear();
   indentUnit = pretty ? "\t" : "";
   newLine = pretty ? "\n" : "";
-  if (!package) return;
-  const ZoneOnce zone(zoneIsRead);
-  appendNode(package, AMF_VERSION_0);
+  render::Writer(*this, hidden).writeNode(package, AMF_VERSION_0);
 }

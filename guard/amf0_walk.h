@@ -41,7 +41,7 @@ bool Walker<Sink>::value0(std::uint32_t marker) {
     case kString0: return readU16(Kind::length, number) && text0(Kind::string, number);
     case kLongString0: return readU32(Kind::length, number) && text0(Kind::string, number);
     case kXMLDocument0: return readU32(Kind::length, number) && text0(Kind::xml, number);
-    case kObject0: return open(FrameKind::object0, 0, kObject) && charge(stringCost(0));
+    case kObject0: return open(FrameKind::object0, 0, kObject) && chargeString(0);
     case kTypedObject0: return open(FrameKind::object0, 0, kObject) && className0();
     case kNull0: return chargeNode(kNull);
     case kUndefined0: return chargeNode(kUndefined);
@@ -60,21 +60,22 @@ bool Walker<Sink>::value0(std::uint32_t marker) {
 template <class Sink>
 bool Walker<Sink>::text0(Kind kind, std::uint32_t length) {
   Text text;
-  return readText(kind, length, text) &&
-         charge(kind == Kind::xml ? xmlCost(length) : stringCost(length));
+  if (!readText(kind, length, text)) return false;
+  total.stringBytes += length;
+  return chargeNode(kind == Kind::xml ? xmlBytes(length) : stringBytes(length));
 }
 
 template <class Sink>
 bool Walker<Sink>::className0() {
   Text name;
-  return readShortText(Kind::className, name) && charge(stringCost(name.length));
+  return readShortText(Kind::className, name) && chargeString(name.length);
 }
 
 template <class Sink>
 bool Walker<Sink>::reference0(std::uint32_t index) {
   if (index >= amf0Entries.size()) return refuse(reader_texts::kAMF0ReferenceIndex);
   const AMF0Entry& entry = amf0Entries[index];
-  return chargeCopy(entry.cost, entry.height, entry.switchedReferences);
+  return chargeReference(entry.cost, entry.height, entry.switchedReferences);
 }
 
 // Members up to the end mark, whose name does not count.
@@ -128,10 +129,7 @@ bool Walker<Sink>::readMember0(std::uint32_t& marker) {
   Text name;
   if (!readShortText(Kind::memberName, name) || !need(1)) return false;
   marker = *cursor;
-  if (marker != kEndMark0) {
-    total += pairCost();
-    if (!charge(stringCost(name.length))) return false;
-  }
+  if (marker != kEndMark0 && !chargeMember(name.length)) return false;
   ++cursor;
   note(Kind::marker0, 1, marker);
   return true;

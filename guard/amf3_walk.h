@@ -137,7 +137,7 @@ bool Walker<Sink>::string3(bool switched) {
   if (referenced && switched) {
     result.switchedReferences = plus(result.switchedReferences, 1u);
   }
-  return chargeText(stringCost(text.length), referenced);
+  return chargeString(text.length, referenced);
 }
 
 // XML and byte arrays.
@@ -149,7 +149,8 @@ bool Walker<Sink>::bytes3(AMFNode::AMFType type, bool switched) {
   const bool isXML = type == AMFNode::AMF_XML;
   Text text;
   if (!readText(isXML ? Kind::xml : Kind::byteArray, head >> 1, text)) return false;
-  return enter3(type, isXML ? xmlCost(text.length) : rawCost(text.length));
+  return isXML ? enter3(type, xmlBytes(text.length), text.length, 0)
+               : enter3(type, rawBytes(text.length), 0, text.length);
 }
 
 template <class Sink>
@@ -157,7 +158,7 @@ bool Walker<Sink>::date3(bool switched) {
   std::uint32_t head;
   if (!readU29(true, head)) return false;
   if ((head & 1) == 0) return reference3(AMFNode::AMF_DATE, head >> 1, switched);
-  return skip(Kind::timeMs, 8) && enter3(AMFNode::AMF_DATE, nodeCost(kDate));
+  return skip(Kind::timeMs, 8) && enter3(AMFNode::AMF_DATE, kDate, 0, 0);
 }
 
 template <class Sink>
@@ -185,14 +186,14 @@ bool Walker<Sink>::inlineTraits3(std::uint32_t sealedCount, bool dynamic) {
   frames.top().dynamic = dynamic;
   Text name;
   bool referenced;
-  if (!readString3(Kind::className, name, referenced) ||
-      !chargeText(stringCost(name.length), referenced)) {
+  if (!readString3(Kind::className, name, referenced) || !chargeString(name.length, referenced)) {
     return false;
   }
   const std::uint32_t classNameLength = name.length;
   const Cost beforeMembers = total;
   for (std::uint32_t left = sealedCount; left > 0; --left) {
-    if (!readString3(Kind::memberName, name, referenced) || !chargeMember3(name, referenced)) {
+    if (!readString3(Kind::memberName, name, referenced) ||
+        !chargeMember(name.length, referenced)) {
       return false;
     }
   }
@@ -209,13 +210,12 @@ bool Walker<Sink>::externalizable3(std::uint32_t sealedCount, bool dynamic) {
   bool referenced;
   if (!readString3(Kind::className, name, referenced)) return false;
   if (!isExternalizable(name)) return refuse(reader_texts::kAMF3Externalizable);
-  if (!chargeText(stringCost(name.length), referenced)) return false;
-  const Text noName = {cursor, 0};
-  if (!chargeMember3(noName, false)) return false;
+  if (!chargeString(name.length, referenced)) return false;
+  if (!chargeMember(0)) return false;
   frames.top().traits = static_cast<std::uint32_t>(traits.size());
   // Kept: the traits say any number of sealed members, whatever the object has. A reference to them
   // is refused until it has as many: none while its body is read, one afterwards.
-  const std::uint64_t memberBytes = sealedCount == 0 ? 0 : pairCost().bytes + stringCost(0).bytes;
+  const std::uint64_t memberBytes = sealedCount == 0 ? 0 : kMember + stringBytes(0);
   return enterTraits3({memberBytes, 0, name.length, sealedCount, 0, dynamic});
 }
 
@@ -228,9 +228,9 @@ bool Walker<Sink>::referencedTraits3(std::uint32_t index) {
   result.references = plus(result.references, 1u);
   if (!openEntered3(AMFNode::AMF_OBJECT, FrameKind::sealed3, entry.sealedCount)) return false;
   frames.top().dynamic = entry.dynamic;
-  Cost copied = stringCost(entry.classNameLength);
-  copied += {std::uint64_t{2} * entry.sealedCount, entry.memberBytes, entry.nameBytes, 0};
-  return chargeText(copied, true);
+  Cost copied = {1, stringBytes(entry.classNameLength), entry.classNameLength, 0};
+  copied.addCopy({std::uint64_t{2} * entry.sealedCount, entry.memberBytes, entry.nameBytes, 0});
+  return chargeCopy(copied);
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -242,13 +242,16 @@ bool Walker<Sink>::reference3(AMFNode::AMFType type, std::uint32_t index, bool s
   const AMF3Entry& entry = amf3Entries[index];
   if (entry.type != type) return refuse(referenceTexts(type).type);
   if (!entry.complete) return refuse(referenceTexts(type).circular);
-  return chargeCopy(entry.cost, entry.height, switched ? 1 : 0);
+  return chargeReference(entry.cost, entry.height, switched ? 1 : 0);
 }
 
 // A value that has been read to its end.
 template <class Sink>
-bool Walker<Sink>::enter3(AMFNode::AMFType type, const Cost& cost) {
-  return charge(cost) && appendEntry3({cost, 0, type, true});
+bool Walker<Sink>::enter3(AMFNode::AMFType type, std::uint64_t bytes, std::uint64_t text,
+                          std::uint64_t raw) {
+  total.stringBytes += text;
+  total.rawBytes += raw;
+  return chargeNode(bytes) && appendEntry3({{1, bytes, text, raw}, 0, type, true});
 }
 
 // An object or array that begins: it has its index before those inside it.
@@ -279,12 +282,6 @@ bool Walker<Sink>::enterTraits3(const TraitsEntry& entry) {
 
 // ---------------------------------------------------------------------------------------------------
 // What stands inside objects and arrays
-
-template <class Sink>
-bool Walker<Sink>::chargeMember3(const Text& name, bool referenced) {
-  total += pairCost();
-  return chargeText(stringCost(name.length), referenced);
-}
 
 // Values by count: the dense part of an array, the sealed members of an object, an externalized
 // body.
@@ -319,7 +316,7 @@ bool Walker<Sink>::members3() {
       frame.kind = FrameKind::dense3;
       return true;
     }
-    if (!chargeMember3(name, referenced) || !value3(false)) return false;
+    if (!chargeMember(name.length, referenced) || !value3(false)) return false;
   }
   return true;
 }

@@ -11,19 +11,34 @@
 
 namespace guard {
 
-/// A total that stands here has overflowed: every difference and sum made from it stands here too.
-template <class Number>
-constexpr Number kSaturated = std::numeric_limits<Number>::max();
+/// Sums from here on are "too many to tell": they stay here, and so does every difference made from
+/// them. What a packet itself can add to a sum, byte by byte, is far too little to wrap one that
+/// stands here, so only sums of sums need looking after.
+constexpr std::uint64_t kEndless = std::uint64_t{1} << 62;
 
-template <class Number>
-constexpr Number plus(Number a, Number b) {
-  return b > kSaturated<Number> - a ? kSaturated<Number> : a + b;
+constexpr std::uint64_t plus(std::uint64_t a, std::uint64_t b) {
+  return a + b < kEndless ? a + b : kEndless;
 }
-
-/// What was added since `start`.
-template <class Number>
-constexpr Number since(Number start, Number total) {
-  return total == kSaturated<Number> ? total : total - start;
+constexpr std::uint64_t since(std::uint64_t start, std::uint64_t total) {
+  return total < kEndless ? total - start : kEndless;
+}
+/// How a sum is shown, and what a limit is held against: no limit but the largest value takes
+/// endless sums.
+constexpr std::uint64_t shown(std::uint64_t sum) {
+  return sum < kEndless ? sum : std::numeric_limits<std::uint64_t>::max();
+}
+constexpr std::uint64_t largest(std::uint64_t limit) {
+  const bool unlimited = limit == std::numeric_limits<std::uint64_t>::max();
+  return unlimited || limit < kEndless ? limit : kEndless - 1;
+}
+/// For the 32-bit figures.
+constexpr std::uint32_t plus(std::uint32_t a, std::uint32_t b) {
+  return b > std::numeric_limits<std::uint32_t>::max() - a
+             ? std::numeric_limits<std::uint32_t>::max()
+             : a + b;
+}
+constexpr std::uint32_t since(std::uint32_t start, std::uint32_t total) {
+  return total < std::numeric_limits<std::uint32_t>::max() ? total - start : total;
 }
 
 /// Heap of one block of `bytes` bytes: malloc rounds up to 16 and puts a header in front; it may
@@ -60,12 +75,12 @@ struct Cost {
   std::uint64_t stringBytes;  // of them, text
   std::uint64_t rawBytes;     // of them, byte arrays
 
-  Cost& operator+=(const Cost& other) {
+  /// Adds what a reference copies: may be any sum.
+  void addCopy(const Cost& other) {
     nodes = plus(nodes, other.nodes);
     bytes = plus(bytes, other.bytes);
     stringBytes = plus(stringBytes, other.stringBytes);
     rawBytes = plus(rawBytes, other.rawBytes);
-    return *this;
   }
 };
 
@@ -74,23 +89,17 @@ constexpr Cost since(const Cost& start, const Cost& total) {
           since(start.stringBytes, total.stringBytes), since(start.rawBytes, total.rawBytes)};
 }
 
-/// One node without payload.
-constexpr Cost nodeCost(std::uint64_t bytes) {
-  return {1, bytes, 0, 0};
+/// A string, an XML text, a byte array: the node and its bytes.
+constexpr std::uint64_t stringBytes(std::uint32_t length) {
+  return kString + block(length);
 }
-/// One string node with its text.
-constexpr Cost stringCost(std::uint32_t length) {
-  return {1, kString + block(length), length, 0};
+constexpr std::uint64_t xmlBytes(std::uint32_t length) {
+  return kXML + block(length);
 }
-constexpr Cost xmlCost(std::uint32_t length) {
-  return {1, kXML + block(length), length, 0};
-}
-constexpr Cost rawCost(std::uint32_t length) {
-  return {1, kRaw + block(length), 0, length};
+constexpr std::uint64_t rawBytes(std::uint32_t length) {
+  return kRaw + block(length);
 }
 /// A member as the child of something, its name and value apart.
-constexpr Cost pairCost() {
-  return {1, kPair + kSlot, 0, 0};
-}
+constexpr std::uint64_t kMember = kPair + kSlot;
 
 }  // namespace guard

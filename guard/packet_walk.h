@@ -14,10 +14,12 @@ AMFVerifyResult Walker<Sink>::run() {
   const bool finished = package();
   result.consumed = offset();
   if (finished) result.message = describe(AMFVerifyStatus::ok);
-  result.nodes = total.nodes;
-  result.treeBytes = total.bytes;
-  result.stringBytes = total.stringBytes;
-  result.rawBytes = total.rawBytes;
+  result.nodes = shown(total.nodes);
+  result.treeBytes = shown(total.bytes);
+  result.stringBytes = shown(total.stringBytes);
+  result.rawBytes = shown(total.rawBytes);
+  result.copiedNodes = shown(result.copiedNodes);
+  result.copiedBytes = shown(result.copiedBytes);
   return result;
 }
 
@@ -53,9 +55,10 @@ bool Walker<Sink>::header() {
   Text name;
   if (!readShortText(Kind::headerName, name)) return false;
   addSlot();
-  total += nodeCost(kHeader);
+  total.nodes += 1;
+  total.bytes += kHeader;
   std::uint32_t mustUnderstand;
-  return charge(stringCost(name.length)) && readU8(Kind::mustUnderstand, mustUnderstand) && body();
+  return chargeString(name.length) && readU8(Kind::mustUnderstand, mustUnderstand) && body();
 }
 
 // u16 length, target URI | u16 length, response URI | u32 declared length | value
@@ -64,9 +67,10 @@ bool Walker<Sink>::message() {
   Text target, response;
   if (!readShortText(Kind::targetUri, target)) return false;
   addSlot();
-  total += nodeCost(kMessage);
-  return charge(stringCost(target.length)) && readShortText(Kind::responseUri, response) &&
-         charge(stringCost(response.length)) && body();
+  total.nodes += 1;
+  total.bytes += kMessage;
+  return chargeString(target.length) && readShortText(Kind::responseUri, response) &&
+         chargeString(response.length) && body();
 }
 
 template <class Sink>
@@ -182,55 +186,58 @@ bool Walker<Sink>::refuse(const char* text) {
 
 template <class Sink>
 bool Walker<Sink>::overLimit() {
-  return fail(total.nodes > limits.maxNodes ? AMFVerifyStatus::nodeLimit
-                                            : AMFVerifyStatus::treeLimit);
-}
-
-template <class Sink>
-bool Walker<Sink>::charge(const Cost& cost) {
-  total += cost;
-  return withinLimits();
+  return fail(total.nodes > maxNodes ? AMFVerifyStatus::nodeLimit : AMFVerifyStatus::treeLimit);
 }
 
 template <class Sink>
 bool Walker<Sink>::chargeNode(std::uint64_t bytes) {
-  total.nodes = plus(total.nodes, std::uint64_t{1});
-  total.bytes = plus(total.bytes, bytes);
+  total.nodes += 1;
+  total.bytes += bytes;
   return withinLimits();
 }
 
+// A string that stands in the packet, or that a reference copies.
 template <class Sink>
-void Walker<Sink>::addCopied(const Cost& cost) {
+bool Walker<Sink>::chargeString(std::uint32_t length, bool copied) {
+  if (copied) return chargeCopy({1, stringBytes(length), length, 0});
+  total.stringBytes += length;
+  return chargeNode(stringBytes(length));
+}
+
+// A new member and its name; the value is charged when it is read.
+template <class Sink>
+bool Walker<Sink>::chargeMember(std::uint32_t nameLength, bool copiedName) {
+  total.nodes += 1;
+  total.bytes += kMember;
+  return chargeString(nameLength, copiedName);
+}
+
+template <class Sink>
+bool Walker<Sink>::chargeCopy(const Cost& cost) {
+  total.addCopy(cost);
   result.copiedNodes = plus(result.copiedNodes, cost.nodes);
   result.copiedBytes = plus(result.copiedBytes, cost.bytes);
+  return withinLimits() && withinCopyLimits();
 }
 
 template <class Sink>
 bool Walker<Sink>::withinCopyLimits() {
-  if (result.copiedBytes > limits.maxCopiedBytes) return fail(AMFVerifyStatus::copyLimit);
+  if (result.copiedBytes > maxCopied) return fail(AMFVerifyStatus::copyLimit);
   if (result.switchedReferences > limits.maxSwitchedReferences) {
     return fail(AMFVerifyStatus::switchedReferenceLimit);
   }
   return true;
 }
 
-// A string that stands in the packet, or one that a reference copies.
-template <class Sink>
-bool Walker<Sink>::chargeText(const Cost& cost, bool copied) {
-  if (copied) addCopied(cost);
-  return charge(cost) && (!copied || withinCopyLimits());
-}
-
 // The value that a reference copies, as deep as the original.
 template <class Sink>
-bool Walker<Sink>::chargeCopy(const Cost& cost, std::uint32_t height,
-                              std::uint32_t switchedReferences) {
+bool Walker<Sink>::chargeReference(const Cost& cost, std::uint32_t height,
+                                   std::uint32_t switchedReferences) {
   if (!reachDepth(std::uint64_t{frames.size()} + height)) return false;
   contain(height);
   result.references = plus(result.references, 1u);
   result.switchedReferences = plus(result.switchedReferences, switchedReferences);
-  addCopied(cost);
-  return charge(cost) && withinCopyLimits();
+  return chargeCopy(cost);
 }
 
 template <class Sink>

@@ -93,6 +93,9 @@ class Walker {
         cursor(begin),
         end(begin + size),
         limits(verifyLimits),
+        maxNodes(largest(verifyLimits.maxNodes)),
+        maxBytes(largest(verifyLimits.maxTreeBytes)),
+        maxCopied(largest(verifyLimits.maxCopiedBytes)),
         sink(fieldSink) {}
 
   /// Walks the whole packet and reports.
@@ -134,16 +137,16 @@ class Walker {
 
   // Sums
   bool withinLimits() {
-    return (total.nodes <= limits.maxNodes && total.bytes <= limits.maxTreeBytes) || overLimit();
+    return (total.nodes <= maxNodes && total.bytes <= maxBytes) || overLimit();
   }
   bool overLimit();
-  bool charge(const Cost& cost);
   bool chargeNode(std::uint64_t bytes);
-  bool chargeText(const Cost& cost, bool copied);
-  bool chargeCopy(const Cost& cost, std::uint32_t height, std::uint32_t switchedReferences);
-  void addCopied(const Cost& cost);
+  bool chargeString(std::uint32_t length, bool copied = false);
+  bool chargeMember(std::uint32_t nameLength, bool copiedName = false);
+  bool chargeCopy(const Cost& cost);
+  bool chargeReference(const Cost& cost, std::uint32_t height, std::uint32_t switchedReferences);
   bool withinCopyLimits();
-  void addSlot() { total.bytes = plus(total.bytes, kSlot); }  // seen by the charge of what fills it
+  void addSlot() { total.bytes += kSlot; }  // seen by the charge of what fills it
   bool reachDepth(std::uint64_t depth);
 
   // Objects and arrays
@@ -176,11 +179,10 @@ class Walker {
   bool externalizable3(std::uint32_t sealedCount, bool dynamic);
   bool referencedTraits3(std::uint32_t index);
   bool reference3(AMFNode::AMFType type, std::uint32_t index, bool switched);
-  bool enter3(AMFNode::AMFType type, const Cost& cost);
+  bool enter3(AMFNode::AMFType type, std::uint64_t bytes, std::uint64_t text, std::uint64_t raw);
   bool openEntered3(AMFNode::AMFType type, FrameKind kind, std::uint32_t remaining);
   bool appendEntry3(const AMF3Entry& entry);
   bool enterTraits3(const TraitsEntry& entry);
-  bool chargeMember3(const Text& name, bool referenced);
   bool values3();
   bool members3();
   bool close3(const Frame& frame, const Cost& cost);
@@ -189,6 +191,9 @@ class Walker {
   const Byte* cursor;
   const Byte* const end;
   const AMFVerifyLimits& limits;
+  const std::uint64_t maxNodes;
+  const std::uint64_t maxBytes;
+  const std::uint64_t maxCopied;
   Sink& sink;
   AMFVerifyResult result;
   Cost total{};

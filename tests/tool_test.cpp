@@ -105,6 +105,7 @@ class Tool : public testing::Test {
     writeFile("empty.amf", hex("0003 0000 0000"));
     writeFile("echo.amf", packetOf("02 0002 'hi'"));
     writeFile("refused.amf", packetOf("04"));
+    writeFile("cut.amf", packetOf("02 0003 'hi'"));
   }
 
   void TearDown() override {
@@ -152,6 +153,19 @@ const DecodeCase kDecodeCases[] = {
     {"refused",
      {"decode", "refused.amf"},
      {3, "", "amf2json: refused.amf: getAMF0Value: unknown value type at byte 21\n"}},
+    {"cut", {"decode", "cut.amf"}, {6, "", "amf2json: cut.amf: truncated at byte 23\n"}},
+    {"nothing at all",
+     {"decode", "/dev/null"},
+     {6, "", "amf2json: /dev/null: truncated at byte 0\n"}},
+    {"within a limit",
+     {"decode", "--to", "script", "--max-string-bytes", "4", "echo.amf"},
+     {0, kEchoStatements, ""}},
+    {"over a limit",
+     {"decode", "--max-string-bytes", "3", "echo.amf"},
+     {7, "", "amf2json: echo.amf: string limit at byte 8\n"}},
+    {"over the size limit",
+     {"decode", "--max-packet-bytes", "5", "empty.amf"},
+     {7, "", "amf2json: empty.amf: packet too large at byte 0\n"}},
     {"no such file",
      {"decode", "missing.amf"},
      {4, "", "amf2json: missing.amf: cannot read: No such file or directory\n"}},
@@ -245,7 +259,9 @@ TEST_F(Tool, RunsOutOfMemory) {
   struct rlimit low = before;
   low.rlim_cur = 128 << 20;
   ASSERT_EQ(setrlimit(RLIMIT_AS, &low), 0);
-  const Outcome outcome = run({"decode", "bomb.amf"});
+  const std::string most = "18446744073709551615";
+  const Outcome outcome = run({"decode", "--max-nodes", most, "--max-tree-bytes", most,
+                               "--max-copied-bytes", most, "bomb.amf"});
   ASSERT_EQ(setrlimit(RLIMIT_AS, &before), 0);
   const Outcome expected = {5, "", "amf2json: bomb.amf: out of memory\n"};
   EXPECT_EQ(outcome, expected);
@@ -282,12 +298,13 @@ TEST_F(Tool, Helps) {
   EXPECT_EQ(help.status, 0);
   EXPECT_EQ(help.err, "");
   for (const char* part :
-       {"decode", "roundtrip", "  3  the packet was refused\n", "Pass complete packets only"}) {
+       {"decode", "roundtrip", "  6  the packet ends too early\n", "Every packet is checked"}) {
     EXPECT_NE(help.out.find(part), std::string::npos) << part;
   }
   const Outcome decodeHelp = run({"decode", "--help"});
   EXPECT_EQ(decodeHelp.status, 0);
   EXPECT_NE(decodeHelp.out.find("one line feed more"), std::string::npos) << decodeHelp.out;
+  EXPECT_NE(decodeHelp.out.find("--max-depth N=64"), std::string::npos) << decodeHelp.out;
 }
 
 // ---- roundtrip
@@ -369,6 +386,7 @@ const RoundtripCase kRoundtripCases[] = {
      "bytes as it needs)"},
     {"refused", packetOf("11 0D"), 3,
      "refused: getAMF3Value(): unknown value type marker at byte 22"},
+    {"cut", packetOf("0A 00000002 05"), 6, "refused: truncated at byte 26"},
     {"refused by the writer", packetOf("11 04 808080FF"), 3,
      "refused when written: setAMF3Integer(): integer value is to large at byte 22"},
 };

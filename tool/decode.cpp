@@ -9,7 +9,7 @@
 
 namespace {
 
-const std::string& render(AMFProtocol& protocol, const DecodeOptions& options) {
+const std::string& textOf(AMFProtocol& protocol, const DecodeOptions& options) {
   const bool pretty = !options.compact;
   switch (options.view) {
     case View::js: return protocol.getPackageInJS(pretty);
@@ -26,14 +26,14 @@ ExitCode decode(const DecodeOptions& options) {
   try {
     const std::vector<char> packet = readPacket(options.packet);
     AMFProtocol protocol;
-    decodePacket(protocol, packet);
-    std::string text = render(protocol, options);
+    decodePacket(protocol, packet, options.limits);
+    std::string text = textOf(protocol, options);
     if (text.empty() || text.back() != '\n') text += '\n';
     writeText(options.output, text);
     return kDone;
   } catch (const Refusal& refusal) {
     report(options.packet + ": " + refusal.text + " at byte " + std::to_string(refusal.offset));
-    return kRefused;
+    return refusal.exitCode;
   } catch (const FileFailure& failure) {
     report(failure.text);
     return kFileFailure;

@@ -4,6 +4,8 @@
 #ifndef AMF2JSON_TOOL_DECODE_H
 #define AMF2JSON_TOOL_DECODE_H
 
+#include <AMFGuard.h>
+
 #include <string>
 
 #include "tool/outcome.h"
@@ -15,6 +17,7 @@ struct DecodeOptions {
   bool compact = false;
   std::string output = "-";
   std::string packet = "-";
+  AMFVerifyLimits limits;
 };
 
 // Refusals and file failures are reported, not thrown.

@@ -25,22 +25,22 @@ constexpr const char* kFooter =
     "  0  done; roundtrip: every packet equal\n"
     "  1  roundtrip: a packet is written with other bytes\n"
     "  2  wrong command line\n"
-    "  3  the packet was refused\n"
+    "  3  the packet holds something that is refused\n"
     "  4  a file cannot be read or written\n"
     "  5  out of memory\n"
+    "  6  the packet ends too early\n"
+    "  7  the packet is over a limit\n"
     "Of several files the largest code counts. A reader that closes its pipe early is no error.\n"
     "\n"
-    "Pass complete packets only: the decoder is not told where a packet ends and reads past the "
-    "end\n"
-    "of one that was cut or whose lengths lie. Do not use it on bytes that you do not trust.";
+    "Every packet is checked before it is decoded, against its own end and against the limits.\n"
+    "Do not run the JavaScript made of a packet that you do not trust: a crafted string gets out\n"
+    "of its quotes.\n";
 
 constexpr const char* kDecodeFooter =
-    "Standard output is the library's text as it is, and one line feed more if it does not end in\n"
-    "one. A refused packet gives no text, but one line on standard error:\n"
+    "Standard output is the library's text as it is, and one line feed more if it does not end\n"
+    "in one. A refused packet gives no text, but one line on standard error:\n"
     "  amf2json: FILE: TEXT at byte OFFSET\n"
-    "Bytes behind the last message are not looked at. Do not run the JavaScript of packets that "
-    "you\n"
-    "do not trust.";
+    "Bytes behind the last message are not looked at.\n";
 
 constexpr const char* kRoundtripFooter =
     "One line for each file:\n"
@@ -48,45 +48,56 @@ constexpr const char* kRoundtripFooter =
     "  FILE: differs at byte OFFSET: XX read, YY written: FIELD in SECTION (REASON)\n"
     "  FILE: refused: TEXT at byte OFFSET\n"
     "  FILE: refused when written: TEXT at byte OFFSET\n"
-    "Only the first difference is shown. A REASON says that this field is meant to be written in "
-    "one\n"
-    "way only; a difference without a reason should not happen.";
+    "Only the first difference is shown. A REASON says that this field is meant to be written\n"
+    "in one way only; a difference without a reason should not happen.\n";
 
 const std::map<std::string, View> kViews = {
     {"json", View::json}, {"js", View::js}, {"both", View::both}, {"script", View::script}};
 
-struct CommandLine {
-  DecodeOptions decode;
-  std::vector<std::string> roundtripFiles = {"-"};
-};
+void addLimits(CLI::App* command, AMFVerifyLimits& limits) {
+  const auto add = [command](const char* name, auto& limit, const char* what) {
+    command->add_option(name, limit, what)->capture_default_str()->type_name("N")->group("Limits");
+  };
+  add("--max-packet-bytes", limits.maxPacketBytes, "Size of the packet");
+  add("--max-depth", limits.maxDepth, "Objects and arrays inside one another");
+  add("--max-nodes", limits.maxNodes, "Values, names and URIs");
+  add("--max-tree-bytes", limits.maxTreeBytes, "Memory for all of them");
+  add("--max-copied-bytes", limits.maxCopiedBytes, "The part of it that references copy");
+  add("--max-string-bytes", limits.maxStringBytes, "One string, XML text or byte array");
+  add("--max-switched-references", limits.maxSwitchedReferences,
+      "AMF3 references right behind a switch");
+}
 
 CLI::App* addDecode(CLI::App& app, DecodeOptions& options) {
   CLI::App* const command = app.add_subcommand("decode", "Shows one packet");
   command->footer(kDecodeFooter);
   command
-      ->add_option("--to", options.view,
-                   "json: JSON text (default); js: script that builds \"amf\";\n"
-                   "both: JSON text and statements; script: statements alone")
-      ->transform(CLI::Transformer(kViews))
-      ->type_name("VIEW");
+      ->add_option_function<std::string>(
+          "--to", [&options](const std::string& name) { options.view = kViews.at(name); },
+          "json: JSON text (default)\njs: script that builds \"amf\"\n"
+          "both: JSON text and statements\nscript: statements alone")
+      ->check(CLI::IsMember(kViews))
+      ->option_text("VIEW");
   command->add_flag("--compact", options.compact, "No indentation and no line ends");
   command->add_option("-o,--output", options.output, "File to write, whole or not at all")
       ->type_name("FILE");
   command->add_option("FILE", options.packet, "Packet to read; - or none: standard input")
       ->type_name("");
+  addLimits(command, options.limits);
   return command;
 }
 
-CLI::App* addRoundtrip(CLI::App& app, std::vector<std::string>& files) {
+void addRoundtrip(CLI::App& app, std::vector<std::string>& files, AMFVerifyLimits& limits) {
   CLI::App* const command =
       app.add_subcommand("roundtrip", "Decodes packets, encodes them again, compares the bytes");
   command->footer(kRoundtripFooter);
   command->add_option("FILE", files, "Packets to read; - or none: standard input")->type_name("");
-  return command;
+  addLimits(command, limits);
 }
 
 ExitCode run(int argc, char** argv) {
-  CommandLine options;
+  DecodeOptions options;
+  std::vector<std::string> files = {"-"};
   CLI::App app(kDescription, "amf2json");
   app.footer(kFooter);
   app.set_version_flag("--version", "amf2json " AMF2JSON_VERSION);
@@ -94,14 +105,14 @@ ExitCode run(int argc, char** argv) {
   app.failure_message([](const CLI::App*, const CLI::Error& e) {
     return std::string("amf2json: ") + e.what() + "\namf2json --help says more.\n";
   });
-  const CLI::App* const decodeCommand = addDecode(app, options.decode);
-  addRoundtrip(app, options.roundtripFiles);
+  const CLI::App* const decodeCommand = addDecode(app, options);
+  addRoundtrip(app, files, options.limits);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
     return app.exit(e) == 0 ? kDone : kUsage;
   }
-  return decodeCommand->parsed() ? decode(options.decode) : roundtrip(options.roundtripFiles);
+  return decodeCommand->parsed() ? decode(options) : roundtrip(files, options.limits);
 }
 
 }  // namespace

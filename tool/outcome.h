@@ -12,13 +12,16 @@ enum ExitCode : int {
   kDone = 0,         // also: the two packets are equal
   kDiffers = 1,      // roundtrip only
   kUsage = 2,        // the command line is wrong
-  kRefused = 3,      // the library refused the packet
+  kRefused = 3,      // the packet holds something that the library refuses
   kFileFailure = 4,  // a file cannot be read or written
   kOutOfMemory = 5,
+  kTruncated = 6,  // the packet ends too early
+  kOverLimit = 7,  // the packet is larger, deeper or costlier than allowed
 };
 
 // The library's own text and the place it was noticed at.
 struct Refusal {
+  ExitCode exitCode;
   const char* text;
   std::size_t offset;  // bytes from the start of the packet
 };

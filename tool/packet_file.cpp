@@ -94,6 +94,15 @@ void replaceFile(const std::string& file, const std::string& text, mode_t mode) 
   }
 }
 
+ExitCode exitCodeOf(AMFVerifyStatus status) {
+  switch (status) {
+    case AMFVerifyStatus::malformed: return kRefused;
+    case AMFVerifyStatus::truncated: return kTruncated;
+    case AMFVerifyStatus::outOfMemory: return kOutOfMemory;
+    default: return kOverLimit;
+  }
+}
+
 }  // namespace
 
 std::vector<char> readPacket(const std::string& file) {
@@ -103,12 +112,12 @@ std::vector<char> readPacket(const std::string& file) {
   return readAll(in.number, file);
 }
 
-void decodePacket(AMFProtocol& protocol, const std::vector<char>& packet) {
-  try {
-    protocol.parse(packet.data());
-  } catch (const AMFException& e) {
-    throw Refusal{e.message, static_cast<std::size_t>(protocol.readCursor - packet.data())};
-  }
+void decodePacket(AMFProtocol& protocol, const std::vector<char>& packet,
+                  const AMFVerifyLimits& limits) {
+  AMFVerifyResult checked;
+  const char* const bytes = packet.empty() ? "" : packet.data();
+  if (parseVerified(protocol, bytes, packet.size(), limits, &checked) != nullptr) return;
+  throw Refusal{exitCodeOf(checked.status), checked.message, checked.offset};
 }
 
 void writeText(const std::string& file, const std::string& text) {

@@ -4,6 +4,8 @@
 #ifndef AMF2JSON_TOOL_PACKET_FILE_H
 #define AMF2JSON_TOOL_PACKET_FILE_H
 
+#include <AMFGuard.h>
+
 #include <AMF2JSON>
 #include <string>
 #include <vector>
@@ -13,9 +15,10 @@
 // All bytes of `file`. Throws FileFailure.
 std::vector<char> readPacket(const std::string& file);
 
-// Decodes `packet` into `protocol`. Throws Refusal. The one place where packet bytes meet the
-// readers, which believe every length: a cut packet is read past its end.
-void decodePacket(AMFProtocol& protocol, const std::vector<char>& packet);
+// Checks `packet`, then decodes it into `protocol`. Throws Refusal. The one place where packet
+// bytes meet the readers, which believe every length: nothing gets there unchecked.
+void decodePacket(AMFProtocol& protocol, const std::vector<char>& packet,
+                  const AMFVerifyLimits& limits);
 
 // Writes `text` to `file`: into a new file beside it that takes its name once it is complete. What
 // is not a regular file is written in place. A reader that closed its pipe is no failure. Throws

@@ -28,7 +28,7 @@ std::string byteAt(const char* bytes, std::size_t length, std::size_t offset) {
 }
 
 Verdict refused(const char* prefix, const Refusal& refusal) {
-  return {kRefused,
+  return {refusal.exitCode,
           prefix + std::string(refusal.text) + " at byte " + std::to_string(refusal.offset)};
 }
 
@@ -39,7 +39,7 @@ void encode(AMFProtocol& protocol) {
   } catch (const AMFException& e) {
     std::size_t written = 0;
     for (const AMFOutputChunks::Chunk& chunk : protocol.outputChunks) written += chunk.length;
-    throw Refusal{e.message, written};
+    throw Refusal{kRefused, e.message, written};
   }
 }
 
@@ -59,11 +59,11 @@ Verdict compare(const std::vector<char>& packet, const char* written, std::size_
   return {kDiffers, text};
 }
 
-Verdict roundtrip(const std::string& file) {
+Verdict roundtrip(const std::string& file, const AMFVerifyLimits& limits) {
   const std::vector<char> packet = readPacket(file);
   AMFProtocol protocol;
   try {
-    decodePacket(protocol, packet);
+    decodePacket(protocol, packet, limits);
   } catch (const Refusal& refusal) {
     return refused("refused: ", refusal);
   }
@@ -75,9 +75,9 @@ Verdict roundtrip(const std::string& file) {
   return compare(packet, protocol.resultBuffer, protocol.getResultLength());
 }
 
-ExitCode reportFile(const std::string& file) {
+ExitCode reportFile(const std::string& file, const AMFVerifyLimits& limits) {
   try {
-    const Verdict verdict = roundtrip(file);
+    const Verdict verdict = roundtrip(file, limits);
     writeText("-", file + ": " + verdict.text + "\n");
     return verdict.exitCode;
   } catch (const FileFailure& failure) {
@@ -91,8 +91,8 @@ ExitCode reportFile(const std::string& file) {
 
 }  // namespace
 
-ExitCode roundtrip(const std::vector<std::string>& files) {
+ExitCode roundtrip(const std::vector<std::string>& files, const AMFVerifyLimits& limits) {
   ExitCode worst = kDone;
-  for (const std::string& file : files) worst = std::max(worst, reportFile(file));
+  for (const std::string& file : files) worst = std::max(worst, reportFile(file, limits));
   return worst;
 }

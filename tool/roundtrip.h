@@ -4,12 +4,14 @@
 #ifndef AMF2JSON_TOOL_ROUNDTRIP_H
 #define AMF2JSON_TOOL_ROUNDTRIP_H
 
+#include <AMFGuard.h>
+
 #include <string>
 #include <vector>
 
 #include "tool/outcome.h"
 
 // Writes one line per file to standard output; returns the worst outcome of all files.
-ExitCode roundtrip(const std::vector<std::string>& files);
+ExitCode roundtrip(const std::vector<std::string>& files, const AMFVerifyLimits& limits);
 
 #endif  // AMF2JSON_TOOL_ROUNDTRIP_H

@@ -432,6 +432,22 @@ const Between kBetween[] = {
        p.AddPrefixes(p.scriptText);
        p.scriptText.erase(0, p.scriptText.size() - kScriptRoom);
      }},
+    {"the path added to the texts themselves, NULs at both ends",
+     [](AMFProtocol& p) {
+       p.CreatePrefix();
+       p.AddPrefixes(p.jsonText);
+       p.AddPrefixes(p.scriptText);
+       p.jsonText.push_back('\0');
+       p.scriptText.push_back('\0');
+       p.jsonText.erase(0, p.jsonText.size() - kJsonRoom);
+       p.scriptText.erase(0, p.scriptText.size() - kScriptRoom);
+     }},
+    {"an attribute, NULs at both ends",
+     [](AMFProtocol& p) {
+       p.appendAttr("name", "value", true);
+       p.jsonText.push_back('\0');
+       p.jsonText.erase(0, p.jsonText.size() - kJsonRoom);
+     }},
     {"text of exactly the room written by a primitive",
      [](AMFProtocol& p) {
        p.newLine = p.indent = "";

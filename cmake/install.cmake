@@ -4,13 +4,8 @@
 # inside is relative, so that an installed tree can be moved. tests/install checks that.
 include(CMakePackageConfigHelpers)
 
-set(public_headers include/AMF2JSON include/AMF2JSON.h)
-foreach(header AMFEdit.h AMFGuard.h)
-  if(EXISTS ${PROJECT_SOURCE_DIR}/include/${header})
-    list(APPEND public_headers include/${header})
-  endif()
-endforeach()
-install(FILES ${public_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES include/AMF2JSON include/AMF2JSON.h include/AMFEdit.h include/AMFGuard.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(TARGETS ${amf2json_libraries} EXPORT AMF2JSON
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}

@@ -15,7 +15,7 @@ constexpr unsigned kSwitchToAmf3 = 0x11;
 
 // Lengths on both sides of the steps of every length field and of the script pieces.
 constexpr std::uint32_t kShortSteps[] = {0, 63, 64, 127, 128, 399, 400};
-constexpr std::uint32_t kLongSteps[] = {8191, 8192, 16383, 16384, 65535, 65536, 65535, 65536};
+constexpr std::uint32_t kLongSteps[] = {8191, 8192, 16383, 16384, 65535, 65536};
 constexpr std::uint32_t kHugeSteps[] = {1048575, 1048576};
 
 const char* const kWords[] = {"a",     "id",    "name",  "value",     "total", "x",
@@ -48,11 +48,11 @@ void PacketGenerator::plan() {
   spent = 0;
   valuesLeft = 4 + random.below(20);
   longLength = 0;
-  if (random.chance(160)) longLength = kLongSteps[random.below(std::size(kLongSteps))];
+  if (random.chance(130)) longLength = kLongSteps[random.below(std::size(kLongSteps))];
   if (random.below(16000) == 0) longLength = kHugeSteps[random.below(std::size(kHugeSteps))];
   deepest = 0;
-  deepTarget = random.chance(30) ? 20 + random.below(20) : 0;
-  wide = random.chance(30) ? 100 + random.below(60) : 0;
+  deepTarget = random.chance(50) ? 20 + random.below(20) : 0;
+  wide = random.chance(60) ? 100 + random.below(60) : 0;
   if (random.below(16000) == 0) wide = 8200 + random.below(300);
 }
 
@@ -157,24 +157,15 @@ std::uint64_t PacketGenerator::doubleBits() {
   const unsigned kind = random.below(12);
   note(Feature(kind < 9 ? kDoubleOrdinary + kind : +kDoubleOrdinary));
   switch (kind) {
-    case 1:
-      return random.chance(500) ? 0 : bitsOf(-0.0);
-    case 2:
-      return 0x7FF8000000000000u;
-    case 3:
-      return 0xFFF0000000000001u + (random.next() >> 13);
-    case 4:
-      return 0x7FF0000000000000u;
-    case 5:
-      return 0xFFF0000000000000u;
-    case 6:
-      return random.next() >> 12;
-    case 7:
-      return 0x7E40000000000000u + (random.next() >> 14);
-    case 8:
-      return random.next();
-    default:
-      return bitsOf((static_cast<double>(random.below(2000000)) - 1e6) / 64);
+    case 1: return random.chance(500) ? 0 : bitsOf(-0.0);
+    case 2: return 0x7FF8000000000000u;
+    case 3: return 0xFFF0000000000001u + (random.next() >> 13);
+    case 4: return 0x7FF0000000000000u;
+    case 5: return 0xFFF0000000000000u;
+    case 6: return random.next() >> 12;
+    case 7: return 0x7E40000000000000u + (random.next() >> 14);
+    case 8: return random.next();
+    default: return bitsOf((static_cast<double>(random.below(2000000)) - 1e6) / 64);
   }
 }
 
@@ -183,14 +174,10 @@ std::uint64_t PacketGenerator::dateBits() {
   note(Feature(kind < 4 ? kDateOrdinary + kind : +kDateOrdinary));
   const double within = static_cast<double>(random.below(4102444800u));  // seconds up to 2100
   switch (kind) {
-    case 1:
-      return bitsOf(-within * 1e3 - 1);
-    case 2:
-      return bitsOf(253402300800e3 + within * 1e6);
-    case 3:
-      return doubleBits();
-    default:
-      return bitsOf(within * 1e3 + random.below(1000));
+    case 1: return bitsOf(-within * 1e3 - 1);
+    case 2: return bitsOf(253402300800e3 + within * 1e6);
+    case 3: return doubleBits();
+    default: return bitsOf(within * 1e3 + random.below(1000));
   }
 }
 
@@ -202,7 +189,7 @@ void PacketGenerator::noteLength(std::size_t length) {
 }
 
 std::uint32_t PacketGenerator::textLength(std::uint32_t longest) {
-  if (longLength != 0 && longLength <= longest && random.chance(400)) {
+  if (longLength != 0 && longLength <= longest && random.chance(700)) {
     const std::uint32_t length = longLength;
     longLength = 0;
     return length;
@@ -240,8 +227,9 @@ std::string PacketGenerator::anyText(std::uint32_t longest) {
 }
 
 std::string PacketGenerator::name(std::uint32_t longest) {
-  if (random.chance(900)) return kWords[random.below(std::size(kWords))];
-  return anyText(longest);
+  const unsigned draw = random.below(40);
+  if (draw == 0) return std::string();
+  return draw < 36 ? kWords[random.below(std::size(kWords))] : anyText(longest);
 }
 
 void PacketGenerator::string0(const std::string& bytes) {
@@ -259,9 +247,10 @@ std::uint32_t PacketGenerator::childCount(unsigned depth) {
 // ---- AMF0 values
 
 PacketGenerator::Cost PacketGenerator::value0(unsigned depth) {
-  static const unsigned leaves[] = {0x00, 0x00, 0x01, 0x02, 0x02, 0x05,
-                                    0x06, 0x0B, 0x0C, 0x0F, 0x07};
-  static const unsigned containers[] = {0x03, 0x03, 0x08, 0x0A, 0x10, 0x11, 0x11, 0x11, 0x11, 0x11};
+  static const unsigned leaves[] = {0x00, 0x00, 0x01, 0x02, 0x02, 0x05, 0x06,
+                                    0x0B, 0x0C, 0x0F, 0x07, 0x07, 0x07};
+  static const unsigned containers[] = {0x03, 0x03, 0x08, 0x08, 0x0A, 0x0A, 0x10,
+                                        0x11, 0x11, 0x11, 0x11, 0x11, 0x11};
   const bool chain = depth < deepTarget && depth >= deepest;
   if (depth > deepest) deepest = depth;
   if (deepest >= 20) note(kDeep);
@@ -273,16 +262,11 @@ PacketGenerator::Cost PacketGenerator::value0(unsigned depth) {
 
 PacketGenerator::Cost PacketGenerator::container0(unsigned depth, unsigned marker) {
   switch (marker) {
-    case 0x03:
-      return object0(depth, false);
-    case 0x10:
-      return object0(depth, true);
-    case 0x08:
-      return array0(depth, false);
-    case 0x0A:
-      return array0(depth, true);
-    default:
-      return switched(depth);
+    case 0x03: return object0(depth, false);
+    case 0x10: return object0(depth, true);
+    case 0x08: return array0(depth, false);
+    case 0x0A: return array0(depth, true);
+    default: return switched(depth);
   }
 }
 
@@ -326,7 +310,7 @@ PacketGenerator::Cost PacketGenerator::object0(unsigned depth, bool typed) {
   u8(typed ? 0x10 : 0x03);
   Cost cost{2, 0, false};  // the object and its class name
   if (typed) {
-    const std::string className = name(65535);
+    const std::string className = random.chance(100) ? std::string() : name(65535);
     if (className.empty()) note(kAmf0EmptyClassName);
     string0(className);
     cost.bytes += className.size();

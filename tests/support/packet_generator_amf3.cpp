@@ -58,7 +58,7 @@ void PacketGenerator::u29(std::uint32_t value, Feature oneByte) {
 PacketGenerator::Cost PacketGenerator::integer3() {
   const unsigned count = 1 + random.below(4);
   note(Feature(kInteger1 + count - 1));
-  const std::uint32_t high = random.below(1u << (7 * (count - 1)));
+  const std::uint32_t high = random.chance(100) ? 0 : random.below(1u << (7 * (count - 1)));
   unsigned last = random.below(count == 4 ? 256 : 128);
   if (last >= 0x80) note(kIntegerNegative4);
   u29Bytes(high, last, count);
@@ -87,24 +87,17 @@ PacketGenerator::Cost PacketGenerator::leaf3(unsigned marker) {
   note(Feature(kAmf3Marker00 + marker));
   u8(marker);
   switch (marker) {
-    case 0x04:
-      behindSwitch = false;
-      return integer3();
+    case 0x04: behindSwitch = false; return integer3();
     case 0x05:
       behindSwitch = false;
       f64(doubleBits());
       return {1, 0, false};
-    case 0x06:
-      return string3(kStringReferenceValue);
-    case 0x08:
-      return date3();
+    case 0x06: return string3(kStringReferenceValue);
+    case 0x08: return date3();
     case 0x07:
     case 0x0B:
-    case 0x0C:
-      return bytes3(marker);
-    default:
-      behindSwitch = false;
-      return {1, 0, false};
+    case 0x0C: return bytes3(marker);
+    default: behindSwitch = false; return {1, 0, false};
   }
 }
 

@@ -191,6 +191,7 @@ bool Walker<Sink>::overLimit() {
 
 template <class Sink>
 bool Walker<Sink>::chargeNode(std::uint64_t bytes) {
+  takeSlot();
   total.nodes += 1;
   total.bytes += bytes;
   return withinLimits();
@@ -214,6 +215,7 @@ bool Walker<Sink>::chargeMember(std::uint32_t nameLength, bool copiedName) {
 
 template <class Sink>
 bool Walker<Sink>::chargeCopy(const Cost& cost) {
+  takeSlot();
   total.addCopy(cost);
   result.copiedNodes = plus(result.copiedNodes, cost.nodes);
   result.copiedBytes = plus(result.copiedBytes, cost.bytes);
@@ -256,6 +258,7 @@ bool Walker<Sink>::open(FrameKind kind, std::uint32_t remaining, std::uint64_t b
   if (!reachDepth(std::uint64_t{frames.size()} + 1)) return false;
   Frame* const frame = frames.append();
   if (!frame) return fail(AMFVerifyStatus::outOfMemory);
+  takeSlot();
   *frame = {total, result.switchedReferences, remaining, 0, 0, 1, kind, false};
   return chargeNode(bytes);
 }

@@ -146,7 +146,11 @@ class Walker {
   bool chargeCopy(const Cost& cost);
   bool chargeReference(const Cost& cost, std::uint32_t height, std::uint32_t switchedReferences);
   bool withinCopyLimits();
-  void addSlot() { total.bytes += kSlot; }  // seen by the charge of what fills it
+  void addSlot() { slot = kSlot; }  // charged with the node that fills it
+  void takeSlot() {
+    total.bytes += slot;
+    slot = 0;
+  }
   bool reachDepth(std::uint64_t depth);
 
   // Objects and arrays
@@ -197,6 +201,7 @@ class Walker {
   Sink& sink;
   AMFVerifyResult result;
   Cost total{};
+  std::uint64_t slot = 0;
 
   Table<Frame> frames;
   Table<AMF0Entry> amf0Entries;

@@ -11,12 +11,20 @@ namespace render {
 
 namespace {
 
+// The one character that the indentation is made of, if it is.
+char indentCharacter(const std::string& indent, const std::string& unit) {
+  return unit.empty() ? indent[0] : unit[0];  // the terminator where both are empty
+}
+
 // Whether taking one character from the front of the indentation is the same as taking it from the
 // end.
 bool isEven(const std::string& indent, const std::string& unit) {
-  if (unit.size() > 1) return false;
-  const char only = unit.empty() ? (indent.empty() ? '\0' : indent[0]) : unit[0];
-  return indent.find_first_not_of(only) == std::string::npos;
+  return unit.size() <= 1 &&
+         indent.find_first_not_of(indentCharacter(indent, unit)) == std::string::npos;
+}
+
+std::uint64_t eightTimes(char byte) {
+  return static_cast<unsigned char>(byte) * std::uint64_t{0x0101010101010101u};
 }
 
 std::size_t breakMarkFor(std::int32_t lineBreakCount) {
@@ -31,7 +39,8 @@ Writer::Writer(AMFProtocol& protocol)
       json(protocol.jsonText, protocol.jsonText.size()),
       script(protocol.scriptText, protocol.scriptText.size()),
       breakMark(breakMarkFor(protocol.lineBreakCount)),
-      evenIndent(isEven(protocol.indent, protocol.indentUnit)) {
+      evenIndent(isEven(protocol.indent, protocol.indentUnit)),
+      indentWord(eightTimes(indentCharacter(protocol.indent, protocol.indentUnit))) {
   protocol.textsBlank = false;
 }
 
@@ -40,7 +49,8 @@ Writer::Writer(AMFProtocol& protocol, std::size_t hidden)
       json(protocol.jsonText, 0, hidden),
       script(protocol.scriptText, 0),
       breakMark(breakMarkFor(protocol.lineBreakCount)),
-      evenIndent(isEven(protocol.indent, protocol.indentUnit)) {}
+      evenIndent(isEven(protocol.indent, protocol.indentUnit)),
+      indentWord(eightTimes(indentCharacter(protocol.indent, protocol.indentUnit))) {}
 
 void Writer::closeBrackets() {
   if (!p.indent.empty()) {
@@ -55,14 +65,14 @@ void Writer::closeBrackets() {
   const std::size_t back = p.newLine.size() + 1;
   if (json.size() >= back && json.fromEnd(back) == ',') json.removeFromEnd(back);
   if (p.closerStack.empty()) return;
-  const char closer = p.closerStack.back();
+  Stretch line(*this, lineRoom());
   if (p.closerStack.size() == 1) {
-    json.append(closer);  // the outermost block: no comma and no line end
+    line.put(p.closerStack.back());  // the outermost block: no comma and no line end
   } else {
-    writeIndent();
-    json.append(closer);
-    json.append(',');
-    endLine();
+    line.indent();
+    line.put(p.closerStack.back());
+    line.put(',');
+    line.endLine();
   }
   p.closerStack.pop_back();
 }
@@ -76,16 +86,15 @@ void Writer::writeAttr(std::string_view name, std::string_view value, bool quote
   } else {
     json.append(value);
   }
-  json.append(',');
-  endLine();
+  endMember();
 }
 
 void Writer::writeNumber(std::string_view name, std::uint32_t value) {
-  NumberBuffer buffer;
-  writeMemberName(name);
-  json.append(integerText(value, buffer));
-  json.append(',');
-  endLine();
+  Stretch line(*this, lineRoom() + name.size());
+  line.memberName(name);
+  line.to = putInteger(line.to, value);
+  line.put(',');
+  line.endLine();
 }
 
 void Writer::writeStatement(std::string_view name, std::string_view value, bool quote) {

@@ -59,11 +59,21 @@ std::string_view dateText(double timeMs, DateBuffer& buffer) {
     local = std::tm{};
     toLocalTime(0, local);
   }
-  const int length =
-      std::snprintf(buffer.bytes, sizeof buffer.bytes, "%.3s %.3s%3d %.2d:%.2d:%.2d %d",
-                    kDays + 3 * local.tm_wday, kMonths + 3 * local.tm_mon, local.tm_mday,
-                    local.tm_hour, local.tm_min, local.tm_sec, kYearBase + local.tm_year);
-  return {buffer.bytes, static_cast<std::size_t>(length)};
+  char* const to = buffer.bytes;
+  std::memcpy(to, kDays + 3 * local.tm_wday, 3);
+  to[3] = ' ';
+  std::memcpy(to + 4, kMonths + 3 * local.tm_mon, 3);
+  to[7] = ' ';
+  putTwo(to + 8, local.tm_mday, ' ');
+  to[10] = ' ';
+  putTwo(to + 11, local.tm_hour, '0');
+  to[13] = ':';
+  putTwo(to + 14, local.tm_min, '0');
+  to[16] = ':';
+  putTwo(to + 17, local.tm_sec, '0');
+  to[19] = ' ';
+  const auto year = std::to_chars(to + 20, std::end(buffer.bytes), kYearBase + local.tm_year);
+  return {to, static_cast<std::size_t>(year.ptr - to)};
 }
 
 }  // namespace render

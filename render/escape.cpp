@@ -29,6 +29,10 @@ bool isControlToEscape(char byte) {
 
 // Writes what one byte becomes, two bytes at most, and returns where the next one goes.
 char* escapeForScript(char* to, char byte) {
+  if (static_cast<unsigned char>(byte) > '"') {  // nearly all
+    *to++ = byte;
+    return to;
+  }
   if (isControlToEscape(byte)) return to;  // Kept: dropped, not escaped.
   if (byte == '"') *to++ = '\\';           // Kept: backslashes pass as they are.
   *to++ = byte;

@@ -13,17 +13,17 @@ void Writer::writeChild(std::string_view name, const AMFNode* node, AMFVersion n
   breakSoftly();
   writeMemberName(name);
   if (!node) {
-    json.append("null,");
-    endLine();
+    json.append("null");
+    endMember();
   } else if (p.jsonOnly || isInline) {
-    endLine();
+    json.append(p.newLine);
     writeNode(node, nodeVersion);
     p.scriptStatementStart = true;
   } else {
     if (!isContainer(node)) beginStatement(name);
     pushMember(name);
     p.scriptStatementStart = false;
-    endLine();
+    json.append(p.newLine);
     writeNode(node, nodeVersion);
     p.scriptStatementStart = true;
     popSegment(p);
@@ -43,7 +43,7 @@ void Writer::writeChildren(std::string_view name, const AMFNode* node) {
   if (!node) return;  // Kept: silent, where a missing named member is written as null.
   enterLevel();
   writeMemberName(name);
-  endLine();
+  json.append(p.newLine);
   const auto count = static_cast<std::uint32_t>(node->children.size());
   p.scriptStatementStart = true;
   openBrackets('[', ']');

@@ -83,9 +83,13 @@ std::string_view doubleText(double value, NumberBuffer& buffer) {
   return {buffer.bytes, static_cast<std::size_t>(end - buffer.bytes)};
 }
 
+char* putInteger(char* to, std::uint32_t value) {
+  constexpr int kDigitsMax = 10;
+  return std::to_chars(to, to + kDigitsMax, value).ptr;
+}
+
 std::string_view integerText(std::uint32_t value, NumberBuffer& buffer) {
-  const auto done = std::to_chars(buffer.bytes, std::end(buffer.bytes), value);
-  return {buffer.bytes, static_cast<std::size_t>(done.ptr - buffer.bytes)};
+  return {buffer.bytes, static_cast<std::size_t>(putInteger(buffer.bytes, value) - buffer.bytes)};
 }
 
 }  // namespace render

@@ -15,7 +15,8 @@ struct NumberBuffer {
 
 // As the C format "%f": six decimals, nan and inf with their sign.
 std::string_view doubleText(double value, NumberBuffer& buffer);
-// Unsigned decimal.
+// Unsigned decimal, ten digits at most. Returns where the next byte goes.
+char* putInteger(char* to, std::uint32_t value);
 std::string_view integerText(std::uint32_t value, NumberBuffer& buffer);
 
 }  // namespace render

@@ -50,6 +50,8 @@ class TextOut {
     return next;
   }
   void advance(std::size_t count) { next += count; }
+  char* position() const { return next; }
+  void moveTo(char* position) { next = position; }
 
   void append(char byte) {
     *room(1) = byte;

@@ -127,8 +127,7 @@ void Writer::writeValue(std::string_view value, bool quote, bool named) {
 
 void Writer::beginValue(bool named) {
   if (named) {
-    writeIndent();
-    json.append("\"value\" : ");
+    writeMemberName("value");
     if (p.jsonOnly || p.valueInline) return;
     appendPath();
     script.append(".value = ");
@@ -142,8 +141,7 @@ void Writer::beginValue(bool named) {
 }
 
 void Writer::endValue() {
-  json.append(',');
-  endLine();
+  endMember();
   if (!p.jsonOnly && !p.valueInline) endStatement();
 }
 

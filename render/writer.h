@@ -2,7 +2,7 @@
 //
 // The renderer at work: two cursors into the protocol object's texts, and every step of the walk. A
 // view makes one for its whole rendering; each public primitive makes one for its single step.
-// Brackets and member names stand here because every line of text goes through them; values in
+// What every line of text goes through stands here; brackets in brackets.cpp, values in
 // value_text.cpp, nodes in node_text.cpp, members and lists in members.cpp, the path in
 // script_path.cpp.
 #pragma once
@@ -39,19 +39,17 @@ class Writer {
   static void popSegment(AMFProtocol& p);
 
  private:
+  class Stretch;
+
   // Lines
   void breakSoftly();
-  void writeIndent() { json.append(p.indent); }
-  void endLine() { json.append(p.newLine); }
   void writeMemberName(std::string_view name);
-  template <std::size_t Size>
-  void writeLine(const char (&member)[Size]);  // a whole member, its comma included
-  void writeLine(std::string_view member);
+  void writeLine(std::string_view member);  // a whole member, its comma included
   void writeNumber(std::string_view name, std::uint32_t value);
+  void endMember();
+  std::size_t lineRoom() const { return p.indent.size() + kLineRoom + p.newLine.size(); }
 
   // Values
-  template <class Text>
-  void writeMember(const Text& text, bool named);
   void beginValue(bool named);
   void endValue();
   void endStatement();
@@ -84,12 +82,62 @@ class Writer {
   void pushMember(std::string_view name);
   void pushElement(std::string_view name, std::uint32_t index);
 
+  static constexpr std::size_t kLineRoom = 64;  // a line's fixed text, and the over-long stores
+
   AMFProtocol& p;
   TextOut json;
   TextOut script;
-  std::size_t breakMark;    // the length of the JSON text that asks for the next soft break
-  bool evenIndent;          // the indentation is one character over and over
-  bool zoneIsRead = false;  // one look at the process's time zone serves all dates
+  std::size_t breakMark;     // the length of the JSON text that asks for the next soft break
+  bool evenIndent;           // the indentation is one character over and over
+  std::uint64_t indentWord;  // that character, eight times
+  bool zoneIsRead = false;   // one look at the process's time zone serves all dates
+};
+
+// A stretch of the JSON text whose room is made ahead; it keeps its place in a register while it
+// writes.
+class Writer::Stretch {
+ public:
+  Stretch(Writer& owner, std::size_t room) : w(owner), to(owner.json.room(room)) {}
+  ~Stretch() { w.json.moveTo(to); }
+  Stretch(const Stretch&) = delete;
+  Stretch& operator=(const Stretch&) = delete;
+
+  void indent() {
+    const std::size_t count = w.p.indent.size();
+    if (!w.evenIndent) {
+      std::memcpy(to, w.p.indent.data(), count);
+    } else {
+      std::memcpy(to, &w.indentWord, 8);  // kLineRoom holds what is stored too much
+      std::memcpy(to + 8, &w.indentWord, 8);
+      if (count > 16) std::memset(to + 16, static_cast<char>(w.indentWord & 0xFF), count - 16);
+    }
+    to += count;
+  }
+  void endLine() {
+    const std::string& lineEnd = w.p.newLine;
+    *to = lineEnd[0];  // its terminator where it is empty
+    if (lineEnd.size() > 1) std::memcpy(to, lineEnd.data(), lineEnd.size());
+    to += lineEnd.size();
+  }
+  void put(char byte) { *to++ = byte; }
+  template <std::size_t Size>
+  void put(const char (&literal)[Size]) {
+    std::memcpy(to, literal, Size - 1);
+    to += Size - 1;
+  }
+  void put(std::string_view text) {
+    copyBytes(to, text.data(), text.size());
+    to += text.size();
+  }
+  void memberName(std::string_view name) {
+    indent();
+    put('"');
+    put(name);
+    put("\" : ");
+  }
+
+  Writer& w;
+  char* to;
 };
 
 // At most one line feed for every 500 bytes of text, wherever a block opens or a member begins.
@@ -104,34 +152,35 @@ inline void Writer::breakSoftly() {
   breakMark = static_cast<std::size_t>(static_cast<std::int32_t>(count * kSoftBreakEvery));
 }
 
-inline void Writer::openBrackets(char open, char close) {
+inline void Writer::openBrackets(char bracket, char closer) {
   breakSoftly();
-  writeIndent();
-  json.append(open);
-  endLine();
+  {
+    Stretch line(*this, lineRoom());
+    line.indent();
+    line.put(bracket);
+    line.endLine();
+  }
   p.indent += p.indentUnit;
-  p.closerStack += close;
+  p.closerStack += closer;
 }
 
 // Kept: the name is not escaped.
 inline void Writer::writeMemberName(std::string_view name) {
-  writeIndent();
-  json.append('"');
-  json.append(name);
-  json.append("\" : ");
-}
-
-template <std::size_t Size>
-void Writer::writeLine(const char (&member)[Size]) {
-  writeIndent();
-  json.append(member);
-  endLine();
+  Stretch line(*this, lineRoom() + name.size());
+  line.memberName(name);
 }
 
 inline void Writer::writeLine(std::string_view member) {
-  writeIndent();
-  json.append(member);
-  endLine();
+  Stretch line(*this, lineRoom() + member.size());
+  line.indent();
+  line.put(member);
+  line.endLine();
+}
+
+inline void Writer::endMember() {
+  Stretch line(*this, lineRoom());
+  line.put(',');
+  line.endLine();
 }
 
 inline void Writer::endStatement() {

@@ -286,4 +286,63 @@ TEST(SetTrueLengths, ARefusalChangesNothing) {
   }
 }
 
+// ---------------------------------------------------------------------------------------------------
+// The bytes of docs/building-trees.md
+
+struct DocumentedRow {
+  const char* line;
+  AMFNode* (*value)();
+  const char* written;
+};
+
+const DocumentedRow kDocumented[] = {
+    {"message value: AMFNull, version 0", TREE(null(k0)), "05"},
+    {"message value: AMFNull, version 3", TREE(null(k3)), "11 01"},
+    {"AMF0 object { a: AMFString \"x\" of version 3 }",
+     TREE(object(k0, "", {member(k0, "a", string(k3, "x"))})), "03 0001 'a' 11 06 03 'x' 0000 09"},
+    {"AMF3 object, dynamic, { x: undefined }",
+     TREE(object(k3, "", {member(k3, "x", undefined(k3))}, dynamic())), "11 0A 0B 01 03 'x' 00 01"},
+    {"AMF3 object \"C\", sealedCount 1, { v: false }",
+     TREE(object(k3, "C", {member(k3, "v", boolean(k3, false))}, sealed(1))),
+     "11 0A 13 03 'C' 03 'v' 02"},
+    {"the same with sealedCount 0", TREE(object(k3, "C", {member(k3, "v", boolean(k3, false))})),
+     "11 0A 03 03 'C'"},
+    {"AMF3 array [ true ] with a: null",
+     TREE(array(k3, {boolean(k3, true), member(k3, "a", null(k3))})), "11 09 03 03 'a' 01 01 03"},
+    {"{ a: {}, b: reference 0 }",
+     TREE(object(
+         k0, "",
+         {member(k0, "a", object(k0, "", {})), member(k0, "b", reference(object(k0, "", {}), 0))})),
+     "03 0001 'a' 03 0000 09 0001 'b' 07 0000 0000 09"},
+    {"object \"C\", sealed { v: reference 0 }",
+     TREE(object(k3, "C", {member(k3, "v", reference(string(k3, "C"), 0))}, sealed(1))),
+     "11 0A 13 03 'C' 03 'v' 06 00"},
+    {"[ date, [], reference 1, reference 2 ]",
+     TREE(array(
+         k3, {date(k3, 1), array(k3, {}), reference(date(k3, 1), 1), reference(array(k3, {}), 2)})),
+     "11 09 09 01 08 01 3FF0000000000000 09 01 01 08 02 09 04"},
+    {"[ object \"P\" sealed {x: 1}, object with traitsIndex 0, sealedCount 1, {x: 2} ]",
+     TREE(array(k3,
+                {object(k3, "P", {member(k3, "x", integer(k3, 1))}, sealed(1)),
+                 object(k3, "P", {member(k3, "x", integer(k3, 2))}, Traits{1, false, 0, false})})),
+     "11 09 05 01 0A 13 03 'P' 03 'x' 04 01 0A 01 04 02"},
+};
+
+TEST(Documented, BytesAreAsTold) {
+  for (const DocumentedRow& row : kDocumented) {
+    SCOPED_TRACE(row.line);
+    AMFProtocol protocol;
+    const Owner value(row.value());
+    protocol.setNodeValue(value.get(), k0);
+    const std::string bytes = support::written(protocol);
+    EXPECT_EQ(toHex(bytes), toHex(hex(row.written)));
+    protocol.readCursor = bytes.data();
+    const Owner read(protocol.getAMF0Value());
+    EXPECT_EQ(protocol.readCursor, bytes.data() + bytes.size());
+    protocol.clean();
+    protocol.setNodeValue(read.get(), k0);
+    EXPECT_EQ(toHex(support::written(protocol)), toHex(bytes));
+  }
+}
+
 }  // namespace

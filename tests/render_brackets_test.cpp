@@ -142,6 +142,43 @@ TYPED_TEST(RenderBrackets, OpenAddsOneUnitOfAnyLength) {
   EXPECT_EQ(r.jsonText, "{\r\n  [\r\n");
   EXPECT_EQ(r.indent, "    ");
   EXPECT_EQ(r.closerStack, "}]");
+  r.closeBrackets();
+  EXPECT_EQ(r.jsonText, "{\r\n  [\r\n   ],\r\n");
+  EXPECT_EQ(r.indent, "   ");
+}
+
+TYPED_TEST(RenderBrackets, CloseTakesTheFirstByteOfAMixedIndentation) {
+  TypeParam r;
+  r.indentUnit = "\t";
+  r.indent = "ab";
+  r.openBrackets('{', '}');
+  r.openBrackets('[', ']');
+  EXPECT_EQ(r.jsonText, "ab{ab\t[");
+  EXPECT_EQ(r.indent, "ab\t\t");
+  r.closeBrackets();
+  EXPECT_EQ(r.jsonText, "ab{ab\t[b\t\t],");
+  r.closeBrackets();
+  EXPECT_EQ(r.indent, "\t\t");
+  EXPECT_EQ(r.jsonText, "ab{ab\t[b\t\t]}");
+}
+
+TYPED_TEST(RenderBrackets, DeepIndentation) {
+  TypeParam r;
+  layout(r, true);
+  r.lineBreakCount = -1;  // no soft breaks
+  std::string expected;
+  for (std::size_t depth = 0; depth < 40; ++depth) {
+    r.openBrackets('[', ']');
+    expected += std::string(depth, '\t') + "[\n";
+  }
+  r.appendAttr("a", "1", false);
+  expected += std::string(40, '\t') + "\"a\" : 1";
+  EXPECT_EQ(r.jsonText, expected + ",\n");
+  for (std::size_t depth = 40; depth > 0; --depth) r.closeBrackets();
+  for (std::size_t depth = 39; depth > 0; --depth)
+    expected += "\n" + std::string(depth, '\t') + "]";
+  EXPECT_EQ(r.jsonText, expected + "\n]");
+  EXPECT_EQ(r.indent, "");
 }
 
 struct BreakCase {
@@ -216,6 +253,22 @@ TYPED_TEST(RenderBrackets, OneBreakPerCallAndOneCountForBoth) {
   r.openBrackets('[', ']');
   EXPECT_EQ(r.lineBreakCount, 4);
   EXPECT_EQ(r.jsonText, std::string(1700, 'x') + "\n{\n\"n\" : null,\n[[");
+}
+
+// 8589935 x 500 is 204 modulo 2^32, the next two products are 704 and 1204.
+TYPED_TEST(RenderBrackets, ProductWrapsWithinOneCallToo) {
+  TypeParam r;
+  r.jsonOnly = true;
+  r.lineBreakCount = 8589935;
+  r.jsonText.assign(204, 'x');
+  AMFMessage message;
+  message.targetUri->setValue(std::string(500, 't').data(), 500);
+  r.appendNode(&message, AMF_VERSION_0);
+  EXPECT_EQ(r.jsonText, std::string(204, 'x') + R"(
+{"type" : "message","targetUri" : ")" +
+                            std::string(500, 't') + "\",\n" +
+                            R"("responseUri" : "","value" : "undefined"})");
+  EXPECT_EQ(r.lineBreakCount, 8589937);
 }
 
 TYPED_TEST(RenderBrackets, NoBreakBeforeAttributesAndValues) {

@@ -360,6 +360,50 @@ TYPED_TEST(RenderSticky, LimitIsNotReachedByTheLastNode) {
   EXPECT_FALSE(host.renderer.outputLimitReached);
 }
 
+// The value's node is the one that is tested at 499999 and at 500000 bytes. The response URI stands
+// in both texts, the length of the message in one, so that every sum can be met.
+TYPED_TEST(RenderSticky, LimitIsMetToTheByteInEveryScriptView) {
+  for (const char which : {'s', 'b', 'v', 'j'}) {
+    for (const std::size_t sum : {499999u, 500000u}) {
+      SCOPED_TRACE(std::string(1, which) + " " + std::to_string(sum));
+      const bool json = which == 'j';
+      const std::string root = which == 's' ? "amf." : "";
+      const std::string front = R"({"type" : "package","content" : [{"type" : "message",)";
+      const std::string uris = R"("targetUri" : "t","responseUri" : ")";
+      const std::string back = "\",\n\"value\" : ";
+      const std::string script =
+          json ? ""
+               : root + "content[0].targetUri = \"t\";\n" + root + "content[0].responseUri = \"";
+      const std::string scriptBack = json ? "" : "\";\n" + root + "content[0].value = ";
+      std::string length;
+      std::size_t fixed =
+          front.size() + uris.size() + back.size() + script.size() + scriptBack.size();
+      if (!json && (sum - fixed) % 2 != 0) length = R"("length" : 9,)";
+      ASSERT_EQ(std::string(R"("length" : 9,)").size() % 2, 1u);
+      fixed += length.size();
+      const std::string x((sum - fixed) / (json ? 1 : 2), 'x');
+      WithPackage<TypeParam> host(
+          packet({message("t", x, null(), length.empty() ? 0xFFFFFFFFu : 9)}));
+      host.renderer.useTemporaries = false;
+      view(host.renderer, which);
+      const bool reached = sum > 499999;
+      EXPECT_EQ(host.renderer.outputLimitReached, reached);
+      const bool written = json || !reached;
+      const std::string literal = front + length + uris + x + back + (written ? "null}]}" : "}]}");
+      const std::string statements =
+          json ? std::string() : script + x + scriptBack + (written ? "null;\n" : "");
+      EXPECT_TRUE(host.renderer.scriptText == statements);
+      if (which == 's') {
+        EXPECT_TRUE(host.renderer.jsonText == "\n amf = " + literal + "\n\n" + statements);
+      } else if (which == 'b') {
+        EXPECT_TRUE(host.renderer.jsonText == literal + kBothFraming + statements);
+      } else {
+        EXPECT_TRUE(host.renderer.jsonText == literal);
+      }
+    }
+  }
+}
+
 TYPED_TEST(RenderSticky, TheReturnedTextsOfAViewDoNotCountInTheNext) {
   WithPackage<TypeParam> host(packet({message("", "", text(std::string(600000, 'x')))}));
   host.renderer.getPackageAsJSView(false);
@@ -458,6 +502,29 @@ TEST(RenderTexts, BlankWhateverWasLeftThere) {
         r.appendAttr("a", std::string(kJsonSize - r.jsonText.size() - 7, 'x'), false);
       },
       [](AMFProtocol& r) { r.jsonText.swap(r.scriptText); },
+      [](AMFProtocol& r) {
+        // The text of a view in the middle of the right number of bytes.
+        r.getPackageInJSON(true);
+        r.jsonText.insert(0, 1, '\0');
+        r.jsonText.resize(kJsonSize);
+        r.scriptText.resize(kScriptSize);
+      },
+      [](AMFProtocol& r) {
+        // A primitive that brings the size back.
+        r.jsonText.resize(kJsonSize - 3);
+        r.CreatePrefix();
+        r.AddPrefixes(r.jsonText);
+      },
+      [](AMFProtocol& r) {
+        r.scriptText.resize(kScriptSize - 3);
+        r.RemoveOnePrefix();
+        r.CreatePrefix();
+        r.AddPrefixes(r.scriptText);
+      },
+      [](AMFProtocol& r) {
+        r.scriptText.clear();
+        r.scriptText.resize(kScriptSize, 'x');
+      },
       [](AMFProtocol& r) {
         AMFNull node(v0);
         r.jsonOnly = false;

@@ -6,6 +6,8 @@
 #include "codec/reader.h"
 #include "codec/reader_texts.h"
 #include "codec/wire.h"
+#include "model/adopt.h"
+#include "model/node_pool.h"
 
 namespace {
 
@@ -53,9 +55,7 @@ AMFString* AMFProtocol::getAMF0String(AMF0Markers marker) {
   } else {
     throw AMFException(reader_texts::kAMF0StringMarker);
   }
-  auto text = std::make_unique<AMFString>(AMF_VERSION_0);
-  text->setValue(wire::readBytes(readCursor, length), length);
-  return text.release();
+  return model::makeString(AMF_VERSION_0, wire::readBytes(readCursor, length), length).release();
 }
 
 AMFDouble* AMFProtocol::getAMF0Number() {
@@ -97,28 +97,33 @@ AMFNode* AMFProtocol::getAMF0ByReference() {
 }
 
 AMFPair* AMFProtocol::getAMF0Pair() {
-  auto pair = std::make_unique<AMFPair>(AMF_VERSION_0);
-  AMFString* const name = getAMF0String(AMF0_STRING);
+  const std::uint16_t length = wire::readU16(readCursor);
+  const char* const nameBytes = wire::readBytes(readCursor, length);
+  // Kept: whatever name an end mark carries is read and discarded.
+  if (wire::peekU8(readCursor) == AMF0_OBJECT_END) {
+    ++readCursor;
+    return nullptr;
+  }
+  auto name = model::makeString(AMF_VERSION_0, nameBytes, length);
   if (!name) throw AMFException(reader_texts::kAMF0PairName);
-  pair->setName(name, false);
-  AMFNode* const value = getAMF0Value();
-  if (!value) return nullptr;  // Kept: whatever name an end mark carries is read and discarded.
-  pair->setValue(value, false);
+  auto pair = model::Adopt::pair(AMF_VERSION_0, std::move(name));
+  pair->value = getAMF0Value();
   return pair.release();
 }
 
 AMFObject* AMFProtocol::getAMF0Object(AMF0Markers marker) {
-  auto object = std::make_unique<AMFObject>(AMF_VERSION_0);
+  auto object = model::Adopt::object(AMF_VERSION_0);
   if (marker == AMF0_UNDEFINED) marker = getAMF0Marker();
   // Kept: any other marker than that of a typed object reads an anonymous object.
   if (marker == AMF0_TYPED_OBJECT) {
-    AMFString* const name = getAMF0String(AMF0_STRING);
-    if (!name) throw AMFException(reader_texts::kAMF0ClassName);
-    object->setClassName(name, false);
+    object->className = getAMF0String(AMF0_STRING);
+    if (!object->className) throw AMFException(reader_texts::kAMF0ClassName);
+  } else {
+    object->className = new AMFString(AMF_VERSION_0);
   }
-  while (auto pair = std::unique_ptr<AMFPair>(getAMF0Pair())) {
-    reader::append(*object, std::move(pair));
-  }
+  reader::Children members(pending);
+  while (auto pair = std::unique_ptr<AMFPair>(getAMF0Pair())) members.add(std::move(pair));
+  members.attachTo(*object);
   // Kept: indexes are given in the order in which objects and arrays end, not in which they begin.
   amf0References.push_back(object.get());
   return object.release();
@@ -130,12 +135,14 @@ AMFArray* AMFProtocol::getAMF0Array(AMF0Markers marker) {
   // Kept: the count is read before the marker is looked at. It is believed, but nothing is reserved
   // for it.
   std::uint32_t left = wire::readU32(readCursor);
+  reader::Children elements(pending);
   if (marker == AMF0_STRICT_ARRAY) {
     array->strict = 1;
+    array->denseCount = left;
     for (; left > 0; --left) {
       std::unique_ptr<AMFNode> value(getAMF0Value());
       if (!value) throw AMFException(reader_texts::kAMF0StrictArrayEnd);
-      reader::append(*array, std::move(value));
+      elements.add(std::move(value));
     }
   } else if (marker == AMF0_ECMA_ARRAY) {
     // Kept: exactly `count` members and no end mark; what a sender puts behind them stays in the
@@ -143,11 +150,12 @@ AMFArray* AMFProtocol::getAMF0Array(AMF0Markers marker) {
     for (; left > 0; --left) {
       std::unique_ptr<AMFPair> pair(getAMF0Pair());
       if (!pair) throw AMFException(reader_texts::kAMF0EcmaArrayEnd);
-      reader::append(*array, std::move(pair));
+      elements.add(std::move(pair));
     }
   } else {
     throw AMFException(reader_texts::kUnknownAMF0Array);
   }
+  elements.attachTo(*array);
   amf0References.push_back(array.get());
   return array.release();
 }

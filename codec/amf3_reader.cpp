@@ -3,10 +3,14 @@
 // AMF3 value readers: a marker, mostly a U29 whose low bit tells reference from inline, a body.
 // Enter at getAMF3Value; amf0_reader.cpp does so at the switch marker. Mirrored by amf3_writer.cpp.
 // Tested by tests/amf3_reader_test.cpp.
+#include <algorithm>
+
 #include "AMF2JSON.h"
 #include "codec/reader.h"
 #include "codec/reader_texts.h"
 #include "codec/wire.h"
+#include "model/adopt.h"
+#include "model/node_pool.h"
 
 namespace {
 
@@ -49,19 +53,22 @@ bool isAcceptedExternalizable(const AMFString& name) {
 // Class name, flags and member names as the object of a traits entry has them.
 // Kept: the externalizable flag is not copied, the result is an ordinary object.
 void copyTraits(AMFObject& object, const AMFObject& entry, std::uint32_t index) {
-  if (entry.className) object.setClassName(entry.className, true);
+  object.className = entry.className ? model::copyBytesNode(*entry.className).release()
+                                     : new AMFString(AMF_VERSION_3);
   object.dynamic = entry.dynamic;
   object.sealedCount = entry.sealedCount;
+  object.children.reserve(std::min<std::size_t>(object.sealedCount, entry.children.size()));
   for (std::uint32_t i = 0; i < object.sealedCount; ++i) {
-    const AMFNode* const member = entry.getChild(i);
+    const AMFNode* const member = i < entry.children.size() ? entry.children[i] : nullptr;
     if (!member || member->type != AMFNode::AMF_PAIR) {
       throw AMFException(reader_texts::kAMF3SealedCount);
     }
-    AMFString* const name = static_cast<const AMFPair*>(member)->name;
+    const AMFString* const name = static_cast<const AMFPair*>(member)->name;
     if (!name) throw AMFException(reader_texts::kAMF3MemberName);
-    auto pair = std::make_unique<AMFPair>(AMF_VERSION_3);
-    pair->setName(name, true);
-    reader::append(object, std::move(pair));
+    auto pair = model::Adopt::pair(AMF_VERSION_3, model::copyBytesNode(*name));
+    pair->parent = &object;
+    object.children.push_back(pair.get());
+    static_cast<void>(pair.release());
   }
   object.traitsIndex = index;
 }
@@ -139,8 +146,8 @@ AMFString* AMFProtocol::getAMF3String(bool withMarker) {
                 reader_texts::kAMF3StringType),
         index);
   }
-  auto text = std::make_unique<AMFString>(AMF_VERSION_3);
-  text->setValue(wire::readBytes(readCursor, header >> 1), header >> 1);
+  auto text =
+      model::makeString(AMF_VERSION_3, wire::readBytes(readCursor, header >> 1), header >> 1);
   if (text->length > 0) amf3StringReferences.push_back(text.get());
   return text.release();
 }
@@ -157,8 +164,7 @@ AMFXML* AMFProtocol::getAMF3XML(AMF3Markers marker) {
                                      reader_texts::kAMF3XMLIndex, reader_texts::kAMF3XMLType),
                              index);
   }
-  auto xml = std::make_unique<AMFXML>(AMF_VERSION_3);
-  xml->setValue(wire::readBytes(readCursor, header >> 1), header >> 1);
+  auto xml = model::makeXML(AMF_VERSION_3, wire::readBytes(readCursor, header >> 1), header >> 1);
   xml->document = marker == AMF3_XML_DOC ? 1 : 0;
   amf3ObjectReferences.push_back(xml.get());
   return xml.release();
@@ -187,8 +193,7 @@ AMFRaw* AMFProtocol::getAMF3ByteArray() {
                 reader_texts::kAMF3ByteArrayType),
         index);
   }
-  auto raw = std::make_unique<AMFRaw>(AMF_VERSION_3);
-  raw->setValue(wire::readBytes(readCursor, header >> 1), header >> 1);
+  auto raw = model::makeRaw(AMF_VERSION_3, wire::readBytes(readCursor, header >> 1), header >> 1);
   amf3ObjectReferences.push_back(raw.get());
   return raw.release();
 }
@@ -197,11 +202,9 @@ AMFPair* AMFProtocol::getAMF3Pair() {
   std::unique_ptr<AMFString> name(getAMF3String(false));
   if (!name) throw AMFException(reader_texts::kAMF3PairName);
   if (name->length == 0) return nullptr;
-  auto pair = std::make_unique<AMFPair>(AMF_VERSION_3);
-  pair->setName(name.release(), false);
-  AMFNode* const value = getAMF3Value();
-  if (!value) throw AMFException(reader_texts::kAMF3PairValue);
-  pair->setValue(value, false);
+  auto pair = model::Adopt::pair(AMF_VERSION_3, std::move(name));
+  pair->value = getAMF3Value();
+  if (!pair->value) throw AMFException(reader_texts::kAMF3PairValue);
   return pair.release();
 }
 
@@ -216,14 +219,15 @@ AMFArray* AMFProtocol::getAMF3Array() {
   }
   auto array = std::make_unique<AMFArray>(AMF_VERSION_3);
   amf3ObjectReferences.push_back(array.get());  // before its members: they count from here
-  while (auto pair = std::unique_ptr<AMFPair>(getAMF3Pair())) {
-    reader::append(*array, std::move(pair));
-  }
+  reader::Children elements(pending);
+  while (auto pair = std::unique_ptr<AMFPair>(getAMF3Pair())) elements.add(std::move(pair));
   for (std::uint32_t left = header >> 1; left > 0; --left) {
     std::unique_ptr<AMFNode> value(getAMF3Value());
     if (!value) throw AMFException(reader_texts::kAMF3ArrayValue);
-    reader::append(*array, std::move(value));
+    elements.add(std::move(value));
   }
+  elements.attachTo(*array);
+  array->denseCount = header >> 1;
   array->complete = true;
   return array.release();
 }
@@ -237,7 +241,7 @@ AMFObject* AMFProtocol::getAMF3Object() {
     if (!entry.complete) throw AMFException(reader_texts::kAMF3ObjectCircular);
     return copyEntry<AMFObject>(entry, index);
   }
-  auto object = std::make_unique<AMFObject>(AMF_VERSION_3);
+  auto object = model::Adopt::object(AMF_VERSION_3);
   if ((header & kInlineTraits) == 0) {
     const std::uint32_t index = header >> kTraitsIndexShift;
     const AMFNode& entry = entryAt(amf3TraitReferences, index, AMFNode::AMF_OBJECT,
@@ -256,7 +260,7 @@ AMFObject* AMFProtocol::getAMF3Object() {
   if (object->externalizable && !isAcceptedExternalizable(*className)) {
     throw AMFException(reader_texts::kAMF3Externalizable);
   }
-  object->setClassName(className.release(), false);
+  object->className = className.release();
   if (object->externalizable) {
     amf3TraitReferences.push_back(object.get());
     readExternalized(*object);
@@ -270,13 +274,13 @@ AMFObject* AMFProtocol::getAMF3Object() {
 
 // The names of the sealed members; their values come later.
 void AMFProtocol::readMemberNames(AMFObject& object) {
+  reader::Children members(pending);
   for (std::uint32_t left = object.sealedCount; left > 0; --left) {
     std::unique_ptr<AMFString> name(getAMF3String(false));
     if (!name) throw AMFException(reader_texts::kAMF3MemberName);
-    auto pair = std::make_unique<AMFPair>(AMF_VERSION_3);
-    pair->setName(name.release(), false);
-    reader::append(object, std::move(pair));
+    members.add(model::Adopt::pair(AMF_VERSION_3, std::move(name)));
   }
+  members.attachTo(object);
 }
 
 // The values of the sealed members, then the dynamic members.
@@ -284,12 +288,12 @@ void AMFProtocol::readMembers(AMFObject& object) {
   for (std::uint32_t i = 0; i < object.sealedCount; ++i) {
     AMFNode* const value = getAMF3Value();
     if (!value) throw AMFException(reader_texts::kAMF3MemberValue);
-    static_cast<AMFPair*>(object.getChild(i))->setValue(value, false);
+    static_cast<AMFPair*>(object.children[i])->value = value;
   }
   if (object.dynamic) {
-    while (auto pair = std::unique_ptr<AMFPair>(getAMF3Pair())) {
-      reader::append(object, std::move(pair));
-    }
+    reader::Children members(pending);
+    while (auto pair = std::unique_ptr<AMFPair>(getAMF3Pair())) members.add(std::move(pair));
+    members.attachTo(object);
   }
   object.complete = true;
 }
@@ -297,11 +301,11 @@ void AMFProtocol::readMembers(AMFObject& object) {
 // Kept: every accepted class is one value, in a pair without a name; the recorded sealed count and
 // dynamic flag are not used. The pair is attached once the body has been read.
 void AMFProtocol::readExternalized(AMFObject& object) {
-  AMFNode* const body = getAMF3Value();
+  std::unique_ptr<AMFNode> body(getAMF3Value());
   if (!body) throw AMFException(reader_texts::kAMF3MemberValue);
-  std::unique_ptr<AMFNode> owned(body);
-  auto pair = std::make_unique<AMFPair>(AMF_VERSION_3);
-  pair->setValue(owned.release(), false);
-  reader::append(object, std::move(pair));
+  reader::Children member(pending);
+  member.add(model::Adopt::pair(AMF_VERSION_3, std::make_unique<AMFString>(AMF_VERSION_3),
+                                std::move(body)));
+  member.attachTo(object);
   object.complete = true;
 }

@@ -3,8 +3,8 @@
 // Packet reader: version, headers, messages. Enter at AMFProtocol::parse. The values inside are
 // read by amf0_reader.cpp. Tested by tests/packet_reader_test.cpp.
 #include "AMF2JSON.h"
-#include "codec/reader.h"
 #include "codec/wire.h"
+#include "model/adopt.h"
 
 namespace {
 
@@ -29,33 +29,37 @@ AMFPackage* AMFProtocol::parse(const char* packet) {
   package->version = static_cast<AMFVersion>(version);  // any number is kept
   // The package is in place before the first header: after an error it holds what was completed.
   for (unsigned left = wire::readU16(readCursor); left > 0; --left) {
-    reader::adopt(std::unique_ptr<AMFHeader>(getHeader()),
-                  [this](AMFHeader* header) { package->appendHeader(header, false); });
+    std::unique_ptr<AMFHeader> header(getHeader());
+    package->appendHeader(header.get(), false);
+    static_cast<void>(header.release());
   }
   for (unsigned left = wire::readU16(readCursor); left > 0; --left) {
-    reader::adopt(std::unique_ptr<AMFMessage>(getMessage()),
-                  [this](AMFMessage* message) { package->appendMessage(message, false); });
+    std::unique_ptr<AMFMessage> message(getMessage());
+    package->appendMessage(message.get(), false);
+    static_cast<void>(message.release());
   }
   return package;
 }
 
 AMFHeader* AMFProtocol::getHeader() {
-  auto header = std::make_unique<AMFHeader>(nullptr);
   clearReferences();
-  header->setName(getAMF0String(AMF0_STRING), false);
+  auto header = model::Adopt::header(std::unique_ptr<AMFString>(getAMF0String(AMF0_STRING)));
   header->mustUnderstand = wire::readU8(readCursor) != 0;
   header->length = wire::readU32(readCursor);  // Kept: never used to bound or check the value.
-  header->setValue(getAMF0Value(), false);  // Kept: an end mark leaves the default value in place.
+  header->value = getAMF0Value();
+  // Kept: an end mark leaves the default value in place.
+  if (!header->value) header->value = new AMFUndefined(AMF_VERSION_0);
   return header.release();
 }
 
 AMFMessage* AMFProtocol::getMessage() {
-  auto message = std::make_unique<AMFMessage>(nullptr);
   clearReferences();
-  message->setTargetUri(getAMF0String(AMF0_STRING), false);
-  message->setResponseUri(getAMF0String(AMF0_STRING), false);
+  std::unique_ptr<AMFString> target(getAMF0String(AMF0_STRING));
+  std::unique_ptr<AMFString> response(getAMF0String(AMF0_STRING));
+  auto message = model::Adopt::message(std::move(target), std::move(response));
   message->length = wire::readU32(readCursor);
-  message->setValue(getAMF0Value(), false);
+  message->value = getAMF0Value();
+  if (!message->value) message->value = new AMFUndefined(AMF_VERSION_0);
   return message.release();
 }
 

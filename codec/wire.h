@@ -34,6 +34,12 @@ inline std::uint8_t readU8(const char*& cursor) {
   return byteAt(cursor++);
 }
 
+// The next byte, left where it is.
+inline std::uint8_t peekU8(const char* cursor) {
+  need(cursor, 1);
+  return byteAt(cursor);
+}
+
 inline std::uint16_t readU16(const char*& cursor) {
   need(cursor, 2);
   const auto value = static_cast<std::uint16_t>(byteAt(cursor) << 8 | byteAt(cursor + 1));

@@ -36,6 +36,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -69,6 +70,9 @@ struct AMF2JSON_API AMFException {
 enum AMFVersion : std::uint32_t { AMF_VERSION_0 = 0, AMF_VERSION_3 = 3 };
 
 class AMFString;
+namespace model {
+struct Adopt;  // internal
+}
 namespace render {
 class Writer;  // internal
 }
@@ -115,6 +119,17 @@ class AMF2JSON_API AMFNode {
   /// (null entries stay null), the parent is null.
   AMFNode(const AMFNode& source);
   AMFNode& operator=(const AMFNode&) = delete;
+
+  // Nodes come from a pool, a chunk at a time. Each is still an object of its own, which anyone may delete,
+  // on any thread; a host's classes derived from nodes need do nothing for it.
+  static void* operator new(std::size_t size);
+  static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
+  static void* operator new(std::size_t size, std::align_val_t alignment);
+  static void* operator new(std::size_t, void* place) noexcept { return place; }
+  static void operator delete(void* node, std::size_t size) noexcept;
+  static void operator delete(void* node, std::size_t size, std::align_val_t alignment) noexcept;
+  static void operator delete(void*, void*) noexcept {}
+
   /// Deletes the children, last first; null entries are skipped.
   virtual ~AMFNode();
   /// A new deep copy of the node with its full subtree, of the same class; the caller owns it.
@@ -282,6 +297,10 @@ class AMF2JSON_API AMFPair : public AMFNode {
 
   AMFString* name;  ///< owned
   AMFNode* value;   ///< owned
+
+ protected:
+  friend struct model::Adopt;
+  AMFPair(AMFVersion nodeVersion, AMFType kind, AMFString* ownName, AMFNode* ownValue) noexcept;
 };
 
 /// An object. Children: AMFPair nodes, the `sealedCount` sealed members first, then the dynamic
@@ -306,6 +325,10 @@ class AMF2JSON_API AMFObject : public AMFNode {
   /// AMF3: index of the traits entry the traits came from; kNoReference when they were inline.
   std::uint32_t traitsIndex = kNoReference;
   AMFString* className;  ///< owned; empty for an anonymous object
+
+ private:
+  friend struct model::Adopt;
+  AMFObject(AMFVersion nodeVersion, AMFString* ownName) noexcept;
 };
 
 /// A packet header: the name is the pair's name, the content its value.
@@ -320,6 +343,10 @@ class AMF2JSON_API AMFHeader : public AMFPair {
   /// Byte length of the value as the sender declared it; 0xFFFFFFFF: unknown. Never checked, never
   /// recomputed; written back as it stands.
   std::uint32_t length = 0xFFFFFFFFu;
+
+ private:
+  friend struct model::Adopt;
+  AMFHeader(AMFString* ownName, AMFNode* ownValue) noexcept;
 };
 
 /// A packet message (a call or a reply): two URIs and one value.
@@ -341,6 +368,10 @@ class AMF2JSON_API AMFMessage : public AMFNode {
   AMFString* targetUri;                ///< owned
   AMFString* responseUri;              ///< owned
   AMFNode* value;                      ///< owned
+
+ private:
+  friend struct model::Adopt;
+  AMFMessage(AMFString* ownTarget, AMFString* ownResponse, AMFNode* ownValue) noexcept;
 };
 
 /// A packet: its headers, then its messages, all in `children`.
@@ -809,6 +840,8 @@ class AMF2JSON_API AMFProtocol {
 
   friend class render::Writer;
   void renderPackage(bool pretty, bool bareRoot, std::size_t hidden = 0);
+
+  std::vector<AMFNode*> pending;  // owned: what the containers being read will get as children
 
   // The script path: all segments joined, and where each begins.
   std::string scriptPath;

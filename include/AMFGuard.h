@@ -149,6 +149,27 @@ AMF2JSON_API AMFPackage* parseVerified(AMFProtocol& protocol, const void* packet
                                        AMFVerifyResult* result = nullptr);
 
 // ---------------------------------------------------------------------------------------------------
+// Texts made from foreign trees
+
+/// Prepares a tree for the views, so that nothing in it gets out of its quotes there. Changes the tree: to
+/// keep the original, give it a copy (`clone()`), and call it once only, because a second call escapes again.
+///
+/// - In every string, XML text, name, class name and URI: a backslash becomes two; bytes 00 to 1F and 7F,
+///   `<`, U+2028 and U+2029 become \u and four hex digits; bytes that are not UTF-8 become U+FFFD, one for
+///   each longest broken sequence. Quotes stay: the views put the backslash in front of them.
+/// - A double that is not finite becomes an AMFNull of its version, in its place. (`tree` itself is not
+///   replaced: the views only take packages.)
+/// - An AMF3 node under an AMF0 one loses its `referenceIndex`: the views would open a bracket too many.
+///
+/// The views of such a tree are correct: the strings in the JSON text read back as they were (with U+FFFD for
+/// what was not UTF-8), and the script texts assign values and do nothing else, also inside an HTML page.
+/// Clear `AMFProtocol::useTemporaries` first: long strings are cut into pieces, also inside an escape.
+///
+/// Null does nothing. When memory fails (std::bad_alloc; also for a text that would pass 2^32-1 bytes), the
+/// tree is as it was. No recursion.
+AMF2JSON_API void escapeForViews(AMFNode* tree);
+
+// ---------------------------------------------------------------------------------------------------
 // The fields of a packet
 
 /// What stands in the packet, in reading order; the first group takes bytes, the second takes none.

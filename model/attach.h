@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "AMF2JSON.h"
+#include "model/node_pool.h"
 
 namespace model {
 
@@ -27,7 +28,7 @@ inline std::uint8_t storedByte(const bool& flag) {
 }
 
 inline std::unique_ptr<AMFString> copyOf(const AMFString* source) {
-  return std::unique_ptr<AMFString>(source ? new AMFString(*source) : nullptr);
+  return source ? copyBytesNode(*source) : nullptr;
 }
 inline std::unique_ptr<AMFNode> copyOf(const AMFNode* source) {
   return std::unique_ptr<AMFNode>(source ? source->clone() : nullptr);

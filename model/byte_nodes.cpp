@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "AMF2JSON.h"
+#include "model/node_pool.h"
 
 AMFRaw::AMFRaw(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFRaw(AMF_RAW, nodeVersion, nodeParent) {}
@@ -16,10 +17,10 @@ AMFRaw::AMFRaw(const AMFRaw& source) : AMFNode(source) {
 }
 
 AMFRaw::~AMFRaw() {
-  delete[] data;
+  model::releaseBytes(this);
 }
 AMFRaw* AMFRaw::clone() const {
-  return new AMFRaw(*this);
+  return model::copyBytesNode(*this).release();
 }
 
 void AMFRaw::setValue(const char* bytes, unsigned int byteCount) {
@@ -28,7 +29,7 @@ void AMFRaw::setValue(const char* bytes, unsigned int byteCount) {
     taken = new char[byteCount];
     std::memcpy(taken, bytes, byteCount);
   }
-  delete[] data;
+  model::releaseBytes(this);
   data = taken;
   length = taken ? byteCount : 0;
 }
@@ -40,7 +41,7 @@ AMFString::AMFString(AMFType kind, AMFVersion nodeVersion, AMFNode* nodeParent)
 AMFString::AMFString(const AMFString& source) = default;
 AMFString::~AMFString() = default;
 AMFString* AMFString::clone() const {
-  return new AMFString(*this);
+  return model::copyBytesNode(*this).release();
 }
 
 AMFXML::AMFXML(AMFVersion nodeVersion, AMFNode* nodeParent)
@@ -48,7 +49,7 @@ AMFXML::AMFXML(AMFVersion nodeVersion, AMFNode* nodeParent)
 AMFXML::AMFXML(const AMFXML& source) = default;
 AMFXML::~AMFXML() = default;
 AMFXML* AMFXML::clone() const {
-  return new AMFXML(*this);
+  return model::copyBytesNode(*this).release();
 }
 
 void AMFXML::setValue(AMFString* text) {

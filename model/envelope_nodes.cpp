@@ -5,6 +5,8 @@
 #include "model/attach.h"
 
 AMFHeader::AMFHeader(AMFNode* nodeParent) : AMFPair(AMF_VERSION_0, nodeParent, AMF_HEADER) {}
+AMFHeader::AMFHeader(AMFString* ownName, AMFNode* ownValue) noexcept
+    : AMFPair(AMF_VERSION_0, AMF_HEADER, ownName, ownValue) {}
 AMFHeader::AMFHeader(const AMFHeader& source) = default;
 AMFHeader::~AMFHeader() = default;
 AMFHeader* AMFHeader::clone() const {
@@ -18,6 +20,12 @@ AMFMessage::AMFMessage(AMFNode* nodeParent) : AMFNode(AMF_MESSAGE, AMF_VERSION_0
   targetUri = target.release();
   responseUri = response.release();
 }
+
+AMFMessage::AMFMessage(AMFString* ownTarget, AMFString* ownResponse, AMFNode* ownValue) noexcept
+    : AMFNode(AMF_MESSAGE, AMF_VERSION_0, nullptr),
+      targetUri(ownTarget),
+      responseUri(ownResponse),
+      value(ownValue) {}
 
 AMFMessage::AMFMessage(const AMFMessage& source) : AMFNode(source), length(source.length) {
   auto target = model::copyOf(source.targetUri);

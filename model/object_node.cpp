@@ -7,6 +7,9 @@
 AMFObject::AMFObject(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_OBJECT, nodeVersion, nodeParent), className(new AMFString(nodeVersion)) {}
 
+AMFObject::AMFObject(AMFVersion nodeVersion, AMFString* ownName) noexcept
+    : AMFNode(AMF_OBJECT, nodeVersion, nullptr), className(ownName) {}
+
 AMFObject::AMFObject(const AMFObject& source)
     : AMFNode(source),
       dynamic(source.dynamic),

@@ -11,6 +11,10 @@ AMFPair::AMFPair(AMFVersion nodeVersion, AMFNode* nodeParent, AMFType kind)
   name = emptyName.release();
 }
 
+AMFPair::AMFPair(AMFVersion nodeVersion, AMFType kind, AMFString* ownName,
+                 AMFNode* ownValue) noexcept
+    : AMFNode(kind, nodeVersion, nullptr), name(ownName), value(ownValue) {}
+
 AMFPair::AMFPair(const AMFPair& source) : AMFNode(source) {
   auto nameCopy = model::copyOf(source.name);
   value = model::copyOf(source.value).release();

@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Dates as text. The one file with calls beyond ISO C++ (localtime_r, tzset): ctime shares one
-// buffer between threads, and its thread-safe form refuses years that it prints. Tested by
-// tests/render_dates_test.cpp.
+// Dates as text: ctime shares one buffer between threads, and its thread-safe form refuses years
+// that it prints. Tested by tests/render_dates_test.cpp.
 #include "render/date_text.h"
-
-#include <time.h>
 
 #include <charconv>
 #include <cmath>
@@ -14,23 +11,17 @@
 #include <iterator>
 #include <limits>
 
+#include "model/platform.h"
+
 namespace {
 
 constexpr int kYearBase = 1900;
 
-bool toLocalTime(time_t seconds, std::tm& local) {
-#ifdef _WIN32
-  return localtime_s(&local, &seconds) == 0;
-#else
-  return localtime_r(&seconds, &local) != nullptr;
-#endif
-}
-
-// Whole seconds, or 0 for what time_t cannot hold.
-time_t toSeconds(double timeMs) {
+// Whole seconds, or 0 for what std::time_t cannot hold.
+std::time_t toSeconds(double timeMs) {
   const double seconds = std::trunc(timeMs / 1000.0);
-  const double limit = std::ldexp(1.0, std::numeric_limits<time_t>::digits);
-  return seconds >= -limit && seconds < limit ? static_cast<time_t>(seconds) : 0;
+  const double limit = std::ldexp(1.0, std::numeric_limits<std::time_t>::digits);
+  return seconds >= -limit && seconds < limit ? static_cast<std::time_t>(seconds) : 0;
 }
 
 void putTwo(char* to, int value, char lead) {
@@ -42,22 +33,14 @@ void putTwo(char* to, int value, char lead) {
 
 namespace render {
 
-void readTimeZone() {
-#ifdef _WIN32
-  _tzset();
-#else
-  tzset();
-#endif
-}
-
 std::string_view dateText(double timeMs, DateBuffer& buffer) {
   static constexpr char kDays[] = "SunMonTueWedThuFriSat";
   static constexpr char kMonths[] = "JanFebMarAprMayJunJulAugSepOctNovDec";
   std::tm local{};
-  if (!toLocalTime(toSeconds(timeMs), local) ||
+  if (!platform::toLocalTime(toSeconds(timeMs), local) ||
       local.tm_year > std::numeric_limits<int>::max() - kYearBase) {
     local = std::tm{};
-    toLocalTime(0, local);
+    platform::toLocalTime(0, local);
   }
   char* const to = buffer.bytes;
   std::memcpy(to, kDays + 3 * local.tm_wday, 3);

@@ -11,9 +11,6 @@ struct DateBuffer {
   char bytes[64];
 };
 
-// Reads the process's time zone anew; once per view is enough.
-void readTimeZone();
-
 // `timeMs` as ctime prints it, without its line end: "Thu Jan  1 00:00:00 1970". Milliseconds are
 // cut off toward zero. What ctime refuses is the epoch.
 std::string_view dateText(double timeMs, DateBuffer& buffer);

@@ -6,6 +6,7 @@
 
 #include "AMF2JSON.h"
 #include "model/attach.h"
+#include "model/platform.h"
 #include "render/date_text.h"
 #include "render/escape.h"
 #include "render/number_text.h"
@@ -182,7 +183,7 @@ void Writer::writeHex(const AMFRaw* raw) {
 }
 
 void Writer::writeDate(const AMFDate* date) {
-  if (!zoneIsRead) readTimeZone();
+  if (!zoneIsRead) platform::readTimeZone();
   zoneIsRead = true;
   DateBuffer buffer;
   writeValue(dateText(date->value, buffer), true, true);

@@ -16,11 +16,13 @@
 #include <cstdlib>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "codec/reader_texts.h"
 #include "codec/wire.h"
 #include "support/counted_heap.h"
 #include "support/guard_generator.h"
+#include "support/guard_packets.h"
 #include "support/hex.h"
 
 namespace {
@@ -253,6 +255,32 @@ bool trySize(const std::string& packet, Counts& counts) {
   return true;
 }
 
+// One kind of node each, many times, and what references make of it.
+std::vector<std::string> largePackets() {
+  using namespace support;
+  const auto list3 = [](const char* element, std::uint32_t count) {
+    return packetWith(hex("11 09") + u29(count << 1 | 1) + hex("01") + repeat(hex(element), count));
+  };
+  return {packetWith(hex("0A 00009C40") + std::string(40000, '\x05')),
+          packetWith(hex("0A 00002710") + repeat(hex("03 0001 'a' 05 000009"), 10000)),
+          packetWith(hex("0A 00002710") + repeat(hex("10 0001 'C' 000009"), 10000)),
+          packetWith(hex("08 00002710") + repeat(hex("0001 'a' 02 0011 (61)*17"), 10000)),
+          list3("0A 13 01 03 'a' 01", 10000),
+          list3("0A 0B 01 03 'a' 01 03 'b' 01 03 'c' 01 01", 3000),
+          list3("09 03 03 'a' 01 01 01", 10000),
+          list3("08 01 0000000000000000", 10000),
+          list3("06 03 'a'", 10000),
+          list3("0B 23 (61)*17", 10000),
+          list3("0C 19 (00)*12", 10000),
+          packetWith(hex("11 0A 0B 01 03 'a' 01") + repeat(hex("00 01"), 20000) + hex("01")),
+          traitsBomb(50, 500),
+          stringBomb(100000, 50),
+          doubling3(12),
+          doubling0(12),
+          referenceChain(300),
+          packetWith(repeat(hex("0A 00000001"), 900) + hex("05"))};
+}
+
 void report(const Counts& counts, std::uint64_t packets, double seconds) {
   std::uint64_t all = 0;
   for (const auto& status : counts.statuses) all += status.second;
@@ -291,6 +319,14 @@ int main(int argc, char** argv) {
       "0000 0000 0001 0000 0000 FFFFFFFF 0A 00000002 0A 00000000 11 0A 13 03 'C' 03 'a' 01");
   Counts counts;
   if (!compare(protocol, warm, counts)) return 1;
+  counts = Counts();
+
+  for (const std::string& packet : largePackets()) {
+    if (!compare(protocol, packet, counts)) return 1;
+  }
+  if (counts.statuses.size() != 1) return 1;
+  std::printf("large packets: heap of the tree %.3f to %.3f of what was said\n", counts.loosest,
+              counts.tightest);
   counts = Counts();
 
   support::GuardGenerator generator(seed);

@@ -1,0 +1,204 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Makes a tree harmless for the views: replaces what the views would copy into their texts and what
+// would not stay inside its quotes there. Everything new is made before anything old is touched.
+// Tested by tests/guard_escape_test.cpp.
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "AMFGuard.h"
+
+namespace {
+
+using Byte = unsigned char;
+
+// ---- Text --------------------------------------------------------------------------------------
+
+constexpr char kReplacement[] = "\xEF\xBF\xBD";  // U+FFFD
+
+struct LeadByte {
+  std::size_t length;  // of the sequence; 0: begins none
+  Byte secondFrom;     // what its second byte may be: no overlong forms, no surrogates,
+  Byte secondTo;       // nothing above U+10FFFF
+};
+
+LeadByte leadByte(Byte byte) {
+  if (byte < 0x80) return {1, 0, 0};
+  if (byte < 0xC2) return {0, 0, 0};
+  if (byte < 0xE0) return {2, 0x80, 0xBF};
+  if (byte < 0xF0)
+    return {3, byte == 0xE0 ? Byte{0xA0} : Byte{0x80}, byte == 0xED ? Byte{0x9F} : Byte{0xBF}};
+  if (byte < 0xF5)
+    return {4, byte == 0xF0 ? Byte{0x90} : Byte{0x80}, byte == 0xF4 ? Byte{0x8F} : Byte{0xBF}};
+  return {0, 0, 0};
+}
+
+struct Character {
+  std::size_t length;  // bytes taken, 1 or more
+  bool valid;          // false: the longest beginning of a character that does not go on as it must
+};
+
+Character characterAt(const char* text, std::size_t left) {
+  const auto at = [text](std::size_t i) { return static_cast<Byte>(text[i]); };
+  const LeadByte lead = leadByte(at(0));
+  if (lead.length == 0) return {1, false};
+  for (std::size_t i = 1; i < lead.length; ++i) {
+    const Byte from = i == 1 ? lead.secondFrom : Byte{0x80};
+    const Byte to = i == 1 ? lead.secondTo : Byte{0xBF};
+    if (i == left || at(i) < from || at(i) > to) return {i, false};
+  }
+  return {lead.length, true};
+}
+
+void appendEscape(std::string& out, unsigned code) {
+  static const char kDigits[] = "0123456789ABCDEF";
+  out += "\\u";
+  for (int shift = 12; shift >= 0; shift -= 4) out += kDigits[code >> shift & 0xF];
+}
+
+bool isLineSeparator(const char* text) {
+  return text[0] == '\xE2' && text[1] == '\x80' && (text[2] == '\xA8' || text[2] == '\xA9');
+}
+
+// One byte that is a character of its own.
+void appendASCII(std::string& out, char c) {
+  const auto code = static_cast<Byte>(c);
+  if (code < 0x20 || code == 0x7F || c == '<') return appendEscape(out, code);
+  if (c == '\\') out += c;
+  out += c;
+}
+
+std::string escaped(const char* text, std::size_t length) {
+  std::string out;
+  out.reserve(length + length / 8 + 8);
+  for (std::size_t i = 0; i < length;) {
+    const Character character = characterAt(text + i, length - i);
+    if (!character.valid) {
+      out += kReplacement;
+    } else if (character.length == 1) {
+      appendASCII(out, text[i]);
+    } else if (character.length == 3 && isLineSeparator(text + i)) {
+      appendEscape(out, text[i + 2] == '\xA8' ? 0x2028 : 0x2029);
+    } else {
+      out.append(text + i, character.length);
+    }
+    i += character.length;
+  }
+  return out;
+}
+
+// ---- What will be changed ----------------------------------------------------------------------
+
+struct NewText {
+  AMFRaw* node;
+  std::unique_ptr<char[]> data;
+  std::uint32_t length;
+};
+
+struct NewNull {
+  AMFNode** place;  // where the number stands
+  std::unique_ptr<AMFNull> null;
+};
+
+class Escaper {
+ public:
+  void prepare(AMFNode* root);
+  void apply() noexcept;
+
+ private:
+  void visit(AMFNode* node);
+  void visitPlace(AMFNode*& place, AMFVersion placeVersion);
+  void visitPart(AMFNode* node) {
+    if (node) waiting.push_back(node);
+  }
+  void escapeText(AMFRaw* node);
+
+  std::vector<AMFNode*> waiting;
+  std::vector<NewText> texts;
+  std::vector<NewNull> nulls;
+  std::vector<AMFNode*> unbalanced;  // not owned
+};
+
+void Escaper::prepare(AMFNode* root) {
+  visitPart(root);
+  while (!waiting.empty()) {
+    AMFNode* const node = waiting.back();
+    waiting.pop_back();
+    visit(node);
+  }
+}
+
+void Escaper::visit(AMFNode* node) {
+  switch (node->type) {
+    case AMFNode::AMF_STRING:
+    case AMFNode::AMF_XML: escapeText(static_cast<AMFRaw*>(node)); break;
+    case AMFNode::AMF_OBJECT: visitPart(static_cast<AMFObject*>(node)->className); break;
+    case AMFNode::AMF_PAIR:
+    case AMFNode::AMF_HEADER: {
+      auto* const pair = static_cast<AMFPair*>(node);
+      visitPart(pair->name);
+      visitPlace(pair->value, pair->version);
+      break;
+    }
+    case AMFNode::AMF_MESSAGE: {
+      auto* const message = static_cast<AMFMessage*>(node);
+      visitPart(message->targetUri);
+      visitPart(message->responseUri);
+      visitPlace(message->value, message->version);
+      break;
+    }
+    default: break;
+  }
+  for (AMFNode*& child : node->children) visitPlace(child, node->version);
+}
+
+void Escaper::visitPlace(AMFNode*& place, AMFVersion placeVersion) {
+  if (!place) return;
+  if (place->type == AMFNode::AMF_DOUBLE && !std::isfinite(static_cast<AMFDouble*>(place)->value)) {
+    nulls.push_back({&place, std::make_unique<AMFNull>(place->version, place->parent)});
+  }
+  // The views open two brackets for such a node and close one.
+  if (place->version == AMF_VERSION_3 && placeVersion == AMF_VERSION_0 &&
+      place->referenceIndex != AMFNode::kNoReference) {
+    unbalanced.push_back(place);
+  }
+  waiting.push_back(place);
+}
+
+void Escaper::escapeText(AMFRaw* node) {
+  if (!node->data) return;
+  const std::string text = escaped(node->data, node->length);
+  if (text.size() > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
+  if (text.size() == node->length && text.compare(0, text.size(), node->data, text.size()) == 0)
+    return;
+  std::unique_ptr<char[]> data(new char[text.size()]);
+  text.copy(data.get(), text.size());
+  texts.push_back({node, std::move(data), static_cast<std::uint32_t>(text.size())});
+}
+
+void Escaper::apply() noexcept {
+  for (NewText& text : texts) {
+    text.node->setValue(nullptr, 0);  // gives the old bytes back and needs none
+    text.node->data = text.data.release();
+    text.node->length = text.length;
+  }
+  for (AMFNode* node : unbalanced) node->referenceIndex = AMFNode::kNoReference;
+  for (NewNull& replacement : nulls) {
+    replacement.null->referenceIndex = (*replacement.place)->referenceIndex;
+    delete *replacement.place;
+    *replacement.place = replacement.null.release();
+  }
+}
+
+}  // namespace
+
+void escapeForViews(AMFNode* tree) {
+  Escaper escaper;
+  escaper.prepare(tree);
+  escaper.apply();
+}

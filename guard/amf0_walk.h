@@ -45,7 +45,7 @@ bool Walker<Sink>::value0(std::uint32_t marker) {
     case kTypedObject0: return open(FrameKind::object0, 0, kObject) && className0();
     case kNull0: return chargeNode(kNull);
     case kUndefined0: return chargeNode(kUndefined);
-    case kReference0: return readU16(Kind::reference, number) && reference0(number);
+    case kReference0: return readU16(Kind::reference0, number) && reference0(number);
     case kStrictArray0:
       return readU32(Kind::count, number) && open(FrameKind::strict0, number, kArray);
     case kEcmaArray0: return readU32(Kind::count, number) && open(FrameKind::ecma0, number, kArray);

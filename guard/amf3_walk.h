@@ -102,7 +102,7 @@ bool Walker<Sink>::readU29(bool isHead, std::uint32_t& value) {
     byte = *cursor++;
     value = (value << 8) + byte - (byte >= 0x80 ? 0x100u : 0u);
   }
-  const Kind headKind = (value & 1) == 0 ? Kind::reference : Kind::head;
+  const Kind headKind = (value & 1) == 0 ? Kind::reference3 : Kind::head;
   note(isHead ? headKind : Kind::integer, static_cast<std::size_t>(cursor - start), value);
   return true;
 }

@@ -281,4 +281,19 @@ void Walker<Sink>::contain(std::uint32_t height) {
   if (!frames.empty()) frames.top().height = std::max(frames.top().height, plus(height, 1u));
 }
 
+// ---------------------------------------------------------------------------------------------------
+// The whole check
+
+template <class Sink>
+AMFVerifyResult walk(const void* packet, std::size_t size, const AMFVerifyLimits& limits,
+                     Sink& sink) {
+  if (packet && size <= limits.maxPacketBytes) {
+    return Walker<Sink>(packet, size, limits, sink).run();
+  }
+  AMFVerifyResult result;
+  result.status = packet ? AMFVerifyStatus::packetTooLarge : AMFVerifyStatus::nullPacket;
+  result.message = describe(result.status);
+  return result;
+}
+
 }  // namespace guard

@@ -41,14 +41,8 @@ const char* describe(AMFVerifyStatus status) noexcept {
 
 AMFVerifyResult verifyPacket(const void* packet, std::size_t size,
                              const AMFVerifyLimits& limits) noexcept {
-  if (packet && size <= limits.maxPacketBytes) {
-    guard::NoSink sink;
-    return guard::Walker<guard::NoSink>(packet, size, limits, sink).run();
-  }
-  AMFVerifyResult result;
-  result.status = packet ? AMFVerifyStatus::packetTooLarge : AMFVerifyStatus::nullPacket;
-  result.message = describe(result.status);
-  return result;
+  guard::NoSink sink;
+  return guard::walk(packet, size, limits, sink);
 }
 
 AMFPackage* parseVerified(AMFProtocol& protocol, const void* packet, std::size_t size,

@@ -171,8 +171,12 @@ AMF2JSON_API void escapeForViews(AMFNode* tree);
 
 // ---------------------------------------------------------------------------------------------------
 // The fields of a packet
+//
+// For tools that show packets: the check calls back for every field as it reads it, so a damaged packet can be
+// shown up to the place where it breaks, with nothing built and nothing read outside the buffer.
 
-/// What stands in the packet, in reading order; the first group takes bytes, the second takes none.
+/// What a field is. Those up to `byteArray` take bytes of the packet and follow one another without gaps;
+/// those from `end` on take none.
 enum class AMFFieldKind : std::uint32_t {
   version,         ///< u16
   headerCount,     ///< u16
@@ -183,7 +187,8 @@ enum class AMFFieldKind : std::uint32_t {
   marker3,         ///< u8, AMF3
   length,          ///< u16 or u32 in front of AMF0 texts, names and URIs
   count,           ///< u32, AMF0 arrays
-  reference,       ///< AMF0: u16, the index. AMF3: a variable-length integer; the index is value >> 1
+  reference0,      ///< u16, AMF0: the index
+  reference3,      ///< AMF3: a variable-length integer with bit 0 clear; the index is value >> 1
   head,            ///< AMF3: a variable-length integer with bit 0 set: lengths, counts, traits
   integer,         ///< AMF3: a variable-length integer that is the value itself
   number,          ///< 8 bytes
@@ -204,5 +209,30 @@ enum class AMFFieldKind : std::uint32_t {
   stringEntry,  ///< the AMF3 string just read has this index
   traitsEntry   ///< the AMF3 traits just read have this index
 };
+
+/// The name of a kind, spelled as above. Never null, lives as long as the library.
+AMF2JSON_API const char* describe(AMFFieldKind kind) noexcept;
+
+struct AMF2JSON_API AMFVerifyField {
+  AMFFieldKind kind;
+  std::size_t offset;   ///< from the packet's first byte
+  std::size_t length;   ///< bytes; may be 0 for texts and byte arrays, is 0 from `end` on
+  std::uint64_t value;  ///< of whole numbers, decoded; of entries, the index; else 0
+  std::uint32_t depth;  ///< objects and arrays that are open
+};
+
+class AMF2JSON_API AMFVerifyVisitor {
+ public:
+  virtual ~AMFVerifyVisitor();
+  /// Called for every field that was read whole, in reading order. A field that is refused (an unknown marker, an
+  /// index that leads nowhere) or that crosses a limit has been read, and is shown. May throw: `visitPacket`
+  /// lets it pass.
+  virtual void field(const AMFVerifyField& field) = 0;
+};
+
+/// verifyPacket, telling every field. Returns and bounds the same.
+AMF2JSON_API AMFVerifyResult visitPacket(const void* packet, std::size_t size,
+                                         AMFVerifyVisitor& visitor,
+                                         const AMFVerifyLimits& limits = AMFVerifyLimits());
 
 #endif  // AMFGUARD_H

@@ -7,6 +7,7 @@
 #include "codec/reader_texts.h"
 #include "codec/wire.h"
 #include "model/adopt.h"
+#include "model/attach.h"
 #include "model/node_pool.h"
 
 namespace {
@@ -107,7 +108,9 @@ AMFPair* AMFProtocol::getAMF0Pair() {
   auto name = model::makeString(AMF_VERSION_0, nameBytes, length);
   if (!name) throw AMFException(reader_texts::kAMF0PairName);
   auto pair = model::Adopt::pair(AMF_VERSION_0, std::move(name));
-  pair->value = getAMF0Value();
+  std::unique_ptr<AMFNode> value(getAMF0Value());
+  pair->setValue(value.get(), false);  // refuses what a host may have put into the table
+  static_cast<void>(value.release());
   return pair.release();
 }
 
@@ -138,10 +141,10 @@ AMFArray* AMFProtocol::getAMF0Array(AMF0Markers marker) {
   reader::Children elements(pending);
   if (marker == AMF0_STRICT_ARRAY) {
     array->strict = 1;
-    array->denseCount = left;
     for (; left > 0; --left) {
       std::unique_ptr<AMFNode> value(getAMF0Value());
       if (!value) throw AMFException(reader_texts::kAMF0StrictArrayEnd);
+      if (model::countsAsElement(value.get())) ++array->denseCount;
       elements.add(std::move(value));
     }
   } else if (marker == AMF0_ECMA_ARRAY) {

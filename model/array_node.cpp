@@ -2,6 +2,7 @@
 //
 // AMFArray: values and pairs in one list. Tested by tests/model_test.cpp.
 #include "AMF2JSON.h"
+#include "model/attach.h"
 
 AMFArray::AMFArray(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_ARRAY, nodeVersion, nodeParent) {}
@@ -13,9 +14,7 @@ AMFArray* AMFArray::clone() const {
 
 void AMFArray::appendChild(AMFNode* node, bool copy) {
   if (!node) return;
-  if (node->type >= AMF_HEADER) {  // larger codes than the known ones too
-    throw AMFException("AMFArray::appendChild(): not a value type node");
-  }
+  const bool counts = model::countsAsElement(node);
   AMFNode::appendChild(node, copy);
-  if (node->type != AMF_PAIR) ++denseCount;
+  if (counts) ++denseCount;
 }

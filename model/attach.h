@@ -20,6 +20,15 @@ inline bool isStructure(AMFNode::AMFType kind) {
   return kind <= AMFNode::AMF_PACKAGE && (kStructure >> kind & 1u) != 0;
 }
 
+// Whether an array counts this child in its dense part; a pair stands in the associative part. What
+// is neither is refused, kinds above the known ones too.
+inline bool countsAsElement(const AMFNode* child) {
+  if (child->type >= AMFNode::AMF_HEADER) {
+    throw AMFException("AMFArray::appendChild(): not a value type node");
+  }
+  return child->type != AMFNode::AMF_PAIR;
+}
+
 // The byte behind a flag, also where a host stored another one than 0 and 1 there.
 inline std::uint8_t storedByte(const bool& flag) {
   std::uint8_t byte;

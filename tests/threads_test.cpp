@@ -9,12 +9,15 @@
 #include <cstdlib>
 #include <ctime>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "support/hex.h"
 #include "support/packet_generator.h"
+#include "support/same_tree.h"
 
 namespace {
 
@@ -82,7 +85,7 @@ void setZone(const char* zone) {
   tzset();
 }
 
-class Threads : public testing::TestWithParam<ThreadsRow> {
+class ThreadsWithZones : public testing::TestWithParam<ThreadsRow> {
  protected:
   void SetUp() override {
     const char* const zone = std::getenv("TZ");
@@ -95,7 +98,7 @@ class Threads : public testing::TestWithParam<ThreadsRow> {
   std::string zoneBefore = "UTC";
 };
 
-TEST_P(Threads, TextsAreThoseOfOneThread) {
+TEST_P(ThreadsWithZones, TextsAreThoseOfOneThread) {
   const std::vector<std::string> list = packetsToRender();
   std::vector<std::string> expected;
   for (const std::string& packet : list) expected.push_back(texts(packet));
@@ -120,7 +123,50 @@ TEST_P(Threads, TextsAreThoseOfOneThread) {
   EXPECT_EQ(different, 0u);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Threads, testing::ValuesIn(kRows),
+// Trees may change hands: made on one thread, read, copied and deleted on another.
+TEST(Threads, TreesChangeHands) {
+  const std::vector<std::string> list = packetsToRender();
+  std::mutex mutex;
+  std::vector<std::unique_ptr<AMFPackage>> offered;
+  std::atomic<unsigned> making{2};
+  std::atomic<unsigned> taken{0};
+  std::atomic<unsigned> different{0};
+  const auto make = [&] {
+    for (const std::string& packet : list) {
+      AMFProtocol protocol;
+      protocol.parse(packet.data());
+      std::unique_ptr<AMFPackage> tree(protocol.package->clone());
+      const std::lock_guard<std::mutex> lock(mutex);
+      offered.push_back(std::move(tree));
+    }
+    --making;
+  };
+  const auto take = [&] {
+    while (true) {
+      const bool last = making == 0;
+      std::vector<std::unique_ptr<AMFPackage>> mine;
+      {
+        const std::lock_guard<std::mutex> lock(mutex);
+        mine.swap(offered);
+      }
+      for (const std::unique_ptr<AMFPackage>& tree : mine) {
+        const std::unique_ptr<AMFPackage> copy(tree->clone());
+        if (!support::sameTree(tree.get(), copy.get())) ++different;
+        ++taken;
+      }
+      if (last && mine.empty()) return;
+      std::this_thread::yield();
+    }
+  };
+  std::vector<std::thread> threads;
+  for (unsigned i = 0; i < 2; ++i) threads.emplace_back(make);
+  for (unsigned i = 0; i < 2; ++i) threads.emplace_back(take);
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(taken, 2 * list.size());
+  EXPECT_EQ(different, 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, ThreadsWithZones, testing::ValuesIn(kRows),
                          [](const testing::TestParamInfo<ThreadsRow>& row) {
                            std::string name;
                            for (const char* c = row.param.name; *c != '\0'; ++c)

@@ -17,7 +17,7 @@ using namespace std::string_literals;
 template <class Renderer>
 class RenderBrackets : public ::testing::Test {};
 using Renderers = ::testing::Types<AMFProtocol, support::PlainRenderer>;
-TYPED_TEST_SUITE(RenderBrackets, Renderers);
+TYPED_TEST_SUITE(RenderBrackets, Renderers, support::RendererNames);
 
 template <class Renderer>
 void layout(Renderer& r, bool pretty) {

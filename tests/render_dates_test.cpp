@@ -49,7 +49,7 @@ class TimeZone {
 template <class Renderer>
 class RenderDates : public ::testing::Test {};
 using Renderers = ::testing::Types<AMFProtocol, PlainRenderer>;
-TYPED_TEST_SUITE(RenderDates, Renderers);
+TYPED_TEST_SUITE(RenderDates, Renderers, support::RendererNames);
 
 // The value between the quotes of the member "value".
 template <class Renderer>

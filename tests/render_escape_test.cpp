@@ -16,7 +16,7 @@ using namespace std::string_literals;
 template <class Renderer>
 class RenderEscape : public ::testing::Test {};
 using Renderers = ::testing::Types<AMFProtocol, support::PlainRenderer>;
-TYPED_TEST_SUITE(RenderEscape, Renderers);
+TYPED_TEST_SUITE(RenderEscape, Renderers, support::RendererNames);
 
 struct EscapeCase {
   const char* name;
@@ -175,7 +175,6 @@ TYPED_TEST(RenderEscape, ValueMayBeTheBufferItself) {
 }
 
 // ---- formatString
-// --------------------------------------------------------------------------------
 
 struct FormatCase {
   const char* name;

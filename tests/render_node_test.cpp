@@ -28,7 +28,7 @@ using namespace support;
 template <class Renderer>
 class RenderNode : public ::testing::Test {};
 using Renderers = ::testing::Types<AMFProtocol, PlainRenderer>;
-TYPED_TEST_SUITE(RenderNode, Renderers);
+TYPED_TEST_SUITE(RenderNode, Renderers, support::RendererNames);
 
 // The node as the member "v" of an AMF0 place: {"v" : ...}. Takes the node over.
 template <class Renderer>
@@ -574,7 +574,6 @@ TYPED_TEST(RenderNode, AMissingListChangesNoState) {
 }
 
 // ---- Layout
-// --------------------------------------------------------------------------------------
 
 TYPED_TEST(RenderNode, PrettyScalarsOfAListAreGlued) {
   TypeParam r;
@@ -629,7 +628,6 @@ TYPED_TEST(RenderNode, PrettyObject) {
 }
 
 // ---- A reference that also switches: two blocks opened, one closed
-// -------------------------------
 
 TYPED_TEST(RenderNode, ReferenceAndSwitchLeaveOneBlockOpen) {
   TypeParam r;
@@ -676,7 +674,6 @@ TYPED_TEST(RenderNode, ReferenceAndSwitchOfEveryKind) {
 }
 
 // ---- Output limit
-// --------------------------------------------------------------------------------
 
 struct LimitCase {
   const char* name;
@@ -742,7 +739,6 @@ TYPED_TEST(RenderNode, LimitOfANullNodeIsNotNoted) {
 }
 
 // ---- Doubles
-// -------------------------------------------------------------------------------------
 
 struct DoubleCase {
   const char* name;
@@ -859,7 +855,6 @@ TYPED_TEST(RenderNode, RandomDoubles) {
 }
 
 // ---- Locales
-// -------------------------------------------------------------------------------------
 
 class CommaAndGroups : public std::numpunct<char> {
  protected:

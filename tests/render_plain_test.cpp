@@ -30,7 +30,6 @@ std::uint64_t setting(const char* name, std::uint64_t otherwise) {
 }
 
 // ---- Random trees
-// --------------------------------------------------------------------------------
 
 class Trees {
  public:
@@ -233,7 +232,6 @@ class Trees {
 };
 
 // ---- One pair of renderers
-// -----------------------------------------------------------------------
 
 struct Both {
   AMFProtocol library;
@@ -287,7 +285,6 @@ const char* const kViewNames[] = {"getPackageInJSON", "getPackageInJS", "getPack
                                   "getPackageAsJSView"};
 
 // ---- Views
-// ---------------------------------------------------------------------------------------
 
 TEST(RenderPlain, RandomTreesAndViews) {
   const std::uint64_t cases = setting("AMF2JSON_RENDER_CASES", 3000);
@@ -339,7 +336,6 @@ TEST(RenderPlain, RandomTreesAndViews) {
 }
 
 // ---- Primitives
-// ----------------------------------------------------------------------------------
 
 // One random call, or one change of a field that a host may make. Misuse is left out.
 std::string randomStep(Trees& trees, Both& both) {

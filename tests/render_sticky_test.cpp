@@ -20,7 +20,7 @@ using namespace support;
 template <class Renderer>
 class RenderSticky : public ::testing::Test {};
 using Renderers = ::testing::Types<AMFProtocol, PlainRenderer>;
-TYPED_TEST_SUITE(RenderSticky, Renderers);
+TYPED_TEST_SUITE(RenderSticky, Renderers, support::RendererNames);
 
 // 'J' JSON, 'S' script, 'B' both, 'V' statements alone; lower case: compact.
 template <class Renderer>
@@ -55,7 +55,6 @@ std::string twoStatements(const std::string& root) {
 }
 
 // ---- The root is the first view's
-// ----------------------------------------------------------------
 
 struct RootCase {
   const char* views;  // the last one is looked at
@@ -108,7 +107,6 @@ TYPED_TEST(RenderSticky, NamesThatAHostLeftStandInFront) {
 }
 
 // ---- childDepth is not reset
-// ---------------------------------------------------------------------
 
 TYPED_TEST(RenderSticky, ChildDepthIsKept) {
   WithPackage<TypeParam> host(twoMessages());
@@ -134,7 +132,6 @@ TYPED_TEST(RenderSticky, BareNameLeftByAViewMeetsTheHostsNextName) {
 }
 
 // ---- Temporaries
-// ---------------------------------------------------------------------------------
 
 AMFPackage* longMessage() {
   return packet({message("", "", text(std::string(400, 'x')))});
@@ -187,7 +184,6 @@ TYPED_TEST(RenderSticky, JsonLeavesThePreambleOfTheScriptBefore) {
 }
 
 // ---- Closing brackets left over
-// ------------------------------------------------------------------
 
 AMFPackage* switchedReference() {
   return packet({message("t", "r", referenced(text("s", v3), 2))});
@@ -271,7 +267,6 @@ TYPED_TEST(RenderSticky, ClosersOfTheHostCloseABlockOfTheView) {
 }
 
 // ---- Statement mark and inline mark
-// --------------------------------------------------------------
 
 TYPED_TEST(RenderSticky, FlagsThatNoViewResets) {
   WithPackage<TypeParam> host(twoMessages());
@@ -296,7 +291,6 @@ TYPED_TEST(RenderSticky, StatementEndIsTheHosts) {
 }
 
 // ---- Output limit
-// --------------------------------------------------------------------------------
 
 constexpr char kScriptFraming[] = "\n amf = \n\n";
 constexpr char kBothFraming[] = "\n\nJS representaion\n\n";
@@ -413,7 +407,6 @@ TYPED_TEST(RenderSticky, TheReturnedTextsOfAViewDoNotCountInTheNext) {
 }
 
 // ---- Texts around parse
-// --------------------------------------------------------------------------
 
 constexpr std::size_t kJsonSize = 716800;
 constexpr std::size_t kScriptSize = 358400;

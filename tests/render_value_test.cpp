@@ -18,7 +18,7 @@ using namespace std::string_literals;
 template <class Renderer>
 class RenderValue : public ::testing::Test {};
 using Renderers = ::testing::Types<AMFProtocol, support::PlainRenderer>;
-TYPED_TEST_SUITE(RenderValue, Renderers);
+TYPED_TEST_SUITE(RenderValue, Renderers, support::RendererNames);
 
 enum Flags : unsigned {
   kQuote = 1,
@@ -150,7 +150,6 @@ TYPED_TEST(RenderValue, LongTextsThatStayInline) {
 }
 
 // ---- Script temporaries
-// --------------------------------------------------------------------------
 
 struct PieceCase {
   const char* name;

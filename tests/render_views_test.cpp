@@ -19,7 +19,7 @@ using namespace support;
 template <class Renderer>
 class RenderViews : public ::testing::Test {};
 using Renderers = ::testing::Types<AMFProtocol, PlainRenderer>;
-TYPED_TEST_SUITE(RenderViews, Renderers);
+TYPED_TEST_SUITE(RenderViews, Renderers, support::RendererNames);
 
 struct ViewCase {
   const char* name;
@@ -382,7 +382,6 @@ TYPED_TEST(RenderViews, ModesWithAPackage) {
 }
 
 // ---- Temporaries
-// ---------------------------------------------------------------------------------
 
 TYPED_TEST(RenderViews, LongStringsPerView) {
   const std::string x1000(1000, 'x');
@@ -451,7 +450,6 @@ TYPED_TEST(RenderViews, ByteArraysBecomeTemporariesToo) {
 }
 
 // ---- Soft breaks
-// ---------------------------------------------------------------------------------
 
 // The opening of each member is looked at, so the place of the break follows from the length of the
 // target: {"type" : "package","content" : [{"type" : "message","targetUri" : " are 68 bytes.
@@ -510,7 +508,6 @@ TYPED_TEST(RenderViews, SoftBreakBeforeTheBracketOfAList) {
 }
 
 // ---- Missing parts
-// -------------------------------------------------------------------------------
 
 TYPED_TEST(RenderViews, MissingTargetIsNullAndHasNoStatement) {
   AMFMessage* shown = message("", "r", null());

@@ -18,7 +18,7 @@ using namespace std::string_literals;
 template <class Renderer>
 class ScriptPath : public ::testing::Test {};
 using Renderers = ::testing::Types<AMFProtocol, support::PlainRenderer>;
-TYPED_TEST_SUITE(ScriptPath, Renderers);
+TYPED_TEST_SUITE(ScriptPath, Renderers, support::RendererNames);
 
 template <class Renderer>
 std::string path(Renderer& r) {

@@ -49,36 +49,21 @@ std::string decimal(std::uint32_t number) {
 
 const char* typeName(AMFNode::AMFType type) {
   switch (type) {
-    case AMFNode::AMF_NULL:
-      return "null";
-    case AMFNode::AMF_BOOL:
-      return "boolen";
-    case AMFNode::AMF_INT:
-      return "integer";
-    case AMFNode::AMF_DOUBLE:
-      return "double";
-    case AMFNode::AMF_STRING:
-      return "string";
-    case AMFNode::AMF_OBJECT:
-      return "object";
-    case AMFNode::AMF_DATE:
-      return "date";
-    case AMFNode::AMF_XML:
-      return "xml";
-    case AMFNode::AMF_ARRAY:
-      return "array";
-    case AMFNode::AMF_RAW:
-      return "bytearray";
-    case AMFNode::AMF_PAIR:
-      return "property";
-    case AMFNode::AMF_HEADER:
-      return "header";
-    case AMFNode::AMF_MESSAGE:
-      return "message";
-    case AMFNode::AMF_PACKAGE:
-      return "package";
-    default:
-      return nullptr;  // undefined, and every code above 14
+    case AMFNode::AMF_NULL: return "null";
+    case AMFNode::AMF_BOOL: return "boolen";
+    case AMFNode::AMF_INT: return "integer";
+    case AMFNode::AMF_DOUBLE: return "double";
+    case AMFNode::AMF_STRING: return "string";
+    case AMFNode::AMF_OBJECT: return "object";
+    case AMFNode::AMF_DATE: return "date";
+    case AMFNode::AMF_XML: return "xml";
+    case AMFNode::AMF_ARRAY: return "array";
+    case AMFNode::AMF_RAW: return "bytearray";
+    case AMFNode::AMF_PAIR: return "property";
+    case AMFNode::AMF_HEADER: return "header";
+    case AMFNode::AMF_MESSAGE: return "message";
+    case AMFNode::AMF_PACKAGE: return "package";
+    default: return nullptr;  // undefined, and every code above 14
   }
 }
 
@@ -186,7 +171,6 @@ PlainRenderer::~PlainRenderer() {
 }
 
 // ---- Brackets and the script path
-// ----------------------------------------------------------------
 
 void PlainRenderer::softBreak() {
   const std::uint32_t product = static_cast<std::uint32_t>(lineBreakCount) * 500u;
@@ -261,7 +245,6 @@ void PlainRenderer::AddPrefixes(std::string& out) {
 }
 
 // ---- Attributes and values
-// -----------------------------------------------------------------------
 
 void PlainRenderer::appendAttr(const std::string& name, const std::string& value, bool quote) {
   jsonText += indent + "\"" + name + "\" : ";
@@ -352,7 +335,6 @@ void PlainRenderer::writeTemporary(const std::string& value, bool quote) {
 }
 
 // ---- Nodes
-// ---------------------------------------------------------------------------------------
 
 void PlainRenderer::appendScalar(const std::string& text, bool quote, const char* name,
                                  bool wrapped) {
@@ -390,9 +372,7 @@ void PlainRenderer::appendNode(AMFNode* node, AMFVersion parentVersion) {
     wrapped = true;
   }
   switch (node->type) {
-    case AMFNode::AMF_NULL:
-      appendScalar("null", false, name, wrapped);
-      break;
+    case AMFNode::AMF_NULL: appendScalar("null", false, name, wrapped); break;
     case AMFNode::AMF_BOOL:
       appendScalar(static_cast<AMFBool*>(node)->value ? "true" : "false", false, name, wrapped);
       break;
@@ -447,9 +427,7 @@ void PlainRenderer::appendNode(AMFNode* node, AMFVersion parentVersion) {
       appendAttr("type", name, true);
       appendChildren("content", node);
       break;
-    default:
-      appendValue("undefined", true, wrapped);
-      break;
+    default: appendValue("undefined", true, wrapped); break;
   }
   if (wrapped) closeBrackets();
 }
@@ -506,7 +484,6 @@ void PlainRenderer::appendMessage(AMFMessage* message) {
 }
 
 // ---- Members, lists and views
-// --------------------------------------------------------------------
 
 void PlainRenderer::countIn() {
   if (!trackDepth) return;
@@ -624,7 +601,6 @@ const std::string& PlainRenderer::getPackageAsJSView(bool pretty) {
 }
 
 // ---- Comparison
-// ----------------------------------------------------------------------------------
 
 std::string firstDifference(const std::string& expected, const std::string& actual) {
   if (expected == actual) return std::string();

@@ -27,6 +27,7 @@ void AMFProtocol::RemoveOnePrefix() {
 }
 
 void AMFProtocol::AddPrefixes(std::string& out) {
+  if (&out == &jsonText || &out == &scriptText) textsBlank = false;
   out += scriptPath;
 }
 

@@ -31,6 +31,7 @@ using packets::Packet;
 using packets::PacketGenerator;
 
 constexpr std::uint64_t kShareCount = 2000;  // packets from which shares mean something
+constexpr std::uint64_t kTellEvery = 100000;
 constexpr std::uint64_t kDumpEvery = 64;  // dumps are slow: trees are compared by field otherwise
 
 struct Totals {
@@ -192,8 +193,10 @@ int run(std::uint64_t count, std::uint64_t seed) {
   std::fflush(stdout);
   Totals totals;
   AMFProtocol reader;
-  for (std::uint64_t i = 0; i < count; ++i)
+  for (std::uint64_t i = 0; i < count; ++i) {
     if (!checkSeed(seed + i, (seed + i) % kDumpEvery == 0, reader, totals)) return 1;
+    if ((i + 1) % kTellEvery == 0) std::fprintf(stderr, "%" PRIu64 " packets\n", i + 1);
+  }
   const unsigned seldom = report(count, totals);
   if (count < kShareCount || seldom == 0) return 0;
   std::printf("%u features in less than 1 %% of the packets\n", seldom);

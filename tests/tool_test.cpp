@@ -322,24 +322,24 @@ const RoundtripCase kRoundtripCases[] = {
     {"no messages", hex("0003 0000 0000"), 0, "equal"},
     {"wrong declared length", hex("0000 0000 0001 0000 0000 00000063 05"), 0, "equal"},
     {"AMF0 boolean", packetOf("01 02"), 1,
-     "differs at byte 21: 02 read, 01 written: boolean value in message 0 (true is written as 01)"},
+     "differs at byte 21: 02 read, 01 written: boolean in message 0 (true is written as 01)"},
     {"must-understand", hex("0000 0001 0001 'h' FF 00000001 05 0000"), 1,
-     "differs at byte 7: FF read, 01 written: must-understand in header 0 (true is written as 01)"},
+     "differs at byte 7: FF read, 01 written: mustUnderstand in header 0 (true is written as 01)"},
     {"time zone", packetOf("0B 0000000000000000 003C"), 1,
-     "differs at byte 30: 3C read, 00 written: time zone of a date in message 0 (the time zone is "
+     "differs at byte 30: 3C read, 00 written: timeZone in message 0 (the time zone is "
      "not kept and written as 00 00)"},
     {"name in an end mark", packetOf("03 0001 'a' 05 0003 'end' 09"), 1,
-     "differs at byte 26: 03 read, 00 written: name in an end mark in message 0 (an end mark is "
+     "differs at byte 26: 03 read, 00 written: length in message 0 (an end mark is "
      "written with an empty name)"},
     {"end mark for a value", packetOf("09"), 1,
-     "differs at byte 20: 09 read, 06 written: AMF0 marker in message 0 (an end mark in place of a "
+     "differs at byte 20: 09 read, 06 written: marker0 in message 0 (an end mark in place of a "
      "value is written as undefined)"},
     {"short text in a long string", packetOf("0C 00000002 'hi'"), 1,
-     "differs at byte 20: 0C read, 02 written: AMF0 marker in message 0 (a string of up to 65535 "
+     "differs at byte 20: 0C read, 02 written: marker0 in message 0 (a string of up to 65535 "
      "bytes is written as a short one)"},
     {"long text in a long string", packetOf("0C 00010000 61*65536"), 0, "equal"},
     {"typed object without a class name", packetOf("10 0000 0000 09"), 1,
-     "differs at byte 20: 10 read, 03 written: AMF0 marker in message 0 (an object with an empty "
+     "differs at byte 20: 10 read, 03 written: marker0 in message 0 (an object with an empty "
      "class name is written without one)"},
     {"typed object", packetOf("10 0001 'C' 0001 'a' 05 0000 09"), 0, "equal"},
     {"left-over bytes", packetOf("05 00"), 1,
@@ -359,15 +359,15 @@ const RoundtripCase kRoundtripCases[] = {
      "signed number, and 200000 to 3FFFFF are written in three bytes)"},
     {"U29 of 400000", packetOf("11 04 81808000"), 0, "equal"},
     {"ignored bits of a date", packetOf("11 08 03 0000000000000000"), 1,
-     "differs at byte 22: 03 read, 01 written: header of a date in message 0 (the bits beside the "
+     "differs at byte 22: 03 read, 01 written: head in message 0 (the bits beside the "
      "inline bit are not kept and written as 01)"},
     {"class name that is not accepted", packetOf("11 0A 07 2B 'mx.utils.ObjectProxy' 01"), 3,
      "refused: getAMF3Object(): unsupported externalizable class type at byte 45"},
     {"traits of an externalizable object", packetOf("11 0A 1F 29 'mx.utils.ObjectProxy' 01"), 1,
-     "differs at byte 22: 1F read, 07 written: traits of an object in message 0 (the sealed count "
+     "differs at byte 22: 1F read, 07 written: head in message 0 (the sealed count "
      "and the dynamic bit are written as 07)"},
     {"marker of an XML reference", packetOf("11 09 05 01 07 03 'a' 0B 02"), 1,
-     "differs at byte 27: 0B read, 07 written: AMF3 marker in message 0 (a reference is written "
+     "differs at byte 27: 0B read, 07 written: marker3 in message 0 (a reference is written "
      "with the marker of the text it names)"},
     {"behind one of everything",
      packetOf("0A 0000000E"
@@ -408,7 +408,7 @@ TEST_F(Tool, RoundTripsManyFilesAndExitsWithTheWorst) {
   writeFile("changed.amf", packetOf("09"));
   const std::string equal = "echo.amf: equal\n";
   const std::string changed =
-      "changed.amf: differs at byte 20: 09 read, 06 written: AMF0 marker in message 0 (an end mark "
+      "changed.amf: differs at byte 20: 09 read, 06 written: marker0 in message 0 (an end mark "
       "in place of a value is written as undefined)\n";
   const std::string refused = "refused.amf: refused: getAMF0Value: unknown value type at byte 21\n";
   const std::string missing = "amf2json: missing.amf: cannot read: No such file or directory\n";

@@ -8,9 +8,8 @@
 #include <string>
 
 struct Field {
-  const char* what;    // "boolean value"
-  const char* reason;  // why the field may be written otherwise than it was read; null: it never is
-  std::string section;  // "message 0"; empty for the counts around headers and messages
+  std::string name;    // "boolean in message 0"
+  const char* reason;  // why it is written otherwise than it was read; null: it should not be
 };
 
 // `packet` is one that the library decodes.

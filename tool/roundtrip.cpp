@@ -53,8 +53,7 @@ Verdict compare(const std::vector<char>& packet, const char* written, std::size_
   const Field field = fieldAt(packet.data(), packet.size(), offset);
   std::string text = "differs at byte " + std::to_string(offset) + ": " +
                      byteAt(packet.data(), packet.size(), offset) + " read, " +
-                     byteAt(written, writtenLength, offset) + " written: " + field.what;
-  if (!field.section.empty()) text += " in " + field.section;
+                     byteAt(written, writtenLength, offset) + " written: " + field.name;
   if (field.reason != nullptr) text += std::string(" (") + field.reason + ")";
   return {kDiffers, text};
 }

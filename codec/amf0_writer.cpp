@@ -3,6 +3,7 @@
 // AMF0 value writers, and setNodeValue, where every value of either version enters. Every field is
 // one piece. Mirrors amf0_reader.cpp. Tested by tests/amf0_writer_test.cpp.
 #include "AMF2JSON.h"
+#include "codec/output_chunks.h"
 #include "model/attach.h"
 
 namespace {
@@ -91,7 +92,7 @@ void AMFProtocol::setByteArray(const AMFRaw* node) {
   if (!node->data) {
     throw AMFException("setByteArray(): lack of byte array value or bad array size");
   }
-  outputChunks.append(node->data, node->length);
+  std::memcpy(outputChunks.add(node->length), node->data, node->length);
 }
 
 void AMFProtocol::setAMF0String(const AMFString* node, bool withMarker, AMF0Markers marker) {

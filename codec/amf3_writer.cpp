@@ -4,6 +4,7 @@
 // References are written exactly where nodes record them. Entered from setNodeValue. Mirrors
 // amf3_reader.cpp. Tested by tests/amf3_writer_test.cpp.
 #include "AMF2JSON.h"
+#include "codec/output_chunks.h"
 
 namespace {
 

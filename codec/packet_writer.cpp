@@ -3,12 +3,11 @@
 // Packet writer: the envelope, and the life of what the encoder leaves. Enter at
 // AMFProtocol::compile. The values inside are written by amf0_writer.cpp. Tested by
 // tests/packet_writer_test.cpp.
-#include <cstring>
 #include <limits>
 #include <new>
 
 #include "AMF2JSON.h"
-#include "codec/wire.h"
+#include "codec/output_chunks.h"
 #include "model/attach.h"
 
 char* AMFProtocol::compile(const AMFPackage* source) {
@@ -30,18 +29,13 @@ char* AMFProtocol::compile(const AMFPackage* source) {
 
 // One buffer for all pieces; the old one goes when the new one is there.
 void AMFProtocol::joinChunks() {
-  std::uint64_t total = 0;
-  for (const auto& chunk : outputChunks) total += chunk.length;
-  if (total > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
-  char* const joined = new char[static_cast<std::size_t>(total)];
-  char* next = joined;
-  for (const auto& chunk : outputChunks) {
-    std::memcpy(next, chunk.bytes, chunk.length);
-    next += chunk.length;
-  }
+  if (outputChunks.total > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
+  const auto length = static_cast<std::uint32_t>(outputChunks.total);
+  std::unique_ptr<char[]> joined(new char[length]);
+  outputChunks.copyTo(joined.get());
   delete[] resultBuffer;
-  resultBuffer = joined;
-  outputLength = static_cast<std::uint32_t>(total);
+  resultBuffer = joined.release();
+  outputLength = length;
 }
 
 void AMFProtocol::setHeader(const AMFHeader* header) {
@@ -71,29 +65,4 @@ void AMFProtocol::clean() {
 
 void AMFProtocol::loseResultBuffer() {
   resultBuffer = nullptr;
-}
-
-// The fields, one piece each.
-
-void AMFProtocol::writeU8(std::uint32_t value) {
-  const char byte = static_cast<char>(value & 0xFF);
-  outputChunks.append(&byte, 1);
-}
-
-void AMFProtocol::writeU16(std::uint32_t value) {
-  char bytes[2];
-  wire::storeU16(bytes, value);
-  outputChunks.append(bytes, sizeof bytes);
-}
-
-void AMFProtocol::writeU32(std::uint32_t value) {
-  char bytes[4];
-  wire::storeU32(bytes, value);
-  outputChunks.append(bytes, sizeof bytes);
-}
-
-void AMFProtocol::writeDouble(double value) {
-  char bytes[8];
-  wire::storeDouble(bytes, value);
-  outputChunks.append(bytes, sizeof bytes);
 }

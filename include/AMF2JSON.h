@@ -120,8 +120,8 @@ class AMF2JSON_API AMFNode {
   AMFNode(const AMFNode& source);
   AMFNode& operator=(const AMFNode&) = delete;
 
-  // Nodes come from a pool, a chunk at a time. Each is still an object of its own, which anyone may delete,
-  // on any thread; a host's classes derived from nodes need do nothing for it.
+  // Nodes come from a pool, a chunk at a time. Each is still an object of its own, which anyone may
+  // delete, on any thread; a host's classes derived from nodes need do nothing for it.
   static void* operator new(std::size_t size);
   static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
   static void* operator new(std::size_t size, std::align_val_t alignment);
@@ -228,7 +228,10 @@ class AMF2JSON_API AMFRaw : public AMFNode {
   /// bytes): `data` is null and `length` 0. std::bad_alloc leaves the node as it was.
   void setValue(const char* bytes, unsigned int byteCount);
 
-  char* data = nullptr;      ///< owned (`new char[]`); null when empty; not terminated
+  /// Owned; null when empty; not terminated. The bytes may be overwritten in place. They may stand
+  /// right behind the node: release them with setValue only. A host that wants the node to own an
+  /// array of its own calls setValue(nullptr, 0) and stores a `new char[]` here.
+  char* data = nullptr;
   std::uint32_t length = 0;  ///< bytes in `data`
 
  protected:
@@ -447,16 +450,24 @@ class AMF2JSON_API AMFOutputChunks {
 
  private:
   friend class AMFProtocol;
-  void append(const void* bytes, std::uint32_t length);
+  char* add(std::uint32_t length);           // lists a piece; the caller writes its bytes
+  char* addElsewhere(std::uint32_t length);  // the same where the current block has no room
+  void endRun();
+  void copyTo(char* to);    // all pieces, joined
   void release() noexcept;  // frees the listed pieces
   void abandon();           // empties the list, keeps the bytes until this object goes
-  char* room(std::uint32_t length);
 
+  using Blocks = std::vector<std::unique_ptr<char[]>>;
   std::vector<Chunk> listed;
-  std::vector<std::unique_ptr<char[]>> blocks;     // hold the bytes of the listed pieces
-  std::vector<std::unique_ptr<char[]>> abandoned;  // blocks of earlier runs that nobody released
-  char* blockNext = nullptr;                       // first free byte of the newest shared block
+  std::vector<Chunk> runs;     // the same bytes in stretches, but for those since `runStart`
+  Blocks blocks;               // shared by small pieces; kept for the next packet
+  Blocks large;                // a large piece each
+  Blocks abandoned;            // those of earlier runs that nobody released
+  std::size_t blocksUsed = 0;  // the last of them is the current one
+  char* blockNext = nullptr;   // its first free byte
+  char* runStart = nullptr;    // where the current run begins in it
   std::size_t blockLeft = 0;
+  std::uint64_t total = 0;  // bytes of all listed pieces
 };
 
 // ---------------------------------------------------------------------------------------------------
@@ -527,10 +538,10 @@ class AMF2JSON_API AMFProtocol {
   /// Returns `package`, owned by this object until the next parse or its end; the host must not
   /// delete it. Null packet: returns null and changes nothing. The previous package is deleted once
   /// the version has been read. Afterwards `jsonText` holds 716800 and `scriptText` 358400 NUL
-  /// bytes (room for the views); bytes that a host overwrote in place, without changing the size,
-  /// are not looked for. The tables hold the entries of the last section read, and `readCursor`
-  /// points just past the last byte consumed. Throws what the readers below throw; `package` then
-  /// keeps the headers and messages completed before.
+  /// bytes (room for the views); bytes that a host put there without changing the size, or while
+  /// it changed the size away and back, are not looked for. The tables hold the entries of the last
+  /// section read, and `readCursor` points just past the last byte consumed. Throws what the
+  /// readers below throw; `package` then keeps the headers and messages completed before.
   AMFPackage* parse(const char* packet);
 
   /// Empties the four reference tables, then reads one header:

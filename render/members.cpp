@@ -53,8 +53,11 @@ void Writer::writeChildren(std::string_view name, const AMFNode* node) {
     writeNode(node->children[i], node->version);  // a missing one leaves no trace
     if (!p.jsonOnly) popSegment(p);
     if (isFirstLevel) p.nextPrefixBare = true;
-    // From here on the rest of the list would leave no trace at all.
-    if (p.outputLimitReached && !p.jsonOnly) break;
+    // The rest of the list would leave no trace but that of its steps in the path.
+    if (p.outputLimitReached && !p.jsonOnly) {
+      if (i + 1 < count && !isFirstLevel) p.nextPrefixBare = false;
+      break;
+    }
   }
   closeBrackets();
   leaveLevel();

@@ -12,9 +12,9 @@
 
 char* AMFProtocol::compile(const AMFPackage* source) {
   if (!source) return nullptr;
+  outputLength = 0;
   // Kept: pieces of an earlier run that nobody cleaned are abandoned, not released.
   outputChunks.abandon();
-  outputLength = 0;
   clean();
   writeU16(source->version);
   writeU16(source->headerCount);

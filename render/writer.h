@@ -61,7 +61,7 @@ class Writer {
   void writeDate(const AMFDate* date);
 
   // Nodes
-  bool isPastLimit(std::size_t pending = 0);
+  bool isPastLimit();
   bool writePreludes(const AMFNode* node, AMFVersion parentVersion);
   void writeMembersOf(const AMFNode* node);
   void writeObject(const AMFObject* object);
@@ -74,7 +74,6 @@ class Writer {
   // Members
   void enterLevel();
   void leaveLevel();
-  void writeChildNode(const AMFNode* node, AMFVersion nodeVersion);
   void beginStatement(std::string_view name);
 
   // The script path
@@ -190,11 +189,10 @@ inline void Writer::endStatement() {
 }
 
 // Kept: once set, the mark stays. In the JSON view it is only set, and rendering goes on.
-// `pending`: bytes of the JSON text that are due but not written.
-inline bool Writer::isPastLimit(std::size_t pending) {
+inline bool Writer::isPastLimit() {
   constexpr std::size_t kOutputLimit = 499999;
   if (p.outputLimitReached) return !p.jsonOnly;
-  if (json.size() + pending + script.size() <= kOutputLimit) return false;
+  if (json.size() + script.size() <= kOutputLimit) return false;
   p.outputLimitReached = true;
   return !p.jsonOnly;
 }

@@ -23,6 +23,7 @@
 
 #if defined(AMF2JSON_ADDRESS_SANITIZER)
 #include <sanitizer/asan_interface.h>
+#include <sanitizer/lsan_interface.h>
 #endif
 
 namespace {
@@ -33,6 +34,10 @@ constexpr std::size_t kShrunkChunks = 64;    // 4 MiB
 constexpr std::size_t kPieceAlignment = 8;
 static_assert(alignof(AMFDouble) <= kPieceAlignment && alignof(AMFPackage) <= kPieceAlignment,
               "a piece fits any node");
+// What a host's class may ask for without being over-aligned.
+constexpr std::size_t kNewAlignment = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
+static_assert(kNewAlignment == kPieceAlignment || kNewAlignment == 2 * kPieceAlignment,
+              "one step of kPieceAlignment reaches it");
 
 #if defined(AMF2JSON_ADDRESS_SANITIZER)
 void poison(void* bytes, std::size_t count) {
@@ -41,25 +46,39 @@ void poison(void* bytes, std::size_t count) {
 void unpoison(void* bytes, std::size_t count) {
   ASAN_UNPOISON_MEMORY_REGION(bytes, count);
 }
+// The lists of children that nodes hold are not leaked while the nodes live.
+void watchForLeaks(const void* bytes, std::size_t count) {
+  __lsan_register_root_region(bytes, count);
+}
+void unwatchForLeaks(const void* bytes, std::size_t count) {
+  __lsan_unregister_root_region(bytes, count);
+}
 #else
 void poison(void*, std::size_t) {}
 void unpoison(void*, std::size_t) {}
+void watchForLeaks(const void*, std::size_t) {}
+void unwatchForLeaks(const void*, std::size_t) {}
 #endif
 
-struct Heap;
+// Each heap has a number of its own. An address would not do: after a fork a new thread may get the
+// place of one that the parent had, while chunks still name that one.
+using HeapId = std::uintptr_t;
+constexpr HeapId kNobody = ~HeapId{0};
+constexpr HeapId kNoHeap = 0;  // of a thread that has not begun, or has ended; no chunk names it
+std::atomic<HeapId> lastHeapId{kNoHeap};
 
 // While a thread owns a chunk its balance is so large that counting down never ends it.
-constexpr std::int64_t kOwned = std::int64_t{1} << 40;
+constexpr std::int32_t kOwned = std::int32_t{1} << 30;
 
 struct Chunk {
-  std::atomic<Heap*> owner;           // null: nobody's
-  std::atomic<std::int64_t> balance;  // kOwned less what other threads gave back; nobody's: in use
-  std::int64_t live = 0;              // cut less given back by the owner; the owner's alone
+  std::atomic<HeapId> owner;
+  std::atomic<std::int32_t> balance;  // kOwned less what other threads gave back; nobody's: in use
+  std::int32_t live = 0;              // cut less given back by the owner; the owner's alone
   Chunk* next = nullptr;              // in one of the owner's lists
   Chunk* previous = nullptr;
   char* free = nullptr;  // the first byte that has not been cut
 
-  Chunk(Heap* heap, std::int64_t start) : owner(heap), balance(start) { restart(); }
+  Chunk(HeapId heap, std::int32_t start) : owner(heap), balance(start) { restart(); }
 
   char* begin() { return reinterpret_cast<char*>(this) + sizeof(Chunk); }
   char* end() { return reinterpret_cast<char*>(this) + kChunkBytes; }
@@ -68,7 +87,10 @@ struct Chunk {
     free = begin();
     poison(free, left());
   }
+  bool hasRoom(std::size_t size) { return left() >= size + 2 * kPieceAlignment; }
   char* cut(std::size_t size) {
+    // The size of a class is a multiple of its alignment, so it tells where 8 will do.
+    if (size % kNewAlignment == 0) free += reinterpret_cast<std::uintptr_t>(free) % kNewAlignment;
     char* const piece = free;
     free += (size + kPieceAlignment - 1) & ~(kPieceAlignment - 1);
     unpoison(piece, size);
@@ -83,19 +105,21 @@ Chunk* chunkOf(void* piece) {
   return reinterpret_cast<Chunk*>(address & ~std::uintptr_t{kChunkBytes - 1});
 }
 
-Chunk* takeFromSystem(Heap* owner, std::int64_t balance) {
+Chunk* takeFromSystem(HeapId owner, std::int32_t balance) {
   void* const pages = platform::takePages(kChunkBytes);
   if (!pages) throw std::bad_alloc();
+  watchForLeaks(pages, kChunkBytes);
   return ::new (pages) Chunk(owner, balance);
 }
 
 void giveToSystem(Chunk* chunk) noexcept {
   unpoison(chunk, kChunkBytes);
+  unwatchForLeaks(chunk, kChunkBytes);
   platform::givePages(chunk, kChunkBytes);
 }
 
 // How often any thread gave back a piece of another's: tells an owner whether looking is worth it.
-std::atomic<std::uint64_t> foreignReturns{0};
+std::atomic<std::uintptr_t> foreignReturns{0};
 
 // What a thread owns. Constant-initialized and without a destructor, so that a thread's first look
 // costs nothing; HeapEnd below lets go of it.
@@ -105,15 +129,15 @@ struct Heap {
   Chunk* empty = nullptr;  // a stack
   std::size_t fullCount = 0;
   std::size_t emptyCount = 0;
-  std::size_t renewals = 0;  // since the last look at what other threads gave back
-  std::uint64_t returnsSeen = 0;
+  std::size_t renewals = 0;  // of `current`, since the last look at what other threads gave back
+  std::uintptr_t returnsSeen = 0;
+  HeapId id = kNoHeap;
   bool isShrinking = false;
-  bool isBorn = false;
   bool hasEnded = false;
 
   void* take(std::size_t size) {
-    if (!current || current->left() < size + kPieceAlignment) {
-      if (hasEnded) return takeFromSystem(nullptr, 1)->cut(size);  // a late node has a chunk alone
+    if (!current || !current->hasRoom(size)) {
+      if (hasEnded) return takeFromSystem(kNobody, 1)->cut(size);  // a late node has a chunk alone
       renew();
     }
     ++current->live;
@@ -135,7 +159,12 @@ struct Heap {
     chunk->live = 0;
     chunk->balance.store(kOwned, std::memory_order_relaxed);
     chunk->restart();
-    if (chunk == current) return;
+    if (chunk == current) {
+      // The thread may need no further chunk for long: what it handed away falls back here too.
+      ++renewals;
+      if (full) collect();
+      return;
+    }
     unlink(chunk);
     keep(chunk);
   }
@@ -161,8 +190,8 @@ struct Heap {
 
   // Full chunks whose last pieces came back elsewhere. Looked for so rarely that it stays cheap.
   void collect() noexcept {
-    const std::uint64_t returns = foreignReturns.load(std::memory_order_relaxed);
-    if (returns == returnsSeen || ++renewals < fullCount / 4) return;
+    const std::uintptr_t returns = foreignReturns.load(std::memory_order_acquire);
+    if (returns == returnsSeen || renewals < fullCount / 4) return;
     returnsSeen = returns;
     renewals = 0;
     for (Chunk* chunk = full; chunk;) {
@@ -188,13 +217,14 @@ struct Heap {
 
   // The thread ends. A chunk in use becomes nobody's.
   static void disown(Chunk* chunk) noexcept {
-    const std::int64_t taken = kOwned - chunk->live;
-    chunk->owner.store(nullptr, std::memory_order_relaxed);
+    const std::int32_t taken = kOwned - chunk->live;
+    chunk->owner.store(kNobody, std::memory_order_relaxed);
     if (chunk->balance.fetch_sub(taken, std::memory_order_acq_rel) == taken) giveToSystem(chunk);
   }
 
   void end() noexcept {
     hasEnded = true;
+    id = kNoHeap;
     while (empty) giveToSystem(popEmpty());
     while (full) {
       Chunk* const chunk = full;
@@ -206,7 +236,8 @@ struct Heap {
   }
 };
 
-#if defined(__GNUC__) && !defined(_WIN32)
+// glibc has room for this also in a library that is loaded later; other C libraries may not.
+#if defined(__GLIBC__)
 __attribute__((tls_model("initial-exec")))
 #endif
 thread_local Heap heap;
@@ -218,20 +249,23 @@ struct HeapEnd {
 thread_local HeapEnd heapEnd;
 
 void Heap::renew() {
-  if (!isBorn) {
+  if (id == kNoHeap) {
     heapEnd.isWatching = true;  // made by this, so that it is there when the thread ends
-    isBorn = true;
+    id = lastHeapId.fetch_add(1, std::memory_order_relaxed) + 1;
   }
   isShrinking = false;
+  ++renewals;
   if (!empty) collect();
-  Chunk* const fresh = empty ? popEmpty() : takeFromSystem(this, kOwned);
+  Chunk* const fresh = empty ? popEmpty() : takeFromSystem(id, kOwned);
   if (current) link(current);
   current = fresh;
 }
 
 void giveForeign(Chunk* chunk) noexcept {
-  foreignReturns.fetch_add(1, std::memory_order_relaxed);
-  if (chunk->balance.fetch_sub(1, std::memory_order_acq_rel) == 1) giveToSystem(chunk);
+  const bool isLast = chunk->balance.fetch_sub(1, std::memory_order_acq_rel) == 1;
+  // After the balance, so that who sees this number finds the piece given back.
+  foreignReturns.fetch_add(1, std::memory_order_release);
+  if (isLast) giveToSystem(chunk);
 }
 
 #if defined(AMF2JSON_NODE_POOL)
@@ -248,7 +282,7 @@ bool poolIsOn() {
   static std::atomic<int> decision{0};
   int known = decision.load(std::memory_order_relaxed);
   if (known == 0) {
-    known = platform::runsUnderValgrind() ? 1 : 2;
+    known = platform::runsUnderMemoryChecker() ? 1 : 2;
     decision.store(known, std::memory_order_relaxed);
   }
   return known == 2;
@@ -266,7 +300,7 @@ void givePiece(void* piece, std::size_t size) noexcept {
   if (size > model::kObjectMax || !poolIsOn()) return ::operator delete(piece);
   Chunk* const chunk = chunkOf(piece);
   poison(piece, size);
-  if (chunk->owner.load(std::memory_order_relaxed) == &heap) {
+  if (chunk->owner.load(std::memory_order_relaxed) == heap.id) {
     heap.give(chunk);
   } else {
     giveForeign(chunk);

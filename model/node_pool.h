@@ -24,10 +24,10 @@
 // piece of one returns it to the system. After a fork the child goes on with the forking thread's
 // heap; what other threads had stays as it is.
 //
-// When it is off. Under AddressSanitizer (unless the build says otherwise) and under Valgrind every
-// node is a block of its own, so that those tools see each of them. With the build option
-// AMF2JSON_NODE_POOL=ON it is on under AddressSanitizer too, and pieces that are not in use are
-// poisoned. OFF switches it off for good.
+// When it is off. Under AddressSanitizer (unless the build says otherwise), under LeakSanitizer and
+// under Valgrind every node is a block of its own, so that those tools see each of them. With the
+// build option AMF2JSON_NODE_POOL=ON it is on under AddressSanitizer too, and pieces that are not
+// in use are poisoned. OFF switches it off for good.
 //
 // This is the one state of the library outside protocol objects and trees. It shows in nothing but
 // speed.

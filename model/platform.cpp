@@ -15,6 +15,10 @@
 #include <time.h>
 #endif
 
+#if defined(__ELF__) && defined(__GNUC__)
+extern "C" __attribute__((weak)) void __lsan_do_leak_check();
+#endif
+
 namespace platform {
 
 #ifdef _WIN32
@@ -34,7 +38,7 @@ void givePages(void* pages, std::size_t) noexcept {
   _aligned_free(pages);
 }
 
-bool runsUnderValgrind() noexcept {
+bool runsUnderMemoryChecker() noexcept {
   return false;
 }
 
@@ -54,6 +58,15 @@ void* mapPages(std::size_t size) noexcept {
   void* const pages =
       mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   return pages == MAP_FAILED ? nullptr : pages;
+}
+
+// The address and leak sanitizers of a program, also where this library was built without them.
+bool hasLeakChecker() {
+#if defined(__ELF__) && defined(__GNUC__)
+  return &__lsan_do_leak_check != nullptr;
+#else
+  return false;
+#endif
 }
 
 bool isAligned(const void* pages, std::size_t size) {
@@ -77,11 +90,14 @@ void* takePages(std::size_t size) noexcept {
 }
 
 void givePages(void* pages, std::size_t size) noexcept {
-  munmap(pages, size);
+  // Refused where it would leave more separate mappings than the system allows: then the memory
+  // goes, and the addresses stay.
+  if (munmap(pages, size) != 0) madvise(pages, size, MADV_DONTNEED);
 }
 
-bool runsUnderValgrind() noexcept {
-  const char* const preloaded = std::getenv("LD_PRELOAD");
+bool runsUnderMemoryChecker() noexcept {
+  if (hasLeakChecker()) return true;
+  const char* const preloaded = std::getenv("LD_PRELOAD");  // how Valgrind gets in
   return preloaded && std::strstr(preloaded, "/vgpreload_");
 }
 

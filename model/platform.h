@@ -18,7 +18,8 @@ bool toLocalTime(std::time_t seconds, std::tm& local);
 void* takePages(std::size_t size) noexcept;
 void givePages(void* pages, std::size_t size) noexcept;
 
-// Whether the process runs under Valgrind, which wants to see every block by itself.
-bool runsUnderValgrind() noexcept;
+// Whether the process runs under Valgrind, or the program with the address or leak sanitizer: they
+// want to see every block by itself.
+bool runsUnderMemoryChecker() noexcept;
 
 }  // namespace platform

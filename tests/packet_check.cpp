@@ -6,7 +6,9 @@
 // "valid" and "left-over" packets must be read up to `offset`, "refused" ones must be refused with
 // the text `detail` at `offset`, by the reader and by the check of untrusted bytes alike. "short"
 // ones end too early: the check must say so, and the reader never sees them. What was read is then
-// shown in every view and layout, cloned and compiled.
+// shown in every view and layout, cloned, encoded, decoded and encoded again: the second tree is
+// the first one and the second encoding the first, but for integers that are not written as they
+// were read. Those drift exactly as the U29 writer and reader have it, and their packets are named.
 #include <AMFGuard.h>
 
 #include <AMF2JSON>
@@ -18,6 +20,8 @@
 #include <memory>
 #include <sstream>
 #include <string>
+
+#include "support/dump.h"
 
 namespace {
 
@@ -110,7 +114,69 @@ std::string checkContent(AMFProtocol& protocol, const Packet& packet) {
   return {};
 }
 
-std::string check(const Verdict& verdict, const std::string& folder) {
+// What an integer reads back as once it has been written; false: it runs into what follows.
+bool readBack(std::uint32_t& value) {
+  AMFProtocol protocol;
+  protocol.setVLInteger(value);
+  std::string bytes;
+  for (const auto& piece : protocol.outputChunks) bytes.append(piece.bytes, piece.length);
+  const std::size_t length = bytes.size();
+  bytes += '\0';  // a reader that goes on stops here
+  protocol.readCursor = bytes.data();
+  value = protocol.getVLUnsignedInt();
+  return protocol.readCursor == bytes.data() + length;
+}
+
+// Replaces every integer by what it reads back as, and counts those that change.
+struct Drift {
+  unsigned changed = 0;
+  bool runsOn = false;
+
+  void apply(AMFNode* node) {
+    if (!node) return;
+    for (AMFNode* const child : node->children) apply(child);
+    if (node->type == AMFNode::AMF_INT) {
+      std::uint32_t& value = static_cast<AMFInt*>(node)->value;
+      const std::uint32_t before = value;
+      if (!readBack(value)) runsOn = true;
+      if (value != before) ++changed;
+    } else if (node->type == AMFNode::AMF_PAIR || node->type == AMFNode::AMF_HEADER) {
+      apply(static_cast<AMFPair*>(node)->value);
+    } else if (node->type == AMFNode::AMF_MESSAGE) {
+      apply(static_cast<AMFMessage*>(node)->value);
+    }
+  }
+};
+
+struct RoundTrips {
+  unsigned equalToOriginal = 0;
+  unsigned drifting = 0;
+};
+
+// Bytes to tree to bytes to tree to bytes.
+std::string checkRoundTrip(const AMFPackage* tree, const Verdict& verdict, const Packet& packet,
+                           RoundTrips& totals) {
+  const std::string first = compiled(tree);
+  if (first == std::string(packet.bytes.get(), verdict.offset)) ++totals.equalToOriginal;
+  const std::unique_ptr<AMFPackage> expected(tree->clone());
+  Drift drift;
+  drift.apply(expected.get());
+  if (drift.changed > 0 || drift.runsOn) {
+    ++totals.drifting;
+    std::printf("%s: %u integers are not written as they were read%s\n", verdict.file.c_str(),
+                drift.changed, drift.runsOn ? ", one runs into what follows" : "");
+    if (drift.runsOn) return {};
+  }
+  AMFProtocol again;
+  again.parse(first.data());
+  if (again.readCursor != first.data() + first.size()) return "read back to another place";
+  if (support::dump(again.package) != support::dump(expected.get()))
+    return "another tree comes back";
+  if (drift.changed == 0 && compiled(again.package) != first) return "other bytes the second time";
+  return {};
+}
+
+std::string check(const Verdict& verdict, const std::string& folder, RoundTrips& totals) {
   const Packet packet = readPacket(folder + "/" + verdict.file);
   const std::string expected = expectedOutcome(verdict);
   const std::string checked = checkedOutcome(packet);
@@ -121,7 +187,8 @@ std::string check(const Verdict& verdict, const std::string& folder) {
   if (outcome != expected) return outcome + ", expected: " + expected;
   if (verdict.outcome == "refused") return {};
   try {
-    return checkContent(protocol, packet);
+    const std::string fault = checkContent(protocol, packet);
+    return fault.empty() ? checkRoundTrip(protocol.package, verdict, packet, totals) : fault;
   } catch (const AMFException& e) {
     return std::string("refused when shown or compiled: ") + e.message;
   }
@@ -154,6 +221,7 @@ int main(int argc, char** argv) {
   std::getline(verdicts, line);  // the names of the columns
   std::map<std::string, unsigned> counts = {
       {"valid", 0}, {"left-over", 0}, {"refused", 0}, {"short", 0}};
+  RoundTrips totals;
   unsigned failed = 0;
   while (std::getline(verdicts, line)) {
     const Verdict verdict = parseLine(line);
@@ -162,7 +230,7 @@ int main(int argc, char** argv) {
       fault = "unknown verdict " + verdict.outcome;
     } else {
       ++counts[verdict.outcome];
-      fault = check(verdict, folder);
+      fault = check(verdict, folder, totals);
     }
     if (fault.empty()) continue;
     ++failed;
@@ -173,5 +241,7 @@ int main(int argc, char** argv) {
   std::printf("%u packets checked: %u valid, %u left-over, %u refused, %u short; %u mismatches\n",
               checked, counts["valid"], counts["left-over"], counts["refused"], counts["short"],
               failed);
+  std::printf("%u packets are written back as they were read, %u have integers that drift\n",
+              totals.equalToOriginal, totals.drifting);
   return failed == 0 && checked > 0 ? 0 : 1;
 }

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Property: the check and the readers say the same of every packet: finished, cut at this field
+// with so many bytes missing, or refused with that text; and the tree is as large as the check
+// said. The readers are those of tests/guard_diff.cpp, which know where the input ends.
+#include <AMF2JSON.h>
+#include <AMFGuard.h>
+
+#include <algorithm>
+
+#include "codec/wire.h"
+#include "fuzz/input.h"
+
+namespace {
+
+using fuzz::require;
+using Status = AMFVerifyStatus;
+
+constexpr std::uint64_t kMostNodes = 20000;
+constexpr std::uint32_t kMostDepth = 500;
+
+// What is in a tree, counted anew.
+struct Census {
+  std::uint64_t nodes = 0, stringBytes = 0, rawBytes = 0;
+
+  // Returns the height.
+  std::uint32_t take(const AMFNode* node) {
+    ++nodes;
+    std::uint32_t height = 0;
+    const auto part = [&](const AMFNode* child) { height = std::max(height, take(child)); };
+    switch (node->type) {
+      case AMFNode::AMF_STRING:
+      case AMFNode::AMF_XML: stringBytes += static_cast<const AMFRaw*>(node)->length; break;
+      case AMFNode::AMF_RAW: rawBytes += static_cast<const AMFRaw*>(node)->length; break;
+      case AMFNode::AMF_OBJECT: part(static_cast<const AMFObject*>(node)->className); break;
+      case AMFNode::AMF_PAIR:
+      case AMFNode::AMF_HEADER:
+        part(static_cast<const AMFPair*>(node)->name);
+        part(static_cast<const AMFPair*>(node)->value);
+        break;
+      case AMFNode::AMF_MESSAGE:
+        part(static_cast<const AMFMessage*>(node)->targetUri);
+        part(static_cast<const AMFMessage*>(node)->responseUri);
+        part(static_cast<const AMFMessage*>(node)->value);
+        break;
+      default: break;
+    }
+    for (const AMFNode* child : node->children) part(child);
+    const bool container = node->type == AMFNode::AMF_OBJECT || node->type == AMFNode::AMF_ARRAY;
+    return height + (container ? 1 : 0);
+  }
+};
+
+struct Read {
+  Status status = Status::ok;
+  const char* text = nullptr;
+  std::uint64_t missing = 0;
+};
+
+Read read(AMFProtocol& protocol, const fuzz::Exact& packet) {
+  wire::inputEnd = packet.end();
+  try {
+    protocol.parse(packet.data());
+    return {};
+  } catch (const AMFException& refusal) {
+    return {Status::malformed, refusal.message, 0};
+  } catch (const wire::EndOfInput& end) {
+    return {Status::truncated, nullptr, end.missing};
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  // One object for all runs, because each new one fills a megabyte. What a packet leaves behind
+  // (tables that may dangle, a broken package) is part of the test: parse starts anew.
+  static AMFProtocol& protocol = *new AMFProtocol;
+  const fuzz::Exact packet(std::string(reinterpret_cast<const char*>(data), size));
+  const AMFVerifyResult checked =
+      verifyPacket(packet.data(), packet.size(), AMFVerifyLimits::unlimited());
+  if (checked.nodes > kMostNodes || checked.depth > kMostDepth) return 0;
+  if (checked.treeBytes > kMostNodes * 200) return 0;
+
+  const Read done = read(protocol, packet);
+  const auto cursor = static_cast<std::size_t>(protocol.readCursor - packet.data());
+  require(checked.status == done.status, "status");
+  require(checked.consumed == cursor, "cursor");
+  require(checked.offset == (done.status == Status::ok ? 0 : cursor), "offset");
+  require(checked.needed == done.missing, "missing bytes");
+  require(!done.text || checked.message == done.text, "text");
+  if (done.status != Status::ok) return 0;
+
+  Census census;
+  const std::uint32_t depth = census.take(protocol.package);
+  require(checked.depth == depth, "depth");
+  require(checked.nodes == census.nodes, "nodes");
+  require(checked.stringBytes == census.stringBytes, "string bytes");
+  require(checked.rawBytes == census.rawBytes, "raw bytes");
+  require(checked.headers == protocol.package->headerCount, "headers");
+  require(checked.messages == protocol.package->children.size() - checked.headers, "messages");
+  return 0;
+}

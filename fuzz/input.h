@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What the fuzz targets share: the bytes of one run, read from the front, and the way to fail.
+#ifndef FUZZ_INPUT_H
+#define FUZZ_INPUT_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+namespace fuzz {
+
+/// Ends the run: the fuzzer keeps the input.
+inline void require(bool condition, const char* what) {
+  if (condition) return;
+  std::fprintf(stderr, "FAILED: %s\n", what);
+  std::abort();
+}
+
+/// Reads 0 where no bytes are left, so that every input has a meaning.
+class Input {
+ public:
+  Input(const std::uint8_t* bytes, std::size_t size) : at(bytes), left(size) {}
+
+  bool empty() const { return left == 0; }
+  std::uint8_t u8() {
+    if (left == 0) return 0;
+    --left;
+    return *at++;
+  }
+  std::uint32_t u32() {
+    std::uint32_t value = 0;
+    for (int i = 0; i < 4; ++i) value = value << 8 | u8();
+    return value;
+  }
+  std::string text(std::size_t length) {
+    if (length > left) length = left;
+    std::string bytes(reinterpret_cast<const char*>(at), length);
+    at += length;
+    left -= length;
+    return bytes;
+  }
+  std::string rest() { return text(left); }
+
+ private:
+  const std::uint8_t* at;  // not owned
+  std::size_t left;
+};
+
+/// A block of exactly these bytes: the address sanitizer sees the first byte read too far.
+class Exact {
+ public:
+  explicit Exact(const std::string& bytes) : block(new char[bytes.size()]), length(bytes.size()) {
+    if (length != 0) std::memcpy(block.get(), bytes.data(), length);
+  }
+  const char* data() const { return block.get(); }
+  const char* end() const { return block.get() + length; }
+  std::size_t size() const { return length; }
+
+ private:
+  std::unique_ptr<char[]> block;
+  std::size_t length;
+};
+
+}  // namespace fuzz
+
+#endif  // FUZZ_INPUT_H

@@ -61,7 +61,7 @@ AMFString* AMFProtocol::getAMF0String(AMF0Markers marker) {
 
 AMFDouble* AMFProtocol::getAMF0Number() {
   auto number = std::make_unique<AMFDouble>(AMF_VERSION_0);
-  number->value = wire::readDouble(readCursor);
+  wire::readDouble(readCursor, number->value);
   return number.release();
 }
 
@@ -73,7 +73,7 @@ AMFBool* AMFProtocol::getAMF0Bool() {
 
 AMFDate* AMFProtocol::getAMF0Date() {
   auto date = std::make_unique<AMFDate>(AMF_VERSION_0);
-  date->value = wire::readDouble(readCursor);
+  wire::readDouble(readCursor, date->value);
   wire::skip(readCursor, kZoneBytes);  // Kept: the time zone is skipped unread and lost.
   return date.release();
 }

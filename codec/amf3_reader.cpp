@@ -130,7 +130,7 @@ AMFInt* AMFProtocol::getAMF3Integer() {
 
 AMFDouble* AMFProtocol::getAMF3Double() {
   auto number = std::make_unique<AMFDouble>(AMF_VERSION_3);
-  number->value = wire::readDouble(readCursor);
+  wire::readDouble(readCursor, number->value);
   return number.release();
 }
 
@@ -179,7 +179,7 @@ AMFDate* AMFProtocol::getAMF3Date() {
                               index);
   }
   auto date = std::make_unique<AMFDate>(AMF_VERSION_3);  // the other bits of the U29 mean nothing
-  date->value = wire::readDouble(readCursor);
+  wire::readDouble(readCursor, date->value);
   amf3ObjectReferences.push_back(date.get());
   return date.release();
 }

@@ -34,6 +34,6 @@ inline void AMFProtocol::writeU32(std::uint32_t value) {
   wire::storeU32(outputChunks.add(4), value);
 }
 
-inline void AMFProtocol::writeDouble(double value) {
+inline void AMFProtocol::writeDouble(const double& value) {
   wire::storeDouble(outputChunks.add(8), value);
 }

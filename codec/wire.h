@@ -59,13 +59,13 @@ inline std::uint32_t readU32(const char*& cursor) {
   return value;
 }
 
-inline double readDouble(const char*& cursor) {
+// Doubles go from memory to memory: a floating-point register of some machines changes the bits of
+// a NaN.
+inline void readDouble(const char*& cursor, double& value) {
   need(cursor, 8);
   const std::uint64_t bits = std::uint64_t{loadU32(cursor)} << 32 | loadU32(cursor + 4);
   cursor += 8;
-  double value;
   std::memcpy(&value, &bits, sizeof value);
-  return value;
 }
 
 // `count` bytes that the caller copies; the cursor moves behind them.
@@ -92,7 +92,7 @@ inline void storeU32(char* at, std::uint32_t value) {
   storeU16(at + 2, value);
 }
 
-inline void storeDouble(char* at, double value) {
+inline void storeDouble(char* at, const double& value) {
   std::uint64_t bits;
   std::memcpy(&bits, &value, sizeof bits);
   storeU32(at, static_cast<std::uint32_t>(bits >> 32));

@@ -839,7 +839,7 @@ class AMF2JSON_API AMFProtocol {
   void writeU8(std::uint32_t value);
   void writeU16(std::uint32_t value);
   void writeU32(std::uint32_t value);
-  void writeDouble(double value);
+  void writeDouble(const double& value);
   void writeAMF0Value(const AMFNode* node);
   void writeAMF3Value(const AMFNode* node);
   void writeReferenceOrBytes(const AMFRaw* node);

@@ -43,7 +43,11 @@ AMFInt* AMFInt::clone() const {
 
 AMFDouble::AMFDouble(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_DOUBLE, nodeVersion, nodeParent) {}
-AMFDouble::AMFDouble(const AMFDouble& source) = default;
+// Doubles are copied as bytes: a floating-point register of some machines changes the bits of a
+// NaN.
+AMFDouble::AMFDouble(const AMFDouble& source) : AMFNode(source) {
+  std::memcpy(&value, &source.value, sizeof value);
+}
 AMFDouble::~AMFDouble() = default;
 AMFDouble* AMFDouble::clone() const {
   return new AMFDouble(*this);
@@ -51,7 +55,9 @@ AMFDouble* AMFDouble::clone() const {
 
 AMFDate::AMFDate(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_DATE, nodeVersion, nodeParent) {}
-AMFDate::AMFDate(const AMFDate& source) = default;
+AMFDate::AMFDate(const AMFDate& source) : AMFNode(source) {
+  std::memcpy(&value, &source.value, sizeof value);
+}
 AMFDate::~AMFDate() = default;
 AMFDate* AMFDate::clone() const {
   return new AMFDate(*this);

@@ -533,7 +533,8 @@ class AMF2JSON_API AMFProtocol {
   // and entries already added to the reference tables stay, possibly dangling: after any exception
   // use only `parse`, `getHeader`, `getMessage` (they empty the tables first) or a new object.
 
-  /// Decodes one whole packet:
+  /// Decodes one whole packet. It must be complete and well-meant: see parseVerified in AMFGuard.h
+  /// for bytes from elsewhere, and SECURITY.md for what is promised.
   ///   u16 version | u16 header count | headers | u16 message count | messages
   /// Returns `package`, owned by this object until the next parse or its end; the host must not
   /// delete it. Null packet: returns null and changes nothing. The previous package is deleted once

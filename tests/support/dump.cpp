@@ -63,7 +63,7 @@ std::string dataWarning(const AMFRaw& node) {
   return node.length == 0 && node.data != nullptr ? "!data" : "";
 }
 
-std::string shownDouble(double value) {
+std::string shownDouble(const double& value) {
   if (std::isnan(value)) {
     std::uint64_t bits = 0;
     std::memcpy(&bits, &value, sizeof bits);

@@ -154,8 +154,8 @@ struct Heap {
   }
 
   void settle(Chunk* chunk) noexcept {
-    std::atomic_thread_fence(
-        std::memory_order_acquire);  // what others did with their pieces is over
+    // Acquires what others did with their pieces.
+    static_cast<void>(chunk->balance.load(std::memory_order_acquire));
     chunk->live = 0;
     chunk->balance.store(kOwned, std::memory_order_relaxed);
     chunk->restart();

@@ -741,8 +741,7 @@ class AMF2JSON_API AMFProtocol {
   // - the root of the script path ("amf" or empty) is chosen by the first view and stays;
   // - getPackageAsJSView clears `useTemporaries` for good;
   // - once the texts passed 499999 bytes, `outputLimitReached` stays set, and every script view
-  // writes
-  //   only its framing from then on; getPackageInJSON always renders in full;
+  //   writes only its framing from then on; getPackageInJSON always renders in full;
   // - an AMF3 reference right behind a switch marker leaves one closing bracket on `closerStack`.
   // The script views must not be run on untrusted packets: see SECURITY.md.
 

@@ -27,12 +27,11 @@
 /// Nothing is lost by it: what the reader made for a reference is a full copy of what was referred
 /// to. The packet grows by those copies. Nothing else is changed:
 /// - `sealedCount`, `dynamic` and `className` of an AMF3 object stay. The reader copied them, and
-/// the names
-///   of the sealed members, from the object that the traits came from; a host that builds an object
-///   with a `traitsIndex` and leaves them out has to fill them in before this call.
+///   the names of the sealed members, from the object that the traits came from; a host that builds
+///   an object with a `traitsIndex` and leaves them out has to fill them in before this call.
 /// - `externalizable` stays false on an object that took its traits from an externalizable one,
-/// since the
-///   reader does not copy that flag: such an object is written as an ordinary object of that class.
+///   since the reader does not copy that flag: such an object is written as an ordinary object of
+///   that class.
 /// - `complete` stays, it is the reader's note and is never written.
 /// - `length` of headers and messages stays: call setTrueLengths afterwards.
 ///

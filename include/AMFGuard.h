@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// AMFGuard: what a careful host calls before it lets foreign bytes into AMF2JSON, and before it shows
-// what came out of them.
+// AMFGuard: what a careful host calls before it lets foreign bytes into AMF2JSON, and before it
+// shows what came out of them.
 //
 //   #include <AMF2JSON>
 //   #include <AMFGuard.h>
@@ -19,19 +19,20 @@
 //     ...                                          // use the tree; it lives as long as `protocol`
 //   }
 //
-// Why: `AMFProtocol::parse` is given no length. It believes every count, length and index, so cut or
-// forged bytes make it read past the buffer, nest until the stack ends, or copy a few bytes into gigabytes.
-// `verifyPacket` walks the same bytes first, under bounds, and says what `parse` would do.
+// Why: `AMFProtocol::parse` is given no length. It believes every count, length and index, so cut
+// or forged bytes make it read past the buffer, nest until the stack ends, or copy a few bytes into
+// gigabytes. `verifyPacket` walks the same bytes first, under bounds, and says what `parse` would
+// do.
 //
 // The host's part:
-// - The bytes and the eight class-name variables of AMF2JSON.h must not change between check and parse.
-//   Never check memory that somebody else can write: copy it first.
+// - The bytes and the eight class-name variables of AMF2JSON.h must not change between check and
+//   parse. Never check memory that somebody else can write: copy it first.
 // - std::bad_alloc from `parse` remains possible, also for a packet that was found in order.
-// - A text made from the tree is another matter: the script views let a crafted string out of its quotes.
-//   Do not run, evaluate or inline them; see `escapeForViews`.
-// - Other decoders may see another tree in the same bytes (they count AMF0 references differently, or expect
-//   an end mark behind associative arrays). A gateway should forward what `compile` wrote, or insist on
-//   `consumed == size` and `lengthMismatches == 0`.
+// - A text made from the tree is another matter: the script views let a crafted string out of its
+//   quotes. Do not run, evaluate or inline them; see `escapeForViews`.
+// - Other decoders may see another tree in the same bytes (they count AMF0 references differently,
+//   or expect an end mark behind associative arrays). A gateway should forward what `compile`
+//   wrote, or insist on `consumed == size` and `lengthMismatches == 0`.
 #ifndef AMFGUARD_H
 #define AMFGUARD_H
 
@@ -43,15 +44,17 @@
 // ---------------------------------------------------------------------------------------------------
 // The bounded check
 
-/// The bounds of one check. All are inclusive: a value equal to its limit is accepted. The defaults suit a
-/// request from the network; a host with bulk data raises `maxNodes` and `maxTreeBytes` knowingly.
+/// The bounds of one check. All are inclusive: a value equal to its limit is accepted. The defaults
+/// suit a request from the network; a host with bulk data raises `maxNodes` and `maxTreeBytes`
+/// knowingly.
 struct AMF2JSON_API AMFVerifyLimits {
   /// Size of the buffer.
   std::size_t maxPacketBytes = std::size_t{64} << 20;
   /// Objects and arrays inside one another, copies made by references unfolded. Reading, copying,
   /// rendering and deleting a tree all recurse along it.
   std::uint32_t maxDepth = 64;
-  /// Nodes of the tree: package, headers, messages, values, members, and every name, class name and URI.
+  /// Nodes of the tree: package, headers, messages, values, members, and every name, class name and
+  /// URI.
   std::uint64_t maxNodes = 1000000;
   /// Heap bytes of the tree, an upper bound for malloc as glibc does it.
   std::uint64_t maxTreeBytes = std::uint64_t{128} << 20;
@@ -59,8 +62,8 @@ struct AMF2JSON_API AMFVerifyLimits {
   std::uint64_t maxCopiedBytes = std::uint64_t{64} << 20;
   /// Bytes of one string, name, class name, URI, XML text or byte array.
   std::uint32_t maxStringBytes = std::uint32_t{8} << 20;
-  /// AMF3 references right behind the switch marker 11, unfolded like the rest: each leaves one bracket open
-  /// in the texts of the views, for the rest of the protocol object's life.
+  /// AMF3 references right behind the switch marker 11, unfolded like the rest: each leaves one
+  /// bracket open in the texts of the views, for the rest of the protocol object's life.
   std::uint32_t maxSwitchedReferences = 64;
 
   /// Every limit at its largest value: nothing is refused but what `parse` could not read.
@@ -82,23 +85,24 @@ enum class AMFVerifyStatus : std::uint32_t {
   outOfMemory              ///< the check itself could not get memory
 };
 
-/// What a check found. Plain data, filled for every status: after a refusal the figures hold what had been
-/// measured up to there. Figures that would pass their type stay at its largest value.
+/// What a check found. Plain data, filled for every status: after a refusal the figures hold what
+/// had been measured up to there. Figures that would pass their type stay at its largest value.
 struct AMF2JSON_API AMFVerifyResult {
   AMFVerifyStatus status = AMFVerifyStatus::ok;
   /// Never null. malformed: the very text of the AMFException. Otherwise: describe(status).
   const char* message = "";
-  /// Where it failed; 0 when ok. malformed: where `readCursor` would stand at the throw. truncated: where the
-  /// field begins that is not there whole (length and text of a string are two fields, so are the
-  /// milliseconds and the zone of a date, and each byte of a variable-length integer). A limit: right behind
-  /// the field that crossed it.
+  /// Where it failed; 0 when ok. malformed: where `readCursor` would stand at the throw. truncated:
+  /// where the field begins that is not there whole (length and text of a string are two fields, so
+  /// are the milliseconds and the zone of a date, and each byte of a variable-length integer). A
+  /// limit: right behind the field that crossed it.
   std::size_t offset = 0;
-  /// Bytes that `parse` will read; after a refusal the same as `offset`. Bytes behind them are no error.
+  /// Bytes that `parse` will read; after a refusal the same as `offset`. Bytes behind them are no
+  /// error.
   std::size_t consumed = 0;
   /// truncated: at least so many bytes are missing. Otherwise 0.
   std::uint64_t needed = 0;
-  /// Number of the header or message it failed in, headers first, from 0; kEnvelope outside of them and
-  /// when ok.
+  /// Number of the header or message it failed in, headers first, from 0; kEnvelope outside of them
+  /// and when ok.
   std::uint32_t section = kEnvelope;
 
   std::uint64_t nodes = 0;        ///< nodes of the tree
@@ -110,8 +114,8 @@ struct AMF2JSON_API AMFVerifyResult {
   std::uint32_t depth = 0;        ///< objects and arrays inside one another; 0 for a plain value
   std::uint32_t references = 0;   ///< references in the packet, of all kinds
   std::uint32_t switchedReferences = 0;  ///< see maxSwitchedReferences
-  /// Headers and messages whose declared length is neither FFFFFFFF nor that of their value. No error:
-  /// `parse` does not look at it.
+  /// Headers and messages whose declared length is neither FFFFFFFF nor that of their value. No
+  /// error: `parse` does not look at it.
   std::uint32_t lengthMismatches = 0;
   std::uint32_t headers = 0;   ///< headers read to their end
   std::uint32_t messages = 0;  ///< messages read to their end
@@ -121,29 +125,33 @@ struct AMF2JSON_API AMFVerifyResult {
 
 /// Says what `AMFProtocol::parse` would do with these bytes, without building anything.
 ///
-/// With unlimited() the status is ok exactly when `parse` would finish and read nothing outside the buffer
-/// (given memory and stack enough). Otherwise the first event in reading order is reported; at one field,
-/// missing bytes come first, then what `parse` refuses, then the limits in the order of their status codes.
-/// The length of a string is held against maxStringBytes before its bytes are looked for. Limits only
-/// subtract: they never turn a refusal into ok.
+/// With unlimited() the status is ok exactly when `parse` would finish and read nothing outside the
+/// buffer (given memory and stack enough). Otherwise the first event in reading order is reported;
+/// at one field, missing bytes come first, then what `parse` refuses, then the limits in the order
+/// of their status codes. The length of a string is held against maxStringBytes before its bytes
+/// are looked for. Limits only subtract: they never turn a refusal into ok.
 ///
-/// After ok, `parse` of the same, unchanged bytes reads exactly `consumed` bytes, throws no AMFException and
-/// builds a tree of `nodes` nodes, `depth` deep, in at most `treeBytes` bytes of heap.
+/// After ok, `parse` of the same, unchanged bytes reads exactly `consumed` bytes, throws no
+/// AMFException and builds a tree of `nodes` nodes, `depth` deep, in at most `treeBytes` bytes of
+/// heap.
 ///
-/// `packet` may be null (nullPacket) and is never written to. Never throws and keeps no state; any number of
-/// threads may call it. Time is linear in `size`, machine stack constant. Heap: none for small packets; else
-/// at most 64 bytes per AMF0 object or array (the first 65536 of them), AMF3 object, array, date, XML
-/// text, byte array, inline traits and non-empty inline string of one header or message, and 64 bytes per
-/// level of depth.
-AMF2JSON_API AMFVerifyResult verifyPacket(const void* packet, std::size_t size,
-                                          const AMFVerifyLimits& limits = AMFVerifyLimits()) noexcept;
+/// `packet` may be null (nullPacket) and is never written to. Never throws and keeps no state; any
+/// number of threads may call it. Time is linear in `size`, machine stack constant. Heap: none for
+/// small packets; else at most 64 bytes per AMF0 object or array (the first 65536 of them), AMF3
+/// object, array, date, XML text, byte array, inline traits and non-empty inline string of one
+/// header or message, and 64 bytes per level of depth.
+AMF2JSON_API AMFVerifyResult
+verifyPacket(const void* packet, std::size_t size,
+             const AMFVerifyLimits& limits = AMFVerifyLimits()) noexcept;
 
-/// A short English text for a status, such as "depth limit". Never null, lives as long as the library.
+/// A short English text for a status, such as "depth limit". Never null, lives as long as the
+/// library.
 AMF2JSON_API const char* describe(AMFVerifyStatus status) noexcept;
 
-/// Checks, then parses: what most hosts want. Returns `protocol.parse(packet)` when the check is ok.
-/// Otherwise returns null; `protocol` and its package are then untouched. `result`, unless null, receives
-/// what the check found, in both cases. Throws std::bad_alloc as `parse` does, nothing else.
+/// Checks, then parses: what most hosts want. Returns `protocol.parse(packet)` when the check is
+/// ok. Otherwise returns null; `protocol` and its package are then untouched. `result`, unless
+/// null, receives what the check found, in both cases. Throws std::bad_alloc as `parse` does,
+/// nothing else.
 AMF2JSON_API AMFPackage* parseVerified(AMFProtocol& protocol, const void* packet, std::size_t size,
                                        const AMFVerifyLimits& limits = AMFVerifyLimits(),
                                        AMFVerifyResult* result = nullptr);
@@ -151,32 +159,37 @@ AMF2JSON_API AMFPackage* parseVerified(AMFProtocol& protocol, const void* packet
 // ---------------------------------------------------------------------------------------------------
 // Texts made from foreign trees
 
-/// Prepares a tree for the views, so that nothing in it gets out of its quotes there. Changes the tree: to
-/// keep the original, give it a copy (`clone()`), and call it once only, because a second call escapes again.
+/// Prepares a tree for the views, so that nothing in it gets out of its quotes there. Changes the
+/// tree: to keep the original, give it a copy (`clone()`), and call it once only, because a second
+/// call escapes again.
 ///
-/// - In every string, XML text, name, class name and URI: a backslash becomes two; bytes 00 to 1F and 7F,
-///   `<`, U+2028 and U+2029 become \u and four hex digits; bytes that are not UTF-8 become U+FFFD, one for
-///   each longest broken sequence. Quotes stay: the views put the backslash in front of them.
-/// - A double that is not finite becomes an AMFNull of its version, in its place. (`tree` itself is not
-///   replaced: the views only take packages.)
-/// - An AMF3 node under an AMF0 one loses its `referenceIndex`: the views would open a bracket too many.
+/// - In every string, XML text, name, class name and URI: a backslash becomes two; bytes 00 to 1F
+///   and 7F, `<`, U+2028 and U+2029 become \u and four hex digits; bytes that are not UTF-8 become
+///   U+FFFD, one for each longest broken sequence. Quotes stay: the views put the backslash in
+///   front of them.
+/// - A double that is not finite becomes an AMFNull of its version, in its place. (`tree` itself is
+///   not replaced: the views only take packages.)
+/// - An AMF3 node under an AMF0 one loses its `referenceIndex`: the views would open a bracket too
+///   many.
 ///
-/// The views of such a tree are correct: the strings in the JSON text read back as they were (with U+FFFD for
-/// what was not UTF-8), and the script texts assign values and do nothing else, also inside an HTML page.
-/// Clear `AMFProtocol::useTemporaries` first: long strings are cut into pieces, also inside an escape.
+/// The views of such a tree are correct: the strings in the JSON text read back as they were (with
+/// U+FFFD for what was not UTF-8), and the script texts assign values and do nothing else, also
+/// inside an HTML page. Clear `AMFProtocol::useTemporaries` first: long strings are cut into
+/// pieces, also inside an escape.
 ///
-/// Null does nothing. When memory fails (std::bad_alloc; also for a text that would pass 2^32-1 bytes), the
-/// tree is as it was. No recursion.
+/// Null does nothing. When memory fails (std::bad_alloc; also for a text that would pass 2^32-1
+/// bytes), the tree is as it was. No recursion.
 AMF2JSON_API void escapeForViews(AMFNode* tree);
 
 // ---------------------------------------------------------------------------------------------------
 // The fields of a packet
 //
-// For tools that show packets: the check calls back for every field as it reads it, so a damaged packet can be
-// shown up to the place where it breaks, with nothing built and nothing read outside the buffer.
+// For tools that show packets: the check calls back for every field as it reads it, so a damaged
+// packet can be shown up to the place where it breaks, with nothing built and nothing read outside
+// the buffer.
 
-/// What a field is. Those up to `byteArray` take bytes of the packet and follow one another without gaps;
-/// those from `end` on take none.
+/// What a field is. Those up to `byteArray` take bytes of the packet and follow one another without
+/// gaps; those from `end` on take none.
 enum class AMFFieldKind : std::uint32_t {
   version,         ///< u16
   headerCount,     ///< u16
@@ -224,9 +237,9 @@ struct AMF2JSON_API AMFVerifyField {
 class AMF2JSON_API AMFVerifyVisitor {
  public:
   virtual ~AMFVerifyVisitor();
-  /// Called for every field that was read whole, in reading order. A field that is refused (an unknown marker, an
-  /// index that leads nowhere) or that crosses a limit has been read, and is shown. May throw: `visitPacket`
-  /// lets it pass.
+  /// Called for every field that was read whole, in reading order. A field that is refused (an
+  /// unknown marker, an index that leads nowhere) or that crosses a limit has been read, and is
+  /// shown. May throw: `visitPacket` lets it pass.
   virtual void field(const AMFVerifyField& field) = 0;
 };
 

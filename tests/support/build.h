@@ -41,22 +41,19 @@ inline std::unique_ptr<AMFPair> makePair(AMFVersion version, std::string_view na
 inline std::unique_ptr<AMFNode> makeKind(std::uint32_t code) {
   const AMFVersion v3 = AMF_VERSION_3;
   switch (code) {
-    case AMFNode::AMF_NULL:
-      return std::make_unique<AMFNull>(v3);
+    case AMFNode::AMF_NULL: return std::make_unique<AMFNull>(v3);
     case AMFNode::AMF_BOOL: {
       auto node = std::make_unique<AMFBool>(v3);
       node->value = true;
       return node;
     }
-    case AMFNode::AMF_INT:
-      return makeInt(7);
+    case AMFNode::AMF_INT: return makeInt(7);
     case AMFNode::AMF_DOUBLE: {
       auto node = std::make_unique<AMFDouble>(v3);
       node->value = 1.5;
       return node;
     }
-    case AMFNode::AMF_STRING:
-      return makeString(v3, "text", 4);
+    case AMFNode::AMF_STRING: return makeString(v3, "text", 4);
     case AMFNode::AMF_OBJECT: {
       auto node = std::make_unique<AMFObject>(v3);
       node->setClassName(makeString(v3, "C", 1).release(), false);
@@ -90,10 +87,8 @@ inline std::unique_ptr<AMFNode> makeKind(std::uint32_t code) {
       node->setValue("\0\x01", 2);
       return node;
     }
-    case AMFNode::AMF_PAIR:
-      return makePair(v3, "p", *makeInt(4));
-    case AMFNode::AMF_UNDEFINED:
-      return std::make_unique<AMFUndefined>(v3);
+    case AMFNode::AMF_PAIR: return makePair(v3, "p", *makeInt(4));
+    case AMFNode::AMF_UNDEFINED: return std::make_unique<AMFUndefined>(v3);
     case AMFNode::AMF_HEADER: {
       auto node = std::make_unique<AMFHeader>();
       node->setName(makeString(AMF_VERSION_0, "H").release(), false);

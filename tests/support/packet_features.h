@@ -119,7 +119,7 @@ namespace packets {
   X(kCount2, "U29 dense count: 2 bytes", false)                                    \
   X(kCount3, "U29 dense count: 3 bytes", false)                                    \
   X(kCount4, "U29 dense count: 4 bytes", false)                                    \
-  X(kCountNegative4, "U29 dense count: 4 bytes, the last 80-FF", true)            \
+  X(kCountNegative4, "U29 dense count: 4 bytes, the last 80-FF", true)             \
   X(kIndex1, "U29 reference: 1 byte", false)                                       \
   X(kIndex2, "U29 reference: 2 bytes", false)                                      \
   X(kIndex3, "U29 reference: 3 bytes", false)                                      \

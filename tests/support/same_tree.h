@@ -50,35 +50,25 @@ inline bool sameHeader(const AMFHeader& a, const AMFHeader& b) {
 
 inline bool sameFields(const AMFNode& a, const AMFNode& b) {
   switch (a.type) {
-    case AMFNode::AMF_BOOL:
-      return as<AMFBool>(a).value == as<AMFBool>(b).value;
-    case AMFNode::AMF_INT:
-      return as<AMFInt>(a).value == as<AMFInt>(b).value;
-    case AMFNode::AMF_DOUBLE:
-      return sameBits(as<AMFDouble>(a).value, as<AMFDouble>(b).value);
-    case AMFNode::AMF_DATE:
-      return sameBits(as<AMFDate>(a).value, as<AMFDate>(b).value);
+    case AMFNode::AMF_BOOL: return as<AMFBool>(a).value == as<AMFBool>(b).value;
+    case AMFNode::AMF_INT: return as<AMFInt>(a).value == as<AMFInt>(b).value;
+    case AMFNode::AMF_DOUBLE: return sameBits(as<AMFDouble>(a).value, as<AMFDouble>(b).value);
+    case AMFNode::AMF_DATE: return sameBits(as<AMFDate>(a).value, as<AMFDate>(b).value);
     case AMFNode::AMF_STRING:
-    case AMFNode::AMF_RAW:
-      return sameBytes(as<AMFRaw>(a), as<AMFRaw>(b));
+    case AMFNode::AMF_RAW: return sameBytes(as<AMFRaw>(a), as<AMFRaw>(b));
     case AMFNode::AMF_XML:
       return as<AMFXML>(a).document == as<AMFXML>(b).document &&
              sameBytes(as<AMFRaw>(a), as<AMFRaw>(b));
-    case AMFNode::AMF_OBJECT:
-      return sameObject(as<AMFObject>(a), as<AMFObject>(b));
+    case AMFNode::AMF_OBJECT: return sameObject(as<AMFObject>(a), as<AMFObject>(b));
     case AMFNode::AMF_ARRAY:
       return as<AMFArray>(a).denseCount == as<AMFArray>(b).denseCount &&
              as<AMFArray>(a).strict == as<AMFArray>(b).strict;
-    case AMFNode::AMF_PAIR:
-      return samePair(as<AMFPair>(a), as<AMFPair>(b));
-    case AMFNode::AMF_HEADER:
-      return sameHeader(as<AMFHeader>(a), as<AMFHeader>(b));
-    case AMFNode::AMF_MESSAGE:
-      return sameMessage(as<AMFMessage>(a), as<AMFMessage>(b));
+    case AMFNode::AMF_PAIR: return samePair(as<AMFPair>(a), as<AMFPair>(b));
+    case AMFNode::AMF_HEADER: return sameHeader(as<AMFHeader>(a), as<AMFHeader>(b));
+    case AMFNode::AMF_MESSAGE: return sameMessage(as<AMFMessage>(a), as<AMFMessage>(b));
     case AMFNode::AMF_PACKAGE:
       return as<AMFPackage>(a).headerCount == as<AMFPackage>(b).headerCount;
-    default:
-      return true;
+    default: return true;
   }
 }
 
@@ -110,16 +100,14 @@ inline std::uint64_t nodeCount(const AMFNode* node) {
 
 inline std::uint64_t detail::ownedCount(const AMFNode& node) {
   switch (node.type) {
-    case AMFNode::AMF_OBJECT:
-      return nodeCount(as<AMFObject>(node).className);
+    case AMFNode::AMF_OBJECT: return nodeCount(as<AMFObject>(node).className);
     case AMFNode::AMF_PAIR:
     case AMFNode::AMF_HEADER:
       return nodeCount(as<AMFPair>(node).name) + nodeCount(as<AMFPair>(node).value);
     case AMFNode::AMF_MESSAGE:
       return nodeCount(as<AMFMessage>(node).targetUri) +
              nodeCount(as<AMFMessage>(node).responseUri) + nodeCount(as<AMFMessage>(node).value);
-    default:
-      return 0;
+    default: return 0;
   }
 }
 

@@ -1,35 +1,35 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// AMF2JSON: Action Message Format packets to a tree of typed nodes, to JSON and JavaScript, and
-// back to bytes.
-//
-//   #include <AMF2JSON>
-//   #include <cstdio>
-//
-//   int show(const char* wholePacket) {
-//     AMFProtocol protocol;                       // one conversion context
-//     try {
-//       protocol.parse(wholePacket);              // the tree; owned by `protocol`
-//       std::puts(protocol.getPackageInJSON(true).c_str());
-//       protocol.compile(protocol.package);       // bytes again: resultBuffer, getResultLength()
-//       return 0;
-//     } catch (const AMFException& e) {           // has no base class: catch it by name
-//       std::fputs(e.message, stderr);
-//       return 1;
-//     }
-//   }
-//
-// Trust: `parse` is given a bare pointer and NO length. No reader checks the end of the input;
-// counts, lengths and indexes are believed. Pass complete packets only. For bytes that come from
-// elsewhere, call the checks of AMFGuard.h first (and read SECURITY.md).
-//
-// Threads: no threads, no locks. An AMFProtocol and its trees are used by one thread at a time;
-// separate objects may work on separate threads at once.
-//
-// Errors: every error is an AMFException with a fixed text; memory that cannot be had is
-// std::bad_alloc. Nothing is rolled back; each call below says what an error leaves behind.
-//
-// Text and names are byte strings: the UTF-8 bytes received, neither checked nor converted.
+/// @file
+/// AMF2JSON: Action Message Format packets to a tree of typed nodes, to JSON and JavaScript, and
+/// back to bytes.
+///
+///     #include <AMF2JSON>
+///     #include <cstdio>
+///
+///     int show(const char* wholePacket) {
+///       AMFProtocol protocol;                       // one conversion context
+///       try {
+///         protocol.parse(wholePacket);              // the tree; owned by `protocol`
+///         std::puts(protocol.getPackageInJSON(true).c_str());
+///         protocol.compile(protocol.package);       // bytes again, in `resultBuffer`
+///         return 0;
+///       } catch (const AMFException& e) {           // has no base class: catch it by name
+///         std::fputs(e.message, stderr);
+///         return 1;
+///       }
+///     }
+///
+/// Trust: `parse` is given a bare pointer and NO length. No reader checks the end of the input;
+/// counts, lengths and indexes are believed. Pass complete packets only. For bytes that come from
+/// elsewhere, call the checks of AMFGuard.h first (and read SECURITY.md).
+///
+/// Threads: no threads, no locks. An AMFProtocol and its trees are used by one thread at a time;
+/// separate objects may work on separate threads at once.
+///
+/// Errors: every error is an AMFException with a fixed text; memory that cannot be had is
+/// std::bad_alloc. Nothing is rolled back; each call below says what an error leaves behind.
+///
+/// Text and names are byte strings: the UTF-8 bytes received, neither checked nor converted.
 #ifndef AMF2JSON_H
 #define AMF2JSON_H
 
@@ -40,6 +40,8 @@
 #include <string>
 #include <vector>
 
+/// @def AMF2JSON_API
+/// What the library exports. Define AMF2JSON_STATIC to use the static library on Windows.
 #if defined(AMF2JSON_STATIC)
 #define AMF2JSON_API
 #elif defined(_WIN32)
@@ -58,8 +60,8 @@
 /// The one exception of the library: a plain type without a base class, thrown by value.
 /// `message` points at a fixed text that lives as long as the library; never free it.
 struct AMF2JSON_API AMFException {
-  explicit AMFException(const char* text) noexcept : message(text) {}
-  const char* message;
+  explicit AMFException(const char* text) noexcept : message(text) {}  ///< keeps the pointer
+  const char* message;                                                 ///< one of the texts
 };
 
 // ---------------------------------------------------------------------------------------------------
@@ -114,14 +116,15 @@ class AMF2JSON_API AMFNode {
   /// `referenceIndex` and `traitsIndex` of what was read (or is to be written) in full.
   static constexpr std::uint32_t kNoReference = 0xFFFFFFFFu;
 
+  /// A node without children. It is not attached to `nodeParent`, which is only noted.
   AMFNode(AMFType kind, AMFVersion nodeVersion, AMFNode* nodeParent);
   /// Deep copy: kind, version, referenceIndex and complete are copied, children are cloned in order
   /// (null entries stay null), the parent is null.
   AMFNode(const AMFNode& source);
   AMFNode& operator=(const AMFNode&) = delete;
 
-  // Nodes come from a pool, a chunk at a time. Each is still an object of its own, which anyone may
-  // delete, on any thread; a host's classes derived from nodes need do nothing for it.
+  /// @{ Nodes come from a pool, a chunk at a time. Each is still an object of its own, which anyone
+  /// may delete, on any thread; a host's classes derived from nodes need do nothing for it.
   static void* operator new(std::size_t size);
   static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
   static void* operator new(std::size_t size, std::align_val_t alignment);
@@ -129,6 +132,7 @@ class AMF2JSON_API AMFNode {
   static void operator delete(void* node, std::size_t size) noexcept;
   static void operator delete(void* node, std::size_t size, std::align_val_t alignment) noexcept;
   static void operator delete(void*, void*) noexcept {}
+  /// @}
 
   /// Deletes the children, last first; null entries are skipped.
   virtual ~AMFNode();
@@ -145,10 +149,10 @@ class AMF2JSON_API AMFNode {
   void setChild(unsigned int index, AMFNode* node, bool copy);
 
   std::vector<AMFNode*>
-      children;     ///< owned, in order; null entries only if a copy source held them
-  AMFNode* parent;  ///< not owned; not set by the value setters of pairs and messages
-  AMFType type;
-  AMFVersion version;
+      children;        ///< owned, in order; null entries only if a copy source held them
+  AMFNode* parent;     ///< not owned; not set by the value setters of pairs and messages
+  AMFType type;        ///< the kind, which says the class
+  AMFVersion version;  ///< the form it was read in, or is to be written in
   /// kNoReference for a node read in full. Otherwise the reference-table index this node was copied
   /// from; the writers then write that reference instead of the value, and the views show it.
   std::uint32_t referenceIndex = kNoReference;
@@ -159,8 +163,8 @@ class AMF2JSON_API AMFNode {
 /// The null value.
 class AMF2JSON_API AMFNull : public AMFNode {
  public:
-  explicit AMFNull(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);
-  AMFNull(const AMFNull& source);
+  explicit AMFNull(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);  ///< null
+  AMFNull(const AMFNull& source);                                           ///< a deep copy
   ~AMFNull() override;
   AMFNull* clone() const override;
 };
@@ -168,48 +172,51 @@ class AMF2JSON_API AMFNull : public AMFNode {
 /// The undefined value.
 class AMF2JSON_API AMFUndefined : public AMFNode {
  public:
-  explicit AMFUndefined(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);
-  AMFUndefined(const AMFUndefined& source);
+  explicit AMFUndefined(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);  ///< undefined
+  AMFUndefined(const AMFUndefined& source);                                      ///< a deep copy
   ~AMFUndefined() override;
   AMFUndefined* clone() const override;
 };
 
+/// A truth value.
 class AMF2JSON_API AMFBool : public AMFNode {
  public:
-  explicit AMFBool(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);
-  AMFBool(const AMFBool& source);
+  explicit AMFBool(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);  ///< false
+  AMFBool(const AMFBool& source);                                           ///< a deep copy
   ~AMFBool() override;
   AMFBool* clone() const override;
 
-  bool value = false;
+  bool value = false;  ///< written as the byte it is
 };
 
 /// The AMF3 29-bit integer as decoded: unsigned, without sign extension. AMF0 has no integers;
 /// writing one in an AMF0 place is refused.
 class AMF2JSON_API AMFInt : public AMFNode {
  public:
-  explicit AMFInt(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);
-  AMFInt(const AMFInt& source);
+  explicit AMFInt(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);  ///< 0
+  AMFInt(const AMFInt& source);                                            ///< a deep copy
   ~AMFInt() override;
   AMFInt* clone() const override;
 
-  std::uint32_t value = 0;
+  std::uint32_t value = 0;  ///< values above 0x3FFFFFFF cannot be written
 };
 
+/// A number.
 class AMF2JSON_API AMFDouble : public AMFNode {
  public:
-  explicit AMFDouble(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);
-  AMFDouble(const AMFDouble& source);
+  explicit AMFDouble(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);  ///< 0
+  AMFDouble(const AMFDouble& source);                                         ///< a deep copy
   ~AMFDouble() override;
   AMFDouble* clone() const override;
 
-  double value = 0;
+  double value = 0;  ///< all its bits are kept, a NaN's too
 };
 
+/// A date.
 class AMF2JSON_API AMFDate : public AMFNode {
  public:
-  explicit AMFDate(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);
-  AMFDate(const AMFDate& source);
+  explicit AMFDate(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);  ///< 1970-01-01
+  AMFDate(const AMFDate& source);                                           ///< a deep copy
   ~AMFDate() override;
   AMFDate* clone() const override;
 
@@ -219,8 +226,8 @@ class AMF2JSON_API AMFDate : public AMFNode {
 /// A byte array (an AMF3 ByteArray), and the base of everything that holds bytes.
 class AMF2JSON_API AMFRaw : public AMFNode {
  public:
-  explicit AMFRaw(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);
-  AMFRaw(const AMFRaw& source);
+  explicit AMFRaw(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);  ///< no bytes
+  AMFRaw(const AMFRaw& source);                                            ///< a deep copy
   ~AMFRaw() override;
   AMFRaw* clone() const override;
 
@@ -235,26 +242,26 @@ class AMF2JSON_API AMFRaw : public AMFNode {
   std::uint32_t length = 0;  ///< bytes in `data`
 
  protected:
-  AMFRaw(AMFType kind, AMFVersion nodeVersion, AMFNode* nodeParent);
+  AMFRaw(AMFType kind, AMFVersion nodeVersion, AMFNode* nodeParent);  ///< for derived kinds
 };
 
 /// A string: the bytes as received, UTF-8 by convention, NUL bytes included.
 class AMF2JSON_API AMFString : public AMFRaw {
  public:
-  explicit AMFString(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);
-  AMFString(const AMFString& source);
+  explicit AMFString(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);  ///< an empty string
+  AMFString(const AMFString& source);                                         ///< a deep copy
   ~AMFString() override;
   AMFString* clone() const override;
 
  protected:
-  AMFString(AMFType kind, AMFVersion nodeVersion, AMFNode* nodeParent);
+  AMFString(AMFType kind, AMFVersion nodeVersion, AMFNode* nodeParent);  ///< for derived kinds
 };
 
 /// XML text. `document` 1: XML document (AMF0, AMF3 marker 0x07); 0: E4X XML (AMF3 marker 0x0B).
 class AMF2JSON_API AMFXML : public AMFString {
  public:
-  explicit AMFXML(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);
-  AMFXML(const AMFXML& source);
+  explicit AMFXML(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);  ///< an empty E4X text
+  AMFXML(const AMFXML& source);                                            ///< a deep copy
   ~AMFXML() override;
   AMFXML* clone() const override;
 
@@ -262,15 +269,15 @@ class AMF2JSON_API AMFXML : public AMFString {
   /// Copies the bytes of `text`, which stays with the caller. Null is ignored.
   void setValue(AMFString* text);
 
-  std::uint32_t document = 0;
+  std::uint32_t document = 0;  ///< 1 or 0, see above
 };
 
 /// An array. Children: values (the dense part) and AMFPair nodes (the associative part), as
 /// appended.
 class AMF2JSON_API AMFArray : public AMFNode {
  public:
-  explicit AMFArray(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);
-  AMFArray(const AMFArray& source);
+  explicit AMFArray(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);  ///< an empty array
+  AMFArray(const AMFArray& source);                                          ///< a deep copy
   ~AMFArray() override;
   AMFArray* clone() const override;
 
@@ -289,10 +296,11 @@ class AMF2JSON_API AMFPair : public AMFNode {
  public:
   /// The name is a new empty string and the value a new AMFUndefined, both of the pair's version.
   explicit AMFPair(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr, AMFType kind = AMF_PAIR);
-  AMFPair(const AMFPair& source);
+  AMFPair(const AMFPair& source);  ///< a deep copy
   ~AMFPair() override;
   AMFPair* clone() const override;
 
+  /// Replaces the name.
   void setName(AMFString* newName, bool copy);
   /// Throws "AMFPair::setValue(): not a value type node" for a structural kind before anything
   /// changes. The value's parent is not touched.
@@ -310,14 +318,15 @@ class AMF2JSON_API AMFPair : public AMFNode {
 /// ones.
 class AMF2JSON_API AMFObject : public AMFNode {
  public:
-  explicit AMFObject(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);
-  AMFObject(const AMFObject& source);
+  explicit AMFObject(AMFVersion nodeVersion,
+                     AMFNode* nodeParent = nullptr);  ///< empty, of no class
+  AMFObject(const AMFObject& source);                 ///< a deep copy
   ~AMFObject() override;
   AMFObject* clone() const override;
 
-  void appendChild(AMFPair* pair, bool copy);
-  void setChild(unsigned int index, AMFPair* pair, bool copy);
-  AMFNode* getChild(unsigned int index) const;
+  void appendChild(AMFPair* pair, bool copy);                   ///< AMFNode::appendChild
+  void setChild(unsigned int index, AMFPair* pair, bool copy);  ///< AMFNode::setChild
+  AMFNode* getChild(unsigned int index) const;                  ///< AMFNode::getChild
   /// With copy true a new AMFString is made from the bytes of `newName`.
   void setClassName(AMFString* newName, bool copy);
 
@@ -337,12 +346,12 @@ class AMF2JSON_API AMFObject : public AMFNode {
 /// A packet header: the name is the pair's name, the content its value.
 class AMF2JSON_API AMFHeader : public AMFPair {
  public:
-  explicit AMFHeader(AMFNode* nodeParent = nullptr);
-  AMFHeader(const AMFHeader& source);
+  explicit AMFHeader(AMFNode* nodeParent = nullptr);  ///< no name, an undefined value
+  AMFHeader(const AMFHeader& source);                 ///< a deep copy
   ~AMFHeader() override;
   AMFHeader* clone() const override;
 
-  bool mustUnderstand = false;
+  bool mustUnderstand = false;  ///< true for every byte but 00; written as 01
   /// Byte length of the value as the sender declared it; 0xFFFFFFFF: unknown. Never checked, never
   /// recomputed; written back as it stands.
   std::uint32_t length = 0xFFFFFFFFu;
@@ -357,12 +366,12 @@ class AMF2JSON_API AMFMessage : public AMFNode {
  public:
   /// Version AMF_VERSION_0, both URIs empty strings, the value a new AMFUndefined.
   explicit AMFMessage(AMFNode* nodeParent = nullptr);
-  AMFMessage(const AMFMessage& source);
+  AMFMessage(const AMFMessage& source);  ///< a deep copy
   ~AMFMessage() override;
   AMFMessage* clone() const override;
 
-  void setTargetUri(AMFString* uri, bool copy);
-  void setResponseUri(AMFString* uri, bool copy);
+  void setTargetUri(AMFString* uri, bool copy);    ///< replaces the target URI
+  void setResponseUri(AMFString* uri, bool copy);  ///< replaces the response URI
   /// Throws "AMFMessage::setValue(): invalid value type node" for a structural kind; nothing
   /// changes.
   void setValue(AMFNode* newValue, bool copy);
@@ -380,21 +389,22 @@ class AMF2JSON_API AMFMessage : public AMFNode {
 /// A packet: its headers, then its messages, all in `children`.
 class AMF2JSON_API AMFPackage : public AMFNode {
  public:
-  explicit AMFPackage(AMFVersion packetVersion);
-  AMFPackage(const AMFPackage& source);
+  explicit AMFPackage(AMFVersion packetVersion);  ///< no headers, no messages
+  AMFPackage(const AMFPackage& source);           ///< a deep copy
   ~AMFPackage() override;
   AMFPackage* clone() const override;
 
   /// Attaches a header. Append all headers before the first message: the layout is not checked.
   /// `headerCount` grows even when `header` is null and nothing is attached.
   void appendHeader(AMFHeader* header, bool copy);
+  /// Attaches a message.
   void appendMessage(AMFMessage* message, bool copy);
   /// Null when `index` is not below `headerCount`.
   AMFHeader* getHeader(unsigned int index) const;
   /// Null when `index` is not below the number of children less `headerCount`.
   AMFMessage* getMessage(unsigned int index) const;
 
-  std::uint32_t headerCount = 0;
+  std::uint32_t headerCount = 0;  ///< so many of the first children are headers
 };
 
 // ---------------------------------------------------------------------------------------------------
@@ -418,7 +428,8 @@ extern AMF2JSON_API const char*
 
 /// An escaped copy of `text` for a double-quoted JavaScript string literal. `text` is only read.
 /// Backslashes are doubled, quotes get a backslash, and the star of every "/*" and "*/" becomes
-/// \x2A. `dropControl` false: bytes 00 to 1F become \xHH (upper-case digits), all others are kept.
+/// `\x2A`. `dropControl` false: bytes 00 to 1F become `\xHH` (upper-case digits), all others are
+/// kept.
 /// `dropControl` true: only bytes 20 to 7F are kept; that drops every byte of a multi-byte
 /// character too.
 AMF2JSON_API std::string formatString(std::string& text, bool dropControl);
@@ -599,6 +610,7 @@ class AMF2JSON_API AMFProtocol {
   AMFBool* getAMF3Bool(AMF3Markers marker);
   /// The U29 as it stands, without sign extension.
   AMFInt* getAMF3Integer();
+  /// f64.
   AMFDouble* getAMF3Double();
   /// U29: bit 0 clear, a reference with index U29 >> 1 into `amf3StringReferences` (a deep copy
   /// with `referenceIndex` set); bit 0 set, U29 >> 1 bytes inline, registered unless empty.

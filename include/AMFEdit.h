@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Helpers for hosts that change decoded trees, or move parts of them, before they encode them
-// again.
-//
-//   AMFProtocol protocol;
-//   AMFPackage* const package = protocol.parse(wholePacket);
-//   ...                            // change, add, remove or move values
-//   clearReferences(package);      // everything is written in full
-//   setTrueLengths(package);       // the length fields tell the truth
-//   protocol.compile(package);
-//
-// Why they are needed: the writers keep no tables. They write a reference exactly where a node
-// records one and write each length field as it stands. Whoever removes, adds or moves values makes
-// recorded indexes point at other values, and stored lengths wrong.
+/// @file
+/// Helpers for hosts that change decoded trees, or move parts of them, before they encode them
+/// again.
+///
+///     AMFProtocol protocol;
+///     AMFPackage* const package = protocol.parse(wholePacket);
+///     ...                            // change, add, remove or move values
+///     clearReferences(package);      // everything is written in full
+///     setTrueLengths(package);       // the length fields tell the truth
+///     protocol.compile(package);
+///
+/// Why they are needed: the writers keep no tables. They write a reference exactly where a node
+/// records one and write each length field as it stands. Whoever removes, adds or moves values
+/// makes recorded indexes point at other values, and stored lengths wrong.
 #ifndef AMF_EDIT_H
 #define AMF_EDIT_H
 

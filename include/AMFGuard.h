@@ -1,38 +1,39 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// AMFGuard: what a careful host calls before it lets foreign bytes into AMF2JSON, and before it
-// shows what came out of them.
-//
-//   #include <AMF2JSON>
-//   #include <AMFGuard.h>
-//
-//   bool receive(const std::string& bytes) {       // our own copy: nobody else writes to it
-//     AMFProtocol protocol;                        // a fresh object for every foreign packet
-//     AMFVerifyResult checked;
-//     AMFPackage* const package =
-//         parseVerified(protocol, bytes.data(), bytes.size(), AMFVerifyLimits(), &checked);
-//     if (!package) {
-//       std::fprintf(stderr, "%s: %s at byte %zu\n", describe(checked.status), checked.message,
-//                    checked.offset);
-//       return false;
-//     }
-//     ...                                          // use the tree; it lives as long as `protocol`
-//   }
-//
-// Why: `AMFProtocol::parse` is given no length. It believes every count, length and index, so cut
-// or forged bytes make it read past the buffer, nest until the stack ends, or copy a few bytes into
-// gigabytes. `verifyPacket` walks the same bytes first, under bounds, and says what `parse` would
-// do.
-//
-// The host's part:
-// - The bytes and the eight class-name variables of AMF2JSON.h must not change between check and
-//   parse. Never check memory that somebody else can write: copy it first.
-// - std::bad_alloc from `parse` remains possible, also for a packet that was found in order.
-// - A text made from the tree is another matter: the script views let a crafted string out of its
-//   quotes. Do not run, evaluate or inline them; see `escapeForViews`.
-// - Other decoders may see another tree in the same bytes (they count AMF0 references differently,
-//   or expect an end mark behind associative arrays). A gateway should forward what `compile`
-//   wrote, or insist on `consumed == size` and `lengthMismatches == 0`.
+/// @file
+/// AMFGuard: what a careful host calls before it lets foreign bytes into AMF2JSON, and before it
+/// shows what came out of them.
+///
+///     #include <AMF2JSON>
+///     #include <AMFGuard.h>
+///
+///     bool receive(const std::string& bytes) {       // our own copy: nobody else writes to it
+///       AMFProtocol protocol;                        // a fresh object for every foreign packet
+///       AMFVerifyResult checked;
+///       AMFPackage* const package =
+///           parseVerified(protocol, bytes.data(), bytes.size(), AMFVerifyLimits(), &checked);
+///       if (!package) {
+///         std::fprintf(stderr, "%s: %s at byte %zu\n", describe(checked.status), checked.message,
+///                      checked.offset);
+///         return false;
+///       }
+///       ...                                          // use the tree; it lives as long as
+///       `protocol`
+///     }
+///
+/// Why: `AMFProtocol::parse` is given no length. It believes every count, length and index, so cut
+/// or forged bytes make it read past the buffer, nest until the stack ends, or copy a few bytes
+/// into gigabytes. `verifyPacket` walks the same bytes first, under bounds, and says what `parse`
+/// would do.
+///
+/// The host's part:
+/// - The bytes and the eight class-name variables of AMF2JSON.h must not change between check and
+///     parse. Never check memory that somebody else can write: copy it first.
+/// - std::bad_alloc from `parse` remains possible, also for a packet that was found in order.
+/// - A text made from the tree is another matter: the script views let a crafted string out of its
+///     quotes. Do not run, evaluate or inline them; see `escapeForViews`.
+/// - Other decoders may see another tree in the same bytes (they count AMF0 references differently,
+///     or expect an end mark behind associative arrays). A gateway should forward what `compile`
+///     wrote, or insist on `consumed == size` and `lengthMismatches == 0`.
 #ifndef AMFGUARD_H
 #define AMFGUARD_H
 
@@ -70,6 +71,7 @@ struct AMF2JSON_API AMFVerifyLimits {
   static AMFVerifyLimits unlimited() noexcept;
 };
 
+/// How a check ended.
 enum class AMFVerifyStatus : std::uint32_t {
   ok = 0,
   nullPacket,              ///< no packet at all
@@ -88,7 +90,7 @@ enum class AMFVerifyStatus : std::uint32_t {
 /// What a check found. Plain data, filled for every status: after a refusal the figures hold what
 /// had been measured up to there. Figures that would pass their type stay at its largest value.
 struct AMF2JSON_API AMFVerifyResult {
-  AMFVerifyStatus status = AMFVerifyStatus::ok;
+  AMFVerifyStatus status = AMFVerifyStatus::ok;  ///< what came out
   /// Never null. malformed: the very text of the AMFException. Otherwise: describe(status).
   const char* message = "";
   /// Where it failed; 0 when ok. malformed: where `readCursor` would stand at the throw. truncated:
@@ -120,7 +122,7 @@ struct AMF2JSON_API AMFVerifyResult {
   std::uint32_t headers = 0;   ///< headers read to their end
   std::uint32_t messages = 0;  ///< messages read to their end
 
-  static constexpr std::uint32_t kEnvelope = 0xFFFFFFFFu;
+  static constexpr std::uint32_t kEnvelope = 0xFFFFFFFFu;  ///< `section` of what is in none
 };
 
 /// Says what `AMFProtocol::parse` would do with these bytes, without building anything.
@@ -164,9 +166,9 @@ AMF2JSON_API AMFPackage* parseVerified(AMFProtocol& protocol, const void* packet
 /// call escapes again.
 ///
 /// - In every string, XML text, name, class name and URI: a backslash becomes two; bytes 00 to 1F
-///   and 7F, `<`, U+2028 and U+2029 become \u and four hex digits; bytes that are not UTF-8 become
-///   U+FFFD, one for each longest broken sequence. Quotes stay: the views put the backslash in
-///   front of them.
+///   and 7F, `<`, U+2028 and U+2029 become `\u` and four hex digits; bytes that are not UTF-8
+///   become U+FFFD, one for each longest broken sequence. Quotes stay: the views put the backslash
+///   in front of them.
 /// - A double that is not finite becomes an AMFNull of its version, in its place. (`tree` itself is
 ///   not replaced: the views only take packages.)
 /// - An AMF3 node under an AMF0 one loses its `referenceIndex`: the views would open a bracket too
@@ -226,14 +228,16 @@ enum class AMFFieldKind : std::uint32_t {
 /// The name of a kind, spelled as above. Never null, lives as long as the library.
 AMF2JSON_API const char* describe(AMFFieldKind kind) noexcept;
 
+/// One field of a packet, or a thing that happened between two.
 struct AMF2JSON_API AMFVerifyField {
-  AMFFieldKind kind;
+  AMFFieldKind kind;    ///< what it is
   std::size_t offset;   ///< from the packet's first byte
   std::size_t length;   ///< bytes; may be 0 for texts and byte arrays, is 0 from `end` on
   std::uint64_t value;  ///< of whole numbers, decoded; of entries, the index; else 0
   std::uint32_t depth;  ///< objects and arrays that are open
 };
 
+/// What visitPacket tells the fields to: derive from it.
 class AMF2JSON_API AMFVerifyVisitor {
  public:
   virtual ~AMFVerifyVisitor();

@@ -99,6 +99,7 @@ std::string formatString(std::string& text, bool dropControl) {
     const bool besideSlash =
         (i > 0 && text[i - 1] == '/') || (i + 1 < text.size() && text[i + 1] == '/');
     if (byte == '*' && besideSlash) {
+      // Kept: judged by the bytes as given, so dropping one can make a comment mark after all.
       out += "\\x2A";  // neither opens nor closes a comment
     } else if (byte == '\\' || byte == '"') {
       out += '\\';

@@ -38,9 +38,11 @@ bool Walker<Sink>::value0(std::uint32_t marker) {
   switch (marker) {
     case kNumber0: return skip(Kind::number, 8) && chargeNode(kDouble);
     case kBoolean0: return readU8(Kind::boolean, number) && chargeNode(kBool);
-    case kString0: return readU16(Kind::length, number) && text0(Kind::string, number);
-    case kLongString0: return readU32(Kind::length, number) && text0(Kind::string, number);
-    case kXMLDocument0: return readU32(Kind::length, number) && text0(Kind::xml, number);
+    case kString0:
+      return readU16(Kind::length, number, Kind::string) && text0(Kind::string, number);
+    case kLongString0:
+      return readU32(Kind::length, number, Kind::string) && text0(Kind::string, number);
+    case kXMLDocument0: return readU32(Kind::length, number, Kind::xml) && text0(Kind::xml, number);
     case kObject0: return open(FrameKind::object0, 0, kObject) && chargeString(0);
     case kTypedObject0: return open(FrameKind::object0, 0, kObject) && className0();
     case kNull0: return chargeNode(kNull);

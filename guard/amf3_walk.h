@@ -72,7 +72,7 @@ bool Walker<Sink>::value3(bool switched) {
     case kNull3: return chargeNode(kNull);
     case kFalse3:
     case kTrue3: return chargeNode(kBool);
-    case kInteger3: return readU29(false, number) && chargeNode(kInt);
+    case kInteger3: return readU29(Kind::integer, number) && chargeNode(kInt);
     case kDouble3: return skip(Kind::number, 8) && chargeNode(kDouble);
     case kString3: return string3(switched);
     case kXMLDocument3:
@@ -85,10 +85,11 @@ bool Walker<Sink>::value3(bool switched) {
   }
 }
 
-// One to four bytes, the highest seven bits first. Kept: the fourth byte counts as a signed number,
-// in 32 bits that wrap: 80 80 80 FF is 0xFFFFFFFF.
+// A variable-length integer: the value itself, or the head of what `of` names (`head`: an array or
+// object), which bit 0 turns into a reference. One to four bytes, the highest seven bits first.
+// Kept: the fourth byte counts as a signed number, in 32 bits that wrap: 80 80 80 FF is 0xFFFFFFFF.
 template <class Sink>
-bool Walker<Sink>::readU29(bool isHead, std::uint32_t& value) {
+bool Walker<Sink>::readU29(Kind of, std::uint32_t& value) {
   const Byte* const start = cursor;
   value = 0;
   std::uint32_t byte = 0x80;
@@ -103,7 +104,8 @@ bool Walker<Sink>::readU29(bool isHead, std::uint32_t& value) {
     value = (value << 8) + byte - (byte >= 0x80 ? 0x100u : 0u);
   }
   const Kind headKind = (value & 1) == 0 ? Kind::reference3 : Kind::head;
-  note(isHead ? headKind : Kind::integer, static_cast<std::size_t>(cursor - start), value);
+  const Kind kind = of == Kind::integer ? of : headKind;
+  note(kind, static_cast<std::size_t>(cursor - start), value, of == Kind::head ? kind : of);
   return true;
 }
 
@@ -111,7 +113,7 @@ bool Walker<Sink>::readU29(bool isHead, std::uint32_t& value) {
 template <class Sink>
 bool Walker<Sink>::readString3(Kind kind, Text& text, bool& referenced) {
   std::uint32_t head;
-  if (!readU29(true, head)) return false;
+  if (!readU29(kind, head)) return false;
   referenced = (head & 1) == 0;
   if (referenced) {
     const std::uint32_t index = head >> 1;
@@ -143,12 +145,13 @@ bool Walker<Sink>::string3(bool switched) {
 // XML and byte arrays.
 template <class Sink>
 bool Walker<Sink>::bytes3(AMFNode::AMFType type, bool switched) {
-  std::uint32_t head;
-  if (!readU29(true, head)) return false;
-  if ((head & 1) == 0) return reference3(type, head >> 1, switched);
   const bool isXML = type == AMFNode::AMF_XML;
+  const Kind kind = isXML ? Kind::xml : Kind::byteArray;
+  std::uint32_t head;
+  if (!readU29(kind, head)) return false;
+  if ((head & 1) == 0) return reference3(type, head >> 1, switched);
   Text text;
-  if (!readText(isXML ? Kind::xml : Kind::byteArray, head >> 1, text)) return false;
+  if (!readText(kind, head >> 1, text)) return false;
   return isXML ? enter3(type, xmlBytes(text.length), text.length, 0)
                : enter3(type, rawBytes(text.length), 0, text.length);
 }
@@ -156,7 +159,7 @@ bool Walker<Sink>::bytes3(AMFNode::AMFType type, bool switched) {
 template <class Sink>
 bool Walker<Sink>::date3(bool switched) {
   std::uint32_t head;
-  if (!readU29(true, head)) return false;
+  if (!readU29(Kind::timeMs, head)) return false;
   if ((head & 1) == 0) return reference3(AMFNode::AMF_DATE, head >> 1, switched);
   return skip(Kind::timeMs, 8) && enter3(AMFNode::AMF_DATE, kDate, 0, 0);
 }
@@ -164,7 +167,7 @@ bool Walker<Sink>::date3(bool switched) {
 template <class Sink>
 bool Walker<Sink>::array3(bool switched) {
   std::uint32_t head;
-  if (!readU29(true, head)) return false;
+  if (!readU29(Kind::head, head)) return false;
   if ((head & 1) == 0) return reference3(AMFNode::AMF_ARRAY, head >> 1, switched);
   return openEntered3(AMFNode::AMF_ARRAY, FrameKind::assoc3, head >> 1);
 }
@@ -172,7 +175,7 @@ bool Walker<Sink>::array3(bool switched) {
 template <class Sink>
 bool Walker<Sink>::object3(bool switched) {
   std::uint32_t head;
-  if (!readU29(true, head)) return false;
+  if (!readU29(Kind::head, head)) return false;
   if ((head & 1) == 0) return reference3(AMFNode::AMF_OBJECT, head >> 1, switched);
   if ((head & 2) == 0) return referencedTraits3(head >> 2);
   const bool dynamic = (head & 8) != 0;

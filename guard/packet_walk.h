@@ -116,21 +116,21 @@ bool Walker<Sink>::readU8(Kind kind, std::uint32_t& value) {
 }
 
 template <class Sink>
-bool Walker<Sink>::readU16(Kind kind, std::uint32_t& value) {
+bool Walker<Sink>::readU16(Kind kind, std::uint32_t& value, Kind of) {
   if (!need(2)) return false;
   value = std::uint32_t{cursor[0]} << 8 | cursor[1];
   cursor += 2;
-  note(kind, 2, value);
+  note(kind, 2, value, of);
   return true;
 }
 
 template <class Sink>
-bool Walker<Sink>::readU32(Kind kind, std::uint32_t& value) {
+bool Walker<Sink>::readU32(Kind kind, std::uint32_t& value, Kind of) {
   if (!need(4)) return false;
   value = std::uint32_t{cursor[0]} << 24 | std::uint32_t{cursor[1]} << 16 |
           std::uint32_t{cursor[2]} << 8 | cursor[3];
   cursor += 4;
-  note(kind, 4, value);
+  note(kind, 4, value, of);
   return true;
 }
 
@@ -154,7 +154,7 @@ bool Walker<Sink>::readText(Kind kind, std::uint32_t length, Text& text) {
 template <class Sink>
 bool Walker<Sink>::readShortText(Kind kind, Text& text) {
   std::uint32_t length;
-  return readU16(Kind::length, length) && readText(kind, length, text);
+  return readU16(Kind::length, length, kind) && readText(kind, length, text);
 }
 
 // ---------------------------------------------------------------------------------------------------

@@ -12,8 +12,8 @@ namespace {
 struct VisitorSink {
   static constexpr bool kActive = true;
   void field(AMFFieldKind kind, std::size_t offset, std::size_t length, std::uint64_t value,
-             std::uint32_t depth) {
-    visitor.field({kind, offset, length, value, depth});
+             std::uint32_t depth, AMFFieldKind of) {
+    visitor.field({kind, offset, length, value, depth, of});
   }
   AMFVerifyVisitor& visitor;
 };

@@ -83,7 +83,7 @@ struct NoSink {
   static constexpr bool kActive = false;
 };
 
-/// `Sink::field(kind, offset, length, value, depth)` is told every field that was read whole,
+/// `Sink::field(kind, offset, length, value, depth, of)` is told every field that was read whole,
 /// unless `Sink::kActive` is false.
 template <class Sink>
 class Walker {
@@ -119,14 +119,18 @@ class Walker {
   std::size_t offset() const { return static_cast<std::size_t>(cursor - begin); }
   bool need(std::uint32_t length) { return length <= left() || truncated(length); }
   bool readU8(Kind kind, std::uint32_t& value);
-  bool readU16(Kind kind, std::uint32_t& value);
-  bool readU32(Kind kind, std::uint32_t& value);
+  bool readU16(Kind kind, std::uint32_t& value, Kind of);
+  bool readU32(Kind kind, std::uint32_t& value, Kind of);
+  bool readU16(Kind kind, std::uint32_t& value) { return readU16(kind, value, kind); }
+  bool readU32(Kind kind, std::uint32_t& value) { return readU32(kind, value, kind); }
   bool skip(Kind kind, std::uint32_t length);
   bool readText(Kind kind, std::uint32_t length, Text& text);
   bool readShortText(Kind kind, Text& text);
-  void note(Kind kind, std::size_t length, std::uint64_t value) {
+  void note(Kind kind, std::size_t length, std::uint64_t value) { note(kind, length, value, kind); }
+  void note(Kind kind, std::size_t length, std::uint64_t value, Kind of) {
     if constexpr (Sink::kActive) {
-      sink.field(kind, offset() - length, length, value, static_cast<std::uint32_t>(frames.size()));
+      sink.field(kind, offset() - length, length, value, static_cast<std::uint32_t>(frames.size()),
+                 of);
     }
   }
 
@@ -172,7 +176,7 @@ class Walker {
 
   // AMF3. `switched`: right behind a switch marker.
   bool value3(bool switched);
-  bool readU29(bool isHead, std::uint32_t& value);
+  bool readU29(Kind of, std::uint32_t& value);
   bool readString3(Kind kind, Text& text, bool& referenced);
   bool string3(bool switched);
   bool bytes3(AMFNode::AMFType type, bool switched);

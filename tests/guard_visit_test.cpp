@@ -23,7 +23,8 @@ class Recorder : public AMFVerifyVisitor {
  public:
   void field(const AMFVerifyField& field) override { fields.push_back(field); }
 
-  // "marker0@16=3", with "/2" at depth 2 and "+5" for 5 bytes of text.
+  // "marker0@16=3", with "/2" at depth 2, "+5" for 5 bytes of text and ":xml" for what it belongs
+  // to.
   std::string line(std::size_t from) const {
     std::string text;
     for (const AMFVerifyField& field : fields) {
@@ -39,6 +40,7 @@ class Recorder : public AMFVerifyVisitor {
         text += '=' + std::to_string(field.value);
       }
       if (field.depth > 0) text += '/' + std::to_string(field.depth);
+      if (field.of != field.kind) text += std::string(":") + describe(field.of);
     }
     return text;
   }
@@ -54,40 +56,50 @@ struct FieldCase {
 const FieldCase kFields[] = {
     {"00 3FF0000000000000", "marker0@0=0 number@1+8"},
     {"01 02", "marker0@0=1 boolean@1=2"},
-    {"02 0002 'ab'", "marker0@0=2 length@1=2 string@3+2"},
-    {"0C 00000000", "marker0@0=12 length@1=0 string@5+0"},
-    {"0F 00000001 'x'", "marker0@0=15 length@1=1 xml@5+1"},
+    {"02 0002 'ab'", "marker0@0=2 length@1=2:string string@3+2"},
+    {"0C 00000000", "marker0@0=12 length@1=0:string string@5+0"},
+    {"0F 00000001 'x'", "marker0@0=15 length@1=1:xml xml@5+1"},
     {"09", "marker0@0=9"},
     {"0B 0000000000000000 0001", "marker0@0=11 timeMs@1+8 timeZone@9+2"},
     {"10 0001 'C' 0001 'a' 05 0000 09",
-     "marker0@0=16 length@1=1/1 className@3+1/1 length@4=1/1 memberName@6+1/1 marker0@7=5/1 "
-     "length@8=0/1 memberName@10+0/1 marker0@10=9/1 end@11 amf0Entry@11=0"},
+     "marker0@0=16 length@1=1/1:className className@3+1/1 length@4=1/1:memberName memberName@6+1/1 "
+     "marker0@7=5/1 "
+     "length@8=0/1:memberName memberName@10+0/1 marker0@10=9/1 end@11 amf0Entry@11=0"},
     {"0A 00000002 08 00000000 07 0000",
      "marker0@0=10 count@1=2 marker0@5=8/1 count@6=0/1 end@10/1 amf0Entry@10=0/1 marker0@10=7/1 "
      "reference0@11=0/1 end@13 amf0Entry@13=1"},
     {"11 04 FF FF FF FF", "marker0@0=17 marker3@1=4 integer@2=536870655"},
-    {"11 06 05 'ab'", "marker0@0=17 marker3@1=6 head@2=5 string@3+2 stringEntry@5=0"},
-    {"11 06 01", "marker0@0=17 marker3@1=6 head@2=1 string@3+0"},
-    {"11 0C 03 00", "marker0@0=17 marker3@1=12 head@2=3 byteArray@3+1 objectEntry@4=0"},
-    {"11 08 01 0000000000000000", "marker0@0=17 marker3@1=8 head@2=1 timeMs@3+8 objectEntry@11=0"},
+    {"11 06 05 'ab'", "marker0@0=17 marker3@1=6 head@2=5:string string@3+2 stringEntry@5=0"},
+    {"11 06 01", "marker0@0=17 marker3@1=6 head@2=1:string string@3+0"},
+    {"11 0C 03 00", "marker0@0=17 marker3@1=12 head@2=3:byteArray byteArray@3+1 objectEntry@4=0"},
+    {"11 08 01 0000000000000000",
+     "marker0@0=17 marker3@1=8 head@2=1:timeMs timeMs@3+8 objectEntry@11=0"},
     {"11 09 05 03 'k' 01 01 05 0000000000000000 06 00",
-     "marker0@0=17 marker3@1=9 head@2=5 objectEntry@3=0/1 head@3=3/1 memberName@4+1/1 "
-     "stringEntry@5=0/1 marker3@5=1/1 head@6=1/1 memberName@7+0/1 marker3@7=5/1 number@8+8/1 "
-     "marker3@16=6/1 reference3@17=0/1 end@18"},
+     "marker0@0=17 marker3@1=9 head@2=5 objectEntry@3=0/1 head@3=3/1:memberName memberName@4+1/1 "
+     "stringEntry@5=0/1 marker3@5=1/1 head@6=1/1:memberName memberName@7+0/1 marker3@7=5/1 "
+     "number@8+8/1 "
+     "marker3@16=6/1 reference3@17=0/1:string end@18"},
     {"11 09 05 01 0A 13 03 'C' 00 01 0A 01 01",
-     "marker0@0=17 marker3@1=9 head@2=5 objectEntry@3=0/1 head@3=1/1 memberName@4+0/1 "
+     "marker0@0=17 marker3@1=9 head@2=5 objectEntry@3=0/1 head@3=1/1:memberName memberName@4+0/1 "
      "marker3@4=10/1 "
-     "head@5=19/1 objectEntry@6=1/2 head@6=3/2 className@7+1/2 stringEntry@8=0/2 reference3@8=0/2 "
+     "head@5=19/1 objectEntry@6=1/2 head@6=3/2:className className@7+1/2 stringEntry@8=0/2 "
+     "reference3@8=0/2:memberName "
      "traitsEntry@9=0/2 marker3@9=1/2 end@10/1 marker3@10=10/1 head@11=1/1 objectEntry@12=2/2 "
      "marker3@12=1/2 end@13/1 end@13"},
+    // Where a reference leads to, before it is followed.
+    {"11 0C 02", "marker0@0=17 marker3@1=12 reference3@2=2:byteArray"},
+    {"11 0B 02", "marker0@0=17 marker3@1=11 reference3@2=2:xml"},
+    {"11 08 02", "marker0@0=17 marker3@1=8 reference3@2=2:timeMs"},
+    {"11 09 02", "marker0@0=17 marker3@1=9 reference3@2=2"},
+    {"11 0A 02", "marker0@0=17 marker3@1=10 reference3@2=2"},
     // Damaged: up to the break.
     {"04", "marker0@0=4"},
-    {"02 0005 'ab'", "marker0@0=2 length@1=5"},
+    {"02 0005 'ab'", "marker0@0=2 length@1=5:string"},
     {"07 0001", "marker0@0=7 reference0@1=1"},
-    {"11 06 02", "marker0@0=17 marker3@1=6 reference3@2=2"},
+    {"11 06 02", "marker0@0=17 marker3@1=6 reference3@2=2:string"},
     {"11 04 80 80", "marker0@0=17 marker3@1=4"},
     {"11 0A 07 03 'x'",
-     "marker0@0=17 marker3@1=10 head@2=7 objectEntry@3=0/1 head@3=3/1 "
+     "marker0@0=17 marker3@1=10 head@2=7 objectEntry@3=0/1 head@3=3/1:className "
      "className@4+1/1 stringEntry@5=0/1"},
 };
 
@@ -108,8 +120,10 @@ TEST(GuardVisit, TellsTheEnvelope) {
   const AMFVerifyResult result = visitPacket(packet.data(), packet.size(), recorder);
   EXPECT_EQ(Status::ok, result.status);
   EXPECT_EQ(
-      "version@0=3 headerCount@2=1 length@4=2 headerName@6+2 mustUnderstand@8=1 declaredLength@9=1 "
-      "marker0@13=5 messageCount@14=1 length@16=1 targetUri@18+1 length@19=0 responseUri@21+0 "
+      "version@0=3 headerCount@2=1 length@4=2:headerName headerName@6+2 mustUnderstand@8=1 "
+      "declaredLength@9=1 "
+      "marker0@13=5 messageCount@14=1 length@16=1:targetUri targetUri@18+1 length@19=0:responseUri "
+      "responseUri@21+0 "
       "declaredLength@21=4294967295 marker0@25=5",
       recorder.line(0));
 }

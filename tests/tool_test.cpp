@@ -152,30 +152,38 @@ const DecodeCase kDecodeCases[] = {
     {"an empty text is one line feed", {"decode", "--to", "script", "empty.amf"}, {0, "\n", ""}},
     {"refused",
      {"decode", "refused.amf"},
-     {3, "", "amf2json: refused.amf: getAMF0Value: unknown value type at byte 21\n"}},
-    {"cut", {"decode", "cut.amf"}, {6, "", "amf2json: cut.amf: truncated at byte 23\n"}},
+     {6, "",
+      "refused.amf:21: getAMF0Value: unknown value type (message 0)\n"
+      "    at 5: 01 00 04 65 63 68 6F 00 02 2F 31 FF FF FF FF 04 |\n"}},
+    {"cut",
+     {"decode", "cut.amf"},
+     {5, "",
+      "cut.amf:23: truncated: at least 1 byte is missing (message 0)\n"
+      "    at 9: 63 68 6F 00 02 2F 31 FF FF FF FF 02 00 03 | 68 69\n"}},
     {"nothing at all",
      {"decode", "/dev/null"},
-     {6, "", "amf2json: /dev/null: truncated at byte 0\n"}},
+     {5, "", "/dev/null:0: truncated: at least 2 bytes are missing (envelope)\n"}},
     {"within a limit",
      {"decode", "--to", "script", "--max-string-bytes", "4", "echo.amf"},
      {0, kEchoStatements, ""}},
     {"over a limit",
      {"decode", "--max-string-bytes", "3", "echo.amf"},
-     {7, "", "amf2json: echo.amf: string limit at byte 8\n"}},
+     {7, "",
+      "echo.amf:8: string limit: more than --max-string-bytes 3 (message 0)\n"
+      "    at 0: 00 00 00 00 00 01 00 04 | 65 63 68 6F 00 02 2F 31\n"}},
     {"over the size limit",
      {"decode", "--max-packet-bytes", "5", "empty.amf"},
-     {7, "", "amf2json: empty.amf: packet too large at byte 0\n"}},
+     {7, "", "amf2json: empty.amf: packet too large: more than --max-packet-bytes 5 (6 bytes)\n"}},
     {"no such file",
      {"decode", "missing.amf"},
-     {4, "", "amf2json: missing.amf: cannot read: No such file or directory\n"}},
-    {"a directory", {"decode", "."}, {4, "", "amf2json: .: cannot read: Is a directory\n"}},
+     {9, "", "amf2json: missing.amf: cannot read: No such file or directory\n"}},
+    {"a directory", {"decode", "."}, {9, "", "amf2json: .: cannot read: Is a directory\n"}},
     {"output directory missing",
      {"decode", "-o", "no/out", "echo.amf"},
-     {4, "", "amf2json: no/out: cannot write: No such file or directory\n"}},
+     {9, "", "amf2json: no/out: cannot write: No such file or directory\n"}},
     {"output device full",
      {"decode", "-o", "/dev/full", "echo.amf"},
-     {4, "", "amf2json: /dev/full: cannot write: No space left on device\n"}},
+     {9, "", "amf2json: /dev/full: cannot write: No space left on device\n"}},
     {"output to nowhere", {"decode", "-o", "/dev/null", "echo.amf"}, {0, "", ""}},
     {"output to standard output",
      {"decode", "--to", "script", "-o", "-", "echo.amf"},
@@ -193,7 +201,9 @@ TEST_F(Tool, DecodesStandardInput) {
   const std::string packet = packetOf("02 0002 'hi'");
   EXPECT_EQ(run({"decode", "--to", "script"}, packet), expected);
   EXPECT_EQ(run({"decode", "--to", "script", "-"}, packet), expected);
-  const Outcome refused = {3, "", "amf2json: -: getAMF0Value: unknown value type at byte 21\n"};
+  const Outcome refused = {6, "",
+                           "-:21: getAMF0Value: unknown value type (message 0)\n"
+                           "    at 5: 01 00 04 65 63 68 6F 00 02 2F 31 FF FF FF FF 04 |\n"};
   EXPECT_EQ(run({"decode"}, packetOf("04")), refused);
 }
 
@@ -220,13 +230,13 @@ TEST_F(Tool, KeepsModeAndLinkOfAnOutputFile) {
 
 TEST_F(Tool, LeavesTheOutputFileAloneWhenThePacketIsRefused) {
   writeFile("kept.txt", "old");
-  EXPECT_EQ(run({"decode", "-o", "kept.txt", "refused.amf"}).status, 3);
+  EXPECT_EQ(run({"decode", "-o", "kept.txt", "refused.amf"}).status, 6);
   EXPECT_EQ(readFile("kept.txt"), "old");
 }
 
 TEST_F(Tool, ReportsAFullStandardOutput) {
   writeFile("stdin", "");
-  EXPECT_EQ(statusOf(spawn({"decode", "echo.amf"}, "/dev/full")), 4);
+  EXPECT_EQ(statusOf(spawn({"decode", "echo.amf"}, "/dev/full")), 9);
   EXPECT_EQ(readFile("stderr"),
             "amf2json: standard output: cannot write: No space left on device\n");
 }
@@ -240,7 +250,7 @@ TEST_F(Tool, IsQuietWhenThePipeIsClosed) {
   writeFile("long.amf", packetOf("0C 00100000 61*1048576"));
   const pid_t child = spawn({"decode", "long.amf"}, "pipe");
   close(reader);
-  EXPECT_EQ(statusOf(child), 0);
+  EXPECT_EQ(statusOf(child), 128 + SIGPIPE);
   EXPECT_EQ(readFile("stderr"), "");
 }
 
@@ -263,7 +273,7 @@ TEST_F(Tool, RunsOutOfMemory) {
   const Outcome outcome = run({"decode", "--max-nodes", most, "--max-tree-bytes", most,
                                "--max-copied-bytes", most, "bomb.amf"});
   ASSERT_EQ(setrlimit(RLIMIT_AS, &before), 0);
-  const Outcome expected = {5, "", "amf2json: bomb.amf: out of memory\n"};
+  const Outcome expected = {10, "", "amf2json: bomb.amf: out of memory\n"};
   EXPECT_EQ(outcome, expected);
 }
 #endif
@@ -278,33 +288,30 @@ TEST_F(Tool, RefusesAWrongCommandLine) {
       {"decode", "--to", "xml", "echo.amf"},
       {"decode", "--to"},
       {"decode", "--frobnicate"},
-      {"decode", "echo.amf", "empty.amf"},
       {"roundtrip", "--compact", "echo.amf"},
-      {"decode", "echo.amf", "roundtrip", "echo.amf"},
   };
   for (const std::vector<std::string>& arguments : lines) {
     const Outcome outcome = run(arguments);
     EXPECT_EQ(outcome.status, 2);
     EXPECT_EQ(outcome.out, "");
     EXPECT_EQ(outcome.err.rfind("amf2json: ", 0), 0u) << outcome.err;
-    EXPECT_NE(outcome.err.find("\namf2json --help says more.\n"), std::string::npos) << outcome.err;
   }
 }
 
 TEST_F(Tool, Helps) {
-  const Outcome version = {0, "amf2json " AMF2JSON_VERSION "\n", ""};
+  const Outcome version = {
+      0, "amf2json " AMF2JSON_VERSION "\nlibrary AMF2JSON " AMF2JSON_VERSION ", ABI 1\n", ""};
   EXPECT_EQ(run({"--version"}), version);
   const Outcome help = run({"--help"});
   EXPECT_EQ(help.status, 0);
   EXPECT_EQ(help.err, "");
-  for (const char* part :
-       {"decode", "roundtrip", "  6  the packet ends too early\n", "Every packet is checked"}) {
+  for (const char* part : {"decode", "roundtrip", "   5  the packet ends too early\n"}) {
     EXPECT_NE(help.out.find(part), std::string::npos) << part;
   }
   const Outcome decodeHelp = run({"decode", "--help"});
   EXPECT_EQ(decodeHelp.status, 0);
-  EXPECT_NE(decodeHelp.out.find("one line feed more"), std::string::npos) << decodeHelp.out;
-  EXPECT_NE(decodeHelp.out.find("--max-depth N=64"), std::string::npos) << decodeHelp.out;
+  EXPECT_NE(decodeHelp.out.find("line feed gets one"), std::string::npos) << decodeHelp.out;
+  EXPECT_NE(decodeHelp.out.find("inside one another (64)"), std::string::npos) << decodeHelp.out;
 }
 
 // ---- roundtrip
@@ -314,7 +321,8 @@ struct RoundtripCase {
   const char* name;
   std::string packet;
   int status;
-  const char* verdict;  // behind "packet.amf: "
+  const char* verdict;     // behind "packet.amf: "
+  const char* error = "";  // behind "packet.amf:"
 };
 
 const RoundtripCase kRoundtripCases[] = {
@@ -361,8 +369,9 @@ const RoundtripCase kRoundtripCases[] = {
     {"ignored bits of a date", packetOf("11 08 03 0000000000000000"), 1,
      "differs at byte 22: 03 read, 01 written: head in message 0 (the bits beside the "
      "inline bit are not kept and written as 01)"},
-    {"class name that is not accepted", packetOf("11 0A 07 2B 'mx.utils.ObjectProxy' 01"), 3,
-     "refused: getAMF3Object(): unsupported externalizable class type at byte 45"},
+    {"class name that is not accepted", packetOf("11 0A 07 2B 'mx.utils.ObjectProxy' 01"), 6, "",
+     "45: getAMF3Object(): unsupported externalizable class type (message 0)\n"
+     "    at 29: 69 6C 73 2E 4F 62 6A 65 63 74 50 72 6F 78 79 01 |\n"},
     {"traits of an externalizable object", packetOf("11 0A 1F 29 'mx.utils.ObjectProxy' 01"), 1,
      "differs at byte 22: 1F read, 07 written: head in message 0 (the sealed count "
      "and the dynamic bit are written as 07)"},
@@ -384,17 +393,22 @@ const RoundtripCase kRoundtripCases[] = {
      1,
      "differs at byte 172: 80 read, 01 written: integer in message 0 (a U29 is written in as few "
      "bytes as it needs)"},
-    {"refused", packetOf("11 0D"), 3,
-     "refused: getAMF3Value(): unknown value type marker at byte 22"},
-    {"cut", packetOf("0A 00000002 05"), 6, "refused: truncated at byte 26"},
-    {"refused by the writer", packetOf("11 04 808080FF"), 3,
-     "refused when written: setAMF3Integer(): integer value is to large at byte 22"},
+    {"refused", packetOf("11 0D"), 6, "",
+     "22: getAMF3Value(): unknown value type marker (message 0)\n"
+     "    at 6: 00 04 65 63 68 6F 00 02 2F 31 FF FF FF FF 11 0D |\n"},
+    {"cut", packetOf("0A 00000002 05"), 5, "",
+     "26: truncated: at least 1 byte is missing (message 0)\n"
+     "    at 10: 68 6F 00 02 2F 31 FF FF FF FF 0A 00 00 00 02 05 |\n"},
+    {"refused by the writer", packetOf("11 04 808080FF"), 8, "",
+     "22: cannot be written again: setAMF3Integer(): integer value is to large\n"},
 };
 
 TEST_F(Tool, RoundTrips) {
   for (const RoundtripCase& row : kRoundtripCases) {
     writeFile("packet.amf", row.packet);
-    const Outcome expected = {row.status, std::string("packet.amf: ") + row.verdict + "\n", ""};
+    const std::string file = "packet.amf:";
+    const Outcome expected = {row.status, *row.verdict != 0 ? file + " " + row.verdict + "\n" : "",
+                              *row.error != 0 ? file + row.error : ""};
     EXPECT_EQ(run({"roundtrip", "packet.amf"}), expected) << row.name;
   }
 }
@@ -410,13 +424,15 @@ TEST_F(Tool, RoundTripsManyFilesAndExitsWithTheWorst) {
   const std::string changed =
       "changed.amf: differs at byte 20: 09 read, 06 written: marker0 in message 0 (an end mark "
       "in place of a value is written as undefined)\n";
-  const std::string refused = "refused.amf: refused: getAMF0Value: unknown value type at byte 21\n";
+  const std::string refused =
+      "refused.amf:21: getAMF0Value: unknown value type (message 0)\n"
+      "    at 5: 01 00 04 65 63 68 6F 00 02 2F 31 FF FF FF FF 04 |\n";
   const std::string missing = "amf2json: missing.amf: cannot read: No such file or directory\n";
   const Outcome two = {1, changed + equal, ""};
   EXPECT_EQ(run({"roundtrip", "changed.amf", "echo.amf"}), two);
-  const Outcome three = {3, refused + changed + equal, ""};
+  const Outcome three = {6, changed + equal, refused};
   EXPECT_EQ(run({"roundtrip", "refused.amf", "changed.amf", "echo.amf"}), three);
-  const Outcome four = {4, refused + equal, missing};
+  const Outcome four = {9, equal, refused + missing};
   EXPECT_EQ(run({"roundtrip", "refused.amf", "missing.amf", "echo.amf"}), four);
 }
 

@@ -1,15 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// amf2json decode. Tested by tests/tool_test.cpp.
 #include "tool/decode.h"
 
-#include <new>
-
-#include "tool/packet_file.h"
+#include "tool/packet.h"
+#include "tool/shared_options.h"
 
 namespace {
 
-const std::string& textOf(AMFProtocol& protocol, const DecodeOptions& options) {
+constexpr const char* kDetails =
+    "Texts of the packet are escaped, so that none gets out of its quotes: the JSON is sound and "
+    "the\n"
+    "scripts assign values and do nothing else. With --exact the text is the library's as it is, "
+    "and\n"
+    "what a packet says in it is not to be run.\n"
+    "\n"
+    "A text that does not end in a line feed gets one. Bytes behind the last message are not "
+    "decoded.\n"
+    "The three views with script statements stop in front of the value at which they pass 499,999\n"
+    "bytes. Both are told on standard error, with an exit code of their own.\n";
+
+std::string textOf(AMFProtocol& protocol, const DecodeOptions& options) {
   const bool pretty = !options.compact;
   switch (options.view) {
     case View::js: return protocol.getPackageInJS(pretty);
@@ -20,25 +29,60 @@ const std::string& textOf(AMFProtocol& protocol, const DecodeOptions& options) {
   return protocol.getPackageInJSON(pretty);
 }
 
+// `outputLimitReached` is set in front of the first value that was left out; the JSON view leaves
+// out none.
+std::optional<Problem> cutOf(const AMFProtocol& protocol, const std::string& file,
+                             const DecodeOptions& options, std::size_t size) {
+  if (!protocol.outputLimitReached || options.view == View::json) return std::nullopt;
+  Problem problem{kViewCut, "view cut",
+                  "the script view stopped at its output limit, after " + std::to_string(size) +
+                      " bytes; --to json is whole"};
+  problem.isWarning = true;
+  problem.file = file;
+  return problem;
+}
+
+FileResult decode(const std::string& file, const Options& options) {
+  const Packet packet = readPacket(file, options);
+  AMFProtocol protocol;
+  decodePacket(protocol, packet, options.limits);
+  if (!options.decode.exact) {
+    escapeForViews(protocol.package);
+    protocol.useTemporaries = false;
+  }
+  FileResult result;
+  result.text = textOf(protocol, options.decode);
+  if (const auto cut = cutOf(protocol, file, options.decode, result.text.size())) {
+    result.warnings.push_back(*cut);
+  }
+  if (const auto leftOver = leftOverOf(packet); leftOver && !options.allowTrailing) {
+    result.warnings.push_back(*leftOver);
+  }
+  if (result.text.empty() || result.text.back() != '\n') result.text += '\n';
+  return result;
+}
+
+void declare(OptionTable& table, Options& options) {
+  table.choice("--to", "VIEW", options.decode.view, "What to show",
+               {{"json", "JSON text"},
+                {"js", "script that builds \"amf\""},
+                {"both", "JSON text and statements"},
+                {"script", "statements alone"}});
+  table.flag("--compact", options.decode.compact, "No indentation and no line ends");
+  table.flag("--exact", options.decode.exact, "The library's text, with nothing escaped");
+  table.flag("--local-time", options.localTime, "Dates in the local time zone instead of UTC");
+  declareOutput(table, options);
+}
+
 }  // namespace
 
-ExitCode decode(const DecodeOptions& options) {
-  try {
-    const std::vector<char> packet = readPacket(options.packet);
-    AMFProtocol protocol;
-    decodePacket(protocol, packet, options.limits);
-    std::string text = textOf(protocol, options);
-    if (text.empty() || text.back() != '\n') text += '\n';
-    writeText(options.output, text);
-    return kDone;
-  } catch (const Refusal& refusal) {
-    report(options.packet + ": " + refusal.text + " at byte " + std::to_string(refusal.offset));
-    return refusal.exitCode;
-  } catch (const FileFailure& failure) {
-    report(failure.text);
-    return kFileFailure;
-  } catch (const std::bad_alloc&) {
-    report(options.packet + ": out of memory");
-    return kOutOfMemory;
-  }
+Command decodeCommand() {
+  return {"decode",
+          "Shows packets as JSON or JavaScript",
+          kDetails,
+          {{"amf2json decode packet.amf", "JSON, indented"},
+           {"amf2json decode --to js --compact packet.amf", "a script in one run of text"},
+           {"amf2json decode -o packet.json packet.amf", "to a file, whole or not at all"}},
+          declare,
+          decode};
 }

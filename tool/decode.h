@@ -1,26 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// amf2json decode: one packet in, one view of it out.
+// amf2json decode: a packet in, a view of it out.
 #ifndef AMF2JSON_TOOL_DECODE_H
 #define AMF2JSON_TOOL_DECODE_H
 
-#include <AMFGuard.h>
+#include "tool/command.h"
 
-#include <string>
-
-#include "tool/outcome.h"
-
-enum class View { json, js, both, script };
-
-struct DecodeOptions {
-  View view = View::json;
-  bool compact = false;
-  std::string output = "-";
-  std::string packet = "-";
-  AMFVerifyLimits limits;
-};
-
-// Refusals and file failures are reported, not thrown.
-ExitCode decode(const DecodeOptions& options);
+Command decodeCommand();
 
 #endif  // AMF2JSON_TOOL_DECODE_H

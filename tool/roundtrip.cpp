@@ -1,97 +1,89 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// amf2json roundtrip. Tested by tests/tool_test.cpp.
 #include "tool/roundtrip.h"
 
 #include <algorithm>
-#include <new>
+#include <string_view>
 
 #include "tool/field_map.h"
-#include "tool/packet_file.h"
+#include "tool/hex.h"
+#include "tool/packet.h"
+#include "tool/printable.h"
 
 namespace {
 
-struct Verdict {
-  ExitCode exitCode;
-  std::string text;
-};
-
-std::string hexByte(char byte) {
-  static const char kDigits[] = "0123456789ABCDEF";
-  const auto value = static_cast<unsigned char>(byte);
-  return {kDigits[value >> 4], kDigits[value & 15]};
-}
+constexpr const char* kDetails =
+    "One line for each file that can be decoded and encoded again:\n"
+    "\n"
+    "  FILE: equal\n"
+    "  FILE: differs at byte OFFSET: XX read, YY written: FIELD in SECTION (REASON)\n"
+    "\n"
+    "Only the first difference is shown. A REASON says that this field is meant to be written in "
+    "one\n"
+    "way only; a difference without a reason should not happen.\n";
 
 // The byte at `offset`, or that there is none.
-std::string byteAt(const char* bytes, std::size_t length, std::size_t offset) {
-  return offset < length ? hexByte(bytes[offset]) : "nothing";
+std::string byteAt(std::string_view bytes, std::size_t offset) {
+  return offset < bytes.size() ? hexByte(bytes[offset]) : "nothing";
 }
 
-Verdict refused(const char* prefix, const Refusal& refusal) {
-  return {refusal.exitCode,
-          prefix + std::string(refusal.text) + " at byte " + std::to_string(refusal.offset)};
+// What the refused package's encoding got to shows in how many bytes were written before it.
+Problem cannotEncode(const AMFProtocol& protocol, const std::string& file, const char* message) {
+  std::size_t written = 0;
+  for (const AMFOutputChunks::Chunk& chunk : protocol.outputChunks) written += chunk.length;
+  Problem problem{kCannotEncode, "cannot encode",
+                  std::string("cannot be written again: ") + message};
+  problem.file = file;
+  problem.offset = written;
+  return problem;
 }
 
-// Encodes the package of `protocol`. A refusal's offset is the number of bytes written before it.
-void encode(AMFProtocol& protocol) {
+std::string_view encode(AMFProtocol& protocol, const std::string& file) {
   try {
     protocol.compile(protocol.package);
   } catch (const AMFException& e) {
-    std::size_t written = 0;
-    for (const AMFOutputChunks::Chunk& chunk : protocol.outputChunks) written += chunk.length;
-    throw Refusal{kRefused, e.message, written};
+    throw cannotEncode(protocol, file, e.message);
   }
+  return {protocol.resultBuffer, protocol.getResultLength()};
 }
 
-Verdict compare(const std::vector<char>& packet, const char* written, std::size_t writtenLength) {
-  const std::size_t common = std::min(packet.size(), writtenLength);
-  const std::size_t offset = static_cast<std::size_t>(
-      std::mismatch(packet.begin(), packet.begin() + static_cast<std::ptrdiff_t>(common), written)
-          .first -
-      packet.begin());
-  if (offset == packet.size() && offset == writtenLength) return {kDone, "equal"};
-  const Field field = fieldAt(packet.data(), packet.size(), offset);
-  std::string text = "differs at byte " + std::to_string(offset) + ": " +
-                     byteAt(packet.data(), packet.size(), offset) + " read, " +
-                     byteAt(written, writtenLength, offset) + " written: " + field.name;
+std::string difference(std::string_view read, std::string_view written, std::size_t offset) {
+  const Field field = fieldAt(read.data(), read.size(), offset);
+  std::string text = "differs at byte " + std::to_string(offset) + ": " + byteAt(read, offset) +
+                     " read, " + byteAt(written, offset) + " written: " + field.name;
   if (field.reason != nullptr) text += std::string(" (") + field.reason + ")";
-  return {kDiffers, text};
+  return text;
 }
 
-Verdict roundtrip(const std::string& file, const AMFVerifyLimits& limits) {
-  const std::vector<char> packet = readPacket(file);
+FileResult roundtrip(const std::string& file, const Options& options) {
+  const Packet packet = readPacket(file, options);
   AMFProtocol protocol;
-  try {
-    decodePacket(protocol, packet, limits);
-  } catch (const Refusal& refusal) {
-    return refused("refused: ", refusal);
-  }
-  try {
-    encode(protocol);
-  } catch (const Refusal& refusal) {
-    return refused("refused when written: ", refusal);
-  }
-  return compare(packet, protocol.resultBuffer, protocol.getResultLength());
+  decodePacket(protocol, packet, options.limits);
+  const std::string_view written = encode(protocol, file);
+  const std::string_view whole = packet.bytes;
+  const std::string_view read =
+      options.allowTrailing ? whole.substr(0, packet.checked.consumed) : whole;
+  const auto common = static_cast<std::ptrdiff_t>(std::min(read.size(), written.size()));
+  const auto offset = static_cast<std::size_t>(
+      std::mismatch(read.begin(), read.begin() + common, written.begin()).first - read.begin());
+  const bool isEqual = offset == read.size() && offset == written.size();
+  FileResult result;
+  result.answer = isEqual ? kDone : kNo;
+  result.text =
+      printable(file) + ": " + (isEqual ? "equal" : difference(read, written, offset)) + "\n";
+  return result;
 }
 
-ExitCode reportFile(const std::string& file, const AMFVerifyLimits& limits) {
-  try {
-    const Verdict verdict = roundtrip(file, limits);
-    writeText("-", file + ": " + verdict.text + "\n");
-    return verdict.exitCode;
-  } catch (const FileFailure& failure) {
-    report(failure.text);
-    return kFileFailure;
-  } catch (const std::bad_alloc&) {
-    report(file + ": out of memory");
-    return kOutOfMemory;
-  }
-}
+void declare(OptionTable&, Options&) {}
 
 }  // namespace
 
-ExitCode roundtrip(const std::vector<std::string>& files, const AMFVerifyLimits& limits) {
-  ExitCode worst = kDone;
-  for (const std::string& file : files) worst = std::max(worst, reportFile(file, limits));
-  return worst;
+Command roundtripCommand() {
+  return {"roundtrip",
+          "Decodes packets, encodes them again, compares the bytes",
+          kDetails,
+          {{"amf2json roundtrip packet.amf", "the first byte that is written otherwise"},
+           {"amf2json roundtrip *.amf", "a line for each file; the worst exit code"},
+           {"amf2json roundtrip --max-depth 200 deep.amf", "a limit raised"}},
+          declare,
+          roundtrip};
 }

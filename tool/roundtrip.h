@@ -4,14 +4,8 @@
 #ifndef AMF2JSON_TOOL_ROUNDTRIP_H
 #define AMF2JSON_TOOL_ROUNDTRIP_H
 
-#include <AMFGuard.h>
+#include "tool/command.h"
 
-#include <string>
-#include <vector>
-
-#include "tool/outcome.h"
-
-// Writes one line per file to standard output; returns the worst outcome of all files.
-ExitCode roundtrip(const std::vector<std::string>& files, const AMFVerifyLimits& limits);
+Command roundtripCommand();
 
 #endif  // AMF2JSON_TOOL_ROUNDTRIP_H

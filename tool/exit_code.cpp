@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tool/exit_code.h"
+
+const std::vector<ExitCodeRow>& exitCodes() {
+  static const std::vector<ExitCodeRow> rows = {
+      {kDone, "done; for a question: yes"},
+      {kNo, "the answer is no: other bytes come back, a length field lies"},
+      {kUsage, "wrong command line"},
+      {kLeftOver, "bytes are left over behind the last message"},
+      {kViewCut, "a script view stopped at its output limit"},
+      {kTruncated, "the packet ends too early"},
+      {kMalformed, "the packet holds something that is refused"},
+      {kOverLimit, "the packet is over a limit"},
+      {kCannotEncode, "the packet was read, but cannot be written again"},
+      {kFileFailure, "a file cannot be read or written"},
+      {kOutOfMemory, "out of memory"},
+      {kBug, "an error of the program itself"},
+  };
+  return rows;
+}

@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef AMF2JSON_TOOL_INPUT_H
+#define AMF2JSON_TOOL_INPUT_H
+
+#include <cstddef>
+#include <string>
+
+// All bytes of `file`, "-" being standard input. Of a regular file above `limit` bytes none is
+// read; of anything else not more than one byte beyond. Throws Problem.
+std::string readInput(const std::string& file, std::size_t limit);
+
+#endif  // AMF2JSON_TOOL_INPUT_H

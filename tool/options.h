@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What the command line can say. Commands that have options of their own keep them in a member
+// here.
+#ifndef AMF2JSON_TOOL_OPTIONS_H
+#define AMF2JSON_TOOL_OPTIONS_H
+
+#include <AMFGuard.h>
+
+#include <string>
+#include <vector>
+
+enum class Color { automatic, always, never };
+enum class ErrorFormat { text, json };
+enum class View { json, js, both, script };
+
+struct DecodeOptions {
+  View view = View::json;
+  bool compact = false;
+  bool exact = false;
+};
+
+struct Options {
+  std::vector<std::string> files = {"-"};
+  std::string output = "-";
+  bool allowTrailing = false;
+  bool localTime = false;
+  Color color = Color::automatic;
+  ErrorFormat errorFormat = ErrorFormat::text;
+  AMFVerifyLimits limits;
+  DecodeOptions decode;
+};
+
+#endif  // AMF2JSON_TOOL_OPTIONS_H

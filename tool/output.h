@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef AMF2JSON_TOOL_OUTPUT_H
+#define AMF2JSON_TOOL_OUTPUT_H
+
+#include <string>
+#include <string_view>
+
+// Writes to standard output, at once. Throws ClosedPipe, and Problem when it cannot.
+void writeOutput(std::string_view text);
+
+// Writes `text` to `file`: into a new file beside it that takes its name, and the mode of the one
+// that was there, once it is complete. What is not a regular file is written in place. "-" is
+// standard output. Throws as writeOutput.
+void writeFile(const std::string& file, std::string_view text);
+
+// Whoever read had enough.
+struct ClosedPipe {};
+
+#endif  // AMF2JSON_TOOL_OUTPUT_H

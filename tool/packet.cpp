@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tool/packet.h"
+
+#include <algorithm>
+
+#include "tool/hex.h"
+#include "tool/input.h"
+
+namespace {
+
+ExitCode exitCodeOf(AMFVerifyStatus status) {
+  switch (status) {
+    case AMFVerifyStatus::malformed: return kMalformed;
+    case AMFVerifyStatus::truncated: return kTruncated;
+    case AMFVerifyStatus::outOfMemory: return kOutOfMemory;
+    default: return kOverLimit;
+  }
+}
+
+std::string overLimit(const char* name, const char* option, std::uint64_t limit) {
+  return std::string(name) + ": more than " + option + " " + std::to_string(limit);
+}
+
+std::string count(std::uint64_t number, const char* one, const char* more) {
+  return std::to_string(number) + " " + (number == 1 ? one : more);
+}
+
+std::string messageOf(const AMFVerifyResult& checked, const AMFVerifyLimits& limits) {
+  const char* const text = checked.message;
+  switch (checked.status) {
+    case AMFVerifyStatus::truncated:
+      return std::string(text) + ": at least " +
+             count(checked.needed, "byte is missing", "bytes are missing");
+    case AMFVerifyStatus::depthLimit: return overLimit(text, "--max-depth", limits.maxDepth);
+    case AMFVerifyStatus::nodeLimit: return overLimit(text, "--max-nodes", limits.maxNodes);
+    case AMFVerifyStatus::treeLimit:
+      return overLimit(text, "--max-tree-bytes", limits.maxTreeBytes);
+    case AMFVerifyStatus::copyLimit:
+      return overLimit(text, "--max-copied-bytes", limits.maxCopiedBytes);
+    case AMFVerifyStatus::stringLimit:
+      return overLimit(text, "--max-string-bytes", limits.maxStringBytes);
+    case AMFVerifyStatus::switchedReferenceLimit:
+      return overLimit(text, "--max-switched-references", limits.maxSwitchedReferences);
+    default: return text;
+  }
+}
+
+}  // namespace
+
+Problem tooLarge(const std::string& file, const std::string& size, std::size_t limit) {
+  Problem problem{kOverLimit, describe(AMFVerifyStatus::packetTooLarge), ""};
+  problem.message = overLimit(problem.status.c_str(), "--max-packet-bytes", limit);
+  if (!size.empty()) problem.message += " (" + size + " bytes)";
+  problem.file = file;
+  return problem;
+}
+
+Packet readPacket(const std::string& file, const Options& options) {
+  Packet packet{file, readInput(file, options.limits.maxPacketBytes), {}};
+  packet.checked = verifyPacket(packet.bytes.data(), packet.bytes.size(), options.limits);
+  return packet;
+}
+
+Problem refusalOf(const Packet& packet, const AMFVerifyLimits& limits) {
+  const AMFVerifyResult& checked = packet.checked;
+  Problem problem{exitCodeOf(checked.status), describe(checked.status), messageOf(checked, limits)};
+  problem.file = packet.file;
+  problem.offset = checked.offset;
+  problem.section = sectionName(packet);
+  problem.bytes = hexAround(packet.bytes, checked.offset);
+  return problem;
+}
+
+void decodePacket(AMFProtocol& protocol, const Packet& packet, const AMFVerifyLimits& limits) {
+  if (packet.checked.status != AMFVerifyStatus::ok) throw refusalOf(packet, limits);
+  protocol.parse(packet.bytes.data());
+}
+
+std::optional<Problem> leftOverOf(const Packet& packet) {
+  const std::size_t size = packet.bytes.size() - packet.checked.consumed;
+  if (packet.checked.status != AMFVerifyStatus::ok || size == 0) return std::nullopt;
+  Problem problem{kLeftOver, "left over",
+                  count(size, "byte", "bytes") + " left over behind the last message"};
+  problem.isWarning = true;
+  problem.file = packet.file;
+  problem.offset = packet.checked.consumed;
+  problem.bytes = hexAround(packet.bytes, packet.checked.consumed);
+  return problem;
+}
+
+std::string sectionName(const Packet& packet) {
+  const std::uint32_t section = packet.checked.section;
+  if (section == AMFVerifyResult::kEnvelope) return "envelope";
+  // Bytes 2 and 3, which were read if a section was: how many headers there are.
+  const auto byteAt = [&packet](std::size_t i) {
+    return static_cast<std::uint32_t>(static_cast<unsigned char>(packet.bytes[i]));
+  };
+  const std::uint32_t headers = byteAt(2) << 8 | byteAt(3);
+  return section < headers ? "header " + std::to_string(section)
+                           : "message " + std::to_string(section - headers);
+}

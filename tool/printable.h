@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Foreign bytes made fit for a terminal.
+#ifndef AMF2JSON_TOOL_PRINTABLE_H
+#define AMF2JSON_TOOL_PRINTABLE_H
+
+#include <string>
+#include <string_view>
+
+// Control characters (00 to 1F, 7F, U+0080 to U+009F) and bytes that are not UTF-8 become \x and
+// two digits a byte.
+std::string printable(std::string_view text);
+
+// The same for a text of several lines: line feeds and tabs stay.
+std::string printableLines(std::string_view text);
+
+#endif  // AMF2JSON_TOOL_PRINTABLE_H

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What can go wrong with a file or a command line, before it is worded for somebody.
+#ifndef AMF2JSON_TOOL_PROBLEM_H
+#define AMF2JSON_TOOL_PROBLEM_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include "tool/exit_code.h"
+
+// Thrown where the work on a file ends; kept beside the result where it goes on (a warning).
+struct Problem {
+  ExitCode exitCode;
+  std::string status;  // one of a few words for machines: "malformed", "depth limit", "file", ...
+  std::string message;
+  bool isWarning = false;
+  std::string file = {};  // empty: none, "-": standard input or output
+  std::optional<std::size_t> offset = {};
+  std::string section = {};  // "header 0", "message 2", "envelope"; empty: unknown
+  std::string bytes = {};    // around the offset, in hexadecimal; empty: none to show
+};
+
+// "cannot read: REASON" and the like, from errno.
+Problem fileProblem(const std::string& file, const char* action);
+
+#endif  // AMF2JSON_TOOL_PROBLEM_H

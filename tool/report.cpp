@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tool/report.h"
+
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+#include "tool/printable.h"
+
+namespace {
+
+constexpr const char* kBold = "\033[1m";
+constexpr const char* kRed = "\033[1;31m";
+constexpr const char* kYellow = "\033[1;33m";
+constexpr const char* kReset = "\033[0m";
+
+std::string painted(const std::string& text, const char* color, bool isOn) {
+  return isOn ? color + text + kReset : text;
+}
+
+std::string inWords(const Problem& problem, bool color) {
+  const bool hasPlace = problem.offset.has_value();
+  std::string place = hasPlace ? problem.file + ":" + std::to_string(*problem.offset) : "amf2json";
+  if (!hasPlace && !problem.file.empty()) place += ": " + problem.file;
+  std::string text = painted(printable(place) + ":", kBold, color) + " ";
+  if (problem.isWarning) text += painted("warning:", kYellow, color) + " ";
+  text += painted(printable(problem.message), problem.isWarning ? kBold : kRed, color);
+  if (!problem.section.empty()) text += " (" + problem.section + ")";
+  text += "\n";
+  if (!problem.bytes.empty()) text += "    " + problem.bytes + "\n";
+  return text;
+}
+
+std::string inJSON(const Problem& problem) {
+  nlohmann::ordered_json line;
+  line["file"] = nullptr;
+  if (!problem.file.empty()) line["file"] = problem.file;
+  line["offset"] = nullptr;
+  if (problem.offset) line["offset"] = *problem.offset;
+  line["section"] = nullptr;
+  if (!problem.section.empty()) line["section"] = problem.section;
+  line["status"] = problem.status;
+  line["message"] = problem.message;
+  line["exit_code"] = static_cast<int>(problem.exitCode);
+  // ASCII only: no control character gets through, and no byte that is not UTF-8.
+  return line.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace
+
+std::string wordsFor(const Problem& problem, const ReportStyle& style) {
+  return style.json ? inJSON(problem) : inWords(problem, style.color);
+}
+
+void report(const Problem& problem, const ReportStyle& style) {
+  std::fputs(wordsFor(problem, style).c_str(), stderr);
+}

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tool/shared_options.h"
+
+void declareOutput(OptionTable& table, Options& options) {
+  table.text("-o,--output", "FILE", options.output,
+             "File to write, whole or not at all; - is standard output");
+}
+
+void declareShared(OptionTable& table, Options& options) {
+  table.flag("--allow-trailing", options.allowTrailing, "Accept bytes behind the last message");
+  table.choice("--color", "WHEN", options.color, "Colour of texts and errors",
+               {{"auto", "on a terminal, unless NO_COLOR is set"},
+                {"always", "also into files and pipes"},
+                {"never", "no colour"}});
+  table.choice("--error-format", "FORM", options.errorFormat, "Form of errors",
+               {{"text", "FILE:OFFSET: MESSAGE (SECTION), and the bytes around the place"},
+                {"json", "one JSON object a line"}});
+  AMFVerifyLimits& limits = options.limits;
+  table.limit("--max-packet-bytes", limits.maxPacketBytes, "Size of the packet");
+  table.limit("--max-depth", limits.maxDepth, "Objects and arrays inside one another");
+  table.limit("--max-nodes", limits.maxNodes, "Values, names and URIs");
+  table.limit("--max-tree-bytes", limits.maxTreeBytes, "Memory for all of them");
+  table.limit("--max-copied-bytes", limits.maxCopiedBytes, "The part of it that references copy");
+  table.limit("--max-string-bytes", limits.maxStringBytes, "One string, XML text or byte array");
+  table.limit("--max-switched-references", limits.maxSwitchedReferences,
+              "AMF3 references right behind a switch");
+  table.files(options.files, "Packets to read; - or none: standard input");
+}

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef AMF2JSON_TOOL_SHARED_OPTIONS_H
+#define AMF2JSON_TOOL_SHARED_OPTIONS_H
+
+#include "tool/option_table.h"
+#include "tool/options.h"
+
+// The options that every command takes: files, colours, forms of errors, limits.
+void declareShared(OptionTable& table, Options& options);
+
+// -o,--output, for commands that write something long.
+void declareOutput(OptionTable& table, Options& options);
+
+#endif  // AMF2JSON_TOOL_SHARED_OPTIONS_H

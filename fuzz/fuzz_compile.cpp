@@ -222,7 +222,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     refused = e.message;
   }
   const fuzz::Exact exact(listed(writer));
-  AMFProtocol reader;
+  const fuzz::Reader held;
+  AMFProtocol& reader = *held;
   AMFVerifyResult checked;
   const AMFPackage* const read =
       parseVerified(reader, exact.data(), exact.size(), limits(), &checked);

@@ -4,7 +4,8 @@
 // strictly it is the text they were given. A text that went through escapeForViews stays a string
 // and reads back as it was, whatever it holds.
 //
-// Input: a byte of flags, the text.
+// Input: a byte of flags, the text. Both highest flags put letters in front of it, so that it
+// stands where long texts are broken and cut into pieces.
 #include <AMF2JSON.h>
 #include <AMFGuard.h>
 
@@ -230,7 +231,8 @@ void checkPrepared(const std::string& text, bool pretty) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz::Input input(data, size);
   const std::uint8_t bits = input.u8();
-  const std::string text = input.rest();
+  const bool isLong = (bits & 0xC0) == 0xC0;
+  const std::string text = std::string(isLong ? 395 : 0, 'l') + input.rest();
   const Flags flags = {(bits & 1) != 0, (bits & 2) != 0,  (bits & 4) != 0,
                        (bits & 8) != 0, (bits & 16) != 0, (bits & 32) != 0};
   checkFormatString(text);

@@ -104,7 +104,8 @@ void readDrifted(AMFProtocol& protocol, const std::string* bytes, const char* re
   require(!refusal || std::strcmp(refusal, outcome.writerRefusal) == 0, "refusal of the encoder");
   if (!bytes) return;
   const fuzz::Exact exact(*bytes);
-  AMFProtocol reader;
+  const fuzz::Reader held;
+  AMFProtocol& reader = *held;
   AMFVerifyResult checked;
   const AMFPackage* const again =
       parseVerified(reader, exact.data(), exact.size(), limits(), &checked);
@@ -119,7 +120,8 @@ void readDrifted(AMFProtocol& protocol, const std::string* bytes, const char* re
 
 void readBack(AMFProtocol& protocol, const std::string& bytes) {
   const fuzz::Exact exact(bytes);
-  AMFProtocol reader;
+  const fuzz::Reader held;
+  AMFProtocol& reader = *held;
   AMFVerifyResult checked;
   require(parseVerified(reader, exact.data(), exact.size(), limits(), &checked) != nullptr,
           "what is written passes the check");

@@ -12,6 +12,8 @@
 #include <memory>
 #include <string>
 
+#include "AMF2JSON.h"
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace fuzz {
@@ -66,6 +68,27 @@ class Exact {
  private:
   std::unique_ptr<char[]> block;
   std::size_t length;
+};
+
+/// One object for all packets that are only read, because each new one fills a megabyte. The tables
+/// that a packet leaves behind are part of the test: parse starts anew. The tree goes with each
+/// run, else the fuzzer takes it for a leak and runs the input once more.
+class Reader {
+ public:
+  Reader() = default;
+  ~Reader() {
+    delete protocol().package;
+    protocol().package = nullptr;
+  }
+  Reader(const Reader&) = delete;
+  Reader& operator=(const Reader&) = delete;
+  AMFProtocol& operator*() const { return protocol(); }
+
+ private:
+  static AMFProtocol& protocol() {
+    static AMFProtocol& object = *new AMFProtocol;
+    return object;
+  }
 };
 
 }  // namespace fuzz

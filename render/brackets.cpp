@@ -11,22 +11,6 @@ namespace render {
 
 namespace {
 
-// The one character that the indentation is made of, if it is.
-char indentCharacter(const std::string& indent, const std::string& unit) {
-  return unit.empty() ? indent[0] : unit[0];  // the terminator where both are empty
-}
-
-// Whether taking one character from the front of the indentation is the same as taking it from the
-// end.
-bool isEven(const std::string& indent, const std::string& unit) {
-  return unit.size() <= 1 &&
-         indent.find_first_not_of(indentCharacter(indent, unit)) == std::string::npos;
-}
-
-std::uint64_t eightTimes(char byte) {
-  return static_cast<unsigned char>(byte) * std::uint64_t{0x0101010101010101u};
-}
-
 std::size_t breakMarkFor(std::int32_t lineBreakCount) {
   return static_cast<std::size_t>(
       static_cast<std::int32_t>(static_cast<std::uint32_t>(lineBreakCount) * 500u));
@@ -38,9 +22,8 @@ Writer::Writer(AMFProtocol& protocol)
     : p(protocol),
       json(protocol.jsonText, protocol.jsonText.size()),
       script(protocol.scriptText, protocol.scriptText.size()),
-      breakMark(breakMarkFor(protocol.lineBreakCount)),
-      evenIndent(isEven(protocol.indent, protocol.indentUnit)),
-      indentWord(eightTimes(indentCharacter(protocol.indent, protocol.indentUnit))) {
+      margin(protocol.newLine, protocol.indent, protocol.indentUnit),
+      breakMark(breakMarkFor(protocol.lineBreakCount)) {
   protocol.textsBlank = false;
 }
 
@@ -48,37 +31,37 @@ Writer::Writer(AMFProtocol& protocol, std::size_t hidden)
     : p(protocol),
       json(protocol.jsonText, 0, hidden),
       script(protocol.scriptText, 0),
-      breakMark(breakMarkFor(protocol.lineBreakCount)),
-      evenIndent(isEven(protocol.indent, protocol.indentUnit)),
-      indentWord(eightTimes(indentCharacter(protocol.indent, protocol.indentUnit))) {}
+      margin(protocol.newLine, protocol.indent, protocol.indentUnit),
+      breakMark(breakMarkFor(protocol.lineBreakCount)) {}
 
-void Writer::closeBrackets() {
-  if (!p.indent.empty()) {
-    // Kept: one character goes from the front, not one unit.
-    if (evenIndent) {
-      p.indent.pop_back();
-    } else {
-      p.indent.erase(0, 1);
-    }
-  }
+char* Writer::closeBrackets(char* to) {
+  margin.shallow();
   // The comma behind the last member of the block.
-  const std::size_t back = p.newLine.size() + 1;
-  if (json.size() >= back && json.fromEnd(back) == ',') json.removeFromEnd(back);
-  if (p.closerStack.empty()) return;
-  Stretch line(*this, lineRoom());
-  if (p.closerStack.size() == 1) {
-    line.put(p.closerStack.back());  // the outermost block: no comma and no line end
-  } else {
-    line.indent();
-    line.put(p.closerStack.back());
-    line.put(',');
-    line.endLine();
+  const std::size_t back = (lineEndDue ? 0 : margin.lineEndSize()) + 1;
+  if (json.sizeAt(to) >= back && *(to - back) == ',') {
+    std::memmove(to - back, to - back + 1, back - 1);
+    --to;
   }
-  p.closerStack.pop_back();
+  if (p.closerStack.empty()) return to;
+  to = json.room(to, lineRoom());
+  const char closer = p.closerStack.back();
+  const bool isOutermost = p.closerStack.size() == 1;
+  p.closerStack.erase(p.closerStack.size() - 1);
+  if (isOutermost) {  // no indentation, no comma and no line end
+    if (lineEndDue) to = margin.writeLineEnd(to);
+    *to++ = closer;
+    lineEndDue = false;
+    return to;
+  }
+  to = startLine(to);
+  to[0] = closer;
+  to[1] = ',';
+  lineEndDue = true;
+  return to + 2;
 }
 
-void Writer::writeAttr(std::string_view name, std::string_view value, bool quote) {
-  writeMemberName(name);
+char* Writer::writeAttr(char* to, std::string_view name, std::string_view value, bool quote) {
+  json.moveTo(writeMemberName(to, GivenKey(name)));
   if (quote) {
     json.append('"');
     appendJsonEscaped(json, value);
@@ -86,15 +69,7 @@ void Writer::writeAttr(std::string_view name, std::string_view value, bool quote
   } else {
     json.append(value);
   }
-  endMember();
-}
-
-void Writer::writeNumber(std::string_view name, std::uint32_t value) {
-  Stretch line(*this, lineRoom() + name.size());
-  line.memberName(name);
-  line.to = putInteger(line.to, value);
-  line.put(',');
-  line.endLine();
+  return endMember(json.position());
 }
 
 void Writer::writeStatement(std::string_view name, std::string_view value, bool quote) {
@@ -115,19 +90,26 @@ void Writer::writeStatement(std::string_view name, std::string_view value, bool 
 }  // namespace render
 
 void AMFProtocol::openBrackets(char open, char close) {
-  render::Writer(*this).openBrackets(open, close);
+  render::Writer writer(*this);
+  writer.run([&](char* to) { return writer.openBrackets(to, open, close); });
 }
 
 void AMFProtocol::closeBrackets() {
-  render::Writer(*this).closeBrackets();
+  render::Writer writer(*this);
+  writer.run([&](char* to) { return writer.closeBrackets(to); });
 }
 
 // The arguments are copied: they may be the very texts that are written to.
 
 void AMFProtocol::appendAttr(const std::string& name, const std::string& value, bool quote) {
-  render::Writer(*this).writeAttr(std::string(name), std::string(value), quote);
+  const std::string nameCopy(name);
+  const std::string valueCopy(value);
+  render::Writer writer(*this);
+  writer.run([&](char* to) { return writer.writeAttr(to, nameCopy, valueCopy, quote); });
 }
 
 void AMFProtocol::appendJSAttr(const std::string& name, const std::string& value, bool quote) {
-  render::Writer(*this).writeStatement(std::string(name), std::string(value), quote);
+  const std::string nameCopy(name);
+  const std::string valueCopy(value);
+  render::Writer(*this).writeStatement(nameCopy, valueCopy, quote);
 }

@@ -33,7 +33,7 @@ void putTwo(char* to, int value, char lead) {
 
 namespace render {
 
-std::string_view dateText(double timeMs, DateBuffer& buffer) {
+char* putDate(char* to, double timeMs) {
   static constexpr char kDays[] = "SunMonTueWedThuFriSat";
   static constexpr char kMonths[] = "JanFebMarAprMayJunJulAugSepOctNovDec";
   std::tm local{};
@@ -42,7 +42,6 @@ std::string_view dateText(double timeMs, DateBuffer& buffer) {
     local = std::tm{};
     platform::toLocalTime(0, local);
   }
-  char* const to = buffer.bytes;
   std::memcpy(to, kDays + 3 * local.tm_wday, 3);
   to[3] = ' ';
   std::memcpy(to + 4, kMonths + 3 * local.tm_mon, 3);
@@ -55,8 +54,7 @@ std::string_view dateText(double timeMs, DateBuffer& buffer) {
   to[16] = ':';
   putTwo(to + 17, local.tm_sec, '0');
   to[19] = ' ';
-  const auto year = std::to_chars(to + 20, std::end(buffer.bytes), kYearBase + local.tm_year);
-  return {to, static_cast<std::size_t>(year.ptr - to)};
+  return std::to_chars(to + 20, to + kDateMax, kYearBase + local.tm_year).ptr;
 }
 
 }  // namespace render

@@ -3,16 +3,16 @@
 // Dates as text, in the process's time zone.
 #pragma once
 
-#include <string_view>
+#include <cstddef>
 
 namespace render {
 
-struct DateBuffer {
-  char bytes[64];
-};
+// Holds every year that a calendar time can have.
+constexpr std::size_t kDateMax = 32;
 
-// `timeMs` as ctime prints it, without its line end: "Thu Jan  1 00:00:00 1970". Milliseconds are
-// cut off toward zero. What ctime refuses is the epoch.
-std::string_view dateText(double timeMs, DateBuffer& buffer);
+// Writes `timeMs` at `to` as ctime prints it, without its line end: "Thu Jan  1 00:00:00 1970".
+// Milliseconds are cut off toward zero. What ctime refuses is the epoch. Returns where the next
+// byte goes.
+char* putDate(char* to, double timeMs);
 
 }  // namespace render

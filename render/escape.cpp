@@ -6,6 +6,10 @@
 
 #include <cstdint>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "AMF2JSON.h"
 
 namespace {
@@ -13,6 +17,7 @@ namespace {
 constexpr std::uint64_t kOnes = 0x0101010101010101u;
 constexpr std::uint64_t kHighBits = 0x80 * kOnes;
 constexpr std::size_t kWord = sizeof(std::uint64_t);
+constexpr std::size_t kHalfWord = sizeof(std::uint32_t);
 constexpr std::size_t kBlock = 4096;
 
 // Whether none of eight bytes is a control byte or a quote. Each sum stays inside its byte.
@@ -28,7 +33,7 @@ bool isControlToEscape(char byte) {
 }
 
 // Writes what one byte becomes, two bytes at most, and returns where the next one goes.
-char* escapeForScript(char* to, char byte) {
+char* escapeByte(char* to, char byte) {
   if (static_cast<unsigned char>(byte) > '"') {  // nearly all
     *to++ = byte;
     return to;
@@ -39,22 +44,80 @@ char* escapeForScript(char* to, char byte) {
   return to;
 }
 
-char* escapeBlock(char* to, std::string_view text) {
-  const char* from = text.data();
-  const char* const end = from + text.size();
-  for (; static_cast<std::size_t>(end - from) >= kWord; from += kWord) {
-    std::uint64_t word;
-    std::memcpy(&word, from, kWord);
-    if (isPlain(word)) {
-      std::memcpy(to, &word, kWord);
-      to += kWord;
-    } else {
-      for (std::size_t i = 0; i < kWord; ++i) to = escapeForScript(to, from[i]);
-    }
-  }
-  for (; from != end; ++from) to = escapeForScript(to, *from);
+char* escapeBytes(char* to, const char* from, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) to = escapeByte(to, from[i]);
   return to;
 }
+
+// Up to 15 bytes: as two words, which overlap.
+char* escapeShort(char* to, const char* from, std::size_t count) {
+  if (count >= kWord) {
+    std::uint64_t first;
+    std::uint64_t last;
+    std::memcpy(&first, from, kWord);
+    std::memcpy(&last, from + count - kWord, kWord);
+    if (!isPlain(first) || !isPlain(last)) return escapeBytes(to, from, count);
+    std::memcpy(to, &first, kWord);
+    std::memcpy(to + count - kWord, &last, kWord);
+    return to + count;
+  }
+  if (count >= kHalfWord) {
+    std::uint32_t first;
+    std::uint32_t last;
+    std::memcpy(&first, from, kHalfWord);
+    std::memcpy(&last, from + count - kHalfWord, kHalfWord);
+    if (!isPlain(std::uint64_t{first} << 32 | last)) return escapeBytes(to, from, count);
+    std::memcpy(to, &first, kHalfWord);
+    std::memcpy(to + count - kHalfWord, &last, kHalfWord);
+    return to + count;
+  }
+  return escapeBytes(to, from, count);
+}
+
+#if defined(__SSE2__) && defined(__GNUC__)
+
+constexpr std::size_t kWide = 16;
+
+// A bit for each of sixteen bytes that may need an escape: quotes and all bytes up to CR.
+unsigned marksOf(__m128i bytes) {
+  const __m128i quotes = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('"'));
+  const __m128i low = _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8('\r')), bytes);
+  return static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(quotes, low)));
+}
+
+// Each store is of sixteen bytes; the next one begins where what counts of it ends.
+char* escapeAll(char* to, std::string_view text) {
+  const char* from = text.data();
+  const char* const end = from + text.size();
+  while (static_cast<std::size_t>(end - from) >= kWide) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), bytes);
+    const unsigned marks = marksOf(bytes);
+    if (marks == 0) {
+      from += kWide;
+      to += kWide;
+      continue;
+    }
+    const auto plain = static_cast<std::size_t>(__builtin_ctz(marks));
+    to = escapeByte(to + plain, from[plain]);
+    from += plain + 1;
+  }
+  return escapeShort(to, from, static_cast<std::size_t>(end - from));
+}
+
+#else
+
+char* escapeAll(char* to, std::string_view text) {
+  const char* from = text.data();
+  const char* const end = from + text.size();
+  while (static_cast<std::size_t>(end - from) >= 2 * kWord) {
+    to = escapeShort(to, from, kWord);
+    from += kWord;
+  }
+  return escapeShort(to, from, static_cast<std::size_t>(end - from));
+}
+
+#endif
 
 void appendHexEscape(std::string& out, char byte) {
   static constexpr char kDigits[] = "0123456789ABCDEF";
@@ -79,13 +142,21 @@ void appendJsonEscaped(TextOut& out, std::string_view text) {
   }
 }
 
-void appendScriptEscaped(TextOut& out, std::string_view text) {
-  while (!text.empty()) {
+char* escapeForScript(char* to, std::string_view text) {
+  return escapeAll(to, text);
+}
+
+char* writeScriptEscaped(TextOut& out, char* to, std::string_view text) {
+  do {
     const std::string_view block = text.substr(0, kBlock);
-    char* const start = out.room(2 * block.size());
-    out.advance(static_cast<std::size_t>(escapeBlock(start, block) - start));
+    to = escapeForScript(out.room(to, 2 * block.size() + kSpill), block);
     text.remove_prefix(block.size());
-  }
+  } while (!text.empty());
+  return to;
+}
+
+void appendScriptEscaped(TextOut& out, std::string_view text) {
+  out.moveTo(writeScriptEscaped(out, out.position(), text));
 }
 
 }  // namespace render

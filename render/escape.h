@@ -15,7 +15,10 @@ namespace render {
 void appendJsonEscaped(TextOut& out, std::string_view text);
 
 // Values and statements: BS FF LF CR TAB are dropped, each quote gets one backslash, backslashes
-// pass.
+// pass. Written at `to`, a place in `out`; returns the place behind it, where kSpill bytes are
+// free.
+char* escapeForScript(char* to, std::string_view text);  // makes no room: needs twice the length
+char* writeScriptEscaped(TextOut& out, char* to, std::string_view text);
 void appendScriptEscaped(TextOut& out, std::string_view text);
 
 }  // namespace render

@@ -4,156 +4,163 @@
 // Writer::writeNode. Tested by tests/render_node_test.cpp.
 #include "AMF2JSON.h"
 #include "model/attach.h"
+#include "render/fetch_ahead.h"
+#include "render/type_line.h"
 #include "render/writer.h"
 
 namespace render {
 
 namespace {
 
-// The "type" lines of kinds 0 to 14. Undefined has none.
-constexpr std::string_view kTypeLines[] = {
-    "\"type\" : \"null\",",     "\"type\" : \"boolen\",",  // Kept: so spelled.
-    "\"type\" : \"integer\",",  "\"type\" : \"double\",",
-    "\"type\" : \"string\",",   "\"type\" : \"object\",",
-    "\"type\" : \"date\",",     "\"type\" : \"xml\",",
-    "\"type\" : \"array\",",    "\"type\" : \"bytearray\",",
-    "\"type\" : \"property\",", "",
-    "\"type\" : \"header\",",   "\"type\" : \"message\",",
-    "\"type\" : \"package\","};
-
 bool hasTypeLine(const AMFNode* node) {
   return node->type <= AMFNode::AMF_PACKAGE && node->type != AMFNode::AMF_UNDEFINED;
 }
 
+// The other kinds, unknown ones too, are a bare value unless a prelude opened a block for them.
+bool isAlwaysBlock(const AMFNode* node) {
+  constexpr std::uint32_t kScalarKinds = 1u << AMFNode::AMF_NULL | 1u << AMFNode::AMF_BOOL |
+                                         1u << AMFNode::AMF_INT | 1u << AMFNode::AMF_DOUBLE |
+                                         1u << AMFNode::AMF_STRING | 1u << AMFNode::AMF_UNDEFINED;
+  return node->type <= AMFNode::AMF_PACKAGE && (kScalarKinds >> node->type & 1) == 0;
+}
+
+constexpr Key kSealedSize("sealed_size");
+constexpr Key kTraitsReference("traits_reference");
+constexpr Key kClassName("classname");
+constexpr Key kProperties("properties");
+constexpr Key kDenseSize("dense_size");
+constexpr Key kLength("length");
+constexpr Key kTargetUri("targetUri");
+constexpr Key kResponseUri("responseUri");
+constexpr Key kContent("content");
+
 }  // namespace
 
-void Writer::writeNode(const AMFNode* node, AMFVersion parentVersion) {
-  if (!node || isPastLimit()) return;
-  const bool wrapped = writePreludes(node, parentVersion);
-  switch (node->type) {
-    case AMFNode::AMF_OBJECT:
-    case AMFNode::AMF_DATE:
-    case AMFNode::AMF_XML:
-    case AMFNode::AMF_ARRAY:
-    case AMFNode::AMF_RAW:
-    case AMFNode::AMF_PAIR:
-    case AMFNode::AMF_HEADER:
-    case AMFNode::AMF_MESSAGE:
-    case AMFNode::AMF_PACKAGE:
-      if (!wrapped) openBrackets('{', '}');
-      writeLine(kTypeLines[node->type]);
-      writeMembersOf(node);
-      return closeBrackets();  // Kept: once, also after both preludes opened a block.
-    default: break;
+char* Writer::writeNode(char* to, const AMFNode* node, AMFVersion parentVersion) {
+  if (!node || isPastLimit(to)) return to;
+  fetchAhead(node);
+  if (isReference(node) || switchesVersion(node, parentVersion)) {
+    return writeWrapped(to, node, parentVersion);
   }
-  if (wrapped && hasTypeLine(node)) writeLine(kTypeLines[node->type]);
-  writeScalar(node, wrapped);
-  if (wrapped) closeBrackets();
+  if (!isAlwaysBlock(node)) return writeScalar(to, node, false);
+  if (node->type == AMFNode::AMF_PAIR && isShort(to, static_cast<const AMFPair*>(node))) {
+    return writeShort(to, static_cast<const AMFPair*>(node));
+  }
+  to = openBrackets(to, '{', '}');
+  to = writeTypeLine(to, node);
+  to = writeMembersOf(to, node);
+  return closeBrackets(to);
 }
 
-// The lines in front of a node that is a reference, or that switches to AMF3. True: a block is
-// open.
-bool Writer::writePreludes(const AMFNode* node, AMFVersion parentVersion) {
-  const bool isReference = node->referenceIndex != AMFNode::kNoReference;
-  const bool switches = node->version == AMF_VERSION_3 && parentVersion == AMF_VERSION_0;
-  if (isReference) {
-    openBrackets('{', '}');
-    if (hasTypeLine(node)) {
-      writeLine(kTypeLines[node->type]);  // Kept: the kind's own lines say it once more.
-    } else {
-      writeValue("undefined", true, true);
-    }
-    writeNumber("reference", node->referenceIndex);
+// A node that is a reference, or that switches to AMF3: a block for each, and the node's lines in
+// the inner one.
+char* Writer::writeWrapped(char* to, const AMFNode* node, AMFVersion parentVersion) {
+  if (isReference(node)) {
+    to = openBrackets(to, '{', '}');
+    // Kept: the kind's own lines say it once more.
+    to = hasTypeLine(node) ? writeTypeLine(to, node) : writeValue(to, "undefined", true, true);
+    to = writeNumber(to, kReference, node->referenceIndex);
   }
-  if (switches) {
-    openBrackets('{', '}');
-    writeLine("\"version\" : \"AMF3\",");
+  if (switchesVersion(node, parentVersion)) {
+    to = openBrackets(to, '{', '}');
+    to = writeLine(to, "\"version\" : \"AMF3\",");
   }
-  return isReference || switches;
+  if (hasTypeLine(node)) to = writeTypeLine(to, node);
+  to = isAlwaysBlock(node) ? writeMembersOf(to, node) : writeScalar(to, node, true);
+  return closeBrackets(to);  // Kept: once, also after two blocks were opened.
 }
 
-// The lines behind "type", for every kind that is always an object.
-void Writer::writeMembersOf(const AMFNode* node) {
+char* Writer::writeTypeLine(char* to, const AMFNode* node) {
+  to = putTypeLine(startLine(json.room(to, lineRoom())), node->type);
+  lineEndDue = true;
+  return to;
+}
+
+// The lines behind "type", for every kind that is always a block.
+char* Writer::writeMembersOf(char* to, const AMFNode* node) {
   switch (node->type) {
-    case AMFNode::AMF_OBJECT: return writeObject(static_cast<const AMFObject*>(node));
-    case AMFNode::AMF_ARRAY: return writeArray(static_cast<const AMFArray*>(node));
-    case AMFNode::AMF_DATE: return writeDate(static_cast<const AMFDate*>(node));
-    case AMFNode::AMF_XML: return writeXML(static_cast<const AMFXML*>(node));
-    case AMFNode::AMF_RAW: return writeHex(static_cast<const AMFRaw*>(node));
+    case AMFNode::AMF_OBJECT: return writeObject(to, static_cast<const AMFObject*>(node));
+    case AMFNode::AMF_ARRAY: return writeArray(to, static_cast<const AMFArray*>(node));
+    case AMFNode::AMF_DATE: return writeDate(to, static_cast<const AMFDate*>(node));
+    case AMFNode::AMF_XML: return writeXML(to, static_cast<const AMFXML*>(node));
+    case AMFNode::AMF_RAW: return writeHex(to, static_cast<const AMFRaw*>(node));
     case AMFNode::AMF_HEADER:
-      writeHeaderLines(static_cast<const AMFHeader*>(node));
+      to = writeHeaderLines(to, static_cast<const AMFHeader*>(node));
       [[fallthrough]];
-    case AMFNode::AMF_PAIR: return writePair(static_cast<const AMFPair*>(node));
-    case AMFNode::AMF_MESSAGE: return writeMessage(static_cast<const AMFMessage*>(node));
-    default: return writeChildren("content", node);  // the package: headers, then messages
+    case AMFNode::AMF_PAIR: return writePair(to, static_cast<const AMFPair*>(node));
+    case AMFNode::AMF_MESSAGE: return writeMessage(to, static_cast<const AMFMessage*>(node));
+    default: return writeChildren(to, kContent, node);  // the package: headers, then messages
   }
 }
 
-void Writer::writeObject(const AMFObject* object) {
+char* Writer::writeObject(char* to, const AMFObject* object) {
   if (object->version == AMF_VERSION_3) {
-    writeNumber("sealed_size", object->sealedCount);
+    to = writeNumber(to, kSealedSize, object->sealedCount);
     if (object->traitsIndex != AMFNode::kNoReference) {
-      writeNumber("traits_reference", object->traitsIndex);
+      to = writeNumber(to, kTraitsReference, object->traitsIndex);
     }
-    if (object->dynamic) writeLine("\"have_dynamic\" : true,");
-    if (object->externalizable) writeLine("\"externalizable\" : true,");
+    if (object->dynamic) to = writeLine(to, "\"have_dynamic\" : true,");
+    if (object->externalizable) to = writeLine(to, "\"externalizable\" : true,");
   }
   if (object->className && object->className->length != 0) {
-    writeChild("classname", object->className, object->version, false);
+    to = writeChild(to, kClassName, object->className, object->version, false);
   }
-  writeChildren("properties", object);
+  return writeChildren(to, kProperties, object);
 }
 
-void Writer::writeArray(const AMFArray* array) {
+char* Writer::writeArray(char* to, const AMFArray* array) {
   if (array->version == AMF_VERSION_3) {
-    writeNumber("dense_size", array->denseCount);
+    to = writeNumber(to, kDenseSize, array->denseCount);
   } else if (array->strict == 0) {
-    writeLine("\"array_type\" : \"ECMA\",");
+    to = writeLine(to, "\"array_type\" : \"ECMA\",");
   } else {
-    writeLine("\"array_type\" : \"strict\",");
+    to = writeLine(to, "\"array_type\" : \"strict\",");
   }
-  writeChildren("value", array);
+  return writeChildren(to, kValue, array);
 }
 
-void Writer::writeXML(const AMFXML* xml) {
-  if (xml->document == 0) writeLine("\"xml_type\" : \"XML\",");
-  writeValue(bytesOf(xml), true, true);
+char* Writer::writeXML(char* to, const AMFXML* xml) {
+  if (xml->document == 0) to = writeLine(to, "\"xml_type\" : \"XML\",");
+  return writeValue(to, bytesOf(xml), true, true);
 }
 
-void Writer::writeHeaderLines(const AMFHeader* header) {
-  if (model::storedByte(header->mustUnderstand) != 0) writeLine("\"must_understand\" : true,");
-  if (header->length != 0xFFFFFFFFu) writeNumber("length", header->length);
+char* Writer::writeHeaderLines(char* to, const AMFHeader* header) {
+  if (model::storedByte(header->mustUnderstand) != 0)
+    to = writeLine(to, "\"must_understand\" : true,");
+  if (header->length != 0xFFFFFFFFu) to = writeNumber(to, kLength, header->length);
+  return to;
 }
 
 // Kept: two scalars make one script line, and stand value first in the JSON text; everything else
 // stands name first.
-void Writer::writePair(const AMFPair* pair) {
+char* Writer::writePair(char* to, const AMFPair* pair) {
   const bool oneLine = !p.jsonOnly && pair->name && pair->value && !isContainer(pair->name) &&
                        !isContainer(pair->value);
   if (!oneLine) {
-    writeChild("name", pair->name, pair->version, false);
-    writeChild("value", pair->value, pair->version, false);
-    return;
+    to = writeChild(to, kName, pair->name, pair->version, false);
+    return writeChild(to, kValue, pair->value, pair->version, false);
   }
   appendPath();
   script.append(".value = ");
   p.valueInline = true;
-  writeChild("value", pair->value, pair->version, true);
+  to = writeChild(to, kValue, pair->value, pair->version, true);
   script.append("; // ");
-  writeChild("name", pair->name, pair->version, true);
+  to = writeChild(to, kName, pair->name, pair->version, true);
   p.valueInline = false;
   script.append('\n');
+  return to;
 }
 
-void Writer::writeMessage(const AMFMessage* message) {
-  if (message->length != 0xFFFFFFFFu) writeNumber("length", message->length);
-  writeChild("targetUri", message->targetUri, message->version, false);
-  writeChild("responseUri", message->responseUri, message->version, false);
-  writeChild("value", message->value, message->version, false);
+char* Writer::writeMessage(char* to, const AMFMessage* message) {
+  if (message->length != 0xFFFFFFFFu) to = writeNumber(to, kLength, message->length);
+  to = writeChild(to, kTargetUri, message->targetUri, message->version, false);
+  to = writeChild(to, kResponseUri, message->responseUri, message->version, false);
+  return writeChild(to, kValue, message->value, message->version, false);
 }
 
 }  // namespace render
 
 void AMFProtocol::appendNode(AMFNode* node, AMFVersion parentVersion) {
-  render::Writer(*this).writeNode(node, parentVersion);
+  render::Writer writer(*this);
+  writer.run([&](char* to) { return writer.writeNode(to, node, parentVersion); });
 }

@@ -7,21 +7,17 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 
 namespace render {
 
 namespace {
 
 constexpr int kDecimals = 6;
-constexpr std::uint64_t kScale = 1000000;
 
 #if defined(__cpp_lib_to_chars)
 
-char* generalDouble(double value, NumberBuffer& buffer) {
-  return std::to_chars(buffer.bytes, std::end(buffer.bytes), value, std::chars_format::fixed,
-                       kDecimals)
-      .ptr;
+char* putAnyDouble(char* to, double value) {
+  return std::to_chars(to, to + kDoubleMax, value, std::chars_format::fixed, kDecimals).ptr;
 }
 
 #else
@@ -29,67 +25,85 @@ char* generalDouble(double value, NumberBuffer& buffer) {
 // For a standard library without floating-point to_chars. A locale's decimal comma becomes a point
 // again. Kept: the three markers are another C library's; those of this platform (nan, inf) pass as
 // they are, and both IND forms mean infinities.
-char* generalDouble(double value, NumberBuffer& buffer) {
-  std::snprintf(buffer.bytes, sizeof buffer.bytes, "%f", value);
-  if (std::strstr(buffer.bytes, "1.#QNAN")) {
-    std::strcpy(buffer.bytes, "NaN");
-  } else if (std::strstr(buffer.bytes, "-1.#IND")) {
-    std::strcpy(buffer.bytes, "-Infinity");
-  } else if (std::strstr(buffer.bytes, "1.#IND")) {
-    std::strcpy(buffer.bytes, "Infinity");
+char* putAnyDouble(char* to, double value) {
+  std::snprintf(to, kDoubleMax, "%f", value);
+  if (std::strstr(to, "1.#QNAN")) {
+    std::strcpy(to, "NaN");
+  } else if (std::strstr(to, "-1.#IND")) {
+    std::strcpy(to, "-Infinity");
+  } else if (std::strstr(to, "1.#IND")) {
+    std::strcpy(to, "Infinity");
   }
-  if (char* const comma = std::strchr(buffer.bytes, ',')) *comma = '.';
-  return buffer.bytes + std::strlen(buffer.bytes);
+  if (char* const comma = std::strchr(to, ',')) *comma = '.';
+  return to + std::strlen(to);
 }
 
 #endif
 
-// `millionths` is the number's magnitude, already rounded.
-char* scaledDouble(bool negative, std::uint64_t millionths, NumberBuffer& buffer) {
-  char* to = buffer.bytes;
-  if (negative) *to++ = '-';
-  to = std::to_chars(to, std::end(buffer.bytes), millionths / kScale).ptr;
-  auto fraction = static_cast<std::uint32_t>(millionths % kScale);
-  for (int digit = kDecimals; digit > 0; --digit) {
-    to[digit] = static_cast<char>('0' + fraction % 10);
-    fraction /= 10;
+// The two digits of each number below 100.
+struct DigitPairs {
+  char text[200];
+};
+
+constexpr DigitPairs makeDigitPairs() {
+  DigitPairs pairs{};
+  for (int i = 0; i < 100; ++i) {
+    pairs.text[2 * i] = static_cast<char>('0' + i / 10);
+    pairs.text[2 * i + 1] = static_cast<char>('0' + i % 10);
   }
-  *to = '.';
-  return to + 1 + kDecimals;
+  return pairs;
+}
+
+constexpr DigitPairs kPairs = makeDigitPairs();
+
+char* putPair(char* to, std::uint32_t below100) {
+  std::memcpy(to, kPairs.text + 2 * below100, 2);
+  return to + 2;
+}
+
+char* putFour(char* to, std::uint32_t below10000) {
+  return putPair(putPair(to, below10000 / 100), below10000 % 100);
+}
+
+// One digit or two.
+char* putLeading(char* to, std::uint32_t below100) {
+  if (below100 >= 10) return putPair(to, below100);
+  *to = static_cast<char>('0' + below100);
+  return to + 1;
 }
 
 }  // namespace
 
-// Most numbers of real packets are whole or small. A whole one needs no rounding. For a small one
-// the product with 10^6 is off by less than 2^-12, so unless it lies next to a half the rounding is
-// certain.
-std::string_view doubleText(double value, NumberBuffer& buffer) {
-  constexpr double kWholeMax = 1e13;  // its millionths fit 64 bits
-  constexpr double kSmallMax = 2e6;
-  constexpr double kNearHalf = 1.0 / 1024;
-  const double magnitude = std::fabs(value);
-  char* end = nullptr;
-  if (magnitude < kWholeMax && magnitude == std::trunc(magnitude)) {
-    end = scaledDouble(std::signbit(value), static_cast<std::uint64_t>(magnitude) * kScale, buffer);
-  } else if (magnitude < kSmallMax) {
-    const double scaled = magnitude * static_cast<double>(kScale);
-    const auto whole = static_cast<std::uint64_t>(scaled);
-    const double rest = scaled - static_cast<double>(whole);
-    if (std::fabs(rest - 0.5) > kNearHalf) {
-      end = scaledDouble(std::signbit(value), whole + (rest > 0.5 ? 1 : 0), buffer);
-    }
-  }
-  if (!end) end = generalDouble(value, buffer);
-  return {buffer.bytes, static_cast<std::size_t>(end - buffer.bytes)};
-}
-
 char* putInteger(char* to, std::uint32_t value) {
-  constexpr int kDigitsMax = 10;
-  return std::to_chars(to, to + kDigitsMax, value).ptr;
+  if (value < 100) return putLeading(to, value);
+  if (value < 10000) return putPair(putLeading(to, value / 100), value % 100);
+  if (value < 1000000) return putFour(putLeading(to, value / 10000), value % 10000);
+  const std::uint32_t high = value / 10000;
+  return putFour(putInteger(to, high), value % 10000);
 }
 
-std::string_view integerText(std::uint32_t value, NumberBuffer& buffer) {
-  return {buffer.bytes, static_cast<std::size_t>(putInteger(buffer.bytes, value) - buffer.bytes)};
+// Whole and fraction apart: for what fits 32 bits both are exact. The fraction's millionths, below
+// 2^20, are one rounding away from exact, off by less than 2^-32: unless they lie next to a half,
+// which way they are rounded is certain.
+char* putDouble(char* to, double value) {
+  constexpr double kWholeMax = 4294967295.0;  // with room for a carry
+  constexpr double kNearHalf = 1.0 / 1048576;
+  constexpr std::uint32_t kScale = 1000000;
+  const double magnitude = std::fabs(value);
+  if (!(magnitude < kWholeMax)) return putAnyDouble(to, value);
+  auto whole = static_cast<std::uint32_t>(magnitude);
+  const double scaled = (magnitude - static_cast<double>(whole)) * kScale;
+  auto millionths = static_cast<std::uint32_t>(scaled);
+  const double rest = scaled - static_cast<double>(millionths);
+  if (std::fabs(rest - 0.5) < kNearHalf) return putAnyDouble(to, value);
+  if (rest > 0.5 && ++millionths == kScale) {
+    millionths = 0;
+    ++whole;
+  }
+  *to = '-';
+  to = putInteger(to + (std::signbit(value) ? 1 : 0), whole);
+  *to = '.';
+  return putFour(putPair(to + 1, millionths / 10000), millionths % 10000);
 }
 
 }  // namespace render

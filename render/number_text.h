@@ -1,22 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Numbers as text, independent of the process's locale.
+// Numbers as text, independent of the process's locale. Both write at `to` and return where the
+// next byte goes.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <string_view>
 
 namespace render {
 
-// Holds the longest text of a double: a sign, 309 digits, a point and six decimals.
-struct NumberBuffer {
-  char bytes[328];
-};
+// The longest text of a double: a sign, 309 digits, a point and six decimals.
+constexpr std::size_t kDoubleMax = 328;
+constexpr std::size_t kIntegerMax = 10;
 
 // As the C format "%f": six decimals, nan and inf with their sign.
-std::string_view doubleText(double value, NumberBuffer& buffer);
-// Unsigned decimal, ten digits at most. Returns where the next byte goes.
+char* putDouble(char* to, double value);
+// Unsigned decimal.
 char* putInteger(char* to, std::uint32_t value);
-std::string_view integerText(std::uint32_t value, NumberBuffer& buffer);
 
 }  // namespace render

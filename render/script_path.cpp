@@ -54,11 +54,11 @@ void Writer::pushMember(std::string_view name) {
 
 // The segment "name[index]".
 void Writer::pushElement(std::string_view name, std::uint32_t index) {
-  NumberBuffer buffer;
+  char digits[kIntegerMax];
   const std::size_t start = p.scriptPath.size() + (p.nextPrefixBare ? 0 : 1);
   pushSegment(p, name.substr(0, name.find('\0')));
   p.scriptPath += '[';
-  p.scriptPath += integerText(index, buffer);
+  p.scriptPath.append(digits, putInteger(digits, index));
   p.scriptPath += ']';
   if (p.scriptPath.size() - start > kSegmentNameMax) p.scriptPath.resize(start + kSegmentNameMax);
 }

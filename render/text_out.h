@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A cursor that writes into one of the protocol object's texts. While it lives the text may be
-// longer than what is written; the room behind the cursor is fresh or left from a rendering before,
-// so nothing is filled twice. Its end sets the text's true length.
+// A cursor that writes into one of the protocol object's texts, and the stores that go through it.
+// While it lives the text may be longer than what is written; the room behind the cursor is fresh
+// or left from a rendering before, so nothing is filled twice. Its end sets the text's true length.
 #pragma once
 
 #include <cstring>
@@ -11,8 +11,28 @@
 
 namespace render {
 
-// Copies `count` bytes; short stretches, which are nearly all, without a call.
-inline void copyBytes(char* to, const char* from, std::size_t count) {
+// A step of the rendering takes the place where the next byte goes and returns the place behind
+// what it wrote: the place stays in a register that way, where a member would be loaded and stored
+// with every byte. Whoever calls such a step has made room, for kSpill bytes more than are written:
+// short stretches are copied in whole words of 16.
+constexpr std::size_t kSpill = 32;
+
+inline char* put(char* to, char byte) {
+  *to = byte;
+  return to + 1;
+}
+
+// A text known at compile time.
+template <std::size_t Size>
+char* put(char* to, const char (&literal)[Size]) {
+  std::memcpy(to, literal, Size - 1);
+  return to + Size - 1;
+}
+
+// Short stretches, which are nearly all, without a call.
+inline char* put(char* to, std::string_view text) {
+  const std::size_t count = text.size();
+  const char* const from = text.data();
   if (count > 32) {
     std::memcpy(to, from, count);
   } else if (count >= 16) {
@@ -27,6 +47,7 @@ inline void copyBytes(char* to, const char* from, std::size_t count) {
   } else {
     for (std::size_t i = 0; i < count; ++i) to[i] = from[i];
   }
+  return to + count;
 }
 
 class TextOut {
@@ -42,39 +63,24 @@ class TextOut {
   TextOut(const TextOut&) = delete;
   TextOut& operator=(const TextOut&) = delete;
 
-  std::size_t size() const { return static_cast<std::size_t>(next - begin); }
-
-  // Makes room for `count` bytes and returns where they go; `advance` says how many came.
-  char* room(std::size_t count) {
-    if (static_cast<std::size_t>(end - next) < count) grow(count);
-    return next;
-  }
-  void advance(std::size_t count) { next += count; }
+  std::size_t size() const { return sizeAt(next); }
   char* position() const { return next; }
   void moveTo(char* position) { next = position; }
 
-  void append(char byte) {
-    *room(1) = byte;
-    ++next;
-  }
-  void append(std::string_view piece) {
-    copyBytes(room(piece.size()), piece.data(), piece.size());
-    next += piece.size();
-  }
-  // A text known at compile time.
-  template <std::size_t Size>
-  void append(const char (&literal)[Size]) {
-    std::memcpy(room(Size - 1), literal, Size - 1);
-    next += Size - 1;
+  // For steps that carry the place themselves: the length of a text that ends at `to`, and `to`
+  // once there is room for `count` bytes, which may be elsewhere then.
+  std::size_t sizeAt(const char* to) const { return static_cast<std::size_t>(to - begin); }
+  char* room(char* to, std::size_t count) {
+    return static_cast<std::size_t>(end - to) >= count ? to : grow(to, count);
   }
 
-  // The byte `back` places before the end (1: the last one); only where size() is that large.
-  char fromEnd(std::size_t back) const { return next[-static_cast<std::ptrdiff_t>(back)]; }
-  void removeFromEnd(std::size_t back) {
-    std::memmove(next - back, next - back + 1, back - 1);
-    --next;
+  char* room(std::size_t count) { return next = room(next, count); }
+  void append(char byte) { next = put(room(1), byte); }
+  void append(std::string_view piece) { next = put(room(piece.size()), piece); }
+  template <std::size_t Size>
+  void append(const char (&literal)[Size]) {
+    next = put(room(Size - 1), literal);
   }
-  void shorten(std::size_t count) { next -= count; }
 
  private:
   void setCursor(std::size_t offset) {
@@ -82,15 +88,17 @@ class TextOut {
     next = &text[0] + offset;
     end = &text[0] + text.size();
   }
-  void grow(std::size_t count) {
-    const std::size_t offset = front + size();
+  // What is added is filled with zeros: first only as much as is asked for, as long as the text has
+  // it already; then half as much again.
+  char* grow(char* to, std::size_t count) {
+    const std::size_t offset = front + sizeAt(to);
     const std::size_t wanted = offset + count + kStep;
-    // First what the text has already, then half as much again: what is added is filled with zeros.
     text.resize(wanted <= text.capacity() ? wanted : wanted + wanted / 2);
     setCursor(offset);
+    return next;
   }
 
-  static constexpr std::size_t kStep = 4096;
+  static constexpr std::size_t kStep = 256;
 
   std::string& text;
   std::size_t front;

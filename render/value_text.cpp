@@ -23,12 +23,6 @@ constexpr std::int32_t kPieceAndNameMax = 994;
 constexpr char kAssign[] = " = \"";
 constexpr char kAppend[] = " += \"";
 
-void appendQuoted(TextOut& out, std::string_view text) {
-  out.append('"');
-  appendScriptEscaped(out, text);
-  out.append('"');
-}
-
 void appendPieceLine(std::string& out, std::string_view name, const char* opener,
                      std::string_view piece) {
   out += name;
@@ -68,28 +62,45 @@ void appendDefinition(std::string& out, std::string_view name, std::string_view 
   if (remaining > 0) appendPieceLine(out, name, kAppend, text.substr(start, size));
 }
 
-// Kept: each byte is widened with its sign, so 80 to FF give eight digits. `out` has room for them.
-std::size_t putHex(char* out, std::string_view bytes) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
-  char* to = out;
+constexpr std::size_t kHexPerByte = 8;
+constexpr std::size_t kHexBlock = 512;
+
+// What each byte becomes. Kept: it is widened with its sign, so 80 to FF give eight digits.
+struct HexTexts {
+  char text[256][kHexPerByte];
+};
+
+constexpr HexTexts makeHexTexts() {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  HexTexts texts{};
+  for (unsigned byte = 0; byte < 256; ++byte) {
+    char* to = texts.text[byte];
+    for (int i = byte < 0x80 ? 0 : 6; i > 0; --i) *to++ = 'F';
+    *to++ = kDigits[byte >> 4];
+    *to++ = kDigits[byte & 15];
+  }
+  return texts;
+}
+
+constexpr HexTexts kHexTexts = makeHexTexts();
+
+// Spills six bytes.
+char* putHex(char* to, std::string_view bytes) {
   for (const char byte : bytes) {
     const auto value = static_cast<unsigned char>(byte);
-    std::memcpy(to, "FFFFFF", 6);
-    to += value >= 0x80 ? 6 : 0;
-    *to++ = kDigits[value >> 4];
-    *to++ = kDigits[value & 15];
+    std::memcpy(to, kHexTexts.text[value], kHexPerByte);
+    to += 2 + 6 * (value >> 7);
   }
-  return static_cast<std::size_t>(to - out);
+  return to;
 }
-constexpr std::size_t kHexPerByte = 8;
-constexpr std::size_t kHexBlock = 2048;
 
-void appendHex(TextOut& out, std::string_view bytes) {
+char* writeHexText(TextOut& out, char* to, std::string_view bytes) {
   while (!bytes.empty()) {
     const std::string_view block = bytes.substr(0, kHexBlock);
-    out.advance(putHex(out.room(kHexPerByte * block.size()), block));
+    to = putHex(out.room(to, kHexPerByte * block.size() + kSpill), block);
     bytes.remove_prefix(block.size());
   }
+  return to;
 }
 
 std::size_t hexLength(std::string_view bytes) {
@@ -98,118 +109,128 @@ std::size_t hexLength(std::string_view bytes) {
   return 2 * bytes.size() + 6 * high;
 }
 
-void appendQuotedHex(TextOut& out, std::string_view bytes) {
-  out.append('"');
-  appendHex(out, bytes);  // nothing in it needs an escape
-  out.append('"');
-}
-
 }  // namespace
 
-void Writer::writeValue(std::string_view value, bool quote, bool named) {
-  beginValue(named);
+char* Writer::writeValue(char* to, std::string_view value, bool quote, bool named) {
+  to = beginValue(to, named);
+  const std::size_t start = json.sizeAt(to);
   if (isLong(value.size())) {
     std::string escaped;
     if (quote) {
       TextOut out(escaped, 0);
       appendScriptEscaped(out, value);
     }
-    writeTemporary(quote ? escaped : value);
+    to = writeTemporary(to, quote ? escaped : value);
   } else if (quote) {
     // Kept: the JSON side is escaped with the script rule too.
-    appendQuoted(json, value);
-    if (!p.jsonOnly) appendQuoted(script, value);
+    to = put(json.room(to, lineRoom()), '"');
+    to = put(writeScriptEscaped(json, to, value), '"');
   } else {
-    json.append(value);
-    if (!p.jsonOnly) script.append(value);
+    to = put(json.room(to, value.size()), value);
   }
-  endValue();
+  return endValue(to, start);
 }
 
-void Writer::beginValue(bool named) {
+char* Writer::beginValue(char* to, bool named) {
   if (named) {
-    writeMemberName("value");
-    if (p.jsonOnly || p.valueInline) return;
+    to = writeMemberName(to, kValue);
+    if (p.jsonOnly || p.valueInline) return to;
     appendPath();
     script.append(".value = ");
-    return;
+    return to;
   }
   if (!p.jsonOnly && p.scriptStatementStart && !p.valueInline) {
     appendPath();
     script.append(" = ");
   }
-  dropLineEnd();
+  if (lineEndDue) return to;
+  // Kept: as many characters as `newLine` has go, whatever they are.
+  return to - std::min(json.sizeAt(to), margin.lineEndSize());
 }
 
-void Writer::endValue() {
-  endMember();
-  if (!p.jsonOnly && !p.valueInline) endStatement();
-}
-
-// Kept: as many characters as `newLine` has go, whatever they are.
-void Writer::dropLineEnd() {
-  json.shorten(std::min(json.size(), p.newLine.size()));
+// Both texts get the same value, which begins at `start` of the JSON text.
+char* Writer::endValue(char* to, std::size_t start) {
+  if (!p.jsonOnly) {
+    const std::size_t length = json.sizeAt(to) - start;
+    script.append(std::string_view(to - length, length));
+    if (!p.valueInline) endStatement();
+  }
+  return endMember(to);
 }
 
 bool Writer::isLong(std::size_t length) const {
   return length > kInlineMax && !p.jsonOnly && !p.jsonAndScript && p.useTemporaries;
 }
 
-// Both outputs name the variable; its definition goes in front of the script.
-void Writer::writeTemporary(std::string_view text) {
+// The value is the variable's name; its definition goes in front of the script.
+char* Writer::writeTemporary(char* to, std::string_view text) {
   const std::uint32_t number = static_cast<std::uint32_t>(p.temporaryCounter) + 1;
   p.temporaryCounter = static_cast<std::int32_t>(number);
   const std::string name = "qxAmfTemporary" + std::to_string(p.temporaryCounter);
-  json.append(std::string_view(name));
-  script.append(std::string_view(name));
   appendDefinition(p.scriptPreamble, name, text);
+  return put(json.room(to, lineRoom()), std::string_view(name));
 }
 
-void Writer::writeHex(const AMFRaw* raw) {
+char* Writer::writeHex(char* to, const AMFRaw* raw) {
   const std::string_view bytes = bytesOf(raw);
-  beginValue(true);
-  if (isLong(hexLength(bytes))) {
+  to = beginValue(to, true);
+  const std::size_t start = json.sizeAt(to);
+  if (!p.jsonOnly && isLong(hexLength(bytes))) {
     std::string text;
     {
       TextOut out(text, 0);
-      appendHex(out, bytes);
+      out.moveTo(writeHexText(out, out.position(), bytes));
     }
-    writeTemporary(text);
+    to = writeTemporary(to, text);
   } else {
-    appendQuotedHex(json, bytes);
-    if (!p.jsonOnly) appendQuotedHex(script, bytes);
+    to = put(json.room(to, lineRoom()), '"');
+    to = put(writeHexText(json, to, bytes), '"');  // nothing in it needs an escape
   }
-  endValue();
+  return endValue(to, start);
 }
 
-void Writer::writeDate(const AMFDate* date) {
+char* Writer::writeDate(char* to, const AMFDate* date) {
+  to = json.room(beginValue(to, true), lineRoom());
+  const std::size_t start = json.sizeAt(to);
+  to = put(to, '"');
+  to = put(putDate(to, date), '"');
+  return endValue(to, start);
+}
+
+char* Writer::putDate(char* to, const AMFDate* date) {
   if (!zoneIsRead) platform::readTimeZone();
   zoneIsRead = true;
-  DateBuffer buffer;
-  writeValue(dateText(date->value, buffer), true, true);
+  return render::putDate(to, date->value);
 }
 
-void Writer::writeScalar(const AMFNode* node, bool named) {
-  NumberBuffer buffer;
+char* Writer::writeScalar(char* to, const AMFNode* node, bool named) {
+  if (node->type == AMFNode::AMF_STRING) {
+    return writeValue(to, bytesOf(static_cast<const AMFString*>(node)), true, named);
+  }
+  to = json.room(beginValue(to, named), kDoubleMax + kSpill);
+  const std::size_t start = json.sizeAt(to);
+  return endValue(putScalar(to, node), start);
+}
+
+// The text of a scalar that is no string.
+char* Writer::putScalar(char* to, const AMFNode* node) {
   switch (node->type) {
-    case AMFNode::AMF_NULL: return writeValue("null", false, named);
+    case AMFNode::AMF_NULL: return put(to, "null");
     case AMFNode::AMF_BOOL: {
       const bool isTrue = model::storedByte(static_cast<const AMFBool*>(node)->value) != 0;
-      return writeValue(isTrue ? "true" : "false", false, named);
+      std::memcpy(to, isTrue ? "true\0\0\0" : "false\0\0", 8);  // either is as likely
+      return to + (isTrue ? 4 : 5);
     }
-    case AMFNode::AMF_INT:
-      return writeValue(integerText(static_cast<const AMFInt*>(node)->value, buffer), false, named);
-    case AMFNode::AMF_DOUBLE:
-      return writeValue(doubleText(static_cast<const AMFDouble*>(node)->value, buffer), false,
-                        named);
-    case AMFNode::AMF_STRING:
-      return writeValue(bytesOf(static_cast<const AMFString*>(node)), true, named);
-    default: return writeValue("undefined", true, named);  // unknown kinds too
+    case AMFNode::AMF_INT: return putInteger(to, static_cast<const AMFInt*>(node)->value);
+    case AMFNode::AMF_DOUBLE: return putDouble(to, static_cast<const AMFDouble*>(node)->value);
+    default: return put(to, "\"undefined\"");  // unknown kinds too
   }
 }
 
 }  // namespace render
 
 void AMFProtocol::appendValue(const std::string& value, bool quote, bool named) {
-  render::Writer(*this).writeValue(std::string(value), quote, named);  // it may be one of our texts
+  const std::string copy(value);  // it may be one of our texts
+  render::Writer writer(*this);
+  writer.run([&](char* to) { return writer.writeValue(to, copy, quote, named); });
 }

@@ -69,5 +69,6 @@ void AMFProtocol::renderPackage(bool pretty, bool bareRoot, std::size_t hidden) 
   indent.clear();
   indentUnit = pretty ? "\t" : "";
   newLine = pretty ? "\n" : "";
-  render::Writer(*this, hidden).writeNode(package, AMF_VERSION_0);
+  render::Writer writer(*this, hidden);
+  writer.run([&](char* to) { return writer.writeNode(to, package, AMF_VERSION_0); });
 }

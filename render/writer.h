@@ -3,19 +3,62 @@
 // The renderer at work: two cursors into the protocol object's texts, and every step of the walk. A
 // view makes one for its whole rendering; each public primitive makes one for its single step.
 // What every line of text goes through stands here; brackets in brackets.cpp, values in
-// value_text.cpp, nodes in node_text.cpp, members and lists in members.cpp, the path in
-// script_path.cpp.
+// value_text.cpp, nodes in node_text.cpp, members and lists in members.cpp, short nodes once more
+// in short_nodes.cpp, the path in script_path.cpp.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
 #include "AMF2JSON.h"
+#include "render/margin.h"
+#include "render/number_text.h"
 #include "render/text_out.h"
 
 namespace render {
 
+// A member's name that is known at compile time, as it stands in its line: "name" :
+template <std::size_t Size>
+class Key {
+ public:
+  constexpr explicit Key(const char (&name)[Size]) {
+    line[0] = '"';
+    for (std::size_t i = 0; i + 1 < Size; ++i) line[i + 1] = name[i];
+    for (std::size_t i = 0; i + 1 < sizeof kColon; ++i) line[Size + i] = kColon[i];
+  }
+  constexpr std::string_view name() const { return {line + 1, Size - 1}; }
+  char* write(char* to) const {
+    std::memcpy(to, line, sizeof line);
+    return to + sizeof line;
+  }
+
+ private:
+  static constexpr char kColon[] = "\" : ";
+  char line[Size + sizeof kColon - 1] = {};
+};
+
+inline constexpr Key kName("name");
+inline constexpr Key kValue("value");
+inline constexpr Key kReference("reference");
+
+// A name given by the host. Kept: it is not escaped.
+class GivenKey {
+ public:
+  explicit GivenKey(std::string_view name) : text(name) {}
+  std::string_view name() const { return text; }
+  char* write(char* to) const {
+    *to++ = '"';
+    return put(put(to, text), "\" : ");
+  }
+
+ private:
+  std::string_view text;
+};
+
+// All steps that write to the JSON text take the place where the next byte goes and return the
+// place behind what they wrote (text_out.h). Each makes its own room.
 class Writer {
  public:
   // Goes on behind what both texts hold.
@@ -24,54 +67,82 @@ class Writer {
   // fill.
   Writer(AMFProtocol& protocol, std::size_t hidden);
 
-  void openBrackets(char open, char close);
-  void closeBrackets();
-  void writeAttr(std::string_view name, std::string_view value, bool quote);
+  // Runs one step from outside: `step` is called with the place and returns it.
+  template <class Step>
+  void run(Step step) {
+    char* const to = step(json.position());
+    json.moveTo(lineEndDue ? margin.writeLineEnd(json.room(to, lineRoom())) : to);
+    lineEndDue = false;
+    if (p.indent != margin.indentation()) p.indent.assign(margin.indentation());
+  }
+
+  char* openBrackets(char* to, char open, char close);
+  char* closeBrackets(char* to);
+  char* writeAttr(char* to, std::string_view name, std::string_view value, bool quote);
   void writeStatement(std::string_view name, std::string_view value, bool quote);
-  void writeValue(std::string_view value, bool quote, bool named);
-  void writeNode(const AMFNode* node, AMFVersion parentVersion);
-  void writeChild(std::string_view name, const AMFNode* node, AMFVersion nodeVersion,
-                  bool isInline);
-  void writeChildren(std::string_view name, const AMFNode* node);
+  char* writeValue(char* to, std::string_view value, bool quote, bool named);
+  char* writeNode(char* to, const AMFNode* node, AMFVersion parentVersion);
+  template <class AnyKey>
+  char* writeChild(char* to, const AnyKey& key, const AMFNode* node, AMFVersion nodeVersion,
+                   bool isInline);
+  template <class AnyKey>
+  char* writeChildren(char* to, const AnyKey& key, const AMFNode* node);
 
   // The script path needs no texts.
   static void pushSegment(AMFProtocol& p, std::string_view name);
   static void popSegment(AMFProtocol& p);
 
  private:
-  class Stretch;
-
   // Lines
-  void breakSoftly();
-  void writeMemberName(std::string_view name);
-  void writeLine(std::string_view member);  // a whole member, its comma included
-  void writeNumber(std::string_view name, std::uint32_t value);
-  void endMember();
-  std::size_t lineRoom() const { return p.indent.size() + kLineRoom + p.newLine.size(); }
+  char* breakSoftly(char* to);
+  char* startLine(char* to);
+  char* startBreakableLine(char* to);
+  template <class AnyKey>
+  char* writeMemberName(char* to, const AnyKey& key);
+  template <std::size_t Size>
+  char* writeLine(char* to, const char (&member)[Size]);  // a whole member, its comma included
+  template <class AnyKey>
+  char* writeNumber(char* to, const AnyKey& key, std::uint32_t value);
+  char* endMember(char* to);
+  std::size_t lineRoom() const { return margin.size() + kLineRoom; }
 
   // Values
-  void beginValue(bool named);
-  void endValue();
+  char* beginValue(char* to, bool named);
+  char* endValue(char* to, std::size_t start);
   void endStatement();
-  void dropLineEnd();
   bool isLong(std::size_t length) const;
-  void writeTemporary(std::string_view text);
-  void writeScalar(const AMFNode* node, bool named);
-  void writeHex(const AMFRaw* raw);
-  void writeDate(const AMFDate* date);
+  char* writeQuoted(char* to, std::string_view text);
+  char* writeTemporary(char* to, std::string_view text);
+  char* writeScalar(char* to, const AMFNode* node, bool named);
+  static char* putScalar(char* to, const AMFNode* node);
+  char* putDate(char* to, const AMFDate* date);
+  char* writeHex(char* to, const AMFRaw* raw);
+  char* writeDate(char* to, const AMFDate* date);
 
   // Nodes
-  bool isPastLimit();
-  bool writePreludes(const AMFNode* node, AMFVersion parentVersion);
-  void writeMembersOf(const AMFNode* node);
-  void writeObject(const AMFObject* object);
-  void writeArray(const AMFArray* array);
-  void writeXML(const AMFXML* xml);
-  void writeHeaderLines(const AMFHeader* header);
-  void writePair(const AMFPair* pair);
-  void writeMessage(const AMFMessage* message);
+  bool isPastLimit(const char* to);
+  char* writeTypeLine(char* to, const AMFNode* node);
+  char* writeWrapped(char* to, const AMFNode* node, AMFVersion parentVersion);
+  char* writeMembersOf(char* to, const AMFNode* node);
+  char* writeObject(char* to, const AMFObject* object);
+  char* writeArray(char* to, const AMFArray* array);
+  char* writeXML(char* to, const AMFXML* xml);
+  char* writeHeaderLines(char* to, const AMFHeader* header);
+  char* writePair(char* to, const AMFPair* pair);
+  char* writeMessage(char* to, const AMFMessage* message);
+
+  // Short nodes
+  bool isShort(const char* to, const AMFPair* pair) const;
+  std::size_t shortPairRoom() const;
+  char* writeShort(char* to, const AMFPair* pair);
+  char* putOpening(char* to);
+  char* putShort(char* to, const AMFNode* node, AMFVersion parentVersion);
+  template <class AnyKey>
+  char* putShortMember(char* to, const AnyKey& key, const AMFNode* node, AMFVersion parentVersion);
 
   // Members
+  char* writeScripted(char* to, std::string_view name, const AMFNode* node, AMFVersion nodeVersion);
+  char* writeElements(char* to, std::string_view name, const AMFNode* node);
   void enterLevel();
   void leaveLevel();
   void beginStatement(std::string_view name);
@@ -81,105 +152,75 @@ class Writer {
   void pushMember(std::string_view name);
   void pushElement(std::string_view name, std::uint32_t index);
 
-  static constexpr std::size_t kLineRoom = 64;  // a line's fixed text, and the over-long stores
+  static constexpr std::size_t kOutputLimit = 499999;
+  // A line's fixed text, the line end that may be due, a soft break, and what short copies spill.
+  static constexpr std::size_t kLineRoom = 64 + kSpill;
 
   AMFProtocol& p;
   TextOut json;
   TextOut script;
-  std::size_t breakMark;     // the length of the JSON text that asks for the next soft break
-  bool evenIndent;           // the indentation is one character over and over
-  std::uint64_t indentWord;  // that character, eight times
-  bool zoneIsRead = false;   // one look at the process's time zone serves all dates
+  Margin margin;
+  // The line end behind what is written has not been written: mostly it comes as part of the next
+  // line's margin.
+  bool lineEndDue = false;
+  std::size_t breakMark;    // the length of the JSON text that asks for the next soft break
+  bool zoneIsRead = false;  // one look at the process's time zone serves all dates
 };
 
-// A stretch of the JSON text whose room is made ahead; it keeps its place in a register while it
-// writes.
-class Writer::Stretch {
- public:
-  Stretch(Writer& owner, std::size_t room) : w(owner), to(owner.json.room(room)) {}
-  ~Stretch() { w.json.moveTo(to); }
-  Stretch(const Stretch&) = delete;
-  Stretch& operator=(const Stretch&) = delete;
-
-  void indent() {
-    const std::size_t count = w.p.indent.size();
-    if (!w.evenIndent) {
-      std::memcpy(to, w.p.indent.data(), count);
-    } else {
-      std::memcpy(to, &w.indentWord, 8);  // kLineRoom holds what is stored too much
-      std::memcpy(to + 8, &w.indentWord, 8);
-      if (count > 16) std::memset(to + 16, static_cast<char>(w.indentWord & 0xFF), count - 16);
-    }
-    to += count;
-  }
-  void endLine() {
-    const std::string& lineEnd = w.p.newLine;
-    *to = lineEnd[0];  // its terminator where it is empty
-    if (lineEnd.size() > 1) std::memcpy(to, lineEnd.data(), lineEnd.size());
-    to += lineEnd.size();
-  }
-  void put(char byte) { *to++ = byte; }
-  template <std::size_t Size>
-  void put(const char (&literal)[Size]) {
-    std::memcpy(to, literal, Size - 1);
-    to += Size - 1;
-  }
-  void put(std::string_view text) {
-    copyBytes(to, text.data(), text.size());
-    to += text.size();
-  }
-  void memberName(std::string_view name) {
-    indent();
-    put('"');
-    put(name);
-    put("\" : ");
-  }
-
-  Writer& w;
-  char* to;
-};
+inline char* Writer::startLine(char* to) {
+  if (lineEndDue) return margin.write(to);
+  return margin.writeIndentation(to);
+}
 
 // At most one line feed for every 500 bytes of text, wherever a block opens or a member begins.
 // Kept: in the pretty layout too.
-inline void Writer::breakSoftly() {
+inline char* Writer::breakSoftly(char* to) {
   constexpr std::uint32_t kSoftBreakEvery = 500;
-  if (breakMark > json.size()) return;
-  json.append('\n');
+  if (json.sizeAt(to) + (lineEndDue ? margin.lineEndSize() : 0) < breakMark) return to;
+  if (lineEndDue) to = margin.writeLineEnd(to);
+  lineEndDue = false;
+  *to++ = '\n';
   const std::uint32_t count = static_cast<std::uint32_t>(p.lineBreakCount) + 1;
   p.lineBreakCount = static_cast<std::int32_t>(count);
   // Kept: the product wraps at 32 bits; a negative one gives no break.
   breakMark = static_cast<std::size_t>(static_cast<std::int32_t>(count * kSoftBreakEvery));
+  return to;
 }
 
-inline void Writer::openBrackets(char bracket, char closer) {
-  breakSoftly();
-  {
-    Stretch line(*this, lineRoom());
-    line.indent();
-    line.put(bracket);
-    line.endLine();
-  }
-  p.indent += p.indentUnit;
+// Where a line is known to end.
+inline char* Writer::startBreakableLine(char* to) {
+  if (json.sizeAt(to) + margin.lineEndSize() < breakMark) return margin.write(to);
+  to = startLine(breakSoftly(to));
+  lineEndDue = true;
+  return to;
+}
+
+inline char* Writer::openBrackets(char* to, char bracket, char closer) {
+  to = startLine(breakSoftly(json.room(to, lineRoom())));
+  *to++ = bracket;
+  lineEndDue = true;
+  margin.deepen();
   p.closerStack += closer;
+  return to;
 }
 
-// Kept: the name is not escaped.
-inline void Writer::writeMemberName(std::string_view name) {
-  Stretch line(*this, lineRoom() + name.size());
-  line.memberName(name);
+template <class AnyKey>
+char* Writer::writeMemberName(char* to, const AnyKey& key) {
+  return key.write(startLine(json.room(to, lineRoom() + key.name().size())));
 }
 
-inline void Writer::writeLine(std::string_view member) {
-  Stretch line(*this, lineRoom() + member.size());
-  line.indent();
-  line.put(member);
-  line.endLine();
+template <std::size_t Size>
+char* Writer::writeLine(char* to, const char (&member)[Size]) {
+  to = put(startLine(json.room(to, lineRoom())), member);
+  lineEndDue = true;
+  return to;
 }
 
-inline void Writer::endMember() {
-  Stretch line(*this, lineRoom());
-  line.put(',');
-  line.endLine();
+inline char* Writer::endMember(char* to) {
+  to = json.room(to, lineRoom());
+  *to++ = ',';
+  lineEndDue = true;
+  return to;
 }
 
 inline void Writer::endStatement() {
@@ -189,10 +230,10 @@ inline void Writer::endStatement() {
 }
 
 // Kept: once set, the mark stays. In the JSON view it is only set, and rendering goes on.
-inline bool Writer::isPastLimit() {
-  constexpr std::size_t kOutputLimit = 499999;
+inline bool Writer::isPastLimit(const char* to) {
   if (p.outputLimitReached) return !p.jsonOnly;
-  if (json.size() + script.size() <= kOutputLimit) return false;
+  const std::size_t due = lineEndDue ? margin.lineEndSize() : 0;
+  if (json.sizeAt(to) + due + script.size() <= kOutputLimit) return false;
   p.outputLimitReached = true;
   return !p.jsonOnly;
 }
@@ -207,12 +248,62 @@ inline void Writer::leaveLevel() {
   if (p.trackDepth) --p.childDepth;
 }
 
+template <class AnyKey>
+char* Writer::writeNumber(char* to, const AnyKey& key, std::uint32_t value) {
+  to = putInteger(writeMemberName(to, key), value);
+  *to++ = ',';
+  lineEndDue = true;
+  return to;
+}
+
+template <class AnyKey>
+char* Writer::writeChild(char* to, const AnyKey& key, const AMFNode* node, AMFVersion nodeVersion,
+                         bool isInline) {
+  enterLevel();
+  to = breakSoftly(json.room(to, lineRoom() + key.name().size()));
+  to = key.write(startLine(to));
+  lineEndDue = true;  // a value on this line takes it back
+  if (!node) {
+    to = endMember(put(to, "null"));
+  } else if (p.jsonOnly || isInline) {
+    to = writeNode(to, node, nodeVersion);
+    p.scriptStatementStart = true;
+  } else {
+    to = writeScripted(to, key.name(), node, nodeVersion);
+  }
+  leaveLevel();
+  return to;
+}
+
+template <class AnyKey>
+char* Writer::writeChildren(char* to, const AnyKey& key, const AMFNode* node) {
+  if (!node) return to;  // Kept: silent, where a missing named member is written as null.
+  enterLevel();
+  to = writeMemberName(to, key);
+  lineEndDue = true;
+  p.scriptStatementStart = true;
+  to = openBrackets(to, '[', ']');
+  to = writeElements(to, key.name(), node);
+  to = closeBrackets(to);
+  leaveLevel();
+  return to;
+}
+
 inline std::string_view bytesOf(const AMFRaw* node) {
   return node->data ? std::string_view(node->data, node->length) : std::string_view();
 }
 
 inline bool isContainer(const AMFNode* node) {
   return node->type == AMFNode::AMF_OBJECT || node->type == AMFNode::AMF_ARRAY;
+}
+
+// The two reasons for a block of its own around a scalar.
+inline bool isReference(const AMFNode* node) {
+  return node->referenceIndex != AMFNode::kNoReference;
+}
+
+inline bool switchesVersion(const AMFNode* node, AMFVersion parentVersion) {
+  return node->version == AMF_VERSION_3 && parentVersion == AMF_VERSION_0;
 }
 
 }  // namespace render

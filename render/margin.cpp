@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The margin's beginnings and its growth. Tested by tests/render_brackets_test.cpp.
+#include "render/margin.h"
+
+namespace render {
+
+Margin::Margin(const std::string& newLine, const std::string& indent, const std::string& indentUnit)
+    : lineEnd(newLine.size()),
+      length(newLine.size() + indent.size()),
+      unit(indentUnit),
+      evenCharacter(indentUnit.empty() ? indent[0] : indentUnit[0]) {
+  isEven = unit.size() <= 1 && indent.find_first_not_of(evenCharacter) == std::string::npos;
+  std::memset(few, evenCharacter, sizeof few);
+  if (length > capacity) reserve(length, 0);
+  newLine.copy(text, lineEnd);
+  indent.copy(text + lineEnd, indent.size());
+}
+
+void Margin::reserve(std::size_t size, std::size_t kept) {
+  std::string larger(2 * size, evenCharacter);
+  larger.replace(0, kept, text, kept);
+  many.swap(larger);
+  text = &many[0];
+  capacity = many.size();
+}
+
+}  // namespace render

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What stands between two lines of the JSON text: the line end and the indentation, kept as one
+// text that is copied in one go.
+#pragma once
+
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "render/text_out.h"
+
+namespace render {
+
+class Margin {
+ public:
+  Margin(const std::string& newLine, const std::string& indent, const std::string& indentUnit);
+  Margin(const Margin&) = delete;
+  Margin& operator=(const Margin&) = delete;
+
+  std::size_t size() const { return length; }
+  std::size_t sizeWithin(std::size_t levels) const { return length + levels * unit.size(); }
+  std::size_t lineEndSize() const { return lineEnd; }
+  std::string_view indentation() const { return {text + lineEnd, length - lineEnd}; }
+
+  // One level in.
+  void deepen() {
+    if (length + unit.size() > capacity) reserve(length + unit.size(), length);
+    if (!isEven) unit.copy(text + length, unit.size());
+    length += unit.size();
+  }
+  // One level out. Kept: one character goes from the front, not one unit.
+  void shallow() {
+    if (length == lineEnd) return;
+    --length;
+    if (!isEven) std::memmove(text + lineEnd, text + lineEnd + 1, length - lineEnd);
+  }
+
+  char* write(char* to) const {
+    std::memcpy(to, text, kWord);
+    if (length > kWord) std::memcpy(to + kWord, text + kWord, kWord);
+    if (length > 2 * kWord) std::memcpy(to + 2 * kWord, text + 2 * kWord, length - 2 * kWord);
+    return to + length;
+  }
+  char* writeLineEnd(char* to) const { return put(to, std::string_view(text, lineEnd)); }
+  char* writeIndentation(char* to) const { return put(to, indentation()); }
+
+ private:
+  void reserve(std::size_t size, std::size_t kept);
+
+  static constexpr std::size_t kWord = 16;
+  static constexpr std::size_t kFewLevels = 64;
+
+  char few[kFewLevels];
+  std::string many;  // in place of `few`, where that is too small
+  char* text = few;
+  std::size_t capacity = kFewLevels;
+  std::size_t lineEnd;
+  std::size_t length;
+  const std::string& unit;
+  // The indentation is one character over and over, which stands ready up to the capacity: a level
+  // in or out only changes the length.
+  bool isEven;
+  char evenCharacter;
+};
+
+}  // namespace render

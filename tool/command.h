@@ -13,9 +13,11 @@
 
 // What became of one file.
 struct FileResult {
-  std::string text;         // whole, for standard output or the output file
-  ExitCode answer = kDone;  // kDone or kNo
-  std::vector<Problem> warnings;
+  std::string text;                // whole, for standard output or the output file
+  const char* extension = ".txt";  // of an output file in a folder
+  bool isJSON = false;             // or a script: can be coloured
+  ExitCode answer = kDone;         // kDone or kNo
+  std::vector<Problem> problems;   // told behind the text
 };
 
 struct Example {

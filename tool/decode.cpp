@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool/decode.h"
 
+#include "tool/own_stack.h"
 #include "tool/packet.h"
 #include "tool/shared_options.h"
 
@@ -31,19 +32,21 @@ std::string textOf(AMFProtocol& protocol, const DecodeOptions& options) {
 
 // `outputLimitReached` is set in front of the first value that was left out; the JSON view leaves
 // out none.
-std::optional<Problem> cutOf(const AMFProtocol& protocol, const std::string& file,
-                             const DecodeOptions& options, std::size_t size) {
+std::optional<Problem> cutOf(const AMFProtocol& protocol, const DecodeOptions& options,
+                             std::size_t size) {
   if (!protocol.outputLimitReached || options.view == View::json) return std::nullopt;
   Problem problem{kViewCut, "view cut",
                   "the script view stopped at its output limit, after " + std::to_string(size) +
                       " bytes; --to json is whole"};
   problem.isWarning = true;
-  problem.file = file;
   return problem;
 }
 
-FileResult decode(const std::string& file, const Options& options) {
-  const Packet packet = readPacket(file, options);
+const char* extensionOf(View view) {
+  return view == View::json ? ".json" : view == View::both ? ".txt" : ".js";
+}
+
+FileResult show(const Packet& packet, const Options& options) {
   AMFProtocol protocol;
   decodePacket(protocol, packet, options.limits);
   if (!options.decode.exact) {
@@ -52,13 +55,20 @@ FileResult decode(const std::string& file, const Options& options) {
   }
   FileResult result;
   result.text = textOf(protocol, options.decode);
-  if (const auto cut = cutOf(protocol, file, options.decode, result.text.size())) {
-    result.warnings.push_back(*cut);
+  result.extension = extensionOf(options.decode.view);
+  result.isJSON = true;
+  if (const auto cut = cutOf(protocol, options.decode, result.text.size())) {
+    result.problems.push_back(*cut);
   }
-  if (const auto leftOver = leftOverOf(packet); leftOver && !options.allowTrailing) {
-    result.warnings.push_back(*leftOver);
-  }
+  tellLeftOver(result, packet, options);
   if (result.text.empty() || result.text.back() != '\n') result.text += '\n';
+  return result;
+}
+
+FileResult decode(const std::string& file, const Options& options) {
+  const Packet packet = readPacket(file, options);
+  FileResult result;
+  runWithLevels(packet.checked.depth, [&] { result = show(packet, options); });
   return result;
 }
 

@@ -5,10 +5,10 @@
 #include <exception>
 #include <new>
 #include <optional>
+#include <thread>
 
-#include "tool/output.h"
-#include "tool/report.h"
-#include "tool/terminal.h"
+#include "tool/delivery.h"
+#include "tool/ordered_work.h"
 
 namespace {
 
@@ -18,64 +18,43 @@ struct Finished {
   std::optional<Problem> problem;
 };
 
-Finished failed(const std::string& file, ExitCode exitCode, const char* status,
-                const char* message) {
-  Problem problem{exitCode, status, message};
-  problem.file = file;
-  return {{}, problem};
-}
-
+// Problems without a file are about the one worked on. Nothing here takes memory that may be
+// missing.
 Finished workOn(const Command& command, const std::string& file, const Options& options) {
   try {
     return {command.work(file, options), std::nullopt};
   } catch (const Problem& problem) {
     return {{}, problem};
   } catch (const std::bad_alloc&) {
-    return failed(file, kOutOfMemory, "out of memory", "out of memory");
+    return {{}, Problem{kOutOfMemory, "out of memory", "out of memory"}};
   } catch (const AMFException& e) {
-    return failed(file, kBug, "bug", e.message);
+    return {{}, Problem{kBug, "bug", e.message}};
   } catch (const std::exception& e) {
-    return failed(file, kBug, "bug", e.what());
+    return {{}, Problem{kBug, "bug", e.what()}};
   }
 }
 
-class Delivery {
- public:
-  explicit Delivery(const Options& chosen) : options(chosen), style(reportStyle(chosen)) {}
+std::size_t threadsFor(const Options& options) {
+  const std::size_t wanted = options.jobs != 0 ? options.jobs : std::thread::hardware_concurrency();
+  return std::clamp<std::size_t>(wanted, 1, options.files.size());
+}
 
-  void take(const Finished& finished) {
-    worst = std::max(worst, finished.result.answer);
-    if (!finished.problem) write(finished.result.text);
-    for (const Problem& warning : finished.result.warnings) tell(warning);
-    if (finished.problem) tell(*finished.problem);
-  }
-
-  ExitCode worstSoFar() const { return worst; }
-
- private:
-  void tell(const Problem& problem) {
-    worst = std::max(worst, problem.exitCode);
-    report(problem, style);
-  }
-
-  void write(const std::string& text) {
-    if (options.output == "-") return writeOutput(fitForOutput(text));
-    try {
-      writeFile(options.output, text);
-    } catch (const Problem& problem) {
-      tell(problem);
-    }
-  }
-
-  const Options& options;
-  ReportStyle style;
-  ExitCode worst = kDone;
-};
+void refuseSecondStandardInput(const std::vector<std::string>& files) {
+  if (std::count(files.begin(), files.end(), "-") < 2) return;
+  throw Problem{kUsage, "usage", "standard input (-) can be read only once"};
+}
 
 }  // namespace
 
 ExitCode workOnFiles(const Command& command, const Options& options) {
+  const std::vector<std::string>& files = options.files;
+  refuseSecondStandardInput(files);
   Delivery delivery(options);
-  for (const std::string& file : options.files) delivery.take(workOn(command, file, options));
+  OrderedWork<Finished> work(files.size(), threadsFor(options),
+                             [&](std::size_t i) { return workOn(command, files[i], options); });
+  std::size_t taken = 0;
+  work.takeAll([&](const Finished& finished) {
+    delivery.take(files[taken++], finished.result, finished.problem);
+  });
   return delivery.worstSoFar();
 }

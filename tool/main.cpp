@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // amf2json. Tested from outside by tests/tool_*_test.cpp.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -14,6 +17,15 @@
 #include "tool/terminal.h"
 
 namespace {
+
+// Numbers 0 to 2 are taken: no file that is opened later gets in the place of a closed one, where
+// messages would be written into it. Reading from what was closed, and writing to it, still fails.
+void takeStandardNumbers() {
+  for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    const int flags = number == STDOUT_FILENO ? O_RDONLY : O_WRONLY;
+    if (::fcntl(number, F_GETFD) < 0) ::open("/dev/null", flags);
+  }
+}
 
 // No output depends on where it is made.
 void useUTC() {
@@ -52,6 +64,7 @@ ExitCode run(const std::vector<std::string>& words) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  takeStandardNumbers();
   std::signal(SIGPIPE, SIG_IGN);  // a closed pipe then shows as a failed write,
   std::signal(SIGXFSZ, SIG_IGN);  // and so does a file that may not grow
   try {

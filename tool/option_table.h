@@ -44,11 +44,15 @@ class OptionTable {
   }
 
   template <class Number>
-  void limit(const char* name, Number& target, const char* help) {
-    add({name, "N", help, std::to_string(target), {}, true});
-    bind(name, [&target, name](const std::string& word) {
-      target = static_cast<Number>(numberIn(word, std::numeric_limits<Number>::max(), name));
-    });
+  void number(const char* names, Number& target, const char* help, const char* byDefault) {
+    add({names, "N", help, byDefault});
+    bindNumber(names, target);
+  }
+
+  template <class Number>
+  void limit(const char* names, Number& target, const char* help) {
+    add({names, "N", help, std::to_string(target), {}, true});
+    bindNumber(names, target);
   }
 
   const std::vector<OptionInfo>& all() const { return table; }
@@ -57,6 +61,13 @@ class OptionTable {
  private:
   void add(OptionInfo info) { table.push_back(std::move(info)); }
   void bind(const char* names, const std::function<void(const std::string&)>& store);
+
+  template <class Number>
+  void bindNumber(const char* names, Number& target) {
+    bind(names, [&target, names](const std::string& word) {
+      target = static_cast<Number>(numberIn(word, std::numeric_limits<Number>::max(), names));
+    });
+  }
 
   // Both throw Problem (kUsage).
   static std::size_t indexOf(const std::string& word, const std::vector<Choice>& choices,

@@ -23,6 +23,7 @@ struct DecodeOptions {
 struct Options {
   std::vector<std::string> files = {"-"};
   std::string output = "-";
+  std::uint32_t jobs = 0;  // threads; 0: as many as there are processors
   bool allowTrailing = false;
   bool localTime = false;
   Color color = Color::automatic;

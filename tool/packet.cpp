@@ -5,6 +5,7 @@
 
 #include "tool/hex.h"
 #include "tool/input.h"
+#include "tool/words.h"
 
 namespace {
 
@@ -21,16 +22,12 @@ std::string overLimit(const char* name, const char* option, std::uint64_t limit)
   return std::string(name) + ": more than " + option + " " + std::to_string(limit);
 }
 
-std::string count(std::uint64_t number, const char* one, const char* more) {
-  return std::to_string(number) + " " + (number == 1 ? one : more);
-}
-
 std::string messageOf(const AMFVerifyResult& checked, const AMFVerifyLimits& limits) {
   const char* const text = checked.message;
   switch (checked.status) {
     case AMFVerifyStatus::truncated:
       return std::string(text) + ": at least " +
-             count(checked.needed, "byte is missing", "bytes are missing");
+             words(checked.needed, "byte is missing", "bytes are missing");
     case AMFVerifyStatus::depthLimit: return overLimit(text, "--max-depth", limits.maxDepth);
     case AMFVerifyStatus::nodeLimit: return overLimit(text, "--max-nodes", limits.maxNodes);
     case AMFVerifyStatus::treeLimit:
@@ -76,16 +73,16 @@ void decodePacket(AMFProtocol& protocol, const Packet& packet, const AMFVerifyLi
   protocol.parse(packet.bytes.data());
 }
 
-std::optional<Problem> leftOverOf(const Packet& packet) {
+void tellLeftOver(FileResult& result, const Packet& packet, const Options& options) {
   const std::size_t size = packet.bytes.size() - packet.checked.consumed;
-  if (packet.checked.status != AMFVerifyStatus::ok || size == 0) return std::nullopt;
+  if (size == 0 || options.allowTrailing) return;
   Problem problem{kLeftOver, "left over",
-                  count(size, "byte", "bytes") + " left over behind the last message"};
+                  words(size, "byte", "bytes") + " left over behind the last message"};
   problem.isWarning = true;
   problem.file = packet.file;
   problem.offset = packet.checked.consumed;
   problem.bytes = hexAround(packet.bytes, packet.checked.consumed);
-  return problem;
+  result.problems.push_back(problem);
 }
 
 std::string sectionName(const Packet& packet) {

@@ -9,6 +9,7 @@
 #include <AMF2JSON>
 #include <string>
 
+#include "tool/command.h"
 #include "tool/options.h"
 #include "tool/problem.h"
 
@@ -29,8 +30,9 @@ Problem refusalOf(const Packet& packet, const AMFVerifyLimits& limits);
 // where bytes meet the readers, which believe every length: nothing gets there unchecked.
 void decodePacket(AMFProtocol& protocol, const Packet& packet, const AMFVerifyLimits& limits);
 
-// Bytes behind the last message, if there are any: a warning.
-std::optional<Problem> leftOverOf(const Packet& packet);
+// Adds a warning to the result of a sound packet where bytes stand behind its last message, unless
+// they are allowed.
+void tellLeftOver(FileResult& result, const Packet& packet, const Options& options);
 
 // "header 0", "message 2", "envelope".
 std::string sectionName(const Packet& packet);

@@ -6,6 +6,7 @@
 
 #include "tool/field_map.h"
 #include "tool/hex.h"
+#include "tool/own_stack.h"
 #include "tool/packet.h"
 #include "tool/printable.h"
 
@@ -27,21 +28,20 @@ std::string byteAt(std::string_view bytes, std::size_t offset) {
 }
 
 // What the refused package's encoding got to shows in how many bytes were written before it.
-Problem cannotEncode(const AMFProtocol& protocol, const std::string& file, const char* message) {
+Problem cannotEncode(const AMFProtocol& protocol, const char* message) {
   std::size_t written = 0;
   for (const AMFOutputChunks::Chunk& chunk : protocol.outputChunks) written += chunk.length;
   Problem problem{kCannotEncode, "cannot encode",
                   std::string("cannot be written again: ") + message};
-  problem.file = file;
   problem.offset = written;
   return problem;
 }
 
-std::string_view encode(AMFProtocol& protocol, const std::string& file) {
+std::string_view encode(AMFProtocol& protocol) {
   try {
     protocol.compile(protocol.package);
   } catch (const AMFException& e) {
-    throw cannotEncode(protocol, file, e.message);
+    throw cannotEncode(protocol, e.message);
   }
   return {protocol.resultBuffer, protocol.getResultLength()};
 }
@@ -54,11 +54,10 @@ std::string difference(std::string_view read, std::string_view written, std::siz
   return text;
 }
 
-FileResult roundtrip(const std::string& file, const Options& options) {
-  const Packet packet = readPacket(file, options);
+FileResult compare(const Packet& packet, const Options& options) {
   AMFProtocol protocol;
   decodePacket(protocol, packet, options.limits);
-  const std::string_view written = encode(protocol, file);
+  const std::string_view written = encode(protocol);
   const std::string_view whole = packet.bytes;
   const std::string_view read =
       options.allowTrailing ? whole.substr(0, packet.checked.consumed) : whole;
@@ -68,8 +67,15 @@ FileResult roundtrip(const std::string& file, const Options& options) {
   const bool isEqual = offset == read.size() && offset == written.size();
   FileResult result;
   result.answer = isEqual ? kDone : kNo;
-  result.text =
-      printable(file) + ": " + (isEqual ? "equal" : difference(read, written, offset)) + "\n";
+  result.text = printable(packet.file) + ": " +
+                (isEqual ? "equal" : difference(read, written, offset)) + "\n";
+  return result;
+}
+
+FileResult roundtrip(const std::string& file, const Options& options) {
+  const Packet packet = readPacket(file, options);
+  FileResult result;
+  runWithLevels(packet.checked.depth, [&] { result = compare(packet, options); });
   return result;
 }
 

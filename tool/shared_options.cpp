@@ -2,12 +2,12 @@
 #include "tool/shared_options.h"
 
 void declareOutput(OptionTable& table, Options& options) {
-  table.text("-o,--output", "FILE", options.output,
-             "File to write, whole or not at all; - is standard output");
+  table.text("-o,--output", "FILE", options.output, "File to write; of several inputs, the folder");
 }
 
 void declareShared(OptionTable& table, Options& options) {
   table.flag("--allow-trailing", options.allowTrailing, "Accept bytes behind the last message");
+  table.number("-j,--jobs", options.jobs, "Files to work on at once", "all processors");
   table.choice("--color", "WHEN", options.color, "Colour of texts and errors",
                {{"auto", "on a terminal, unless NO_COLOR is set"},
                 {"always", "also into files and pipes"},

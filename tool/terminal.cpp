@@ -6,20 +6,37 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "tool/highlight.h"
 #include "tool/printable.h"
+
+namespace {
+
+bool isTerminal(int descriptor) {
+  return ::isatty(descriptor) == 1;
+}
 
 bool isColored(int descriptor, Color wanted) {
   if (wanted != Color::automatic) return wanted == Color::always;
   const char* const noColor = std::getenv("NO_COLOR");
   const char* const terminal = std::getenv("TERM");
-  return (noColor == nullptr || *noColor == '\0') &&
-         (terminal == nullptr || std::strcmp(terminal, "dumb") != 0) && ::isatty(descriptor) == 1;
+  return isTerminal(descriptor) && (noColor == nullptr || *noColor == '\0') &&
+         (terminal == nullptr || std::strcmp(terminal, "dumb") != 0);
 }
+
+}  // namespace
 
 ReportStyle reportStyle(const Options& options) {
   return {options.errorFormat == ErrorFormat::json, isColored(STDERR_FILENO, options.color)};
 }
 
-std::string fitForOutput(const std::string& text) {
-  return ::isatty(STDOUT_FILENO) == 1 ? printableLines(text) : text;
+std::string colored(const FileResult& result) {
+  return result.isJSON ? highlighted(result.text) : result.text;
+}
+
+std::string fitForOutput(const FileResult& result, Color wanted) {
+  const bool isPainted = isColored(STDOUT_FILENO, wanted);
+  if (!isTerminal(STDOUT_FILENO)) return isPainted ? colored(result) : result.text;
+  FileResult safe = result;
+  safe.text = printableLines(result.text);
+  return isPainted ? colored(safe) : safe.text;
 }

@@ -6,15 +6,16 @@
 
 #include <string>
 
+#include "tool/command.h"
 #include "tool/options.h"
 #include "tool/report.h"
 
-// Whether what goes to this descriptor is coloured.
-bool isColored(int descriptor, Color wanted);
-
 ReportStyle reportStyle(const Options& options);
 
-// A text for standard output: on a terminal without a control byte other than line feeds and tabs.
-std::string fitForOutput(const std::string& text);
+// A text for standard output: on a terminal without a control byte of the packet, and coloured.
+std::string fitForOutput(const FileResult& result, Color wanted);
+
+// A text with its colours.
+std::string colored(const FileResult& result);
 
 #endif  // AMF2JSON_TOOL_TERMINAL_H

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tool/progress.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+
+namespace {
+
+constexpr std::chrono::milliseconds kFirst(1000);
+constexpr std::chrono::milliseconds kBetween(200);
+
+bool isWatched(bool outputElsewhere) {
+  return ::isatty(STDERR_FILENO) == 1 && (outputElsewhere || ::isatty(STDOUT_FILENO) != 1);
+}
+
+}  // namespace
+
+Progress::Progress(std::size_t files, bool outputElsewhere)
+    : count(files), isOn(files > 1 && isWatched(outputElsewhere)), due(Clock::now() + kFirst) {}
+
+void Progress::step() {
+  ++done;
+  if (!isOn || Clock::now() < due) return;
+  due = Clock::now() + kBetween;
+  std::fprintf(stderr, "\r%zu of %zu files", done, count);
+  isShown = true;
+}
+
+void Progress::clear() {
+  if (isShown) std::fputs("\r\033[K", stderr);
+  isShown = false;
+}

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef AMF2JSON_TOOL_WORDS_H
+#define AMF2JSON_TOOL_WORDS_H
+
+#include <cstdint>
+#include <string>
+
+// "1 byte", "2 bytes".
+inline std::string words(std::uint64_t number, const char* one, const char* more) {
+  return std::to_string(number) + " " + (number == 1 ? one : more);
+}
+
+#endif  // AMF2JSON_TOOL_WORDS_H

@@ -38,7 +38,9 @@ void refuseSameNames(const Options& options) {
 }
 
 void makeFolder(const std::string& folder) {
-  if (::mkdir(folder.c_str(), 0777) != 0 && errno != EEXIST) throw fileProblem(folder, "write");
+  if (isFolder(folder) || ::mkdir(folder.c_str(), 0777) == 0) return;
+  if (errno == EEXIST) errno = ENOTDIR;
+  throw fileProblem(folder, "write");
 }
 
 }  // namespace

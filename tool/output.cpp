@@ -34,7 +34,7 @@ void writeInPlace(const std::string& file, std::string_view text) {
 }
 
 // The file that `file` stands for: the target of a link, so that the link itself stays.
-std::string resolved(const std::string& file) {
+std::string targetOf(const std::string& file) {
   char* const path = ::realpath(file.c_str(), nullptr);
   if (path == nullptr) return file;
   const std::string target(path);
@@ -80,12 +80,13 @@ struct Beside {
 
 void replaceFile(const std::string& file, std::string_view text, mode_t mode) {
   const SignalsWait signalsWait;
-  Beside beside(file);
+  const std::string target = targetOf(file);
+  Beside beside(target);
   const int out = beside.opened.number;
   if (out < 0) throw fileProblem(file, "write");
   writeAll(out, text, file);
   if (::fchmod(out, mode) != 0 || ::fsync(out) != 0 ||
-      ::rename(beside.name.c_str(), file.c_str()) != 0) {
+      ::rename(beside.name.c_str(), target.c_str()) != 0) {
     throw fileProblem(file, "write");
   }
   beside.isRenamed = true;
@@ -102,5 +103,5 @@ void writeFile(const std::string& file, std::string_view text) {
   struct stat status {};
   const bool exists = ::stat(file.c_str(), &status) == 0;
   if (exists && !S_ISREG(status.st_mode)) return writeInPlace(file, text);
-  replaceFile(resolved(file), text, exists ? status.st_mode & 07777 : modeOfNewFile());
+  replaceFile(file, text, exists ? status.st_mode & 07777 : modeOfNewFile());
 }

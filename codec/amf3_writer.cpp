@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // AMF3 value writers: a marker, mostly a U29 whose low bit tells reference from inline, a body.
-// References are written exactly where nodes record them. Entered from setNodeValue. Mirrors
+// References are written exactly where nodes record them. Entered from writeValue. Mirrors
 // amf3_reader.cpp. Tested by tests/amf3_writer_test.cpp.
 #include "AMF2JSON.h"
-#include "codec/output_chunks.h"
+#include "codec/writer.h"
 
 namespace {
 
@@ -25,157 +25,225 @@ constexpr std::uint32_t kExternalizableTraits = 7;  // Kept: no sealed count and
 constexpr std::uint32_t kEmptyName = 1;             // ends a list of members
 
 constexpr std::uint32_t kU29Max = 0x3FFFFFFF;
-constexpr std::uint32_t kThreeBytesMax = 0x1FFFFF;
+constexpr auto kNoMarker = AMFProtocol::AMF3_UNDEFINED;
 
 bool isReference(const AMFNode* node) {
   return node->referenceIndex != AMFNode::kNoReference;
 }
 
+}  // namespace
+
+namespace codec {
+
 // A child of an object that is not a pair counts as missing.
-const AMFPair* memberAt(const AMFObject* object, std::uint32_t index, const char* missing) {
+const AMFPair* Writer::memberAt(char* pen, const AMFObject* object, std::uint32_t index,
+                                const char* missing) {
   const AMFNode* const child = object->getChild(index);
-  if (!child || child->type != AMFNode::AMF_PAIR) throw AMFException(missing);
+  if (!child || child->type != AMFNode::AMF_PAIR) refuse(pen, missing);
   return static_cast<const AMFPair*>(child);
 }
 
-}  // namespace
+// Behind a marker where there is one. What is rare stands apart and is called last, so that no
+// register has to be saved for it here.
+inline char* Writer::writeU29(char* pen, AMFProtocol::AMF3Markers marker, std::uint32_t value) {
+  if (value > piece::kTwoBytesMax || !hasRoom(pen, 3)) return writeU29Anew(pen, marker, value);
+  if (marker != kNoMarker) pen = piece::u8(pen, marker);
+  pen = piece::shortU29(pen, value);
+  return pen;
+}
 
-// Kept: from kThreeBytesMax on the last byte holds eight bits, and the loop ends as soon as nothing
-// is left: 0x200000 to 0x3FFFFF come out as three bytes, and bit 29 is lost.
-void AMFProtocol::setVLInteger(unsigned int value) {
-  if (value > kU29Max) throw AMFException("setAMF3Integer(): integer value is to large");
-  std::uint8_t bytes[4];
-  const unsigned lastBits = value > kThreeBytesMax ? 8 : 7;
-  bytes[0] = static_cast<std::uint8_t>(value & ((1u << lastBits) - 1));
-  std::uint32_t rest = value >> lastBits;
-  unsigned count = 1;
-  for (; rest != 0 && count < 4; rest >>= 7) {
-    bytes[count++] = static_cast<std::uint8_t>((rest & 0x7Fu) | 0x80u);
+// Long, too large, or first in a new block.
+char* Writer::writeU29Anew(char* pen, AMFProtocol::AMF3Markers marker, std::uint32_t value) {
+  pen = withRoom(pen, 1 + piece::kU29Bytes);
+  if (marker != kNoMarker) pen = piece::u8(pen, marker);
+  if (value > kU29Max) refuse(pen, "setAMF3Integer(): integer value is to large");
+  pen = piece::u29(pen, value);
+  return pen;
+}
+
+char* Writer::writeVLInteger(char* pen, std::uint32_t value) {
+  return writeU29(pen, kNoMarker, value);
+}
+
+char* Writer::writeAMF3Integer(char* pen, const AMFInt* node) {
+  if (!node) refuse(pen, "setAMF3Integer: lack of integer type node");
+  // Kept: unsigned; a negative number is too large.
+  return writeU29(pen, AMFProtocol::AMF3_INTEGER, node->value);
+}
+
+char* Writer::writeAMF3Double(char* pen, const AMFDouble* node) {
+  if (!node) refuse(pen, "setAMF3Double: lack of double type node");
+  return piece::number(pen, AMFProtocol::AMF3_DOUBLE, node->value);
+}
+
+char* Writer::writeAMF3String(char* pen, const AMFString* node, bool omitMarker) {
+  if (!node) refuse(pen, "setAMF3String: lack of string type node");
+  return writeReferenceOrBytes(pen, omitMarker ? kNoMarker : AMFProtocol::AMF3_STRING, node);
+}
+
+char* Writer::writeAMF3Date(char* pen, const AMFDate* node) {
+  if (!node) refuse(pen, "setAMF3Date: lack of date type node");
+  if (isReference(node)) {
+    return writeU29(pen, AMFProtocol::AMF3_DATE, referenceTo(node->referenceIndex));
   }
-  while (count > 0) writeU8(bytes[--count]);
+  pen = piece::u8(pen, AMFProtocol::AMF3_DATE);
+  return piece::number(pen, inlineCount(0), node->value);
 }
 
-void AMFProtocol::setAMF3Integer(const AMFInt* node) {
-  if (!node) throw AMFException("setAMF3Integer: lack of integer type node");
-  writeU8(AMF3_INTEGER);
-  setVLInteger(node->value);  // Kept: unsigned; a negative number is too large.
+char* Writer::writeAMF3XML(char* pen, const AMFXML* node) {
+  if (!node) refuse(pen, "setAMF3XML: lack of xml type node");
+  pen = piece::u8(pen, node->document == 1 ? AMFProtocol::AMF3_XML_DOC : AMFProtocol::AMF3_XML);
+  return writeAMF3Raw(pen, node);
 }
 
-void AMFProtocol::setAMF3Double(const AMFDouble* node) {
-  if (!node) throw AMFException("setAMF3Double: lack of double type node");
-  writeU8(AMF3_DOUBLE);
-  writeDouble(node->value);
+char* Writer::writeAMF3Raw(char* pen, const AMFRaw* node) {
+  if (!node) refuse(pen, "setAMF3Raw: lack of binary array type node");
+  const bool alone = node->type == AMFNode::AMF_RAW;
+  return writeReferenceOrBytes(pen, alone ? AMFProtocol::AMF3_BYTE_ARRAY : kNoMarker, node);
 }
 
-void AMFProtocol::setAMF3String(const AMFString* node, bool omitMarker) {
-  if (!node) throw AMFException("setAMF3String: lack of string type node");
-  if (!omitMarker) writeU8(AMF3_STRING);
-  writeReferenceOrBytes(node);
-}
-
-void AMFProtocol::setAMF3Date(const AMFDate* node) {
-  if (!node) throw AMFException("setAMF3Date: lack of date type node");
-  writeU8(AMF3_DATE);
-  if (isReference(node)) return setVLInteger(referenceTo(node->referenceIndex));
-  setVLInteger(inlineCount(0));
-  writeDouble(node->value);
-}
-
-void AMFProtocol::setAMF3XML(const AMFXML* node) {
-  if (!node) throw AMFException("setAMF3XML: lack of xml type node");
-  writeU8(node->document == 1 ? AMF3_XML_DOC : AMF3_XML);
-  setAMF3Raw(node);
-}
-
-void AMFProtocol::setAMF3Raw(const AMFRaw* node) {
-  if (!node) throw AMFException("setAMF3Raw: lack of binary array type node");
-  if (node->type == AMFNode::AMF_RAW) writeU8(AMF3_BYTE_ARRAY);
-  writeReferenceOrBytes(node);
-}
-
-void AMFProtocol::writeReferenceOrBytes(const AMFRaw* node) {
-  if (isReference(node)) return setVLInteger(referenceTo(node->referenceIndex));
-  setVLInteger(inlineCount(node->length));
-  setByteArray(node);
-}
-
-void AMFProtocol::setAMF3Array(const AMFArray* array) {
-  if (!array) throw AMFException("setAMF3Array: lack of array type node");
-  writeU8(AMF3_ARRAY);
-  if (isReference(array)) return setVLInteger(referenceTo(array->referenceIndex));
-  setVLInteger(inlineCount(array->denseCount));
-  const std::size_t dense = array->children.size() - writeAssociativePart(array);
-  if (array->denseCount != dense) throw AMFException("setAMF3Array : invalid array size");
-  setVLInteger(kEmptyName);
-  for (const AMFNode* const child : array->children) {
-    if (!child) throw AMFException("setAMF3Array(): invalid dense array size");
-    if (child->type != AMFNode::AMF_PAIR) setNodeValue(child, array->version);
+char* Writer::writeReferenceOrBytes(char* pen, AMFProtocol::AMF3Markers marker,
+                                    const AMFRaw* node) {
+  if (isReference(node)) return writeU29(pen, marker, referenceTo(node->referenceIndex));
+  if (!piece::isSmall(node)) {
+    return writeBytes(writeU29(pen, marker, inlineCount(node->length)), node);
   }
+  pen = withRoom(pen, 1 + piece::kU29Bytes + node->length);
+  if (marker != kNoMarker) pen = piece::u8(pen, marker);
+  pen = piece::u29(pen, inlineCount(node->length));
+  pen = piece::bytes(pen, node);
+  return pen;
 }
 
-// The pairs among the children, wherever they stand. Returns their number.
-std::size_t AMFProtocol::writeAssociativePart(const AMFArray* array) {
+char* Writer::writeAMF3Array(char* pen, const AMFArray* array) {
+  if (!array) refuse(pen, "setAMF3Array: lack of array type node");
+  if (isReference(array)) {
+    return writeU29(pen, AMFProtocol::AMF3_ARRAY, referenceTo(array->referenceIndex));
+  }
+  pen = writeU29(pen, AMFProtocol::AMF3_ARRAY, inlineCount(array->denseCount));
   std::size_t pairCount = 0;
+  pen = writeAssociativePart(pen, array, pairCount);
+  if (array->denseCount != array->children.size() - pairCount) {
+    refuse(pen, "setAMF3Array : invalid array size");
+  }
+  pen = writeVLInteger(pen, kEmptyName);
   for (const AMFNode* const child : array->children) {
-    if (!child) throw AMFException("setAMF3Array : invalid array size");
+    if (!child) refuse(pen, "setAMF3Array(): invalid dense array size");
+    if (child->type != AMFNode::AMF_PAIR) pen = writeValue(pen, child, array->version);
+  }
+  return pen;
+}
+
+// The pairs among the children, wherever they stand; counts them.
+char* Writer::writeAssociativePart(char* pen, const AMFArray* array, std::size_t& pairCount) {
+  for (const AMFNode* const child : array->children) {
+    if (!child) refuse(pen, "setAMF3Array : invalid array size");
     if (child->type != AMFNode::AMF_PAIR) continue;
     const auto* const pair = static_cast<const AMFPair*>(child);
     if (!pair->name) {
-      throw AMFException("setAMF3Array : missing the property name in associative array");
+      refuse(pen, "setAMF3Array : missing the property name in associative array");
     }
-    setAMF3String(pair->name, true);
+    pen = writeAMF3String(pen, pair->name, true);
     if (!pair->value) {
-      throw AMFException("setAMF3Array : missing the property value in associative array");
+      refuse(pen, "setAMF3Array : missing the property value in associative array");
     }
-    setNodeValue(pair->value, pair->version);
+    pen = writeValue(pen, pair->value, pair->version);
     ++pairCount;
   }
-  return pairCount;
+  return pen;
 }
 
-void AMFProtocol::setAMF3Object(const AMFObject* object) {
-  if (!object) throw AMFException("setAMF3Object: lack of object type node");
-  writeU8(AMF3_OBJECT);
-  if (isReference(object)) return setVLInteger(referenceTo(object->referenceIndex));
-  if (object->externalizable) return writeExternalized(object);
+char* Writer::writeAMF3Object(char* pen, const AMFObject* object) {
+  if (!object) refuse(pen, "setAMF3Object: lack of object type node");
+  if (isReference(object)) {
+    return writeU29(pen, AMFProtocol::AMF3_OBJECT, referenceTo(object->referenceIndex));
+  }
+  if (object->externalizable) return writeExternalized(pen, object);
   if (object->traitsIndex == AMFNode::kNoReference) {
-    setVLInteger(inlineTraits(object->sealedCount, object->dynamic));
-    setAMF3String(object->className, true);
-    writeMemberNames(object);
+    pen =
+        writeU29(pen, AMFProtocol::AMF3_OBJECT, inlineTraits(object->sealedCount, object->dynamic));
+    pen = writeAMF3String(pen, object->className, true);
+    pen = writeMemberNames(pen, object);
   } else {
-    setVLInteger(traitsReferenceTo(object->traitsIndex));
+    pen = writeU29(pen, AMFProtocol::AMF3_OBJECT, traitsReferenceTo(object->traitsIndex));
   }
-  writeMembers(object);
+  return writeMembers(pen, object);
 }
 
-void AMFProtocol::writeMemberNames(const AMFObject* object) {
+char* Writer::writeMemberNames(char* pen, const AMFObject* object) {
   for (std::uint32_t i = 0; i < object->sealedCount; ++i) {
-    setAMF3String(memberAt(object, i, "setAMF3Object: invalid object's properties number")->name,
-                  true);
+    const AMFPair* const pair =
+        memberAt(pen, object, i, "setAMF3Object: invalid object's properties number");
+    pen = writeAMF3String(pen, pair->name, true);
   }
+  return pen;
 }
 
 // The values of the sealed members, then the dynamic members.
-void AMFProtocol::writeMembers(const AMFObject* object) {
+char* Writer::writeMembers(char* pen, const AMFObject* object) {
   for (std::uint32_t i = 0; i < object->sealedCount; ++i) {
-    setNodeValue(memberAt(object, i, "setAMF3Object: invalid sealed properties number")->value,
-                 object->version);
+    const AMFPair* const pair =
+        memberAt(pen, object, i, "setAMF3Object: invalid sealed properties number");
+    pen = writeValue(pen, pair->value, object->version);
   }
-  if (!object->dynamic) return;  // Kept: further children are left out in silence.
+  if (!object->dynamic) return pen;  // Kept: further children are left out in silence.
   for (std::size_t i = object->sealedCount; i < object->children.size(); ++i) {
-    const AMFPair* const pair = memberAt(object, static_cast<std::uint32_t>(i),
+    const AMFPair* const pair = memberAt(pen, object, static_cast<std::uint32_t>(i),
                                          "setAMF3Object: invalid dynamic properties number");
-    setAMF3String(pair->name, true);
-    setNodeValue(pair->value, pair->version);
+    pen = writeAMF3String(pen, pair->name, true);
+    pen = writeValue(pen, pair->value, pair->version);
   }
-  setVLInteger(kEmptyName);
+  return writeVLInteger(pen, kEmptyName);
 }
 
 // Kept: class name and first value only; a missing first member is refused as a missing value.
-void AMFProtocol::writeExternalized(const AMFObject* object) {
-  setVLInteger(kExternalizableTraits);
-  setAMF3String(object->className, true);
+char* Writer::writeExternalized(char* pen, const AMFObject* object) {
+  pen = writeU29(pen, AMFProtocol::AMF3_OBJECT, kExternalizableTraits);
+  pen = writeAMF3String(pen, object->className, true);
   const AMFNode* const first = object->getChild(0);
   const bool isPair = first && first->type == AMFNode::AMF_PAIR;
-  setNodeValue(isPair ? static_cast<const AMFPair*>(first)->value : nullptr, object->version);
+  return writeValue(pen, isPair ? static_cast<const AMFPair*>(first)->value : nullptr,
+                    object->version);
+}
+
+}  // namespace codec
+
+// The public calls.
+
+using codec::Writer;
+
+void AMFProtocol::setVLInteger(unsigned int value) {
+  Writer::run(outputChunks, &Writer::writeVLInteger, value);
+}
+
+void AMFProtocol::setAMF3Integer(const AMFInt* node) {
+  Writer::run(outputChunks, &Writer::writeAMF3Integer, node);
+}
+
+void AMFProtocol::setAMF3Double(const AMFDouble* node) {
+  Writer::run(outputChunks, &Writer::writeAMF3Double, node);
+}
+
+void AMFProtocol::setAMF3String(const AMFString* node, bool omitMarker) {
+  Writer::run(outputChunks, &Writer::writeAMF3String, node, omitMarker);
+}
+
+void AMFProtocol::setAMF3Date(const AMFDate* node) {
+  Writer::run(outputChunks, &Writer::writeAMF3Date, node);
+}
+
+void AMFProtocol::setAMF3XML(const AMFXML* node) {
+  Writer::run(outputChunks, &Writer::writeAMF3XML, node);
+}
+
+void AMFProtocol::setAMF3Raw(const AMFRaw* node) {
+  Writer::run(outputChunks, &Writer::writeAMF3Raw, node);
+}
+
+void AMFProtocol::setAMF3Array(const AMFArray* array) {
+  Writer::run(outputChunks, &Writer::writeAMF3Array, array);
+}
+
+void AMFProtocol::setAMF3Object(const AMFObject* object) {
+  Writer::run(outputChunks, &Writer::writeAMF3Object, object);
 }

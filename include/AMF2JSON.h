@@ -35,6 +35,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <string>
@@ -74,6 +75,9 @@ enum AMFVersion : std::uint32_t { AMF_VERSION_0 = 0, AMF_VERSION_3 = 3 };
 class AMFString;
 namespace model {
 struct Adopt;  // internal
+}
+namespace codec {
+class Writer;  // internal
 }
 namespace render {
 class Writer;  // internal
@@ -441,45 +445,93 @@ AMF2JSON_API std::string formatString(std::string& text, bool dropControl);
 /// A piece's bytes never move while it is listed.
 class AMF2JSON_API AMFOutputChunks {
  public:
+  /// One field.
   struct Chunk {
-    const char*
-        bytes;  ///< not owned; valid until AMFProtocol::clean or the next compile lists anew
+    /// not owned; valid until AMFProtocol::clean or the next compile lists anew
+    const char* bytes;
     std::uint32_t length;  ///< 1 or more
   };
-  using value_type = Chunk;
-  using const_iterator = std::vector<Chunk>::const_iterator;
+  using value_type = Chunk;  ///< what iteration shows
+
+  class const_iterator;
+  using iterator = const_iterator;  ///< the pieces are only looked at
 
   AMFOutputChunks();
   ~AMFOutputChunks();
   AMFOutputChunks(const AMFOutputChunks&) = delete;
   AMFOutputChunks& operator=(const AMFOutputChunks&) = delete;
 
-  std::size_t size() const noexcept { return listed.size(); }
-  bool empty() const noexcept { return listed.empty(); }
-  const_iterator begin() const noexcept { return listed.begin(); }
-  const_iterator end() const noexcept { return listed.end(); }
+  std::size_t size() const noexcept;  ///< number of pieces; counts them
+  bool empty() const noexcept;        ///< whether there is none
+  const_iterator begin() const noexcept;
+  const_iterator end() const noexcept;
 
  private:
   friend class AMFProtocol;
-  char* add(std::uint32_t length);           // lists a piece; the caller writes its bytes
-  char* addElsewhere(std::uint32_t length);  // the same where the current block has no room
+  friend class codec::Writer;
+
+  // Pieces that follow one another in memory.
+  struct Run {
+    const char* bytes;
+    std::uint32_t length;
+    bool alone;  // one large piece
+  };
+  char* pen() const noexcept;
+  void close(char* pen) noexcept;  // lists what the pen has written
+  char* turnBlock(char* pen);      // lists it, and goes on in a new block
+  char* addLarge(char* pen, const char* bytes, std::uint32_t length);
   void endRun();
-  void copyTo(char* to);    // all pieces, joined
-  void release() noexcept;  // frees the listed pieces
-  void abandon();           // empties the list, keeps the bytes until this object goes
+  std::size_t runCount() const noexcept { return runs.size() + (next != runStart ? 1 : 0); }
+  Run runAt(std::size_t i) const noexcept;
+  std::uint64_t total() const noexcept;  // bytes of all pieces
+  void copyTo(char* to) const noexcept;  // all pieces, joined
+  void release() noexcept;               // frees the listed pieces
+  void abandon();                        // empties the list, keeps the bytes until this object goes
 
   using Blocks = std::vector<std::unique_ptr<char[]>>;
-  std::vector<Chunk> listed;
-  std::vector<Chunk> runs;     // the same bytes in stretches, but for those since `runStart`
-  Blocks blocks;               // shared by small pieces; kept for the next packet
-  Blocks large;                // a large piece each
-  Blocks abandoned;            // those of earlier runs that nobody released
-  std::size_t blocksUsed = 0;  // the last of them is the current one
-  char* blockNext = nullptr;   // its first free byte
-  char* runStart = nullptr;    // where the current run begins in it
-  std::size_t blockLeft = 0;
-  std::uint64_t total = 0;  // bytes of all listed pieces
+  std::vector<Run> runs;           // all but what was written since `runStart`
+  Blocks blocks;                   // of small pieces; kept for the next packet
+  Blocks large;                    // a piece each
+  Blocks abandoned;                // those of earlier runs that nobody released
+  std::size_t blocksUsed = 0;      // the last of them is the current one
+  char* next = nullptr;            // its first free byte
+  char* blockEnd = nullptr;        // behind the bytes in it
+  const char* runStart = nullptr;  // where the current run begins in it
 };
+
+/// Goes through the pieces. Valid until a piece is added or released.
+class AMF2JSON_API AMFOutputChunks::const_iterator {
+ public:
+  using iterator_category = std::input_iterator_tag;  ///< what it points to is made as it moves
+  using value_type = Chunk;                           ///< \copydoc iterator_category
+  using difference_type = std::ptrdiff_t;             ///< \copydoc iterator_category
+  using pointer = const Chunk*;                       ///< \copydoc iterator_category
+  using reference = const Chunk&;                     ///< \copydoc iterator_category
+
+  const Chunk& operator*() const noexcept { return piece; }
+  const Chunk* operator->() const noexcept { return &piece; }
+  const_iterator& operator++() noexcept;
+  const_iterator operator++(int) noexcept;
+  /// Whether both are at the same piece of the same list.
+  bool operator==(const const_iterator& other) const noexcept {
+    return run == other.run && offset == other.offset;
+  }
+  bool operator!=(const const_iterator& other) const noexcept { return !(*this == other); }
+
+ private:
+  friend class AMFOutputChunks;
+  const_iterator(const AMFOutputChunks* owner, std::size_t firstRun) noexcept;
+  void look(const Run& at, std::uint32_t begin) noexcept;
+
+  const AMFOutputChunks* chunks;
+  std::size_t run;
+  std::uint32_t offset = 0;  // of the piece in the run
+  Chunk piece{nullptr, 0};
+};
+
+inline bool AMFOutputChunks::empty() const noexcept {
+  return runCount() == 0;
+}
 
 // ---------------------------------------------------------------------------------------------------
 // The protocol object
@@ -658,7 +710,8 @@ class AMF2JSON_API AMFProtocol {
   /// host's after `loseResultBuffer`. Null: returns null, nothing changes. The pieces of an earlier
   /// run that are still listed are abandoned, not released: call `clean` after each compile to keep
   /// memory flat. After an error `outputLength` is 0 and `resultBuffer` still that of the run
-  /// before. Throws what the writers throw, and std::bad_alloc when the packet would pass 2^32-1
+  /// before; null if there was memory for the pieces but not for the packet, since the old one goes
+  /// first. Throws what the writers throw, and std::bad_alloc when the packet would pass 2^32-1
   /// bytes.
   char* compile(const AMFPackage* source);
   /// u16 name length, name | u8 0 or 1 | u32 length as stored | the value.
@@ -848,17 +901,6 @@ class AMF2JSON_API AMFProtocol {
   void readMembers(AMFObject& object);
   void readExternalized(AMFObject& object);
 
-  void writeU8(std::uint32_t value);
-  void writeU16(std::uint32_t value);
-  void writeU32(std::uint32_t value);
-  void writeDouble(const double& value);
-  void writeAMF0Value(const AMFNode* node);
-  void writeAMF3Value(const AMFNode* node);
-  void writeReferenceOrBytes(const AMFRaw* node);
-  std::size_t writeAssociativePart(const AMFArray* array);
-  void writeMemberNames(const AMFObject* object);
-  void writeMembers(const AMFObject* object);
-  void writeExternalized(const AMFObject* object);
   void joinChunks();
 
   friend class render::Writer;

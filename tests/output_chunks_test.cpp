@@ -125,23 +125,60 @@ TEST(OutputChunks, BytesAreCopies) {
 
 TEST(OutputChunks, BytesNeverMoveWhileListed) {
   AMFProtocol protocol;
-  std::vector<const char*> addresses;
+  std::vector<const char*> addresses;  // of the pieces listed at the last look
   const std::unique_ptr<AMFRaw> large(raw(k3, std::string(3000, 'L')));
+  const std::unique_ptr<AMFRaw> medium(raw(k3, std::string(700, 'M')));
   for (unsigned i = 0; i < 100000; ++i) {
     if (i % 1000 == 999) {
       protocol.setByteArray(large.get());
+    } else if (i % 1000 == 499) {
+      protocol.setByteArray(medium.get());
     } else {
-      protocol.setVLInteger(i & 0x7F);
+      protocol.setVLInteger(i & 0x3F);
     }
-    addresses.push_back((protocol.outputChunks.end() - 1)->bytes);
+    if (i % 5000 != 4999) continue;
+    std::size_t known = 0;
+    for (const auto& piece : protocol.outputChunks) {
+      if (known == addresses.size()) addresses.push_back(piece.bytes);
+      ASSERT_EQ(piece.bytes, addresses[known]) << known;
+      const unsigned j = static_cast<unsigned>(known++);
+      const unsigned in = j % 1000;
+      ASSERT_EQ(piece.length, in == 999 ? 3000u : in == 499 ? 700u : 1u) << j;
+      const char first = in == 999 ? 'L' : in == 499 ? 'M' : static_cast<char>(j & 0x3F);
+      ASSERT_EQ(piece.bytes[0], first) << j;
+      ASSERT_EQ(piece.bytes[piece.length - 1], first) << j;
+    }
+    ASSERT_EQ(known, i + 1);
+    ASSERT_EQ(protocol.outputChunks.size(), i + 1);
   }
-  ASSERT_EQ(protocol.outputChunks.size(), addresses.size());
-  unsigned i = 0;
-  for (const auto& piece : protocol.outputChunks) {
-    ASSERT_EQ(piece.bytes, addresses[i]) << i;
-    ASSERT_EQ(static_cast<unsigned char>(*piece.bytes), i % 1000 == 999 ? 'L' : (i & 0x7F)) << i;
-    ++i;
+}
+
+// A piece of each length around the steps in how lengths are kept.
+TEST(OutputChunks, EveryLength) {
+  for (const std::uint32_t length : {1u, 2u, 254u, 255u, 256u, 257u, 1022u, 1023u, 1024u, 1025u}) {
+    AMFProtocol protocol;
+    const std::unique_ptr<AMFRaw> bytes(raw(k3, std::string(length, 'b')));
+    for (int i = 0; i < 40; ++i) protocol.setByteArray(bytes.get());
+    std::size_t count = 0;
+    for (const auto& piece : protocol.outputChunks) {
+      ASSERT_EQ(piece.length, length);
+      ASSERT_EQ(std::string(piece.bytes, piece.length), std::string(length, 'b'));
+      ++count;
+    }
+    EXPECT_EQ(count, 40u) << length;
   }
+}
+
+TEST(OutputChunks, IteratorsMoveBothWaysOfIncrement) {
+  AMFProtocol protocol;
+  const AMFDouble number(k0);
+  protocol.setAMF0Double(&number);
+  auto it = protocol.outputChunks.begin();
+  const auto first = it++;
+  EXPECT_EQ(first->length, 1u);
+  EXPECT_EQ(it->length, 8u);
+  EXPECT_NE(first, it);
+  EXPECT_EQ(++it, protocol.outputChunks.end());
 }
 
 TEST(OutputChunks, PiecesOutliveTheJoining) {
@@ -253,8 +290,13 @@ TEST(OutputChunks, FailingAllocations) {
 TEST(OutputChunks, FailingAllocationsOfALaterCompile) {
   const auto tree = samplePackage();
   const std::unique_ptr<AMFPackage> small(package(k3, {}, {}));
+  AMFProtocol whole;
+  whole.compile(tree.get());
+  const std::string expected = result(whole);
   const std::size_t outside = liveBlocks;
   bool succeeded = false;
+  int earlierKept = 0;
+  int earlierGone = 0;
   for (std::size_t count = 0; !succeeded && count < 10000; ++count) {
     AMFProtocol protocol;
     const char* const before = protocol.compile(small.get());
@@ -263,12 +305,20 @@ TEST(OutputChunks, FailingAllocationsOfALaterCompile) {
       protocol.compile(tree.get());
       succeeded = true;
     } catch (const std::bad_alloc&) {
-      EXPECT_EQ(protocol.resultBuffer, before) << count;
-      EXPECT_EQ(support::toHex(std::string(before, 6)), "00 03 00 00 00 00");
+      if (protocol.resultBuffer) {  // the pieces had not all been written
+        EXPECT_EQ(protocol.resultBuffer, before) << count;
+        EXPECT_EQ(support::toHex(std::string(before, 6)), "00 03 00 00 00 00");
+        ++earlierKept;
+      } else {
+        EXPECT_EQ(support::written(protocol), expected) << count;
+        ++earlierGone;
+      }
       EXPECT_EQ(protocol.getResultLength(), 0u) << "failed after " << count << " allocations";
     }
   }
   EXPECT_TRUE(succeeded);
+  EXPECT_GT(earlierKept, 0);
+  EXPECT_EQ(earlierGone, 1);
   EXPECT_EQ(liveBlocks, outside) << "blocks leaked";
 }
 
@@ -290,8 +340,11 @@ TEST(OutputChunks, FailingAllocationsOfASingleWriter) {
     }
     EXPECT_EQ(protocol.outputChunks.size(), listed) << "a failed piece is not listed";
     protocol.setVLInteger(2);
-    EXPECT_EQ((protocol.outputChunks.end() - 1)->length, 1u);
-    EXPECT_EQ(*(protocol.outputChunks.end() - 1)->bytes, '\x02');
+    std::vector<AMFOutputChunks::Chunk> listedNow(protocol.outputChunks.begin(),
+                                                  protocol.outputChunks.end());
+    ASSERT_EQ(listedNow.size(), listed + 1);
+    EXPECT_EQ(listedNow.back().length, 1u);
+    EXPECT_EQ(*listedNow.back().bytes, '\x02');
   }
   EXPECT_TRUE(succeeded);
   EXPECT_EQ(liveBlocks, outside) << "blocks leaked";

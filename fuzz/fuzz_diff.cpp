@@ -6,10 +6,9 @@
 #include <AMF2JSON.h>
 #include <AMFGuard.h>
 
-#include <algorithm>
-
 #include "codec/wire.h"
 #include "fuzz/input.h"
+#include "support/tree_census.h"
 
 namespace {
 
@@ -18,38 +17,6 @@ using Status = AMFVerifyStatus;
 
 constexpr std::uint64_t kMostNodes = 3000;  // tests/guard_diff.cpp builds the large ones
 constexpr std::uint32_t kMostDepth = 500;
-
-// What is in a tree, counted anew.
-struct Census {
-  std::uint64_t nodes = 0, stringBytes = 0, rawBytes = 0;
-
-  // Returns the height.
-  std::uint32_t take(const AMFNode* node) {
-    ++nodes;
-    std::uint32_t height = 0;
-    const auto part = [&](const AMFNode* child) { height = std::max(height, take(child)); };
-    switch (node->type) {
-      case AMFNode::AMF_STRING:
-      case AMFNode::AMF_XML: stringBytes += static_cast<const AMFRaw*>(node)->length; break;
-      case AMFNode::AMF_RAW: rawBytes += static_cast<const AMFRaw*>(node)->length; break;
-      case AMFNode::AMF_OBJECT: part(static_cast<const AMFObject*>(node)->className); break;
-      case AMFNode::AMF_PAIR:
-      case AMFNode::AMF_HEADER:
-        part(static_cast<const AMFPair*>(node)->name);
-        part(static_cast<const AMFPair*>(node)->value);
-        break;
-      case AMFNode::AMF_MESSAGE:
-        part(static_cast<const AMFMessage*>(node)->targetUri);
-        part(static_cast<const AMFMessage*>(node)->responseUri);
-        part(static_cast<const AMFMessage*>(node)->value);
-        break;
-      default: break;
-    }
-    for (const AMFNode* child : node->children) part(child);
-    const bool container = node->type == AMFNode::AMF_OBJECT || node->type == AMFNode::AMF_ARRAY;
-    return height + (container ? 1 : 0);
-  }
-};
 
 struct Read {
   Status status = Status::ok;
@@ -89,12 +56,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   require(!done.text || checked.message == done.text, "text");
   if (done.status != Status::ok) return 0;
 
-  Census census;
-  const std::uint32_t depth = census.take(protocol.package);
+  support::Census census;
+  const std::uint32_t depth = census.take(protocol.package, AMF_VERSION_0);
   require(checked.depth == depth, "depth");
   require(checked.nodes == census.nodes, "nodes");
   require(checked.stringBytes == census.stringBytes, "string bytes");
   require(checked.rawBytes == census.rawBytes, "raw bytes");
+  require(checked.switchedReferences == census.switchedReferences, "switched references");
   require(checked.headers == protocol.package->headerCount, "headers");
   require(checked.messages == protocol.package->children.size() - checked.headers, "messages");
   return 0;

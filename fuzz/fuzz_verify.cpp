@@ -8,11 +8,13 @@
 #include <AMFGuard.h>
 
 #include "fuzz/input.h"
+#include "support/same_result.h"
 
 namespace {
 
 using fuzz::Exact;
 using fuzz::require;
+using support::same;
 using Status = AMFVerifyStatus;
 
 // Small values one by one, then the powers of two.
@@ -37,16 +39,6 @@ AMFVerifyLimits limitsFrom(fuzz::Input& input) {
 AMFVerifyResult verify(const std::string& packet, const AMFVerifyLimits& limits) {
   const Exact exact(packet);
   return verifyPacket(exact.data(), exact.size(), limits);
-}
-
-bool same(const AMFVerifyResult& a, const AMFVerifyResult& b) {
-  return a.status == b.status && std::strcmp(a.message, b.message) == 0 && a.offset == b.offset &&
-         a.consumed == b.consumed && a.needed == b.needed && a.section == b.section &&
-         a.nodes == b.nodes && a.treeBytes == b.treeBytes && a.copiedNodes == b.copiedNodes &&
-         a.copiedBytes == b.copiedBytes && a.stringBytes == b.stringBytes &&
-         a.rawBytes == b.rawBytes && a.depth == b.depth && a.references == b.references &&
-         a.switchedReferences == b.switchedReferences && a.lengthMismatches == b.lengthMismatches &&
-         a.headers == b.headers && a.messages == b.messages;
 }
 
 bool within(const AMFVerifyResult& r, const AMFVerifyLimits& limits) {

@@ -10,17 +10,15 @@
 #include <AMF2JSON.h>
 #include <AMFGuard.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <map>
 #include <string>
 #include <vector>
 
 #include "codec/reader_texts.h"
-#include "codec/wire.h"
 #include "support/counted_heap.h"
+#include "support/guard_agreement.h"
 #include "support/guard_generator.h"
 #include "support/guard_packets.h"
 #include "support/hex.h"
@@ -28,175 +26,15 @@
 namespace {
 
 using Status = AMFVerifyStatus;
+using support::Counts;
 using support::Dice;
+using support::differ;
+using support::kMeasures;
 using support::liveBlocks;
-using support::liveBytes;
-
-// ---- What is in a tree -------------------------------------------------------------------------
-
-struct Census {
-  std::uint64_t nodes = 0;
-  std::uint64_t stringBytes = 0;
-  std::uint64_t rawBytes = 0;
-  std::uint32_t switchedReferences = 0;
-
-  // Returns the height.
-  std::uint32_t take(const AMFNode* node, AMFVersion parentVersion) {
-    ++nodes;
-    if (node->version == AMF_VERSION_3 && parentVersion == AMF_VERSION_0 &&
-        node->referenceIndex != AMFNode::kNoReference) {
-      ++switchedReferences;
-    }
-    std::uint32_t height = 0;
-    const auto part = [&](const AMFNode* child) {
-      height = std::max(height, take(child, node->version));
-    };
-    switch (node->type) {
-      case AMFNode::AMF_STRING:
-      case AMFNode::AMF_XML: stringBytes += static_cast<const AMFRaw*>(node)->length; break;
-      case AMFNode::AMF_RAW: rawBytes += static_cast<const AMFRaw*>(node)->length; break;
-      case AMFNode::AMF_OBJECT: part(static_cast<const AMFObject*>(node)->className); break;
-      case AMFNode::AMF_PAIR:
-      case AMFNode::AMF_HEADER:
-        part(static_cast<const AMFPair*>(node)->name);
-        part(static_cast<const AMFPair*>(node)->value);
-        break;
-      case AMFNode::AMF_MESSAGE:
-        part(static_cast<const AMFMessage*>(node)->targetUri);
-        part(static_cast<const AMFMessage*>(node)->responseUri);
-        part(static_cast<const AMFMessage*>(node)->value);
-        break;
-      default: break;
-    }
-    for (const AMFNode* child : node->children) part(child);
-    const bool container = node->type == AMFNode::AMF_OBJECT || node->type == AMFNode::AMF_ARRAY;
-    return height + (container ? 1 : 0);
-  }
-};
-
-// ---- One packet through both -------------------------------------------------------------------
-
-struct Counts {
-  std::map<Status, std::uint64_t> statuses;
-  std::map<std::string, std::uint64_t> texts;
-  std::uint64_t references = 0;
-  std::uint64_t skipped = 0;  // trees too large to be built for a test
-  std::uint64_t nodes = 0;
-  std::uint64_t bytes = 0;
-  double loosest = 1e9, tightest = 0;  // heap of the tree as a part of what was said
-};
-
-bool differ(const char* what, unsigned long long guard, unsigned long long reader) {
-  std::printf("DIFFERENCE in %s: guard %llu, reader %llu\n", what, guard, reader);
-  return false;
-}
-
-#define AGREE(what, guard, reader)                            \
-  if ((guard) != (reader))                                    \
-  return differ(what, static_cast<unsigned long long>(guard), \
-                static_cast<unsigned long long>(reader))
-
-bool compareTree(AMFProtocol& protocol, const AMFVerifyResult& checked, Counts& counts) {
-  Census census;
-  const std::uint32_t depth = census.take(protocol.package, AMF_VERSION_0);
-  // The package's version may be 3: it is no reference.
-  AGREE("nodes", checked.nodes, census.nodes);
-  AGREE("depth", checked.depth, depth);
-  AGREE("string bytes", checked.stringBytes, census.stringBytes);
-  AGREE("raw bytes", checked.rawBytes, census.rawBytes);
-  AGREE("switched references", checked.switchedReferences, census.switchedReferences);
-  const std::uint64_t before = liveBytes;
-  delete protocol.package;
-  protocol.package = nullptr;
-  const std::uint64_t heap = before - liveBytes;
-  if (heap > checked.treeBytes) return differ("tree bytes", checked.treeBytes, heap);
-  const double part = static_cast<double>(heap) / static_cast<double>(checked.treeBytes);
-  counts.loosest = std::min(counts.loosest, part);
-  counts.tightest = std::max(counts.tightest, part);
-  counts.nodes += census.nodes;
-  return true;
-}
-
-bool compare(AMFProtocol& protocol, const std::string& packet, Counts& counts) {
-  const AMFVerifyResult checked =
-      verifyPacket(packet.data(), packet.size(), AMFVerifyLimits::unlimited());
-  ++counts.statuses[checked.status];
-  counts.references += checked.references;
-  counts.bytes += packet.size();
-  if (checked.nodes > 100000 || checked.depth > 5000) {
-    ++counts.skipped;
-    return true;
-  }
-  const char* const begin = packet.data();
-  wire::inputEnd = begin + packet.size();
-  Status status = Status::ok;
-  const char* text = nullptr;
-  std::uint64_t missing = 0;
-  try {
-    protocol.parse(begin);
-  } catch (const AMFException& refusal) {
-    status = Status::malformed;
-    text = refusal.message;
-    ++counts.texts[text];
-  } catch (const wire::EndOfInput& end) {
-    status = Status::truncated;
-    missing = end.missing;
-  }
-  const auto cursor = static_cast<std::size_t>(protocol.readCursor - begin);
-  AGREE("status", checked.status, status);
-  AGREE("cursor", checked.consumed, cursor);
-  AGREE("offset", checked.offset, status == Status::ok ? 0 : cursor);
-  AGREE("missing bytes", checked.needed, missing);
-  if (text && checked.message != text) return differ("text", 0, 1);
-  if (protocol.package) {
-    const std::uint32_t headers = protocol.package->headerCount;
-    AGREE("headers", checked.headers, headers);
-    AGREE("messages", checked.messages, protocol.package->children.size() - headers);
-  }
-  if (status == Status::ok) return compareTree(protocol, checked, counts);
-  delete protocol.package;
-  protocol.package = nullptr;
-  return true;
-}
+using support::Measure;
+using support::strikesInPlace;
 
 // ---- Limits ------------------------------------------------------------------------------------
-
-struct Measure {
-  Status status;
-  std::uint64_t (*measured)(const AMFVerifyResult&);
-  void (*set)(AMFVerifyLimits&, std::uint64_t);
-};
-
-const Measure kMeasures[] = {
-    {Status::nodeLimit, [](const AMFVerifyResult& r) { return r.nodes; },
-     [](AMFVerifyLimits& l, std::uint64_t v) { l.maxNodes = v; }},
-    {Status::treeLimit, [](const AMFVerifyResult& r) { return r.treeBytes; },
-     [](AMFVerifyLimits& l, std::uint64_t v) { l.maxTreeBytes = v; }},
-    {Status::depthLimit, [](const AMFVerifyResult& r) -> std::uint64_t { return r.depth; },
-     [](AMFVerifyLimits& l, std::uint64_t v) { l.maxDepth = static_cast<std::uint32_t>(v); }},
-    {Status::copyLimit, [](const AMFVerifyResult& r) { return r.copiedBytes; },
-     [](AMFVerifyLimits& l, std::uint64_t v) { l.maxCopiedBytes = v; }},
-    {Status::switchedReferenceLimit,
-     [](const AMFVerifyResult& r) -> std::uint64_t { return r.switchedReferences; },
-     [](AMFVerifyLimits& l, std::uint64_t v) {
-       l.maxSwitchedReferences = static_cast<std::uint32_t>(v);
-     }},
-};
-
-// Where the sum over the first bytes passes the limit: found by halving, because it never shrinks.
-std::size_t crossing(const std::string& packet, const Measure& measure, std::uint64_t limit) {
-  std::size_t below = 0, above = packet.size();
-  while (below < above) {
-    const std::size_t middle = below + (above - below) / 2;
-    const AMFVerifyResult cut = verifyPacket(packet.data(), middle, AMFVerifyLimits::unlimited());
-    if (measure.measured(cut) > limit) {
-      above = middle;
-    } else {
-      below = middle + 1;
-    }
-  }
-  return above;
-}
 
 bool tryLimit(const std::string& packet, Dice& dice, Counts& counts) {
   const AMFVerifyLimits unlimited = AMFVerifyLimits::unlimited();
@@ -211,17 +49,7 @@ bool tryLimit(const std::string& packet, Dice& dice, Counts& counts) {
         whole.status);
   if (measured == 0) return true;
   const std::uint64_t limit = dice.oneIn(2) ? measured - 1 : dice.next() % measured;
-  measure.set(limits, limit);
-  const AMFVerifyResult struck = verifyPacket(packet.data(), packet.size(), limits);
-  ++counts.statuses[struck.status];
-  AGREE("status above the limit", struck.status, measure.status);
-  const std::size_t expected = crossing(packet, measure, limit);
-  // An AMF0 name counts once the byte behind it is known.
-  const AMFVerifyResult before = verifyPacket(packet.data(), struck.offset, unlimited);
-  const bool lookedAhead =
-      expected == struck.offset + 1 && before.offset == struck.offset && before.needed == 1;
-  if (!lookedAhead) AGREE("offset of the limit", struck.offset, expected);
-  return true;
+  return strikesInPlace(packet, measure, limit, counts);
 }
 
 bool tryStringLimit(const std::string& packet, Dice& dice, Counts& counts) {
@@ -299,7 +127,7 @@ void report(const Counts& counts, std::uint64_t packets, double seconds) {
                 describe(status.first));
   }
   for (const auto& text : counts.texts) {
-    std::printf("%12llu  %s\n", static_cast<unsigned long long>(text.second), text.first.c_str());
+    std::printf("%12llu  %s\n", static_cast<unsigned long long>(text.second), text.first);
   }
   std::printf("%zu texts\n", counts.texts.size());
 }
@@ -318,11 +146,11 @@ int main(int argc, char** argv) {
   const std::string warm = support::hex(
       "0000 0000 0001 0000 0000 FFFFFFFF 0A 00000002 0A 00000000 11 0A 13 03 'C' 03 'a' 01");
   Counts counts;
-  if (!compare(protocol, warm, counts)) return 1;
+  if (!support::agree(protocol, warm, counts)) return 1;
   counts = Counts();
 
   for (const std::string& packet : largePackets()) {
-    if (!compare(protocol, packet, counts)) return 1;
+    if (!support::agree(protocol, packet, counts)) return 1;
   }
   if (counts.statuses.size() != 1) return 1;
   std::printf("large packets: heap of the tree %.3f to %.3f of what was said\n", counts.loosest,
@@ -336,7 +164,7 @@ int main(int argc, char** argv) {
     const std::string& packet = generator.next();
     const std::uint64_t blocks = liveBlocks;
     const std::size_t entries = counts.texts.size() + counts.statuses.size();
-    bool same = compare(protocol, packet, counts);
+    bool same = support::agree(protocol, packet, counts);
     const std::uint64_t noted = counts.texts.size() + counts.statuses.size() - entries;
     if (same && noted == 0 && liveBlocks != blocks)
       same = differ("live blocks", blocks, liveBlocks);

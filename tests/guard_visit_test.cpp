@@ -12,6 +12,7 @@
 
 #include "support/guard_generator.h"
 #include "support/guard_packets.h"
+#include "support/same_result.h"
 
 using namespace support;
 using Kind = AMFFieldKind;
@@ -126,16 +127,6 @@ TEST(GuardVisit, TellsTheEnvelope) {
       "responseUri@21+0 "
       "declaredLength@21=4294967295 marker0@25=5",
       recorder.line(0));
-}
-
-bool same(const AMFVerifyResult& a, const AMFVerifyResult& b) {
-  return a.status == b.status && a.message == b.message && a.offset == b.offset &&
-         a.consumed == b.consumed && a.needed == b.needed && a.section == b.section &&
-         a.nodes == b.nodes && a.treeBytes == b.treeBytes && a.copiedNodes == b.copiedNodes &&
-         a.copiedBytes == b.copiedBytes && a.stringBytes == b.stringBytes &&
-         a.rawBytes == b.rawBytes && a.depth == b.depth && a.references == b.references &&
-         a.switchedReferences == b.switchedReferences && a.lengthMismatches == b.lengthMismatches &&
-         a.headers == b.headers && a.messages == b.messages;
 }
 
 TEST(GuardVisit, SaysTheSameAndCoversEveryByteOnce) {

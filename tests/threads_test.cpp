@@ -3,8 +3,10 @@
 // Separate protocol objects on separate threads at once: the texts are those of one thread. Meant
 // for the thread sanitizer too.
 #include <AMF2JSON.h>
+#include <AMFGuard.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <ctime>
@@ -15,8 +17,11 @@
 #include <utility>
 #include <vector>
 
+#include "support/guard_generator.h"
+#include "support/guard_packets.h"
 #include "support/hex.h"
 #include "support/packet_generator.h"
+#include "support/same_result.h"
 #include "support/same_tree.h"
 
 namespace {
@@ -164,6 +169,27 @@ TEST(Threads, TreesChangeHands) {
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(taken, 2 * list.size());
   EXPECT_EQ(different, 0u);
+}
+
+// The guard keeps no state: two threads find what one does, also in bytes both look at.
+TEST(Threads, ChecksAgree) {
+  std::vector<std::string> packets;
+  support::GuardGenerator generator(77);
+  for (int i = 0; i < 3000; ++i) packets.push_back(generator.next());
+  packets.push_back(support::doubling0(200));
+  packets.push_back(support::packetWith(support::repeat(support::hex("0A 00000001"), 900)));
+  const auto check = [&packets](std::vector<AMFVerifyResult>& results) {
+    for (const std::string& packet : packets) {
+      results.push_back(support::verify(packet, AMFVerifyLimits::unlimited()));
+    }
+  };
+  std::vector<AMFVerifyResult> alone, first, second;
+  check(alone);
+  std::thread other(check, std::ref(first));
+  check(second);
+  other.join();
+  EXPECT_TRUE(std::equal(alone.begin(), alone.end(), first.begin(), first.end(), support::same));
+  EXPECT_TRUE(std::equal(alone.begin(), alone.end(), second.begin(), second.end(), support::same));
 }
 
 INSTANTIATE_TEST_SUITE_P(All, ThreadsWithZones, testing::ValuesIn(kRows),

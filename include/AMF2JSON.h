@@ -128,13 +128,21 @@ class AMF2JSON_API AMFNode {
   AMFNode& operator=(const AMFNode&) = delete;
 
   /// @{ Nodes come from a pool, a chunk at a time. Each is still an object of its own, which anyone
-  /// may delete, on any thread; a host's classes derived from nodes need do nothing for it.
+  /// may delete, on any thread; a host's classes derived from nodes need do nothing for it. Memory
+  /// goes back by the chunk: one node that is kept holds the 64 KiB it stands in, and what a thread
+  /// handed to others to delete, it uses again or returns only when it makes or deletes nodes, or
+  /// ends. To keep a small part of a large tree, keep its clone().
   static void* operator new(std::size_t size);
   static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
   static void* operator new(std::size_t size, std::align_val_t alignment);
+  static void* operator new(std::size_t size, std::align_val_t alignment,
+                            const std::nothrow_t&) noexcept;
   static void* operator new(std::size_t, void* place) noexcept { return place; }
   static void operator delete(void* node, std::size_t size) noexcept;
-  static void operator delete(void* node, std::size_t size, std::align_val_t alignment) noexcept;
+  static void operator delete(void* node, const std::nothrow_t&) noexcept;
+  static void operator delete(void* node, std::align_val_t alignment) noexcept;
+  static void operator delete(void* node, std::align_val_t alignment,
+                              const std::nothrow_t&) noexcept;
   static void operator delete(void*, void*) noexcept {}
   /// @}
 

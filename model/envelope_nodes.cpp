@@ -3,6 +3,7 @@
 // The nodes of the envelope: header, message, package. Tested by tests/model_test.cpp.
 #include "AMF2JSON.h"
 #include "model/attach.h"
+#include "model/drop.h"
 
 AMFHeader::AMFHeader(AMFNode* nodeParent) : AMFPair(AMF_VERSION_0, nodeParent, AMF_HEADER) {}
 AMFHeader::AMFHeader(AMFString* ownName, AMFNode* ownValue) noexcept
@@ -36,9 +37,10 @@ AMFMessage::AMFMessage(const AMFMessage& source) : AMFNode(source), length(sourc
 }
 
 AMFMessage::~AMFMessage() {
-  delete targetUri;
-  delete responseUri;
-  delete value;
+  model::Dropper dropper;
+  dropper.drop(targetUri);
+  dropper.drop(responseUri);
+  dropper.drop(value);
 }
 AMFMessage* AMFMessage::clone() const {
   return new AMFMessage(*this);

@@ -4,6 +4,7 @@
 // tests/model_test.cpp.
 #include "AMF2JSON.h"
 #include "model/attach.h"
+#include "model/drop.h"
 
 AMFNode::AMFNode(AMFType kind, AMFVersion nodeVersion, AMFNode* nodeParent)
     : parent(nodeParent), type(kind), version(nodeVersion) {}
@@ -21,7 +22,7 @@ AMFNode::AMFNode(const AMFNode& source) : AMFNode(source.type, source.version, n
 }
 
 AMFNode::~AMFNode() {
-  for (auto child = children.rbegin(); child != children.rend(); ++child) delete *child;
+  if (!children.empty()) model::Dropper().dropChildren(*this);
 }
 
 void AMFNode::appendChild(AMFNode* node, bool copy) {

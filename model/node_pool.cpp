@@ -13,39 +13,26 @@
 
 // AMF2JSON_NODE_POOL: 1 on, 0 off; without it the pool is on unless a tool wants to see single
 // blocks.
-#if defined(__SANITIZE_ADDRESS__)
-#define AMF2JSON_ADDRESS_SANITIZER 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define AMF2JSON_ADDRESS_SANITIZER 1
-#endif
-#endif
-
 #if defined(AMF2JSON_ADDRESS_SANITIZER)
-#include <sanitizer/asan_interface.h>
 #include <sanitizer/lsan_interface.h>
 #endif
 
 namespace {
 
-constexpr std::size_t kChunkBytes = 65536;
+using model::Cutter;
+using model::kChunkBytes;
+using model::kPieceAlignment;
+using model::poison;
+using model::unpoison;
+
 constexpr std::size_t kKeptChunksMax = 256;  // 16 MiB
 constexpr std::size_t kShrunkChunks = 64;    // 4 MiB
-constexpr std::size_t kPieceAlignment = 8;
-static_assert(alignof(AMFDouble) <= kPieceAlignment && alignof(AMFPackage) <= kPieceAlignment,
-              "a piece fits any node");
 // What a host's class may ask for without being over-aligned.
 constexpr std::size_t kNewAlignment = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
 static_assert(kNewAlignment == kPieceAlignment || kNewAlignment == 2 * kPieceAlignment,
               "one step of kPieceAlignment reaches it");
 
 #if defined(AMF2JSON_ADDRESS_SANITIZER)
-void poison(void* bytes, std::size_t count) {
-  ASAN_POISON_MEMORY_REGION(bytes, count);
-}
-void unpoison(void* bytes, std::size_t count) {
-  ASAN_UNPOISON_MEMORY_REGION(bytes, count);
-}
 // The lists of children that nodes hold are not leaked while the nodes live.
 void watchForLeaks(const void* bytes, std::size_t count) {
   __lsan_register_root_region(bytes, count);
@@ -54,8 +41,6 @@ void unwatchForLeaks(const void* bytes, std::size_t count) {
   __lsan_unregister_root_region(bytes, count);
 }
 #else
-void poison(void*, std::size_t) {}
-void unpoison(void*, std::size_t) {}
 void watchForLeaks(const void*, std::size_t) {}
 void unwatchForLeaks(const void*, std::size_t) {}
 #endif
@@ -73,30 +58,19 @@ constexpr std::int32_t kOwned = std::int32_t{1} << 30;
 struct Chunk {
   std::atomic<HeapId> owner;
   std::atomic<std::int32_t> balance;  // kOwned less what other threads gave back; nobody's: in use
-  std::int32_t live = 0;              // cut less given back by the owner; the owner's alone
+  std::int32_t live = 0;              // as in Cutter, where the chunk is not the current one
   Chunk* next = nullptr;              // in one of the owner's lists
   Chunk* previous = nullptr;
-  char* free = nullptr;  // the first byte that has not been cut
 
-  Chunk(HeapId heap, std::int32_t start) : owner(heap), balance(start) { restart(); }
+  Chunk(HeapId heap, std::int32_t start) : owner(heap), balance(start) { poisonAll(); }
 
   char* begin() { return reinterpret_cast<char*>(this) + sizeof(Chunk); }
   char* end() { return reinterpret_cast<char*>(this) + kChunkBytes; }
-  std::size_t left() { return static_cast<std::size_t>(end() - free); }
-  void restart() {
-    free = begin();
-    poison(free, left());
+  void poisonAll() { poison(begin(), kChunkBytes - sizeof(Chunk)); }
+  // With so many pieces live, by the owner's count.
+  bool isEmpty(std::int32_t count) const {
+    return count == kOwned - balance.load(std::memory_order_relaxed);
   }
-  bool hasRoom(std::size_t size) { return left() >= size + 2 * kPieceAlignment; }
-  char* cut(std::size_t size) {
-    // The size of a class is a multiple of its alignment, so it tells where 8 will do.
-    if (size % kNewAlignment == 0) free += reinterpret_cast<std::uintptr_t>(free) % kNewAlignment;
-    char* const piece = free;
-    free += (size + kPieceAlignment - 1) & ~(kPieceAlignment - 1);
-    unpoison(piece, size);
-    return piece;
-  }
-  bool isEmpty() const { return live == kOwned - balance.load(std::memory_order_relaxed); }
 };
 static_assert(sizeof(Chunk) % kPieceAlignment == 0, "the first piece is aligned");
 
@@ -124,9 +98,11 @@ std::atomic<std::uintptr_t> foreignReturns{0};
 // What a thread owns. Constant-initialized and without a destructor, so that a thread's first look
 // costs nothing; HeapEnd below lets go of it.
 struct Heap {
+  Cutter cutter;
   Chunk* current = nullptr;
   Chunk* full = nullptr;   // doubly linked
   Chunk* empty = nullptr;  // a stack
+  Chunk* late = nullptr;   // the last one taken after the end, may have gone
   std::size_t fullCount = 0;
   std::size_t emptyCount = 0;
   std::size_t renewals = 0;  // of `current`, since the last look at what other threads gave back
@@ -136,30 +112,41 @@ struct Heap {
   bool hasEnded = false;
 
   void* take(std::size_t size) {
-    if (!current || !current->hasRoom(size)) {
-      if (hasEnded) return takeFromSystem(kNobody, 1)->cut(size);  // a late node has a chunk alone
+    // The size of a class is a multiple of its alignment, so it tells where 8 will do.
+    const bool isWide = size % kNewAlignment == 0;
+    if (!cutter.hasRoom(size + (isWide ? kNewAlignment - kPieceAlignment : 0))) {
+      if (hasEnded) return takeLate(size);
       renew();
     }
-    ++current->live;
-    return current->cut(size);
+    if (isWide) cutter.free += reinterpret_cast<std::uintptr_t>(cutter.free) % kNewAlignment;
+    return cutter.cut(size);
   }
 
-  // Puts a chunk with room in `current`. When memory fails nothing has changed.
+  // A late node has a chunk alone, which is nobody's.
+  void* takeLate(std::size_t size) {
+    char* const piece = (late = takeFromSystem(kNobody, 1))->begin();
+    unpoison(piece, size);
+    return piece;
+  }
+
+  // Puts an empty chunk in `current`. When memory fails nothing has changed.
   void renew();
 
-  // A piece of one of our chunks.
-  void give(Chunk* chunk) noexcept {
-    --chunk->live;
-    if (chunk->isEmpty()) settle(chunk);
+  // Pieces of one of our chunks.
+  void give(Chunk* chunk, std::int32_t count) noexcept {
+    std::int32_t& live = chunk == current ? cutter.live : chunk->live;
+    live -= count;
+    if (chunk->isEmpty(live)) settle(chunk);
   }
 
   void settle(Chunk* chunk) noexcept {
     // Acquires what others did with their pieces.
     static_cast<void>(chunk->balance.load(std::memory_order_acquire));
-    chunk->live = 0;
     chunk->balance.store(kOwned, std::memory_order_relaxed);
-    chunk->restart();
+    chunk->live = 0;
+    chunk->poisonAll();
     if (chunk == current) {
+      cutter = {chunk->begin(), chunk->end(), 0};
       // The thread may need no further chunk for long: what it handed away falls back here too.
       ++renewals;
       if (full) collect();
@@ -196,7 +183,7 @@ struct Heap {
     renewals = 0;
     for (Chunk* chunk = full; chunk;) {
       Chunk* const next = chunk->next;
-      if (chunk->isEmpty()) settle(chunk);
+      if (chunk->isEmpty(chunk->live)) settle(chunk);
       chunk = next;
     }
   }
@@ -231,8 +218,23 @@ struct Heap {
       unlink(chunk);
       disown(chunk);
     }
-    if (current) disown(current);
+    if (current) {
+      current->live = cutter.live;
+      disown(current);
+    }
     current = nullptr;
+    cutter = {};
+  }
+
+  // Whether an object, which may be no piece, is one that this thread took.
+  bool took(void* object) const noexcept {
+    if (late && object == late->begin()) return true;
+    const Chunk* const its = chunkOf(object);  // only an address, so far
+    if (its == current) return true;
+    for (const Chunk* chunk = full; chunk; chunk = chunk->next) {
+      if (chunk == its) return true;
+    }
+    return false;
   }
 };
 
@@ -257,12 +259,16 @@ void Heap::renew() {
   ++renewals;
   if (!empty) collect();
   Chunk* const fresh = empty ? popEmpty() : takeFromSystem(id, kOwned);
-  if (current) link(current);
+  if (current) {
+    current->live = cutter.live;
+    link(current);
+  }
   current = fresh;
+  cutter = {fresh->begin(), fresh->end(), 0};
 }
 
-void giveForeign(Chunk* chunk) noexcept {
-  const bool isLast = chunk->balance.fetch_sub(1, std::memory_order_acq_rel) == 1;
+void giveForeign(Chunk* chunk, std::int32_t count) noexcept {
+  const bool isLast = chunk->balance.fetch_sub(count, std::memory_order_acq_rel) == count;
   // After the balance, so that who sees this number finds the piece given back.
   foreignReturns.fetch_add(1, std::memory_order_release);
   if (isLast) giveToSystem(chunk);
@@ -289,53 +295,27 @@ bool poolIsOn() {
 }
 #endif
 
-// `size` is the object's own; `bytes` more stand behind it.
-void* takePiece(std::size_t size, std::size_t bytes) {
-  return size <= model::kObjectMax && poolIsOn() ? heap.take(size + bytes)
-                                                 : ::operator new(size + bytes);
+void* takePiece(std::size_t size) {
+  return size <= model::kObjectMax && poolIsOn() ? heap.take(size) : ::operator new(size);
 }
 
 void givePiece(void* piece, std::size_t size) noexcept {
   if (!piece) return;
   if (size > model::kObjectMax || !poolIsOn()) return ::operator delete(piece);
-  Chunk* const chunk = chunkOf(piece);
   poison(piece, size);
-  if (chunk->owner.load(std::memory_order_relaxed) == heap.id) {
-    heap.give(chunk);
-  } else {
-    giveForeign(chunk);
-  }
+  model::givePieces(piece, 1);
 }
 
 const char* bytesBehind(const void* node, std::size_t size) {
   return static_cast<const char*>(node) + size;
 }
 
-bool fitBehind(const char* bytes, std::uint32_t count) {
-  return bytes && count > 0 && count <= model::kBytesMax && poolIsOn();
-}
-
-template <class Node>
-std::unique_ptr<Node> makeBytes(AMFVersion version, const char* bytes, std::uint32_t count) {
-  if (!fitBehind(bytes, count)) {
-    auto node = std::make_unique<Node>(version);
-    node->setValue(bytes, count);
-    return node;
-  }
-  void* const piece = takePiece(sizeof(Node), count);
-  std::unique_ptr<Node> node(::new (piece) Node(version));
-  node->data = static_cast<char*>(piece) + sizeof(Node);
-  node->length = count;
-  std::memcpy(node->data, bytes, count);
-  return node;
-}
-
 template <class Node>
 std::unique_ptr<Node> copyBytes(const Node& source) {
-  if (!fitBehind(source.data, source.length) || !source.children.empty()) {
+  if (!source.children.empty() || (!source.data && source.length != 0)) {
     return std::make_unique<Node>(source);
   }
-  auto copy = makeBytes<Node>(source.version, source.data, source.length);
+  auto copy = heap.cutter.makeBytes<Node>(source.version, source.data, source.length);
   copy->type = source.type;
   copy->referenceIndex = source.referenceIndex;
   copy->complete = source.complete;
@@ -345,7 +325,7 @@ std::unique_ptr<Node> copyBytes(const Node& source) {
 }  // namespace
 
 void* AMFNode::operator new(std::size_t size) {
-  return takePiece(size, 0);
+  return takePiece(size);
 }
 void AMFNode::operator delete(void* node, std::size_t size) noexcept {
   givePiece(node, size);
@@ -353,29 +333,59 @@ void AMFNode::operator delete(void* node, std::size_t size) noexcept {
 
 void* AMFNode::operator new(std::size_t size, const std::nothrow_t&) noexcept {
   try {
-    return takePiece(size, 0);
+    return takePiece(size);
   } catch (const std::bad_alloc&) {
     return nullptr;
   }
+}
+// Only for what a constructor refused, and so without a size: in the thread that took the piece.
+void AMFNode::operator delete(void* node, const std::nothrow_t&) noexcept {
+  if (poolIsOn() && heap.took(node)) return model::givePieces(node, 1);
+  ::operator delete(node);
 }
 
 void* AMFNode::operator new(std::size_t size, std::align_val_t alignment) {
   return ::operator new(size, alignment);
 }
-void AMFNode::operator delete(void* node, std::size_t, std::align_val_t alignment) noexcept {
+void* AMFNode::operator new(std::size_t size, std::align_val_t alignment,
+                            const std::nothrow_t&) noexcept {
+  return ::operator new(size, alignment, std::nothrow);
+}
+void AMFNode::operator delete(void* node, std::align_val_t alignment) noexcept {
+  ::operator delete(node, alignment);
+}
+void AMFNode::operator delete(void* node, std::align_val_t alignment,
+                              const std::nothrow_t&) noexcept {
   ::operator delete(node, alignment);
 }
 
 namespace model {
 
+Cutter& cutterOfThisThread() noexcept {
+  return heap.cutter;
+}
+
+void* takeFromNextChunk(std::size_t size) {
+  return poolIsOn() ? heap.take(size) : nullptr;
+}
+
+void givePieces(void* piece, std::int32_t count) noexcept {
+  Chunk* const chunk = chunkOf(piece);
+  if (chunk->owner.load(std::memory_order_relaxed) == heap.id) {
+    heap.give(chunk, count);
+  } else {
+    giveForeign(chunk, count);
+  }
+}
+
 std::unique_ptr<AMFString> makeString(AMFVersion version, const char* bytes, std::uint32_t count) {
-  return makeBytes<AMFString>(version, bytes, count);
+  return heap.cutter.makeBytes<AMFString>(version, bytes, count);
 }
 std::unique_ptr<AMFRaw> makeRaw(AMFVersion version, const char* bytes, std::uint32_t count) {
-  return makeBytes<AMFRaw>(version, bytes, count);
+  return heap.cutter.makeBytes<AMFRaw>(version, bytes, count);
 }
 std::unique_ptr<AMFXML> makeXML(AMFVersion version, const char* bytes, std::uint32_t count) {
-  return makeBytes<AMFXML>(version, bytes, count);
+  return heap.cutter.makeBytes<AMFXML>(version, bytes, count);
 }
 
 std::unique_ptr<AMFString> copyBytesNode(const AMFString& source) {

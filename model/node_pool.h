@@ -34,16 +34,89 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <memory>
+#include <new>
 
 #include "AMF2JSON.h"
 
+#if defined(__SANITIZE_ADDRESS__)
+#define AMF2JSON_ADDRESS_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define AMF2JSON_ADDRESS_SANITIZER 1
+#endif
+#endif
+
+#if defined(AMF2JSON_ADDRESS_SANITIZER)
+#include <sanitizer/asan_interface.h>
+#endif
+
 namespace model {
 
+constexpr std::size_t kChunkBytes = 65536;
+constexpr std::size_t kPieceAlignment = 8;
 constexpr std::size_t kObjectMax = 1024;
 constexpr std::size_t kBytesMax = 2048;
 
-// New nodes with a copy of `count` bytes; where they are few they stand right behind the node.
+#if defined(AMF2JSON_ADDRESS_SANITIZER)
+inline void poison(void* bytes, std::size_t count) {
+  ASAN_POISON_MEMORY_REGION(bytes, count);
+}
+inline void unpoison(void* bytes, std::size_t count) {
+  ASAN_UNPOISON_MEMORY_REGION(bytes, count);
+}
+#else
+inline void poison(void*, std::size_t) {}
+inline void unpoison(void*, std::size_t) {}
+#endif
+
+// What has not been cut yet of a thread's current chunk; nothing where there is no chunk. Nodes of
+// the library are cut here, everything else goes through AMFNode's operator new.
+struct Cutter {
+  char* free = nullptr;
+  char* end = nullptr;
+  std::int32_t live = 0;  // pieces of the current chunk: cut, less given back by its thread
+
+  static constexpr std::size_t rounded(std::size_t size) {
+    return (size + kPieceAlignment - 1) & ~(kPieceAlignment - 1);
+  }
+  bool hasRoom(std::size_t size) const {
+    return static_cast<std::size_t>(end - free) >= rounded(size);
+  }
+  // Only where there is room.
+  void* cut(std::size_t size) {
+    char* const piece = free;
+    free += rounded(size);
+    ++live;
+    unpoison(piece, size);
+    return piece;
+  }
+  template <class Node>
+  void* take() {
+    static_assert(alignof(Node) <= kPieceAlignment && sizeof(Node) <= kObjectMax, "fits a piece");
+    return hasRoom(sizeof(Node)) ? cut(sizeof(Node)) : AMFNode::operator new(sizeof(Node));
+  }
+  template <class Node>
+  std::unique_ptr<Node> make(AMFVersion version) {
+    return std::unique_ptr<Node>(::new (take<Node>()) Node(version));
+  }
+  // A node with a copy of the bytes, right behind it where they are few and there are chunks.
+  template <class Node>
+  std::unique_ptr<Node> makeBytes(AMFVersion version, const char* bytes, std::uint32_t count);
+};
+
+// The cutter of the calling thread. It stays where it is as long as the thread.
+Cutter& cutterOfThisThread() noexcept;
+
+// A piece of the next chunk; null where there are no chunks.
+void* takeFromNextChunk(std::size_t size);
+
+// Gives back `count` pieces of the chunk that `piece` stands in.
+void givePieces(void* piece, std::int32_t count) noexcept;
+
+// As Cutter::makeBytes.
 std::unique_ptr<AMFString> makeString(AMFVersion version, const char* bytes, std::uint32_t count);
 std::unique_ptr<AMFRaw> makeRaw(AMFVersion version, const char* bytes, std::uint32_t count);
 std::unique_ptr<AMFXML> makeXML(AMFVersion version, const char* bytes, std::uint32_t count);
@@ -53,12 +126,60 @@ std::unique_ptr<AMFString> copyBytesNode(const AMFString& source);
 std::unique_ptr<AMFRaw> copyBytesNode(const AMFRaw& source);
 std::unique_ptr<AMFXML> copyBytesNode(const AMFXML& source);
 
+// Whether nodes come from chunks in this process.
+bool isPoolOn() noexcept;
+
 // Frees a node's bytes, unless they stand behind it and go with it.
 void releaseBytes(const AMFRaw* node) noexcept;
 
-// For tests: whether nodes come from chunks in this process, and this thread's chunks (in use and
-// kept).
-bool isPoolOn() noexcept;
+// For tests: this thread's chunks, in use and kept.
 std::size_t chunksOfThisThread() noexcept;
+
+// A short copy without a call: most texts are short.
+inline void copyShort(char* to, const char* from, std::uint32_t count) {
+  if (count > 32) {
+    std::memcpy(to, from, count);
+  } else if (count >= 16) {
+    std::memcpy(to, from, 16);
+    std::memcpy(to + count - 16, from + count - 16, 16);
+  } else if (count >= 8) {
+    std::memcpy(to, from, 8);
+    std::memcpy(to + count - 8, from + count - 8, 8);
+  } else if (count >= 4) {
+    std::memcpy(to, from, 4);
+    std::memcpy(to + count - 4, from + count - 4, 4);
+  } else {
+    for (std::uint32_t i = 0; i < count; ++i) to[i] = from[i];
+  }
+}
+
+template <class Node>
+std::unique_ptr<Node> Cutter::makeBytes(AMFVersion version, const char* bytes,
+                                        std::uint32_t count) {
+  void* piece = nullptr;
+  if (bytes && count > 0 && count <= kBytesMax) {
+    const std::size_t size = sizeof(Node) + count;
+    piece = hasRoom(size) ? cut(size) : takeFromNextChunk(size);
+  }
+  if (!piece) {
+    auto node = make<Node>(version);
+    if (count > 0) node->AMFRaw::setValue(bytes, count);
+    return node;
+  }
+  std::unique_ptr<Node> node(::new (piece) Node(version));
+  node->data = static_cast<char*>(piece) + sizeof(Node);
+  node->length = count;
+  copyShort(node->data, bytes, count);
+  return node;
+}
+
+// A copy of a string that stands alone, as those that are read do.
+inline std::unique_ptr<AMFString> copyPlain(Cutter& cutter, const AMFString& source) {
+  auto copy = cutter.makeBytes<AMFString>(source.version, source.data, source.length);
+  copy->type = source.type;
+  copy->referenceIndex = source.referenceIndex;
+  copy->complete = source.complete;
+  return copy;
+}
 
 }  // namespace model

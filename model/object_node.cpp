@@ -3,6 +3,7 @@
 // AMFObject: a class name and a list of pairs. Tested by tests/model_test.cpp.
 #include "AMF2JSON.h"
 #include "model/attach.h"
+#include "model/drop.h"
 
 AMFObject::AMFObject(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_OBJECT, nodeVersion, nodeParent), className(new AMFString(nodeVersion)) {}
@@ -19,7 +20,7 @@ AMFObject::AMFObject(const AMFObject& source)
       className(model::copyOf(source.className).release()) {}
 
 AMFObject::~AMFObject() {
-  delete className;
+  model::Dropper().drop(className);
 }
 AMFObject* AMFObject::clone() const {
   return new AMFObject(*this);

@@ -3,6 +3,7 @@
 // AMFPair: a name and a value. Tested by tests/model_test.cpp.
 #include "AMF2JSON.h"
 #include "model/attach.h"
+#include "model/drop.h"
 
 AMFPair::AMFPair(AMFVersion nodeVersion, AMFNode* nodeParent, AMFType kind)
     : AMFNode(kind, nodeVersion, nodeParent) {
@@ -22,8 +23,9 @@ AMFPair::AMFPair(const AMFPair& source) : AMFNode(source) {
 }
 
 AMFPair::~AMFPair() {
-  delete name;
-  delete value;
+  model::Dropper dropper;
+  dropper.drop(name);
+  dropper.drop(value);
 }
 AMFPair* AMFPair::clone() const {
   return new AMFPair(*this);

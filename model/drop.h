@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Deletes trees fast. Where a node is exactly of one of the library's classes, what it owns is
+// released without virtual calls, and the pieces of one chunk are given back together; a host's
+// class is deleted as usual. Used by all destructors of nodes; the order is theirs.
+#pragma once
+
+#include <typeinfo>
+
+#include "AMF2JSON.h"
+#include "model/node_pool.h"
+
+namespace model {
+
+class Dropper {
+ public:
+  Dropper() = default;
+  ~Dropper() { giveHeld(); }
+  Dropper(const Dropper&) = delete;
+  Dropper& operator=(const Dropper&) = delete;
+
+  // As `delete node`.
+  void drop(AMFNode* node) noexcept;
+  // As the destructor of AMFNode: last first.
+  void dropChildren(AMFNode& node) noexcept;
+
+ private:
+  // The storage goes without a destructor's run: that has nothing left to do.
+  template <class Node>
+  void end(Node* node) noexcept;
+  void give(void* piece, std::size_t size) noexcept;
+  void giveHeld() noexcept {
+    if (count > 0) givePieces(held, count);
+    count = 0;
+  }
+
+  const bool isPooled = isPoolOn();
+  void* held = nullptr;  // a piece of the chunk that `count` pieces are to be given back to
+  std::int32_t count = 0;
+};
+
+}  // namespace model

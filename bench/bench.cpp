@@ -6,6 +6,8 @@
 //   render-json/rows3       getPackageInJSON(true)
 //   render-js/rows3         getPackageInJS(true), up to the output limit
 //   encode/rows3            compile and clean
+//   verify/rows3            verifyPacket, without limits
+//   whole/rows3             an object made, the packet verified, parsed, shown as JSON, all freed
 //   floor-memcpy/rows3      copies the packet
 //   floor-malloc/rows3      allocates and frees the blocks of the tree
 //   floor-append-json/rows3 appends as much text as render-json, 20 bytes at a time
@@ -13,6 +15,7 @@
 //
 // script/bench puts them into a table of ratios.
 #include <AMF2JSON.h>
+#include <AMFGuard.h>
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -82,6 +85,27 @@ void encode(benchmark::State& state, const std::string& packet) {
   setBytes(state, packet.size());
 }
 
+void verify(benchmark::State& state, const std::string& packet) {
+  const AMFVerifyLimits limits = AMFVerifyLimits::unlimited();
+  for (auto round : state) {
+    static_cast<void>(round);
+    const AMFVerifyResult result = verifyPacket(packet.data(), packet.size(), limits);
+    consume(&result);
+  }
+  setBytes(state, packet.size());
+}
+
+void whole(benchmark::State& state, const std::string& packet) {
+  const AMFVerifyLimits limits = AMFVerifyLimits::unlimited();
+  for (auto round : state) {
+    static_cast<void>(round);
+    AMFProtocol protocol;
+    consume(parseVerified(protocol, packet.data(), packet.size(), limits));
+    consume(protocol.getPackageInJSON(true).data());
+  }
+  setBytes(state, packet.size());
+}
+
 void floorMemcpy(benchmark::State& state, const std::string& packet) {
   std::string copy(packet.size(), '\0');
   for (auto round : state) {
@@ -136,6 +160,8 @@ const Direction kDirections[] = {
     {"render-json", renderJson},
     {"render-js", renderJs},
     {"encode", encode},
+    {"verify", verify},
+    {"whole", whole},
     {"floor-memcpy", floorMemcpy},
     {"floor-malloc", floorMalloc},
     {"floor-append-json", floorAppendJson},

@@ -114,14 +114,14 @@ void row3(Writer& w, unsigned row, bool withReferences) {
   w.u8(0x01);
 }
 
-std::string rows3(bool withReferences) {
+std::string rows3(unsigned rows, bool withReferences) {
   Writer w(withReferences);
   w.begin(3, "shop.list");
   w.u8(0x11);
   w.u8(0x09);
-  w.u29(kRows << 1 | 1);
+  w.u29(rows << 1 | 1);
   w.u29(1);
-  for (unsigned row = 0; row < kRows; ++row) row3(w, row, withReferences);
+  for (unsigned row = 0; row < rows; ++row) row3(w, row, withReferences);
   return w.out;
 }
 
@@ -233,9 +233,18 @@ std::string deep() {
 
 }  // namespace
 
+std::string packetOfRows(unsigned rows) {
+  return rows3(rows, true);
+}
+
 std::vector<Workload> workloads() {
   return {
-      {"rows3", rows3(true)}, {"rows0", rows0()}, {"inline", rows3(false)}, {"small", smallCall()},
-      {"text", texts()},      {"blob", blob()},   {"deep", deep()},
+      {"rows3", rows3(kRows, true)},
+      {"rows0", rows0()},
+      {"inline", rows3(kRows, false)},
+      {"small", smallCall()},
+      {"text", texts()},
+      {"blob", blob()},
+      {"deep", deep()},
   };
 }

@@ -21,4 +21,7 @@ struct Workload {
 /// deep    200 levels of AMF0 objects
 std::vector<Workload> workloads();
 
+/// The packet of rows3 with so many of its objects.
+std::string packetOfRows(unsigned rows);
+
 #endif  // BENCH_WORKLOADS_H

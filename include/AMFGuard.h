@@ -235,9 +235,9 @@ struct AMF2JSON_API AMFVerifyField {
   std::size_t length;   ///< bytes; may be 0 for texts and byte arrays, is 0 from `end` on
   std::uint64_t value;  ///< of whole numbers, decoded; of entries, the index; else 0
   std::uint32_t depth;  ///< objects and arrays that are open
-  /// Of `length`, `head` and `reference3`: the kind of the text or bytes that they announce or refer
-  /// to, headerName to byteArray; timeMs for a date. Of everything else, arrays and objects among
-  /// it, `kind` itself.
+  /// Of `length`, `head` and `reference3`: the kind of the text or bytes that they announce or
+  /// refer to, headerName to byteArray; timeMs for a date. Of everything else, arrays and objects
+  /// among it, `kind` itself.
   AMFFieldKind of;
 };
 

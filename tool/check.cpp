@@ -3,6 +3,7 @@
 
 #include "tool/packet.h"
 #include "tool/printable.h"
+#include "tool/shared_options.h"
 #include "tool/words.h"
 
 namespace {
@@ -42,7 +43,9 @@ FileResult check(const std::string& file, const Options& options) {
   return result;
 }
 
-void declare(OptionTable&, Options&) {}
+void declare(OptionTable& table, Options& options) {
+  declareForm(table, options);
+}
 
 }  // namespace
 

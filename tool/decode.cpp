@@ -81,6 +81,7 @@ void declare(OptionTable& table, Options& options) {
   table.flag("--compact", options.decode.compact, "No indentation and no line ends");
   table.flag("--exact", options.decode.exact, "The library's text, with nothing escaped");
   table.flag("--local-time", options.localTime, "Dates in the local time zone instead of UTC");
+  declareForm(table, options);
   declareOutput(table, options);
 }
 

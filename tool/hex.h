@@ -12,7 +12,7 @@
 std::string hexByte(char byte);
 
 // "at 13: 00 02 2F 31 | 04 05": up to 16 bytes around `offset`, the number of the first, and a bar
-// at the place. Empty when there are no bytes.
-std::string hexAround(std::string_view bytes, std::size_t offset);
+// at the place. Empty when there are no bytes. The first of `bytes` counts as `firstOffset`.
+std::string hexAround(std::string_view bytes, std::size_t offset, std::size_t firstOffset = 0);
 
 #endif  // AMF2JSON_TOOL_HEX_H

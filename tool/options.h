@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "tool/bare_value.h"
+
 enum class Color { automatic, always, never };
 enum class ErrorFormat { text, json };
 enum class View { json, js, both, script };
@@ -20,6 +22,10 @@ struct DecodeOptions {
   bool exact = false;
 };
 
+struct DumpCommandOptions {
+  bool full = false;
+};
+
 struct Options {
   std::vector<std::string> files = {"-"};
   std::string output = "-";
@@ -28,8 +34,12 @@ struct Options {
   bool localTime = false;
   Color color = Color::automatic;
   ErrorFormat errorFormat = ErrorFormat::text;
+  Form form = Form::packet;  // what the bytes are
+  bool unwrap = false;
+  std::size_t skip = 0;
   AMFVerifyLimits limits;
   DecodeOptions decode;
+  DumpCommandOptions dump;
 };
 
 #endif  // AMF2JSON_TOOL_OPTIONS_H

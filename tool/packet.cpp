@@ -2,9 +2,11 @@
 #include "tool/packet.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "tool/hex.h"
 #include "tool/input.h"
+#include "tool/unwrap.h"
 #include "tool/words.h"
 
 namespace {
@@ -42,7 +44,47 @@ std::string messageOf(const AMFVerifyResult& checked, const AMFVerifyLimits& lim
   }
 }
 
+constexpr std::size_t kEndless = std::numeric_limits<std::size_t>::max();
+
+std::size_t inputLimit(const Options& options) {
+  const std::size_t most = options.limits.maxPacketBytes;
+  if (options.unwrap) return wrappedLimit(most);
+  return most > kEndless - options.skip ? kEndless : most + options.skip;
+}
+
+// Problems of wrappers, as those of the file.
+Unwrapped unwrapFile(const std::string& file, std::string bytes, const Options& options) {
+  // Where something stands in front, a wrapper would soon be taken for a value.
+  const auto isWanted = [&options](std::string_view some) {
+    return options.skip == 0 &&
+           verifyForm(some, options.form, options.limits).status == AMFVerifyStatus::ok;
+  };
+  try {
+    return unwrap(std::move(bytes), options.limits.maxPacketBytes, isWanted);
+  } catch (Problem& problem) {
+    problem.file = file;
+    throw;
+  }
+}
+
+// The problem at `offset` of the packet's bytes.
+void locate(Problem& problem, const Packet& packet, std::size_t offset) {
+  problem.message += packet.inside;
+  problem.file = packet.file;
+  problem.offset = packet.place(offset);
+  problem.bytes = hexAround(packet.own(), *problem.offset - packet.skipped, packet.skipped);
+}
+
 }  // namespace
+
+std::size_t Packet::place(std::size_t offset) const {
+  return offset - std::min(offset, envelopeOf(form).size()) + skipped;
+}
+
+std::size_t wrappedLimit(std::size_t most) {
+  constexpr std::size_t kHead = 65536;  // of an HTTP message
+  return most > kEndless / 8 - kHead ? kEndless : 8 * (most + kHead);
+}
 
 Problem tooLarge(const std::string& file, const std::string& size, std::size_t limit) {
   Problem problem{kOverLimit, describe(AMFVerifyStatus::packetTooLarge), ""};
@@ -53,18 +95,24 @@ Problem tooLarge(const std::string& file, const std::string& size, std::size_t l
 }
 
 Packet readPacket(const std::string& file, const Options& options) {
-  Packet packet{file, readInput(file, options.limits.maxPacketBytes), {}};
-  packet.checked = verifyPacket(packet.bytes.data(), packet.bytes.size(), options.limits);
+  Packet packet{file, readInput(file, inputLimit(options)), {}, options.form};
+  if (options.unwrap) {
+    Unwrapped unwrapped = unwrapFile(file, std::move(packet.bytes), options);
+    packet.bytes = std::move(unwrapped.bytes);
+    packet.inside = insideOf(unwrapped.wrappers);
+  }
+  packet.skipped = std::min(options.skip, packet.bytes.size());
+  packet.bytes.replace(0, packet.skipped, envelopeOf(options.form));
+  packet.checked = verifyPacket(packet.bytes.data(), packet.bytes.size(),
+                                limitsFor(options.form, options.limits));
   return packet;
 }
 
 Problem refusalOf(const Packet& packet, const AMFVerifyLimits& limits) {
   const AMFVerifyResult& checked = packet.checked;
   Problem problem{exitCodeOf(checked.status), describe(checked.status), messageOf(checked, limits)};
-  problem.file = packet.file;
-  problem.offset = checked.offset;
   problem.section = sectionName(packet);
-  problem.bytes = hexAround(packet.bytes, checked.offset);
+  locate(problem, packet, checked.offset);
   return problem;
 }
 
@@ -77,15 +125,15 @@ void tellLeftOver(FileResult& result, const Packet& packet, const Options& optio
   const std::size_t size = packet.bytes.size() - packet.checked.consumed;
   if (size == 0 || options.allowTrailing) return;
   Problem problem{kLeftOver, "left over",
-                  words(size, "byte", "bytes") + " left over behind the last message"};
+                  words(size, "byte") + " left over behind the " +
+                      (packet.form == Form::packet ? "last message" : "value")};
   problem.isWarning = true;
-  problem.file = packet.file;
-  problem.offset = packet.checked.consumed;
-  problem.bytes = hexAround(packet.bytes, packet.checked.consumed);
+  locate(problem, packet, packet.checked.consumed);
   result.problems.push_back(problem);
 }
 
 std::string sectionName(const Packet& packet) {
+  if (packet.form != Form::packet) return packet.form == Form::amf0 ? "AMF0 value" : "AMF3 value";
   const std::uint32_t section = packet.checked.section;
   if (section == AMFVerifyResult::kEnvelope) return "envelope";
   // Bytes 2 and 3, which were read if a section was: how many headers there are.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// One packet, from the file to the tree, past the check of untrusted bytes.
+// One packet, from the file to the tree, past the check of untrusted bytes. A value without a
+// packet is put into an envelope first; problems tell offsets of the file, or of what was unwrapped
+// from it.
 #ifndef AMF2JSON_TOOL_PACKET_H
 #define AMF2JSON_TOOL_PACKET_H
 
@@ -16,12 +18,23 @@
 struct Packet {
   std::string file;
   std::string bytes;
-  AMFVerifyResult checked;
+  AMFVerifyResult checked;  // counts in `bytes`
+  Form form = Form::packet;
+  std::size_t skipped = 0;  // bytes that were left out in front
+  std::string inside = {};  // ", in what gzip holds"; empty: nothing was unwrapped
+
+  // Where the byte at `offset` of `bytes` stands for whoever has the file.
+  std::size_t place(std::size_t offset) const;
+  // `bytes` without the envelope that was made for a value.
+  std::string_view own() const { return std::string_view(bytes).substr(envelopeOf(form).size()); }
 };
 
 // Reads and checks; a packet that is refused comes back like any other. Throws Problem when it
 // cannot be read or is too large.
 Packet readPacket(const std::string& file, const Options& options);
+
+// What a file may have in which up to `most` bytes are wrapped: columns take five bytes for one.
+std::size_t wrappedLimit(std::size_t most);
 
 // The problem of a packet that was refused.
 Problem refusalOf(const Packet& packet, const AMFVerifyLimits& limits);
@@ -34,7 +47,7 @@ void decodePacket(AMFProtocol& protocol, const Packet& packet, const AMFVerifyLi
 // they are allowed.
 void tellLeftOver(FileResult& result, const Packet& packet, const Options& options);
 
-// "header 0", "message 2", "envelope".
+// "header 0", "message 2", "envelope"; "AMF0 value", "AMF3 value".
 std::string sectionName(const Packet& packet);
 
 // Above --max-packet-bytes; `size` is empty where it is not known.

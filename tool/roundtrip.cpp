@@ -9,6 +9,7 @@
 #include "tool/own_stack.h"
 #include "tool/packet.h"
 #include "tool/printable.h"
+#include "tool/shared_options.h"
 
 namespace {
 
@@ -46,9 +47,10 @@ std::string_view encode(AMFProtocol& protocol) {
   return {protocol.resultBuffer, protocol.getResultLength()};
 }
 
-std::string difference(std::string_view read, std::string_view written, std::size_t offset) {
+std::string difference(std::string_view read, std::string_view written, std::size_t offset,
+                       std::size_t place) {
   const Field field = fieldAt(read.data(), read.size(), offset);
-  std::string text = "differs at byte " + std::to_string(offset) + ": " + byteAt(read, offset) +
+  std::string text = "differs at byte " + std::to_string(place) + ": " + byteAt(read, offset) +
                      " read, " + byteAt(written, offset) + " written: " + field.name;
   if (field.reason != nullptr) text += std::string(" (") + field.reason + ")";
   return text;
@@ -68,7 +70,8 @@ FileResult compare(const Packet& packet, const Options& options) {
   FileResult result;
   result.answer = isEqual ? kDone : kNo;
   result.text = printable(packet.file) + ": " +
-                (isEqual ? "equal" : difference(read, written, offset)) + "\n";
+                (isEqual ? "equal" : difference(read, written, offset, packet.place(offset))) +
+                "\n";
   return result;
 }
 
@@ -79,7 +82,9 @@ FileResult roundtrip(const std::string& file, const Options& options) {
   return result;
 }
 
-void declare(OptionTable&, Options&) {}
+void declare(OptionTable& table, Options& options) {
+  declareForm(table, options);
+}
 
 }  // namespace
 

@@ -5,6 +5,16 @@ void declareOutput(OptionTable& table, Options& options) {
   table.text("-o,--output", "FILE", options.output, "File to write; of several inputs, the folder");
 }
 
+void declareForm(OptionTable& table, Options& options) {
+  table.choice("--as", "FORM", options.form, "What the bytes are",
+               {{"packet", "a packet"},
+                {"amf0", "one AMF0 value; shown as that of a message without URIs"},
+                {"amf3", "one AMF3 value; the same"}});
+  table.flag("--unwrap", options.unwrap,
+             "Take off hexadecimal, base64, gzip, zlib and HTTP around it");
+  table.number("--skip", options.skip, "Leave out the first N bytes, once unwrapped", "0");
+}
+
 void declareShared(OptionTable& table, Options& options) {
   table.flag("--allow-trailing", options.allowTrailing, "Accept bytes behind the last message");
   table.number("-j,--jobs", options.jobs, "Files to work on at once", "all processors");

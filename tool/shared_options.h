@@ -11,4 +11,7 @@ void declareShared(OptionTable& table, Options& options);
 // -o,--output, for commands that write something long.
 void declareOutput(OptionTable& table, Options& options);
 
+// --as, --unwrap, --skip, for commands that look into packets.
+void declareForm(OptionTable& table, Options& options);
+
 #endif  // AMF2JSON_TOOL_SHARED_OPTIONS_H

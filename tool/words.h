@@ -10,4 +10,9 @@ inline std::string words(std::uint64_t number, const char* one, const char* more
   return std::to_string(number) + " " + (number == 1 ? one : more);
 }
 
+// The same for a word that takes an s.
+inline std::string words(std::uint64_t number, const std::string& one) {
+  return words(number, one.c_str(), (one + "s").c_str());
+}
+
 #endif  // AMF2JSON_TOOL_WORDS_H

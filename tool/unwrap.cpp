@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Tested by tests/unwrap_test.cpp.
+#include "tool/unwrap.h"
+
+#include <algorithm>
+
+#include "tool/base64_text.h"
+#include "tool/hex.h"
+#include "tool/hex_text.h"
+#include "tool/http_message.h"
+#include "tool/inflate.h"
+#include "tool/wrapper_problem.h"
+
+namespace {
+
+constexpr std::size_t kMostWrappers = 8;
+
+bool isTyped(char byte) {
+  const auto value = static_cast<unsigned char>(byte);
+  return value >= 0x20 ? value != 0x7F : value >= 0x09 && value <= 0x0D;
+}
+
+// Digits may be those of both: then whichever holds what is wanted, else hexadecimal.
+std::optional<Wrapped> takeOffText(std::string_view text, std::size_t most,
+                                   const IsWanted& isWanted) {
+  auto hex = fromHexText(text, most);
+  if (hex && isWanted(*hex)) return Wrapped{"hexadecimal text", std::move(*hex)};
+  auto base64 = fromBase64Text(text, most);
+  if (base64 && (!hex || isWanted(*base64))) return Wrapped{"base64 text", std::move(*base64)};
+  if (hex) return Wrapped{"hexadecimal text", std::move(*hex)};
+  return std::nullopt;
+}
+
+}  // namespace
+
+bool isPlainText(std::string_view bytes) {
+  return !bytes.empty() && std::all_of(bytes.begin(), bytes.end(), isTyped);
+}
+
+std::optional<Wrapped> takeOff(std::string_view bytes, std::size_t most, const IsWanted& isWanted) {
+  if (isGzip(bytes)) return Wrapped{"gzip", inflated(bytes, Compression::gzip, "gzip", most)};
+  if (auto body = fromHTTPMessage(bytes, most)) return Wrapped{"HTTP message", std::move(*body)};
+  if (isPlainText(bytes)) {
+    if (auto text = takeOffText(bytes, most, isWanted)) return text;
+  }
+  if (isZlib(bytes)) return Wrapped{"zlib", inflated(bytes, Compression::zlib, "zlib", most)};
+  return std::nullopt;
+}
+
+Unwrapped unwrap(std::string bytes, std::size_t most, const IsWanted& isWanted) {
+  Unwrapped result{std::move(bytes), {}};
+  try {
+    while (!isWanted(result.bytes)) {
+      if (result.wrappers.size() == kMostWrappers) {
+        throw wrapperProblem(kOverLimit, "too many wrappers", "more than 8 wrappers", 0);
+      }
+      auto wrapped = takeOff(result.bytes, most, isWanted);
+      if (!wrapped && isPlainText(result.bytes)) {
+        throw brokenWrapper("text that is neither hexadecimal nor base64", 0);
+      }
+      if (!wrapped) break;
+      result.wrappers.push_back(wrapped->name);
+      result.bytes = std::move(wrapped->content);
+    }
+  } catch (Problem& problem) {
+    problem.message += insideOf(result.wrappers);
+    problem.bytes = hexAround(result.bytes, problem.offset.value_or(0));
+    throw;
+  }
+  return result;
+}
+
+std::string insideOf(const std::vector<const char*>& wrappers) {
+  std::string text;
+  for (const char* const wrapper : wrappers)
+    text += (text.empty() ? "" : " > ") + std::string(wrapper);
+  return text.empty() ? "" : ", in what " + text + " holds";
+}

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// amf2json --unwrap: takes off what packets are sent and pasted in.
+#ifndef AMF2JSON_TOOL_UNWRAP_H
+#define AMF2JSON_TOOL_UNWRAP_H
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tool/bare_value.h"
+
+// Whether these bytes are what is looked for, so that nothing is to be taken off.
+using IsWanted = std::function<bool(std::string_view)>;
+
+struct Wrapped {
+  const char* name;     // "gzip"
+  std::string content;  // at most --max-packet-bytes
+};
+
+// The outermost wrapper and what is in it; nothing if there is none. Throws Problem for one that is
+// broken or too large, its offset in `bytes`.
+std::optional<Wrapped> takeOff(std::string_view bytes, std::size_t most, const IsWanted& isWanted);
+
+struct Unwrapped {
+  std::string bytes;
+  std::vector<const char*> wrappers;  // that were taken off, the outermost first
+};
+
+// Wrapper by wrapper, down to what is wanted or to what is no wrapper. Throws Problem as above, its
+// message naming the wrappers outside of it; and for text that is no wrapper.
+Unwrapped unwrap(std::string bytes, std::size_t most, const IsWanted& isWanted);
+
+// " in what hexadecimal text > gzip holds"; empty for none.
+std::string insideOf(const std::vector<const char*>& wrappers);
+
+// Bytes that somebody can have typed: no control bytes but blanks and line ends.
+bool isPlainText(std::string_view bytes);
+
+#endif  // AMF2JSON_TOOL_UNWRAP_H

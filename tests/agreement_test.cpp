@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The quick form of guard_diff.cpp, as a test among others: script/mutate links it with the tests
+// of the guard and the readers.
+#include <AMF2JSON.h>
+#include <AMFGuard.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "codec/wire.h"
+#include "support/guard_agreement.h"
+#include "support/guard_generator.h"
+#include "support/hex.h"
+
+namespace {
+
+// The other tests read without an end.
+class Agreement : public testing::Test {
+ protected:
+  ~Agreement() override { wire::inputEnd = nullptr; }
+};
+
+TEST_F(Agreement, OfGuardAndReaders) {
+  support::GuardGenerator generator(8);
+  AMFProtocol protocol;
+  support::Counts counts;
+  for (int i = 0; i < 12000; ++i) {
+    const std::string& packet = generator.next();
+    ASSERT_TRUE(support::agree(protocol, packet, counts)) << support::toHex(packet);
+  }
+}
+
+TEST_F(Agreement, OfLimitsAndSums) {
+  support::GuardGenerator generator(9);
+  support::Counts counts;
+  for (int i = 0; i < 3000; ++i) {
+    const std::string& packet = generator.next();
+    const AMFVerifyLimits unlimited = AMFVerifyLimits::unlimited();
+    const AMFVerifyResult all = verifyPacket(packet.data(), packet.size(), unlimited);
+    for (const support::Measure& measure : support::kMeasures) {
+      const std::uint64_t sum = measure.measured(all);
+      if (sum == 0) continue;
+      ASSERT_TRUE(support::strikesInPlace(packet, measure, sum - 1, counts))
+          << support::toHex(packet);
+    }
+  }
+}
+
+}  // namespace

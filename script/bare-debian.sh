@@ -1,0 +1,41 @@
+# shellcheck shell=bash
+# SPDX-License-Identifier: Apache-2.0
+#
+# A minimal Debian system for tests that begin with nothing. Sourced behind common.sh; needs root. Takes its mirror and
+# release from this machine's own apt.
+
+# bare_debian PACKAGE...: in $root, with these packages; gone when the script ends.
+bare_debian() {
+  if [ "$(id -u)" != 0 ]; then
+    printf '%s: needs root\n' "$0" >&2
+    exit 1
+  fi
+  "${project:?}/script/setup" debootstrap
+
+  local source_line mirror release include
+  # shellcheck disable=SC2016  # the names in $() are apt-get's own
+  source_line=$(apt-get indextargets --format '$(REPO_URI) $(CODENAME)' \
+    'Created-By: Packages' 'Origin: Debian' 'Label: Debian' 'Component: main' | head -n 1)
+  read -r mirror release <<<"$source_line"
+
+  root=$(mktemp -d)
+  trap leave_bare_debian EXIT
+  say "a minimal Debian $release"
+  include=$(IFS=,; printf '%s' "$*")
+  debootstrap --variant=minbase --include="$include" "$release" "$root" "$mirror" >"$root.log" ||
+    { tail -n 20 "$root.log" >&2; exit 1; }
+  rm -f "$root.log"
+  cp /etc/resolv.conf "$root/etc/resolv.conf"
+  mount -t proc proc "$root/proc"
+}
+
+leave_bare_debian() {
+  if mountpoint -q "$root/proc"; then umount "$root/proc"; fi
+  rm -rf --one-file-system "$root"
+}
+
+# inside COMMAND...: as root of that system.
+inside() {
+  chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive \
+    ${http_proxy:+http_proxy="$http_proxy"} ${https_proxy:+https_proxy="$https_proxy"} "$@"
+}

@@ -323,6 +323,7 @@ class AMF2JSON_API AMFPair : public AMFNode {
 
  protected:
   friend struct model::Adopt;
+  /// Adopts both.
   AMFPair(AMFVersion nodeVersion, AMFType kind, AMFString* ownName, AMFNode* ownValue) noexcept;
 };
 

@@ -470,10 +470,10 @@ class AMF2JSON_API AMFOutputChunks {
   AMFOutputChunks(const AMFOutputChunks&) = delete;
   AMFOutputChunks& operator=(const AMFOutputChunks&) = delete;
 
-  std::size_t size() const noexcept;  ///< number of pieces; counts them
-  bool empty() const noexcept;        ///< whether there is none
-  const_iterator begin() const noexcept;
-  const_iterator end() const noexcept;
+  std::size_t size() const noexcept;      ///< number of pieces; counts them
+  bool empty() const noexcept;            ///< whether there is none
+  const_iterator begin() const noexcept;  ///< the first piece
+  const_iterator end() const noexcept;    ///< behind the last piece
 
  private:
   friend class AMFProtocol;
@@ -517,14 +517,15 @@ class AMF2JSON_API AMFOutputChunks::const_iterator {
   using pointer = const Chunk*;                       ///< \copydoc iterator_category
   using reference = const Chunk&;                     ///< \copydoc iterator_category
 
-  const Chunk& operator*() const noexcept { return piece; }
-  const Chunk* operator->() const noexcept { return &piece; }
-  const_iterator& operator++() noexcept;
-  const_iterator operator++(int) noexcept;
+  const Chunk& operator*() const noexcept { return piece; }    ///< this piece
+  const Chunk* operator->() const noexcept { return &piece; }  ///< this piece
+  const_iterator& operator++() noexcept;                       ///< on to the next piece
+  const_iterator operator++(int) noexcept;  ///< the same, and gives the old place
   /// Whether both are at the same piece of the same list.
   bool operator==(const const_iterator& other) const noexcept {
     return run == other.run && offset == other.offset;
   }
+  /// The opposite.
   bool operator!=(const const_iterator& other) const noexcept { return !(*this == other); }
 
  private:

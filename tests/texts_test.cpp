@@ -204,24 +204,6 @@ TEST(Texts, TheNamedTestsHoldTheirTexts) {
   }
 }
 
-// The page of oddities names tests as `Suite.Test`: each must be there.
-TEST(Texts, TheTestsNamedByTheOdditiesExist) {
-  std::set<std::string> tests;
-  const std::regex definition("TEST(?:_F|_P)?\\((\\w+),\\s*(\\w+)\\)");
-  for (const auto& entry : fs::directory_iterator(kRoot / "tests")) {
-    if (entry.path().extension() != ".cpp") continue;
-    const std::string source = contents(entry.path());
-    for (std::sregex_iterator at(source.begin(), source.end(), definition), end; at != end; ++at)
-      tests.insert((*at)[1].str() + "." + (*at)[2].str());
-  }
-  const std::string page = contents(kRoot / "docs" / "oddities.md");
-  const std::regex mention("`([A-Z]\\w+\\.[A-Z]\\w+)`");
-  std::size_t count = 0;
-  for (std::sregex_iterator at(page.begin(), page.end(), mention), end; at != end; ++at, ++count)
-    EXPECT_EQ(tests.count((*at)[1].str()), 1u) << "no such test: " << (*at)[1].str();
-  EXPECT_GT(count, 50u);
-}
-
 TEST(Texts, UnreachableTextsHaveAReason) {
   for (const Listed& line : list(kUnreachable)) EXPECT_GT(line.note.size(), 20u) << line.text;
 }

@@ -3,14 +3,15 @@
 // AMF3 value readers: a marker, mostly a U29 whose low bit tells reference from inline, a body.
 // Enter at getAMF3Value; amf0_reader.cpp does so at the switch marker. Mirrored by amf3_writer.cpp.
 // Tested by tests/amf3_reader_test.cpp.
-#include <algorithm>
+#include <cstring>
 
 #include "AMF2JSON.h"
 #include "codec/reader.h"
 #include "codec/reader_texts.h"
 #include "codec/wire.h"
 #include "model/adopt.h"
-#include "model/node_pool.h"
+
+using codec::Reader;
 
 namespace {
 
@@ -21,11 +22,27 @@ constexpr std::uint32_t kExternalizable = 4;
 constexpr std::uint32_t kDynamic = 8;
 constexpr unsigned kTraitsIndexShift = 2;
 constexpr unsigned kSealedCountShift = 4;
+constexpr std::uint8_t kEmptyString = 0x01;  // a string's U29: inline, no bytes
 
-using Table = std::vector<AMFNode*>;
+AMFProtocol::AMF3Markers readMarker(const char*& cursor) {
+  const auto marker = static_cast<std::int8_t>(wire::readU8(cursor));
+  return static_cast<AMFProtocol::AMF3Markers>(std::int32_t{marker});  // widened with its sign
+}
+
+// Kept: the fourth byte counts as a signed number, all arithmetic wraps in 32 bits.
+std::uint32_t readU29(const char*& cursor) {
+  std::uint32_t value = 0;
+  for (int group = 0; group < 3; ++group) {
+    const std::uint8_t byte = wire::readU8(cursor);
+    value = (value << 7) + (byte & 0x7Fu);
+    if ((byte & 0x80u) == 0) return value;
+  }
+  const auto last = static_cast<std::int8_t>(wire::readU8(cursor));
+  return (value << 8) + static_cast<std::uint32_t>(std::int32_t{last});
+}
 
 // The entry that a reference names, or the text of what is wrong with it.
-const AMFNode& entryAt(const Table& table, std::uint32_t index, AMFNode::AMFType kind,
+const AMFNode& entryAt(const codec::Nodes& table, std::uint32_t index, AMFNode::AMFType kind,
                        const char* badIndex, const char* badKind) {
   if (index >= table.size() || !table[index]) throw AMFException(badIndex);
   if (table[index]->type != kind) throw AMFException(badKind);
@@ -50,179 +67,155 @@ bool isAcceptedExternalizable(const AMFString& name) {
   return false;
 }
 
-// Class name, flags and member names as the object of a traits entry has them.
-// Kept: the externalizable flag is not copied, the result is an ordinary object.
-void copyTraits(AMFObject& object, const AMFObject& entry, std::uint32_t index) {
-  object.className = entry.className ? model::copyBytesNode(*entry.className).release()
-                                     : new AMFString(AMF_VERSION_3);
-  object.dynamic = entry.dynamic;
-  object.sealedCount = entry.sealedCount;
-  object.children.reserve(std::min<std::size_t>(object.sealedCount, entry.children.size()));
-  for (std::uint32_t i = 0; i < object.sealedCount; ++i) {
+// What the traits of an entry, as far as they are read, lack of sealed members.
+void checkSealed(const AMFObject& entry) {
+  for (std::uint32_t i = 0; i < entry.sealedCount; ++i) {
     const AMFNode* const member = i < entry.children.size() ? entry.children[i] : nullptr;
     if (!member || member->type != AMFNode::AMF_PAIR) {
       throw AMFException(reader_texts::kAMF3SealedCount);
     }
-    const AMFString* const name = static_cast<const AMFPair*>(member)->name;
-    if (!name) throw AMFException(reader_texts::kAMF3MemberName);
-    auto pair = model::Adopt::pair(AMF_VERSION_3, model::copyBytesNode(*name));
-    pair->parent = &object;
-    object.children.push_back(pair.get());
-    static_cast<void>(pair.release());
+    if (!static_cast<const AMFPair*>(member)->name) {
+      throw AMFException(reader_texts::kAMF3MemberName);
+    }
   }
-  object.traitsIndex = index;
 }
 
 }  // namespace
 
-// Kept: the fourth byte counts as a signed number, all arithmetic wraps in 32 bits.
-std::uint32_t AMFProtocol::getVLUnsignedInt() {
-  std::uint32_t value = 0;
-  for (int group = 0; group < 3; ++group) {
-    const std::uint8_t byte = wire::readU8(readCursor);
-    value = (value << 7) + (byte & 0x7Fu);
-    if ((byte & 0x80u) == 0) return value;
-  }
-  const auto last = static_cast<std::int8_t>(wire::readU8(readCursor));
-  return (value << 8) + static_cast<std::uint32_t>(std::int32_t{last});
-}
+namespace codec {
 
-AMFProtocol::AMF3Markers AMFProtocol::getAMF3Marker() {
-  const auto marker = static_cast<std::int8_t>(wire::readU8(readCursor));
-  return static_cast<AMF3Markers>(std::int32_t{marker});  // widened with its sign
-}
-
-AMFNode* AMFProtocol::getAMF3Value() {
-  const AMF3Markers marker = getAMF3Marker();
+AMFNode* Reader::amf3Value() {
+  const AMFProtocol::AMF3Markers marker = readMarker(cursor);
   switch (marker) {
-    case AMF3_UNDEFINED: return new AMFUndefined(AMF_VERSION_3);
-    case AMF3_NULL: return new AMFNull(AMF_VERSION_3);
-    case AMF3_FALSE:
-    case AMF3_TRUE: return getAMF3Bool(marker);
-    case AMF3_INTEGER: return getAMF3Integer();
-    case AMF3_DOUBLE: return getAMF3Double();
-    case AMF3_STRING: return getAMF3String(false);
-    case AMF3_XML_DOC:
-    case AMF3_XML: return getAMF3XML(marker);
-    case AMF3_DATE: return getAMF3Date();
-    case AMF3_ARRAY: return getAMF3Array();
-    case AMF3_OBJECT: return getAMF3Object();
-    case AMF3_BYTE_ARRAY: return getAMF3ByteArray();
+    case AMFProtocol::AMF3_UNDEFINED: return cutter.make<AMFUndefined>(AMF_VERSION_3);
+    case AMFProtocol::AMF3_NULL: return cutter.make<AMFNull>(AMF_VERSION_3);
+    case AMFProtocol::AMF3_FALSE: return amf3Bool(false);
+    case AMFProtocol::AMF3_TRUE: return amf3Bool(true);
+    case AMFProtocol::AMF3_INTEGER: return amf3Integer();
+    case AMFProtocol::AMF3_DOUBLE: return amf3Double();
+    case AMFProtocol::AMF3_STRING: return amf3String();
+    case AMFProtocol::AMF3_XML_DOC:
+    case AMFProtocol::AMF3_XML: return amf3XML(marker);
+    case AMFProtocol::AMF3_DATE: return amf3Date();
+    case AMFProtocol::AMF3_ARRAY: return amf3Array();
+    case AMFProtocol::AMF3_OBJECT: return amf3Object();
+    case AMFProtocol::AMF3_BYTE_ARRAY: return amf3ByteArray();
   }
   throw AMFException(reader_texts::kUnknownAMF3Value);
 }
 
-AMFBool* AMFProtocol::getAMF3Bool(AMF3Markers marker) {
-  if (marker == AMF3_UNDEFINED) marker = getAMF3Marker();
-  if (marker != AMF3_TRUE && marker != AMF3_FALSE) {
-    throw AMFException(reader_texts::kAMF3BoolMarker);
-  }
-  auto flag = std::make_unique<AMFBool>(AMF_VERSION_3);
-  flag->value = marker == AMF3_TRUE;
+AMFBool* Reader::amf3Bool(bool value) {
+  std::unique_ptr<AMFBool> flag(cutter.make<AMFBool>(AMF_VERSION_3));
+  flag->value = value;
   return flag.release();
 }
 
-AMFInt* AMFProtocol::getAMF3Integer() {
-  auto integer = std::make_unique<AMFInt>(AMF_VERSION_3);
-  integer->value = getVLUnsignedInt();  // Kept: a negative number arrives as a large positive one.
+AMFInt* Reader::amf3Integer() {
+  std::unique_ptr<AMFInt> integer(cutter.make<AMFInt>(AMF_VERSION_3));
+  integer->value = readU29(cursor);  // Kept: a negative number arrives as a large positive one.
   return integer.release();
 }
 
-AMFDouble* AMFProtocol::getAMF3Double() {
-  auto number = std::make_unique<AMFDouble>(AMF_VERSION_3);
-  wire::readDouble(readCursor, number->value);
+AMFDouble* Reader::amf3Double() {
+  std::unique_ptr<AMFDouble> number(cutter.make<AMFDouble>(AMF_VERSION_3));
+  wire::readDouble(cursor, number->value);
   return number.release();
 }
 
-AMFString* AMFProtocol::getAMF3String(bool withMarker) {
-  if (withMarker && getAMF3Marker() != AMF3_STRING) {
-    throw AMFException(reader_texts::kAMF3StringMarker);
-  }
-  const std::uint32_t header = getVLUnsignedInt();
+AMFString* Reader::amf3String() {
+  const std::uint32_t header = readU29(cursor);
   if ((header & kInline) == 0) {
     const std::uint32_t index = header >> 1;
-    return copyEntry<AMFString>(
-        entryAt(amf3StringReferences, index, AMFNode::AMF_STRING, reader_texts::kAMF3StringIndex,
-                reader_texts::kAMF3StringType),
-        index);
+    const AMFNode& entry = entryAt(protocol.amf3StringReferences, index, AMFNode::AMF_STRING,
+                                   reader_texts::kAMF3StringIndex, reader_texts::kAMF3StringType);
+    if (!model::isExactly<AMFString>(entry)) return copyEntry<AMFString>(entry, index);
+    AMFString* const copy = cutter.copy(static_cast<const AMFString&>(entry));
+    copy->referenceIndex = index;
+    return copy;
   }
-  auto text =
-      model::makeString(AMF_VERSION_3, wire::readBytes(readCursor, header >> 1), header >> 1);
-  if (text->length > 0) amf3StringReferences.push_back(text.get());
+  const std::uint32_t length = header >> 1;
+  std::unique_ptr<AMFString> text(
+      cutter.makeBytes<AMFString>(AMF_VERSION_3, wire::readBytes(cursor, length), length));
+  if (length > 0) protocol.amf3StringReferences.push_back(text.get());
   return text.release();
 }
 
-AMFXML* AMFProtocol::getAMF3XML(AMF3Markers marker) {
-  if (marker == AMF3_UNDEFINED) marker = getAMF3Marker();
-  if (marker != AMF3_XML_DOC && marker != AMF3_XML) {
-    throw AMFException(reader_texts::kAMF3XMLMarker);
-  }
-  const std::uint32_t header = getVLUnsignedInt();
+AMFXML* Reader::amf3XML(AMFProtocol::AMF3Markers marker) {
+  const std::uint32_t header = readU29(cursor);
   if ((header & kInline) == 0) {
     const std::uint32_t index = header >> 1;
-    return copyEntry<AMFXML>(entryAt(amf3ObjectReferences, index, AMFNode::AMF_XML,
+    return copyEntry<AMFXML>(entryAt(protocol.amf3ObjectReferences, index, AMFNode::AMF_XML,
                                      reader_texts::kAMF3XMLIndex, reader_texts::kAMF3XMLType),
                              index);
   }
-  auto xml = model::makeXML(AMF_VERSION_3, wire::readBytes(readCursor, header >> 1), header >> 1);
-  xml->document = marker == AMF3_XML_DOC ? 1 : 0;
-  amf3ObjectReferences.push_back(xml.get());
+  const std::uint32_t length = header >> 1;
+  std::unique_ptr<AMFXML> xml(
+      cutter.makeBytes<AMFXML>(AMF_VERSION_3, wire::readBytes(cursor, length), length));
+  xml->document = marker == AMFProtocol::AMF3_XML_DOC ? 1 : 0;
+  protocol.amf3ObjectReferences.push_back(xml.get());
   return xml.release();
 }
 
-AMFDate* AMFProtocol::getAMF3Date() {
-  const std::uint32_t header = getVLUnsignedInt();
+AMFDate* Reader::amf3Date() {
+  const std::uint32_t header = readU29(cursor);
   if ((header & kInline) == 0) {
     const std::uint32_t index = header >> 1;
-    return copyEntry<AMFDate>(entryAt(amf3ObjectReferences, index, AMFNode::AMF_DATE,
+    return copyEntry<AMFDate>(entryAt(protocol.amf3ObjectReferences, index, AMFNode::AMF_DATE,
                                       reader_texts::kAMF3DateIndex, reader_texts::kAMF3DateType),
                               index);
   }
-  auto date = std::make_unique<AMFDate>(AMF_VERSION_3);  // the other bits of the U29 mean nothing
-  wire::readDouble(readCursor, date->value);
-  amf3ObjectReferences.push_back(date.get());
+  std::unique_ptr<AMFDate> date(
+      cutter.make<AMFDate>(AMF_VERSION_3));  // the other bits of the U29 mean nothing
+  wire::readDouble(cursor, date->value);
+  protocol.amf3ObjectReferences.push_back(date.get());
   return date.release();
 }
 
-AMFRaw* AMFProtocol::getAMF3ByteArray() {
-  const std::uint32_t header = getVLUnsignedInt();
+AMFRaw* Reader::amf3ByteArray() {
+  const std::uint32_t header = readU29(cursor);
   if ((header & kInline) == 0) {
     const std::uint32_t index = header >> 1;
     return copyEntry<AMFRaw>(
-        entryAt(amf3ObjectReferences, index, AMFNode::AMF_RAW, reader_texts::kAMF3ByteArrayIndex,
-                reader_texts::kAMF3ByteArrayType),
+        entryAt(protocol.amf3ObjectReferences, index, AMFNode::AMF_RAW,
+                reader_texts::kAMF3ByteArrayIndex, reader_texts::kAMF3ByteArrayType),
         index);
   }
-  auto raw = model::makeRaw(AMF_VERSION_3, wire::readBytes(readCursor, header >> 1), header >> 1);
-  amf3ObjectReferences.push_back(raw.get());
+  const std::uint32_t length = header >> 1;
+  std::unique_ptr<AMFRaw> raw(
+      cutter.makeBytes<AMFRaw>(AMF_VERSION_3, wire::readBytes(cursor, length), length));
+  protocol.amf3ObjectReferences.push_back(raw.get());
   return raw.release();
 }
 
-AMFPair* AMFProtocol::getAMF3Pair() {
-  std::unique_ptr<AMFString> name(getAMF3String(false));
-  if (!name) throw AMFException(reader_texts::kAMF3PairName);
-  if (name->length == 0) return nullptr;
-  auto pair = model::Adopt::pair(AMF_VERSION_3, std::move(name));
-  pair->value = getAMF3Value();
+AMFPair* Reader::amf3Pair() {
+  if (wire::peekU8(cursor) == kEmptyString) {
+    ++cursor;
+    return nullptr;
+  }
+  auto pair = model::Adopt::pair(cutter, AMF_VERSION_3);
+  pair->name = amf3String();
+  if (!pair->name) throw AMFException(reader_texts::kAMF3PairName);
+  if (pair->name->length == 0) return nullptr;  // written in more bytes than needed
+  pair->value = amf3Value();
   if (!pair->value) throw AMFException(reader_texts::kAMF3PairValue);
   return pair.release();
 }
 
-AMFArray* AMFProtocol::getAMF3Array() {
-  const std::uint32_t header = getVLUnsignedInt();
+AMFArray* Reader::amf3Array() {
+  const std::uint32_t header = readU29(cursor);
   if ((header & kInline) == 0) {
     const std::uint32_t index = header >> 1;
-    const AMFNode& entry = entryAt(amf3ObjectReferences, index, AMFNode::AMF_ARRAY,
+    const AMFNode& entry = entryAt(protocol.amf3ObjectReferences, index, AMFNode::AMF_ARRAY,
                                    reader_texts::kAMF3ArrayIndex, reader_texts::kAMF3ArrayType);
     if (!entry.complete) throw AMFException(reader_texts::kAMF3ArrayCircular);
     return copyEntry<AMFArray>(entry, index);
   }
-  auto array = std::make_unique<AMFArray>(AMF_VERSION_3);
-  amf3ObjectReferences.push_back(array.get());  // before its members: they count from here
-  reader::Children elements(pending);
-  while (auto pair = std::unique_ptr<AMFPair>(getAMF3Pair())) elements.add(std::move(pair));
+  std::unique_ptr<AMFArray> array(cutter.make<AMFArray>(AMF_VERSION_3));
+  protocol.amf3ObjectReferences.push_back(array.get());  // before its members: they count from here
+  Children elements(pending);
+  while (auto pair = std::unique_ptr<AMFPair>(amf3Pair())) elements.add(std::move(pair));
   for (std::uint32_t left = header >> 1; left > 0; --left) {
-    std::unique_ptr<AMFNode> value(getAMF3Value());
+    std::unique_ptr<AMFNode> value(amf3Value());
     if (!value) throw AMFException(reader_texts::kAMF3ArrayValue);
     elements.add(std::move(value));
   }
@@ -232,80 +225,162 @@ AMFArray* AMFProtocol::getAMF3Array() {
   return array.release();
 }
 
-AMFObject* AMFProtocol::getAMF3Object() {
-  const std::uint32_t header = getVLUnsignedInt();
+AMFObject* Reader::amf3Object() {
+  const std::uint32_t header = readU29(cursor);
   if ((header & kInline) == 0) {
     const std::uint32_t index = header >> 1;
-    const AMFNode& entry = entryAt(amf3ObjectReferences, index, AMFNode::AMF_OBJECT,
+    const AMFNode& entry = entryAt(protocol.amf3ObjectReferences, index, AMFNode::AMF_OBJECT,
                                    reader_texts::kAMF3ObjectIndex, reader_texts::kAMF3ObjectType);
     if (!entry.complete) throw AMFException(reader_texts::kAMF3ObjectCircular);
     return copyEntry<AMFObject>(entry, index);
   }
-  auto object = model::Adopt::object(AMF_VERSION_3);
+  auto object = model::Adopt::object(cutter, AMF_VERSION_3);
   if ((header & kInlineTraits) == 0) {
     const std::uint32_t index = header >> kTraitsIndexShift;
-    const AMFNode& entry = entryAt(amf3TraitReferences, index, AMFNode::AMF_OBJECT,
+    const AMFNode& entry = entryAt(protocol.amf3TraitReferences, index, AMFNode::AMF_OBJECT,
                                    reader_texts::kAMF3TraitsIndex, reader_texts::kAMF3ObjectType);
-    copyTraits(*object, static_cast<const AMFObject&>(entry), index);
-    amf3ObjectReferences.push_back(object.get());  // the traits table gets no second entry
-    readMembers(*object);
-    return object.release();
-  }
-  amf3ObjectReferences.push_back(object.get());
-  object->externalizable = (header & kExternalizable) != 0;
-  object->sealedCount = header >> kSealedCountShift;
-  object->dynamic = (header & kDynamic) != 0;
-  std::unique_ptr<AMFString> className(getAMF3String(false));
-  if (!className) throw AMFException(reader_texts::kAMF3ClassName);
-  if (object->externalizable && !isAcceptedExternalizable(*className)) {
-    throw AMFException(reader_texts::kAMF3Externalizable);
-  }
-  object->className = className.release();
-  if (object->externalizable) {
-    amf3TraitReferences.push_back(object.get());
-    readExternalized(*object);
+    object->traitsIndex = index;
+    readSealedByTraits(*object, static_cast<const AMFObject&>(entry));
   } else {
-    readMemberNames(*object);
-    amf3TraitReferences.push_back(object.get());
-    readMembers(*object);
+    readTraits(*object, header);
+    if (object->externalizable) {
+      readExternalized(*object);
+    } else {
+      readSealed(*object);
+    }
   }
+  if (object->dynamic && !object->externalizable) readDynamic(*object);
+  object->complete = true;
   return object.release();
 }
 
-// The names of the sealed members; their values come later.
-void AMFProtocol::readMemberNames(AMFObject& object) {
-  reader::Children members(pending);
-  for (std::uint32_t left = object.sealedCount; left > 0; --left) {
-    std::unique_ptr<AMFString> name(getAMF3String(false));
-    if (!name) throw AMFException(reader_texts::kAMF3MemberName);
-    members.add(model::Adopt::pair(AMF_VERSION_3, std::move(name)));
+// Class name, flags and member names as the object of a traits entry has them, each name in front
+// of its value. The traits table gets no second entry.
+// Kept: the externalizable flag is not copied, the result is an ordinary object.
+void Reader::readSealedByTraits(AMFObject& object, const AMFObject& traits) {
+  object.className =
+      traits.className ? cutter.copy(*traits.className) : cutter.make<AMFString>(AMF_VERSION_3);
+  object.dynamic = traits.dynamic;
+  object.sealedCount = traits.sealedCount;
+  checkSealed(traits);
+  object.children.reserve(object.sealedCount);
+  protocol.amf3ObjectReferences.push_back(&object);
+  for (std::uint32_t i = 0; i < object.sealedCount; ++i) {
+    auto made = model::Adopt::pair(cutter, AMF_VERSION_3);
+    AMFPair* const pair = made.get();
+    pair->parent = &object;
+    object.children.push_back(made.release());  // there is room
+    pair->name = cutter.copy(*static_cast<const AMFPair*>(traits.children[i])->name);
+    pair->value = amf3Value();
+    if (!pair->value) throw AMFException(reader_texts::kAMF3MemberValue);
   }
-  members.attachTo(object);
 }
 
-// The values of the sealed members, then the dynamic members.
-void AMFProtocol::readMembers(AMFObject& object) {
+// Traits that stand in front of the members: flags, class name, the names of the sealed members.
+void Reader::readTraits(AMFObject& object, std::uint32_t header) {
+  protocol.amf3ObjectReferences.push_back(&object);
+  object.externalizable = (header & kExternalizable) != 0;
+  object.sealedCount = header >> kSealedCountShift;
+  object.dynamic = (header & kDynamic) != 0;
+  object.className = amf3String();
+  if (!object.className) throw AMFException(reader_texts::kAMF3ClassName);
+  if (object.externalizable) {
+    if (!isAcceptedExternalizable(*object.className)) {
+      throw AMFException(reader_texts::kAMF3Externalizable);
+    }
+  } else {
+    Children members(pending);
+    for (std::uint32_t left = object.sealedCount; left > 0; --left) {
+      auto pair = model::Adopt::pair(cutter, AMF_VERSION_3);
+      pair->name = amf3String();
+      if (!pair->name) throw AMFException(reader_texts::kAMF3MemberName);
+      members.add(std::move(pair));
+    }
+    members.attachTo(object);
+  }
+  protocol.amf3TraitReferences.push_back(&object);
+}
+
+void Reader::readSealed(AMFObject& object) {
   for (std::uint32_t i = 0; i < object.sealedCount; ++i) {
-    AMFNode* const value = getAMF3Value();
+    AMFNode* const value = amf3Value();
     if (!value) throw AMFException(reader_texts::kAMF3MemberValue);
     static_cast<AMFPair*>(object.children[i])->value = value;
   }
-  if (object.dynamic) {
-    reader::Children members(pending);
-    while (auto pair = std::unique_ptr<AMFPair>(getAMF3Pair())) members.add(std::move(pair));
-    members.attachTo(object);
-  }
-  object.complete = true;
+}
+
+void Reader::readDynamic(AMFObject& object) {
+  Children members(pending);
+  while (auto pair = std::unique_ptr<AMFPair>(amf3Pair())) members.add(std::move(pair));
+  members.attachTo(object);
 }
 
 // Kept: every accepted class is one value, in a pair without a name; the recorded sealed count and
 // dynamic flag are not used. The pair is attached once the body has been read.
-void AMFProtocol::readExternalized(AMFObject& object) {
-  std::unique_ptr<AMFNode> body(getAMF3Value());
-  if (!body) throw AMFException(reader_texts::kAMF3MemberValue);
-  reader::Children member(pending);
-  member.add(model::Adopt::pair(AMF_VERSION_3, std::make_unique<AMFString>(AMF_VERSION_3),
-                                std::move(body)));
+void Reader::readExternalized(AMFObject& object) {
+  auto pair = model::Adopt::pair(cutter, AMF_VERSION_3);
+  pair->name = cutter.make<AMFString>(AMF_VERSION_3);
+  pair->value = amf3Value();
+  if (!pair->value) throw AMFException(reader_texts::kAMF3MemberValue);
+  Children member(pending);
+  member.add(std::move(pair));
   member.attachTo(object);
-  object.complete = true;
+}
+
+}  // namespace codec
+
+std::uint32_t AMFProtocol::getVLUnsignedInt() {
+  return readU29(readCursor);
+}
+AMFProtocol::AMF3Markers AMFProtocol::getAMF3Marker() {
+  return readMarker(readCursor);
+}
+AMFNode* AMFProtocol::getAMF3Value() {
+  return Reader(*this).amf3Value();
+}
+
+AMFBool* AMFProtocol::getAMF3Bool(AMF3Markers marker) {
+  if (marker == AMF3_UNDEFINED) marker = getAMF3Marker();
+  if (marker != AMF3_TRUE && marker != AMF3_FALSE) {
+    throw AMFException(reader_texts::kAMF3BoolMarker);
+  }
+  return Reader(*this).amf3Bool(marker == AMF3_TRUE);
+}
+
+AMFInt* AMFProtocol::getAMF3Integer() {
+  return Reader(*this).amf3Integer();
+}
+AMFDouble* AMFProtocol::getAMF3Double() {
+  return Reader(*this).amf3Double();
+}
+
+AMFString* AMFProtocol::getAMF3String(bool withMarker) {
+  if (withMarker && getAMF3Marker() != AMF3_STRING) {
+    throw AMFException(reader_texts::kAMF3StringMarker);
+  }
+  return Reader(*this).amf3String();
+}
+
+AMFXML* AMFProtocol::getAMF3XML(AMF3Markers marker) {
+  if (marker == AMF3_UNDEFINED) marker = getAMF3Marker();
+  if (marker != AMF3_XML_DOC && marker != AMF3_XML) {
+    throw AMFException(reader_texts::kAMF3XMLMarker);
+  }
+  return Reader(*this).amf3XML(marker);
+}
+
+AMFDate* AMFProtocol::getAMF3Date() {
+  return Reader(*this).amf3Date();
+}
+AMFRaw* AMFProtocol::getAMF3ByteArray() {
+  return Reader(*this).amf3ByteArray();
+}
+AMFPair* AMFProtocol::getAMF3Pair() {
+  return Reader(*this).amf3Pair();
+}
+AMFArray* AMFProtocol::getAMF3Array() {
+  return Reader(*this).amf3Array();
+}
+AMFObject* AMFProtocol::getAMF3Object() {
+  return Reader(*this).amf3Object();
 }

@@ -3,6 +3,7 @@
 // Packet reader: version, headers, messages. Enter at AMFProtocol::parse. The values inside are
 // read by amf0_reader.cpp. Tested by tests/packet_reader_test.cpp.
 #include "AMF2JSON.h"
+#include "codec/reader.h"
 #include "codec/wire.h"
 #include "model/adopt.h"
 
@@ -43,25 +44,37 @@ AMFPackage* AMFProtocol::parse(const char* packet) {
 
 AMFHeader* AMFProtocol::getHeader() {
   clearReferences();
-  auto header = model::Adopt::header(std::unique_ptr<AMFString>(getAMF0String(AMF0_STRING)));
-  header->mustUnderstand = wire::readU8(readCursor) != 0;
-  header->length = wire::readU32(readCursor);  // Kept: never used to bound or check the value.
-  header->value = getAMF0Value();
+  return codec::Reader(*this).header();
+}
+AMFMessage* AMFProtocol::getMessage() {
+  clearReferences();
+  return codec::Reader(*this).message();
+}
+
+namespace codec {
+
+AMFHeader* Reader::header() {
+  auto header = model::Adopt::header(cutter);
+  header->name = amf0String(wire::readU16(cursor));
+  header->mustUnderstand = wire::readU8(cursor) != 0;
+  header->length = wire::readU32(cursor);  // Kept: never used to bound or check the value.
+  header->value = amf0Value();
   // Kept: an end mark leaves the default value in place.
-  if (!header->value) header->value = new AMFUndefined(AMF_VERSION_0);
+  if (!header->value) header->value = cutter.make<AMFUndefined>(AMF_VERSION_0);
   return header.release();
 }
 
-AMFMessage* AMFProtocol::getMessage() {
-  clearReferences();
-  std::unique_ptr<AMFString> target(getAMF0String(AMF0_STRING));
-  std::unique_ptr<AMFString> response(getAMF0String(AMF0_STRING));
-  auto message = model::Adopt::message(std::move(target), std::move(response));
-  message->length = wire::readU32(readCursor);
-  message->value = getAMF0Value();
-  if (!message->value) message->value = new AMFUndefined(AMF_VERSION_0);
+AMFMessage* Reader::message() {
+  auto message = model::Adopt::message(cutter);
+  message->targetUri = amf0String(wire::readU16(cursor));
+  message->responseUri = amf0String(wire::readU16(cursor));
+  message->length = wire::readU32(cursor);
+  message->value = amf0Value();
+  if (!message->value) message->value = cutter.make<AMFUndefined>(AMF_VERSION_0);
   return message.release();
 }
+
+}  // namespace codec
 
 // References never reach across headers or messages. The capacity stays.
 void AMFProtocol::clearReferences() noexcept {

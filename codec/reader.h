@@ -1,21 +1,78 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the reader files share: holding nodes until they are attached.
+// The readers of one conversion context, as AMFProtocol's public readers and parse use them: what
+// one call needs again and again is at hand here. The AMF0 forms are in amf0_reader.cpp, the AMF3
+// forms in amf3_reader.cpp, the envelope in packet_reader.cpp.
 #pragma once
 
 #include <memory>
 #include <vector>
 
 #include "AMF2JSON.h"
+#include "model/drop.h"
+#include "model/node_pool.h"
 
-namespace reader {
+namespace codec {
+
+using Nodes = std::vector<AMFNode*>;
+
+// Each reader returns a new node that the caller owns, and moves the cursor past what it read.
+// Nodes are made in the order in which they are walked later: that is how they stand in memory.
+class Reader {
+ public:
+  explicit Reader(AMFProtocol& owner)
+      : protocol(owner),
+        cursor(owner.readCursor),
+        pending(owner.pending),
+        cutter(model::cutterOfThisThread()) {}
+
+  AMFHeader* header();
+  AMFMessage* message();
+
+  // AMF0
+  AMFNode* amf0Value();  // null: the end mark
+  AMFString* amf0String(std::uint32_t length);
+  AMFDouble* amf0Number();
+  AMFBool* amf0Bool();
+  AMFDate* amf0Date();
+  AMFXML* amf0XML();
+  AMFNode* amf0ByReference();
+  AMFPair* amf0Pair();  // null: the end mark
+  AMFObject* amf0Object(AMFProtocol::AMF0Markers marker);
+  AMFArray* amf0Array(AMFProtocol::AMF0Markers marker);
+
+  // AMF3
+  AMFNode* amf3Value();
+  AMFString* amf3String();  // no marker in front
+  AMFDouble* amf3Double();
+  AMFInt* amf3Integer();
+  AMFBool* amf3Bool(bool value);
+  AMFXML* amf3XML(AMFProtocol::AMF3Markers marker);
+  AMFDate* amf3Date();
+  AMFRaw* amf3ByteArray();
+  AMFPair* amf3Pair();  // null: the empty name
+  AMFArray* amf3Array();
+  AMFObject* amf3Object();
+
+ private:
+  void readTraits(AMFObject& object, std::uint32_t header);
+  void readSealedByTraits(AMFObject& object, const AMFObject& traits);
+  void readSealed(AMFObject& object);
+  void readDynamic(AMFObject& object);
+  void readExternalized(AMFObject& object);
+
+  AMFProtocol& protocol;
+  const char*& cursor;
+  Nodes& pending;
+  model::Cutter& cutter;
+};
 
 // The children of one container while they are read. They wait on a stack that all open containers
 // share, so that each container gets a list of the right size in one go; whatever is not attached
 // is deleted.
 class Children {
  public:
-  explicit Children(std::vector<AMFNode*>& stack) : pending(stack), start(stack.size()) {}
+  explicit Children(Nodes& stack) : pending(stack), start(stack.size()) {}
   ~Children() {
     for (; pending.size() > start; pending.pop_back()) delete pending.back();
   }
@@ -28,19 +85,19 @@ class Children {
     static_cast<void>(node.release());
   }
 
-  std::size_t count() const { return pending.size() - start; }
-
   // Behind the children that the container has already.
   void attachTo(AMFNode& container) {
-    const auto first = pending.begin() + static_cast<std::ptrdiff_t>(start);
-    container.children.insert(container.children.end(), first, pending.end());
-    for (auto node = first; node != pending.end(); ++node) (*node)->parent = &container;
+    container.children.reserve(container.children.size() + pending.size() - start);
+    for (std::size_t i = start; i < pending.size(); ++i) {
+      pending[i]->parent = &container;
+      container.children.push_back(pending[i]);
+    }
     pending.resize(start);
   }
 
  private:
-  std::vector<AMFNode*>& pending;
+  Nodes& pending;
   std::size_t start;
 };
 
-}  // namespace reader
+}  // namespace codec

@@ -77,6 +77,7 @@ namespace model {
 struct Adopt;  // internal
 }
 namespace codec {
+class Reader;  // internal
 class Writer;  // internal
 }
 namespace render {
@@ -907,12 +908,10 @@ class AMF2JSON_API AMFProtocol {
   void blankTexts();
   void putBlankTextsAside();
   void clearReferences() noexcept;
-  void readMemberNames(AMFObject& object);
-  void readMembers(AMFObject& object);
-  void readExternalized(AMFObject& object);
 
   void joinChunks();
 
+  friend class codec::Reader;
   friend class render::Writer;
   void renderPackage(bool pretty, bool bareRoot, std::size_t hidden = 0);
 

@@ -7,11 +7,6 @@ namespace model {
 
 namespace {
 
-template <class Node>
-bool isExactly(const AMFNode& node) {
-  return &typeid(node) == &typeid(Node);  // another copy of it: the slow way is right too
-}
-
 bool isSameChunk(const void* left, const void* right) {
   return (reinterpret_cast<std::uintptr_t>(left) ^ reinterpret_cast<std::uintptr_t>(right)) <
          kChunkBytes;
@@ -47,7 +42,7 @@ void Dropper::drop(AMFNode* node) noexcept {
   switch (node->type) {
     case AMFNode::AMF_STRING:
       if (!isExactly<AMFString>(*node)) break;
-      releaseBytes(static_cast<AMFString*>(node));
+      releaseBytes(static_cast<AMFString*>(node), isPooled);
       return end(static_cast<AMFString*>(node));
     case AMFNode::AMF_PAIR: {
       if (!isExactly<AMFPair>(*node)) break;

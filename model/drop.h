@@ -12,6 +12,12 @@
 
 namespace model {
 
+// No class derived from it. A no may be wrong where a class has several descriptions in a process.
+template <class Node>
+bool isExactly(const AMFNode& node) {
+  return &typeid(node) == &typeid(Node);
+}
+
 class Dropper {
  public:
   Dropper() = default;

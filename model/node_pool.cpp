@@ -306,22 +306,6 @@ void givePiece(void* piece, std::size_t size) noexcept {
   model::givePieces(piece, 1);
 }
 
-const char* bytesBehind(const void* node, std::size_t size) {
-  return static_cast<const char*>(node) + size;
-}
-
-template <class Node>
-std::unique_ptr<Node> copyBytes(const Node& source) {
-  if (!source.children.empty() || (!source.data && source.length != 0)) {
-    return std::make_unique<Node>(source);
-  }
-  auto copy = heap.cutter.makeBytes<Node>(source.version, source.data, source.length);
-  copy->type = source.type;
-  copy->referenceIndex = source.referenceIndex;
-  copy->complete = source.complete;
-  return copy;
-}
-
 }  // namespace
 
 void* AMFNode::operator new(std::size_t size) {
@@ -361,6 +345,10 @@ void AMFNode::operator delete(void* node, std::align_val_t alignment,
 
 namespace model {
 
+void* Cutter::takeElsewhere(std::size_t size) {
+  return AMFNode::operator new(size);
+}
+
 Cutter& cutterOfThisThread() noexcept {
   return heap.cutter;
 }
@@ -379,36 +367,25 @@ void givePieces(void* piece, std::int32_t count) noexcept {
 }
 
 std::unique_ptr<AMFString> makeString(AMFVersion version, const char* bytes, std::uint32_t count) {
-  return heap.cutter.makeBytes<AMFString>(version, bytes, count);
+  return std::unique_ptr<AMFString>(heap.cutter.makeBytes<AMFString>(version, bytes, count));
 }
 std::unique_ptr<AMFRaw> makeRaw(AMFVersion version, const char* bytes, std::uint32_t count) {
-  return heap.cutter.makeBytes<AMFRaw>(version, bytes, count);
+  return std::unique_ptr<AMFRaw>(heap.cutter.makeBytes<AMFRaw>(version, bytes, count));
 }
 std::unique_ptr<AMFXML> makeXML(AMFVersion version, const char* bytes, std::uint32_t count) {
-  return heap.cutter.makeBytes<AMFXML>(version, bytes, count);
+  return std::unique_ptr<AMFXML>(heap.cutter.makeBytes<AMFXML>(version, bytes, count));
 }
 
 std::unique_ptr<AMFString> copyBytesNode(const AMFString& source) {
-  return copyBytes(source);
+  return std::unique_ptr<AMFString>(heap.cutter.copy(source));
 }
 std::unique_ptr<AMFRaw> copyBytesNode(const AMFRaw& source) {
-  return copyBytes(source);
+  return std::unique_ptr<AMFRaw>(heap.cutter.copy(source));
 }
 std::unique_ptr<AMFXML> copyBytesNode(const AMFXML& source) {
-  auto copy = copyBytes(source);
+  std::unique_ptr<AMFXML> copy(heap.cutter.copy(source));
   copy->document = source.document;
   return copy;
-}
-
-void releaseBytes(const AMFRaw* node) noexcept {
-  const bool isInside = poolIsOn() && node->data &&
-                        (node->data == bytesBehind(node, sizeof(AMFString)) ||
-                         node->data == bytesBehind(node, sizeof(AMFXML)));
-  if (isInside) {
-    poison(node->data, node->length);
-  } else {
-    delete[] node->data;
-  }
 }
 
 bool isPoolOn() noexcept {

@@ -53,6 +53,13 @@
 #include <sanitizer/asan_interface.h>
 #endif
 
+// Kept out of the functions that call it: the way that is hardly ever taken.
+#if defined(__GNUC__)
+#define AMF2JSON_RARE __attribute__((noinline, cold))
+#else
+#define AMF2JSON_RARE
+#endif
+
 namespace model {
 
 constexpr std::size_t kChunkBytes = 65536;
@@ -71,6 +78,26 @@ inline void unpoison(void* bytes, std::size_t count) {
 inline void poison(void*, std::size_t) {}
 inline void unpoison(void*, std::size_t) {}
 #endif
+
+// A copy without a call: most texts are short.
+inline void copyShort(char* to, const char* from, std::size_t count) {
+  if (count > 32) {
+    std::memcpy(to, from, count);
+  } else if (count >= 16) {
+    std::memcpy(to, from, 16);
+    std::memcpy(to + count - 16, from + count - 16, 16);
+  } else if (count >= 8) {
+    std::memcpy(to, from, 8);
+    std::memcpy(to + count - 8, from + count - 8, 8);
+  } else if (count >= 4) {
+    std::memcpy(to, from, 4);
+    std::memcpy(to + count - 4, from + count - 4, 4);
+  } else if (count > 0) {
+    to[0] = from[0];
+    to[count / 2] = from[count / 2];
+    to[count - 1] = from[count - 1];
+  }
+}
 
 // What has not been cut yet of a thread's current chunk; nothing where there is no chunk. Nodes of
 // the library are cut here, everything else goes through AMFNode's operator new.
@@ -96,15 +123,45 @@ struct Cutter {
   template <class Node>
   void* take() {
     static_assert(alignof(Node) <= kPieceAlignment && sizeof(Node) <= kObjectMax, "fits a piece");
-    return hasRoom(sizeof(Node)) ? cut(sizeof(Node)) : AMFNode::operator new(sizeof(Node));
+    return hasRoom(sizeof(Node)) ? cut(sizeof(Node)) : takeElsewhere(sizeof(Node));
   }
   template <class Node>
-  std::unique_ptr<Node> make(AMFVersion version) {
-    return std::unique_ptr<Node>(::new (take<Node>()) Node(version));
+  Node* make(AMFVersion version) {
+    return ::new (take<Node>()) Node(version);
   }
   // A node with a copy of the bytes, right behind it where they are few and there are chunks.
   template <class Node>
-  std::unique_ptr<Node> makeBytes(AMFVersion version, const char* bytes, std::uint32_t count);
+  Node* makeBytes(AMFVersion version, const char* bytes, std::uint32_t count) {
+    const std::size_t size = sizeof(Node) + count;
+    if (count > kBytesMax || !hasRoom(size)) return makeBytesElsewhere<Node>(version, bytes, count);
+    return putBytes(::new (cut(size)) Node(version), bytes, count);
+  }
+  // A copy of a byte node's AMFRaw part, so made.
+  template <class Node>
+  Node* copy(const Node& source) {
+    const bool isPlain = source.children.empty() && (source.data || source.length == 0);
+    if (!isPlain) return new Node(source);
+    Node* const copied = makeBytes<Node>(source.version, source.data, source.length);
+    copied->type = source.type;
+    copied->referenceIndex = source.referenceIndex;
+    copied->complete = source.complete;
+    return copied;
+  }
+
+ private:
+  AMF2JSON_RARE static void* takeElsewhere(std::size_t size);
+  template <class Node>
+  AMF2JSON_RARE static Node* makeBytesElsewhere(AMFVersion version, const char* bytes,
+                                                std::uint32_t count);
+  // Right behind the node.
+  template <class Node>
+  static Node* putBytes(Node* node, const char* bytes, std::uint32_t count) {
+    char* const place = reinterpret_cast<char*>(node) + sizeof(Node);
+    copyShort(place, bytes, count);
+    node->data = count > 0 ? place : nullptr;
+    node->length = count;
+    return node;
+  }
 };
 
 // The cutter of the calling thread. It stays where it is as long as the thread.
@@ -130,56 +187,30 @@ std::unique_ptr<AMFXML> copyBytesNode(const AMFXML& source);
 bool isPoolOn() noexcept;
 
 // Frees a node's bytes, unless they stand behind it and go with it.
-void releaseBytes(const AMFRaw* node) noexcept;
+inline void releaseBytes(const AMFRaw* node, bool isPooled) noexcept {
+  const char* const begin = reinterpret_cast<const char*>(node);
+  if (isPooled && node->data &&
+      (node->data == begin + sizeof(AMFString) || node->data == begin + sizeof(AMFXML))) {
+    poison(node->data, node->length);
+  } else {
+    delete[] node->data;
+  }
+}
+inline void releaseBytes(const AMFRaw* node) noexcept {
+  releaseBytes(node, isPoolOn());
+}
 
 // For tests: this thread's chunks, in use and kept.
 std::size_t chunksOfThisThread() noexcept;
 
-// A short copy without a call: most texts are short.
-inline void copyShort(char* to, const char* from, std::uint32_t count) {
-  if (count > 32) {
-    std::memcpy(to, from, count);
-  } else if (count >= 16) {
-    std::memcpy(to, from, 16);
-    std::memcpy(to + count - 16, from + count - 16, 16);
-  } else if (count >= 8) {
-    std::memcpy(to, from, 8);
-    std::memcpy(to + count - 8, from + count - 8, 8);
-  } else if (count >= 4) {
-    std::memcpy(to, from, 4);
-    std::memcpy(to + count - 4, from + count - 4, 4);
-  } else {
-    for (std::uint32_t i = 0; i < count; ++i) to[i] = from[i];
-  }
-}
-
 template <class Node>
-std::unique_ptr<Node> Cutter::makeBytes(AMFVersion version, const char* bytes,
-                                        std::uint32_t count) {
-  void* piece = nullptr;
-  if (bytes && count > 0 && count <= kBytesMax) {
-    const std::size_t size = sizeof(Node) + count;
-    piece = hasRoom(size) ? cut(size) : takeFromNextChunk(size);
-  }
-  if (!piece) {
-    auto node = make<Node>(version);
-    if (count > 0) node->AMFRaw::setValue(bytes, count);
-    return node;
-  }
-  std::unique_ptr<Node> node(::new (piece) Node(version));
-  node->data = static_cast<char*>(piece) + sizeof(Node);
-  node->length = count;
-  copyShort(node->data, bytes, count);
-  return node;
-}
-
-// A copy of a string that stands alone, as those that are read do.
-inline std::unique_ptr<AMFString> copyPlain(Cutter& cutter, const AMFString& source) {
-  auto copy = cutter.makeBytes<AMFString>(source.version, source.data, source.length);
-  copy->type = source.type;
-  copy->referenceIndex = source.referenceIndex;
-  copy->complete = source.complete;
-  return copy;
+Node* Cutter::makeBytesElsewhere(AMFVersion version, const char* bytes, std::uint32_t count) {
+  const bool isFew = bytes && count <= kBytesMax;
+  void* const piece = isFew ? takeFromNextChunk(sizeof(Node) + count) : nullptr;
+  if (piece) return putBytes(::new (piece) Node(version), bytes, count);
+  std::unique_ptr<Node> node(new Node(version));
+  if (count > 0) node->AMFRaw::setValue(bytes, count);
+  return node.release();
 }
 
 }  // namespace model

@@ -3,8 +3,8 @@
 // The renderer at work: two cursors into the protocol object's texts, and every step of the walk. A
 // view makes one for its whole rendering; each public primitive makes one for its single step.
 // What every line of text goes through stands here; brackets in brackets.cpp, values in
-// value_text.cpp, nodes in node_text.cpp, members and lists in members.cpp, short nodes once more
-// in short_nodes.cpp, the path in script_path.cpp.
+// value_text.cpp and temporaries.cpp, nodes in node_text.cpp, members and lists in members.cpp,
+// short nodes once more in short_nodes.cpp, the path in script_path.cpp.
 #pragma once
 
 #include <algorithm>
@@ -112,7 +112,10 @@ class Writer {
   void endStatement();
   bool isLong(std::size_t length) const;
   char* writeQuoted(char* to, std::string_view text);
-  char* writeTemporary(char* to, std::string_view text);
+  void defineTemporary(std::string_view text);
+  void defineHexTemporary(std::string_view bytes);
+  std::int32_t nextTemporary();
+  char* writeTemporaryName(char* to);
   char* writeScalar(char* to, const AMFNode* node, bool named);
   static char* putScalar(char* to, const AMFNode* node);
   char* putDate(char* to, const AMFDate* date);
@@ -164,6 +167,7 @@ class Writer {
   // line's margin.
   bool lineEndDue = false;
   std::size_t breakMark;    // the length of the JSON text that asks for the next soft break
+  std::string escaped;      // the long value at work
   bool zoneIsRead = false;  // one look at the process's time zone serves all dates
 };
 

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Bytes as hexadecimal text, by a table. Tested by tests/render_node_test.cpp and
+// tests/render_value_test.cpp.
+#include "render/hex_text.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+namespace render {
+
+namespace {
+
+struct HexTexts {
+  char text[256][kHexPerByte];
+};
+
+constexpr HexTexts makeHexTexts() {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  HexTexts texts{};
+  for (unsigned byte = 0; byte < 256; ++byte) {
+    char* to = texts.text[byte];
+    for (int i = byte < 0x80 ? 0 : 6; i > 0; --i) *to++ = 'F';
+    *to++ = kDigits[byte >> 4];
+    *to++ = kDigits[byte & 15];
+  }
+  return texts;
+}
+
+constexpr HexTexts kHexTexts = makeHexTexts();
+
+// Stores eight bytes, of which two may count. The sum is no branch: either is as likely.
+char* putHexByte(char* to, char byte) {
+  const auto value = static_cast<unsigned char>(byte);
+  std::memcpy(to, kHexTexts.text[value], kHexPerByte);
+  return to + 2 + 6 * (value >> 7);
+}
+
+constexpr std::uint64_t kOnes = 0x0101010101010101u;
+constexpr std::size_t kWord = sizeof(std::uint64_t);
+
+std::size_t sumOfBytes(std::uint64_t word) {
+  std::size_t sum = 0;
+  for (; word != 0; word >>= 8) sum += word & 0xFF;
+  return sum;
+}
+
+}  // namespace
+
+std::size_t hexLength(std::string_view bytes) {
+  std::size_t high = 0;
+  const char* from = bytes.data();
+  std::size_t left = bytes.size();
+  while (left >= kWord) {
+    const std::size_t words = std::min<std::size_t>(left / kWord, 255);  // no byte of it overflows
+    std::uint64_t counts = 0;
+    for (std::size_t i = 0; i < words; ++i) {
+      std::uint64_t word;
+      std::memcpy(&word, from + i * kWord, kWord);
+      counts += word >> 7 & kOnes;
+    }
+    high += sumOfBytes(counts);
+    from += words * kWord;
+    left -= words * kWord;
+  }
+  for (; left > 0; --left) high += static_cast<unsigned char>(*from++) >> 7;
+  return 2 * bytes.size() + 6 * high;
+}
+
+char* putHex(char* to, std::string_view bytes) {
+  for (const char byte : bytes) to = putHexByte(to, byte);
+  return to;
+}
+
+char* HexPieces::put(char* to, std::size_t count) {
+  char* const stop = to + count;
+  std::memcpy(to, begun, kHexPerByte);
+  to += begunSize;
+  const char* from = next;
+  while (to < stop && from != end) to = putHexByte(to, *from++);
+  next = from;
+  begunSize = to > stop ? static_cast<std::size_t>(to - stop) : 0;
+  std::memcpy(begun, stop, kHexPerByte);
+  return std::min(to, stop);
+}
+
+}  // namespace render

@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Script temporaries: a long value becomes a numbered variable, which both texts name and which is
+// defined in front of the script. Tested by tests/render_value_test.cpp.
+#include <algorithm>
+#include <charconv>
+#include <iterator>
+
+#include "AMF2JSON.h"
+#include "render/hex_text.h"
+#include "render/writer.h"
+
+namespace render {
+
+namespace {
+
+constexpr std::int32_t kPieceSize = 400;
+constexpr std::int32_t kPieceAndNameMax = 994;
+
+// Where a piece that would end at `end` is cut, so that no backslash is parted from what it
+// escapes.
+std::size_t cutBefore(std::string_view text, std::size_t start, std::size_t end) {
+  std::size_t cut = end;
+  while (cut > start && text[cut - 1] == '\\') --cut;
+  return cut;
+}
+
+// A definition in lines of about 400 bytes, at the end of `preamble`.
+class Definition {
+ public:
+  // `length` bytes are to come, in all pieces.
+  Definition(std::string& preamble, std::string_view variable, std::size_t length)
+      : size(static_cast<std::size_t>(
+            std::min(kPieceSize, kPieceAndNameMax - static_cast<std::int32_t>(variable.size())))),
+        name(variable),
+        ahead(length < kMuch ? 0 : kMuch),
+        out(makeRoom(preamble, length + (length / size + 2) * lineMax() + ahead), preamble.size()) {
+    out.append('\n');
+  }
+
+  // Kept: the first piece holds up to 401 bytes, and `remaining` falls by the piece size whatever a
+  // piece really held, so that the last line can be empty, and bytes at the end can be lost.
+  void write(std::string_view text) {
+    if (text.size() <= size) return writePiece(text);
+    std::size_t start = 0;
+    std::size_t end = size + 1;
+    auto remaining = static_cast<std::int64_t>(text.size());
+    do {
+      const std::size_t cut = cutBefore(text, start, end);
+      writePiece(text.substr(start, cut - start));
+      remaining -= static_cast<std::int64_t>(size);
+      start = cut;
+      end = cut + size;
+    } while (static_cast<std::int64_t>(size) < remaining);
+    if (remaining > 0) writePiece(text.substr(start, size));
+  }
+
+  // The same for hexadecimal text, which holds no backslash: every cut is where it would be.
+  void writeHex(std::string_view bytes, std::size_t length) {
+    HexPieces pieces(bytes);
+    const std::size_t lines = (length + size - 1) / size;
+    for (std::size_t line = 0; line < lines; ++line) {
+      const std::size_t count = line == 0 && lines > 1 ? size + 1 : size;
+      out.moveTo(closeLine(pieces.put(openLine(count), count)));
+    }
+  }
+
+ private:
+  std::size_t lineMax() const { return name.size() + sizeof " += \"\"\n" + kSpill; }
+
+  void writePiece(std::string_view piece) {
+    out.moveTo(closeLine(put(openLine(piece.size()), piece)));
+  }
+  char* openLine(std::size_t length) {
+    char* const to = put(out.room(length + lineMax() + ahead), name);
+    if (!isFirstLine) return put(to, " += \"");
+    isFirstLine = false;
+    return put(to, " = \"");
+  }
+  static char* closeLine(char* to) { return put(to, "\"\n"); }
+
+  // A few bytes may come bit by bit. Behind more, there is room for the rest of the script at once:
+  // each move to a larger place would touch fresh memory for all of it.
+  static std::string& makeRoom(std::string& text, std::size_t count) {
+    constexpr std::size_t kScriptMax = 1500000;
+    const std::size_t needed = text.size() + count;
+    if (needed > text.capacity()) text.reserve(needed <= kMuch ? needed : needed + kScriptMax);
+    return text;
+  }
+
+  const std::size_t size;
+  const std::string_view name;
+  // In long definitions the text grows by many lines at once: that costs as much as writing one.
+  static constexpr std::size_t kMuch = 16384;
+  const std::size_t ahead;
+  bool isFirstLine = true;
+  TextOut out;
+};
+
+constexpr std::string_view kVariable = "qxAmfTemporary";
+
+struct VariableName {
+  char text[32];
+  std::size_t size;
+  explicit VariableName(std::int32_t number) {
+    kVariable.copy(text, kVariable.size());
+    char* const digits = text + kVariable.size();
+    size = static_cast<std::size_t>(std::to_chars(digits, std::end(text), number).ptr - text);
+  }
+  operator std::string_view() const { return {text, size}; }
+};
+
+}  // namespace
+
+void Writer::defineTemporary(std::string_view text) {
+  Definition(p.scriptPreamble, VariableName(nextTemporary()), text.size()).write(text);
+}
+
+void Writer::defineHexTemporary(std::string_view bytes) {
+  const std::size_t length = hexLength(bytes);
+  Definition(p.scriptPreamble, VariableName(nextTemporary()), length).writeHex(bytes, length);
+}
+
+std::int32_t Writer::nextTemporary() {
+  const std::uint32_t number = static_cast<std::uint32_t>(p.temporaryCounter) + 1;
+  return p.temporaryCounter = static_cast<std::int32_t>(number);
+}
+
+// The variable defined last stands for the value.
+char* Writer::writeTemporaryName(char* to) {
+  const VariableName name(p.temporaryCounter);
+  return put(json.room(to, lineRoom()), std::string_view(name));
+}
+
+}  // namespace render

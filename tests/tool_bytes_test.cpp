@@ -171,6 +171,15 @@ TEST_F(ToolBytes, Runs) {
   for (const RunCase& row : kRuns) EXPECT_EQ(runLine(row.line), row.expected) << row.line;
 }
 
+TEST_F(ToolBytes, DumpsAsDocumented) {
+  writeFile("string_reference.amf",
+            hex("0003 0000 0001 0004 'list' 0002 '/4' 0000000A 11 09 05 01 06 05 'ab' 06 00"));
+  const std::string document = readFile(AMF2JSON_SOURCES "/docs/dump.md");
+  const std::size_t begin = document.find("```\n") + 4;
+  const Outcome shown = runLine("amf2json dump string_reference.amf");
+  EXPECT_EQ(document.substr(begin, document.find("```\n", begin) - begin), shown.out);
+}
+
 TEST_F(ToolBytes, NamesCommandsThatWork) {
   const std::string packet = packetOf("02 0003 'a' C3A9");
   const std::string sharedObject =

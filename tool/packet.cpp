@@ -54,13 +54,9 @@ std::size_t inputLimit(const Options& options) {
 
 // Problems of wrappers, as those of the file.
 Unwrapped unwrapFile(const std::string& file, std::string bytes, const Options& options) {
-  // Where something stands in front, a wrapper would soon be taken for a value.
-  const auto isWanted = [&options](std::string_view some) {
-    return options.skip == 0 &&
-           verifyForm(some, options.form, options.limits).status == AMFVerifyStatus::ok;
-  };
   try {
-    return unwrap(std::move(bytes), options.limits.maxPacketBytes, isWanted);
+    return unwrap(std::move(bytes), options.limits.maxPacketBytes,
+                  isForm(options.form, options.skip, options.limits));
   } catch (Problem& problem) {
     problem.file = file;
     throw;

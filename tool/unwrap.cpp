@@ -34,6 +34,12 @@ std::optional<Wrapped> takeOffText(std::string_view text, std::size_t most,
 
 }  // namespace
 
+IsWanted isForm(Form form, std::size_t skip, const AMFVerifyLimits& limits) {
+  return [form, skip, &limits](std::string_view bytes) {
+    return skip == 0 && verifyForm(bytes, form, limits).status == AMFVerifyStatus::ok;
+  };
+}
+
 bool isPlainText(std::string_view bytes) {
   return !bytes.empty() && std::all_of(bytes.begin(), bytes.end(), isTyped);
 }

@@ -161,7 +161,7 @@ TEST(Identify, DoesNotOfferWhatItCannotResolve) {
   EXPECT_EQ(
       "shared object (.sol) \"set\", AMF3, AMF3 value \"name\" at byte 30, which cannot be decoded "
       "alone",
-      lineOf(sharedObject("00000003", "09 'name' 06 00 00")));
+      lineOf(sharedObject("00000003", "09 'name' 09 05 01 06 03 'a' 06 00 00")));
 }
 
 TEST(Identify, WritesNamesForShells) {

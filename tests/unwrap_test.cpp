@@ -146,6 +146,11 @@ const Row kMessages[] = {
      "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n0FFFFFFFFFFFFFFF\r\n..",
      "exit 7, packet too large, byte 47: packet too large: HTTP message of more than "
      "--max-packet-bytes 1048576"},
+    {"a chunk that would begin again at 0",
+     "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n20\r\n" + std::string(32, 'x') +
+         "\r\nFFFFFFFFFFFFFFE0\r\n..",
+     "exit 7, packet too large, byte 85: packet too large: HTTP message of more than "
+     "--max-packet-bytes 1048576"},
     {"a chunk that is cut", "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n7\r\n" + kEmpty,
      "exit 5, truncated wrapper, byte 50: HTTP message: a chunk is cut"},
     {"the last chunk is missing",
@@ -297,6 +302,13 @@ TEST(BareValue, OffsetsAreItsOwn) {
     EXPECT_EQ(row.offset, result.offset) << row.value;
     EXPECT_EQ(row.consumed, result.consumed) << row.value;
   }
+}
+
+TEST(Unwrap, TakesNothingForAValueThatIsToBeSkipped) {
+  const AMFVerifyLimits limits;
+  EXPECT_TRUE(isForm(Form::amf0, 0, limits)(hex("05 05")));
+  EXPECT_FALSE(isForm(Form::amf0, 1, limits)(hex("05 05")));
+  EXPECT_FALSE(isForm(Form::packet, 0, limits)(hex("05 05")));
 }
 
 TEST(BareValue, EnvelopeDoesNotCount) {

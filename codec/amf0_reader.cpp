@@ -115,7 +115,7 @@ AMFObject* Reader::amf0Object(AMFProtocol::AMF0Markers marker) {
   const bool isTyped = marker == AMFProtocol::AMF0_TYPED_OBJECT;
   object->className = amf0String(isTyped ? wire::readU16(cursor) : 0);
   if (!object->className) throw AMFException(reader_texts::kAMF0ClassName);
-  Children members(pending);
+  Children members(pending, lists);
   while (auto pair = std::unique_ptr<AMFPair>(amf0Pair())) members.add(std::move(pair));
   members.attachTo(*object);
   // Kept: indexes are given in the order in which objects and arrays end, not in which they begin.
@@ -128,7 +128,7 @@ AMFArray* Reader::amf0Array(AMFProtocol::AMF0Markers marker) {
   // Kept: the count is read before the marker is looked at. It is believed, but nothing is reserved
   // for it.
   std::uint32_t left = wire::readU32(cursor);
-  Children elements(pending);
+  Children elements(pending, lists);
   if (marker == AMFProtocol::AMF0_STRICT_ARRAY) {
     array->strict = 1;
     for (; left > 0; --left) {

@@ -212,7 +212,7 @@ AMFArray* Reader::amf3Array() {
   }
   std::unique_ptr<AMFArray> array(cutter.make<AMFArray>(AMF_VERSION_3));
   protocol.amf3ObjectReferences.push_back(array.get());  // before its members: they count from here
-  Children elements(pending);
+  Children elements(pending, lists);
   while (auto pair = std::unique_ptr<AMFPair>(amf3Pair())) elements.add(std::move(pair));
   for (std::uint32_t left = header >> 1; left > 0; --left) {
     std::unique_ptr<AMFNode> value(amf3Value());
@@ -263,7 +263,7 @@ void Reader::readSealedByTraits(AMFObject& object, const AMFObject& traits) {
   object.dynamic = traits.dynamic;
   object.sealedCount = traits.sealedCount;
   checkSealed(traits);
-  object.children.reserve(object.sealedCount);
+  if (object.sealedCount > 0) provideRoom(object.children, object.sealedCount, lists);
   protocol.amf3ObjectReferences.push_back(&object);
   for (std::uint32_t i = 0; i < object.sealedCount; ++i) {
     auto made = model::Adopt::pair(cutter, AMF_VERSION_3);
@@ -289,7 +289,7 @@ void Reader::readTraits(AMFObject& object, std::uint32_t header) {
       throw AMFException(reader_texts::kAMF3Externalizable);
     }
   } else {
-    Children members(pending);
+    Children members(pending, lists);
     for (std::uint32_t left = object.sealedCount; left > 0; --left) {
       auto pair = model::Adopt::pair(cutter, AMF_VERSION_3);
       pair->name = amf3String();
@@ -310,7 +310,7 @@ void Reader::readSealed(AMFObject& object) {
 }
 
 void Reader::readDynamic(AMFObject& object) {
-  Children members(pending);
+  Children members(pending, lists);
   while (auto pair = std::unique_ptr<AMFPair>(amf3Pair())) members.add(std::move(pair));
   members.attachTo(object);
 }
@@ -322,7 +322,7 @@ void Reader::readExternalized(AMFObject& object) {
   pair->name = cutter.make<AMFString>(AMF_VERSION_3);
   pair->value = amf3Value();
   if (!pair->value) throw AMFException(reader_texts::kAMF3MemberValue);
-  Children member(pending);
+  Children member(pending, lists);
   member.add(std::move(pair));
   member.attachTo(object);
 }

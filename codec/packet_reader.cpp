@@ -2,6 +2,8 @@
 //
 // Packet reader: version, headers, messages. Enter at AMFProtocol::parse. The values inside are
 // read by amf0_reader.cpp. Tested by tests/packet_reader_test.cpp.
+#include <utility>
+
 #include "AMF2JSON.h"
 #include "codec/reader.h"
 #include "codec/wire.h"
@@ -12,6 +14,12 @@ namespace {
 // The texts get this much room ahead of any rendering.
 constexpr std::size_t kJsonTextRoom = 716800;
 constexpr std::size_t kScriptTextRoom = 358400;
+
+// What of the lists has not been used goes when the parse ends.
+struct ListsEnd {
+  model::ChildLists& lists;
+  ~ListsEnd() { lists.end(); }
+};
 
 bool isBlank(const std::string& text, std::size_t room) {
   return text.size() == room && text.front() == '\0' && text.back() == '\0';
@@ -24,8 +32,10 @@ AMFPackage* AMFProtocol::parse(const char* packet) {
   readCursor = packet;
   blankTexts();
   const std::uint16_t version = wire::readU16(readCursor);
-  delete package;
-  package = nullptr;
+  if (!lists) lists = std::make_unique<model::ChildLists>();
+  lists->begin();
+  const ListsEnd listsEnd{*lists};
+  model::Dropper(lists.get()).drop(std::exchange(package, nullptr));
   package = new AMFPackage(AMF_VERSION_0);
   package->version = static_cast<AMFVersion>(version);  // any number is kept
   // The package is in place before the first header: after an error it holds what was completed.

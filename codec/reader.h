@@ -24,6 +24,7 @@ class Reader {
       : protocol(owner),
         cursor(owner.readCursor),
         pending(owner.pending),
+        lists(owner.lists.get()),
         cutter(model::cutterOfThisThread()) {}
 
   AMFHeader* header();
@@ -64,15 +65,23 @@ class Reader {
   AMFProtocol& protocol;
   const char*& cursor;
   Nodes& pending;
+  model::ChildLists* lists;  // not owned; null outside of parse
   model::Cutter& cutter;
 };
+
+// Room for exactly so many more nodes.
+inline void provideRoom(Nodes& list, std::size_t more, model::ChildLists* lists) {
+  if (lists && list.capacity() == 0) return lists->provide(list, more);
+  list.reserve(list.size() + more);
+}
 
 // The children of one container while they are read. They wait on a stack that all open containers
 // share, so that each container gets a list of the right size in one go; whatever is not attached
 // is deleted.
 class Children {
  public:
-  explicit Children(Nodes& stack) : pending(stack), start(stack.size()) {}
+  Children(Nodes& stack, model::ChildLists* keptLists)
+      : pending(stack), lists(keptLists), start(stack.size()) {}
   ~Children() {
     for (; pending.size() > start; pending.pop_back()) delete pending.back();
   }
@@ -87,7 +96,8 @@ class Children {
 
   // Behind the children that the container has already.
   void attachTo(AMFNode& container) {
-    container.children.reserve(container.children.size() + pending.size() - start);
+    if (pending.size() == start) return;
+    provideRoom(container.children, pending.size() - start, lists);
     for (std::size_t i = start; i < pending.size(); ++i) {
       pending[i]->parent = &container;
       container.children.push_back(pending[i]);
@@ -97,6 +107,7 @@ class Children {
 
  private:
   Nodes& pending;
+  model::ChildLists* lists;  // not owned
   std::size_t start;
 };
 

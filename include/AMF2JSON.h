@@ -74,12 +74,13 @@ enum AMFVersion : std::uint32_t { AMF_VERSION_0 = 0, AMF_VERSION_3 = 3 };
 
 class AMFString;
 namespace model {
-struct Adopt;  // internal
-}
+struct Adopt;      // internal
+class ChildLists;  // internal
+}  // namespace model
 namespace codec {
 class Reader;  // internal
 class Writer;  // internal
-}
+}  // namespace codec
 namespace render {
 class Writer;  // internal
 }
@@ -915,6 +916,7 @@ class AMF2JSON_API AMFProtocol {
   friend class render::Writer;
   void renderPackage(bool pretty, bool bareRoot, std::size_t hidden = 0);
 
+  std::unique_ptr<model::ChildLists> lists;  // storage of the last package's child lists, for parse
   std::vector<AMFNode*> pending;  // owned: what the containers being read will get as children
 
   // The script path: all segments joined, and where each begins.

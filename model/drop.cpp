@@ -7,30 +7,41 @@ namespace model {
 
 namespace {
 
-bool isSameChunk(const void* left, const void* right) {
-  return (reinterpret_cast<std::uintptr_t>(left) ^ reinterpret_cast<std::uintptr_t>(right)) <
-         kChunkBytes;
+struct Kind {
+  const std::type_info* type;
+  std::size_t size;
+};
+template <class Node>
+constexpr Kind kind() {
+  static_assert(sizeof(Node) <= kObjectMax && alignof(Node) <= kPieceAlignment, "is a piece");
+  return {&typeid(Node), sizeof(Node)};
 }
+// The library's class of each kind, in the order of the codes.
+constexpr Kind kKinds[] = {kind<AMFNull>(),   kind<AMFBool>(),    kind<AMFInt>(),
+                           kind<AMFDouble>(), kind<AMFString>(),  kind<AMFObject>(),
+                           kind<AMFDate>(),   kind<AMFXML>(),     kind<AMFArray>(),
+                           kind<AMFRaw>(),    kind<AMFPair>(),    kind<AMFUndefined>(),
+                           kind<AMFHeader>(), kind<AMFMessage>(), kind<AMFPackage>()};
+static_assert(sizeof kKinds / sizeof *kKinds == AMFNode::AMF_PACKAGE + 1, "one for each kind");
+
+constexpr std::uint32_t maskOf(AMFNode::AMFType type) {
+  return 1u << type;
+}
+constexpr std::uint32_t kWithBytes =
+    maskOf(AMFNode::AMF_STRING) | maskOf(AMFNode::AMF_XML) | maskOf(AMFNode::AMF_RAW);
+constexpr std::uint32_t kPairs = maskOf(AMFNode::AMF_PAIR) | maskOf(AMFNode::AMF_HEADER);
 
 }  // namespace
 
-inline void Dropper::give(void* piece, std::size_t size) noexcept {
-  if (!isPooled) return ::operator delete(piece);
-  poison(piece, size);
-  if (!isSameChunk(piece, held)) {
+inline void Dropper::give(AMFNode* node, std::size_t size) noexcept {
+  if (!isPooled) return ::operator delete(static_cast<void*>(node));
+  poison(node, size);
+  const auto place = reinterpret_cast<std::uintptr_t>(node);
+  if ((place ^ reinterpret_cast<std::uintptr_t>(held)) >= kChunkBytes) {
     giveHeld();
-    held = piece;
+    held = node;
   }
   ++count;
-}
-
-template <class Node>
-inline void Dropper::end(Node* node) noexcept {
-  static_assert(sizeof(Node) <= kObjectMax && alignof(Node) <= kPieceAlignment, "is a piece");
-  dropChildren(*node);
-  using Children = std::vector<AMFNode*>;
-  node->children.~Children();
-  give(node, sizeof(Node));
 }
 
 void Dropper::dropChildren(AMFNode& node) noexcept {
@@ -39,48 +50,31 @@ void Dropper::dropChildren(AMFNode& node) noexcept {
 
 void Dropper::drop(AMFNode* node) noexcept {
   if (!node) return;
-  switch (node->type) {
-    case AMFNode::AMF_STRING:
-      if (!isExactly<AMFString>(*node)) break;
-      releaseBytes(static_cast<AMFString*>(node), isPooled);
-      return end(static_cast<AMFString*>(node));
-    case AMFNode::AMF_PAIR: {
-      if (!isExactly<AMFPair>(*node)) break;
-      const auto pair = static_cast<AMFPair*>(node);
-      drop(pair->name);
-      drop(pair->value);
-      return end(pair);
-    }
-    case AMFNode::AMF_OBJECT: {
-      if (!isExactly<AMFObject>(*node)) break;
-      const auto object = static_cast<AMFObject*>(node);
-      drop(object->className);
-      return end(object);
-    }
-    case AMFNode::AMF_ARRAY:
-      if (!isExactly<AMFArray>(*node)) break;
-      return end(static_cast<AMFArray*>(node));
-    case AMFNode::AMF_DOUBLE:
-      if (!isExactly<AMFDouble>(*node)) break;
-      return end(static_cast<AMFDouble*>(node));
-    case AMFNode::AMF_INT:
-      if (!isExactly<AMFInt>(*node)) break;
-      return end(static_cast<AMFInt*>(node));
-    case AMFNode::AMF_BOOL:
-      if (!isExactly<AMFBool>(*node)) break;
-      return end(static_cast<AMFBool*>(node));
-    case AMFNode::AMF_NULL:
-      if (!isExactly<AMFNull>(*node)) break;
-      return end(static_cast<AMFNull*>(node));
-    case AMFNode::AMF_UNDEFINED:
-      if (!isExactly<AMFUndefined>(*node)) break;
-      return end(static_cast<AMFUndefined*>(node));
-    case AMFNode::AMF_DATE:
-      if (!isExactly<AMFDate>(*node)) break;
-      return end(static_cast<AMFDate*>(node));
-    default: break;
+  const std::uint32_t type = node->type;
+  if (type > AMFNode::AMF_PACKAGE || &typeid(*node) != kKinds[type].type) {
+    delete node;  // a host's class, or a host's kind
+    return;
   }
-  delete node;
+  const std::uint32_t mask = 1u << type;
+  if ((mask & kWithBytes) != 0) {
+    releaseBytes(static_cast<AMFRaw*>(node), isPooled);
+  } else if ((mask & kPairs) != 0) {
+    drop(static_cast<AMFPair*>(node)->name);
+    drop(static_cast<AMFPair*>(node)->value);
+  } else if (type == AMFNode::AMF_OBJECT) {
+    drop(static_cast<AMFObject*>(node)->className);
+  } else if (type == AMFNode::AMF_MESSAGE) {
+    drop(static_cast<AMFMessage*>(node)->targetUri);
+    drop(static_cast<AMFMessage*>(node)->responseUri);
+    drop(static_cast<AMFMessage*>(node)->value);
+  }
+  if (node->children.capacity() > 0) {
+    dropChildren(*node);
+    if (lists) lists->keep(node->children);
+    using Nodes = std::vector<AMFNode*>;
+    node->children.~Nodes();
+  }
+  give(node, kKinds[type].size);
 }
 
 }  // namespace model

@@ -8,6 +8,7 @@
 #include <typeinfo>
 
 #include "AMF2JSON.h"
+#include "model/child_lists.h"
 #include "model/node_pool.h"
 
 namespace model {
@@ -20,26 +21,25 @@ bool isExactly(const AMFNode& node) {
 
 class Dropper {
  public:
-  Dropper() = default;
+  // Where there are `keptLists`, they get the storage of short lists.
+  explicit Dropper(ChildLists* keptLists = nullptr) : lists(keptLists) {}
   ~Dropper() { giveHeld(); }
   Dropper(const Dropper&) = delete;
   Dropper& operator=(const Dropper&) = delete;
 
-  // As `delete node`.
+  // As `delete node`; storage whose resources are gone is given back without a destructor's run.
   void drop(AMFNode* node) noexcept;
   // As the destructor of AMFNode: last first.
   void dropChildren(AMFNode& node) noexcept;
 
  private:
-  // The storage goes without a destructor's run: that has nothing left to do.
-  template <class Node>
-  void end(Node* node) noexcept;
-  void give(void* piece, std::size_t size) noexcept;
+  void give(AMFNode* node, std::size_t size) noexcept;
   void giveHeld() noexcept {
     if (count > 0) givePieces(held, count);
     count = 0;
   }
 
+  ChildLists* const lists;  // not owned
   const bool isPooled = isPoolOn();
   void* held = nullptr;  // a piece of the chunk that `count` pieces are to be given back to
   std::int32_t count = 0;

@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What a tree takes of the heap in a thread that has no chunks yet, held against what the check
+// announces: the chunks of the pool, counted whole, and every other block.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <thread>
+
+#include "AMFGuard.h"
+#include "model/node_pool.h"
+#include "support/counted_heap.h"
+#include "support/packet_generator.h"
+
+namespace {
+
+// Heap of the tree alone: the chunks its thread has taken, and what deleting it gives back.
+std::uint64_t heapOf(const std::string& packet) {
+  std::uint64_t heap = 0;
+  std::thread([&] {
+    AMFProtocol protocol;
+    protocol.parse(packet.data());
+    heap = model::chunksOfThisThread() * model::kChunkBytes;
+    const std::uint64_t before = support::liveBytes;
+    delete protocol.package;
+    protocol.package = nullptr;
+    heap += before - support::liveBytes;
+  }).join();
+  return heap;
+}
+
+void expectWithin(const std::string& packet) {
+  const AMFVerifyResult checked =
+      verifyPacket(packet.data(), packet.size(), AMFVerifyLimits::unlimited());
+  ASSERT_EQ(checked.status, AMFVerifyStatus::ok);
+  EXPECT_LE(heapOf(packet), checked.treeBytes / 8 * 9 + (128u << 10));
+}
+
+TEST(TreeMemory, SamplesStayWithinWhatTheCheckAnnounces) {
+  unsigned count = 0;
+  for (const auto& file : std::filesystem::directory_iterator(AMF2JSON_SAMPLES)) {
+    if (file.path().extension() != ".amf") continue;
+    SCOPED_TRACE(file.path().filename());
+    std::ifstream in(file.path(), std::ios::binary);
+    expectWithin(std::string(std::istreambuf_iterator<char>(in), {}));
+    ++count;
+  }
+  EXPECT_GT(count, 10u);
+}
+
+TEST(TreeMemory, GeneratedPacketsStayWithinWhatTheCheckAnnounces) {
+  packets::PacketGenerator generator(7);
+  for (unsigned i = 0; i < 1000; ++i) {
+    SCOPED_TRACE(i);
+    expectWithin(generator.next().bytes);
+  }
+}
+
+std::string u16(std::size_t value) {
+  return {static_cast<char>(value >> 8 & 0xFF), static_cast<char>(value & 0xFF)};
+}
+std::string u32(std::size_t value) {
+  return u16(value >> 16) + u16(value);
+}
+
+// A strict array of `count` times the same value.
+std::string packetOf(const std::string& value, std::size_t count) {
+  std::string packet = u16(0) + u16(0) + u16(1) + u16(1) + 't' + u16(0) + u32(0xFFFFFFFF);
+  packet += '\x0A' + u32(count);
+  for (std::size_t i = 0; i < count; ++i) packet += value;
+  return packet;
+}
+std::string stringOf(std::size_t length) {
+  return '\x02' + u16(length) + std::string(length, 'x');
+}
+
+struct ManyRow {
+  const char* name;
+  std::string value;
+};
+const ManyRow kMany[] = {
+    {"null", "\x05"},
+    {"number", '\0' + std::string(8, '@')},
+    {"empty string", stringOf(0)},
+    {"one byte", stringOf(1)},
+    {"a chunk does not take the 31st", stringOf(2041)},
+    {"the longest behind its node", stringOf(2048)},
+    {"the shortest apart from it", stringOf(2049)},
+    {"empty object", std::string("\x03\0\0\x09", 4)},
+    {"object", std::string("\x03\0\1a\x05\0\1b\x05\0\0\x09", 12)},
+};
+
+TEST(TreeMemory, ManyOfOneKindStayWithinWhatTheCheckAnnounces) {
+  for (const ManyRow& row : kMany) {
+    SCOPED_TRACE(row.name);
+    expectWithin(packetOf(row.value, 3000));
+  }
+}
+
+// The storage of child lists goes from one package to the next, and is not kept beyond that.
+TEST(TreeMemory, TheSamePacketAgainTakesItsListsOver) {
+  if (!model::isPoolOn()) GTEST_SKIP() << "every node is an allocation";
+  const std::string packet = packetOf(std::string("\x03\0\1a\x05\0\1b\x05\0\0\x09", 12), 3000);
+  AMFProtocol protocol;
+  protocol.parse(packet.data());
+  protocol.parse(packet.data());
+  const std::uint64_t before = support::allocations;
+  protocol.parse(packet.data());
+  EXPECT_LE(support::allocations, before + 2);  // the lists of the array and the package
+}
+
+TEST(TreeMemory, ListsAreNotKeptForLong) {
+  const std::string small = packetOf("\x05", 1);
+  const std::string large = packetOf(std::string("\x03\0\1a\x05\0\1b\x05\0\0\x09", 12), 20000);
+  const auto blocksBehind = [&](unsigned largeOnes) {
+    const std::uint64_t before = support::liveBlocks;
+    AMFProtocol protocol;
+    for (unsigned i = 0; i < largeOnes; ++i) protocol.parse(large.data());
+    protocol.parse(small.data());
+    return support::liveBlocks - before;
+  };
+  EXPECT_LE(blocksBehind(2), blocksBehind(0) + 4);  // the object's own tables
+}
+
+}  // namespace

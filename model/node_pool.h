@@ -13,6 +13,10 @@
 // host's own classes), over-aligned ones, and strings whose bytes are longer than kBytesMax apart
 // from their node, come from the global operator new; so do all child vectors.
 //
+// What that costs. One live node pins its whole chunk: who keeps a few nodes of large trees keeps
+// 64 KiB for each, and had better keep clones. And a thread that handed its nodes away and makes
+// and deletes none itself keeps their chunks, until it does so again or ends.
+//
 // When it goes back. An empty chunk is kept for the next packet, up to 16 MiB a thread. Beyond that
 // the heap shrinks: all chunks above 4 MiB go back to the system at once, and so does every further
 // one until the thread needs a chunk again. So a stream of ordinary packets runs in warm memory,

@@ -7,13 +7,47 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 
 namespace {
 
 template <std::size_t count>
 const char* nameOf(const char* const (&names)[count], std::uint64_t marker) {
   return marker < count ? names[marker] : "unknown";
+}
+
+// Towards the past, also before 1970.
+std::int64_t quotient(std::int64_t number, std::int64_t divisor) {
+  return number / divisor - (number % divisor < 0 ? 1 : 0);
+}
+
+constexpr std::int64_t kDayMs = 86400000;
+
+struct Date {
+  std::int64_t year;
+  int month;  // from 1
+  int day;    // from 1
+};
+
+bool isLeap(std::int64_t year) {
+  return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+}
+
+int daysOf(std::int64_t year, int month) {
+  if (month == 2) return isLeap(year) ? 29 : 28;
+  return month == 4 || month == 6 || month == 9 || month == 11 ? 30 : 31;
+}
+
+// The calendar repeats itself every 400 years. Not gmtime: Windows lacks the one for threads.
+Date dateOf(std::int64_t daysSince1970) {
+  constexpr std::int64_t kCycle = 146097;
+  const std::int64_t cycles = quotient(daysSince1970, kCycle);
+  std::int64_t left = daysSince1970 - cycles * kCycle;
+  Date date{1970 + 400 * cycles, 1, 1};
+  for (; left >= (isLeap(date.year) ? 366 : 365); ++date.year)
+    left -= isLeap(date.year) ? 366 : 365;
+  for (; left >= daysOf(date.year, date.month); ++date.month) left -= daysOf(date.year, date.month);
+  date.day += static_cast<int>(left);
+  return date;
 }
 
 }  // namespace
@@ -54,14 +88,14 @@ std::string numberText(double number) {
 std::string dateText(double timeMs) {
   constexpr double kLatest = 8.64e15;  // as far as dates of these clients go
   if (!(std::fabs(timeMs) <= kLatest)) return numberText(timeMs);
-  const double seconds = std::floor(timeMs / 1000);
-  const auto time = static_cast<std::time_t>(seconds);
-  std::tm parts{};
-  if (gmtime_r(&time, &parts) == nullptr) return numberText(timeMs);
+  const auto time = static_cast<std::int64_t>(std::floor(timeMs));
+  const std::int64_t days = quotient(time, kDayMs);
+  const auto ofDay = static_cast<int>(time - days * kDayMs);
+  const Date date = dateOf(days);
   char text[64];
-  std::snprintf(text, sizeof text, " (%04d-%02d-%02dT%02d:%02d:%02d.%03dZ)", parts.tm_year + 1900,
-                parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec,
-                static_cast<int>(timeMs - seconds * 1000));
+  std::snprintf(text, sizeof text, " (%04lld-%02d-%02dT%02d:%02d:%02d.%03dZ)",
+                static_cast<long long>(date.year), date.month, date.day, ofDay / 3600000,
+                ofDay / 60000 % 60, ofDay / 1000 % 60, ofDay % 1000);
   return numberText(timeMs) + text;
 }
 

@@ -124,6 +124,15 @@ TEST(Documents, LinksLeadSomewhere) {
   EXPECT_GT(links, 30u);
 }
 
+TEST(Documents, TheFrontPageLeadsToEveryPage) {
+  const Strings links = matches(read(kRoot / "docs/README.md").prose, "\\]\\(([^)#\\s]+)");
+  for (const auto& entry : fs::directory_iterator(kRoot / "docs")) {
+    const std::string name = entry.path().filename().string();
+    if (entry.path().extension() != ".md" || name == "README.md") continue;
+    EXPECT_EQ(1u, links.count(name)) << name;
+  }
+}
+
 TEST(Documents, NamedFilesExist) {
   std::size_t named = 0;
   for (const fs::path& file : documents()) {

@@ -38,14 +38,17 @@ class Margin {
 
   char* write(char* to) const {
     std::memcpy(to, text, kWord);
-    if (length > kWord) std::memcpy(to + kWord, text + kWord, kWord);
-    if (length > 2 * kWord) std::memcpy(to + 2 * kWord, text + 2 * kWord, length - 2 * kWord);
+    if (length > kWord) writeRest(to + kWord);
     return to + length;
   }
   char* writeLineEnd(char* to) const { return put(to, std::string_view(text, lineEnd)); }
   char* writeIndentation(char* to) const { return put(to, indentation()); }
 
  private:
+  void writeRest(char* to) const {
+    std::memcpy(to, text + kWord, kWord);
+    if (length > 2 * kWord) std::memcpy(to + kWord, text + 2 * kWord, length - 2 * kWord);
+  }
   void reserve(std::size_t size, std::size_t kept);
 
   static constexpr std::size_t kWord = 16;

@@ -14,6 +14,10 @@ constexpr std::size_t kSegmentNameMax = 999;
 
 void AMFProtocol::CreatePrefix() {
   if (!scriptPathStarts.empty()) return;
+  constexpr std::size_t kFewLevels = 16;
+  constexpr std::size_t kShortPath = 120;
+  scriptPathStarts.reserve(kFewLevels);
+  scriptPath.reserve(kShortPath);
   scriptPathStarts.push_back(0);
   if (!noRootPrefix) scriptPath = "amf";
 }
@@ -42,7 +46,7 @@ void Writer::pushSegment(AMFProtocol& p, std::string_view name) {
 
 void Writer::popSegment(AMFProtocol& p) {
   if (p.scriptPathStarts.empty()) return;
-  p.scriptPath.resize(p.scriptPathStarts.back());
+  p.scriptPath.erase(p.scriptPathStarts.back());
   p.scriptPathStarts.pop_back();
 }
 
@@ -54,12 +58,12 @@ void Writer::pushMember(std::string_view name) {
 
 // The segment "name[index]".
 void Writer::pushElement(std::string_view name, std::uint32_t index) {
-  char digits[kIntegerMax];
+  char position[kIntegerMax + 2];
+  position[0] = '[';
+  char* const end = put(putInteger(position + 1, index), ']');
   const std::size_t start = p.scriptPath.size() + (p.nextPrefixBare ? 0 : 1);
   pushSegment(p, name.substr(0, name.find('\0')));
-  p.scriptPath += '[';
-  p.scriptPath.append(digits, putInteger(digits, index));
-  p.scriptPath += ']';
+  p.scriptPath.append(position, end);
   if (p.scriptPath.size() - start > kSegmentNameMax) p.scriptPath.resize(start + kSegmentNameMax);
 }
 

@@ -39,15 +39,30 @@ bool isShortValue(const AMFNode* node, AMFVersion parentVersion) {
   }
 }
 
+bool isBlock(const AMFNode* node, AMFVersion parentVersion) {
+  return isReference(node) || switchesVersion(node, parentVersion) ||
+         node->type == AMFNode::AMF_DATE;
+}
+
+std::string_view textBetween(const char* start, const char* end) {
+  return {start, static_cast<std::size_t>(end - start)};
+}
+
 }  // namespace
 
-// And not at the outermost level, nor where the output limit may be passed inside.
+// And not at the outermost level, nor where the output limit may be passed inside. In a script both
+// are bare.
 bool Writer::isShort(const char* to, const AMFPair* pair) const {
-  return p.jsonOnly && lineEndDue && !p.closerStack.empty() && margin.sizeWithin(2) < kMarginMax &&
-         (p.outputLimitReached ||
-          json.sizeAt(to) + script.size() + shortPairRoom() <= kOutputLimit) &&
-         !p.trackDepth && isShortValue(pair->name, pair->version) &&
-         isShortValue(pair->value, pair->version);
+  if (!lineEndDue || p.closerStack.empty() || margin.sizeWithin(2) >= kMarginMax) return false;
+  if (p.trackDepth || !isShortValue(pair->name, pair->version) ||
+      !isShortValue(pair->value, pair->version)) {
+    return false;
+  }
+  if (p.jsonOnly && p.outputLimitReached) return true;
+  const std::size_t length = json.sizeAt(to) + script.size() + shortPairRoom();
+  if (p.jsonOnly) return length <= kOutputLimit;
+  return !isBlock(pair->name, pair->version) && !isBlock(pair->value, pair->version) &&
+         length + p.scriptPath.size() + shortPairRoom() <= kOutputLimit;
 }
 
 std::size_t Writer::shortPairRoom() const {
@@ -59,9 +74,12 @@ char* Writer::writeShort(char* to, const AMFPair* pair) {
   fetchAhead(pair->value);
   to = putOpening(json.room(to, shortPairRoom()));
   to = putTypeLine(margin.write(to), AMFNode::AMF_PAIR);
-  to = putShortMember(to, kName, pair->name, pair->version);
-  *to++ = ',';
-  to = putShortMember(to, kValue, pair->value, pair->version);
+  if (p.jsonOnly) {
+    to = put(putShortMember(to, kName, pair->name, pair->version), ',');
+    to = putShortMember(to, kValue, pair->value, pair->version);
+  } else {
+    to = putScriptedPair(to, pair);
+  }
   margin.shallow();
   p.scriptStatementStart = true;
   return put(margin.write(to), "},");
@@ -73,6 +91,24 @@ char* Writer::putOpening(char* to) {
   return to;
 }
 
+// Kept: in a script value first.
+char* Writer::putScriptedPair(char* to, const AMFPair* pair) {
+  appendPath();
+  script.append(".value = ");
+  to = kValue.write(startBreakableLine(to));
+  const char* const value = to;
+  to = putShort(to, pair->value, pair->version);
+  script.append(textBetween(value, to));
+  script.append("; // ");
+  to = kName.write(startBreakableLine(put(to, ',')));
+  const char* const name = to;
+  to = putShort(to, pair->name, pair->version);
+  script.append(textBetween(name, to));
+  script.append('\n');
+  p.valueInline = false;
+  return to;
+}
+
 template <class AnyKey>
 char* Writer::putShortMember(char* to, const AnyKey& key, const AMFNode* node,
                              AMFVersion parentVersion) {
@@ -81,33 +117,29 @@ char* Writer::putShortMember(char* to, const AnyKey& key, const AMFNode* node,
 
 // A value without the comma behind it.
 char* Writer::putShort(char* to, const AMFNode* node, AMFVersion parentVersion) {
-  const bool isBlock =
-      isReference(node) || switchesVersion(node, parentVersion) || node->type == AMFNode::AMF_DATE;
-  if (isBlock) {
-    to = putOpening(to);
-    if (isReference(node)) {
-      to = putTypeLine(margin.write(to), node->type);
-      to = putInteger(kReference.write(margin.write(to)), node->referenceIndex);
-      *to++ = ',';
-    } else if (switchesVersion(node, parentVersion)) {
-      to = put(margin.write(to), "\"version\" : \"AMF3\",");
-    }
-    to = kValue.write(margin.write(putTypeLine(margin.write(to), node->type)));
+  if (!isBlock(node, parentVersion)) return putBare(to, node);
+  to = putOpening(to);
+  if (isReference(node)) {
+    to = putTypeLine(margin.write(to), node->type);
+    to = put(putInteger(kReference.write(margin.write(to)), node->referenceIndex), ',');
+  } else if (switchesVersion(node, parentVersion)) {
+    to = put(margin.write(to), "\"version\" : \"AMF3\",");
   }
-  if (node->type == AMFNode::AMF_STRING) {
-    *to++ = '"';
-    to = escapeForScript(to, bytesOf(static_cast<const AMFString*>(node)));
-    *to++ = '"';
-  } else if (node->type == AMFNode::AMF_DATE) {
-    *to++ = '"';
-    to = putDate(to, static_cast<const AMFDate*>(node));
-    *to++ = '"';
-  } else {
-    to = putScalar(to, node);
-  }
-  if (!isBlock) return to;
+  to = putTypeLine(margin.write(to), node->type);
+  to = putBare(kValue.write(margin.write(to)), node);
   margin.shallow();
   return put(margin.write(to), '}');
+}
+
+char* Writer::putBare(char* to, const AMFNode* node) {
+  if (node->type == AMFNode::AMF_STRING) {
+    to = escapeForScript(put(to, '"'), bytesOf(static_cast<const AMFString*>(node)));
+    return put(to, '"');
+  }
+  if (node->type == AMFNode::AMF_DATE) {
+    return put(putDate(put(to, '"'), static_cast<const AMFDate*>(node)), '"');
+  }
+  return putScalar(to, node);
 }
 
 }  // namespace render

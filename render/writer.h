@@ -138,7 +138,9 @@ class Writer {
   bool isShort(const char* to, const AMFPair* pair) const;
   std::size_t shortPairRoom() const;
   char* writeShort(char* to, const AMFPair* pair);
+  char* putScriptedPair(char* to, const AMFPair* pair);
   char* putOpening(char* to);
+  char* putBare(char* to, const AMFNode* node);
   char* putShort(char* to, const AMFNode* node, AMFVersion parentVersion);
   template <class AnyKey>
   char* putShortMember(char* to, const AnyKey& key, const AMFNode* node, AMFVersion parentVersion);

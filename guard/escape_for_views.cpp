@@ -61,6 +61,7 @@ void appendEscape(std::string& out, unsigned code) {
   for (int shift = 12; shift >= 0; shift -= 4) out += kDigits[code >> shift & 0xF];
 }
 
+// Of a valid character: its first byte says that there are three.
 bool isLineSeparator(const char* text) {
   return text[0] == '\xE2' && text[1] == '\x80' && (text[2] == '\xA8' || text[2] == '\xA9');
 }
@@ -82,7 +83,7 @@ std::string escaped(const char* text, std::size_t length) {
       out += kReplacement;
     } else if (character.length == 1) {
       appendASCII(out, text[i]);
-    } else if (character.length == 3 && isLineSeparator(text + i)) {
+    } else if (isLineSeparator(text + i)) {
       appendEscape(out, text[i + 2] == '\xA8' ? 0x2028 : 0x2029);
     } else {
       out.append(text + i, character.length);

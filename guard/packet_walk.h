@@ -246,7 +246,7 @@ template <class Sink>
 bool Walker<Sink>::reachDepth(std::uint64_t depth) {
   const auto reached = static_cast<std::uint32_t>(std::min<std::uint64_t>(depth, 0xFFFFFFFFu));
   result.depth = std::max(result.depth, reached);
-  return reached <= limits.maxDepth || fail(AMFVerifyStatus::depthLimit);
+  return reached <= limits.maxDepth ? true : fail(AMFVerifyStatus::depthLimit);
 }
 
 // ---------------------------------------------------------------------------------------------------

@@ -117,7 +117,7 @@ class Walker {
   // Fields
   std::size_t left() const { return static_cast<std::size_t>(end - cursor); }
   std::size_t offset() const { return static_cast<std::size_t>(cursor - begin); }
-  bool need(std::uint32_t length) { return length <= left() || truncated(length); }
+  bool need(std::uint32_t length) { return length <= left() ? true : truncated(length); }
   bool readU8(Kind kind, std::uint32_t& value);
   bool readU16(Kind kind, std::uint32_t& value, Kind of);
   bool readU32(Kind kind, std::uint32_t& value, Kind of);
@@ -141,7 +141,7 @@ class Walker {
 
   // Sums
   bool withinLimits() {
-    return (total.nodes <= maxNodes && total.bytes <= maxBytes) || overLimit();
+    return total.nodes <= maxNodes && total.bytes <= maxBytes ? true : overLimit();
   }
   bool overLimit();
   bool chargeNode(std::uint64_t bytes);

@@ -177,6 +177,22 @@ TEST(GuardEscape, HandMadeTrees) {
   EXPECT_EQ(1u, array.denseCount);
 }
 
+TEST(GuardEscape, TextsThatNeedNothingStayWhereTheyAre) {
+  const auto plain = makeString(AMF_VERSION_0, "longer than a short string");
+  const char* const bytes = plain->data;
+  const std::uint64_t before = allocations;
+  escapeForViews(plain.get());
+  EXPECT_EQ(bytes, plain->data);
+  EXPECT_EQ(before + 2, allocations);  // the list of nodes, the text to compare with
+  // A length without bytes, which only a host can make, is no text.
+  AMFString empty(AMF_VERSION_0);
+  empty.length = 5;
+  escapeForViews(&empty);
+  EXPECT_EQ(nullptr, empty.data);
+  EXPECT_EQ(5u, empty.length);
+  empty.length = 0;
+}
+
 TEST(GuardEscape, DeepTreesNeedNoStack) {
   auto root = std::make_unique<AMFArray>(AMF_VERSION_0);
   AMFNode* innermost = root.get();

@@ -268,7 +268,7 @@ TEST(GuardMemory, FailureIsAStatus) {
     const std::uint64_t needed = allocations - start;
     std::size_t lastOffset = 0;
     for (const bool on : {false, true}) {
-      for (std::uint64_t i = 0; i < needed; i += 1 + needed / 40) {
+      for (std::uint64_t i = 0; i < needed; i += i < 20 ? 1 : 1 + needed / 20) {
         failingAllocation = allocations + i;
         failsOn = on;
         const AMFVerifyResult result = verify(row.packet, AMFVerifyLimits::unlimited());

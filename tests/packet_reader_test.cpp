@@ -365,6 +365,21 @@ const Between kBetween[] = {
        p.jsonText += 'x';
        p.scriptText += 'x';
      }},
+    {"last bytes written",
+     [](AMFProtocol& p) {
+       if (!p.jsonText.empty()) p.jsonText.back() = 'x';
+       if (!p.scriptText.empty()) p.scriptText.back() = 'x';
+     }},
+    {"the JSON text changed, then a view",
+     [](AMFProtocol& p) {
+       p.jsonText = "x";
+       p.getPackageInJS(true);
+     }},
+    {"the script text changed, then a view",
+     [](AMFProtocol& p) {
+       p.scriptText = "x";
+       p.getPackageInJS(true);
+     }},
     {"only the script text changed", [](AMFProtocol& p) { p.scriptText = "x"; }},
     {"only the JSON text changed", [](AMFProtocol& p) { p.jsonText = "x"; }},
     {"filled with something shorter",

@@ -11,8 +11,7 @@ namespace {
 constexpr const char* kDetails =
     "One line for each file that can be read:\n"
     "\n"
-    "  FILE: STATUS: HEADERS, MESSAGES, NODES, DEPTH, TREE BYTES, BYTES LEFT OVER, LENGTHS THAT "
-    "LIE\n"
+    "  FILE: STATUS: HEADERS, MESSAGES, NODES, DEPTH, TREE BYTES, LEFT OVER, LIES\n"
     "\n"
     "Nothing is decoded. Of a packet that is refused the figures say how far it was read, and the\n"
     "problem is told on standard error. A length lies that is neither unknown (FFFFFFFF) nor that "

@@ -6,6 +6,7 @@
 
 #include "tool/did_you_mean.h"
 #include "tool/help.h"
+#include "tool/manual.h"
 #include "tool/shared_options.h"
 
 namespace {
@@ -49,7 +50,7 @@ CommandLine parseProgram(const std::vector<std::string>& words) {
   if (word == "-h") return {nullptr, {}, shortHelp()};
   if (word == "--help") return {nullptr, {}, longHelp()};
   if (word == "--version") return {nullptr, {}, versionText()};
-  if (word.empty()) throw usageProblem("a command is missing" + didYouMean("", commandNames()));
+  if (words.empty()) throw usageProblem("a command is missing" + didYouMean("", commandNames()));
   throw usageProblem("no option '" + word + "' in front of a command" +
                      didYouMean(word, {"-h", "--help", "--version"}));
 }
@@ -57,6 +58,9 @@ CommandLine parseProgram(const std::vector<std::string>& words) {
 }  // namespace
 
 CommandLine parseCommandLine(const std::vector<std::string>& words) {
+  if (words.size() == 2 && words.front() == "generate") {
+    if (const std::string file = generated(words[1]); !file.empty()) return {nullptr, {}, file};
+  }
   if (words.empty() || words.front().empty() || words.front()[0] == '-') return parseProgram(words);
   CommandLine line;
   line.command = &commandNamed(words.front());
@@ -71,9 +75,9 @@ CommandLine parseCommandLine(const std::vector<std::string>& words) {
     app.parse(std::vector<std::string>(words.rbegin(), words.rend() - 1));
     refuseUnknown(app, table);
   } catch (const CLI::CallForAllHelp&) {
-    return {nullptr, {}, longHelp(*line.command, table)};
+    return {nullptr, {}, longHelp(pageOf(*line.command))};
   } catch (const CLI::CallForHelp&) {
-    return {nullptr, {}, shortHelp(*line.command, table)};
+    return {nullptr, {}, shortHelp(pageOf(*line.command))};
   } catch (const CLI::ParseError& e) {
     throw usageProblem(e.what());
   }

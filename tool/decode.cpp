@@ -91,9 +91,9 @@ Command decodeCommand() {
   return {"decode",
           "Shows packets as JSON or JavaScript",
           kDetails,
-          {{"amf2json decode packet.amf", "JSON, indented"},
-           {"amf2json decode --to js --compact packet.amf", "a script in one run of text"},
-           {"amf2json decode -o packet.json packet.amf", "to a file, whole or not at all"}},
+          {{"amf2json decode --to js --compact packet.amf", "a script in one run of text"},
+           {"amf2json decode -o packet.json packet.amf", "to a file, whole or not at all"},
+           {"amf2json decode --error-format json *.amf", "problems for a machine to read"}},
           declare,
           decode};
 }

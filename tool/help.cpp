@@ -1,69 +1,79 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool/help.h"
 
-#include <algorithm>
+#include "tool/about.h"
+#include "tool/wrapped.h"
 
 namespace {
 
-constexpr std::size_t kColumn = 25;  // where explanations begin
+constexpr std::size_t kWidth = 79;
+constexpr std::size_t kColumn = 23;  // where explanations begin
 
 // "  NAME   TEXT", the text on a line of its own if the name is too long.
 std::string entry(const std::string& name, const std::string& text) {
   std::string line = "  " + name;
-  if (line.size() + 2 > kColumn)
-    line += "\n" + std::string(kColumn, ' ');
-  else
-    line.resize(kColumn, ' ');
+  if (line.size() + 2 > kColumn) line += "\n";
+  const std::size_t lineStart = line.rfind('\n') == std::string::npos ? 0 : line.size();
+  line.resize(lineStart + kColumn, ' ');
   return line + text + "\n";
 }
 
-std::string spelling(const OptionInfo& option) {
-  std::string text = option.names;
-  const std::size_t comma = text.find(',');
-  if (comma != std::string::npos) text.insert(comma + 1, " ");
-  return option.value.empty() ? text : text + " " + option.value;
-}
-
-std::string exampleLines(const std::vector<Example>& examples) {
-  std::string lines;
-  for (const Example& example : examples) {
-    lines += std::string("  ") + example.line + "\n";
-  }
-  return lines;
-}
-
-std::string usageOf(const Command& command) {
-  return std::string("amf2json ") + command.name + " [OPTIONS] [FILE...]\n" + command.summary +
-         ".\n";
+std::string entryOf(const OptionInfo& option, const std::string& text) {
+  const OptionNames names = namesOf(option);
+  const bool both = !names.shortName.empty() && !names.longName.empty();
+  std::string spelling = names.shortName + (both ? ", " : "") + names.longName;
+  if (!option.value.empty()) spelling += " " + option.value;
+  return entry(spelling, text);
 }
 
 std::string choiceNames(const OptionInfo& option) {
   std::string names;
-  for (const Choice& choice : option.choices) names += (names.empty() ? "" : ", ") + choice.name;
+  for (const Choice& choice : option.choices) names += (names.empty() ? ": " : ", ") + choice.name;
   return names;
 }
 
-std::string shortOptions(const OptionTable& table) {
+// Those that are not needed to get along: the limits, the help itself.
+bool isForLongHelp(const OptionInfo& option) {
+  return option.isLimit || option.names == "-h" || option.names == "--help";
+}
+
+std::string briefly(const std::vector<OptionInfo>& options) {
   std::string text;
-  for (const OptionInfo& option : table.all()) {
-    if (option.isLimit) continue;
-    text += entry(spelling(option),
-                  option.choices.empty() ? option.help : option.help + ": " + choiceNames(option));
+  for (const OptionInfo& option : options) {
+    if (!isForLongHelp(option)) text += entryOf(option, option.help + choiceNames(option));
   }
   return text;
 }
 
-std::string longOptions(const OptionTable& table, bool limits) {
+std::string atLength(const std::vector<OptionInfo>& options, bool limits) {
   std::string text;
-  for (const OptionInfo& option : table.all()) {
+  for (const OptionInfo& option : options) {
     if (option.isLimit != limits) continue;
-    const bool tellDefault = !option.byDefault.empty();
-    text +=
-        entry(spelling(option), option.help + (tellDefault ? " (" + option.byDefault + ")" : ""));
+    const std::string byDefault = option.byDefault.empty() ? "" : " (" + option.byDefault + ")";
+    text += entryOf(option, option.help + byDefault);
     for (const Choice& choice : option.choices)
       text += entry("", "  " + choice.name + ": " + choice.help);
   }
   return text;
+}
+
+std::string examplesOf(const std::vector<Example>& examples) {
+  std::string text = "Examples:\n";
+  for (const Example& example : examples) text += std::string("  ") + example.line + "\n";
+  return text;
+}
+
+std::string exampleWords(const std::vector<Example>& examples) {
+  std::string text = "Examples:\n";
+  for (const Example& example : examples) {
+    text += std::string("  ") + example.line + "\n      " + example.what + "\n";
+  }
+  return text;
+}
+
+std::string usageOf(const Command& command) {
+  return std::string("amf2json ") + command.name + " [OPTIONS] [FILE...]\n" + command.summary +
+         ". No FILE or -: standard input.\n\n";
 }
 
 std::string exitCodeLines() {
@@ -75,38 +85,35 @@ std::string exitCodeLines() {
   return text;
 }
 
-std::string commandLines() {
-  std::string text;
-  for (const Command& command : commands()) text += entry(command.name, command.summary);
-  return text;
-}
-
 }  // namespace
 
 std::string shortHelp() {
   std::string text =
-      "amf2json COMMAND [OPTIONS] [FILE...]\nShows and checks AMF packets.\n\nCommands:\n" +
-      commandLines();
-  text += "\nExamples:\n";
-  for (const Command& command : commands())
-    text += std::string("  ") + command.examples.front().line + "\n";
-  return text + "\namf2json COMMAND -h tells its options; amf2json --help tells more.\n";
+      "amf2json COMMAND [OPTIONS] [FILE...]\nShows AMF packets and checks them.\n\nCommands:\n";
+  for (const Command& command : commands()) text += entry(command.name, command.summary);
+  return text + "\n" + examplesOf(programExamples()) +
+         "\nOptions of a command: amf2json COMMAND -h. Exit codes and more: amf2json --help.\n";
 }
 
-std::string shortHelp(const Command& command, const OptionTable& table) {
-  return usageOf(command) + "\n" + shortOptions(table) + "\nExamples:\n" +
-         exampleLines(command.examples) + "\namf2json " + command.name +
-         " --help tells more, and the limits.\n";
+std::string shortHelp(const CommandPage& page) {
+  return usageOf(page.command) + briefly(page.options) + "\n" + examplesOf(page.command.examples) +
+         "\nMore, and the limits: amf2json " + page.command.name + " --help\n";
 }
 
 std::string longHelp() {
-  return shortHelp() + "\n" + exitCodeLines();
+  std::string text = shortHelp() + "\n" + exitCodeLines() + "\n" + wrapped(kAboutProgram, kWidth);
+  for (const CommandPage& page : commandPages()) {
+    text += std::string("\n") + page.command.name + ":\n" + briefly(page.options);
+  }
+  return text;
 }
 
-std::string longHelp(const Command& command, const OptionTable& table) {
-  return usageOf(command) + "\n" + command.details + "\nOptions:\n" + longOptions(table, false) +
-         "\nLimits:\n" + longOptions(table, true) + "\nExamples:\n" +
-         exampleLines(command.examples) + "\n" + exitCodeLines();
+std::string longHelp(const CommandPage& page) {
+  return usageOf(page.command) + wrapped(page.command.details, kWidth) + "\nOptions:\n" +
+         atLength(page.options, false) +
+         "\nLimits; a packet that is over one of them is refused:\n" +
+         atLength(page.options, true) + "\n" + exampleWords(page.command.examples) + "\n" +
+         exitCodeLines();
 }
 
 std::string versionText() {

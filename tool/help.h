@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the program tells about itself.
+// What the program tells about itself on a terminal.
 #ifndef AMF2JSON_TOOL_HELP_H
 #define AMF2JSON_TOOL_HELP_H
 
 #include <string>
 
-#include "tool/command.h"
+#include "tool/command_page.h"
 
-// -h: one screen, of the program and of a command.
+// -h: one screen of 24 lines and 80 columns, of the program and of a command.
 std::string shortHelp();
-std::string shortHelp(const Command& command, const OptionTable& table);
+std::string shortHelp(const CommandPage& page);
 
 // --help: everything.
 std::string longHelp();
-std::string longHelp(const Command& command, const OptionTable& table);
+std::string longHelp(const CommandPage& page);
 
 // --version: the program's, the library's, and its ABI.
 std::string versionText();

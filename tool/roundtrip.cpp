@@ -90,11 +90,11 @@ void declare(OptionTable& table, Options& options) {
 
 Command roundtripCommand() {
   return {"roundtrip",
-          "Decodes packets, encodes them again, compares the bytes",
+          "Encodes packets again and compares the bytes",
           kDetails,
           {{"amf2json roundtrip packet.amf", "the first byte that is written otherwise"},
            {"amf2json roundtrip *.amf", "a line for each file; the worst exit code"},
-           {"amf2json roundtrip --max-depth 200 deep.amf", "a limit raised"}},
+           {"amf2json roundtrip --max-depth 200 packet.amf", "a limit raised"}},
           declare,
           roundtrip};
 }

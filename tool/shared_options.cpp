@@ -22,9 +22,9 @@ void declareShared(OptionTable& table, Options& options) {
                {{"auto", "on a terminal, unless NO_COLOR is set"},
                 {"always", "also into files and pipes"},
                 {"never", "no colour"}});
-  table.choice("--error-format", "FORM", options.errorFormat, "Form of errors",
-               {{"text", "FILE:OFFSET: MESSAGE (SECTION), and the bytes around the place"},
-                {"json", "one JSON object a line"}});
+  table.choice(
+      "--error-format", "FORM", options.errorFormat, "Form of errors",
+      {{"text", "FILE:OFFSET: MESSAGE (SECTION), and bytes"}, {"json", "one JSON object a line"}});
   AMFVerifyLimits& limits = options.limits;
   table.limit("--max-packet-bytes", limits.maxPacketBytes, "Size of the packet");
   table.limit("--max-depth", limits.maxDepth, "Objects and arrays inside one another");

@@ -37,11 +37,14 @@ std::vector<std::string> spellings(const OptionTable& table) {
   return known;
 }
 
+Problem unknownOption(const std::string& word, const OptionTable& table) {
+  return usageProblem("no option '" + word + "'" + didYouMean(word, spellings(table)));
+}
+
 void refuseUnknown(const CLI::App& app, const OptionTable& table) {
-  const std::vector<std::string> extras = app.remaining();
-  if (extras.empty()) return;
-  const std::string word = extras.front().substr(0, extras.front().find('='));
-  throw usageProblem("no option '" + word + "'" + didYouMean(word, spellings(table)));
+  for (const std::string& extra : app.remaining()) {
+    if (extra != "--") throw unknownOption(extra.substr(0, extra.find('=')), table);
+  }
 }
 
 // The program without a command: it only tells about itself.

@@ -35,7 +35,7 @@ std::string didYouMean(const std::string& word, const std::vector<std::string>& 
   constexpr std::size_t kLongestWord = 64;  // nobody means more than that
   constexpr std::size_t kLongestList = 8;
   const std::string* nearest = nullptr;
-  std::size_t shortest = std::max<std::size_t>(2, word.size() / 3) + 1;
+  std::size_t shortest = std::max<std::size_t>(1, word.size() / 3) + 1;
   for (const std::string& candidate : known) {
     const bool isBeginning = !word.empty() && candidate.compare(0, word.size(), word) == 0;
     const std::size_t distance = isBeginning                  ? 1

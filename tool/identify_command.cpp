@@ -43,7 +43,8 @@ Command identifyCommand() {
           "Tells what files are, and how to go on with them",
           kDetails,
           {{"amf2json identify capture.bin", "what it is, and the command to run next"},
-           {"amf2json identify *", "a line or two for each file"}},
+           {"amf2json identify *", "a line or two for each file"},
+           {"cat capture.bin | amf2json identify", "the same for standard input"}},
           declare,
           identifyFile};
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool/option_table.h"
 
+#include <CLI/CLI.hpp>
 #include <charconv>
 
 #include "tool/did_you_mean.h"

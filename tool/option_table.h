@@ -5,11 +5,15 @@
 #ifndef AMF2JSON_TOOL_OPTION_TABLE_H
 #define AMF2JSON_TOOL_OPTION_TABLE_H
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <string>
 #include <vector>
+
+namespace CLI {
+class App;
+}
 
 struct Choice {
   std::string name;

@@ -8,10 +8,9 @@ void declareOutput(OptionTable& table, Options& options) {
 void declareForm(OptionTable& table, Options& options) {
   table.choice("--as", "FORM", options.form, "What the bytes are",
                {{"packet", "a packet"},
-                {"amf0", "one AMF0 value; shown as that of a message without URIs"},
+                {"amf0", "one AMF0 value; shown in a message without URIs"},
                 {"amf3", "one AMF3 value; the same"}});
-  table.flag("--unwrap", options.unwrap,
-             "Take off hexadecimal, base64, gzip, zlib and HTTP around it");
+  table.flag("--unwrap", options.unwrap, "Take off hexadecimal, base64, gzip, zlib and HTTP");
   table.number("--skip", options.skip, "Leave out the first N bytes, once unwrapped", "0");
 }
 

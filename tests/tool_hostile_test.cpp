@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The program on packets that are made to harm, with little memory and a small stack: it is never
+// killed. And on deep packets with a limit raised: the stack grows with it.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/guard_packets.h"
+#include "support/hex.h"
+#include "support/process.h"
+#include "support/program.h"
+
+namespace {
+
+using namespace support;
+
+using Hostile = ProgramTest;
+
+struct HostileCase {
+  const char* name;
+  std::string packet;
+  int status;  // of decode
+};
+
+std::string nested(const std::string& open, std::uint32_t levels, const std::string& inner,
+                   const std::string& close) {
+  return repeat(hex(open), levels) + hex(inner) + repeat(hex(close), levels);
+}
+
+const HostileCase kHostileCases[] = {
+    {"doubling AMF3", doubling3(40), 7},
+    {"doubling AMF0", doubling0(40), 7},
+    {"chain of references", referenceChain(5000), 7},
+    {"string copied", stringBomb(100000, 50000), 7},
+    {"names copied", traitsBomb(1000, 1000), 7},
+    {"deep strict arrays", packetWith(nested("0A 00000001", 45000, "05", "")), 7},
+    {"deep AMF3 arrays", packetWith(hex("11") + nested("09 03 01", 45000, "01", "")), 7},
+    {"deep objects", packetWith(nested("03 0001 'a'", 45000, "05", "0000 09")), 7},
+    {"as deep as allowed", packetWith(nested("03 0001 'a'", 64, "05", "0000 09")), 0},
+    {"as deep as allowed, AMF3", packetWith(hex("11") + nested("0A 0B 01 03 'a'", 64, "01", "01")),
+     0},
+    {"lying length", packetWith(hex("0C FFFFFFFF 41")), 7},
+    {"lying short length", packetWith(hex("02 FFFF 41")), 5},
+    {"lying variable length", packetWith(hex("11 06 808080FF")), 7},
+    {"lying count", packetWith(hex("0A FFFFFFFF 05 05")), 5},
+    {"switched references",
+     packetWith(hex("0A 000003E9 11 0A 03 01") + repeat(hex("11 0A 00"), 1000)), 7},
+    {"a large byte array", packetWith(hex("11 0C 83FFFF01") + std::string((1 << 20) * 4, '\xFF')),
+     5},
+    {"not AMF at all", std::string(100000, 'x'), 6},
+};
+
+// Sanitizers reserve more address space than there is.
+const std::string kLimited = kAddressSanitizer || kThreadSanitizer
+                                 ? "ulimit -s 256; "
+                                 : "ulimit -v 1048576; ulimit -s 256; ";
+
+TEST_F(Hostile, PacketsNeverKillTheProgram) {
+  for (const HostileCase& row : kHostileCases) {
+    writeFile("hostile.amf", row.packet);
+    const Outcome decoded =
+        runShell(kLimited + "$amf2json decode --compact -o /dev/null hostile.amf");
+    EXPECT_EQ(decoded.status, row.status) << row.name << "\n" << decoded.err;
+    EXPECT_EQ(decoded.err.empty(), row.status == 0) << row.name;
+    for (const char* command : {"check", "roundtrip"}) {
+      const int status = runShell(kLimited + "$amf2json " + command + " hostile.amf").status;
+      EXPECT_LE(status, 8) << row.name << " " << command;
+      EXPECT_EQ(status >= 5, row.status >= 5) << row.name << " " << command;
+    }
+  }
+}
+
+// ---- Depth: the work runs on a stack of the size that it needs
+
+TEST_F(Hostile, DeepPacketsAreWorkedOnWhenTheLimitIsRaised) {
+  const std::string raised = " --max-depth 5000 deep.amf";
+  const std::string packets[] = {
+      packetWith(nested("0A 00000001", 5000, "05", "")),
+      packetWith(nested("03 0001 'a'", 5000, "05", "0000 09")),
+      packetWith(hex("11") + nested("0A 0B 01 03 'a'", 5000, "01", "01")),
+      packetWith(hex("11") + nested("0A 13 03 'c' 03 'a'", 5000, "01", "")),
+      packetWith(hex("11") + nested("0A 07 29 'mx.utils.ObjectProxy'", 5000, "01", "")),
+  };
+  for (const std::string& packet : packets) {
+    writeFile("deep.amf", packet);
+    const Outcome equal = {0, "deep.amf: equal\n", ""};
+    EXPECT_EQ(runShell("ulimit -s 256; $amf2json roundtrip" + raised), equal);
+    const Outcome silent = {0, "", ""};
+    EXPECT_EQ(runShell("ulimit -s 256; $amf2json decode --compact -o out" + raised), silent);
+  }
+}
+
+TEST_F(Hostile, AStackThatCannotBeHadIsTold) {
+  if (kAddressSanitizer || kThreadSanitizer) GTEST_SKIP() << "needs little address space";
+  writeFile("deep.amf", packetWith(nested("0A 00000001", 100000, "05", "")));
+  const Outcome expected = {10, "",
+                            "amf2json: deep.amf: no stack of 409862144 bytes to be had for 100000 "
+                            "objects and arrays inside one another\n"};
+  EXPECT_EQ(runShell("ulimit -v 400000; $amf2json decode --max-depth 100000 deep.amf"), expected);
+}
+
+TEST_F(Hostile, RunningOutOfMemoryIsTold) {
+  if (kAddressSanitizer || kThreadSanitizer) GTEST_SKIP() << "needs little address space";
+  writeFile("bomb.amf", doubling0(30));
+  const std::string most = "18446744073709551615";
+  const Outcome expected = {10, "", "amf2json: bomb.amf: out of memory\n"};
+  EXPECT_EQ(runShell("ulimit -v 50000; $amf2json decode --max-nodes " + most +
+                     " --max-tree-bytes " + most + " --max-copied-bytes " + most + " bomb.amf"),
+            expected);
+}
+
+// ---- Many files at once
+
+TEST_F(Hostile, ResultsComeInTheOrderOfTheFiles) {
+  std::string expected;
+  std::string files;
+  for (int i = 0; i < 200; ++i) {
+    const std::string name = std::to_string(i) + ".amf";
+    // Every seventh takes long, so that others overtake it.
+    const std::string length = i % 7 == 0 ? "00020000 61*131072" : "00000001 61";
+    writeFile(name, echoOf("0C " + length));
+    files += " " + name;
+    expected +=
+        name + (i % 7 == 0 ? ": equal\n"
+                           : ": differs at byte 20: 0C read, 02 written: marker0 in message 0 (a "
+                             "string of up to 65535 bytes is written as a short one)\n");
+  }
+  for (const char* jobs : {"", " -j 1", " -j2", " --jobs=16"}) {
+    const Outcome outcome = runShell("$amf2json roundtrip" + std::string(jobs) + files);
+    EXPECT_EQ(outcome, (Outcome{1, expected, ""})) << jobs;
+  }
+}
+
+TEST_F(Hostile, AReaderThatLeavesStopsTheWork) {
+  const Outcome outcome = runShell(
+      "for i in {1..500}; do echo echo.amf; done |"
+      " xargs $amf2json decode | head -n 1; echo ${PIPESTATUS[1]}");
+  // xargs says 125 where the program was ended by a signal.
+  EXPECT_EQ(outcome.out, "{\n125\n") << outcome.err;
+}
+
+}  // namespace

@@ -1,25 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool/delivery.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <map>
 
 #include "tool/output.h"
+#include "tool/platform.h"
 #include "tool/terminal.h"
 
 namespace {
 
-bool isFolder(const std::string& path) {
-  struct stat status {};
-  return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
 // Several files go to a folder, and so does one if the folder is there.
 bool namesFolder(const Options& options) {
-  return options.output != "-" && (options.files.size() > 1 || isFolder(options.output));
+  return options.output != "-" && (options.files.size() > 1 || platform::isFolder(options.output));
 }
 
 std::string baseName(const std::string& file) {
@@ -38,9 +31,7 @@ void refuseSameNames(const Options& options) {
 }
 
 void makeFolder(const std::string& folder) {
-  if (isFolder(folder) || ::mkdir(folder.c_str(), 0777) == 0) return;
-  if (errno == EEXIST) errno = ENOTDIR;
-  throw fileProblem(folder, "write");
+  if (!platform::makeFolder(folder)) throw fileProblem(folder, "write");
 }
 
 }  // namespace

@@ -2,15 +2,17 @@
 #ifndef AMF2JSON_TOOL_DESCRIPTOR_H
 #define AMF2JSON_TOOL_DESCRIPTOR_H
 
-#include <unistd.h>
+#include "tool/platform.h"
 
 // An open file, closed at the end of its scope.
 struct Descriptor {
   explicit Descriptor(int opened) : number(opened) {}
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() {
-    if (number >= 0) ::close(number);
+  ~Descriptor() { close(); }
+  void close() {
+    if (number >= 0) platform::close(number);
+    number = -1;
   }
   int number;
 };

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool/input.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cerrno>
 
@@ -25,19 +22,18 @@ std::string readAll(int descriptor, const std::string& file, std::size_t limit) 
   for (;;) {
     const std::size_t present = bytes.size();
     bytes.resize(nextSize(present, most));
-    const ssize_t got = ::read(descriptor, &bytes[present], bytes.size() - present);
+    const std::ptrdiff_t got = platform::read(descriptor, &bytes[present], bytes.size() - present);
     if (got < 0 && errno != EINTR) throw fileProblem(file, "read");
-    bytes.resize(present + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+    bytes.resize(present + static_cast<std::size_t>(std::max<std::ptrdiff_t>(got, 0)));
     if (bytes.size() > limit) throw tooLarge(file, "", limit);
     if (got == 0) return bytes;
   }
 }
 
 std::string readOpen(int descriptor, const std::string& file, std::size_t limit) {
-  struct stat status {};
-  if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
-      static_cast<unsigned long long>(status.st_size) > limit) {
-    throw tooLarge(file, std::to_string(status.st_size), limit);
+  const platform::Status status = platform::statusOf(descriptor);
+  if (status.isRegular && status.size > limit) {
+    throw tooLarge(file, std::to_string(status.size), limit);
   }
   return readAll(descriptor, file, limit);
 }
@@ -45,8 +41,8 @@ std::string readOpen(int descriptor, const std::string& file, std::size_t limit)
 }  // namespace
 
 std::string readInput(const std::string& file, std::size_t limit) {
-  if (file == "-") return readOpen(STDIN_FILENO, file, limit);
-  const Descriptor in(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+  if (file == "-") return readOpen(platform::kInput, file, limit);
+  const Descriptor in(platform::openToRead(file));
   if (in.number < 0) throw fileProblem(file, "read");
   return readOpen(in.number, file, limit);
 }

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool/progress.h"
 
-#include <unistd.h>
-
 #include <cstdio>
+
+#include "tool/platform.h"
 
 namespace {
 
@@ -11,7 +11,8 @@ constexpr std::chrono::milliseconds kFirst(1000);
 constexpr std::chrono::milliseconds kBetween(200);
 
 bool isWatched(bool outputElsewhere) {
-  return ::isatty(STDERR_FILENO) == 1 && (outputElsewhere || ::isatty(STDOUT_FILENO) != 1);
+  return platform::isTerminal(platform::kErrors) &&
+         (outputElsewhere || !platform::isTerminal(platform::kOutput));
 }
 
 }  // namespace

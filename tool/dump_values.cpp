@@ -92,7 +92,7 @@ std::string dateText(double timeMs) {
   const std::int64_t days = quotient(time, kDayMs);
   const auto ofDay = static_cast<int>(time - days * kDayMs);
   const Date date = dateOf(days);
-  char text[64];
+  char text[80];
   std::snprintf(text, sizeof text, " (%04lld-%02d-%02dT%02d:%02d:%02d.%03dZ)",
                 static_cast<long long>(date.year), date.month, date.day, ofDay / 3600000,
                 ofDay / 60000 % 60, ofDay / 1000 % 60, ofDay % 1000);

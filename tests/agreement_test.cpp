@@ -22,17 +22,21 @@ class Agreement : public testing::Test {
   ~Agreement() override { wire::inputEnd = nullptr; }
 };
 
-TEST_F(Agreement, OfGuardAndReaders) {
+void agreeOnAll(AMFProtocol& protocol, support::Counts& counts) {
   support::GuardGenerator generator(8);
-  AMFProtocol protocol;
-  support::Counts counts;
-  for (int i = 0; i < 8000; ++i) {
+  for (int i = 0; i < 6000; ++i) {
     const std::string& packet = generator.next();
     ASSERT_TRUE(support::agree(protocol, packet, counts)) << support::toHex(packet);
-    const std::uint64_t blocks = support::liveBlocks;  // tables and counts have their room now
-    ASSERT_TRUE(support::agree(protocol, packet, counts)) << support::toHex(packet);
-    ASSERT_EQ(blocks, support::liveBlocks) << support::toHex(packet);
   }
+}
+
+TEST_F(Agreement, OfGuardAndReaders) {
+  AMFProtocol protocol;
+  support::Counts counts;
+  agreeOnAll(protocol, counts);  // tables and counts have their room now
+  const std::uint64_t blocks = support::liveBlocks;
+  agreeOnAll(protocol, counts);
+  EXPECT_EQ(blocks, support::liveBlocks) << "a leak";
 }
 
 TEST_F(Agreement, OfLimitsAndSums) {

@@ -27,6 +27,10 @@ constexpr std::uint32_t kEmptyName = 1;             // ends a list of members
 constexpr std::uint32_t kU29Max = 0x3FFFFFFF;
 constexpr auto kNoMarker = AMFProtocol::AMF3_UNDEFINED;
 
+inline char* writeMarker(char* pen, AMFProtocol::AMF3Markers marker) {
+  return marker == kNoMarker ? pen : piece::u8(pen, static_cast<std::uint32_t>(marker));
+}
+
 bool isReference(const AMFNode* node) {
   return node->referenceIndex != AMFNode::kNoReference;
 }
@@ -47,7 +51,7 @@ const AMFPair* Writer::memberAt(char* pen, const AMFObject* object, std::uint32_
 // register has to be saved for it here.
 inline char* Writer::writeU29(char* pen, AMFProtocol::AMF3Markers marker, std::uint32_t value) {
   if (value > piece::kTwoBytesMax || !hasRoom(pen, 3)) return writeU29Anew(pen, marker, value);
-  if (marker != kNoMarker) pen = piece::u8(pen, marker);
+  pen = writeMarker(pen, marker);
   pen = piece::shortU29(pen, value);
   return pen;
 }
@@ -55,7 +59,7 @@ inline char* Writer::writeU29(char* pen, AMFProtocol::AMF3Markers marker, std::u
 // Long, too large, or first in a new block.
 char* Writer::writeU29Anew(char* pen, AMFProtocol::AMF3Markers marker, std::uint32_t value) {
   pen = withRoom(pen, 1 + piece::kU29Bytes);
-  if (marker != kNoMarker) pen = piece::u8(pen, marker);
+  pen = writeMarker(pen, marker);
   if (value > kU29Max) refuse(pen, "setAMF3Integer(): integer value is to large");
   pen = piece::u29(pen, value);
   return pen;
@@ -109,7 +113,7 @@ char* Writer::writeReferenceOrBytes(char* pen, AMFProtocol::AMF3Markers marker,
     return writeBytes(writeU29(pen, marker, inlineCount(node->length)), node);
   }
   pen = withRoom(pen, 1 + piece::kU29Bytes + node->length);
-  if (marker != kNoMarker) pen = piece::u8(pen, marker);
+  pen = writeMarker(pen, marker);
   pen = piece::u29(pen, inlineCount(node->length));
   pen = piece::bytes(pen, node);
   return pen;

@@ -343,6 +343,8 @@ TEST(GuardLimits, CopiesAreCountedAtTheFieldThatMakesThem) {
     const AMFVerifyResult result = verify(packetOf(row.value), limits);
     EXPECT_EQ(Status::copyLimit, result.status);
     EXPECT_EQ(kEnvelopeLength + row.offset, result.offset);
+    EXPECT_EQ(result.offset, result.consumed);
+    EXPECT_STREQ("copy limit", result.message);
   }
 }
 

@@ -8,6 +8,7 @@
 #include "codec/reader.h"
 #include "codec/wire.h"
 #include "model/adopt.h"
+#include "model/node_pool.h"
 
 namespace {
 
@@ -35,6 +36,7 @@ AMFPackage* AMFProtocol::parse(const char* packet) {
   if (!lists) lists = std::make_unique<model::ChildLists>();
   lists->begin();
   const ListsEnd listsEnd{*lists};
+  const model::ChunksStay chunksStay;
   model::Dropper(lists.get()).drop(std::exchange(package, nullptr));
   package = new AMFPackage(AMF_VERSION_0);
   package->version = static_cast<AMFVersion>(version);  // any number is kept

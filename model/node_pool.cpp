@@ -108,6 +108,7 @@ struct Heap {
   std::size_t renewals = 0;  // of `current`, since the last look at what other threads gave back
   std::uintptr_t returnsSeen = 0;
   HeapId id = kNoHeap;
+  unsigned stays = 0;  // ChunksStay objects
   bool isShrinking = false;
   bool hasEnded = false;
 
@@ -157,15 +158,17 @@ struct Heap {
   }
 
   void keep(Chunk* chunk) noexcept {
-    if (emptyCount >= (isShrinking ? kShrunkChunks : kKeptChunksMax)) {
-      isShrinking = true;
-      giveToSystem(chunk);
-      while (emptyCount > kShrunkChunks) giveToSystem(popEmpty());
-      return;
-    }
     chunk->next = empty;
     empty = chunk;
     ++emptyCount;
+    if (stays == 0) shrink();
+  }
+
+  // Where there are too many empty chunks.
+  void shrink() noexcept {
+    if (emptyCount <= (isShrinking ? kShrunkChunks : kKeptChunksMax)) return;
+    isShrinking = true;
+    while (emptyCount > kShrunkChunks) giveToSystem(popEmpty());
   }
 
   Chunk* popEmpty() noexcept {
@@ -390,6 +393,13 @@ std::unique_ptr<AMFXML> copyBytesNode(const AMFXML& source) {
 
 bool isPoolOn() noexcept {
   return poolIsOn();
+}
+
+ChunksStay::ChunksStay() noexcept {
+  ++heap.stays;
+}
+ChunksStay::~ChunksStay() {
+  if (--heap.stays == 0) heap.shrink();
 }
 
 std::size_t chunksOfThisThread() noexcept {

@@ -19,8 +19,9 @@
 //
 // When it goes back. An empty chunk is kept for the next packet, up to 16 MiB a thread. Beyond that
 // the heap shrinks: all chunks above 4 MiB go back to the system at once, and so does every further
-// one until the thread needs a chunk again. So a stream of ordinary packets runs in warm memory,
-// and after a burst the memory falls back.
+// one until the thread needs a chunk again. While a packet takes the place of another, all chunks
+// of the old one stay for the new one (ChunksStay). So a stream of packets runs in warm memory, and
+// after a burst the memory falls back.
 //
 // Across threads. A chunk belongs to the thread that made it. A piece given back elsewhere is
 // counted in the chunk's atomic balance; its owner finds such chunks when it needs one. When a
@@ -203,6 +204,15 @@ inline void releaseBytes(const AMFRaw* node, bool isPooled) noexcept {
 inline void releaseBytes(const AMFRaw* node) noexcept {
   releaseBytes(node, isPoolOn());
 }
+
+// As long as one is there, no empty chunk of this thread goes back to the system.
+class ChunksStay {
+ public:
+  ChunksStay() noexcept;
+  ~ChunksStay();
+  ChunksStay(const ChunksStay&) = delete;
+  ChunksStay& operator=(const ChunksStay&) = delete;
+};
 
 // For tests: this thread's chunks, in use and kept.
 std::size_t chunksOfThisThread() noexcept;

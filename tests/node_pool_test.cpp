@@ -541,6 +541,31 @@ TEST(NodePoolMemory, FallsBackAfterALargePacket) {
   }
 }
 
+long pageFaults() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_minflt;
+}
+
+// More than is kept otherwise; the small packet at the end does not need it.
+TEST(NodePoolMemory, ALargePacketTakesTheChunksOfTheOneBefore) {
+  if (!model::isPoolOn()) GTEST_SKIP() << "no chunks in this build";
+  const std::string large = packetOfStrings(4000, 100);
+  const std::string small = packetOfStrings(1, 100);
+  const auto run = [&] {
+    AMFProtocol protocol;
+    const long before = pageFaults();
+    protocol.parse(large.data());
+    const long first = pageFaults() - before;
+    if (model::chunksOfThisThread() <= 2 * kKeptChunks) return 1;
+    for (unsigned i = 0; i < 3; ++i) protocol.parse(large.data());
+    if (pageFaults() - before - first > first / 4) return 2;
+    protocol.parse(small.data());
+    return model::chunksOfThisThread() <= kShrunkChunks + 2 ? 0 : 3;
+  };
+  EXPECT_EQ(inThread(run), 0);
+}
+
 TEST(NodePoolMemory, ARefusedChunkChangesNothing) {
   if (support::kAddressSanitizer || support::kThreadSanitizer || !model::isPoolOn()) {
     GTEST_SKIP() << "needs chunks, and room that can be limited";

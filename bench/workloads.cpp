@@ -77,7 +77,9 @@ class Writer {
 const char* const kNames[] = {"id", "active", "price", "created", "title", "country", "note"};
 
 std::string titleOf(unsigned row) {
-  return "Item number " + std::to_string(row * 7919 % 100003) + " of the list";
+  // Another one for each row.
+  const unsigned number = row % 100003 * 7919 % 100003 + row / 100003 * 100003;
+  return "Item number " + std::to_string(number) + " of the list";
 }
 std::string countryOf(unsigned row) {
   static const char* const countries[] = {"Norway", "Chile", "Japan", "Kenya", "Canada"};

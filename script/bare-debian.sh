@@ -27,10 +27,14 @@ bare_debian() {
   rm -f "$root.log"
   cp /etc/resolv.conf "$root/etc/resolv.conf"
   mount -t proc proc "$root/proc"
+  mount -t devpts -o ptmxmode=666 devpts "$root/dev/pts"
 }
 
 leave_bare_debian() {
-  if mountpoint -q "$root/proc"; then umount "$root/proc"; fi
+  local place
+  for place in dev/pts proc; do
+    if mountpoint -q "$root/$place"; then umount "$root/$place"; fi
+  done
   rm -rf --one-file-system "$root"
 }
 

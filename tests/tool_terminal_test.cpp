@@ -17,6 +17,9 @@ class Terminal : public ProgramTest {
   void SetUp() override {
     ProgramTest::SetUp();
     if (runShell("command -v script").status != 0) GTEST_SKIP() << "no script(1)";
+    if (runShell("script -qec true /dev/null </dev/null").status != 0) {
+      GTEST_SKIP() << "no terminal to be had";
+    }
     // A string that sets the window's title, a C1 control character, a byte that is not UTF-8, an
     // umlaut.
     writeFile("hostile.amf", echoOf("02 000F 1B5D303B 'pwned' 07 C29B FF C3A4"));

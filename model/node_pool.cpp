@@ -55,7 +55,7 @@ std::atomic<HeapId> lastHeapId{kNoHeap};
 // While a thread owns a chunk its balance is so large that counting down never ends it.
 constexpr std::int32_t kOwned = std::int32_t{1} << 30;
 
-struct Chunk {
+struct alignas(kPieceAlignment) Chunk {
   std::atomic<HeapId> owner;
   std::atomic<std::int32_t> balance;  // kOwned less what other threads gave back; nobody's: in use
   std::int32_t live = 0;              // as in Cutter, where the chunk is not the current one

@@ -16,6 +16,12 @@ namespace {
 constexpr std::size_t kJsonTextRoom = 716800;
 constexpr std::size_t kScriptTextRoom = 358400;
 
+// What of the lists has not been used goes when the parse ends.
+struct ListsEnd {
+  model::ChildLists& lists;
+  ~ListsEnd() { lists.end(); }
+};
+
 bool isBlank(const std::string& text, std::size_t room) {
   return text.size() == room && text.front() == '\0' && text.back() == '\0';
 }
@@ -27,8 +33,11 @@ AMFPackage* AMFProtocol::parse(const char* packet) {
   readCursor = packet;
   blankTexts();
   const std::uint16_t version = wire::readU16(readCursor);
+  if (!lists) lists = std::make_unique<model::ChildLists>();
+  lists->begin();
+  const ListsEnd listsEnd{*lists};
   const model::ChunksStay chunksStay;
-  model::Dropper().drop(std::exchange(package, nullptr));
+  model::Dropper(lists.get()).drop(std::exchange(package, nullptr));
   package = new AMFPackage(AMF_VERSION_0);
   package->version = static_cast<AMFVersion>(version);  // any number is kept
   // The package is in place before the first header: after an error it holds what was completed.

@@ -581,7 +581,7 @@ TEST(NodePoolMemory, ARefusedChunkChangesNothing) {
                   nodes.emplace_back(new AMFDouble(AMF_VERSION_0));
                 } catch (const std::bad_alloc&) {
                   ++refusals;
-                  if (new (std::nothrow) AMFNull(AMF_VERSION_0) != nullptr) return 2;
+                  if (new (std::nothrow) AMFDouble(AMF_VERSION_0) != nullptr) return 2;
                 }
                 if (model::chunksOfThisThread() != chunks) return 3;
               }

@@ -5,6 +5,7 @@
 // run.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
 
 #include "support/guard_packets.h"
@@ -110,7 +111,8 @@ const RunCase kRuns[] = {
     {"amf2json dump --as AMF0 hi.amf0",
      {2, "", "amf2json: --as: no 'AMF0' here; there are packet, amf0, amf3\n"}},
     {"amf2json dump --skip -1 hi.amf0",
-     {2, "", "amf2json: --skip: '-1' is not a whole number from 0 to 18446744073709551615\n"}},
+     {2, "",
+      "amf2json: --skip: '-1' is not a whole number from 0 to " + std::to_string(SIZE_MAX) + "\n"}},
     // decode, roundtrip
     {"amf2json decode --compact --unwrap hi.hex", {0, kHiJSON, ""}},
     {"amf2json decode --compact --unwrap hi.amf", {0, kHiJSON, ""}},
@@ -226,6 +228,9 @@ TEST_F(ToolBytes, NamesCommandsThatWork) {
 
 // A GiB of zeros in 5 MB of gzip: refused after 64 MiB.
 TEST_F(ToolBytes, RefusesABomb) {
+#ifndef AMF2JSON_HAVE_ZLIB
+  GTEST_SKIP() << "no zlib here";
+#endif
   if (runLine("command -v gzip").status != 0) GTEST_SKIP() << "no gzip here";
   ASSERT_EQ(0, runLine("head -c 67108864 /dev/zero | gzip -1 >part.gz\n"
                        "for i in {1..16}; do cat part.gz; done >bomb.gz")

@@ -24,31 +24,6 @@ AMFProtocol::AMF0Markers readMarker(const char*& cursor) {
 
 namespace codec {
 
-AMFNode* Reader::amf0Value() {
-  const AMFProtocol::AMF0Markers marker = readMarker(cursor);
-  switch (marker) {
-    case AMFProtocol::AMF0_NUMBER: return amf0Number();
-    case AMFProtocol::AMF0_BOOLEAN: return amf0Bool();
-    case AMFProtocol::AMF0_STRING: return amf0String(wire::readU16(cursor));
-    case AMFProtocol::AMF0_LONG_STRING: return amf0String(wire::readU32(cursor));
-    case AMFProtocol::AMF0_OBJECT:
-    case AMFProtocol::AMF0_TYPED_OBJECT: return amf0Object(marker);
-    case AMFProtocol::AMF0_NULL: return cutter.make<AMFNull>(AMF_VERSION_0);
-    case AMFProtocol::AMF0_UNDEFINED: return cutter.make<AMFUndefined>(AMF_VERSION_0);
-    case AMFProtocol::AMF0_REFERENCE: return amf0ByReference();
-    case AMFProtocol::AMF0_ECMA_ARRAY:
-    case AMFProtocol::AMF0_STRICT_ARRAY: return amf0Array(marker);
-    case AMFProtocol::AMF0_OBJECT_END: return nullptr;
-    case AMFProtocol::AMF0_DATE: return amf0Date();
-    case AMFProtocol::AMF0_XML_DOCUMENT: return amf0XML();
-    case AMFProtocol::AMF0_SWITCH_TO_AMF3: return amf3Value();
-    case AMFProtocol::AMF0_MOVIECLIP:
-    case AMFProtocol::AMF0_UNSUPPORTED:
-    case AMFProtocol::AMF0_RECORDSET: break;
-  }
-  throw AMFException(reader_texts::kUnknownAMF0Value);
-}
-
 AMFString* Reader::amf0String(std::uint32_t length) {
   return cutter.makeBytes<AMFString>(AMF_VERSION_0, wire::readBytes(cursor, length), length);
 }
@@ -91,7 +66,36 @@ AMFNode* Reader::amf0ByReference() {
   return copy;
 }
 
-AMFPair* Reader::amf0Pair() {
+AMF2JSON_HOT AMFNode* Reader::nextAmf0Value() {
+  const AMFProtocol::AMF0Markers marker = readMarker(cursor);
+  switch (marker) {
+    case AMFProtocol::AMF0_NUMBER: return amf0Number();
+    case AMFProtocol::AMF0_BOOLEAN: return amf0Bool();
+    case AMFProtocol::AMF0_STRING: return amf0String(wire::readU16(cursor));
+    case AMFProtocol::AMF0_LONG_STRING: return amf0String(wire::readU32(cursor));
+    case AMFProtocol::AMF0_OBJECT:
+    case AMFProtocol::AMF0_TYPED_OBJECT: return amf0Object(marker);
+    case AMFProtocol::AMF0_NULL: return cutter.make<AMFNull>(AMF_VERSION_0);
+    case AMFProtocol::AMF0_UNDEFINED: return cutter.make<AMFUndefined>(AMF_VERSION_0);
+    case AMFProtocol::AMF0_REFERENCE: return amf0ByReference();
+    case AMFProtocol::AMF0_ECMA_ARRAY:
+    case AMFProtocol::AMF0_STRICT_ARRAY: return amf0Array(marker);
+    case AMFProtocol::AMF0_OBJECT_END: return nullptr;
+    case AMFProtocol::AMF0_DATE: return amf0Date();
+    case AMFProtocol::AMF0_XML_DOCUMENT: return amf0XML();
+    case AMFProtocol::AMF0_SWITCH_TO_AMF3: return amf3Value();
+    case AMFProtocol::AMF0_MOVIECLIP:
+    case AMFProtocol::AMF0_UNSUPPORTED:
+    case AMFProtocol::AMF0_RECORDSET: break;
+  }
+  throw AMFException(reader_texts::kUnknownAMF0Value);
+}
+
+AMFNode* Reader::amf0Value() {
+  return nextAmf0Value();
+}
+
+AMF2JSON_HOT AMFPair* Reader::nextAmf0Pair() {
   const std::uint16_t length = wire::readU16(cursor);
   const char* const name = wire::readBytes(cursor, length);
   // Kept: whatever name an end mark carries is read and discarded.
@@ -102,11 +106,15 @@ AMFPair* Reader::amf0Pair() {
   auto pair = model::Adopt::pair(cutter, AMF_VERSION_0);
   pair->name = cutter.makeBytes<AMFString>(AMF_VERSION_0, name, length);
   if (!pair->name) throw AMFException(reader_texts::kAMF0PairName);
-  std::unique_ptr<AMFNode> value(amf0Value());
+  std::unique_ptr<AMFNode> value(nextAmf0Value());
   // What a host may have put into the table is refused.
   if (model::isStructure(value->type)) pair->setValue(value.get(), false);
   pair->value = value.release();
   return pair.release();
+}
+
+AMFPair* Reader::amf0Pair() {
+  return nextAmf0Pair();
 }
 
 AMFObject* Reader::amf0Object(AMFProtocol::AMF0Markers marker) {
@@ -115,11 +123,11 @@ AMFObject* Reader::amf0Object(AMFProtocol::AMF0Markers marker) {
   const bool isTyped = marker == AMFProtocol::AMF0_TYPED_OBJECT;
   object->className = amf0String(isTyped ? wire::readU16(cursor) : 0);
   if (!object->className) throw AMFException(reader_texts::kAMF0ClassName);
-  Children members(pending, lists);
-  while (auto pair = std::unique_ptr<AMFPair>(amf0Pair())) members.add(std::move(pair));
-  members.attachTo(*object);
+  Children members(*object, pending, lists);
+  while (auto pair = std::unique_ptr<AMFPair>(nextAmf0Pair())) members.add(std::move(pair));
+  members.attach();
   // Kept: indexes are given in the order in which objects and arrays end, not in which they begin.
-  protocol.amf0References.push_back(object.get());
+  note(protocol.amf0References, object.get());
   return object.release();
 }
 
@@ -128,11 +136,11 @@ AMFArray* Reader::amf0Array(AMFProtocol::AMF0Markers marker) {
   // Kept: the count is read before the marker is looked at. It is believed, but nothing is reserved
   // for it.
   std::uint32_t left = wire::readU32(cursor);
-  Children elements(pending, lists);
+  Children elements(*array, pending, lists);
   if (marker == AMFProtocol::AMF0_STRICT_ARRAY) {
     array->strict = 1;
     for (; left > 0; --left) {
-      std::unique_ptr<AMFNode> value(amf0Value());
+      std::unique_ptr<AMFNode> value(nextAmf0Value());
       if (!value) throw AMFException(reader_texts::kAMF0StrictArrayEnd);
       if (model::countsAsElement(value.get())) ++array->denseCount;
       elements.add(std::move(value));
@@ -141,15 +149,15 @@ AMFArray* Reader::amf0Array(AMFProtocol::AMF0Markers marker) {
     // Kept: exactly `count` members and no end mark; what a sender puts behind them stays in the
     // input.
     for (; left > 0; --left) {
-      std::unique_ptr<AMFPair> pair(amf0Pair());
+      std::unique_ptr<AMFPair> pair(nextAmf0Pair());
       if (!pair) throw AMFException(reader_texts::kAMF0EcmaArrayEnd);
       elements.add(std::move(pair));
     }
   } else {
     throw AMFException(reader_texts::kUnknownAMF0Array);
   }
-  elements.attachTo(*array);
-  protocol.amf0References.push_back(array.get());
+  elements.attach();
+  note(protocol.amf0References, array.get());
   return array.release();
 }
 

@@ -30,7 +30,7 @@ AMFProtocol::AMF3Markers readMarker(const char*& cursor) {
 }
 
 // Kept: the fourth byte counts as a signed number, all arithmetic wraps in 32 bits.
-std::uint32_t readU29(const char*& cursor) {
+AMF2JSON_HOT std::uint32_t readU29(const char*& cursor) {
   std::uint32_t value = 0;
   for (int group = 0; group < 3; ++group) {
     const std::uint8_t byte = wire::readU8(cursor);
@@ -42,8 +42,9 @@ std::uint32_t readU29(const char*& cursor) {
 }
 
 // The entry that a reference names, or the text of what is wrong with it.
-const AMFNode& entryAt(const codec::Nodes& table, std::uint32_t index, AMFNode::AMFType kind,
-                       const char* badIndex, const char* badKind) {
+AMF2JSON_HOT const AMFNode& entryAt(const codec::Nodes& table, std::uint32_t index,
+                                    AMFNode::AMFType kind, const char* badIndex,
+                                    const char* badKind) {
   if (index >= table.size() || !table[index]) throw AMFException(badIndex);
   if (table[index]->type != kind) throw AMFException(badKind);
   return *table[index];
@@ -84,39 +85,19 @@ void checkSealed(const AMFObject& entry) {
 
 namespace codec {
 
-AMFNode* Reader::amf3Value() {
-  const AMFProtocol::AMF3Markers marker = readMarker(cursor);
-  switch (marker) {
-    case AMFProtocol::AMF3_UNDEFINED: return cutter.make<AMFUndefined>(AMF_VERSION_3);
-    case AMFProtocol::AMF3_NULL: return cutter.make<AMFNull>(AMF_VERSION_3);
-    case AMFProtocol::AMF3_FALSE: return amf3Bool(false);
-    case AMFProtocol::AMF3_TRUE: return amf3Bool(true);
-    case AMFProtocol::AMF3_INTEGER: return amf3Integer();
-    case AMFProtocol::AMF3_DOUBLE: return amf3Double();
-    case AMFProtocol::AMF3_STRING: return amf3String();
-    case AMFProtocol::AMF3_XML_DOC:
-    case AMFProtocol::AMF3_XML: return amf3XML(marker);
-    case AMFProtocol::AMF3_DATE: return amf3Date();
-    case AMFProtocol::AMF3_ARRAY: return amf3Array();
-    case AMFProtocol::AMF3_OBJECT: return amf3Object();
-    case AMFProtocol::AMF3_BYTE_ARRAY: return amf3ByteArray();
-  }
-  throw AMFException(reader_texts::kUnknownAMF3Value);
-}
-
-AMFBool* Reader::amf3Bool(bool value) {
+AMF2JSON_HOT AMFBool* Reader::amf3Bool(bool value) {
   std::unique_ptr<AMFBool> flag(cutter.make<AMFBool>(AMF_VERSION_3));
   flag->value = value;
   return flag.release();
 }
 
-AMFInt* Reader::amf3Integer() {
+AMF2JSON_HOT AMFInt* Reader::amf3Integer() {
   std::unique_ptr<AMFInt> integer(cutter.make<AMFInt>(AMF_VERSION_3));
   integer->value = readU29(cursor);  // Kept: a negative number arrives as a large positive one.
   return integer.release();
 }
 
-AMFDouble* Reader::amf3Double() {
+AMF2JSON_HOT AMFDouble* Reader::amf3Double() {
   std::unique_ptr<AMFDouble> number(cutter.make<AMFDouble>(AMF_VERSION_3));
   wire::readDouble(cursor, number->value);
   return number.release();
@@ -136,7 +117,7 @@ AMFString* Reader::amf3String() {
   const std::uint32_t length = header >> 1;
   std::unique_ptr<AMFString> text(
       cutter.makeBytes<AMFString>(AMF_VERSION_3, wire::readBytes(cursor, length), length));
-  if (length > 0) protocol.amf3StringReferences.push_back(text.get());
+  if (length > 0) note(protocol.amf3StringReferences, text.get());
   return text.release();
 }
 
@@ -152,7 +133,7 @@ AMFXML* Reader::amf3XML(AMFProtocol::AMF3Markers marker) {
   std::unique_ptr<AMFXML> xml(
       cutter.makeBytes<AMFXML>(AMF_VERSION_3, wire::readBytes(cursor, length), length));
   xml->document = marker == AMFProtocol::AMF3_XML_DOC ? 1 : 0;
-  protocol.amf3ObjectReferences.push_back(xml.get());
+  note(protocol.amf3ObjectReferences, xml.get());
   return xml.release();
 }
 
@@ -167,7 +148,7 @@ AMFDate* Reader::amf3Date() {
   std::unique_ptr<AMFDate> date(
       cutter.make<AMFDate>(AMF_VERSION_3));  // the other bits of the U29 mean nothing
   wire::readDouble(cursor, date->value);
-  protocol.amf3ObjectReferences.push_back(date.get());
+  note(protocol.amf3ObjectReferences, date.get());
   return date.release();
 }
 
@@ -183,11 +164,35 @@ AMFRaw* Reader::amf3ByteArray() {
   const std::uint32_t length = header >> 1;
   std::unique_ptr<AMFRaw> raw(
       cutter.makeBytes<AMFRaw>(AMF_VERSION_3, wire::readBytes(cursor, length), length));
-  protocol.amf3ObjectReferences.push_back(raw.get());
+  note(protocol.amf3ObjectReferences, raw.get());
   return raw.release();
 }
 
-AMFPair* Reader::amf3Pair() {
+AMF2JSON_HOT AMFNode* Reader::nextAmf3Value() {
+  const AMFProtocol::AMF3Markers marker = readMarker(cursor);
+  switch (marker) {
+    case AMFProtocol::AMF3_UNDEFINED: return cutter.make<AMFUndefined>(AMF_VERSION_3);
+    case AMFProtocol::AMF3_NULL: return cutter.make<AMFNull>(AMF_VERSION_3);
+    case AMFProtocol::AMF3_FALSE: return amf3Bool(false);
+    case AMFProtocol::AMF3_TRUE: return amf3Bool(true);
+    case AMFProtocol::AMF3_INTEGER: return amf3Integer();
+    case AMFProtocol::AMF3_DOUBLE: return amf3Double();
+    case AMFProtocol::AMF3_STRING: return amf3String();
+    case AMFProtocol::AMF3_XML_DOC:
+    case AMFProtocol::AMF3_XML: return amf3XML(marker);
+    case AMFProtocol::AMF3_DATE: return amf3Date();
+    case AMFProtocol::AMF3_ARRAY: return amf3Array();
+    case AMFProtocol::AMF3_OBJECT: return amf3Object();
+    case AMFProtocol::AMF3_BYTE_ARRAY: return amf3ByteArray();
+  }
+  throw AMFException(reader_texts::kUnknownAMF3Value);
+}
+
+AMFNode* Reader::amf3Value() {
+  return nextAmf3Value();
+}
+
+AMF2JSON_HOT AMFPair* Reader::nextAmf3Pair() {
   if (wire::peekU8(cursor) == kEmptyString) {
     ++cursor;
     return nullptr;
@@ -196,9 +201,13 @@ AMFPair* Reader::amf3Pair() {
   pair->name = amf3String();
   if (!pair->name) throw AMFException(reader_texts::kAMF3PairName);
   if (pair->name->length == 0) return nullptr;  // written in more bytes than needed
-  pair->value = amf3Value();
+  pair->value = nextAmf3Value();
   if (!pair->value) throw AMFException(reader_texts::kAMF3PairValue);
   return pair.release();
+}
+
+AMFPair* Reader::amf3Pair() {
+  return nextAmf3Pair();
 }
 
 AMFArray* Reader::amf3Array() {
@@ -211,15 +220,15 @@ AMFArray* Reader::amf3Array() {
     return copyEntry<AMFArray>(entry, index);
   }
   std::unique_ptr<AMFArray> array(cutter.make<AMFArray>(AMF_VERSION_3));
-  protocol.amf3ObjectReferences.push_back(array.get());  // before its members: they count from here
-  Children elements(pending, lists);
-  while (auto pair = std::unique_ptr<AMFPair>(amf3Pair())) elements.add(std::move(pair));
+  note(protocol.amf3ObjectReferences, array.get());  // before its members: they count from here
+  Children elements(*array, pending, lists);
+  while (auto pair = std::unique_ptr<AMFPair>(nextAmf3Pair())) elements.add(std::move(pair));
   for (std::uint32_t left = header >> 1; left > 0; --left) {
-    std::unique_ptr<AMFNode> value(amf3Value());
+    std::unique_ptr<AMFNode> value(nextAmf3Value());
     if (!value) throw AMFException(reader_texts::kAMF3ArrayValue);
     elements.add(std::move(value));
   }
-  elements.attachTo(*array);
+  elements.attach();
   array->denseCount = header >> 1;
   array->complete = true;
   return array.release();
@@ -264,21 +273,21 @@ void Reader::readSealedByTraits(AMFObject& object, const AMFObject& traits) {
   object.sealedCount = traits.sealedCount;
   checkSealed(traits);
   if (object.sealedCount > 0) provideRoom(object.children, object.sealedCount, lists);
-  protocol.amf3ObjectReferences.push_back(&object);
+  note(protocol.amf3ObjectReferences, &object);
   for (std::uint32_t i = 0; i < object.sealedCount; ++i) {
     auto made = model::Adopt::pair(cutter, AMF_VERSION_3);
     AMFPair* const pair = made.get();
     pair->parent = &object;
     object.children.push_back(made.release());  // there is room
     pair->name = cutter.copy(*static_cast<const AMFPair*>(traits.children[i])->name);
-    pair->value = amf3Value();
+    pair->value = nextAmf3Value();
     if (!pair->value) throw AMFException(reader_texts::kAMF3MemberValue);
   }
 }
 
 // Traits that stand in front of the members: flags, class name, the names of the sealed members.
 void Reader::readTraits(AMFObject& object, std::uint32_t header) {
-  protocol.amf3ObjectReferences.push_back(&object);
+  note(protocol.amf3ObjectReferences, &object);
   object.externalizable = (header & kExternalizable) != 0;
   object.sealedCount = header >> kSealedCountShift;
   object.dynamic = (header & kDynamic) != 0;
@@ -289,30 +298,30 @@ void Reader::readTraits(AMFObject& object, std::uint32_t header) {
       throw AMFException(reader_texts::kAMF3Externalizable);
     }
   } else {
-    Children members(pending, lists);
+    Children members(object, pending, lists);
     for (std::uint32_t left = object.sealedCount; left > 0; --left) {
       auto pair = model::Adopt::pair(cutter, AMF_VERSION_3);
       pair->name = amf3String();
       if (!pair->name) throw AMFException(reader_texts::kAMF3MemberName);
       members.add(std::move(pair));
     }
-    members.attachTo(object);
+    members.attach();
   }
-  protocol.amf3TraitReferences.push_back(&object);
+  note(protocol.amf3TraitReferences, &object);
 }
 
 void Reader::readSealed(AMFObject& object) {
   for (std::uint32_t i = 0; i < object.sealedCount; ++i) {
-    AMFNode* const value = amf3Value();
+    AMFNode* const value = nextAmf3Value();
     if (!value) throw AMFException(reader_texts::kAMF3MemberValue);
     static_cast<AMFPair*>(object.children[i])->value = value;
   }
 }
 
 void Reader::readDynamic(AMFObject& object) {
-  Children members(pending, lists);
-  while (auto pair = std::unique_ptr<AMFPair>(amf3Pair())) members.add(std::move(pair));
-  members.attachTo(object);
+  Children members(object, pending, lists);
+  while (auto pair = std::unique_ptr<AMFPair>(nextAmf3Pair())) members.add(std::move(pair));
+  members.attach();
 }
 
 // Kept: every accepted class is one value, in a pair without a name; the recorded sealed count and
@@ -322,9 +331,9 @@ void Reader::readExternalized(AMFObject& object) {
   pair->name = cutter.make<AMFString>(AMF_VERSION_3);
   pair->value = amf3Value();
   if (!pair->value) throw AMFException(reader_texts::kAMF3MemberValue);
-  Children member(pending, lists);
+  Children member(object, pending, lists);
   member.add(std::move(pair));
-  member.attachTo(object);
+  member.attach();
 }
 
 }  // namespace codec

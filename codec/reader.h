@@ -5,6 +5,7 @@
 // forms in amf3_reader.cpp, the envelope in packet_reader.cpp.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -56,6 +57,11 @@ class Reader {
   AMFObject* amf3Object();
 
  private:
+  // What the readers of containers use for what they hold, so that a level of nesting is one call.
+  AMFNode* nextAmf0Value();
+  AMFPair* nextAmf0Pair();
+  AMFNode* nextAmf3Value();
+  AMFPair* nextAmf3Pair();
   void readTraits(AMFObject& object, std::uint32_t header);
   void readSealedByTraits(AMFObject& object, const AMFObject& traits);
   void readSealed(AMFObject& object);
@@ -69,6 +75,11 @@ class Reader {
   model::Cutter& cutter;
 };
 
+// An entry more in a reference table, which does not own it.
+inline void note(Nodes& table, AMFNode* node) {
+  table.push_back(node);
+}
+
 // Room for exactly so many more nodes.
 inline void provideRoom(Nodes& list, std::size_t more, model::ChildLists* lists) {
   if (lists && list.capacity() == 0) return lists->provide(list, more);
@@ -76,12 +87,12 @@ inline void provideRoom(Nodes& list, std::size_t more, model::ChildLists* lists)
 }
 
 // The children of one container while they are read. They wait on a stack that all open containers
-// share, so that each container gets a list of the right size in one go; whatever is not attached
-// is deleted.
+// share, so that the container gets a list of the right size in one go; whatever is not attached is
+// deleted.
 class Children {
  public:
-  Children(Nodes& stack, model::ChildLists* keptLists)
-      : pending(stack), lists(keptLists), start(stack.size()) {}
+  Children(AMFNode& owner, Nodes& stack, model::ChildLists* keptLists)
+      : container(owner), pending(stack), lists(keptLists), start(stack.size()) {}
   ~Children() {
     for (; pending.size() > start; pending.pop_back()) delete pending.back();
   }
@@ -90,22 +101,21 @@ class Children {
 
   template <class Node>
   void add(std::unique_ptr<Node> node) {
-    pending.push_back(node.get());
-    static_cast<void>(node.release());
+    note(pending, node.get());
+    node.release()->parent = &container;
   }
 
   // Behind the children that the container has already.
-  void attachTo(AMFNode& container) {
+  void attach() {
     if (pending.size() == start) return;
     provideRoom(container.children, pending.size() - start, lists);
-    for (std::size_t i = start; i < pending.size(); ++i) {
-      pending[i]->parent = &container;
-      container.children.push_back(pending[i]);
-    }
-    pending.resize(start);
+    const auto first = pending.begin() + static_cast<std::ptrdiff_t>(start);
+    container.children.insert(container.children.end(), first, pending.end());
+    pending.erase(first, pending.end());
   }
 
  private:
+  AMFNode& container;
   Nodes& pending;
   model::ChildLists* lists;  // not owned
   std::size_t start;

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Deletes trees fast. Where a node is exactly of one of the library's classes, what it owns is
-// released without virtual calls, and the pieces of one chunk are given back together; a host's
-// class is deleted as usual. Used by all destructors of nodes; the order is theirs.
+// Deletes trees fast. Where nodes come from chunks and one is exactly of one of the library's
+// classes, what it owns is released without virtual calls, and the pieces of one chunk are given
+// back together; anything else is deleted as usual. Used by all destructors of nodes; the order is
+// theirs.
 #pragma once
 
 #include <typeinfo>
@@ -33,6 +34,13 @@ class Dropper {
   void dropChildren(AMFNode& node) noexcept;
 
  private:
+  // Only where nodes come from chunks.
+  bool dropLeaf(AMFNode* node) noexcept;
+  void dropName(AMFString* name) noexcept;
+  void dropValue(AMFNode* node) noexcept;
+  void dropMember(AMFNode* node) noexcept;
+  void dropList(AMFNode& node) noexcept;
+  void dropBranch(AMFNode* node) noexcept;
   void give(AMFNode* node, std::size_t size) noexcept;
   void giveHeld() noexcept {
     if (count > 0) givePieces(held, count);

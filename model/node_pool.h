@@ -65,6 +65,14 @@
 #define AMF2JSON_RARE
 #endif
 
+// Put into the functions that call it, also where it is long: a call for each node of a tree
+// counts.
+#if defined(__GNUC__)
+#define AMF2JSON_HOT __attribute__((always_inline)) inline
+#else
+#define AMF2JSON_HOT inline
+#endif
+
 namespace model {
 
 constexpr std::size_t kChunkBytes = 65536;
@@ -85,7 +93,7 @@ inline void unpoison(void*, std::size_t) {}
 #endif
 
 // A copy without a call: most texts are short.
-inline void copyShort(char* to, const char* from, std::size_t count) {
+AMF2JSON_HOT void copyShort(char* to, const char* from, std::size_t count) {
   if (count > 32) {
     std::memcpy(to, from, count);
   } else if (count >= 16) {
@@ -136,14 +144,14 @@ struct Cutter {
   }
   // A node with a copy of the bytes, right behind it where they are few and there are chunks.
   template <class Node>
-  Node* makeBytes(AMFVersion version, const char* bytes, std::uint32_t count) {
+  AMF2JSON_HOT Node* makeBytes(AMFVersion version, const char* bytes, std::uint32_t count) {
     const std::size_t size = sizeof(Node) + count;
     if (count > kBytesMax || !hasRoom(size)) return makeBytesElsewhere<Node>(version, bytes, count);
     return putBytes(::new (cut(size)) Node(version), bytes, count);
   }
   // A copy of a byte node's AMFRaw part, so made.
   template <class Node>
-  Node* copy(const Node& source) {
+  AMF2JSON_HOT Node* copy(const Node& source) {
     const bool isPlain = source.children.empty() && (source.data || source.length == 0);
     if (!isPlain) return new Node(source);
     Node* const copied = makeBytes<Node>(source.version, source.data, source.length);
@@ -160,7 +168,7 @@ struct Cutter {
                                                 std::uint32_t count);
   // Right behind the node.
   template <class Node>
-  static Node* putBytes(Node* node, const char* bytes, std::uint32_t count) {
+  AMF2JSON_HOT static Node* putBytes(Node* node, const char* bytes, std::uint32_t count) {
     char* const place = reinterpret_cast<char*>(node) + sizeof(Node);
     copyShort(place, bytes, count);
     node->data = count > 0 ? place : nullptr;
@@ -192,7 +200,7 @@ std::unique_ptr<AMFXML> copyBytesNode(const AMFXML& source);
 bool isPoolOn() noexcept;
 
 // Frees a node's bytes, unless they stand behind it and go with it.
-inline void releaseBytes(const AMFRaw* node, bool isPooled) noexcept {
+AMF2JSON_HOT void releaseBytes(const AMFRaw* node, bool isPooled) noexcept {
   const char* const begin = reinterpret_cast<const char*>(node);
   if (isPooled && node->data &&
       (node->data == begin + sizeof(AMFString) || node->data == begin + sizeof(AMFXML))) {

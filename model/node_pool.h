@@ -66,8 +66,8 @@
 #endif
 
 // Put into the functions that call it, also where it is long: a call for each node of a tree
-// counts.
-#if defined(__GNUC__)
+// counts. Not where nobody optimises: debuggers and coverage want one place for each line.
+#if defined(__GNUC__) && defined(__OPTIMIZE__)
 #define AMF2JSON_HOT __attribute__((always_inline)) inline
 #else
 #define AMF2JSON_HOT inline

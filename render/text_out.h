@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "model/hot.h"
+
 namespace render {
 
 // A step of the rendering takes the place where the next byte goes and returns the place behind
@@ -29,25 +31,9 @@ char* put(char* to, const char (&literal)[Size]) {
   return to + Size - 1;
 }
 
-// Short stretches, which are nearly all, without a call.
-inline char* put(char* to, std::string_view text) {
-  const std::size_t count = text.size();
-  const char* const from = text.data();
-  if (count > 32) {
-    std::memcpy(to, from, count);
-  } else if (count >= 16) {
-    std::memcpy(to, from, 16);
-    std::memcpy(to + count - 16, from + count - 16, 16);
-  } else if (count >= 8) {
-    std::memcpy(to, from, 8);
-    std::memcpy(to + count - 8, from + count - 8, 8);
-  } else if (count >= 4) {
-    std::memcpy(to, from, 4);
-    std::memcpy(to + count - 4, from + count - 4, 4);
-  } else {
-    for (std::size_t i = 0; i < count; ++i) to[i] = from[i];
-  }
-  return to + count;
+AMF2JSON_HOT char* put(char* to, std::string_view text) {
+  model::copyShort(to, text.data(), text.size());
+  return to + text.size();
 }
 
 class TextOut {

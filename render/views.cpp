@@ -8,6 +8,11 @@ namespace {
 
 constexpr std::string_view kAssignment = "\n amf = ";
 
+// Mostly it is that already.
+void setText(std::string& text, std::string_view value) {
+  if (text != value) text = value;
+}
+
 }  // namespace
 
 const std::string& AMFProtocol::getPackageInJSON(bool pretty) {
@@ -67,8 +72,8 @@ void AMFProtocol::renderPackage(bool pretty, bool bareRoot, std::size_t hidden) 
   lineBreakCount = 1;
   putBlankTextsAside();
   indent.clear();
-  indentUnit = pretty ? "\t" : "";
-  newLine = pretty ? "\n" : "";
+  setText(indentUnit, pretty ? "\t" : "");
+  setText(newLine, pretty ? "\n" : "");
   render::Writer writer(*this, hidden);
   writer.run([&](char* to) { return writer.writeNode(to, package, AMF_VERSION_0); });
 }

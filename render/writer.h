@@ -173,7 +173,7 @@ class Writer {
   bool zoneIsRead = false;  // one look at the process's time zone serves all dates
 };
 
-inline char* Writer::startLine(char* to) {
+AMF2JSON_HOT char* Writer::startLine(char* to) {
   if (lineEndDue) return margin.write(to);
   return margin.writeIndentation(to);
 }
@@ -201,7 +201,7 @@ inline char* Writer::startBreakableLine(char* to) {
   return to;
 }
 
-inline char* Writer::openBrackets(char* to, char bracket, char closer) {
+AMF2JSON_HOT char* Writer::openBrackets(char* to, char bracket, char closer) {
   to = startLine(breakSoftly(json.room(to, lineRoom())));
   *to++ = bracket;
   lineEndDue = true;

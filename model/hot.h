@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What the hot paths tell the compiler, and the copy that they have in common.
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+
+// Kept out of the functions that call it: the way that is hardly ever taken.
+#if defined(__GNUC__)
+#define AMF2JSON_RARE __attribute__((noinline, cold))
+#else
+#define AMF2JSON_RARE
+#endif
+
+// Put into the functions that call it, also where it is long: a call for each node of a tree
+// counts. Not where nobody optimises: debuggers and coverage want one place for each line.
+#if defined(__GNUC__) && defined(__OPTIMIZE__)
+#define AMF2JSON_HOT __attribute__((always_inline)) inline
+#else
+#define AMF2JSON_HOT inline
+#endif
+
+namespace model {
+
+// A copy without a call: most texts are short.
+AMF2JSON_HOT void copyShort(char* to, const char* from, std::size_t count) {
+  if (count > 32) {
+    std::memcpy(to, from, count);
+  } else if (count >= 16) {
+    std::memcpy(to, from, 16);
+    std::memcpy(to + count - 16, from + count - 16, 16);
+  } else if (count >= 8) {
+    std::memcpy(to, from, 8);
+    std::memcpy(to + count - 8, from + count - 8, 8);
+  } else if (count >= 4) {
+    std::memcpy(to, from, 4);
+    std::memcpy(to + count - 4, from + count - 4, 4);
+  } else if (count > 0) {
+    to[0] = from[0];
+    to[count / 2] = from[count / 2];
+    to[count - 1] = from[count - 1];
+  }
+}
+
+}  // namespace model

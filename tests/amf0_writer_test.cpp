@@ -16,32 +16,17 @@
 #include "support/pieces.h"
 #include "support/refusal.h"
 #include "support/trees.h"
+#include "support/value_rows.h"
 
 namespace {
 
 using namespace trees;
 using support::dump;
+using support::expectReadBack;
+using support::expectWritten;
+using support::kUnread;
 using support::pieces;
-
-constexpr char kSame[] = "the same";
-constexpr char kUnread[] = "not read back";
-
-// A tree, its pieces, and what the reader makes of them: kSame, kUnread, or a dump where it
-// differs.
-struct ValueRow {
-  const char* name;
-  AMFNode* (*tree)();
-  const char* written;
-  const char* readBack = kSame;
-};
-
-std::string readBack(const std::string& bytes) {
-  AMFProtocol protocol;
-  protocol.readCursor = bytes.data();
-  const Owner node(protocol.getAMF0Value());
-  EXPECT_EQ(protocol.readCursor, bytes.data() + bytes.size()) << "bytes left, or too many read";
-  return dump(node.get());
-}
+using support::ValueRow;
 
 const ValueRow kValues[] = {
     {"null", TREE(null(k0)), "05"},
@@ -134,24 +119,11 @@ const ValueRow kValues[] = {
 };
 
 TEST(Amf0Writer, EveryValueIsWrittenPieceByPiece) {
-  for (const ValueRow& row : kValues) {
-    SCOPED_TRACE(row.name);
-    AMFProtocol protocol;
-    const Owner tree(row.tree());
-    protocol.setNodeValue(tree.get(), k0);
-    EXPECT_EQ(pieces(protocol), pieces(row.written));
-  }
+  expectWritten(kValues, k0);
 }
 
 TEST(Amf0Writer, WhatIsWrittenReadsBack) {
-  for (const ValueRow& row : kValues) {
-    const std::string expected = row.readBack;
-    if (expected == kUnread) continue;
-    SCOPED_TRACE(row.name);
-    const Owner tree(row.tree());
-    EXPECT_EQ(readBack(support::joined(row.written)),
-              expected == kSame ? dump(tree.get()) : expected);
-  }
+  expectReadBack(kValues, &AMFProtocol::getAMF0Value);
 }
 
 TEST(Amf0Writer, DoublesKeepEveryBit) {

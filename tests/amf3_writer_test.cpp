@@ -12,12 +12,17 @@
 #include "support/pieces.h"
 #include "support/refusal.h"
 #include "support/trees.h"
+#include "support/value_rows.h"
 
 namespace {
 
 using namespace trees;
 using support::dump;
+using support::expectReadBack;
+using support::expectWritten;
+using support::kUnread;
 using support::pieces;
+using support::ValueRow;
 
 const char kTooLarge[] = "setAMF3Integer(): integer value is to large";
 
@@ -110,24 +115,6 @@ TEST(U29, WhatSurvives) {
 
 // ---------------------------------------------------------------------------------------------------
 // Values
-
-constexpr char kSame[] = "the same";
-constexpr char kUnread[] = "not read back";
-
-struct ValueRow {
-  const char* name;
-  AMFNode* (*tree)();
-  const char* written;
-  const char* readBack = kSame;
-};
-
-std::string readBack(const std::string& bytes) {
-  AMFProtocol protocol;
-  protocol.readCursor = bytes.data();
-  const Owner node(protocol.getAMF3Value());
-  EXPECT_EQ(protocol.readCursor, bytes.data() + bytes.size()) << "bytes left, or too many read";
-  return dump(node.get());
-}
 
 const ValueRow kValues[] = {
     {"undefined", TREE(undefined(k3)), "00"},
@@ -314,23 +301,11 @@ const ValueRow kValues[] = {
 };
 
 TEST(Amf3Writer, EveryValueIsWrittenPieceByPiece) {
-  for (const ValueRow& row : kValues) {
-    SCOPED_TRACE(row.name);
-    AMFProtocol protocol;
-    const Owner tree(row.tree());
-    protocol.setNodeValue(tree.get(), k3);
-    EXPECT_EQ(pieces(protocol), pieces(row.written));
-  }
+  expectWritten(kValues, k3);
 }
 
 TEST(Amf3Writer, AnAmf0PlaceGetsTheSwitchFirst) {
-  for (const ValueRow& row : kValues) {
-    SCOPED_TRACE(row.name);
-    AMFProtocol protocol;
-    const Owner tree(row.tree());
-    protocol.setNodeValue(tree.get(), k0);
-    EXPECT_EQ(pieces(protocol), "11|" + pieces(row.written));
-  }
+  expectWritten(kValues, k0, "11|");
 }
 
 // The reader marks arrays and objects as complete; a tree built by hand is not.
@@ -343,15 +318,7 @@ void markComplete(AMFNode* node) {
 }
 
 TEST(Amf3Writer, WhatIsWrittenReadsBack) {
-  for (const ValueRow& row : kValues) {
-    const std::string expected = row.readBack;
-    if (expected == kUnread) continue;
-    SCOPED_TRACE(row.name);
-    const Owner tree(row.tree());
-    markComplete(tree.get());
-    EXPECT_EQ(readBack(support::joined(row.written)),
-              expected == kSame ? dump(tree.get()) : expected);
-  }
+  expectReadBack(kValues, &AMFProtocol::getAMF3Value, markComplete);
 }
 
 // Lengths of 1 MiB and more meet the drift of the U29: this string comes back half as long, with

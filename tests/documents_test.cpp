@@ -13,20 +13,15 @@
 #include <string>
 #include <vector>
 
+#include "support/sources.h"
+
 namespace {
 
 namespace fs = std::filesystem;
 using Strings = std::set<std::string>;
 
-const fs::path kRoot = AMF2JSON_SOURCES;
-
-std::string contents(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  EXPECT_TRUE(in.is_open()) << file;
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
-}
+using support::contents;
+using support::kRoot;
 
 std::vector<fs::path> documents() {
   std::vector<fs::path> found;

@@ -15,19 +15,14 @@
 #include <string>
 #include <vector>
 
+#include "support/sources.h"
+
 namespace {
 
 namespace fs = std::filesystem;
 
-const fs::path kRoot = AMF2JSON_SOURCES;
-
-std::string contents(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  EXPECT_TRUE(in.is_open()) << file;
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
-}
+using support::contents;
+using support::kRoot;
 
 // ---- string literals of a C++ source
 // -------------------------------------------------------------------

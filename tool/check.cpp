@@ -34,11 +34,7 @@ FileResult check(const std::string& file, const Options& options) {
   result.text =
       printable(file) + ": " + describe(packet.checked.status) + ": " + figures(packet) + "\n";
   if (packet.checked.lengthMismatches != 0) result.answer = kNo;
-  if (packet.checked.status != AMFVerifyStatus::ok) {
-    result.problems.push_back(refusalOf(packet, options.limits));
-  } else {
-    tellLeftOver(result, packet, options);
-  }
+  tellVerdict(result, packet, options);
   return result;
 }
 

@@ -29,11 +29,7 @@ FileResult dump(const std::string& file, const Options& options) {
   dumpOptions.firstOffset = packet.skipped;
   dumpOptions.limits = limitsFor(packet.form, options.limits);
   dumpPacket(packet.bytes, dumpOptions, result.text);
-  if (packet.checked.status != AMFVerifyStatus::ok) {
-    result.problems.push_back(refusalOf(packet, options.limits));
-  } else {
-    tellLeftOver(result, packet, options);
-  }
+  tellVerdict(result, packet, options);
   return result;
 }
 

@@ -128,6 +128,14 @@ void tellLeftOver(FileResult& result, const Packet& packet, const Options& optio
   result.problems.push_back(problem);
 }
 
+void tellVerdict(FileResult& result, const Packet& packet, const Options& options) {
+  if (packet.checked.status != AMFVerifyStatus::ok) {
+    result.problems.push_back(refusalOf(packet, options.limits));
+  } else {
+    tellLeftOver(result, packet, options);
+  }
+}
+
 std::string sectionName(const Packet& packet) {
   if (packet.form != Form::packet) return packet.form == Form::amf0 ? "AMF0 value" : "AMF3 value";
   const std::uint32_t section = packet.checked.section;

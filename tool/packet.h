@@ -46,6 +46,8 @@ void decodePacket(AMFProtocol& protocol, const Packet& packet, const AMFVerifyLi
 // Adds a warning to the result of a sound packet where bytes stand behind its last message, unless
 // they are allowed.
 void tellLeftOver(FileResult& result, const Packet& packet, const Options& options);
+// Adds why a packet is refused, or what is left over behind a sound one.
+void tellVerdict(FileResult& result, const Packet& packet, const Options& options);
 
 // "header 0", "message 2", "envelope"; "AMF0 value", "AMF3 value".
 std::string sectionName(const Packet& packet);

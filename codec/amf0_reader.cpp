@@ -51,7 +51,7 @@ AMFXML* Reader::amf0XML() {
   const std::uint32_t length = wire::readU32(cursor);
   std::unique_ptr<AMFXML> xml(
       cutter.makeBytes<AMFXML>(AMF_VERSION_0, wire::readBytes(cursor, length), length));
-  if (!xml) throw AMFException(reader_texts::kAMF0XMLString);
+  if (!xml) throw AMFException(reader_texts::kAMF0XMLString);  // Unreachable.
   xml->document = 1;
   return xml.release();
 }
@@ -105,7 +105,7 @@ AMF2JSON_HOT AMFPair* Reader::nextAmf0Pair() {
   }
   auto pair = model::Adopt::pair(cutter, AMF_VERSION_0);
   pair->name = cutter.makeBytes<AMFString>(AMF_VERSION_0, name, length);
-  if (!pair->name) throw AMFException(reader_texts::kAMF0PairName);
+  if (!pair->name) throw AMFException(reader_texts::kAMF0PairName);  // Unreachable.
   std::unique_ptr<AMFNode> value(nextAmf0Value());
   // What a host may have put into the table is refused.
   if (model::isStructure(value->type)) pair->setValue(value.get(), false);
@@ -122,7 +122,7 @@ AMFObject* Reader::amf0Object(AMFProtocol::AMF0Markers marker) {
   // Kept: any other marker than that of a typed object reads an anonymous object.
   const bool isTyped = marker == AMFProtocol::AMF0_TYPED_OBJECT;
   object->className = amf0String(isTyped ? wire::readU16(cursor) : 0);
-  if (!object->className) throw AMFException(reader_texts::kAMF0ClassName);
+  if (!object->className) throw AMFException(reader_texts::kAMF0ClassName);  // Unreachable.
   Children members(*object, pending, lists);
   while (auto pair = std::unique_ptr<AMFPair>(nextAmf0Pair())) members.add(std::move(pair));
   members.attach();

@@ -199,10 +199,10 @@ AMF2JSON_HOT AMFPair* Reader::nextAmf3Pair() {
   }
   auto pair = model::Adopt::pair(cutter, AMF_VERSION_3);
   pair->name = amf3String();
-  if (!pair->name) throw AMFException(reader_texts::kAMF3PairName);
+  if (!pair->name) throw AMFException(reader_texts::kAMF3PairName);  // Unreachable.
   if (pair->name->length == 0) return nullptr;  // written in more bytes than needed
   pair->value = nextAmf3Value();
-  if (!pair->value) throw AMFException(reader_texts::kAMF3PairValue);
+  if (!pair->value) throw AMFException(reader_texts::kAMF3PairValue);  // Unreachable.
   return pair.release();
 }
 
@@ -225,7 +225,7 @@ AMFArray* Reader::amf3Array() {
   while (auto pair = std::unique_ptr<AMFPair>(nextAmf3Pair())) elements.add(std::move(pair));
   for (std::uint32_t left = header >> 1; left > 0; --left) {
     std::unique_ptr<AMFNode> value(nextAmf3Value());
-    if (!value) throw AMFException(reader_texts::kAMF3ArrayValue);
+    if (!value) throw AMFException(reader_texts::kAMF3ArrayValue);  // Unreachable.
     elements.add(std::move(value));
   }
   elements.attach();
@@ -281,7 +281,7 @@ void Reader::readSealedByTraits(AMFObject& object, const AMFObject& traits) {
     object.children.push_back(made.release());  // there is room
     pair->name = cutter.copy(*static_cast<const AMFPair*>(traits.children[i])->name);
     pair->value = nextAmf3Value();
-    if (!pair->value) throw AMFException(reader_texts::kAMF3MemberValue);
+    if (!pair->value) throw AMFException(reader_texts::kAMF3MemberValue);  // Unreachable.
   }
 }
 
@@ -292,7 +292,7 @@ void Reader::readTraits(AMFObject& object, std::uint32_t header) {
   object.sealedCount = header >> kSealedCountShift;
   object.dynamic = (header & kDynamic) != 0;
   object.className = amf3String();
-  if (!object.className) throw AMFException(reader_texts::kAMF3ClassName);
+  if (!object.className) throw AMFException(reader_texts::kAMF3ClassName);  // Unreachable.
   if (object.externalizable) {
     if (!isAcceptedExternalizable(*object.className)) {
       throw AMFException(reader_texts::kAMF3Externalizable);
@@ -302,7 +302,7 @@ void Reader::readTraits(AMFObject& object, std::uint32_t header) {
     for (std::uint32_t left = object.sealedCount; left > 0; --left) {
       auto pair = model::Adopt::pair(cutter, AMF_VERSION_3);
       pair->name = amf3String();
-      if (!pair->name) throw AMFException(reader_texts::kAMF3MemberName);
+      if (!pair->name) throw AMFException(reader_texts::kAMF3MemberName);  // Unreachable.
       members.add(std::move(pair));
     }
     members.attach();
@@ -313,7 +313,7 @@ void Reader::readTraits(AMFObject& object, std::uint32_t header) {
 void Reader::readSealed(AMFObject& object) {
   for (std::uint32_t i = 0; i < object.sealedCount; ++i) {
     AMFNode* const value = nextAmf3Value();
-    if (!value) throw AMFException(reader_texts::kAMF3MemberValue);
+    if (!value) throw AMFException(reader_texts::kAMF3MemberValue);  // Unreachable.
     static_cast<AMFPair*>(object.children[i])->value = value;
   }
 }
@@ -330,7 +330,7 @@ void Reader::readExternalized(AMFObject& object) {
   auto pair = model::Adopt::pair(cutter, AMF_VERSION_3);
   pair->name = cutter.make<AMFString>(AMF_VERSION_3);
   pair->value = amf3Value();
-  if (!pair->value) throw AMFException(reader_texts::kAMF3MemberValue);
+  if (!pair->value) throw AMFException(reader_texts::kAMF3MemberValue);  // Unreachable.
   Children member(object, pending, lists);
   member.add(std::move(pair));
   member.attach();

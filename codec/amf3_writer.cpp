@@ -132,7 +132,7 @@ char* Writer::writeAMF3Array(char* pen, const AMFArray* array) {
   }
   pen = writeVLInteger(pen, kEmptyName);
   for (const AMFNode* const child : array->children) {
-    if (!child) refuse(pen, "setAMF3Array(): invalid dense array size");
+    if (!child) refuse(pen, "setAMF3Array(): invalid dense array size");  // Unreachable.
     if (child->type != AMFNode::AMF_PAIR) pen = writeValue(pen, child, array->version);
   }
   return pen;

@@ -166,9 +166,10 @@ bool isPoolOn() noexcept;
 
 // Frees a node's bytes, unless they stand behind it and go with it.
 AMF2JSON_HOT void releaseBytes(const AMFRaw* node, bool isPooled) noexcept {
-  const char* const begin = reinterpret_cast<const char*>(node);
-  if (isPooled && node->data &&
-      (node->data == begin + sizeof(AMFString) || node->data == begin + sizeof(AMFXML))) {
+  const std::uintptr_t offset =
+      reinterpret_cast<std::uintptr_t>(node->data) - reinterpret_cast<std::uintptr_t>(node);
+  // Nothing else can begin between the ends of the two classes.
+  if (isPooled && offset - sizeof(AMFString) <= sizeof(AMFXML) - sizeof(AMFString)) {
     poison(node->data, node->length);
   } else {
     delete[] node->data;

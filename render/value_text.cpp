@@ -29,6 +29,11 @@ char* writeHexText(TextOut& out, char* to, std::string_view bytes) {
   return to;
 }
 
+char* putBool(char* to, bool value) {
+  std::memcpy(to, value ? "true\0\0\0" : "false\0\0", 8);  // either is as likely
+  return to + (value ? 4 : 5);
+}
+
 }  // namespace
 
 char* Writer::writeValue(char* to, std::string_view value, bool quote, bool named) {
@@ -123,11 +128,8 @@ char* Writer::writeScalar(char* to, const AMFNode* node, bool named) {
 char* Writer::putScalar(char* to, const AMFNode* node) {
   switch (node->type) {
     case AMFNode::AMF_NULL: return put(to, "null");
-    case AMFNode::AMF_BOOL: {
-      const bool isTrue = model::storedByte(static_cast<const AMFBool*>(node)->value) != 0;
-      std::memcpy(to, isTrue ? "true\0\0\0" : "false\0\0", 8);  // either is as likely
-      return to + (isTrue ? 4 : 5);
-    }
+    case AMFNode::AMF_BOOL:
+      return putBool(to, model::storedByte(static_cast<const AMFBool*>(node)->value) != 0);
     case AMFNode::AMF_INT: return putInteger(to, static_cast<const AMFInt*>(node)->value);
     case AMFNode::AMF_DOUBLE: return putDouble(to, static_cast<const AMFDouble*>(node)->value);
     default: return put(to, "\"undefined\"");  // unknown kinds too

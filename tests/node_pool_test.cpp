@@ -8,6 +8,7 @@
 #include <malloc.h>
 #include <sys/resource.h>
 
+#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -232,6 +233,14 @@ struct ThrowingOuter : Host<8> {
     }
   }
 };
+// Refuses where its own chunk is full already, and another one behind it.
+struct ThrowingLate : Host<8> {
+  ThrowingLate() {
+    Nodes others;
+    for (unsigned i = 0; i < 3000; ++i) others.emplace_back(new AMFNull(AMF_VERSION_0));
+    throw std::runtime_error("refused");
+  }
+};
 struct ThrowingRow {
   const char* name;
   AMFNode* (*make)();
@@ -255,6 +264,21 @@ TEST(NodePool, GetsBackWhatAConstructorRefused) {
     }
     EXPECT_LE(model::chunksOfThisThread(), chunks + 1) << row.name;
   }
+}
+
+TEST(NodePool, FindsTheFullChunkOfWhatWasRefused) {
+  // Held, so that no chunk becomes empty and is taken again.
+  std::vector<std::unique_ptr<AMFNode>> held;
+  for (unsigned i = 0; i < 30; ++i) {
+    for (unsigned n = 0; n < 500; ++n) held.emplace_back(new AMFNull(AMF_VERSION_0));
+    EXPECT_THROW(makeNothrow<ThrowingLate>(), std::runtime_error);
+  }
+}
+
+TEST(NodePool, DeletesNothing) {
+  const std::size_t chunks = model::chunksOfThisThread();
+  AMFNode::operator delete(nullptr, sizeof(AMFNull));
+  EXPECT_EQ(model::chunksOfThisThread(), chunks);
 }
 
 // ---- Bytes behind their node -------------------------------------------------------------------
@@ -350,6 +374,10 @@ TEST(BytesBehindNodes, CopiesKeepWhatClassesAdd) {
   const std::unique_ptr<AMFString> family(text->clone());
   EXPECT_EQ(bytesOf(*family), "abc");
   EXPECT_EQ(family->type, AMFNode::AMF_DATE);
+  EXPECT_EQ(std::unique_ptr<AMFString>(model::copyBytesNode(*text))->children.size(), 2u);
+  AMFString withoutBytes(AMF_VERSION_3);
+  withoutBytes.length = 7;
+  EXPECT_EQ(std::unique_ptr<AMFString>(withoutBytes.clone())->length, 7u);
   ASSERT_EQ(family->children.size(), 2u);
   EXPECT_EQ(bytesOf(static_cast<AMFString&>(*family->children[0])), "child");
   EXPECT_EQ(family->children[0]->parent, family.get());
@@ -566,6 +594,45 @@ TEST(NodePoolMemory, ALargePacketTakesTheChunksOfTheOneBefore) {
   EXPECT_EQ(inThread(run), 0);
 }
 
+TEST(NodePoolMemory, ChunksStayAsLongAsTheLastOneThatAsked) {
+  if (!model::isPoolOn()) GTEST_SKIP() << "no chunks in this build";
+  const auto run = [] {
+    Nodes nodes = nodesOfChunks(2 * kKeptChunks);
+    const std::size_t all = model::chunksOfThisThread();
+    {
+      const model::ChunksStay outer;
+      { const model::ChunksStay inner; }
+      nodes.clear();
+      if (model::chunksOfThisThread() != all) return 1;
+    }
+    return model::chunksOfThisThread() <= kShrunkChunks + 2 ? 0 : 2;
+  };
+  EXPECT_EQ(inThread(run), 0);
+}
+
+// A thread that gets no chunk at all, and then ends.
+TEST(NodePoolMemory, AThreadMayEndWithoutAChunk) {
+  if (support::kAddressSanitizer || support::kThreadSanitizer || !model::isPoolOn()) {
+    GTEST_SKIP() << "needs chunks, and room that can be limited";
+  }
+  EXPECT_EQ(support::inChild([] {
+              std::atomic<bool> isLimited{false};
+              bool isRefused = false;
+              std::thread thread([&] {
+                while (!isLimited) std::this_thread::yield();
+                isRefused = new (std::nothrow) AMFNull(AMF_VERSION_0) == nullptr;
+              });
+              const rlimit noMore = {1, RLIM_INFINITY};
+              const rlimit all = {RLIM_INFINITY, RLIM_INFINITY};
+              if (setrlimit(RLIMIT_AS, &noMore) != 0) return 1;
+              isLimited = true;
+              thread.join();
+              if (setrlimit(RLIMIT_AS, &all) != 0) return 2;
+              return isRefused ? 0 : 3;
+            }),
+            0);
+}
+
 TEST(NodePoolMemory, ARefusedChunkChangesNothing) {
   if (support::kAddressSanitizer || support::kThreadSanitizer || !model::isPoolOn()) {
     GTEST_SKIP() << "needs chunks, and room that can be limited";
@@ -589,7 +656,8 @@ TEST(NodePoolMemory, ARefusedChunkChangesNothing) {
               for (unsigned i = 0; i < 1000; ++i) {
                 nodes.emplace_back(new AMFDouble(AMF_VERSION_0));
               }
-              return 0;
+              const rlimit all = {RLIM_INFINITY, RLIM_INFINITY};
+              return setrlimit(RLIMIT_AS, &all) == 0 ? 0 : 4;
             }),
             0);
 }

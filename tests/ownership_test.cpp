@@ -567,6 +567,22 @@ TEST(Destruction, OwnedMembersBeforeChildren) {
     EXPECT_NE(diary.find(name), std::string::npos) << name;
 }
 
+TEST(Destruction, WhatHostsPutIntoPairsGoesWithThem) {
+  Diary diary;
+  {
+    AMFArray array(AMF_VERSION_3);
+    for (const char* const where : {"1", "2", "3"}) {
+      auto* const pair = new AMFPair(AMF_VERSION_3);
+      array.appendChild(pair, false);
+      if (where[0] == '1') pair->setName(new WitnessString(diary, "name"), false);
+      if (where[0] == '2') pair->name->appendChild(new Witness(diary, "child of a name"), false);
+      if (where[0] == '3') pair->appendChild(new Witness(diary, "child of a pair"), false);
+      pair->setValue(new Witness(diary, where), false);
+    }
+  }
+  EXPECT_EQ(diary, "-3 -child of a pair -child of a name -2 -name -1 ");
+}
+
 TEST(Destruction, TheRootFreesTheWholeTree) {
   Diary diary;
   {

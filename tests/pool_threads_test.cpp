@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <new>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -257,7 +259,19 @@ struct LateResults {
   Nodes kept;
   std::vector<const void*> deleted;
   std::size_t chunks = 1;
+  unsigned refused = 0;
 };
+
+struct Refusing : AMFNull {
+  Refusing() : AMFNull(AMF_VERSION_0) { throw std::runtime_error("refused"); }
+};
+bool isRefused() {
+  try {
+    return new (std::nothrow) Refusing() == nullptr;
+  } catch (const std::runtime_error&) {
+    return true;
+  }
+}
 
 // Made before the thread's first node, it goes after the thread's chunks.
 struct MakesNodesLate {
@@ -270,7 +284,9 @@ struct MakesNodesLate {
     results->deleted = addressesOf(nodes);
     if (!areIntact(nodes)) results = nullptr;
     nodes.clear();
+    results->refused += isRefused() ? 1 : 0;
     results->kept = someNodes(60);
+    results->refused += isRefused() ? 1 : 0;
     results->chunks = model::chunksOfThisThread();
   }
 };
@@ -282,6 +298,7 @@ TEST(PoolThreads, NodesAreMadeAfterTheChunksHaveGone) {
     makesNodesLate.results = &results;
     makesNodesLate.early = someNodes(500);
   });
+  EXPECT_EQ(results.refused, 2u);
   ASSERT_EQ(results.kept.size(), 60u);
   EXPECT_TRUE(areIntact(results.kept));
   EXPECT_EQ(results.chunks, 0u);

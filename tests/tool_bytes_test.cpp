@@ -101,6 +101,12 @@ const RunCase kRuns[] = {
       "00000013  68 69                    |hi|        not read: 2 bytes\n",
       "short.amf:19: truncated: at least 1 byte is missing (AMF0 value)\n"
       "    at 16: 02 00 03 | 68 69\n"}},
+    {"printf '\\2\\0\\4 ~\\177\\200' | amf2json dump --as amf0",
+     {0,
+      "00000000  02                       |.|         marker0 02 string\n"
+      "00000001  00 04                    |..|          length 4 of string\n"
+      "00000003  20 7E 7F 80              | ~..|        string \" ~\\x7F\\x80\"\n",
+      ""}},
     {"amf2json dump --max-string-bytes 1 --as amf0 hi.amf0",
      {7,
       "00000000  02                       |.|         marker0 02 string\n"
@@ -118,6 +124,8 @@ const RunCase kRuns[] = {
     {"amf2json decode --compact --unwrap hi.amf", {0, kHiJSON, ""}},
     {"amf2json decode --compact --unwrap <hi.hex", {0, kHiJSON, ""}},
     {"amf2json decode --compact --as amf0 hi.amf0", {0, kValueJSON, ""}},
+    {"printf '\\t02 0002 6869' | amf2json decode --compact --unwrap --as amf0",
+     {0, kValueJSON, ""}},
     {"amf2json decode --compact --as amf0 --skip 16 hi.amf", {0, kValueJSON, ""}},
     {"amf2json decode --as amf0 --skip 99 hi.amf",
      {5, "", "hi.amf:21: truncated: at least 1 byte is missing (AMF0 value)\n"}},

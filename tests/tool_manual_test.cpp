@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -118,6 +119,8 @@ const UsageCase kUsageCases[] = {
     {{"decode", "--to", "xml"}, "--to: no 'xml' here; there are json, js, both, script"},
     {{"decode", "--color", "alwyas"}, "--color: no 'alwyas' here; did you mean 'always'?"},
     {{"decode", "--error-format=yaml"}, "--error-format: no 'yaml' here; there are text, json"},
+    {{"decode", "--x", "--error-format", "text"}, "no option '--x'"},
+    {{"decode", "--error-format"}, "--error-format: 1 required TEXT missing"},
     {{"decode", "--max-depth", "-1"},
      "--max-depth: '-1' is not a whole number from 0 to 4294967295"},
     {{"decode", "--max-depth=4294967296"},
@@ -148,7 +151,17 @@ TEST_F(Manual, SaysWhatIsWrongWithACommandLine) {
   EXPECT_EQ(run({"check", "--error-format=json", "--x"}), json);
 }
 
-// ---- The manual page
+// ---- The manual page and the completions as the build makes them
+
+TEST_F(Manual, GeneratesWhatIsInstalled) {
+  for (const auto& [kind, file] : std::map<std::string, std::string>{{"man", "amf2json.1"},
+                                                                     {"bash", "amf2json"},
+                                                                     {"zsh", "_amf2json"},
+                                                                     {"fish", "amf2json.fish"}}) {
+    EXPECT_EQ(runShell("$amf2json generate " + kind + " | cmp - \"$generated/" + file + "\""),
+              (Outcome{0, "", ""}));
+  }
+}
 
 TEST_F(Manual, PageHasNoFaults) {
   const Outcome silent = {0, "", ""};

@@ -36,7 +36,11 @@ std::optional<Wrapped> takeOffText(std::string_view text, std::size_t most,
 
 IsWanted isForm(Form form, std::size_t skip, const AMFVerifyLimits& limits) {
   return [form, skip, &limits](std::string_view bytes) {
-    return skip == 0 && verifyForm(bytes, form, limits).status == AMFVerifyStatus::ok;
+    if (skip != 0) return false;
+    const AMFVerifyResult checked = verifyForm(bytes, form, limits);
+    // A tab in front of digits is an AMF0 end mark, with much left over.
+    const bool isWhole = checked.consumed == bytes.size();
+    return checked.status == AMFVerifyStatus::ok && (isWhole || !isPlainText(bytes));
   };
 }
 

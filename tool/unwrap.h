@@ -16,8 +16,8 @@
 // Whether these bytes are what is looked for, so that nothing is to be taken off.
 using IsWanted = std::function<bool(std::string_view)>;
 
-// Wanted are bytes of this form. With `skip` bytes in front of them nothing is: a wrapper would
-// soon be taken for a value. `limits` must outlive it.
+// Wanted are bytes of this form, of plain text only where the whole of it is. With `skip` bytes in
+// front of them nothing is: a wrapper would soon be taken for a value. `limits` must outlive it.
 IsWanted isForm(Form form, std::size_t skip, const AMFVerifyLimits& limits);
 
 struct Wrapped {

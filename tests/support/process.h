@@ -28,6 +28,9 @@
 #endif
 #endif
 
+// Clang's runtime, in coverage builds alone.
+extern "C" int __llvm_profile_write_file(void) __attribute__((weak));
+
 namespace support {
 
 #if defined(TESTS_ADDRESS_SANITIZER)
@@ -66,7 +69,11 @@ inline bool isMapped(const void* address) {
 template <class Work>
 int inChild(const Work& work) {
   const pid_t child = fork();
-  if (child == 0) _exit(work());
+  if (child == 0) {
+    const int result = work();
+    if (&__llvm_profile_write_file) __llvm_profile_write_file();
+    _exit(result);
+  }
   int status = 0;
   if (child < 0 || waitpid(child, &status, 0) != child) return -1000;
   return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);

@@ -118,7 +118,7 @@ struct Cutter {
   template <class Node>
   AMF2JSON_HOT Node* copy(const Node& source) {
     const bool isPlain = source.children.empty() && (source.data || source.length == 0);
-    if (!isPlain) return new Node(source);
+    if (!isPlain) return copyElsewhere(source);
     Node* const copied = makeBytes<Node>(source.version, source.data, source.length);
     copied->type = source.type;
     copied->referenceIndex = source.referenceIndex;
@@ -131,6 +131,10 @@ struct Cutter {
   template <class Node>
   AMF2JSON_RARE static Node* makeBytesElsewhere(AMFVersion version, const char* bytes,
                                                 std::uint32_t count);
+  template <class Node>
+  AMF2JSON_RARE static Node* copyElsewhere(const Node& source) {
+    return new Node(source);
+  }
   // Right behind the node.
   template <class Node>
   AMF2JSON_HOT static Node* putBytes(Node* node, const char* bytes, std::uint32_t count) {

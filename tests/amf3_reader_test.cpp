@@ -673,4 +673,30 @@ TEST(Amf3Reader, HostMadeEntriesAreCopied) {
   }
 }
 
+// Its clone is its own affair.
+struct HostString : AMFString {
+  HostString() : AMFString(AMF_VERSION_3) {}
+  HostString* clone() const override { return new HostString(); }
+};
+
+TEST(Amf3Reader, StringsOfHostsAreClonedAsTheyWantIt) {
+  ReaderRun run("06 00");
+  HostString entry;
+  entry.setValue("not copied", 10);
+  run.protocol.amf3StringReferences.push_back(&entry);
+  const Node node(run.protocol.getAMF3Value());
+  EXPECT_NE(dynamic_cast<HostString*>(node.get()), nullptr);
+  EXPECT_EQ(dump(node.get()), "str3 ''#ref0");
+}
+
+TEST(Amf3Reader, TraitsWithoutAClassNameGiveAnEmptyOne) {
+  ReaderRun run("0A 01");
+  AMFObject entry(AMF_VERSION_3);
+  delete entry.className;
+  entry.className = nullptr;
+  run.protocol.amf3TraitReferences.push_back(&entry);
+  const Node node(run.protocol.getAMF3Value());
+  EXPECT_EQ(static_cast<AMFObject&>(*node).className->length, 0u);
+}
+
 }  // namespace

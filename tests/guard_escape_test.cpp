@@ -46,6 +46,7 @@ const TextCase kTexts[] = {
     {"line separator", "E280A8", "5C 'u2028'"},
     {"paragraph separator", "'a' E280A9 'b'", "'a' 5C 'u2029b'"},
     {"neighbours of the separators", "E280A7 E280AA E281A8", "E280A7 E280AA E281A8"},
+    {"with the ends of the separators", "E180A8 E380A9", "E180A8 E380A9"},
     {"shortest and longest of each length", "C280 DFBF E0A080 EFBFBF F0908080 F48FBFBF",
      "C280 DFBF E0A080 EFBFBF F0908080 F48FBFBF"},
     {"around the surrogates", "ED9FBF EE8080", "ED9FBF EE8080"},
@@ -53,6 +54,7 @@ const TextCase kTexts[] = {
      "E18080 ECBFBF F1808080 F3BFBFBF"},
     {"a byte that only continues", "80 BF", "EFBFBD EFBFBD"},
     {"bytes that begin nothing", "C0 C1 F5 FF", "EFBFBD EFBFBD EFBFBD EFBFBD"},
+    {"bytes that begin nothing, though others go on", "F5808080 FF8080", "EFBFBD*4 EFBFBD*3"},
     {"overlong", "C080 E08080 E09FBF F0808080 F08FBFBF",
      "EFBFBD*2 EFBFBD*3 EFBFBD*3 EFBFBD*4 EFBFBD*4"},
     {"surrogate", "EDA080", "EFBFBD*3"},
@@ -132,6 +134,32 @@ TEST(GuardEscape, NumbersThatAreNoneBecomeNull) {
       "message{'' '' len=? arr0{dense=3 strict null0, obj0{'a':null0, 'b':double0 "
       "1.7976931348623157e+308}, arr3{dense=1 'k':null3, null3}}}}",
       dump(protocol.package));
+}
+
+TEST(GuardEscape, OtherReferencesAreShownAsReferences) {
+  AMFProtocol protocol;
+  const std::string packet =
+      packetOf("0A 00000003 03 0000 09 07 0000 11 09 05 01 0A 0B 01 01 0A 02");
+  ASSERT_NE(nullptr, parseVerified(protocol, packet.data(), packet.size()));
+  const std::string before = dump(protocol.package);
+  EXPECT_NE(std::string::npos, before.find("obj0{}#ref0"));
+  EXPECT_NE(std::string::npos, before.find("obj3{dyn}#ref1")) << before;
+  escapeForViews(protocol.package);
+  EXPECT_EQ(before, dump(protocol.package));
+}
+
+TEST(GuardEscape, WhatIsReplacedIsFreed) {
+  const std::uint64_t before = liveBlocks;
+  {
+    AMFArray array(AMF_VERSION_3);
+    for (unsigned i = 0; i < 4; ++i) {
+      auto number = std::make_unique<AMFDouble>(AMF_VERSION_3);
+      number->value = std::numeric_limits<double>::quiet_NaN();
+      array.appendChild(number.release(), false);
+    }
+    escapeForViews(&array);
+  }
+  EXPECT_EQ(before, liveBlocks);
 }
 
 TEST(GuardEscape, NodesThatWouldUnbalanceTheViewsAreShownInFull) {

@@ -507,6 +507,42 @@ TEST(PacketReader, TextsAreBlankAfterEveryParse) {
   }
 }
 
+// What a host leaves in the middle tells whether a text was filled.
+void mark(AMFProtocol& p) {
+  p.jsonText[1000] = 'm';
+  p.scriptText[1000] = 'm';
+}
+std::string marks(const AMFProtocol& p) {
+  return {p.jsonText[1000], p.scriptText[1000]};
+}
+
+TEST(PacketReader, TextsThatAreBlankAreNotFilledAgain) {
+  const ExactBytes packet(hex(kSmall));
+  AMFProtocol p;
+  p.parse(packet.data());
+  mark(p);
+  p.parse(packet.data());
+  EXPECT_EQ(marks(p), "mm");
+  for (unsigned i = 0; i < 3; ++i) {
+    p.getPackageInJS(true);  // the blank ones are put aside, once there are others to write to
+    p.parse(packet.data());
+    EXPECT_EQ(marks(p), i == 0 ? std::string(2, '\0') : "mm");
+    mark(p);
+  }
+}
+
+TEST(PacketReader, TextsThatAHostMadeLookBlankAreFilled) {
+  const ExactBytes packet(hex(kSmall));
+  AMFProtocol p;
+  p.parse(packet.data());
+  p.getPackageInJSON(true);
+  p.jsonText.assign(kJsonRoom, '\0');
+  p.scriptText.assign(kScriptRoom, '\0');
+  mark(p);
+  p.parse(packet.data());
+  expectBlank(p, "parse");
+}
+
 TEST(PacketReader, TextsAreBlankAfterARefusedParse) {
   const ExactBytes good(hex(kSmall));
   const ExactBytes bad(hex("0000 0001 0000 00 00000000 04"));

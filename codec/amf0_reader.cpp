@@ -49,8 +49,7 @@ AMFDate* Reader::amf0Date() {
 
 AMFXML* Reader::amf0XML() {
   const std::uint32_t length = wire::readU32(cursor);
-  std::unique_ptr<AMFXML> xml(
-      cutter.makeBytes<AMFXML>(AMF_VERSION_0, wire::readBytes(cursor, length), length));
+  auto xml = model::makeXML(AMF_VERSION_0, wire::readBytes(cursor, length), length);
   if (!xml) throw AMFException(reader_texts::kAMF0XMLString);  // Unreachable.
   xml->document = 1;
   return xml.release();
@@ -149,7 +148,7 @@ AMFArray* Reader::amf0Array(AMFProtocol::AMF0Markers marker) {
     // Kept: exactly `count` members and no end mark; what a sender puts behind them stays in the
     // input.
     for (; left > 0; --left) {
-      std::unique_ptr<AMFPair> pair(nextAmf0Pair());
+      std::unique_ptr<AMFPair> pair(amf0Pair());
       if (!pair) throw AMFException(reader_texts::kAMF0EcmaArrayEnd);
       elements.add(std::move(pair));
     }

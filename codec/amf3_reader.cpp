@@ -130,8 +130,7 @@ AMFXML* Reader::amf3XML(AMFProtocol::AMF3Markers marker) {
                              index);
   }
   const std::uint32_t length = header >> 1;
-  std::unique_ptr<AMFXML> xml(
-      cutter.makeBytes<AMFXML>(AMF_VERSION_3, wire::readBytes(cursor, length), length));
+  auto xml = model::makeXML(AMF_VERSION_3, wire::readBytes(cursor, length), length);
   xml->document = marker == AMFProtocol::AMF3_XML_DOC ? 1 : 0;
   note(protocol.amf3ObjectReferences, xml.get());
   return xml.release();
@@ -162,8 +161,7 @@ AMFRaw* Reader::amf3ByteArray() {
         index);
   }
   const std::uint32_t length = header >> 1;
-  std::unique_ptr<AMFRaw> raw(
-      cutter.makeBytes<AMFRaw>(AMF_VERSION_3, wire::readBytes(cursor, length), length));
+  auto raw = model::makeRaw(AMF_VERSION_3, wire::readBytes(cursor, length), length);
   note(protocol.amf3ObjectReferences, raw.get());
   return raw.release();
 }

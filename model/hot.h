@@ -13,6 +13,13 @@
 #define AMF2JSON_RARE
 #endif
 
+// Kept out of the functions that call it: one copy of it is enough.
+#if defined(__GNUC__)
+#define AMF2JSON_APART __attribute__((noinline))
+#else
+#define AMF2JSON_APART
+#endif
+
 // Put into the functions that call it, also where it is long: a call for each node of a tree
 // counts. Not where nobody optimises: debuggers and coverage want one place for each line.
 #if defined(__GNUC__) && defined(__OPTIMIZE__)

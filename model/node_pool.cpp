@@ -298,11 +298,11 @@ bool poolIsOn() {
 }
 #endif
 
-void* takePiece(std::size_t size) {
+AMF2JSON_APART void* takePiece(std::size_t size) {
   return size <= model::kObjectMax && poolIsOn() ? heap.take(size) : ::operator new(size);
 }
 
-void givePiece(void* piece, std::size_t size) noexcept {
+AMF2JSON_APART void givePiece(void* piece, std::size_t size) noexcept {
   if (!piece) return;
   if (size > model::kObjectMax || !poolIsOn()) return ::operator delete(piece);
   poison(piece, size);

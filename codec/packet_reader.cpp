@@ -18,8 +18,10 @@ constexpr std::size_t kScriptTextRoom = 358400;
 
 // What of the lists has not been used goes when the parse ends.
 struct ListsEnd {
-  model::ChildLists& lists;
-  ~ListsEnd() { lists.end(); }
+  model::ChildLists* lists;
+  ~ListsEnd() {
+    if (lists) lists->end();
+  }
 };
 
 bool isBlank(const std::string& text, std::size_t room) {
@@ -33,11 +35,12 @@ AMFPackage* AMFProtocol::parse(const char* packet) {
   readCursor = packet;
   blankTexts();
   const std::uint16_t version = wire::readU16(readCursor);
-  if (!lists) lists = std::make_unique<model::ChildLists>();
-  lists->begin();
-  const ListsEnd listsEnd{*lists};
   const model::ChunksStay chunksStay;
-  model::Dropper(lists.get()).drop(std::exchange(package, nullptr));
+  std::unique_ptr<AMFPackage> last(std::exchange(package, nullptr));
+  if (!lists && model::isPoolOn()) lists = std::make_unique<model::ChildLists>();
+  if (lists) lists->begin();
+  const ListsEnd listsEnd{lists.get()};
+  model::Dropper(lists.get()).drop(last.release());
   package = new AMFPackage(AMF_VERSION_0);
   package->version = static_cast<AMFVersion>(version);  // any number is kept
   // The package is in place before the first header: after an error it holds what was completed.

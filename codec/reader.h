@@ -46,9 +46,9 @@ class Reader {
   // AMF3
   AMFNode* amf3Value();
   AMFString* amf3String();  // no marker in front
-  AMFDouble* amf3Double();
-  AMFInt* amf3Integer();
-  AMFBool* amf3Bool(bool value);
+  inline AMFDouble* amf3Double();
+  inline AMFInt* amf3Integer();
+  inline AMFBool* amf3Bool(bool value);
   AMFXML* amf3XML(AMFProtocol::AMF3Markers marker);
   AMFDate* amf3Date();
   AMFRaw* amf3ByteArray();
@@ -58,10 +58,10 @@ class Reader {
 
  private:
   // What the readers of containers use for what they hold, so that a level of nesting is one call.
-  AMFNode* nextAmf0Value();
-  AMFPair* nextAmf0Pair();
-  AMFNode* nextAmf3Value();
-  AMFPair* nextAmf3Pair();
+  inline AMFNode* nextAmf0Value();
+  inline AMFPair* nextAmf0Pair();
+  inline AMFNode* nextAmf3Value();
+  inline AMFPair* nextAmf3Pair();
   void readTraits(AMFObject& object, std::uint32_t header);
   void readSealedByTraits(AMFObject& object, const AMFObject& traits);
   void readSealed(AMFObject& object);
@@ -71,7 +71,7 @@ class Reader {
   AMFProtocol& protocol;
   const char*& cursor;
   Nodes& pending;
-  model::ChildLists* lists;  // not owned; null outside of parse
+  model::ChildLists* lists;  // not owned, may be null; nothing is in it outside of parse
   model::Cutter& cutter;
 };
 

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The storage of short child lists, from the package that goes to the one that comes: packets of
-// one kind have lists of the same lengths. Filled by Dropper, emptied by the readers, nothing is
-// kept beyond one parse.
+// one kind have lists of the same lengths. Filled by Dropper, emptied by the readers; when a parse
+// ends no storage of lists is left here. Only where nodes come from chunks: elsewhere nothing would
+// fill it.
 #pragma once
 
 #include <algorithm>

@@ -35,13 +35,13 @@ class Dropper {
 
  private:
   // Only where nodes come from chunks.
-  bool dropLeaf(AMFNode* node) noexcept;
-  void dropName(AMFString* name) noexcept;
-  void dropValue(AMFNode* node) noexcept;
-  void dropMember(AMFNode* node) noexcept;
-  void dropList(AMFNode& node) noexcept;
+  inline bool dropLeaf(AMFNode* node) noexcept;
+  inline void dropName(AMFString* name) noexcept;
+  inline void dropValue(AMFNode* node) noexcept;
+  inline void dropMember(AMFNode* node) noexcept;
+  inline void dropList(AMFNode& node) noexcept;
   void dropBranch(AMFNode* node) noexcept;
-  void give(AMFNode* node, std::size_t size) noexcept;
+  inline void give(AMFNode* node, std::size_t size) noexcept;
   void giveHeld() noexcept {
     if (count > 0) givePieces(held, count);
     count = 0;

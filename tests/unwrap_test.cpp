@@ -17,8 +17,9 @@ namespace {
 
 constexpr std::size_t kMost = 1 << 20;
 
-bool isPacket(std::string_view bytes) {
-  return verifyForm(bytes, Form::packet, AMFVerifyLimits()).status == AMFVerifyStatus::ok;
+Wanted isPacket(std::string_view bytes) {
+  const AMFVerifyResult checked = verifyForm(bytes, Form::packet, AMFVerifyLimits());
+  return checked.status == AMFVerifyStatus::ok ? Wanted::yes : Wanted::no;
 }
 
 // The wrappers and the bytes in hexadecimal, or what was wrong.
@@ -222,7 +223,7 @@ TEST(Unwrap, TakesCompressionOff) {
 
 TEST(Unwrap, StopsBombs) {
   const std::string million = compressed(std::string(1 << 20, '\0'), 15 + 16);
-  EXPECT_EQ(isPacket(std::string(1 << 20, '\0')), true);
+  EXPECT_EQ(isPacket(std::string(1 << 20, '\0')), Wanted::yes);
   EXPECT_EQ(0u, lineOf(million, 1 << 20).find("gzip > 00 00"));
   EXPECT_EQ(0u, lineOf(million, (1 << 20) - 1).find("exit 7, packet too large, byte "));
   // Parts of a MiB each, which a gzip file may have: the second is too much, the others are not
@@ -306,9 +307,11 @@ TEST(BareValue, OffsetsAreItsOwn) {
 
 TEST(Unwrap, TakesNothingForAValueThatIsToBeSkipped) {
   const AMFVerifyLimits limits;
-  EXPECT_TRUE(isForm(Form::amf0, 0, limits)(hex("05 05")));
-  EXPECT_FALSE(isForm(Form::amf0, 1, limits)(hex("05 05")));
-  EXPECT_FALSE(isForm(Form::packet, 0, limits)(hex("05 05")));
+  EXPECT_EQ(isForm(Form::amf0, 0, limits)(hex("05 05")), Wanted::yes);
+  EXPECT_EQ(isForm(Form::amf0, 1, limits)(hex("05 05")), Wanted::no);
+  EXPECT_EQ(isForm(Form::packet, 0, limits)(hex("05 05")), Wanted::no);
+  EXPECT_EQ(isForm(Form::amf0, 0, limits)("\t05"), Wanted::unlessWrapped);
+  EXPECT_EQ(isForm(Form::amf0, 0, limits)("\t"), Wanted::yes);
 }
 
 TEST(BareValue, EnvelopeDoesNotCount) {

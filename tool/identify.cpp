@@ -231,7 +231,9 @@ Identity identifyInside(std::string_view bytes, const AMFVerifyLimits& limits, s
 // Digits and base64 are called so only if something is in them: a word is base64, too.
 std::optional<Identity> wrapped(std::string_view bytes, const AMFVerifyLimits& limits,
                                 std::size_t depth) {
-  const auto isWanted = [&limits](std::string_view some) { return bare(some, limits).has_value(); };
+  const auto isWanted = [&limits](std::string_view some) {
+    return bare(some, limits) ? Wanted::yes : Wanted::no;
+  };
   std::optional<Wrapped> found;
   try {
     found = takeOff(bytes, limits.maxPacketBytes, isWanted);

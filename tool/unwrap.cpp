@@ -25,9 +25,10 @@ bool isTyped(char byte) {
 std::optional<Wrapped> takeOffText(std::string_view text, std::size_t most,
                                    const IsWanted& isWanted) {
   auto hex = fromHexText(text, most);
-  if (hex && isWanted(*hex)) return Wrapped{"hexadecimal text", std::move(*hex)};
+  if (hex && isWanted(*hex) != Wanted::no) return Wrapped{"hexadecimal text", std::move(*hex)};
   auto base64 = fromBase64Text(text, most);
-  if (base64 && (!hex || isWanted(*base64))) return Wrapped{"base64 text", std::move(*base64)};
+  if (base64 && (!hex || isWanted(*base64) != Wanted::no))
+    return Wrapped{"base64 text", std::move(*base64)};
   if (hex) return Wrapped{"hexadecimal text", std::move(*hex)};
   return std::nullopt;
 }
@@ -36,11 +37,11 @@ std::optional<Wrapped> takeOffText(std::string_view text, std::size_t most,
 
 IsWanted isForm(Form form, std::size_t skip, const AMFVerifyLimits& limits) {
   return [form, skip, &limits](std::string_view bytes) {
-    if (skip != 0) return false;
+    if (skip != 0) return Wanted::no;
     const AMFVerifyResult checked = verifyForm(bytes, form, limits);
-    // A tab in front of digits is an AMF0 end mark, with much left over.
+    if (checked.status != AMFVerifyStatus::ok) return Wanted::no;
     const bool isWhole = checked.consumed == bytes.size();
-    return checked.status == AMFVerifyStatus::ok && (isWhole || !isPlainText(bytes));
+    return isWhole || !isPlainText(bytes) ? Wanted::yes : Wanted::unlessWrapped;
   };
 }
 
@@ -61,12 +62,12 @@ std::optional<Wrapped> takeOff(std::string_view bytes, std::size_t most, const I
 Unwrapped unwrap(std::string bytes, std::size_t most, const IsWanted& isWanted) {
   Unwrapped result{std::move(bytes), {}};
   try {
-    while (!isWanted(result.bytes)) {
+    for (Wanted wanted; (wanted = isWanted(result.bytes)) != Wanted::yes;) {
       if (result.wrappers.size() == kMostWrappers) {
         throw wrapperProblem(kOverLimit, "too many wrappers", "more than 8 wrappers", 0);
       }
       auto wrapped = takeOff(result.bytes, most, isWanted);
-      if (!wrapped && isPlainText(result.bytes)) {
+      if (!wrapped && wanted == Wanted::no && isPlainText(result.bytes)) {
         throw brokenWrapper("text that is neither hexadecimal nor base64", 0);
       }
       if (!wrapped) break;

@@ -13,11 +13,14 @@
 
 #include "tool/bare_value.h"
 
-// Whether these bytes are what is looked for, so that nothing is to be taken off.
-using IsWanted = std::function<bool(std::string_view)>;
+// Whether these bytes are what is looked for, so that nothing is to be taken off; or would do if
+// there is nothing to take off.
+enum class Wanted { no, unlessWrapped, yes };
+using IsWanted = std::function<Wanted(std::string_view)>;
 
-// Wanted are bytes of this form, of plain text only where the whole of it is. With `skip` bytes in
-// front of them nothing is: a wrapper would soon be taken for a value. `limits` must outlive it.
+// Wanted are bytes of this form. A value of typed characters with others behind it may be a wrapper
+// as well: a tab in front of digits is an AMF0 end mark. With `skip` bytes in front of them nothing
+// is wanted: a wrapper would soon be taken for a value. `limits` must outlive it.
 IsWanted isForm(Form form, std::size_t skip, const AMFVerifyLimits& limits);
 
 struct Wrapped {

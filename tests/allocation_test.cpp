@@ -130,7 +130,7 @@ TEST(Allocation, Parse) {
 TEST(Allocation, ParseThatFailsLeavesNoOldPackage) {
   failEach("parse, what is left", [&](std::uint64_t call, Mode mode) {
     AMFProtocol protocol;
-    parse(protocol, support::hex("0003 0000 0001 0000 0000 00000000 05"));
+    parse(protocol, support::hex("0003 0000 0001 0000 0000 00000000 0A 00000001 05"));
     const std::string empty = support::hex("0000 0000 0000");
     const bool failed = failsAt(call, mode, [&] { protocol.parse(empty.data()); });
     EXPECT_EQ(support::dump(protocol.package), failed ? "(nil)" : "package0{headers=0}");

@@ -21,8 +21,16 @@
 #endif
 
 // Put into the functions that call it, also where it is long: a call for each node of a tree
-// counts. Not where nobody optimises: debuggers and coverage want one place for each line.
-#if defined(__GNUC__) && defined(__OPTIMIZE__)
+// counts. Not where nobody optimises, as debuggers and coverage want one place for each line; nor
+// under a sanitizer, which makes long functions slow.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define AMF2JSON_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define AMF2JSON_SANITIZED 1
+#endif
+#endif
+#if defined(__GNUC__) && defined(__OPTIMIZE__) && !defined(AMF2JSON_SANITIZED)
 #define AMF2JSON_HOT __attribute__((always_inline)) inline
 #else
 #define AMF2JSON_HOT inline

@@ -50,8 +50,10 @@ ExitCode workOnFiles(const Command& command, const Options& options) {
   const std::vector<std::string>& files = options.files;
   refuseSecondStandardInput(files);
   Delivery delivery(options);
-  OrderedWork<Finished> work(files.size(), threadsFor(options),
-                             [&](std::size_t i) { return workOn(command, files[i], options); });
+  OrderedWork<Finished> work(
+      files.size(), threadsFor(options),
+      [&](std::size_t i) { return workOn(command, files[i], options); },
+      [](const Finished& finished) { return finished.result.text.size(); });
   std::size_t taken = 0;
   work.takeAll([&](const Finished& finished) {
     delivery.take(files[taken++], finished.result, finished.problem);

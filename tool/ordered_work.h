@@ -4,6 +4,7 @@
 #ifndef AMF2JSON_TOOL_ORDERED_WORK_H
 #define AMF2JSON_TOOL_ORDERED_WORK_H
 
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <functional>
@@ -18,13 +19,19 @@
 #include "tool/problem.h"
 
 // Makes the results of 0 to `count` - 1 and takes them in that order, on the calling thread. A
-// bounded number of results waits. `make` runs on threads with stack for kWorkerLevels and must not
-// throw; what `take` throws ends everything.
+// bounded number of results waits, and of large ones fewer. `make` runs on threads with stack for
+// kWorkerLevels and must not throw; what `take` throws ends everything.
 template <class Result>
 class OrderedWork {
  public:
-  OrderedWork(std::size_t pieces, std::size_t threads, std::function<Result(std::size_t)> maker)
-      : count(pieces), make(std::move(maker)), waiting(2 * threads) {
+  using Maker = std::function<Result(std::size_t)>;
+  using Sizer = std::function<std::size_t(const Result&)>;  // bytes of one that waits
+
+  OrderedWork(std::size_t pieces, std::size_t threads, Maker maker, Sizer sizer)
+      : count(pieces),
+        make(std::move(maker)),
+        sizeOf(std::move(sizer)),
+        waiting(threads * kWaitingMost) {
     workers.reserve(threads);
     while (workers.size() < threads && addWorker()) {
     }
@@ -41,7 +48,11 @@ class OrderedWork {
   }
 
   void takeAll(const std::function<void(Result)>& take) {
-    for (std::size_t i = 0; i < count; ++i) take(takeOne(i));
+    for (std::size_t done = 0; done < count;) {
+      std::vector<Result> batch = takeReady();
+      done += batch.size();
+      for (Result& result : batch) take(std::move(result));
+    }
   }
 
  private:
@@ -55,36 +66,63 @@ class OrderedWork {
     return false;
   }
 
+  std::optional<Result>& placeOf(std::size_t i) { return waiting[i % waiting.size()]; }
+
+  // The one that is to be taken next is always made.
+  bool hasRoom() const {
+    return next == taken || (next < taken + waiting.size() && waitingBytes < kWaitingBytes);
+  }
+  bool isBatch() const {
+    return ready == count || ready - taken >= kBatch ||
+           (ready > taken && waitingBytes >= kWaitingBytes);
+  }
+
   void work() {
     std::unique_lock<std::mutex> lock(mutex);
     for (;;) {
-      roomThere.wait(lock, [this] { return next >= count || next < taken + waiting.size(); });
+      roomThere.wait(lock, [this] { return next >= count || hasRoom(); });
       if (next >= count) return;
       const std::size_t i = next++;
       lock.unlock();
       Result result = make(i);
+      const std::size_t size = sizeOf(result);
       lock.lock();
-      waiting[i % waiting.size()] = std::move(result);
-      resultThere.notify_one();
+      placeOf(i) = std::move(result);
+      waitingBytes += size;
+      while (ready < taken + waiting.size() && placeOf(ready)) ++ready;
+      if (isBatch()) resultThere.notify_one();
     }
   }
 
-  Result takeOne(std::size_t i) {
+  // One or more. Small results come in batches, as waking up costs as much as making some.
+  std::vector<Result> takeReady() {
+    std::vector<Result> batch;
     std::unique_lock<std::mutex> lock(mutex);
-    std::optional<Result>& place = waiting[i % waiting.size()];
-    resultThere.wait(lock, [&place] { return place.has_value(); });
-    Result result = std::move(*place);
-    place.reset();
-    taken = i + 1;
-    roomThere.notify_one();
-    return result;
+    while (!resultThere.wait_for(lock, kPatience, [this] { return isBatch(); }) && ready == taken) {
+    }
+    batch.reserve(ready - taken);
+    for (; taken < ready; ++taken) {
+      waitingBytes -= sizeOf(*placeOf(taken));
+      batch.push_back(std::move(*placeOf(taken)));
+      placeOf(taken).reset();
+    }
+    roomThere.notify_all();
+    return batch;
   }
 
+  static constexpr std::size_t kWaitingMost = 64;  // for each thread
+  static constexpr std::size_t kWaitingBytes = std::size_t{1} << 26;
+  static constexpr std::size_t kBatch = 16;
+  static constexpr std::chrono::milliseconds kPatience{2};
+
   const std::size_t count;
-  const std::function<Result(std::size_t)> make;
-  std::mutex mutex;  // guards the next three
-  std::size_t next = 0;
-  std::size_t taken = 0;
+  const Maker make;
+  const Sizer sizeOf;
+  std::mutex mutex;       // guards the next five
+  std::size_t next = 0;   // to be made
+  std::size_t ready = 0;  // all before it are made
+  std::size_t taken = 0;  // all before it are taken
+  std::size_t waitingBytes = 0;
   std::vector<std::optional<Result>> waiting;
   std::condition_variable roomThere;
   std::condition_variable resultThere;

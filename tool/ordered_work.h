@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Many pieces of work on several threads, with the results taken in order.
+// Many pieces of work on several threads, with the results taken in order. Tested by
+// tests/ordered_work_test.cpp.
 #ifndef AMF2JSON_TOOL_ORDERED_WORK_H
 #define AMF2JSON_TOOL_ORDERED_WORK_H
 

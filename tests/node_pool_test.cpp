@@ -587,7 +587,8 @@ TEST(NodePoolMemory, ALargePacketTakesTheChunksOfTheOneBefore) {
     const long first = pageFaults() - before;
     if (model::chunksOfThisThread() <= 2 * kKeptChunks) return 1;
     for (unsigned i = 0; i < 3; ++i) protocol.parse(large.data());
-    if (pageFaults() - before - first > first / 4) return 2;
+    // What the sanitizer keeps from use takes pages as well.
+    if (!support::kAddressSanitizer && pageFaults() - before - first > first / 4) return 2;
     protocol.parse(small.data());
     return model::chunksOfThisThread() <= kShrunkChunks + 2 ? 0 : 3;
   };

@@ -139,6 +139,19 @@ TEST_F(Files, AreNotLeftHalfWrittenByASignal) {
   EXPECT_EQ(runShell("ls | grep '^out\\.' || true"), none);
 }
 
+// Other threads are at work all the time.
+TEST_F(Files, OfManyAreNotLeftHalfWrittenByASignal) {
+  writeFile("long.amf", echoOf("0C 00040000 61*262144"));
+  runShell("mkdir in out; for i in {1..200}; do ln long.amf in/$i.amf; done");
+  for (int i = 0; i < 20; ++i) {
+    const std::string wait = "0.0" + std::to_string(10 + i * 4);
+    runShell("$amf2json decode -j 2 -o out in/*.amf & sleep " + wait + "; kill -TERM $!; wait");
+  }
+  const Outcome none = {0, "", ""};
+  EXPECT_FALSE(runShell("ls out | grep '\\.json$' || true").out.empty());
+  EXPECT_EQ(runShell("ls out | grep -v '\\.json$' || true"), none);
+}
+
 // A closed pipe ends the program as it ends others: by SIGPIPE, in silence.
 TEST_F(Files, AClosedPipeIsNoError) {
   writeFile("stdin", "");

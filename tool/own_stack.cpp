@@ -8,6 +8,7 @@
 #include <string>
 #include <utility>
 
+#include "tool/platform.h"
 #include "tool/problem.h"
 
 namespace {
@@ -30,6 +31,8 @@ OwnStackThread::OwnStackThread(std::uint32_t levels, std::function<void()> wante
   if (bytes > std::numeric_limits<std::size_t>::max()) return;
   pthread_attr_t attributes;
   if (pthread_attr_init(&attributes) != 0) return;
+  // The thread leaves Ctrl-C and the like to the main one, which may have reasons to let them wait.
+  const platform::SignalsWait signalsWait;
   running = pthread_attr_setstacksize(&attributes, static_cast<std::size_t>(bytes)) == 0 &&
             pthread_create(&thread, &attributes, enter, this) == 0;
   pthread_attr_destroy(&attributes);

@@ -21,6 +21,7 @@
 #include "support/guard_generator.h"
 #include "support/guard_packets.h"
 #include "support/guard_shapes.h"
+#include "support/process.h"
 
 using namespace support;
 
@@ -88,6 +89,7 @@ std::size_t stackUsed(std::size_t size, const std::string& packet) {
 }
 
 TEST(GuardCost, TheDeepestTreesFitASmallStack) {
+  if (support::kThreadSanitizer) GTEST_SKIP() << "the sanitizer itself needs more";
   for (const Shape& shape : kShapes) {
     SCOPED_TRACE(shape.name);
     const std::size_t used = stackUsed(kStack, shape.packet(AMFVerifyLimits().maxDepth));

@@ -1,10 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the hot paths tell the compiler, and the copy that they have in common.
+// What the compiler tells of sanitizers and is told of hot paths, and the copy that these have in
+// common.
 #pragma once
 
 #include <cstddef>
 #include <cstring>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define AMF2JSON_ADDRESS_SANITIZER 1
+#elif defined(__SANITIZE_THREAD__)
+#define AMF2JSON_THREAD_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define AMF2JSON_ADDRESS_SANITIZER 1
+#elif __has_feature(thread_sanitizer)
+#define AMF2JSON_THREAD_SANITIZER 1
+#endif
+#endif
 
 // Kept out of the functions that call it: the way that is hardly ever taken.
 #if defined(__GNUC__)
@@ -23,14 +36,8 @@
 // Put into the functions that call it, also where it is long: a call for each node of a tree
 // counts. Not where nobody optimises, as debuggers and coverage want one place for each line; nor
 // under a sanitizer, which makes long functions slow.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define AMF2JSON_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define AMF2JSON_SANITIZED 1
-#endif
-#endif
-#if defined(__GNUC__) && defined(__OPTIMIZE__) && !defined(AMF2JSON_SANITIZED)
+#if defined(__GNUC__) && defined(__OPTIMIZE__) && !defined(AMF2JSON_ADDRESS_SANITIZER) && \
+    !defined(AMF2JSON_THREAD_SANITIZER)
 #define AMF2JSON_HOT __attribute__((always_inline)) inline
 #else
 #define AMF2JSON_HOT inline

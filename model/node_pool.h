@@ -46,14 +46,6 @@
 #include "AMF2JSON.h"
 #include "model/hot.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#define AMF2JSON_ADDRESS_SANITIZER 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define AMF2JSON_ADDRESS_SANITIZER 1
-#endif
-#endif
-
 #if defined(AMF2JSON_ADDRESS_SANITIZER)
 #include <sanitizer/asan_interface.h>
 #endif

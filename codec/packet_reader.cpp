@@ -2,6 +2,7 @@
 //
 // Packet reader: version, headers, messages. Enter at AMFProtocol::parse. The values inside are
 // read by amf0_reader.cpp. Tested by tests/packet_reader_test.cpp.
+#include <memory>
 #include <utility>
 
 #include "AMF2JSON.h"
@@ -12,10 +13,6 @@
 
 namespace {
 
-// The texts get this much room ahead of any rendering.
-constexpr std::size_t kJsonTextRoom = 716800;
-constexpr std::size_t kScriptTextRoom = 358400;
-
 // What of the lists has not been used goes when the parse ends.
 struct ListsEnd {
   model::ChildLists* lists;
@@ -23,10 +20,6 @@ struct ListsEnd {
     if (lists) lists->end();
   }
 };
-
-bool isBlank(const std::string& text, std::size_t room) {
-  return text.size() == room && text.front() == '\0' && text.back() == '\0';
-}
 
 }  // namespace
 
@@ -97,38 +90,4 @@ void AMFProtocol::clearReferences() noexcept {
   amf3StringReferences.clear();
   amf3ObjectReferences.clear();
   amf3TraitReferences.clear();
-}
-
-// Fills both texts with NULs, so that their storage is there before any rendering. A fill per
-// packet would cost more than most packets do: where the spare texts are still blank from the parse
-// before, they change places with the written ones instead.
-void AMFProtocol::blankTexts() {
-  if (textsBlank && isBlank(jsonText, kJsonTextRoom) && isBlank(scriptText, kScriptTextRoom))
-    return;
-  textsBlank = false;
-  if (sparesBlank || spareJsonText.empty()) {
-    jsonText.swap(spareJsonText);
-    scriptText.swap(spareScriptText);
-  }
-  if (!sparesBlank) {
-    jsonText.assign(kJsonTextRoom, '\0');
-    scriptText.assign(kScriptTextRoom, '\0');
-  }
-  sparesBlank = false;
-  textsBlank = true;
-}
-
-// Before a view writes: blank texts are put aside for the next parse, as soon as there is a written
-// pair to take their place. What the texts hold is left; the view writes over it.
-void AMFProtocol::putBlankTextsAside() {
-  const bool blank =
-      textsBlank && isBlank(jsonText, kJsonTextRoom) && isBlank(scriptText, kScriptTextRoom);
-  textsBlank = false;
-  if (!blank || spareJsonText.capacity() < kJsonTextRoom ||
-      spareScriptText.capacity() < kScriptTextRoom) {
-    return;
-  }
-  jsonText.swap(spareJsonText);
-  scriptText.swap(spareScriptText);
-  sparesBlank = true;
 }

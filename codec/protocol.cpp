@@ -8,6 +8,7 @@
 AMFProtocol::AMFProtocol() = default;
 
 AMFProtocol::~AMFProtocol() {
+  handTextsOn();
   delete package;
   delete[] resultBuffer;
 }

@@ -615,7 +615,8 @@ class AMF2JSON_API AMFProtocol {
   /// delete it. Null packet: returns null and changes nothing. The previous package is deleted once
   /// the version has been read. Afterwards `jsonText` holds 716800 and `scriptText` 358400 NUL
   /// bytes (room for the views); bytes that a host put there without changing the size, or while
-  /// it changed the size away and back, are not looked for. The tables hold the entries of the last
+  /// it changed the size away and back, are not looked for, here and by later objects of the thread
+  /// that this one goes on. The tables hold the entries of the last
   /// section read, and `readCursor` points just past the last byte consumed. Throws what the
   /// readers below throw; `package` then keeps the headers and messages completed before.
   AMFPackage* parse(const char* packet);
@@ -908,6 +909,7 @@ class AMF2JSON_API AMFProtocol {
  private:
   void blankTexts();
   void putBlankTextsAside();
+  void handTextsOn() noexcept;
   void clearReferences() noexcept;
 
   void joinChunks();

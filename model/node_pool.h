@@ -34,8 +34,9 @@
 // build option AMF2JSON_NODE_POOL=ON it is on under AddressSanitizer too, and pieces that are not
 // in use are poisoned. OFF switches it off for good.
 //
-// This is the one state of the library outside protocol objects and trees. It shows in nothing but
-// speed.
+// A thread also keeps the texts of a protocol object that has gone, for the next one: see
+// codec/texts.cpp. Both are a thread's own, and the one state of the library outside protocol
+// objects and trees. It shows in nothing but speed.
 #pragma once
 
 #include <cstddef>

@@ -5,6 +5,7 @@
 // or left from a rendering before, so nothing is filled twice. Its end sets the text's true length.
 #pragma once
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -38,11 +39,12 @@ AMF2JSON_HOT char* put(char* to, std::string_view text) {
 
 class TextOut {
  public:
-  // `written` bytes of the text stay, `hidden` bytes in front of it are kept free and not counted
-  // by size().
+  // `written` bytes of the text stay. `hidden` bytes in front of it, NULs, are kept free and not
+  // counted by size().
   TextOut(std::string& target, std::size_t written, std::size_t hidden = 0)
       : text(target), front(hidden) {
     if (text.size() < hidden + written) text.resize(hidden + written);
+    std::fill_n(text.begin(), hidden, '\0');
     setCursor(hidden + written);
   }
   ~TextOut() { text.resize(front + size()); }  // only ever shortens

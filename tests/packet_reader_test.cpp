@@ -8,7 +8,9 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 
+#include "model/node_pool.h"
 #include "support/build.h"
 #include "support/dump.h"
 #include "support/hex.h"
@@ -516,18 +518,112 @@ std::string marks(const AMFProtocol& p) {
   return {p.jsonText[1000], p.scriptText[1000]};
 }
 
+// A thread that has had no protocol object has no texts of one.
+void onFreshThread(const std::function<void()>& work) {
+  std::thread(work).join();
+}
+
 TEST(PacketReader, TextsThatAreBlankAreNotFilledAgain) {
-  const ExactBytes packet(hex(kSmall));
-  AMFProtocol p;
-  p.parse(packet.data());
-  mark(p);
-  p.parse(packet.data());
-  EXPECT_EQ(marks(p), "mm");
-  for (unsigned i = 0; i < 3; ++i) {
-    p.getPackageInJS(true);  // the blank ones are put aside, once there are others to write to
+  onFreshThread([] {
+    const ExactBytes packet(hex(kSmall));
+    AMFProtocol p;
     p.parse(packet.data());
-    EXPECT_EQ(marks(p), i == 0 ? std::string(2, '\0') : "mm");
     mark(p);
+    p.parse(packet.data());
+    EXPECT_EQ(marks(p), "mm");
+    for (unsigned i = 0; i < 3; ++i) {
+      p.getPackageInJS(true);  // the blank ones are put aside, once there are others to write to
+      p.parse(packet.data());
+      EXPECT_EQ(marks(p), i == 0 ? std::string(2, '\0') : "mm");
+      mark(p);
+    }
+  });
+}
+
+// ---- The next object of the thread
+
+TEST(PacketReader, TextsAreBlankOnTheNextObjectOfTheThread) {
+  const ExactBytes packet(hex(kSmall));
+  for (const Between& last : kBetween) {
+    for (const bool isParsedAgain : {false, true}) {
+      {
+        AMFProtocol p;
+        p.parse(packet.data());
+        last.act(p);
+        if (isParsedAgain) p.parse(packet.data());
+      }
+      for (int i = 0; i < 3; ++i) {
+        AMFProtocol next;
+        next.parse(packet.data());
+        ASSERT_NO_FATAL_FAILURE(expectBlank(next, last.name));
+        if (i == 1) next.getPackageInJS(true);
+      }
+      if (HasFailure()) return;
+    }
+  }
+}
+
+// Each object parses, and is marked; the second half of them show a view first.
+TEST(PacketReader, TextsAreNotFilledAgainForTheNextObjectOfTheThread) {
+  onFreshThread([] {
+    const ExactBytes packet(hex(kSmall));
+    const std::string found = model::isPoolOn() ? "mm" : std::string(2, '\0');
+    for (int i = 0; i < 8; ++i) {
+      AMFProtocol p;
+      p.parse(packet.data());
+      // The first view had nothing else to write to than the texts that were blank.
+      EXPECT_EQ(marks(p), i == 0 || i == 5 ? std::string(2, '\0') : found) << i;
+      mark(p);
+      if (i >= 4) p.getPackageInJSON(true);
+    }
+  });
+}
+
+TEST(PacketReader, TextsOfALargePacketAreNotKeptForTheNextObject) {
+  onFreshThread([] {
+    const ExactBytes packet(hex(kSmall));
+    AMFString text(AMF_VERSION_0);
+    const std::string bytes(4 * kJsonRoom, 'x');
+    text.setValue(bytes.data(), static_cast<unsigned>(bytes.size()));
+    for (int i = 0; i < 4; ++i) {
+      AMFProtocol p;
+      p.parse(packet.data());
+      if (i % 2 == 0) p.package->getMessage(0)->setValue(&text, true);
+      const std::size_t size = p.getPackageInJSON(true).size();
+      EXPECT_EQ(size > bytes.size(), i % 2 == 0);
+      if (i % 2 == 1) {
+        EXPECT_LE(p.jsonText.capacity(), 2 * kJsonRoom);
+      }
+    }
+  });
+}
+
+// What a thread keeps was made by its first object's end, so that it goes before these do.
+TEST(PacketReader, ObjectsMayGoAfterTheirThreadsTexts) {
+  static const ExactBytes packet(hex(kSmall));
+  onFreshThread([] {
+    thread_local AMFProtocol late[2];
+    for (AMFProtocol& p : late) p.parse(packet.data());
+    late[0].getPackageInJSON(true);
+    AMFProtocol early;
+    early.parse(packet.data());
+    expectBlank(early, "early");
+  });
+}
+
+// On whichever thread an object goes.
+TEST(PacketReader, TextsAreBlankOnObjectsThatGoElsewhere) {
+  const ExactBytes packet(hex(kSmall));
+  for (int i = 0; i < 4; ++i) {
+    auto p = std::make_unique<AMFProtocol>();
+    p->parse(packet.data());
+    if (i % 2 == 0) p->getPackageInJS(true);
+    onFreshThread([&] {
+      p.reset();
+      AMFProtocol next;
+      next.parse(packet.data());
+      expectBlank(next, "on the other thread");
+    });
   }
 }
 

@@ -4,6 +4,8 @@
 // would not stay inside its quotes there. Everything new is made before anything old is touched.
 // Tested by tests/guard_escape_test.cpp.
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <new>
@@ -66,6 +68,34 @@ bool isLineSeparator(const char* text) {
   return text[0] == '\xE2' && text[1] == '\x80' && (text[2] == '\xA8' || text[2] == '\xA9');
 }
 
+// Nothing in it changes.
+bool isPlain(char c) {
+  return c >= 0x20 && c < 0x7F && c != '<' && c != '\\';
+}
+
+// Eight such bytes.
+bool isPlain(std::uint64_t word) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101u;
+  constexpr std::uint64_t kHighBits = 0x80 * kOnes;
+  const std::uint64_t low = word & ~kHighBits;
+  // The high bit of each byte says that it is at least 20, and not one of the others.
+  const std::uint64_t notControl = low + (0x80 - 0x20) * kOnes;
+  const std::uint64_t notDelete = (low ^ 0x7F * kOnes) + 0x7F * kOnes;
+  const std::uint64_t notLess = (low ^ '<' * kOnes) + 0x7F * kOnes;
+  const std::uint64_t notBackslash = (low ^ '\\' * kOnes) + 0x7F * kOnes;
+  return (notControl & notDelete & notLess & notBackslash & ~word & kHighBits) == kHighBits;
+}
+
+std::size_t plainLength(const char* text, std::size_t length) {
+  std::size_t i = 0;
+  for (std::uint64_t word; length - i >= sizeof word; i += sizeof word) {
+    std::memcpy(&word, text + i, sizeof word);
+    if (!isPlain(word)) break;
+  }
+  while (i < length && isPlain(text[i])) ++i;
+  return i;
+}
+
 // One byte that is a character of its own.
 void appendASCII(std::string& out, char c) {
   const auto code = static_cast<Byte>(c);
@@ -78,6 +108,10 @@ std::string escaped(const char* text, std::size_t length) {
   std::string out;
   out.reserve(length + length / 8 + 8);
   for (std::size_t i = 0; i < length;) {
+    const std::size_t plain = plainLength(text + i, length - i);
+    out.append(text + i, plain);
+    i += plain;
+    if (i == length) break;
     const Character character = characterAt(text + i, length - i);
     if (!character.valid) {
       out += kReplacement;
@@ -112,50 +146,65 @@ class Escaper {
   void apply() noexcept;
 
  private:
+  // Places that are still to be visited, one behind the other. The last range is the innermost.
+  struct Range {
+    AMFNode** next;
+    AMFNode** end;
+    AMFVersion version;
+  };
+
   void visit(AMFNode* node);
-  void visitPlace(AMFNode*& place, AMFVersion placeVersion);
-  void visitPart(AMFNode* node) {
-    if (node) waiting.push_back(node);
+  void visitPart(AMFString* part) {
+    if (part) visit(part);
   }
+  void visitValue(AMFNode*& value, AMFVersion version) {
+    waiting.push_back({&value, &value + 1, version});
+  }
+  void visitPlace(AMFNode*& place, AMFVersion placeVersion);
   void escapeText(AMFRaw* node);
 
-  std::vector<AMFNode*> waiting;
+  std::vector<Range> waiting;
   std::vector<NewText> texts;
   std::vector<NewNull> nulls;
   std::vector<AMFNode*> unbalanced;  // not owned
 };
 
+// In the order of the tree, which is mostly that of its memory.
 void Escaper::prepare(AMFNode* root) {
-  visitPart(root);
+  if (root) visit(root);
   while (!waiting.empty()) {
-    AMFNode* const node = waiting.back();
-    waiting.pop_back();
-    visit(node);
+    Range& range = waiting.back();
+    if (range.next == range.end) {
+      waiting.pop_back();
+    } else {
+      visitPlace(*range.next++, range.version);
+    }
   }
 }
 
 void Escaper::visit(AMFNode* node) {
+  if (!node->children.empty()) {
+    AMFNode** const first = node->children.data();
+    waiting.push_back({first, first + node->children.size(), node->version});
+  }
   switch (node->type) {
     case AMFNode::AMF_STRING:
-    case AMFNode::AMF_XML: escapeText(static_cast<AMFRaw*>(node)); break;
-    case AMFNode::AMF_OBJECT: visitPart(static_cast<AMFObject*>(node)->className); break;
+    case AMFNode::AMF_XML: return escapeText(static_cast<AMFRaw*>(node));
+    case AMFNode::AMF_OBJECT: return visitPart(static_cast<AMFObject*>(node)->className);
     case AMFNode::AMF_PAIR:
     case AMFNode::AMF_HEADER: {
       auto* const pair = static_cast<AMFPair*>(node);
       visitPart(pair->name);
-      visitPlace(pair->value, pair->version);
-      break;
+      return visitValue(pair->value, pair->version);
     }
     case AMFNode::AMF_MESSAGE: {
       auto* const message = static_cast<AMFMessage*>(node);
       visitPart(message->targetUri);
       visitPart(message->responseUri);
-      visitPlace(message->value, message->version);
-      break;
+      return visitValue(message->value, message->version);
     }
-    default: break;
+    default: return;
   }
-  for (AMFNode*& child : node->children) visitPlace(child, node->version);
 }
 
 void Escaper::visitPlace(AMFNode*& place, AMFVersion placeVersion) {
@@ -168,11 +217,11 @@ void Escaper::visitPlace(AMFNode*& place, AMFVersion placeVersion) {
       place->referenceIndex != AMFNode::kNoReference) {
     unbalanced.push_back(place);
   }
-  waiting.push_back(place);
+  visit(place);
 }
 
 void Escaper::escapeText(AMFRaw* node) {
-  if (!node->data) return;
+  if (!node->data || plainLength(node->data, node->length) == node->length) return;
   const std::string text = escaped(node->data, node->length);
   if (text.size() > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
   if (text.size() == node->length && text.compare(0, text.size(), node->data, text.size()) == 0)
@@ -189,7 +238,9 @@ void Escaper::apply() noexcept {
     text.node->length = text.length;
   }
   for (AMFNode* node : unbalanced) node->referenceIndex = AMFNode::kNoReference;
-  for (NewNull& replacement : nulls) {
+  // Inner ones first: they may stand in outer ones, which go.
+  for (auto last = nulls.rbegin(); last != nulls.rend(); ++last) {
+    NewNull& replacement = *last;
     replacement.null->referenceIndex = (*replacement.place)->referenceIndex;
     delete *replacement.place;
     *replacement.place = replacement.null.release();

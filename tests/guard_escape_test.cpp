@@ -96,6 +96,23 @@ TEST(GuardEscape, EveryByteOfAText) {
   }
 }
 
+// Texts are looked at in words: what a byte becomes does not depend on where it stands.
+TEST(GuardEscape, EveryByteAtEveryPlace) {
+  constexpr std::size_t kLength = 19;
+  for (unsigned byte = 0; byte < 256; ++byte) {
+    const std::string single(1, static_cast<char>(byte));
+    const auto alone = makeString(AMF_VERSION_3, single);
+    escapeForViews(alone.get());
+    for (std::size_t at = 0; at < kLength; ++at) {
+      const std::string before(at, 'a');
+      const std::string behind(kLength - 1 - at, '~');
+      const auto node = makeString(AMF_VERSION_3, before + single + behind);
+      escapeForViews(node.get());
+      ASSERT_EQ(before + textOf(alone.get()) + behind, textOf(node.get())) << byte << " at " << at;
+    }
+  }
+}
+
 // ---- Places ------------------------------------------------------------------------------------
 
 TEST(GuardEscape, EveryPlaceThatHoldsText) {
@@ -211,7 +228,13 @@ TEST(GuardEscape, TextsThatNeedNothingStayWhereTheyAre) {
   const std::uint64_t before = allocations;
   escapeForViews(plain.get());
   EXPECT_EQ(bytes, plain->data);
-  EXPECT_EQ(before + 2, allocations);  // the list of nodes, the text to compare with
+  EXPECT_EQ(before, allocations);
+  const auto umlaut = makeString(AMF_VERSION_0, "longer than a short string, \xC3\xA4");
+  const char* const kept = umlaut->data;
+  const std::uint64_t then = allocations;
+  escapeForViews(umlaut.get());
+  EXPECT_EQ(kept, umlaut->data);
+  EXPECT_EQ(then + 1, allocations);  // the text to compare with
   // A length without bytes, which only a host can make, is no text.
   AMFString empty(AMF_VERSION_0);
   empty.length = 5;
@@ -219,6 +242,45 @@ TEST(GuardEscape, TextsThatNeedNothingStayWhereTheyAre) {
   EXPECT_EQ(nullptr, empty.data);
   EXPECT_EQ(5u, empty.length);
   empty.length = 0;
+}
+
+// Only hands can put a node into a number.
+TEST(GuardEscape, NumbersInNumbersBecomeNullWithThem) {
+  AMFArray array(AMF_VERSION_3);
+  AMFNode* place = &array;
+  for (int i = 0; i < 3; ++i) {
+    auto number = std::make_unique<AMFDouble>(AMF_VERSION_3);
+    number->value = std::numeric_limits<double>::quiet_NaN();
+    AMFNode* const next = number.get();
+    place->appendChild(number.release(), false);
+    place = next;
+  }
+  place->appendChild(makeString(AMF_VERSION_3, "<").release(), false);
+  escapeForViews(&array);
+  EXPECT_EQ("arr3{null3}!open", dump(&array));
+}
+
+TEST(GuardEscape, PairsInPairsNeedNoStack) {
+  AMFArray root(AMF_VERSION_0);
+  auto first = std::make_unique<AMFPair>(AMF_VERSION_0);
+  AMFPair* innermost = first.get();
+  root.appendChild(first.release(), false);
+  std::vector<AMFPair*> all = {innermost};
+  for (int i = 0; i < 100000; ++i) {
+    auto next = std::make_unique<AMFPair>(AMF_VERSION_0);
+    delete innermost->value;
+    innermost->value = next.get();
+    innermost = next.release();
+    all.push_back(innermost);
+  }
+  innermost->setName(makeString(AMF_VERSION_0, "<").release(), false);
+  escapeForViews(&root);
+  EXPECT_EQ("\\u003C", textOf(innermost->name));
+  root.children.clear();
+  for (AMFPair* pair : all) {
+    if (pair != innermost) pair->value = nullptr;
+    delete pair;
+  }
 }
 
 TEST(GuardEscape, DeepTreesNeedNoStack) {

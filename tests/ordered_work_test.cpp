@@ -59,13 +59,17 @@ TEST(OrderedWork, ResultsComeInOrderAndOnlySoManyWait) {
         },
         [](const Piece& piece) { return piece.bytes; });
     std::size_t next = 0;
-    work.takeAll([&](Piece piece) {
-      EXPECT_EQ(piece.number, next++);
-      if (next <= 3)
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));  // all that may wait, waits
-      ++taken;
-    });
+    std::size_t behind = 0;  // what was taken when the last rest came
+    work.takeAll(
+        [&](Piece piece) {
+          EXPECT_EQ(piece.number, next++);
+          if (next <= 3)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));  // all that may wait, waits
+          ++taken;
+        },
+        [&] { behind = next; });
     EXPECT_EQ(next, row.count);
+    EXPECT_EQ(behind, row.count);
     EXPECT_EQ(begun, row.count);
     EXPECT_LE(most, 2 * row.mostWaiting);
   }
@@ -82,14 +86,50 @@ TEST(OrderedWork, AnExceptionEndsEverything) {
             return Piece{(++begun, i), 1};
           },
           [](const Piece& piece) { return piece.bytes; });
-      work.takeAll([&](const Piece&) {
-        if (++taken == 10) throw std::runtime_error("enough");
-      });
+      work.takeAll(
+          [&](const Piece&) {
+            if (++taken == 10) throw std::runtime_error("enough");
+          },
+          [] {});
     };
     EXPECT_THROW(run(), std::runtime_error);
     EXPECT_EQ(taken, 10u);
     EXPECT_LT(begun, 100000u);
   }
+}
+
+TEST(OrderedWork, RestsWhileNothingIsThere) {
+  std::atomic<int> rests{0};
+  OrderedWork<Piece> work(
+      1, 1,
+      [&](std::size_t i) {
+        while (rests < 3) std::this_thread::yield();
+        return Piece{i, 1};
+      },
+      [](const Piece& piece) { return piece.bytes; });
+  std::size_t taken = 0;
+  work.takeAll([&](const Piece&) { ++taken; }, [&] { ++rests; });
+  EXPECT_EQ(taken, 1u);
+  EXPECT_GE(rests, 4);
+}
+
+TEST(OrderedWork, ARestMayEndEverything) {
+  std::atomic<bool> isOver{false};
+  const auto run = [&] {
+    OrderedWork<Piece> work(
+        2, 1,
+        [&](std::size_t i) {
+          while (!isOver) std::this_thread::yield();
+          return Piece{i, 1};
+        },
+        [](const Piece& piece) { return piece.bytes; });
+    work.takeAll([](const Piece&) {},
+                 [&] {
+                   isOver = true;
+                   throw std::runtime_error("enough");
+                 });
+  };
+  EXPECT_THROW(run(), std::runtime_error);
 }
 
 }  // namespace

@@ -48,6 +48,29 @@ const FileCase kFileCases[] = {
     {"as large as the limit",
      "$amf2json decode --to script --max-packet-bytes 25 <echo.amf",
      {0, kEchoStatements, ""}},
+    {"texts and problems in the order of the files",
+     "$amf2json decode --to script echo.amf more.amf empty.amf cut.amf echo.amf 2>&1 |"
+     " grep -v '^    at'",
+     {0,
+      std::string(kEchoStatements) + kEchoStatements +
+          "more.amf:25: warning: 2 bytes left over behind the last message\n\n" +
+          "cut.amf:23: truncated: at least 1 byte is missing (message 0)\n" + kEchoStatements,
+      ""}},
+    {"long texts among short ones",
+     "yes echo.amf long.amf | head -50 | xargs $amf2json decode >joined;"
+     " for f in $(yes echo.amf long.amf | head -50); do $amf2json decode $f; done | cmp - joined",
+     {0, "", ""}},
+    {"a named pipe in the output folder, of which nobody reads more",
+     "mkdir out; mkfifo out/long.amf.json; head -c 1 out/long.amf.json >first &"
+     " $amf2json decode -o out echo.amf long.amf; s=$?; wait; cat first; ls out; rm -r out; exit "
+     "$s",
+     {9, "{echo.amf.json\nlong.amf.json\n",
+      "amf2json: out/long.amf.json: cannot write: Broken pipe\n"}},
+    {"a link in the output folder stays, and leads to the text",
+     "mkdir out; echo old >kept; ln -s ../kept out/echo.amf.js;"
+     " $amf2json decode --to script -o out echo.amf && stat -c %N out/echo.amf.js && cat kept; rm "
+     "-r out",
+     {0, "'out/echo.amf.js' -> '../kept'\n" + std::string(kEchoStatements), ""}},
     {"output folder missing",
      "$amf2json decode -o no/out echo.amf",
      {9, "", "amf2json: no/out: cannot write: No such file or directory\n"}},
@@ -102,7 +125,7 @@ TEST_F(Files, AreReadAndWrittenOrTold) {
   writeFile("long.amf", echoOf("0C 00010000 61*65536"));
   for (const FileCase& row : kFileCases) {
     EXPECT_EQ(runShell("LC_ALL=C; " + row.line), row.expected) << row.name;
-    EXPECT_EQ(runShell("rm -f new kept link none.amf sparse.amf").status, 0);
+    EXPECT_EQ(runShell("rm -f new kept link first joined none.amf sparse.amf").status, 0);
   }
 }
 

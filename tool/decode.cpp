@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool/decode.h"
 
+#include <utility>
+
 #include "tool/own_stack.h"
 #include "tool/packet.h"
 #include "tool/shared_options.h"
@@ -19,7 +21,7 @@ constexpr const char* kDetails =
     "The three views with script statements stop in front of the value at which they pass 499,999\n"
     "bytes. Both are told on standard error, with an exit code of their own.\n";
 
-std::string textOf(AMFProtocol& protocol, const DecodeOptions& options) {
+const std::string& view(AMFProtocol& protocol, const DecodeOptions& options) {
   const bool pretty = !options.compact;
   switch (options.view) {
     case View::js: return protocol.getPackageInJS(pretty);
@@ -28,6 +30,15 @@ std::string textOf(AMFProtocol& protocol, const DecodeOptions& options) {
     case View::json: break;
   }
   return protocol.getPackageInJSON(pretty);
+}
+
+// A long text leaves the protocol object, which goes; a short one is copied, as the storage is of
+// use to the next object.
+std::string textOf(AMFProtocol& protocol, const DecodeOptions& options) {
+  constexpr std::size_t kLong = 524288;
+  const std::string& text = view(protocol, options);
+  if (text.size() < kLong) return text;
+  return std::move(const_cast<std::string&>(text));  // one of the object's public members
 }
 
 // `outputLimitReached` is set in front of the first value that was left out; the JSON view leaves

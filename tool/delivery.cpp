@@ -5,10 +5,10 @@
 #include <map>
 
 #include "tool/output.h"
-#include "tool/platform.h"
-#include "tool/terminal.h"
 
 namespace {
+
+constexpr std::size_t kJoinedMost = 65536;
 
 // Several files go to a folder, and so does one if the folder is there.
 bool namesFolder(const Options& options) {
@@ -39,36 +39,72 @@ void makeFolder(const std::string& folder) {
 Delivery::Delivery(const Options& chosen)
     : options(chosen),
       intoFolder(namesFolder(chosen)),
-      style(reportStyle(chosen)),
+      textStyle(::textStyle(chosen)),
+      reportStyle(::reportStyle(chosen)),
       progress(chosen.files.size(), chosen.output != "-") {
+  joined.reserve(kJoinedMost);
   if (!intoFolder) return;
   refuseSameNames(options);
   makeFolder(options.output);
+  signalsWait.emplace();
+}
+
+void Delivery::prepare(const std::string& file, FileResult& result) {
+  dress(result, textStyle);
+  if (!intoFolder) return;
+  const std::string target = options.output + "/" + baseName(file) + result.extension;
+  const auto pass = writing.enter();
+  try {
+    writeFile(target, result.text);
+  } catch (const Problem& problem) {
+    result.problems.insert(result.problems.begin(), problem);
+  } catch (const ClosedPipe&) {  // a named one
+    result.problems.insert(result.problems.begin(), fileProblem(target, "write"));
+  }
+  result.text.clear();
 }
 
 void Delivery::take(const std::string& file, const FileResult& result,
                     const std::optional<Problem>& problem) {
   worst = std::max(worst, result.answer);
-  if (!problem) write(file, result);
+  if (!problem && !intoFolder) write(result);
   for (const Problem& beside : result.problems) tell(beside, file);
   if (problem) tell(*problem, file);
   progress.step();
 }
 
+// A signal that came ends the program here.
+void Delivery::rest() {
+  flush();
+  if (!signalsWait || !platform::signalWaits()) return;
+  const auto alone = writing.enterAlone();
+  signalsWait.reset();
+  signalsWait.emplace();
+}
+
 void Delivery::tell(Problem problem, const std::string& file) {
   if (problem.file.empty()) problem.file = file;
   worst = std::max(worst, problem.exitCode);
+  flush();
   progress.clear();
-  report(problem, style);
+  report(problem, reportStyle);
 }
 
-void Delivery::write(const std::string& file, const FileResult& result) {
-  if (options.output == "-") return writeOutput(fitForOutput(result, options.color));
-  const std::string target =
-      intoFolder ? options.output + "/" + baseName(file) + result.extension : options.output;
-  try {
-    writeFile(target, options.color == Color::always ? colored(result) : result.text);
-  } catch (const Problem& problem) {
-    tell(problem, target);
+void Delivery::write(const FileResult& result) {
+  if (options.output != "-") {
+    try {
+      writeFile(options.output, result.text);
+    } catch (const Problem& problem) {
+      tell(problem, options.output);
+    }
+    return;
   }
+  if (joined.size() + result.text.size() > kJoinedMost) flush();
+  if (result.text.size() > kJoinedMost) return writeOutput(result.text);
+  joined += result.text;
+}
+
+void Delivery::flush() {
+  writeOutput(joined);
+  joined.clear();
 }

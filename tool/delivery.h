@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What becomes of the results: texts go to standard output or to files, problems are told.
+// What becomes of the results: texts go to standard output or to files, problems are told. Texts
+// for standard output are joined as long as nothing has to be told between them; files in a folder
+// are written by the threads that made their texts.
 #ifndef AMF2JSON_TOOL_DELIVERY_H
 #define AMF2JSON_TOOL_DELIVERY_H
 
@@ -8,9 +10,12 @@
 #include <string>
 
 #include "tool/command.h"
+#include "tool/gate.h"
 #include "tool/options.h"
+#include "tool/platform.h"
 #include "tool/progress.h"
 #include "tool/report.h"
+#include "tool/terminal.h"
 
 class Delivery {
  public:
@@ -18,21 +23,30 @@ class Delivery {
   // cannot be made.
   explicit Delivery(const Options& chosen);
 
+  // What can be done before the result's turn comes. On any thread, several at once.
+  void prepare(const std::string& file, FileResult& result);
   // The result for a file, or the problem that stood in its way. Throws ClosedPipe, and Problem
-  // when standard output cannot be written.
+  // when standard output cannot be written. Here and below, on one thread.
   void take(const std::string& file, const FileResult& result,
             const std::optional<Problem>& problem);
+  // While no result is there, and when all are. Throws as take.
+  void rest();
 
   ExitCode worstSoFar() const { return worst; }
 
  private:
   void tell(Problem problem, const std::string& file);
-  void write(const std::string& file, const FileResult& result);
+  void write(const FileResult& result);
+  void flush();
 
   const Options& options;
   const bool intoFolder;
-  ReportStyle style;
+  const TextStyle textStyle;
+  const ReportStyle reportStyle;
   Progress progress;
+  std::string joined;  // texts for standard output
+  Gate writing;        // files, where a signal must find none half-written
+  std::optional<platform::SignalsWait> signalsWait;
   ExitCode worst = kDone;
 };
 

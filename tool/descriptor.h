@@ -10,9 +10,11 @@ struct Descriptor {
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
   ~Descriptor() { close(); }
-  void close() {
-    if (number >= 0) platform::close(number);
+  // False where bytes written before got lost.
+  bool close() {
+    const int open = number;
     number = -1;
+    return open < 0 || platform::close(open);
   }
   int number;
 };

@@ -20,9 +20,12 @@ struct Finished {
 
 // Problems without a file are about the one worked on. Nothing here takes memory that may be
 // missing.
-Finished workOn(const Command& command, const std::string& file, const Options& options) {
+Finished workOn(const Command& command, const std::string& file, const Options& options,
+                Delivery& delivery) {
   try {
-    return {command.work(file, options), std::nullopt};
+    Finished finished{command.work(file, options), std::nullopt};
+    delivery.prepare(file, finished.result);
+    return finished;
   } catch (const Problem& problem) {
     return {{}, problem};
   } catch (const std::bad_alloc&) {
@@ -52,11 +55,13 @@ ExitCode workOnFiles(const Command& command, const Options& options) {
   Delivery delivery(options);
   OrderedWork<Finished> work(
       files.size(), threadsFor(options),
-      [&](std::size_t i) { return workOn(command, files[i], options); },
+      [&](std::size_t i) { return workOn(command, files[i], options, delivery); },
       [](const Finished& finished) { return finished.result.text.size(); });
   std::size_t taken = 0;
-  work.takeAll([&](const Finished& finished) {
-    delivery.take(files[taken++], finished.result, finished.problem);
-  });
+  work.takeAll(
+      [&](const Finished& finished) {
+        delivery.take(files[taken++], finished.result, finished.problem);
+      },
+      [&] { delivery.rest(); });
   return delivery.worstSoFar();
 }

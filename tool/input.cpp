@@ -10,32 +10,33 @@
 
 namespace {
 
-// Room for one block more than what is there already, but never for more than `most` bytes.
-std::size_t nextSize(std::size_t present, std::size_t most) {
-  constexpr std::size_t kBlock = 65536;
-  return present + std::min(std::max(kBlock, present), most - present);
-}
+constexpr std::size_t kBlock = 65536;
 
-std::string readAll(int descriptor, const std::string& file, std::size_t limit) {
+// Begins with room for `first` bytes; more than `limit` are not read, but for the one that shows
+// it.
+std::string readAll(int descriptor, const std::string& file, std::size_t first, std::size_t limit) {
   const std::size_t most = limit < std::string().max_size() ? limit + 1 : limit;
-  std::string bytes;
-  for (;;) {
-    const std::size_t present = bytes.size();
-    bytes.resize(nextSize(present, most));
+  std::string bytes(std::min(first, most), '\0');
+  for (std::size_t present = 0;;) {
+    if (present == bytes.size()) {
+      bytes.resize(present + std::min(std::max(kBlock, present), most - present));
+    }
     const std::ptrdiff_t got = platform::read(descriptor, &bytes[present], bytes.size() - present);
     if (got < 0 && errno != EINTR) throw fileProblem(file, "read");
-    bytes.resize(present + static_cast<std::size_t>(std::max<std::ptrdiff_t>(got, 0)));
-    if (bytes.size() > limit) throw tooLarge(file, "", limit);
-    if (got == 0) return bytes;
+    present += static_cast<std::size_t>(std::max<std::ptrdiff_t>(got, 0));
+    if (present > limit) throw tooLarge(file, "", limit);
+    if (got != 0) continue;
+    bytes.resize(present);
+    return bytes;
   }
 }
 
 std::string readOpen(int descriptor, const std::string& file, std::size_t limit) {
   const platform::Status status = platform::statusOf(descriptor);
-  if (status.isRegular && status.size > limit) {
-    throw tooLarge(file, std::to_string(status.size), limit);
-  }
-  return readAll(descriptor, file, limit);
+  if (!status.isRegular || status.size == 0) return readAll(descriptor, file, kBlock, limit);
+  if (status.size > limit) throw tooLarge(file, std::to_string(status.size), limit);
+  // The byte more shows the end.
+  return readAll(descriptor, file, static_cast<std::size_t>(status.size) + 1, limit);
 }
 
 }  // namespace

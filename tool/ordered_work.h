@@ -48,8 +48,9 @@ class OrderedWork {
     roomThere.notify_all();
   }
 
-  void takeAll(const std::function<void(Result)>& take) {
-    for (std::size_t done = 0; done < count;) {
+  // `rest` is called behind each batch of results, and again and again while there are none.
+  void takeAll(const std::function<void(Result)>& take, const std::function<void()>& rest) {
+    for (std::size_t done = 0; done < count; rest()) {
       std::vector<Result> batch = takeReady();
       done += batch.size();
       for (Result& result : batch) take(std::move(result));
@@ -95,12 +96,11 @@ class OrderedWork {
     }
   }
 
-  // One or more. Small results come in batches, as waking up costs as much as making some.
+  // Small results come in batches, as waking up costs as much as making some.
   std::vector<Result> takeReady() {
     std::vector<Result> batch;
     std::unique_lock<std::mutex> lock(mutex);
-    while (!resultThere.wait_for(lock, kPatience, [this] { return isBatch(); }) && ready == taken) {
-    }
+    resultThere.wait_for(lock, kPatience, [this] { return isBatch(); });
     batch.reserve(ready - taken);
     for (; taken < ready; ++taken) {
       waitingBytes -= sizeOf(*placeOf(taken));

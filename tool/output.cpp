@@ -42,16 +42,21 @@ struct Beside {
   bool isThere;
 };
 
-void replaceFile(const std::string& file, std::string_view text, unsigned mode) {
+// A file that was there is given up only for one that is on the disk.
+void replaceFile(const std::string& file, std::string_view text, const platform::Status& old) {
   // Ctrl-C waits until the file has its name: nothing is left beside it.
   const platform::SignalsWait signalsWait;
-  const std::string target = platform::targetOf(file);  // of a link, so that the link itself stays
+  // Of a link, so that the link itself stays.
+  const std::string target = old.exists ? platform::targetOf(file) : file;
   Beside beside(target);
   if (!beside.isThere) throw fileProblem(file, "write");
   writeAll(beside.opened.number, text, file);
-  if (!platform::complete(beside.opened.number, mode)) throw fileProblem(file, "write");
-  beside.opened.close();
-  if (!platform::rename(beside.name, target)) throw fileProblem(file, "write");
+  const unsigned mode = old.exists ? old.mode : platform::modeOfNewFile();
+  if (!platform::setMode(beside.opened.number, mode) ||
+      (old.exists && !platform::flush(beside.opened.number)) || !beside.opened.close() ||
+      !platform::rename(beside.name, target)) {
+    throw fileProblem(file, "write");
+  }
   beside.isThere = false;
 }
 
@@ -63,7 +68,7 @@ void writeOutput(std::string_view text) {
 
 void writeFile(const std::string& file, std::string_view text) {
   if (file == "-") return writeOutput(text);
-  const platform::Status status = platform::statusOf(file);
-  if (status.exists && !status.isRegular) return writeInPlace(file, text);
-  replaceFile(file, text, status.exists ? status.mode : platform::modeOfNewFile());
+  const platform::Status old = platform::statusOf(file);
+  if (old.exists && !old.isRegular) return writeInPlace(file, text);
+  replaceFile(file, text, old);
 }

@@ -6,11 +6,13 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <iterator>
 
 #ifdef _WIN32
 #include <direct.h>
@@ -94,8 +96,8 @@ int openToRead(const std::string& file) {
 int openToWrite(const std::string& file) {
   return ::_open(file.c_str(), _O_WRONLY | _O_BINARY);
 }
-void close(int descriptor) {
-  ::_close(descriptor);
+bool close(int descriptor) {
+  return ::_close(descriptor) == 0;
 }
 
 namespace {
@@ -133,7 +135,10 @@ int makeUnique(std::string& name) {
   if (::_mktemp_s(&name[0], name.size() + 1) != 0) return -1;
   return ::_open(name.c_str(), _O_RDWR | _O_CREAT | _O_EXCL | _O_BINARY, _S_IREAD | _S_IWRITE);
 }
-bool complete(int descriptor, unsigned) {
+bool setMode(int, unsigned) {
+  return true;
+}
+bool flush(int descriptor) {
   return ::_commit(descriptor) == 0;
 }
 bool rename(const std::string& from, const std::string& to) {
@@ -143,6 +148,9 @@ bool rename(const std::string& from, const std::string& to) {
 
 SignalsWait::SignalsWait() : before(nullptr) {}
 SignalsWait::~SignalsWait() = default;
+bool signalWaits() {
+  return false;
+}
 
 #else
 
@@ -185,8 +193,8 @@ int openToRead(const std::string& file) {
 int openToWrite(const std::string& file) {
   return ::open(file.c_str(), O_WRONLY | O_CLOEXEC);
 }
-void close(int descriptor) {
-  ::close(descriptor);
+bool close(int descriptor) {
+  return ::close(descriptor) == 0;
 }
 
 std::ptrdiff_t read(int descriptor, char* bytes, std::size_t count) {
@@ -213,19 +221,32 @@ std::string targetOf(const std::string& file) {
   return target;
 }
 unsigned modeOfNewFile() {
-  const mode_t mask = ::umask(0);
-  ::umask(mask);
+  // Once: no other thread may see what the mask is in between.
+  static const mode_t mask = [] {
+    const mode_t before = ::umask(0);
+    ::umask(before);
+    return before;
+  }();
   return 0666u & ~static_cast<unsigned>(mask);
 }
 int makeUnique(std::string& name) {
   return ::mkstemp(&name[0]);
 }
-bool complete(int descriptor, unsigned mode) {
-  return ::fchmod(descriptor, static_cast<mode_t>(mode)) == 0 && ::fsync(descriptor) == 0;
+bool setMode(int descriptor, unsigned mode) {
+  return ::fchmod(descriptor, static_cast<mode_t>(mode)) == 0;
+}
+bool flush(int descriptor) {
+  return ::fsync(descriptor) == 0;
 }
 bool rename(const std::string& from, const std::string& to) {
   return std::rename(from.c_str(), to.c_str()) == 0;
 }
+
+namespace {
+
+constexpr int kEnding[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM};
+
+}  // namespace
 
 struct SignalsWait::Before {
   sigset_t signals;
@@ -233,12 +254,18 @@ struct SignalsWait::Before {
 SignalsWait::SignalsWait() : before(new Before) {
   sigset_t waiting;
   sigemptyset(&waiting);
-  for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) sigaddset(&waiting, number);
+  for (const int number : kEnding) sigaddset(&waiting, number);
   pthread_sigmask(SIG_BLOCK, &waiting, &before->signals);
 }
 SignalsWait::~SignalsWait() {
   pthread_sigmask(SIG_SETMASK, &before->signals, nullptr);
   delete before;
+}
+bool signalWaits() {
+  sigset_t waiting;
+  if (sigpending(&waiting) != 0) return false;
+  return std::any_of(std::begin(kEnding), std::end(kEnding),
+                     [&waiting](int number) { return sigismember(&waiting, number) == 1; });
 }
 
 #endif

@@ -30,7 +30,7 @@ bool makeFolder(const std::string& path);
 // Descriptors, -1 for failures.
 int openToRead(const std::string& file);
 int openToWrite(const std::string& file);
-void close(int descriptor);
+bool close(int descriptor);
 // Bytes read or written, 0 at the end of the input, -1 for failures.
 std::ptrdiff_t read(int descriptor, char* bytes, std::size_t count);
 std::ptrdiff_t write(int descriptor, const char* bytes, std::size_t count);
@@ -50,8 +50,9 @@ std::string targetOf(const std::string& file);
 unsigned modeOfNewFile();
 // A new file; the last letters XXXXXX of `name` become those that it got.
 int makeUnique(std::string& name);
-// Gives the file its permissions and has its bytes written out.
-bool complete(int descriptor, unsigned mode);
+bool setMode(int descriptor, unsigned mode);
+// Has the bytes of a file written out.
+bool flush(int descriptor);
 // Takes the place of a file that has the name.
 bool rename(const std::string& from, const std::string& to);
 void remove(const std::string& file);
@@ -68,6 +69,9 @@ class SignalsWait {
   struct Before;
   Before* before;  // owned
 };
+
+// Whether one of them does.
+bool signalWaits();
 
 }  // namespace platform
 

@@ -24,14 +24,12 @@ ReportStyle reportStyle(const Options& options) {
   return {options.errorFormat == ErrorFormat::json, isColored(platform::kErrors, options.color)};
 }
 
-std::string colored(const FileResult& result) {
-  return result.isJSON ? highlighted(result.text) : result.text;
+TextStyle textStyle(const Options& options) {
+  if (options.output != "-") return {false, options.color == Color::always};
+  return {platform::isTerminal(platform::kOutput), isColored(platform::kOutput, options.color)};
 }
 
-std::string fitForOutput(const FileResult& result, Color wanted) {
-  const bool isPainted = isColored(platform::kOutput, wanted);
-  if (!platform::isTerminal(platform::kOutput)) return isPainted ? colored(result) : result.text;
-  FileResult safe = result;
-  safe.text = printableLines(result.text);
-  return isPainted ? colored(safe) : safe.text;
+void dress(FileResult& result, const TextStyle& style) {
+  if (style.printable) result.text = printableLines(result.text);
+  if (style.color && result.isJSON) result.text = highlighted(result.text);
 }

@@ -4,18 +4,18 @@
 #ifndef AMF2JSON_TOOL_TERMINAL_H
 #define AMF2JSON_TOOL_TERMINAL_H
 
-#include <string>
-
 #include "tool/command.h"
 #include "tool/options.h"
 #include "tool/report.h"
 
 ReportStyle reportStyle(const Options& options);
 
-// A text for standard output: on a terminal without a control byte of the packet, and coloured.
-std::string fitForOutput(const FileResult& result, Color wanted);
-
-// A text with its colours.
-std::string colored(const FileResult& result);
+// What is done to texts on their way out.
+struct TextStyle {
+  bool printable = false;  // no control byte of a packet gets to a terminal
+  bool color = false;
+};
+TextStyle textStyle(const Options& options);
+void dress(FileResult& result, const TextStyle& style);
 
 #endif  // AMF2JSON_TOOL_TERMINAL_H

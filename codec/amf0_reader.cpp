@@ -9,16 +9,9 @@
 #include "model/adopt.h"
 #include "model/attach.h"
 
-using codec::Reader;
-
 namespace {
 
 constexpr std::size_t kZoneBytes = 2;
-
-AMFProtocol::AMF0Markers readMarker(const char*& cursor) {
-  const auto marker = static_cast<std::int8_t>(wire::readU8(cursor));
-  return static_cast<AMFProtocol::AMF0Markers>(std::int32_t{marker});  // widened with its sign
-}
 
 }  // namespace
 
@@ -47,7 +40,7 @@ AMFDate* Reader::amf0Date() {
   return date.release();
 }
 
-AMFXML* Reader::amf0XML() {
+AMF2JSON_RARE AMFXML* Reader::amf0XML() {
   const std::uint32_t length = wire::readU32(cursor);
   auto xml = model::makeXML(AMF_VERSION_0, wire::readBytes(cursor, length), length);
   if (!xml) throw AMFException(reader_texts::kAMF0XMLString);  // Unreachable.
@@ -66,7 +59,7 @@ AMFNode* Reader::amf0ByReference() {
 }
 
 AMF2JSON_HOT AMFNode* Reader::nextAmf0Value() {
-  const AMFProtocol::AMF0Markers marker = readMarker(cursor);
+  const AMFProtocol::AMF0Markers marker = readMarker<AMFProtocol::AMF0Markers>(cursor);
   switch (marker) {
     case AMFProtocol::AMF0_NUMBER: return amf0Number();
     case AMFProtocol::AMF0_BOOLEAN: return amf0Bool();
@@ -161,45 +154,3 @@ AMFArray* Reader::amf0Array(AMFProtocol::AMF0Markers marker) {
 }
 
 }  // namespace codec
-
-AMFProtocol::AMF0Markers AMFProtocol::getAMF0Marker() {
-  return readMarker(readCursor);
-}
-AMFNode* AMFProtocol::getAMF0Value() {
-  return Reader(*this).amf0Value();
-}
-
-AMFString* AMFProtocol::getAMF0String(AMF0Markers marker) {
-  if (marker == AMF0_UNDEFINED) marker = getAMF0Marker();
-  if (marker == AMF0_STRING) return Reader(*this).amf0String(wire::readU16(readCursor));
-  if (marker == AMF0_LONG_STRING) return Reader(*this).amf0String(wire::readU32(readCursor));
-  throw AMFException(reader_texts::kAMF0StringMarker);
-}
-
-AMFDouble* AMFProtocol::getAMF0Number() {
-  return Reader(*this).amf0Number();
-}
-AMFBool* AMFProtocol::getAMF0Bool() {
-  return Reader(*this).amf0Bool();
-}
-AMFDate* AMFProtocol::getAMF0Date() {
-  return Reader(*this).amf0Date();
-}
-AMFXML* AMFProtocol::getAMF0XML() {
-  return Reader(*this).amf0XML();
-}
-AMFNode* AMFProtocol::getAMF0ByReference() {
-  return Reader(*this).amf0ByReference();
-}
-AMFPair* AMFProtocol::getAMF0Pair() {
-  return Reader(*this).amf0Pair();
-}
-
-AMFObject* AMFProtocol::getAMF0Object(AMF0Markers marker) {
-  if (marker == AMF0_UNDEFINED) marker = getAMF0Marker();
-  return Reader(*this).amf0Object(marker);
-}
-AMFArray* AMFProtocol::getAMF0Array(AMF0Markers marker) {
-  if (marker == AMF0_UNDEFINED) marker = getAMF0Marker();
-  return Reader(*this).amf0Array(marker);
-}

@@ -167,7 +167,7 @@ char* Writer::writeAMF0Date(char* pen, const AMFDate* node) {
   return pen;
 }
 
-char* Writer::writeAMF0XML(char* pen, const AMFXML* node) {
+AMF2JSON_RARE char* Writer::writeAMF0XML(char* pen, const AMFXML* node) {
   if (!node) refuse(pen, "setAMF0XML(): lack of XML type node");
   pen = piece::u8(pen, AMFProtocol::AMF0_XML_DOCUMENT);
   return writeAMF0String(pen, node, false, AMFProtocol::AMF0_LONG_STRING);
@@ -230,55 +230,3 @@ char* Writer::writeAMF0Reference(char* pen, std::uint32_t index) {
 }
 
 }  // namespace codec
-
-// The public calls.
-
-using codec::Writer;
-
-void AMFProtocol::setNodeValue(const AMFNode* node, AMFVersion placeVersion) {
-  Writer::run(outputChunks, &Writer::writeValue, node, placeVersion);
-}
-
-void AMFProtocol::setByteArray(const AMFRaw* node) {
-  Writer::run(outputChunks, &Writer::writeBytes, node);
-}
-
-void AMFProtocol::setAMF0String(const AMFString* node, bool withMarker, AMF0Markers marker) {
-  Writer::run(outputChunks, &Writer::writeAMF0String, node, withMarker, marker);
-}
-
-void AMFProtocol::setAMF0Bool(const AMFBool* node) {
-  Writer::run(outputChunks, &Writer::writeAMF0Bool, node);
-}
-
-void AMFProtocol::setAMF0Int(const AMFInt* node) {
-  Writer::run(outputChunks, &Writer::writeAMF0Int, node);
-}
-
-void AMFProtocol::setAMF0Double(const AMFDouble* node) {
-  Writer::run(outputChunks, &Writer::writeAMF0Double, node);
-}
-
-void AMFProtocol::setAMF0Date(const AMFDate* node) {
-  Writer::run(outputChunks, &Writer::writeAMF0Date, node);
-}
-
-void AMFProtocol::setAMF0XML(const AMFXML* node) {
-  Writer::run(outputChunks, &Writer::writeAMF0XML, node);
-}
-
-void AMFProtocol::setAMF0Pair(const AMFPair* pair) {
-  Writer::run(outputChunks, &Writer::writeAMF0Pair, pair);
-}
-
-void AMFProtocol::setAMF0Object(const AMFObject* object) {
-  Writer::run(outputChunks, &Writer::writeAMF0Object, object);
-}
-
-void AMFProtocol::setAMF0Array(const AMFArray* array) {
-  Writer::run(outputChunks, &Writer::writeAMF0Array, array);
-}
-
-void AMFProtocol::setAMF0Reference(unsigned int index) {
-  Writer::run(outputChunks, &Writer::writeAMF0Reference, index);
-}

@@ -11,8 +11,6 @@
 #include "codec/wire.h"
 #include "model/adopt.h"
 
-using codec::Reader;
-
 namespace {
 
 // Bits of the U29 in front of a value.
@@ -23,23 +21,6 @@ constexpr std::uint32_t kDynamic = 8;
 constexpr unsigned kTraitsIndexShift = 2;
 constexpr unsigned kSealedCountShift = 4;
 constexpr std::uint8_t kEmptyString = 0x01;  // a string's U29: inline, no bytes
-
-AMFProtocol::AMF3Markers readMarker(const char*& cursor) {
-  const auto marker = static_cast<std::int8_t>(wire::readU8(cursor));
-  return static_cast<AMFProtocol::AMF3Markers>(std::int32_t{marker});  // widened with its sign
-}
-
-// Kept: the fourth byte counts as a signed number, all arithmetic wraps in 32 bits.
-AMF2JSON_HOT std::uint32_t readU29(const char*& cursor) {
-  std::uint32_t value = 0;
-  for (int group = 0; group < 3; ++group) {
-    const std::uint8_t byte = wire::readU8(cursor);
-    value = (value << 7) + (byte & 0x7Fu);
-    if ((byte & 0x80u) == 0) return value;
-  }
-  const auto last = static_cast<std::int8_t>(wire::readU8(cursor));
-  return (value << 8) + static_cast<std::uint32_t>(std::int32_t{last});
-}
 
 // The entry that a reference names, or the text of what is wrong with it.
 AMF2JSON_HOT const AMFNode& entryAt(const codec::Nodes& table, std::uint32_t index,
@@ -85,26 +66,8 @@ void checkSealed(const AMFObject& entry) {
 
 namespace codec {
 
-AMF2JSON_HOT AMFBool* Reader::amf3Bool(bool value) {
-  std::unique_ptr<AMFBool> flag(cutter.make<AMFBool>(AMF_VERSION_3));
-  flag->value = value;
-  return flag.release();
-}
-
-AMF2JSON_HOT AMFInt* Reader::amf3Integer() {
-  std::unique_ptr<AMFInt> integer(cutter.make<AMFInt>(AMF_VERSION_3));
-  integer->value = readU29(cursor);  // Kept: a negative number arrives as a large positive one.
-  return integer.release();
-}
-
-AMF2JSON_HOT AMFDouble* Reader::amf3Double() {
-  std::unique_ptr<AMFDouble> number(cutter.make<AMFDouble>(AMF_VERSION_3));
-  wire::readDouble(cursor, number->value);
-  return number.release();
-}
-
 AMFString* Reader::amf3String() {
-  const std::uint32_t header = readU29(cursor);
+  const std::uint32_t header = wire::readU29(cursor);
   if ((header & kInline) == 0) {
     const std::uint32_t index = header >> 1;
     const AMFNode& entry = entryAt(protocol.amf3StringReferences, index, AMFNode::AMF_STRING,
@@ -121,8 +84,8 @@ AMFString* Reader::amf3String() {
   return text.release();
 }
 
-AMFXML* Reader::amf3XML(AMFProtocol::AMF3Markers marker) {
-  const std::uint32_t header = readU29(cursor);
+AMF2JSON_RARE AMFXML* Reader::amf3XML(AMFProtocol::AMF3Markers marker) {
+  const std::uint32_t header = wire::readU29(cursor);
   if ((header & kInline) == 0) {
     const std::uint32_t index = header >> 1;
     return copyEntry<AMFXML>(entryAt(protocol.amf3ObjectReferences, index, AMFNode::AMF_XML,
@@ -137,7 +100,7 @@ AMFXML* Reader::amf3XML(AMFProtocol::AMF3Markers marker) {
 }
 
 AMFDate* Reader::amf3Date() {
-  const std::uint32_t header = readU29(cursor);
+  const std::uint32_t header = wire::readU29(cursor);
   if ((header & kInline) == 0) {
     const std::uint32_t index = header >> 1;
     return copyEntry<AMFDate>(entryAt(protocol.amf3ObjectReferences, index, AMFNode::AMF_DATE,
@@ -152,7 +115,7 @@ AMFDate* Reader::amf3Date() {
 }
 
 AMFRaw* Reader::amf3ByteArray() {
-  const std::uint32_t header = readU29(cursor);
+  const std::uint32_t header = wire::readU29(cursor);
   if ((header & kInline) == 0) {
     const std::uint32_t index = header >> 1;
     return copyEntry<AMFRaw>(
@@ -167,7 +130,7 @@ AMFRaw* Reader::amf3ByteArray() {
 }
 
 AMF2JSON_HOT AMFNode* Reader::nextAmf3Value() {
-  const AMFProtocol::AMF3Markers marker = readMarker(cursor);
+  const AMFProtocol::AMF3Markers marker = readMarker<AMFProtocol::AMF3Markers>(cursor);
   switch (marker) {
     case AMFProtocol::AMF3_UNDEFINED: return cutter.make<AMFUndefined>(AMF_VERSION_3);
     case AMFProtocol::AMF3_NULL: return cutter.make<AMFNull>(AMF_VERSION_3);
@@ -209,7 +172,7 @@ AMFPair* Reader::amf3Pair() {
 }
 
 AMFArray* Reader::amf3Array() {
-  const std::uint32_t header = readU29(cursor);
+  const std::uint32_t header = wire::readU29(cursor);
   if ((header & kInline) == 0) {
     const std::uint32_t index = header >> 1;
     const AMFNode& entry = entryAt(protocol.amf3ObjectReferences, index, AMFNode::AMF_ARRAY,
@@ -220,7 +183,7 @@ AMFArray* Reader::amf3Array() {
   std::unique_ptr<AMFArray> array(cutter.make<AMFArray>(AMF_VERSION_3));
   note(protocol.amf3ObjectReferences, array.get());  // before its members: they count from here
   Children elements(*array, pending, lists);
-  while (auto pair = std::unique_ptr<AMFPair>(nextAmf3Pair())) elements.add(std::move(pair));
+  while (auto pair = std::unique_ptr<AMFPair>(amf3Pair())) elements.add(std::move(pair));
   for (std::uint32_t left = header >> 1; left > 0; --left) {
     std::unique_ptr<AMFNode> value(nextAmf3Value());
     if (!value) throw AMFException(reader_texts::kAMF3ArrayValue);  // Unreachable.
@@ -233,7 +196,7 @@ AMFArray* Reader::amf3Array() {
 }
 
 AMFObject* Reader::amf3Object() {
-  const std::uint32_t header = readU29(cursor);
+  const std::uint32_t header = wire::readU29(cursor);
   if ((header & kInline) == 0) {
     const std::uint32_t index = header >> 1;
     const AMFNode& entry = entryAt(protocol.amf3ObjectReferences, index, AMFNode::AMF_OBJECT,
@@ -324,7 +287,7 @@ void Reader::readDynamic(AMFObject& object) {
 
 // Kept: every accepted class is one value, in a pair without a name; the recorded sealed count and
 // dynamic flag are not used. The pair is attached once the body has been read.
-void Reader::readExternalized(AMFObject& object) {
+AMF2JSON_APART void Reader::readExternalized(AMFObject& object) {
   auto pair = model::Adopt::pair(cutter, AMF_VERSION_3);
   pair->name = cutter.make<AMFString>(AMF_VERSION_3);
   pair->value = amf3Value();
@@ -335,59 +298,3 @@ void Reader::readExternalized(AMFObject& object) {
 }
 
 }  // namespace codec
-
-std::uint32_t AMFProtocol::getVLUnsignedInt() {
-  return readU29(readCursor);
-}
-AMFProtocol::AMF3Markers AMFProtocol::getAMF3Marker() {
-  return readMarker(readCursor);
-}
-AMFNode* AMFProtocol::getAMF3Value() {
-  return Reader(*this).amf3Value();
-}
-
-AMFBool* AMFProtocol::getAMF3Bool(AMF3Markers marker) {
-  if (marker == AMF3_UNDEFINED) marker = getAMF3Marker();
-  if (marker != AMF3_TRUE && marker != AMF3_FALSE) {
-    throw AMFException(reader_texts::kAMF3BoolMarker);
-  }
-  return Reader(*this).amf3Bool(marker == AMF3_TRUE);
-}
-
-AMFInt* AMFProtocol::getAMF3Integer() {
-  return Reader(*this).amf3Integer();
-}
-AMFDouble* AMFProtocol::getAMF3Double() {
-  return Reader(*this).amf3Double();
-}
-
-AMFString* AMFProtocol::getAMF3String(bool withMarker) {
-  if (withMarker && getAMF3Marker() != AMF3_STRING) {
-    throw AMFException(reader_texts::kAMF3StringMarker);
-  }
-  return Reader(*this).amf3String();
-}
-
-AMFXML* AMFProtocol::getAMF3XML(AMF3Markers marker) {
-  if (marker == AMF3_UNDEFINED) marker = getAMF3Marker();
-  if (marker != AMF3_XML_DOC && marker != AMF3_XML) {
-    throw AMFException(reader_texts::kAMF3XMLMarker);
-  }
-  return Reader(*this).amf3XML(marker);
-}
-
-AMFDate* AMFProtocol::getAMF3Date() {
-  return Reader(*this).amf3Date();
-}
-AMFRaw* AMFProtocol::getAMF3ByteArray() {
-  return Reader(*this).amf3ByteArray();
-}
-AMFPair* AMFProtocol::getAMF3Pair() {
-  return Reader(*this).amf3Pair();
-}
-AMFArray* AMFProtocol::getAMF3Array() {
-  return Reader(*this).amf3Array();
-}
-AMFObject* AMFProtocol::getAMF3Object() {
-  return Reader(*this).amf3Object();
-}

@@ -94,7 +94,7 @@ char* Writer::writeAMF3Date(char* pen, const AMFDate* node) {
   return piece::number(pen, inlineCount(0), node->value);
 }
 
-char* Writer::writeAMF3XML(char* pen, const AMFXML* node) {
+AMF2JSON_RARE char* Writer::writeAMF3XML(char* pen, const AMFXML* node) {
   if (!node) refuse(pen, "setAMF3XML: lack of xml type node");
   pen = piece::u8(pen, node->document == 1 ? AMFProtocol::AMF3_XML_DOC : AMFProtocol::AMF3_XML);
   return writeAMF3Raw(pen, node);
@@ -211,43 +211,3 @@ char* Writer::writeExternalized(char* pen, const AMFObject* object) {
 }
 
 }  // namespace codec
-
-// The public calls.
-
-using codec::Writer;
-
-void AMFProtocol::setVLInteger(unsigned int value) {
-  Writer::run(outputChunks, &Writer::writeVLInteger, value);
-}
-
-void AMFProtocol::setAMF3Integer(const AMFInt* node) {
-  Writer::run(outputChunks, &Writer::writeAMF3Integer, node);
-}
-
-void AMFProtocol::setAMF3Double(const AMFDouble* node) {
-  Writer::run(outputChunks, &Writer::writeAMF3Double, node);
-}
-
-void AMFProtocol::setAMF3String(const AMFString* node, bool omitMarker) {
-  Writer::run(outputChunks, &Writer::writeAMF3String, node, omitMarker);
-}
-
-void AMFProtocol::setAMF3Date(const AMFDate* node) {
-  Writer::run(outputChunks, &Writer::writeAMF3Date, node);
-}
-
-void AMFProtocol::setAMF3XML(const AMFXML* node) {
-  Writer::run(outputChunks, &Writer::writeAMF3XML, node);
-}
-
-void AMFProtocol::setAMF3Raw(const AMFRaw* node) {
-  Writer::run(outputChunks, &Writer::writeAMF3Raw, node);
-}
-
-void AMFProtocol::setAMF3Array(const AMFArray* array) {
-  Writer::run(outputChunks, &Writer::writeAMF3Array, array);
-}
-
-void AMFProtocol::setAMF3Object(const AMFObject* object) {
-  Writer::run(outputChunks, &Writer::writeAMF3Object, object);
-}

@@ -115,7 +115,7 @@ void AMFOutputChunks::release() noexcept {
   runStart = nullptr;
 }
 
-void AMFOutputChunks::abandon() {
+AMF2JSON_RARE void AMFOutputChunks::abandon() {
   if (empty()) return;
   abandoned.reserve(abandoned.size() + blocks.size() + large.size());
   for (auto* const held : {&blocks, &large}) {

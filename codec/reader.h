@@ -10,12 +10,19 @@
 #include <vector>
 
 #include "AMF2JSON.h"
+#include "codec/wire.h"
 #include "model/drop.h"
 #include "model/node_pool.h"
 
 namespace codec {
 
 using Nodes = std::vector<AMFNode*>;
+
+template <class Marker>
+Marker readMarker(const char*& cursor) {
+  const auto marker = static_cast<std::int8_t>(wire::readU8(cursor));
+  return static_cast<Marker>(std::int32_t{marker});  // widened with its sign
+}
 
 // Each reader returns a new node that the caller owns, and moves the cursor past what it read.
 // Nodes are made in the order in which they are walked later: that is how they stand in memory.
@@ -46,9 +53,9 @@ class Reader {
   // AMF3
   AMFNode* amf3Value();
   AMFString* amf3String();  // no marker in front
-  inline AMFDouble* amf3Double();
-  inline AMFInt* amf3Integer();
-  inline AMFBool* amf3Bool(bool value);
+  AMFDouble* amf3Double();
+  AMFInt* amf3Integer();
+  AMFBool* amf3Bool(bool value);
   AMFXML* amf3XML(AMFProtocol::AMF3Markers marker);
   AMFDate* amf3Date();
   AMFRaw* amf3ByteArray();
@@ -74,6 +81,25 @@ class Reader {
   model::ChildLists* lists;  // not owned, may be null; nothing is in it outside of parse
   model::Cutter& cutter;
 };
+
+AMF2JSON_HOT AMFBool* Reader::amf3Bool(bool value) {
+  std::unique_ptr<AMFBool> flag(cutter.make<AMFBool>(AMF_VERSION_3));
+  flag->value = value;
+  return flag.release();
+}
+
+AMF2JSON_HOT AMFInt* Reader::amf3Integer() {
+  std::unique_ptr<AMFInt> integer(cutter.make<AMFInt>(AMF_VERSION_3));
+  integer->value =
+      wire::readU29(cursor);  // Kept: a negative number arrives as a large positive one.
+  return integer.release();
+}
+
+AMF2JSON_HOT AMFDouble* Reader::amf3Double() {
+  std::unique_ptr<AMFDouble> number(cutter.make<AMFDouble>(AMF_VERSION_3));
+  wire::readDouble(cursor, number->value);
+  return number.release();
+}
 
 // An entry more in a reference table, which does not own it.
 inline void note(Nodes& table, AMFNode* node) {

@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "model/hot.h"
+
 namespace wire {
 
 #ifdef AMF2JSON_CHECKED_WIRE
@@ -57,6 +59,19 @@ inline std::uint32_t readU32(const char*& cursor) {
   const std::uint32_t value = loadU32(cursor);
   cursor += 4;
   return value;
+}
+
+// The AMF3 integer. Kept: the fourth byte counts as a signed number, all arithmetic wraps in 32
+// bits.
+AMF2JSON_HOT std::uint32_t readU29(const char*& cursor) {
+  std::uint32_t value = 0;
+  for (int group = 0; group < 3; ++group) {
+    const std::uint8_t byte = wire::readU8(cursor);
+    value = (value << 7) + (byte & 0x7Fu);
+    if ((byte & 0x80u) == 0) return value;
+  }
+  const auto last = static_cast<std::int8_t>(wire::readU8(cursor));
+  return (value << 8) + static_cast<std::uint32_t>(std::int32_t{last});
 }
 
 // Doubles go from memory to memory: a floating-point register of some machines changes the bits of

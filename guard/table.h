@@ -6,17 +6,45 @@
 // tests/guard_memory_test.cpp.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <new>
 #include <type_traits>
-#include <utility>
 
 namespace guard {
 
-/// `MostSegments` bounds the table, so that 32 bits are enough for an index.
-template <class Entry, std::size_t MostSegments = (std::size_t{1} << 26) - 2>
+/// Equal segments of memory, which stay where they are. One for entries of any kind: growing is
+/// rare.
+class Segments {
+ public:
+  /// So that 32 bits are enough for the index of an entry.
+  static constexpr std::size_t kMost = (std::size_t{1} << 26) - 2;
+
+  std::size_t size() const { return count; }
+  void* operator[](std::size_t index) { return directory[index].get(); }
+
+  /// False where there are `most` already, or no memory for one more.
+  bool add(std::size_t bytes, std::size_t most);
+
+  void clear() {
+    directory.reset();
+    count = room = 0;
+  }
+
+ private:
+  struct Release {
+    void operator()(void* segment) const { ::operator delete(segment); }
+  };
+  using Segment = std::unique_ptr<void, Release>;
+
+  bool grow(std::size_t most);
+
+  std::unique_ptr<Segment[]> directory;
+  std::size_t count = 0;
+  std::size_t room = 0;
+};
+
+template <class Entry, std::size_t MostSegments = Segments::kMost>
 class Table {
   static_assert(std::is_trivial_v<Entry>, "segments are handed out as they come");
 
@@ -26,50 +54,30 @@ class Table {
   std::size_t size() const { return count; }
   bool empty() const { return count == 0; }
   Entry& operator[](std::size_t index) {
-    return index < kSegment ? first[index] : segments[index / kSegment - 1][index % kSegment];
+    if (index < kSegment) return first[index];
+    return static_cast<Entry*>(segments[index / kSegment - 1])[index % kSegment];
   }
   Entry& top() { return (*this)[count - 1]; }
   void pop() { --count; }  // keeps the segment: the next entry is likely to need it again
 
   /// The new last entry, its content not set; null when there is no memory for it.
   Entry* append() {
-    if (count % kSegment == 0 && count / kSegment > segmentCount && !addSegment()) return nullptr;
+    if (count % kSegment == 0 && count / kSegment > segments.size() &&
+        !segments.add(sizeof(Entry) * kSegment, MostSegments)) {
+      return nullptr;
+    }
     return &(*this)[count++];
   }
 
   /// Empties the table and gives the memory back.
   void clear() {
     count = 0;
-    segments.reset();
-    segmentCount = segmentRoom = 0;
+    segments.clear();
   }
 
  private:
-  using Segment = std::unique_ptr<Entry[]>;
-
-  bool addSegment() {
-    if (segmentCount == segmentRoom && !growDirectory()) return false;
-    segments[segmentCount].reset(new (std::nothrow) Entry[kSegment]);
-    if (!segments[segmentCount]) return false;
-    ++segmentCount;
-    return true;
-  }
-
-  bool growDirectory() {
-    const std::size_t room = std::min(MostSegments, segmentRoom == 0 ? 4 : 2 * segmentRoom);
-    if (room == segmentRoom) return false;
-    std::unique_ptr<Segment[]> grown(new (std::nothrow) Segment[room]);
-    if (!grown) return false;
-    std::move(segments.get(), segments.get() + segmentCount, grown.get());
-    segments = std::move(grown);
-    segmentRoom = room;
-    return true;
-  }
-
   std::size_t count = 0;
-  std::unique_ptr<Segment[]> segments;  // entries from kSegment on
-  std::size_t segmentCount = 0;
-  std::size_t segmentRoom = 0;
+  Segments segments;  // entries from kSegment on
   Entry first[kSegment];
 };
 

@@ -53,6 +53,10 @@
 #endif
 #else
 #define AMF2JSON_API __attribute__((visibility("default")))
+#define AMF2JSON_LOCAL __attribute__((visibility("hidden")))
+#endif
+#if !defined(AMF2JSON_LOCAL)
+#define AMF2JSON_LOCAL
 #endif
 
 // ---------------------------------------------------------------------------------------------------
@@ -488,16 +492,16 @@ class AMF2JSON_API AMFOutputChunks {
     bool alone;  // one large piece
   };
   char* pen() const noexcept;
-  void close(char* pen) noexcept;  // lists what the pen has written
-  char* turnBlock(char* pen);      // lists it, and goes on in a new block
-  char* addLarge(char* pen, const char* bytes, std::uint32_t length);
-  void endRun();
+  void close(char* pen) noexcept;             // lists what the pen has written
+  AMF2JSON_LOCAL char* turnBlock(char* pen);  // lists it, and goes on in a new block
+  AMF2JSON_LOCAL char* addLarge(char* pen, const char* bytes, std::uint32_t length);
+  AMF2JSON_LOCAL void endRun();
   std::size_t runCount() const noexcept { return runs.size() + (next != runStart ? 1 : 0); }
-  Run runAt(std::size_t i) const noexcept;
-  std::uint64_t total() const noexcept;  // bytes of all pieces
-  void copyTo(char* to) const noexcept;  // all pieces, joined
-  void release() noexcept;               // frees the listed pieces
-  void abandon();                        // empties the list, keeps the bytes until this object goes
+  AMF2JSON_LOCAL Run runAt(std::size_t i) const noexcept;
+  AMF2JSON_LOCAL std::uint64_t total() const noexcept;  // bytes of all pieces
+  AMF2JSON_LOCAL void copyTo(char* to) const noexcept;  // all pieces, joined
+  AMF2JSON_LOCAL void release() noexcept;               // frees the listed pieces
+  AMF2JSON_LOCAL void abandon();  // empties the list, keeps the bytes until this object goes
 
   using Blocks = std::vector<std::unique_ptr<char[]>>;
   std::vector<Run> runs;           // all but what was written since `runStart`
@@ -532,8 +536,8 @@ class AMF2JSON_API AMFOutputChunks::const_iterator {
 
  private:
   friend class AMFOutputChunks;
-  const_iterator(const AMFOutputChunks* owner, std::size_t firstRun) noexcept;
-  void look(const Run& at, std::uint32_t begin) noexcept;
+  AMF2JSON_LOCAL const_iterator(const AMFOutputChunks* owner, std::size_t firstRun) noexcept;
+  AMF2JSON_LOCAL void look(const Run& at, std::uint32_t begin) noexcept;
 
   const AMFOutputChunks* chunks;
   std::size_t run;
@@ -907,16 +911,16 @@ class AMF2JSON_API AMFProtocol {
   std::int32_t lineBreakCount = 1;   ///< soft breaks in `jsonText`, plus one
 
  private:
-  void blankTexts();
-  void putBlankTextsAside();
-  void handTextsOn() noexcept;
-  void clearReferences() noexcept;
+  AMF2JSON_LOCAL void blankTexts();
+  AMF2JSON_LOCAL void putBlankTextsAside();
+  AMF2JSON_LOCAL void handTextsOn() noexcept;
+  AMF2JSON_LOCAL void clearReferences() noexcept;
 
-  void joinChunks();
+  AMF2JSON_LOCAL void joinChunks();
 
   friend class codec::Reader;
   friend class render::Writer;
-  void renderPackage(bool pretty, bool bareRoot, std::size_t hidden = 0);
+  AMF2JSON_LOCAL void renderPackage(bool pretty, bool bareRoot, std::size_t hidden = 0);
 
   std::unique_ptr<model::ChildLists> lists;  // storage of the last package's child lists, for parse
   std::vector<AMFNode*> pending;  // owned: what the containers being read will get as children

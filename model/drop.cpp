@@ -123,7 +123,7 @@ void Dropper::drop(AMFNode* node) noexcept {
   }
 }
 
-void Dropper::dropChildren(AMFNode& node) noexcept {
+AMF2JSON_APART void Dropper::dropChildren(AMFNode& node) noexcept {
   if (isPooled) return dropList(node);
   for (auto child = node.children.rbegin(); child != node.children.rend(); ++child) delete *child;
 }

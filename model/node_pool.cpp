@@ -124,7 +124,7 @@ struct Heap {
   }
 
   // A late node has a chunk alone, which is nobody's.
-  void* takeLate(std::size_t size) {
+  AMF2JSON_RARE void* takeLate(std::size_t size) {
     char* const piece = (late = takeFromSystem(kNobody, 1))->begin();
     unpoison(piece, size);
     return piece;

@@ -18,7 +18,7 @@ std::size_t breakMarkFor(std::int32_t lineBreakCount) {
 
 }  // namespace
 
-Writer::Writer(AMFProtocol& protocol)
+AMF2JSON_APART Writer::Writer(AMFProtocol& protocol)
     : p(protocol),
       json(protocol.jsonText, protocol.jsonText.size()),
       script(protocol.scriptText, protocol.scriptText.size()),
@@ -27,7 +27,7 @@ Writer::Writer(AMFProtocol& protocol)
   protocol.textsBlank = false;
 }
 
-Writer::Writer(AMFProtocol& protocol, std::size_t hidden)
+AMF2JSON_APART Writer::Writer(AMFProtocol& protocol, std::size_t hidden)
     : p(protocol),
       json(protocol.jsonText, 0, hidden),
       script(protocol.scriptText, 0),
@@ -88,28 +88,3 @@ void Writer::writeStatement(std::string_view name, std::string_view value, bool 
 }
 
 }  // namespace render
-
-void AMFProtocol::openBrackets(char open, char close) {
-  render::Writer writer(*this);
-  writer.run([&](char* to) { return writer.openBrackets(to, open, close); });
-}
-
-void AMFProtocol::closeBrackets() {
-  render::Writer writer(*this);
-  writer.run([&](char* to) { return writer.closeBrackets(to); });
-}
-
-// The arguments are copied: they may be the very texts that are written to.
-
-void AMFProtocol::appendAttr(const std::string& name, const std::string& value, bool quote) {
-  const std::string nameCopy(name);
-  const std::string valueCopy(value);
-  render::Writer writer(*this);
-  writer.run([&](char* to) { return writer.writeAttr(to, nameCopy, valueCopy, quote); });
-}
-
-void AMFProtocol::appendJSAttr(const std::string& name, const std::string& value, bool quote) {
-  const std::string nameCopy(name);
-  const std::string valueCopy(value);
-  render::Writer(*this).writeStatement(nameCopy, valueCopy, quote);
-}

@@ -119,12 +119,12 @@ char* Writer::writeArray(char* to, const AMFArray* array) {
   return writeChildren(to, kValue, array);
 }
 
-char* Writer::writeXML(char* to, const AMFXML* xml) {
+AMF2JSON_RARE char* Writer::writeXML(char* to, const AMFXML* xml) {
   if (xml->document == 0) to = writeLine(to, "\"xml_type\" : \"XML\",");
   return writeValue(to, bytesOf(xml), true, true);
 }
 
-char* Writer::writeHeaderLines(char* to, const AMFHeader* header) {
+AMF2JSON_RARE char* Writer::writeHeaderLines(char* to, const AMFHeader* header) {
   if (model::storedByte(header->mustUnderstand) != 0)
     to = writeLine(to, "\"must_understand\" : true,");
   if (header->length != 0xFFFFFFFFu) to = writeNumber(to, kLength, header->length);
@@ -159,8 +159,3 @@ char* Writer::writeMessage(char* to, const AMFMessage* message) {
 }
 
 }  // namespace render
-
-void AMFProtocol::appendNode(AMFNode* node, AMFVersion parentVersion) {
-  render::Writer writer(*this);
-  writer.run([&](char* to) { return writer.writeNode(to, node, parentVersion); });
-}

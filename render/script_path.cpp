@@ -22,19 +22,6 @@ void AMFProtocol::CreatePrefix() {
   if (!noRootPrefix) scriptPath = "amf";
 }
 
-void AMFProtocol::AddOnePrefix(const std::string& name) {
-  render::Writer::pushSegment(*this, name);
-}
-
-void AMFProtocol::RemoveOnePrefix() {
-  render::Writer::popSegment(*this);
-}
-
-void AMFProtocol::AddPrefixes(std::string& out) {
-  if (&out == &jsonText || &out == &scriptText) textsBlank = false;
-  out += scriptPath;
-}
-
 namespace render {
 
 void Writer::pushSegment(AMFProtocol& p, std::string_view name) {

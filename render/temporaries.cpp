@@ -3,11 +3,10 @@
 // Script temporaries: a long value becomes a numbered variable, which both texts name and which is
 // defined in front of the script. Tested by tests/render_value_test.cpp.
 #include <algorithm>
-#include <charconv>
-#include <iterator>
 
 #include "AMF2JSON.h"
 #include "render/hex_text.h"
+#include "render/number_text.h"
 #include "render/writer.h"
 
 namespace render {
@@ -100,23 +99,25 @@ class Definition {
 constexpr std::string_view kVariable = "qxAmfTemporary";
 
 struct VariableName {
-  char text[32];
+  char text[kVariable.size() + 1 + kIntegerMax];
   std::size_t size;
   explicit VariableName(std::int32_t number) {
-    kVariable.copy(text, kVariable.size());
-    char* const digits = text + kVariable.size();
-    size = static_cast<std::size_t>(std::to_chars(digits, std::end(text), number).ptr - text);
+    char* to = text + kVariable.copy(text, kVariable.size());
+    const auto digits = static_cast<std::uint32_t>(number);
+    if (number < 0) *to++ = '-';  // a host may have set the counter
+    to = putInteger(to, number < 0 ? 0 - digits : digits);
+    size = static_cast<std::size_t>(to - text);
   }
   operator std::string_view() const { return {text, size}; }
 };
 
 }  // namespace
 
-void Writer::defineTemporary(std::string_view text) {
+AMF2JSON_APART void Writer::defineTemporary(std::string_view text) {
   Definition(p.scriptPreamble, VariableName(nextTemporary()), text.size()).write(text);
 }
 
-void Writer::defineHexTemporary(std::string_view bytes) {
+AMF2JSON_APART void Writer::defineHexTemporary(std::string_view bytes) {
   const std::size_t length = hexLength(bytes);
   Definition(p.scriptPreamble, VariableName(nextTemporary()), length).writeHex(bytes, length);
 }
@@ -127,7 +128,7 @@ std::int32_t Writer::nextTemporary() {
 }
 
 // The variable defined last stands for the value.
-char* Writer::writeTemporaryName(char* to) {
+AMF2JSON_APART char* Writer::writeTemporaryName(char* to) {
   const VariableName name(p.temporaryCounter);
   return put(json.room(to, lineRoom()), std::string_view(name));
 }

@@ -137,9 +137,3 @@ char* Writer::putScalar(char* to, const AMFNode* node) {
 }
 
 }  // namespace render
-
-void AMFProtocol::appendValue(const std::string& value, bool quote, bool named) {
-  const std::string copy(value);  // it may be one of our texts
-  render::Writer writer(*this);
-  writer.run([&](char* to) { return writer.writeValue(to, copy, quote, named); });
-}

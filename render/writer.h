@@ -20,23 +20,26 @@
 namespace render {
 
 // A member's name that is known at compile time, as it stands in its line: "name" :
-template <std::size_t Size>
+// In a fixed stretch that is copied whole.
 class Key {
  public:
-  constexpr explicit Key(const char (&name)[Size]) {
+  template <std::size_t Size>
+  constexpr explicit Key(const char (&name)[Size]) : size(Size + sizeof kColon - 1) {
+    static_assert(Size + sizeof kColon - 1 <= sizeof line, "the stretch holds it");
     line[0] = '"';
     for (std::size_t i = 0; i + 1 < Size; ++i) line[i + 1] = name[i];
     for (std::size_t i = 0; i + 1 < sizeof kColon; ++i) line[Size + i] = kColon[i];
   }
-  constexpr std::string_view name() const { return {line + 1, Size - 1}; }
+  constexpr std::string_view name() const { return {line + 1, size - sizeof kColon}; }
   char* write(char* to) const {
     std::memcpy(to, line, sizeof line);
-    return to + sizeof line;
+    return to + size;
   }
 
  private:
   static constexpr char kColon[] = "\" : ";
-  char line[Size + sizeof kColon - 1] = {};
+  char line[24] = {};
+  std::size_t size;
 };
 
 inline constexpr Key kName("name");
@@ -99,8 +102,7 @@ class Writer {
   char* startBreakableLine(char* to);
   template <class AnyKey>
   char* writeMemberName(char* to, const AnyKey& key);
-  template <std::size_t Size>
-  char* writeLine(char* to, const char (&member)[Size]);  // a whole member, its comma included
+  char* writeLine(char* to, std::string_view member);  // a whole member, its comma included
   template <class AnyKey>
   char* writeNumber(char* to, const AnyKey& key, std::uint32_t value);
   char* endMember(char* to);
@@ -215,8 +217,7 @@ char* Writer::writeMemberName(char* to, const AnyKey& key) {
   return key.write(startLine(json.room(to, lineRoom() + key.name().size())));
 }
 
-template <std::size_t Size>
-char* Writer::writeLine(char* to, const char (&member)[Size]) {
+AMF2JSON_APART inline char* Writer::writeLine(char* to, std::string_view member) {
   to = put(startLine(json.room(to, lineRoom())), member);
   lineEndDue = true;
   return to;

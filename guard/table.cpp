@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "guard/table.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace guard {
+
+bool Segments::add(std::size_t bytes, std::size_t most) {
+  if (count == room && !grow(most)) return false;
+  directory[count].reset(::operator new(bytes, std::nothrow));
+  if (!directory[count]) return false;
+  ++count;
+  return true;
+}
+
+bool Segments::grow(std::size_t most) {
+  const std::size_t wanted = std::min(most, room == 0 ? 4 : 2 * room);
+  if (wanted == room) return false;
+  std::unique_ptr<Segment[]> grown(new (std::nothrow) Segment[wanted]);
+  if (!grown) return false;
+  std::move(directory.get(), directory.get() + count, grown.get());
+  directory = std::move(grown);
+  room = wanted;
+  return true;
+}
+
+}  // namespace guard

@@ -37,18 +37,16 @@ struct Pair {
   std::string json;
   std::string script;
 
-  bool isThere() const { return haveRoom(json, script); }
-
-  // Only where nothing is kept yet, and not what a large packet left.
+  // Not what a large packet left.
   void keep(std::string& fromJson, std::string& fromScript) noexcept {
-    const bool isUsual =
-        fromJson.capacity() <= 2 * kJsonRoom && fromScript.capacity() <= 2 * kScriptRoom;
-    if (isThere() || !isUsual || !haveRoom(fromJson, fromScript)) return;
+    const bool isLarge =
+        fromJson.capacity() > 2 * kJsonRoom || fromScript.capacity() > 2 * kScriptRoom;
+    if (isLarge || !haveRoom(fromJson, fromScript)) return;
     json = std::move(fromJson);
     script = std::move(fromScript);
   }
   bool give(std::string& toJson, std::string& toScript) noexcept {
-    if (!isThere()) return false;
+    if (!haveRoom(json, script)) return false;
     toJson = std::exchange(json, {});
     toScript = std::exchange(script, {});
     return true;
@@ -81,7 +79,7 @@ void AMFProtocol::blankTexts() {
     scriptText.swap(spareScriptText);
   }
   if (!sparesBlank) {
-    Kept* const kept = haveRoom(jsonText, scriptText) ? nullptr : keptOfThisThread();
+    Kept* const kept = keptOfThisThread();
     if (!kept || !kept->blank.give(jsonText, scriptText)) {
       jsonText.assign(kJsonRoom, '\0');
       scriptText.assign(kScriptRoom, '\0');

@@ -569,6 +569,8 @@ TEST(PacketReader, TextsAreNotFilledAgainForTheNextObjectOfTheThread) {
     const ExactBytes packet(hex(kSmall));
     const std::string found = model::isPoolOn() ? "mm" : std::string(2, '\0');
     for (int i = 0; i < 8; ++i) {
+      AMFProtocol unparsed;  // goes last, and has nothing of use to leave
+      unparsed.jsonText.assign(1000, 'x');
       AMFProtocol p;
       p.parse(packet.data());
       // The first view had nothing else to write to than the texts that were blank.

@@ -8,9 +8,9 @@
 // Writes to standard output, at once. Throws ClosedPipe, and Problem when it cannot.
 void writeOutput(std::string_view text);
 
-// Writes `text` to `file`: into a new file beside it that takes its name, and the mode of the one
-// that was there, once it is complete. What is not a regular file is written in place. "-" is
-// standard output. Throws as writeOutput.
+// Writes `text` to `file`: into a new file beside it that takes its name once it is complete, and
+// the mode of the one that was there, which is not replaced before the new one is on the disk. What
+// is not a regular file is written in place. "-" is standard output. Throws as writeOutput.
 void writeFile(const std::string& file, std::string_view text);
 
 // Whoever read had enough.

@@ -96,22 +96,20 @@ std::size_t plainLength(const char* text, std::size_t length) {
   return i;
 }
 
-// One byte that is a character of its own.
+// One byte that is a character of its own, and not plain.
 void appendASCII(std::string& out, char c) {
-  const auto code = static_cast<Byte>(c);
-  if (code < 0x20 || code == 0x7F || c == '<') return appendEscape(out, code);
-  if (c == '\\') out += c;
-  out += c;
+  if (c != '\\') return appendEscape(out, static_cast<Byte>(c));
+  out += "\\\\";
 }
 
 std::string escaped(const char* text, std::size_t length) {
   std::string out;
   out.reserve(length + length / 8 + 8);
-  for (std::size_t i = 0; i < length;) {
+  for (std::size_t i = 0;;) {
     const std::size_t plain = plainLength(text + i, length - i);
     out.append(text + i, plain);
     i += plain;
-    if (i == length) break;
+    if (i == length) return out;
     const Character character = characterAt(text + i, length - i);
     if (!character.valid) {
       out += kReplacement;
@@ -124,7 +122,6 @@ std::string escaped(const char* text, std::size_t length) {
     }
     i += character.length;
   }
-  return out;
 }
 
 // ---- What will be changed ----------------------------------------------------------------------

@@ -107,10 +107,7 @@ void AMFProtocol::putBlankTextsAside() {
 void AMFProtocol::handTextsOn() noexcept {
   Kept* const kept = keptOfThisThread();
   if (!kept) return;
-  if (sparesBlank) kept->blank.keep(spareJsonText, spareScriptText);
-  if (textsBlank && areBlank(jsonText, scriptText)) {
-    kept->blank.keep(jsonText, scriptText);
-  } else {
-    kept->written.keep(jsonText, scriptText);
-  }
+  const bool isBlank = textsBlank && areBlank(jsonText, scriptText);
+  (sparesBlank ? kept->blank : kept->written).keep(spareJsonText, spareScriptText);
+  (isBlank ? kept->blank : kept->written).keep(jsonText, scriptText);
 }

@@ -598,7 +598,7 @@ class AMF2JSON_API AMFProtocol {
 
   AMFProtocol();
   /// Deletes `package`, releases `resultBuffer` and all pieces, listed and abandoned. Where nodes
-  /// come from the pool, the storage of the texts (up to 4 MiB) may stay with the thread, for its
+  /// come from the pool, the storage of the texts (some 4 MiB) may stay with the thread, for its
   /// next object.
   ~AMFProtocol();
   AMFProtocol(const AMFProtocol&) = delete;

@@ -99,7 +99,7 @@ class Definition {
 constexpr std::string_view kVariable = "qxAmfTemporary";
 
 struct VariableName {
-  char text[kVariable.size() + 1 + kIntegerMax];
+  char text[32];
   std::size_t size;
   explicit VariableName(std::int32_t number) {
     char* to = text + kVariable.copy(text, kVariable.size());

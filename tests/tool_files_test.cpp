@@ -175,6 +175,29 @@ TEST_F(Files, OfManyAreNotLeftHalfWrittenByASignal) {
   EXPECT_EQ(runShell("ls out | grep -v '\\.json$' || true"), none);
 }
 
+// However long it takes until the output can be written, or a problem told.
+TEST_F(Files, SignalsEndTheProgramWhereverItWaits) {
+  runShell(
+      "mkdir in out; mkfifo out/echo.amf.json told; for i in {1..2000}; do ln refused.amf "
+      "in/$i.amf; done");
+  const std::string ended = "timeout --preserve-status -k 10 0.5 ";
+  const Outcome byTerm = {128 + SIGTERM, "", ""};
+  EXPECT_EQ(runShell(ended + "$amf2json decode -o out echo.amf empty.amf"), byTerm) << "folder";
+  EXPECT_EQ(runShell(ended + "$amf2json decode -o told echo.amf"), byTerm) << "named pipe";
+  EXPECT_EQ(runShell(ended + "$amf2json decode -o out empty.amf - <>told"), byTerm) << "input";
+  EXPECT_EQ(runShell("exec 3<>told; " + ended + "$amf2json decode -o out in/*.amf 2>told"), byTerm)
+      << "problems";
+}
+
+TEST_F(Files, SignalsThatAreIgnoredStayIgnored) {
+  runShell("mkdir in; for i in {1..500}; do ln echo.amf in/$i.amf; done");
+  const Outcome all = {0, "500\n", ""};
+  EXPECT_EQ(runShell("trap '' HUP; $amf2json decode -o out in/*.amf &"
+                     " for i in {1..20}; do kill -HUP $! 2>/dev/null; sleep 0.001; done;"
+                     " wait $! && ls out | wc -l"),
+            all);
+}
+
 // A closed pipe ends the program as it ends others: by SIGPIPE, in silence.
 TEST_F(Files, AClosedPipeIsNoError) {
   writeFile("stdin", "");

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <map>
+#include <system_error>
 
 #include "tool/output.h"
 
@@ -43,25 +44,30 @@ Delivery::Delivery(const Options& chosen)
       reportStyle(::reportStyle(chosen)),
       progress(chosen.files.size(), chosen.output != "-") {
   joined.reserve(kJoinedMost);
-  if (!intoFolder) return;
-  refuseSameNames(options);
-  makeFolder(options.output);
-  signalsWait.emplace();
+  if (intoFolder) {
+    refuseSameNames(options);
+    makeFolder(options.output);
+  }
+  if (options.output == "-") return;
+  try {
+    signals.emplace(writing);
+  } catch (const std::system_error&) {
+    throw Problem{kOutOfMemory, "out of memory", "no thread to be had"};
+  }
 }
 
 void Delivery::prepare(const std::string& file, FileResult& result) {
   dress(result, textStyle);
   if (!intoFolder) return;
   const std::string target = options.output + "/" + baseName(file) + result.extension;
-  const auto pass = writing.enter();
   try {
-    writeFile(target, result.text);
+    writeFile(target, result.text, writing);
   } catch (const Problem& problem) {
     result.problems.insert(result.problems.begin(), problem);
   } catch (const ClosedPipe&) {  // a named one
     result.problems.insert(result.problems.begin(), fileProblem(target, "write"));
   }
-  result.text.clear();
+  std::string().swap(result.text);
 }
 
 void Delivery::take(const std::string& file, const FileResult& result,
@@ -73,13 +79,8 @@ void Delivery::take(const std::string& file, const FileResult& result,
   progress.step();
 }
 
-// A signal that came ends the program here.
 void Delivery::rest() {
   flush();
-  if (!signalsWait || !platform::signalWaits()) return;
-  const auto alone = writing.enterAlone();
-  signalsWait.reset();
-  signalsWait.emplace();
 }
 
 void Delivery::tell(Problem problem, const std::string& file) {
@@ -93,7 +94,7 @@ void Delivery::tell(Problem problem, const std::string& file) {
 void Delivery::write(const FileResult& result) {
   if (options.output != "-") {
     try {
-      writeFile(options.output, result.text);
+      writeFile(options.output, result.text, writing);
     } catch (const Problem& problem) {
       tell(problem, options.output);
     }

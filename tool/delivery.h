@@ -46,7 +46,7 @@ class Delivery {
   Progress progress;
   std::string joined;  // texts for standard output
   Gate writing;        // files, where a signal must find none half-written
-  std::optional<platform::SignalsWait> signalsWait;
+  std::optional<platform::SignalsAtGate> signals;
   ExitCode worst = kDone;
 };
 

@@ -43,9 +43,9 @@ struct Beside {
 };
 
 // A file that was there is given up only for one that is on the disk.
-void replaceFile(const std::string& file, std::string_view text, const platform::Status& old) {
-  // Ctrl-C waits until the file has its name: nothing is left beside it.
-  const platform::SignalsWait signalsWait;
+void replaceFile(const std::string& file, std::string_view text, const platform::Status& old,
+                 Gate& gate) {
+  const auto pass = gate.enter();
   // Of a link, so that the link itself stays.
   const std::string target = old.exists ? platform::targetOf(file) : file;
   Beside beside(target);
@@ -66,9 +66,9 @@ void writeOutput(std::string_view text) {
   writeAll(platform::kOutput, text, "standard output");
 }
 
-void writeFile(const std::string& file, std::string_view text) {
+void writeFile(const std::string& file, std::string_view text, Gate& gate) {
   if (file == "-") return writeOutput(text);
   const platform::Status old = platform::statusOf(file);
   if (old.exists && !old.isRegular) return writeInPlace(file, text);
-  replaceFile(file, text, old);
+  replaceFile(file, text, old, gate);
 }

@@ -6,13 +6,13 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <iterator>
+#include <thread>
 
 #ifdef _WIN32
 #include <direct.h>
@@ -148,9 +148,10 @@ bool rename(const std::string& from, const std::string& to) {
 
 SignalsWait::SignalsWait() : before(nullptr) {}
 SignalsWait::~SignalsWait() = default;
-bool signalWaits() {
-  return false;
-}
+
+struct SignalsAtGate::Watch {};
+SignalsAtGate::SignalsAtGate(Gate&) {}
+SignalsAtGate::~SignalsAtGate() = default;
 
 #else
 
@@ -244,7 +245,22 @@ bool rename(const std::string& from, const std::string& to) {
 
 namespace {
 
-constexpr int kEnding[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM};
+sigset_t endingSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) sigaddset(&signals, number);
+  return signals;
+}
+
+// What the signal does by itself. It waits on the calling thread.
+void pass(int number) {
+  sigset_t one;
+  sigemptyset(&one);
+  sigaddset(&one, number);
+  pthread_kill(pthread_self(), number);
+  pthread_sigmask(SIG_UNBLOCK, &one, nullptr);
+  pthread_sigmask(SIG_BLOCK, &one, nullptr);
+}
 
 }  // namespace
 
@@ -252,21 +268,37 @@ struct SignalsWait::Before {
   sigset_t signals;
 };
 SignalsWait::SignalsWait() : before(new Before) {
-  sigset_t waiting;
-  sigemptyset(&waiting);
-  for (const int number : kEnding) sigaddset(&waiting, number);
+  const sigset_t waiting = endingSignals();
   pthread_sigmask(SIG_BLOCK, &waiting, &before->signals);
 }
 SignalsWait::~SignalsWait() {
   pthread_sigmask(SIG_SETMASK, &before->signals, nullptr);
   delete before;
 }
-bool signalWaits() {
-  sigset_t waiting;
-  if (sigpending(&waiting) != 0) return false;
-  return std::any_of(std::begin(kEnding), std::end(kEnding),
-                     [&waiting](int number) { return sigismember(&waiting, number) == 1; });
-}
+
+// A thread takes the signals; all others have them wait.
+struct SignalsAtGate::Watch {
+  explicit Watch(Gate& watched) : gate(watched), thread([this] { run(); }) {}
+  ~Watch() {
+    isOver = true;
+    pthread_kill(thread.native_handle(), SIGTERM);  // seen before any that the process gets
+    thread.join();
+  }
+  void run() {
+    const sigset_t signals = endingSignals();
+    for (int number = 0; sigwait(&signals, &number) == 0 && !isOver;) {
+      const auto alone = gate.enterAlone();
+      pass(number);
+    }
+  }
+
+  const SignalsWait signalsWait;
+  Gate& gate;
+  std::atomic<bool> isOver{false};
+  std::thread thread;
+};
+SignalsAtGate::SignalsAtGate(Gate& gate) : watch(std::make_unique<Watch>(gate)) {}
+SignalsAtGate::~SignalsAtGate() = default;
 
 #endif
 

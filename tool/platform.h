@@ -6,7 +6,10 @@
 #define AMF2JSON_TOOL_PLATFORM_H
 
 #include <cstddef>
+#include <memory>
 #include <string>
+
+#include "tool/gate.h"
 
 namespace platform {
 
@@ -70,8 +73,19 @@ class SignalsWait {
   Before* before;  // owned
 };
 
-// Whether one of them does.
-bool signalWaits();
+// While it lives, they end the program only when nobody is in the gate. To be made before the
+// threads that enter it. Throws std::system_error where there is no thread to be had.
+class SignalsAtGate {
+ public:
+  explicit SignalsAtGate(Gate& gate);
+  SignalsAtGate(const SignalsAtGate&) = delete;
+  SignalsAtGate& operator=(const SignalsAtGate&) = delete;
+  ~SignalsAtGate();
+
+ private:
+  struct Watch;
+  std::unique_ptr<Watch> watch;
+};
 
 }  // namespace platform
 

@@ -8,7 +8,7 @@
 #include "model/node_pool.h"
 
 namespace {
-AMFArray* tree = nullptr;  // never deleted
+AMFArray* volatile tree = nullptr;  // never deleted; a compiler must not drop it either
 }
 
 int main() {

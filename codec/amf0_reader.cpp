@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// AMF0 value readers: a marker picks the form, the body follows big-endian. Enter at getAMF0Value.
+// AMF0 value readers: a marker picks the form, the body follows big-endian. Enter at amf0Value.
 // Mirrored by amf0_writer.cpp. Tested by tests/amf0_reader_test.cpp.
 #include "AMF2JSON.h"
 #include "codec/reader.h"

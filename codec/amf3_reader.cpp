@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // AMF3 value readers: a marker, mostly a U29 whose low bit tells reference from inline, a body.
-// Enter at getAMF3Value; amf0_reader.cpp does so at the switch marker. Mirrored by amf3_writer.cpp.
+// Enter at amf3Value; amf0_reader.cpp does so at the switch marker. Mirrored by amf3_writer.cpp.
 // Tested by tests/amf3_reader_test.cpp.
 #include <cstring>
 

@@ -2,8 +2,9 @@
 //
 // What the public set... calls and compile write with. Every write... call takes the pen, hands
 // back where it ended, and refuses a node by AMFException after listing what has been written. It
-// takes room for kScalarBytes for granted and sees to more by itself. Defined beside the public
-// calls in amf0_writer.cpp, amf3_writer.cpp and packet_writer.cpp.
+// takes room for kScalarBytes for granted and sees to more by itself. Defined in amf0_writer.cpp,
+// amf3_writer.cpp and packet_writer.cpp; the public calls for single values are in
+// public_calls.cpp.
 //
 // writeValue calls the others as its last act, so that a level of nesting is one return: processors
 // foretell only some of the returns from deep nesting. That is why the pen is a bare pointer: for a

@@ -4,7 +4,8 @@
 // view makes one for its whole rendering; each public primitive makes one for its single step.
 // What every line of text goes through stands here; brackets in brackets.cpp, values in
 // value_text.cpp and temporaries.cpp, nodes in node_text.cpp, members and lists in members.cpp,
-// short nodes once more in short_nodes.cpp, the path in script_path.cpp.
+// short nodes once more in short_nodes.cpp, the path in script_path.cpp, the public primitives in
+// public_calls.cpp.
 #pragma once
 
 #include <algorithm>

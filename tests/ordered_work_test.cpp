@@ -34,8 +34,8 @@ const Row kRows[] = {
     {"none", 0, 2, 1, 0},
     {"one", 1, 1, 1, 1},
     {"fewer than threads", 3, 8, 1, 3},
-    {"small ones, one thread", 3000, 1, 1, 64},
-    {"small ones, four threads", 3000, 4, 1, 256},
+    {"small ones, one thread", 3000, 1, 1, 256},
+    {"small ones, four threads", 3000, 4, 1, 1024},
     {"each as much as may wait, one thread", 40, 1, kTooMuch, 2},
     {"each as much as may wait, four threads", 40, 4, kTooMuch, 5},
 };

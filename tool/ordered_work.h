@@ -111,9 +111,9 @@ class OrderedWork {
     return batch;
   }
 
-  static constexpr std::size_t kWaitingMost = 64;  // for each thread
+  static constexpr std::size_t kWaitingMost = 256;  // for each thread
   static constexpr std::size_t kWaitingBytes = std::size_t{1} << 26;
-  static constexpr std::size_t kBatch = 16;
+  static constexpr std::size_t kBatch = 64;
   static constexpr std::chrono::milliseconds kPatience{2};
 
   const std::size_t count;

@@ -43,6 +43,8 @@
 
 /// @def AMF2JSON_API
 /// What the library exports. Define AMF2JSON_STATIC to use the static library on Windows.
+/// @def AMF2JSON_LOCAL
+/// What of an exported class only the library calls.
 #if defined(AMF2JSON_STATIC)
 #define AMF2JSON_API
 #elif defined(_WIN32)

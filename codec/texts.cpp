@@ -107,7 +107,7 @@ void AMFProtocol::putBlankTextsAside() {
 void AMFProtocol::handTextsOn() noexcept {
   Kept* const kept = keptOfThisThread();
   if (!kept) return;
-  const bool isBlank = textsBlank && areBlank(jsonText, scriptText);
+  const bool stayedBlank = textsBlank && areBlank(jsonText, scriptText);
   (sparesBlank ? kept->blank : kept->written).keep(spareJsonText, spareScriptText);
-  (isBlank ? kept->blank : kept->written).keep(jsonText, scriptText);
+  (stayedBlank ? kept->blank : kept->written).keep(jsonText, scriptText);
 }

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "AMFGuard.h"
+#include "model/eight_bytes.h"
 
 namespace {
 
@@ -75,15 +76,8 @@ bool isPlain(char c) {
 
 // Eight such bytes.
 bool isPlain(std::uint64_t word) {
-  constexpr std::uint64_t kOnes = 0x0101010101010101u;
-  constexpr std::uint64_t kHighBits = 0x80 * kOnes;
-  const std::uint64_t low = word & ~kHighBits;
-  // The high bit of each byte says that it is at least 20, and not one of the others.
-  const std::uint64_t notControl = low + (0x80 - 0x20) * kOnes;
-  const std::uint64_t notDelete = (low ^ 0x7F * kOnes) + 0x7F * kOnes;
-  const std::uint64_t notLess = (low ^ '<' * kOnes) + 0x7F * kOnes;
-  const std::uint64_t notBackslash = (low ^ '\\' * kOnes) + 0x7F * kOnes;
-  return (notControl & notDelete & notLess & notBackslash & ~word & kHighBits) == kHighBits;
+  return model::isEach(model::isAtLeast(word, 0x20) & model::isNot(word, 0x7F) &
+                       model::isNot(word, '<') & model::isNot(word, '\\') & ~word);
 }
 
 std::size_t plainLength(const char* text, std::size_t length) {

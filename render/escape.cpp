@@ -11,21 +11,17 @@
 #endif
 
 #include "AMF2JSON.h"
+#include "model/eight_bytes.h"
 
 namespace {
 
-constexpr std::uint64_t kOnes = 0x0101010101010101u;
-constexpr std::uint64_t kHighBits = 0x80 * kOnes;
 constexpr std::size_t kWord = sizeof(std::uint64_t);
 constexpr std::size_t kHalfWord = sizeof(std::uint32_t);
 constexpr std::size_t kBlock = 4096;
 
-// Whether none of eight bytes is a control byte or a quote. Each sum stays inside its byte.
+// Whether none of eight bytes is a control byte or a quote.
 bool isPlain(std::uint64_t word) {
-  const std::uint64_t low = word & ~kHighBits;
-  const std::uint64_t notControl = low + (0x80 - 0x20) * kOnes;
-  const std::uint64_t notQuote = (low ^ '"' * kOnes) + 0x7F * kOnes;
-  return (((notControl & notQuote) | word) & kHighBits) == kHighBits;
+  return model::isEach((model::isAtLeast(word, 0x20) & model::isNot(word, '"')) | word);
 }
 
 bool isControlToEscape(char byte) {

@@ -79,10 +79,6 @@ void Delivery::take(const std::string& file, const FileResult& result,
   progress.step();
 }
 
-void Delivery::rest() {
-  flush();
-}
-
 void Delivery::tell(Problem problem, const std::string& file) {
   if (problem.file.empty()) problem.file = file;
   worst = std::max(worst, problem.exitCode);

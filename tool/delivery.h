@@ -29,15 +29,14 @@ class Delivery {
   // when standard output cannot be written. Here and below, on one thread.
   void take(const std::string& file, const FileResult& result,
             const std::optional<Problem>& problem);
-  // While no result is there, and when all are. Throws as take.
-  void rest();
+  // Writes what was joined. Throws as take.
+  void flush();
 
   ExitCode worstSoFar() const { return worst; }
 
  private:
   void tell(Problem problem, const std::string& file);
   void write(const FileResult& result);
-  void flush();
 
   const Options& options;
   const bool intoFolder;

@@ -62,6 +62,6 @@ ExitCode workOnFiles(const Command& command, const Options& options) {
       [&](const Finished& finished) {
         delivery.take(files[taken++], finished.result, finished.problem);
       },
-      [&] { delivery.rest(); });
+      [&] { delivery.flush(); });
   return delivery.worstSoFar();
 }

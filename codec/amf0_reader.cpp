@@ -3,11 +3,13 @@
 // AMF0 value readers: a marker picks the form, the body follows big-endian. Enter at amf0Value.
 // Mirrored by amf0_writer.cpp. Tested by tests/amf0_reader_test.cpp.
 #include "AMF2JSON.h"
+#include "codec/big_endian.h"
 #include "codec/reader.h"
 #include "codec/reader_texts.h"
-#include "codec/wire.h"
 #include "model/adopt.h"
 #include "model/attach.h"
+
+using namespace amf2json;
 
 namespace {
 
@@ -15,34 +17,34 @@ constexpr std::size_t kZoneBytes = 2;
 
 }  // namespace
 
-namespace codec {
+namespace amf2json::codec {
 
 AMFString* Reader::amf0String(std::uint32_t length) {
-  return cutter.makeBytes<AMFString>(AMF_VERSION_0, wire::readBytes(cursor, length), length);
+  return cutter.makeBytes<AMFString>(AMF_VERSION_0, big_endian::readBytes(cursor, length), length);
 }
 
 AMFDouble* Reader::amf0Number() {
   std::unique_ptr<AMFDouble> number(cutter.make<AMFDouble>(AMF_VERSION_0));
-  wire::readDouble(cursor, number->value);
+  big_endian::readDouble(cursor, number->value);
   return number.release();
 }
 
 AMFBool* Reader::amf0Bool() {
   std::unique_ptr<AMFBool> flag(cutter.make<AMFBool>(AMF_VERSION_0));
-  flag->value = wire::readU8(cursor) != 0;
+  flag->value = big_endian::readU8(cursor) != 0;
   return flag.release();
 }
 
 AMFDate* Reader::amf0Date() {
   std::unique_ptr<AMFDate> date(cutter.make<AMFDate>(AMF_VERSION_0));
-  wire::readDouble(cursor, date->value);
-  wire::skip(cursor, kZoneBytes);  // Kept: the time zone is skipped unread and lost.
+  big_endian::readDouble(cursor, date->value);
+  big_endian::skip(cursor, kZoneBytes);  // Kept: the time zone is skipped unread and lost.
   return date.release();
 }
 
 AMF2JSON_RARE AMFXML* Reader::amf0XML() {
-  const std::uint32_t length = wire::readU32(cursor);
-  auto xml = model::makeXML(AMF_VERSION_0, wire::readBytes(cursor, length), length);
+  const std::uint32_t length = big_endian::readU32(cursor);
+  auto xml = model::makeXML(AMF_VERSION_0, big_endian::readBytes(cursor, length), length);
   if (!xml) throw AMFException(reader_texts::kAMF0XMLString);  // Unreachable.
   xml->document = 1;
   return xml.release();
@@ -50,7 +52,7 @@ AMF2JSON_RARE AMFXML* Reader::amf0XML() {
 
 AMFNode* Reader::amf0ByReference() {
   const Nodes& table = protocol.amf0References;
-  const std::uint16_t index = wire::readU16(cursor);
+  const std::uint16_t index = big_endian::readU16(cursor);
   if (index >= table.size()) throw AMFException(reader_texts::kAMF0ReferenceIndex);
   if (!table[index]) throw AMFException(reader_texts::kAMF0ReferenceNull);
   AMFNode* const copy = table[index]->clone();
@@ -63,8 +65,8 @@ AMF2JSON_HOT AMFNode* Reader::nextAmf0Value() {
   switch (marker) {
     case AMFProtocol::AMF0_NUMBER: return amf0Number();
     case AMFProtocol::AMF0_BOOLEAN: return amf0Bool();
-    case AMFProtocol::AMF0_STRING: return amf0String(wire::readU16(cursor));
-    case AMFProtocol::AMF0_LONG_STRING: return amf0String(wire::readU32(cursor));
+    case AMFProtocol::AMF0_STRING: return amf0String(big_endian::readU16(cursor));
+    case AMFProtocol::AMF0_LONG_STRING: return amf0String(big_endian::readU32(cursor));
     case AMFProtocol::AMF0_OBJECT:
     case AMFProtocol::AMF0_TYPED_OBJECT: return amf0Object(marker);
     case AMFProtocol::AMF0_NULL: return cutter.make<AMFNull>(AMF_VERSION_0);
@@ -88,10 +90,10 @@ AMFNode* Reader::amf0Value() {
 }
 
 AMF2JSON_HOT AMFPair* Reader::nextAmf0Pair() {
-  const std::uint16_t length = wire::readU16(cursor);
-  const char* const name = wire::readBytes(cursor, length);
+  const std::uint16_t length = big_endian::readU16(cursor);
+  const char* const name = big_endian::readBytes(cursor, length);
   // Kept: whatever name an end mark carries is read and discarded.
-  if (wire::peekU8(cursor) == AMFProtocol::AMF0_OBJECT_END) {
+  if (big_endian::peekU8(cursor) == AMFProtocol::AMF0_OBJECT_END) {
     ++cursor;
     return nullptr;
   }
@@ -113,7 +115,7 @@ AMFObject* Reader::amf0Object(AMFProtocol::AMF0Markers marker) {
   auto object = model::Adopt::object(cutter, AMF_VERSION_0);
   // Kept: any other marker than that of a typed object reads an anonymous object.
   const bool isTyped = marker == AMFProtocol::AMF0_TYPED_OBJECT;
-  object->className = amf0String(isTyped ? wire::readU16(cursor) : 0);
+  object->className = amf0String(isTyped ? big_endian::readU16(cursor) : 0);
   if (!object->className) throw AMFException(reader_texts::kAMF0ClassName);  // Unreachable.
   Children members(*object, pending, lists);
   while (auto pair = std::unique_ptr<AMFPair>(nextAmf0Pair())) members.add(std::move(pair));
@@ -127,7 +129,7 @@ AMFArray* Reader::amf0Array(AMFProtocol::AMF0Markers marker) {
   std::unique_ptr<AMFArray> array(cutter.make<AMFArray>(AMF_VERSION_0));
   // Kept: the count is read before the marker is looked at. It is believed, but nothing is reserved
   // for it.
-  std::uint32_t left = wire::readU32(cursor);
+  std::uint32_t left = big_endian::readU32(cursor);
   Children elements(*array, pending, lists);
   if (marker == AMFProtocol::AMF0_STRICT_ARRAY) {
     array->strict = 1;
@@ -153,4 +155,4 @@ AMFArray* Reader::amf0Array(AMFProtocol::AMF0Markers marker) {
   return array.release();
 }
 
-}  // namespace codec
+}  // namespace amf2json::codec

@@ -6,6 +6,8 @@
 #include "codec/writer.h"
 #include "model/attach.h"
 
+using namespace amf2json;
+
 namespace {
 
 constexpr std::uint32_t kShortStringMax = 65535;
@@ -19,7 +21,7 @@ const AMFPair* asPair(const AMFNode* child) {
 
 }  // namespace
 
-namespace codec {
+namespace amf2json::codec {
 
 void Writer::refuse(char* pen, const char* text) {
   chunks.close(pen);
@@ -229,4 +231,4 @@ char* Writer::writeAMF0Reference(char* pen, std::uint32_t index) {
   return pen;
 }
 
-}  // namespace codec
+}  // namespace amf2json::codec

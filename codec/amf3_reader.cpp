@@ -6,10 +6,12 @@
 #include <cstring>
 
 #include "AMF2JSON.h"
+#include "codec/big_endian.h"
 #include "codec/reader.h"
 #include "codec/reader_texts.h"
-#include "codec/wire.h"
 #include "model/adopt.h"
+
+using namespace amf2json;
 
 namespace {
 
@@ -64,10 +66,10 @@ void checkSealed(const AMFObject& entry) {
 
 }  // namespace
 
-namespace codec {
+namespace amf2json::codec {
 
 AMFString* Reader::amf3String() {
-  const std::uint32_t header = wire::readU29(cursor);
+  const std::uint32_t header = big_endian::readU29(cursor);
   if ((header & kInline) == 0) {
     const std::uint32_t index = header >> 1;
     const AMFNode& entry = entryAt(protocol.amf3StringReferences, index, AMFNode::AMF_STRING,
@@ -79,13 +81,13 @@ AMFString* Reader::amf3String() {
   }
   const std::uint32_t length = header >> 1;
   std::unique_ptr<AMFString> text(
-      cutter.makeBytes<AMFString>(AMF_VERSION_3, wire::readBytes(cursor, length), length));
+      cutter.makeBytes<AMFString>(AMF_VERSION_3, big_endian::readBytes(cursor, length), length));
   if (length > 0) note(protocol.amf3StringReferences, text.get());
   return text.release();
 }
 
 AMF2JSON_RARE AMFXML* Reader::amf3XML(AMFProtocol::AMF3Markers marker) {
-  const std::uint32_t header = wire::readU29(cursor);
+  const std::uint32_t header = big_endian::readU29(cursor);
   if ((header & kInline) == 0) {
     const std::uint32_t index = header >> 1;
     return copyEntry<AMFXML>(entryAt(protocol.amf3ObjectReferences, index, AMFNode::AMF_XML,
@@ -93,14 +95,14 @@ AMF2JSON_RARE AMFXML* Reader::amf3XML(AMFProtocol::AMF3Markers marker) {
                              index);
   }
   const std::uint32_t length = header >> 1;
-  auto xml = model::makeXML(AMF_VERSION_3, wire::readBytes(cursor, length), length);
+  auto xml = model::makeXML(AMF_VERSION_3, big_endian::readBytes(cursor, length), length);
   xml->document = marker == AMFProtocol::AMF3_XML_DOC ? 1 : 0;
   note(protocol.amf3ObjectReferences, xml.get());
   return xml.release();
 }
 
 AMFDate* Reader::amf3Date() {
-  const std::uint32_t header = wire::readU29(cursor);
+  const std::uint32_t header = big_endian::readU29(cursor);
   if ((header & kInline) == 0) {
     const std::uint32_t index = header >> 1;
     return copyEntry<AMFDate>(entryAt(protocol.amf3ObjectReferences, index, AMFNode::AMF_DATE,
@@ -109,13 +111,13 @@ AMFDate* Reader::amf3Date() {
   }
   std::unique_ptr<AMFDate> date(
       cutter.make<AMFDate>(AMF_VERSION_3));  // the other bits of the U29 mean nothing
-  wire::readDouble(cursor, date->value);
+  big_endian::readDouble(cursor, date->value);
   note(protocol.amf3ObjectReferences, date.get());
   return date.release();
 }
 
 AMFRaw* Reader::amf3ByteArray() {
-  const std::uint32_t header = wire::readU29(cursor);
+  const std::uint32_t header = big_endian::readU29(cursor);
   if ((header & kInline) == 0) {
     const std::uint32_t index = header >> 1;
     return copyEntry<AMFRaw>(
@@ -124,7 +126,7 @@ AMFRaw* Reader::amf3ByteArray() {
         index);
   }
   const std::uint32_t length = header >> 1;
-  auto raw = model::makeRaw(AMF_VERSION_3, wire::readBytes(cursor, length), length);
+  auto raw = model::makeRaw(AMF_VERSION_3, big_endian::readBytes(cursor, length), length);
   note(protocol.amf3ObjectReferences, raw.get());
   return raw.release();
 }
@@ -154,7 +156,7 @@ AMFNode* Reader::amf3Value() {
 }
 
 AMF2JSON_HOT AMFPair* Reader::nextAmf3Pair() {
-  if (wire::peekU8(cursor) == kEmptyString) {
+  if (big_endian::peekU8(cursor) == kEmptyString) {
     ++cursor;
     return nullptr;
   }
@@ -172,7 +174,7 @@ AMFPair* Reader::amf3Pair() {
 }
 
 AMFArray* Reader::amf3Array() {
-  const std::uint32_t header = wire::readU29(cursor);
+  const std::uint32_t header = big_endian::readU29(cursor);
   if ((header & kInline) == 0) {
     const std::uint32_t index = header >> 1;
     const AMFNode& entry = entryAt(protocol.amf3ObjectReferences, index, AMFNode::AMF_ARRAY,
@@ -196,7 +198,7 @@ AMFArray* Reader::amf3Array() {
 }
 
 AMFObject* Reader::amf3Object() {
-  const std::uint32_t header = wire::readU29(cursor);
+  const std::uint32_t header = big_endian::readU29(cursor);
   if ((header & kInline) == 0) {
     const std::uint32_t index = header >> 1;
     const AMFNode& entry = entryAt(protocol.amf3ObjectReferences, index, AMFNode::AMF_OBJECT,
@@ -297,4 +299,4 @@ AMF2JSON_APART void Reader::readExternalized(AMFObject& object) {
   member.attach();
 }
 
-}  // namespace codec
+}  // namespace amf2json::codec

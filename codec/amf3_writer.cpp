@@ -6,6 +6,8 @@
 #include "AMF2JSON.h"
 #include "codec/writer.h"
 
+using namespace amf2json;
+
 namespace {
 
 // The U29 in front of a value; computed in 32 bits.
@@ -37,7 +39,7 @@ bool isReference(const AMFNode* node) {
 
 }  // namespace
 
-namespace codec {
+namespace amf2json::codec {
 
 // A child of an object that is not a pair counts as missing.
 const AMFPair* Writer::memberAt(char* pen, const AMFObject* object, std::uint32_t index,
@@ -210,4 +212,4 @@ char* Writer::writeExternalized(char* pen, const AMFObject* object) {
                     object->version);
 }
 
-}  // namespace codec
+}  // namespace amf2json::codec

@@ -5,6 +5,8 @@
 // the packet is joined from. Tested by tests/output_chunks_test.cpp.
 #include "codec/output_chunks.h"
 
+using namespace amf2json;
+
 namespace {
 
 // What is kept for the next packet when the pieces are released.

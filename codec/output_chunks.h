@@ -9,9 +9,9 @@
 #include <cstring>
 
 #include "AMF2JSON.h"
-#include "codec/wire.h"
+#include "codec/big_endian.h"
 
-namespace piece {
+namespace amf2json::piece {
 
 // A block holds the bytes of pieces, and as many bytes for their lengths: the length of a piece
 // stands kBlockBytes behind its first byte, in one byte, or as 0 and two bytes. A piece that needs
@@ -27,9 +27,10 @@ inline char* end(char* pen, std::uint8_t length) {
 // The length of the piece that begins at `first`.
 inline std::uint32_t lengthAt(const char* first) {
   const char* const entry = first + kBlockBytes;
-  const std::uint32_t length = wire::byteAt(entry);
-  return length != 0 ? length
-                     : std::uint32_t{wire::byteAt(entry + 1)} << 8 | wire::byteAt(entry + 2);
+  const std::uint32_t length = big_endian::byteAt(entry);
+  return length != 0
+             ? length
+             : std::uint32_t{big_endian::byteAt(entry + 1)} << 8 | big_endian::byteAt(entry + 2);
 }
 
 inline char* u8(char* pen, std::uint32_t value) {
@@ -38,17 +39,17 @@ inline char* u8(char* pen, std::uint32_t value) {
 }
 
 inline char* u16(char* pen, std::uint32_t value) {
-  wire::storeU16(pen, value);
+  big_endian::storeU16(pen, value);
   return end(pen, 2);
 }
 
 inline char* u32(char* pen, std::uint32_t value) {
-  wire::storeU32(pen, value);
+  big_endian::storeU32(pen, value);
   return end(pen, 4);
 }
 
 inline char* number(char* pen, const double& value) {
-  wire::storeDouble(pen, value);
+  big_endian::storeDouble(pen, value);
   return end(pen, 8);
 }
 
@@ -91,11 +92,11 @@ inline bool isSmall(const AMFRaw* node) {
 inline char* bytes(char* pen, const AMFRaw* node) {
   std::memcpy(pen, node->data, node->length);
   if (node->length <= 0xFF) return end(pen, static_cast<std::uint8_t>(node->length));
-  wire::storeU16(pen + kBlockBytes + 1, node->length);
+  big_endian::storeU16(pen + kBlockBytes + 1, node->length);
   return end(pen, 0) + node->length;
 }
 
-}  // namespace piece
+}  // namespace amf2json::piece
 
 inline char* AMFOutputChunks::pen() const noexcept {
   return next;

@@ -6,10 +6,12 @@
 #include <utility>
 
 #include "AMF2JSON.h"
+#include "codec/big_endian.h"
 #include "codec/reader.h"
-#include "codec/wire.h"
 #include "model/adopt.h"
 #include "model/node_pool.h"
+
+using namespace amf2json;
 
 namespace {
 
@@ -27,7 +29,7 @@ AMFPackage* AMFProtocol::parse(const char* packet) {
   if (!packet) return nullptr;
   readCursor = packet;
   blankTexts();
-  const std::uint16_t version = wire::readU16(readCursor);
+  const std::uint16_t version = big_endian::readU16(readCursor);
   const model::ChunksStay chunksStay;
   std::unique_ptr<AMFPackage> last(std::exchange(package, nullptr));
   if (!lists && model::isPoolOn()) lists = std::make_unique<model::ChildLists>();
@@ -37,12 +39,12 @@ AMFPackage* AMFProtocol::parse(const char* packet) {
   package = new AMFPackage(AMF_VERSION_0);
   package->version = static_cast<AMFVersion>(version);  // any number is kept
   // The package is in place before the first header: after an error it holds what was completed.
-  for (unsigned left = wire::readU16(readCursor); left > 0; --left) {
+  for (unsigned left = big_endian::readU16(readCursor); left > 0; --left) {
     std::unique_ptr<AMFHeader> header(getHeader());
     package->appendHeader(header.get(), false);
     static_cast<void>(header.release());
   }
-  for (unsigned left = wire::readU16(readCursor); left > 0; --left) {
+  for (unsigned left = big_endian::readU16(readCursor); left > 0; --left) {
     std::unique_ptr<AMFMessage> message(getMessage());
     package->appendMessage(message.get(), false);
     static_cast<void>(message.release());
@@ -59,13 +61,13 @@ AMFMessage* AMFProtocol::getMessage() {
   return codec::Reader(*this).message();
 }
 
-namespace codec {
+namespace amf2json::codec {
 
 AMFHeader* Reader::header() {
   auto header = model::Adopt::header(cutter);
-  header->name = amf0String(wire::readU16(cursor));
-  header->mustUnderstand = wire::readU8(cursor) != 0;
-  header->length = wire::readU32(cursor);  // Kept: never used to bound or check the value.
+  header->name = amf0String(big_endian::readU16(cursor));
+  header->mustUnderstand = big_endian::readU8(cursor) != 0;
+  header->length = big_endian::readU32(cursor);  // Kept: never used to bound or check the value.
   header->value = amf0Value();
   // Kept: an end mark leaves the default value in place.
   if (!header->value) header->value = cutter.make<AMFUndefined>(AMF_VERSION_0);
@@ -74,15 +76,15 @@ AMFHeader* Reader::header() {
 
 AMFMessage* Reader::message() {
   auto message = model::Adopt::message(cutter);
-  message->targetUri = amf0String(wire::readU16(cursor));
-  message->responseUri = amf0String(wire::readU16(cursor));
-  message->length = wire::readU32(cursor);
+  message->targetUri = amf0String(big_endian::readU16(cursor));
+  message->responseUri = amf0String(big_endian::readU16(cursor));
+  message->length = big_endian::readU32(cursor);
   message->value = amf0Value();
   if (!message->value) message->value = cutter.make<AMFUndefined>(AMF_VERSION_0);
   return message.release();
 }
 
-}  // namespace codec
+}  // namespace amf2json::codec
 
 // References never reach across headers or messages. The capacity stays.
 void AMFProtocol::clearReferences() noexcept {

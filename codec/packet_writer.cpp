@@ -10,7 +10,9 @@
 #include "codec/writer.h"
 #include "model/attach.h"
 
-namespace codec {
+using namespace amf2json;
+
+namespace amf2json::codec {
 
 char* Writer::writePackage(char* pen, const AMFPackage* source) {
   pen = withRoom(pen, 4);
@@ -52,7 +54,7 @@ char* Writer::writeMessage(char* pen, const AMFMessage* message) {
   return writeValue(pen, message->value, message->version);
 }
 
-}  // namespace codec
+}  // namespace amf2json::codec
 
 using codec::Writer;
 

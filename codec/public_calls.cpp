@@ -4,10 +4,12 @@
 // files of the reader and of the writer, which take the shorter way among themselves. Small rather
 // than fast (CMakeLists.txt). Tested by the tests of those files.
 #include "AMF2JSON.h"
+#include "codec/big_endian.h"
 #include "codec/reader.h"
 #include "codec/reader_texts.h"
-#include "codec/wire.h"
 #include "codec/writer.h"
+
+using namespace amf2json;
 
 using codec::Reader;
 using codec::readMarker;
@@ -24,8 +26,8 @@ AMFNode* AMFProtocol::getAMF0Value() {
 
 AMFString* AMFProtocol::getAMF0String(AMF0Markers marker) {
   if (marker == AMF0_UNDEFINED) marker = getAMF0Marker();
-  if (marker == AMF0_STRING) return Reader(*this).amf0String(wire::readU16(readCursor));
-  if (marker == AMF0_LONG_STRING) return Reader(*this).amf0String(wire::readU32(readCursor));
+  if (marker == AMF0_STRING) return Reader(*this).amf0String(big_endian::readU16(readCursor));
+  if (marker == AMF0_LONG_STRING) return Reader(*this).amf0String(big_endian::readU32(readCursor));
   throw AMFException(reader_texts::kAMF0StringMarker);
 }
 
@@ -58,7 +60,7 @@ AMFArray* AMFProtocol::getAMF0Array(AMF0Markers marker) {
 }
 
 std::uint32_t AMFProtocol::getVLUnsignedInt() {
-  return wire::readU29(readCursor);
+  return big_endian::readU29(readCursor);
 }
 AMFProtocol::AMF3Markers AMFProtocol::getAMF3Marker() {
   return readMarker<AMF3Markers>(readCursor);

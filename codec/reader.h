@@ -11,17 +11,17 @@
 #include <vector>
 
 #include "AMF2JSON.h"
-#include "codec/wire.h"
+#include "codec/big_endian.h"
 #include "model/drop.h"
 #include "model/node_pool.h"
 
-namespace codec {
+namespace amf2json::codec {
 
 using Nodes = std::vector<AMFNode*>;
 
 template <class Marker>
 Marker readMarker(const char*& cursor) {
-  const auto marker = static_cast<std::int8_t>(wire::readU8(cursor));
+  const auto marker = static_cast<std::int8_t>(big_endian::readU8(cursor));
   return static_cast<Marker>(std::int32_t{marker});  // widened with its sign
 }
 
@@ -92,13 +92,13 @@ AMF2JSON_HOT AMFBool* Reader::amf3Bool(bool value) {
 AMF2JSON_HOT AMFInt* Reader::amf3Integer() {
   std::unique_ptr<AMFInt> integer(cutter.make<AMFInt>(AMF_VERSION_3));
   integer->value =
-      wire::readU29(cursor);  // Kept: a negative number arrives as a large positive one.
+      big_endian::readU29(cursor);  // Kept: a negative number arrives as a large positive one.
   return integer.release();
 }
 
 AMF2JSON_HOT AMFDouble* Reader::amf3Double() {
   std::unique_ptr<AMFDouble> number(cutter.make<AMFDouble>(AMF_VERSION_3));
-  wire::readDouble(cursor, number->value);
+  big_endian::readDouble(cursor, number->value);
   return number.release();
 }
 
@@ -148,4 +148,4 @@ class Children {
   std::size_t start;
 };
 
-}  // namespace codec
+}  // namespace amf2json::codec

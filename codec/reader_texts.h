@@ -4,7 +4,7 @@
 // so that a host sees one text for one fault. Odd spellings are part of the interface.
 #pragma once
 
-namespace reader_texts {
+namespace amf2json::reader_texts {
 
 // AMF0
 inline constexpr char kUnknownAMF0Value[] = "getAMF0Value: unknown value type";
@@ -54,4 +54,4 @@ inline constexpr char kAMF3Externalizable[] =
     "getAMF3Object(): unsupported externalizable class type";
 inline constexpr char kAMF3MemberValue[] = "getAMF3Object(): lack of objects property value";
 
-}  // namespace reader_texts
+}  // namespace amf2json::reader_texts

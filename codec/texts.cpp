@@ -16,6 +16,8 @@
 #include "AMF2JSON.h"
 #include "model/node_pool.h"
 
+using namespace amf2json;
+
 namespace {
 
 // The texts get this much room ahead of any rendering.

@@ -13,7 +13,7 @@
 
 #include "codec/output_chunks.h"
 
-namespace codec {
+namespace amf2json::codec {
 
 class Writer {
  public:
@@ -87,4 +87,4 @@ class Writer {
   char* blockEnd;  // of its current block
 };
 
-}  // namespace codec
+}  // namespace amf2json::codec

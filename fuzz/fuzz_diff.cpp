@@ -6,9 +6,11 @@
 #include <AMF2JSON.h>
 #include <AMFGuard.h>
 
-#include "codec/wire.h"
+#include "codec/big_endian.h"
 #include "fuzz/input.h"
 #include "support/tree_census.h"
+
+using namespace amf2json;
 
 namespace {
 
@@ -25,13 +27,13 @@ struct Read {
 };
 
 Read read(AMFProtocol& protocol, const fuzz::Exact& packet) {
-  wire::inputEnd = packet.end();
+  big_endian::inputEnd = packet.end();
   try {
     protocol.parse(packet.data());
     return {};
   } catch (const AMFException& refusal) {
     return {Status::malformed, refusal.message, 0};
-  } catch (const wire::EndOfInput& end) {
+  } catch (const big_endian::EndOfInput& end) {
     return {Status::truncated, nullptr, end.missing};
   }
 }

@@ -7,7 +7,7 @@
 #include "codec/reader_texts.h"
 #include "guard/walker.h"
 
-namespace guard {
+namespace amf2json::guard {
 
 /// The AMF0 markers, as they stand on the wire.
 enum Marker0 : std::uint32_t {
@@ -147,4 +147,4 @@ bool Walker<Sink>::close0(const Frame& frame, const Cost& cost) {
   return true;
 }
 
-}  // namespace guard
+}  // namespace amf2json::guard

@@ -9,7 +9,7 @@
 #include "codec/reader_texts.h"
 #include "guard/walker.h"
 
-namespace guard {
+namespace amf2json::guard {
 
 /// The AMF3 markers, as they stand on the wire.
 enum Marker3 : std::uint32_t {
@@ -334,4 +334,4 @@ bool Walker<Sink>::close3(const Frame& frame, const Cost& cost) {
   return true;
 }
 
-}  // namespace guard
+}  // namespace amf2json::guard

@@ -9,7 +9,7 @@
 
 #include "AMF2JSON.h"
 
-namespace guard {
+namespace amf2json::guard {
 
 /// Sums from here on are "too many to tell": they stay here, and so does every difference made from
 /// them. What a packet itself can add to a sum, byte by byte, is far too little to wrap one that
@@ -102,4 +102,4 @@ constexpr std::uint64_t rawBytes(std::uint32_t length) {
 /// A member as the child of something, its name and value apart.
 constexpr std::uint64_t kMember = kPair + kSlot;
 
-}  // namespace guard
+}  // namespace amf2json::guard

@@ -16,6 +16,8 @@
 #include "AMFGuard.h"
 #include "model/eight_bytes.h"
 
+using namespace amf2json;
+
 namespace {
 
 using Byte = unsigned char;

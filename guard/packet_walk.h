@@ -7,7 +7,7 @@
 #include "guard/amf0_walk.h"
 #include "guard/walker.h"
 
-namespace guard {
+namespace amf2json::guard {
 
 template <class Sink>
 AMFVerifyResult Walker<Sink>::run() {
@@ -296,4 +296,4 @@ AMFVerifyResult walk(const void* packet, std::size_t size, const AMFVerifyLimits
   return result;
 }
 
-}  // namespace guard
+}  // namespace amf2json::guard

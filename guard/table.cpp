@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace guard {
+namespace amf2json::guard {
 
 bool Segments::add(std::size_t bytes, std::size_t most) {
   if (count == room && !grow(most)) return false;
@@ -25,4 +25,4 @@ bool Segments::grow(std::size_t most) {
   return true;
 }
 
-}  // namespace guard
+}  // namespace amf2json::guard

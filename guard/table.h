@@ -11,7 +11,7 @@
 #include <new>
 #include <type_traits>
 
-namespace guard {
+namespace amf2json::guard {
 
 /// Equal segments of memory, which stay where they are. One for entries of any kind: growing is
 /// rare.
@@ -81,4 +81,4 @@ class Table {
   Entry first[kSegment];
 };
 
-}  // namespace guard
+}  // namespace amf2json::guard

@@ -10,6 +10,8 @@
 #include "guard/amf3_walk.h"
 #include "guard/packet_walk.h"
 
+using namespace amf2json;
+
 AMFVerifyLimits AMFVerifyLimits::unlimited() noexcept {
   AMFVerifyLimits limits;
   limits.maxPacketBytes = std::numeric_limits<std::size_t>::max();

@@ -7,6 +7,8 @@
 #include "guard/amf3_walk.h"
 #include "guard/packet_walk.h"
 
+using namespace amf2json;
+
 namespace {
 
 struct VisitorSink {

@@ -15,7 +15,7 @@
 #include "guard/charge.h"
 #include "guard/table.h"
 
-namespace guard {
+namespace amf2json::guard {
 
 using Byte = unsigned char;
 
@@ -214,4 +214,4 @@ class Walker {
   Table<TraitsEntry> traits;
 };
 
-}  // namespace guard
+}  // namespace amf2json::guard

@@ -79,17 +79,19 @@ struct AMF2JSON_API AMFException {
 enum AMFVersion : std::uint32_t { AMF_VERSION_0 = 0, AMF_VERSION_3 = 3 };
 
 class AMFString;
+namespace amf2json {  // what is internal
 namespace model {
-struct Adopt;      // internal
-class ChildLists;  // internal
+struct Adopt;
+class ChildLists;
 }  // namespace model
 namespace codec {
-class Reader;  // internal
-class Writer;  // internal
+class Reader;
+class Writer;
 }  // namespace codec
 namespace render {
-class Writer;  // internal
+class Writer;
 }
+}  // namespace amf2json
 
 /// Abstract root of all nodes: a kind, a version, and an owned, ordered list of children.
 ///
@@ -330,7 +332,7 @@ class AMF2JSON_API AMFPair : public AMFNode {
   AMFNode* value;   ///< owned
 
  protected:
-  friend struct model::Adopt;
+  friend struct amf2json::model::Adopt;
   /// Adopts both.
   AMFPair(AMFVersion nodeVersion, AMFType kind, AMFString* ownName, AMFNode* ownValue) noexcept;
 };
@@ -360,7 +362,7 @@ class AMF2JSON_API AMFObject : public AMFNode {
   AMFString* className;  ///< owned; empty for an anonymous object
 
  private:
-  friend struct model::Adopt;
+  friend struct amf2json::model::Adopt;
   AMFObject(AMFVersion nodeVersion, AMFString* ownName) noexcept;
 };
 
@@ -378,7 +380,7 @@ class AMF2JSON_API AMFHeader : public AMFPair {
   std::uint32_t length = 0xFFFFFFFFu;
 
  private:
-  friend struct model::Adopt;
+  friend struct amf2json::model::Adopt;
   AMFHeader(AMFString* ownName, AMFNode* ownValue) noexcept;
 };
 
@@ -403,7 +405,7 @@ class AMF2JSON_API AMFMessage : public AMFNode {
   AMFNode* value;                      ///< owned
 
  private:
-  friend struct model::Adopt;
+  friend struct amf2json::model::Adopt;
   AMFMessage(AMFString* ownTarget, AMFString* ownResponse, AMFNode* ownValue) noexcept;
 };
 
@@ -485,7 +487,7 @@ class AMF2JSON_API AMFOutputChunks {
 
  private:
   friend class AMFProtocol;
-  friend class codec::Writer;
+  friend class amf2json::codec::Writer;
 
   // Pieces that follow one another in memory.
   struct Run {
@@ -922,11 +924,12 @@ class AMF2JSON_API AMFProtocol {
 
   AMF2JSON_LOCAL void joinChunks();
 
-  friend class codec::Reader;
-  friend class render::Writer;
+  friend class amf2json::codec::Reader;
+  friend class amf2json::render::Writer;
   AMF2JSON_LOCAL void renderPackage(bool pretty, bool bareRoot, std::size_t hidden = 0);
 
-  std::unique_ptr<model::ChildLists> lists;  // storage of the last package's child lists, for parse
+  std::unique_ptr<amf2json::model::ChildLists>
+      lists;                      // storage of the last package's child lists, for parse
   std::vector<AMFNode*> pending;  // owned: what the containers being read will get as children
 
   // The script path: all segments joined, and where each begins.

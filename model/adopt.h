@@ -9,7 +9,7 @@
 #include "AMF2JSON.h"
 #include "model/node_pool.h"
 
-namespace model {
+namespace amf2json::model {
 
 struct Adopt {
   static std::unique_ptr<AMFPair> pair(Cutter& cutter, AMFVersion version) {
@@ -29,4 +29,4 @@ struct Adopt {
   }
 };
 
-}  // namespace model
+}  // namespace amf2json::model

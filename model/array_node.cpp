@@ -4,6 +4,8 @@
 #include "AMF2JSON.h"
 #include "model/attach.h"
 
+using namespace amf2json;
+
 AMFArray::AMFArray(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_ARRAY, nodeVersion, nodeParent) {}
 AMFArray::AMFArray(const AMFArray& source) = default;

@@ -10,7 +10,7 @@
 #include "AMF2JSON.h"
 #include "model/node_pool.h"
 
-namespace model {
+namespace amf2json::model {
 
 // The value kinds are 0 to 9 and 11, the structural ones 10 and 12 to 14.
 // Kept: a code above 14 is not refused, the test is a mask over the known kinds.
@@ -52,4 +52,4 @@ void replace(Node*& held, Node* node, bool copy) {
   held = taken;
 }
 
-}  // namespace model
+}  // namespace amf2json::model

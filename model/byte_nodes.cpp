@@ -6,6 +6,8 @@
 #include "AMF2JSON.h"
 #include "model/node_pool.h"
 
+using namespace amf2json;
+
 AMFRaw::AMFRaw(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFRaw(AMF_RAW, nodeVersion, nodeParent) {}
 AMFRaw::AMFRaw(AMFType kind, AMFVersion nodeVersion, AMFNode* nodeParent)

@@ -13,7 +13,7 @@
 
 #include "AMF2JSON.h"
 
-namespace model {
+namespace amf2json::model {
 
 class ChildLists {
  public:
@@ -61,4 +61,4 @@ class ChildLists {
   std::size_t asked = 0;
 };
 
-}  // namespace model
+}  // namespace amf2json::model

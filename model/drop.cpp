@@ -3,7 +3,7 @@
 // The end of trees. Tested by tests/ownership_test.cpp and tests/node_pool_test.cpp.
 #include "model/drop.h"
 
-namespace model {
+namespace amf2json::model {
 
 namespace {
 
@@ -128,4 +128,4 @@ AMF2JSON_APART void Dropper::dropChildren(AMFNode& node) noexcept {
   for (auto child = node.children.rbegin(); child != node.children.rend(); ++child) delete *child;
 }
 
-}  // namespace model
+}  // namespace amf2json::model

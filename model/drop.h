@@ -12,7 +12,7 @@
 #include "model/child_lists.h"
 #include "model/node_pool.h"
 
-namespace model {
+namespace amf2json::model {
 
 // No class derived from it. A no may be wrong where a class has several descriptions in a process.
 template <class Node>
@@ -53,4 +53,4 @@ class Dropper {
   std::int32_t count = 0;
 };
 
-}  // namespace model
+}  // namespace amf2json::model

@@ -5,6 +5,8 @@
 #include "model/attach.h"
 #include "model/drop.h"
 
+using namespace amf2json;
+
 AMFHeader::AMFHeader(AMFNode* nodeParent) : AMFPair(AMF_VERSION_0, nodeParent, AMF_HEADER) {}
 AMFHeader::AMFHeader(AMFString* ownName, AMFNode* ownValue) noexcept
     : AMFPair(AMF_VERSION_0, AMF_HEADER, ownName, ownValue) {}

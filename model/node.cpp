@@ -6,6 +6,8 @@
 #include "model/attach.h"
 #include "model/drop.h"
 
+using namespace amf2json;
+
 AMFNode::AMFNode(AMFType kind, AMFVersion nodeVersion, AMFNode* nodeParent)
     : parent(nodeParent), type(kind), version(nodeVersion) {}
 

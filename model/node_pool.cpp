@@ -17,6 +17,8 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
+using namespace amf2json;
+
 namespace {
 
 using model::Cutter;
@@ -346,7 +348,7 @@ void AMFNode::operator delete(void* node, std::align_val_t alignment,
   ::operator delete(node, alignment);
 }
 
-namespace model {
+namespace amf2json::model {
 
 void* Cutter::takeElsewhere(std::size_t size) {
   return AMFNode::operator new(size);
@@ -406,4 +408,4 @@ std::size_t chunksOfThisThread() noexcept {
   return heap.fullCount + heap.emptyCount + (heap.current ? 1 : 0);
 }
 
-}  // namespace model
+}  // namespace amf2json::model

@@ -51,7 +51,7 @@
 #include <sanitizer/asan_interface.h>
 #endif
 
-namespace model {
+namespace amf2json::model {
 
 constexpr std::size_t kChunkBytes = 65536;
 constexpr std::size_t kPieceAlignment = 8;
@@ -198,4 +198,4 @@ Node* Cutter::makeBytesElsewhere(AMFVersion version, const char* bytes, std::uin
   return node.release();
 }
 
-}  // namespace model
+}  // namespace amf2json::model

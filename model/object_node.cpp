@@ -5,6 +5,8 @@
 #include "model/attach.h"
 #include "model/drop.h"
 
+using namespace amf2json;
+
 AMFObject::AMFObject(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_OBJECT, nodeVersion, nodeParent), className(new AMFString(nodeVersion)) {}
 

@@ -5,6 +5,8 @@
 #include "model/attach.h"
 #include "model/drop.h"
 
+using namespace amf2json;
+
 AMFPair::AMFPair(AMFVersion nodeVersion, AMFNode* nodeParent, AMFType kind)
     : AMFNode(kind, nodeVersion, nodeParent) {
   auto emptyName = std::make_unique<AMFString>(nodeVersion);

@@ -19,7 +19,7 @@
 extern "C" __attribute__((weak)) void __lsan_do_leak_check();
 #endif
 
-namespace platform {
+namespace amf2json::platform {
 
 #ifdef _WIN32
 
@@ -103,4 +103,4 @@ bool runsUnderMemoryChecker() noexcept {
 
 #endif
 
-}  // namespace platform
+}  // namespace amf2json::platform

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <ctime>
 
-namespace platform {
+namespace amf2json::platform {
 
 // Reads the process's time zone anew.
 void readTimeZone();
@@ -22,4 +22,4 @@ void givePages(void* pages, std::size_t size) noexcept;
 // want to see every block by itself.
 bool runsUnderMemoryChecker() noexcept;
 
-}  // namespace platform
+}  // namespace amf2json::platform

@@ -7,7 +7,7 @@
 #include "render/number_text.h"
 #include "render/writer.h"
 
-namespace render {
+namespace amf2json::render {
 
 namespace {
 
@@ -87,4 +87,4 @@ void Writer::writeStatement(std::string_view name, std::string_view value, bool 
   endStatement();
 }
 
-}  // namespace render
+}  // namespace amf2json::render

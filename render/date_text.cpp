@@ -13,6 +13,8 @@
 
 #include "model/platform.h"
 
+using namespace amf2json;
+
 namespace {
 
 constexpr int kYearBase = 1900;
@@ -31,7 +33,7 @@ void putTwo(char* to, int value, char lead) {
 
 }  // namespace
 
-namespace render {
+namespace amf2json::render {
 
 char* putDate(char* to, double timeMs) {
   static constexpr char kDays[] = "SunMonTueWedThuFriSat";
@@ -57,4 +59,4 @@ char* putDate(char* to, double timeMs) {
   return std::to_chars(to + 20, to + kDateMax, kYearBase + local.tm_year).ptr;
 }
 
-}  // namespace render
+}  // namespace amf2json::render

@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-namespace render {
+namespace amf2json::render {
 
 // Holds every year that a calendar time can have.
 constexpr std::size_t kDateMax = 32;
@@ -15,4 +15,4 @@ constexpr std::size_t kDateMax = 32;
 // byte goes.
 char* putDate(char* to, double timeMs);
 
-}  // namespace render
+}  // namespace amf2json::render

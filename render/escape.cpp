@@ -13,6 +13,8 @@
 #include "AMF2JSON.h"
 #include "model/eight_bytes.h"
 
+using namespace amf2json;
+
 namespace {
 
 constexpr std::size_t kWord = sizeof(std::uint64_t);
@@ -125,7 +127,7 @@ void appendHexEscape(std::string& out, char byte) {
 
 }  // namespace
 
-namespace render {
+namespace amf2json::render {
 
 void appendJsonEscaped(TextOut& out, std::string_view text) {
   for (const char byte : text) {
@@ -155,7 +157,7 @@ void appendScriptEscaped(TextOut& out, std::string_view text) {
   out.moveTo(writeScriptEscaped(out, out.position(), text));
 }
 
-}  // namespace render
+}  // namespace amf2json::render
 
 std::string formatString(std::string& text, bool dropControl) {
   std::string out;

@@ -8,7 +8,7 @@
 
 #include "render/text_out.h"
 
-namespace render {
+namespace amf2json::render {
 
 // Member lines: a backslash before each of \ / BS FF LF CR TAB (the control bytes stay raw), three
 // before each quote.
@@ -21,4 +21,4 @@ char* escapeForScript(char* to, std::string_view text);  // makes no room: needs
 char* writeScriptEscaped(TextOut& out, char* to, std::string_view text);
 void appendScriptEscaped(TextOut& out, std::string_view text);
 
-}  // namespace render
+}  // namespace amf2json::render

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-namespace render {
+namespace amf2json::render {
 
 // Nodes mostly stand in the order in which they are rendered, and a large tree is not in the cache:
 // with each node, memory some nodes further on is asked for, as long as rendering takes to get
@@ -22,4 +22,4 @@ inline void fetchAhead(const void* node) {
 #endif
 }
 
-}  // namespace render
+}  // namespace amf2json::render

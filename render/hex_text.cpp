@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace render {
+namespace amf2json::render {
 
 namespace {
 
@@ -85,4 +85,4 @@ char* HexPieces::put(char* to, std::size_t count) {
   return std::min(to, stop);
 }
 
-}  // namespace render
+}  // namespace amf2json::render

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <string_view>
 
-namespace render {
+namespace amf2json::render {
 
 // Kept: each byte is widened with its sign, so 80 to FF give eight digits.
 constexpr std::size_t kHexPerByte = 8;
@@ -31,4 +31,4 @@ class HexPieces {
   std::size_t begunSize = 0;
 };
 
-}  // namespace render
+}  // namespace amf2json::render

@@ -3,7 +3,7 @@
 // The margin's beginnings and its growth. Tested by tests/render_brackets_test.cpp.
 #include "render/margin.h"
 
-namespace render {
+namespace amf2json::render {
 
 Margin::Margin(const std::string& newLine, const std::string& indent, const std::string& indentUnit)
     : lineEnd(newLine.size()),
@@ -25,4 +25,4 @@ void Margin::reserve(std::size_t size, std::size_t kept) {
   capacity = many.size();
 }
 
-}  // namespace render
+}  // namespace amf2json::render

@@ -10,7 +10,7 @@
 
 #include "render/text_out.h"
 
-namespace render {
+namespace amf2json::render {
 
 class Margin {
  public:
@@ -67,4 +67,4 @@ class Margin {
   char evenCharacter;
 };
 
-}  // namespace render
+}  // namespace amf2json::render

@@ -5,7 +5,7 @@
 #include "AMF2JSON.h"
 #include "render/writer.h"
 
-namespace render {
+namespace amf2json::render {
 
 // A member that has a step of its own in the script path.
 char* Writer::writeScripted(char* to, std::string_view name, const AMFNode* node,
@@ -44,4 +44,4 @@ char* Writer::writeElements(char* to, std::string_view name, const AMFNode* node
   return to;
 }
 
-}  // namespace render
+}  // namespace amf2json::render

@@ -8,7 +8,9 @@
 #include "render/type_line.h"
 #include "render/writer.h"
 
-namespace render {
+using namespace amf2json;
+
+namespace amf2json::render {
 
 namespace {
 
@@ -158,4 +160,4 @@ char* Writer::writeMessage(char* to, const AMFMessage* message) {
   return writeChild(to, kValue, message->value, message->version, false);
 }
 
-}  // namespace render
+}  // namespace amf2json::render

@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <cstring>
 
-namespace render {
+namespace amf2json::render {
 
 namespace {
 
@@ -106,4 +106,4 @@ char* putDouble(char* to, double value) {
   return putFour(putPair(to + 1, millionths / 10000), millionths % 10000);
 }
 
-}  // namespace render
+}  // namespace amf2json::render

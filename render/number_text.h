@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace render {
+namespace amf2json::render {
 
 // The longest text of a double: a sign, 309 digits, a point and six decimals.
 constexpr std::size_t kDoubleMax = 328;
@@ -18,4 +18,4 @@ char* putDouble(char* to, double value);
 // Unsigned decimal.
 char* putInteger(char* to, std::uint32_t value);
 
-}  // namespace render
+}  // namespace amf2json::render

@@ -6,6 +6,8 @@
 #include "AMF2JSON.h"
 #include "render/writer.h"
 
+using namespace amf2json;
+
 void AMFProtocol::openBrackets(char open, char close) {
   render::Writer writer(*this);
   writer.run([&](char* to) { return writer.openBrackets(to, open, close); });

@@ -22,7 +22,7 @@ void AMFProtocol::CreatePrefix() {
   if (!noRootPrefix) scriptPath = "amf";
 }
 
-namespace render {
+namespace amf2json::render {
 
 void Writer::pushSegment(AMFProtocol& p, std::string_view name) {
   p.scriptPathStarts.push_back(p.scriptPath.size());
@@ -54,4 +54,4 @@ void Writer::pushElement(std::string_view name, std::uint32_t index) {
   if (p.scriptPath.size() - start > kSegmentNameMax) p.scriptPath.resize(start + kSegmentNameMax);
 }
 
-}  // namespace render
+}  // namespace amf2json::render

@@ -11,7 +11,7 @@
 #include "render/type_line.h"
 #include "render/writer.h"
 
-namespace render {
+namespace amf2json::render {
 
 namespace {
 
@@ -142,4 +142,4 @@ char* Writer::putBare(char* to, const AMFNode* node) {
   return putScalar(to, node);
 }
 
-}  // namespace render
+}  // namespace amf2json::render

@@ -9,7 +9,7 @@
 #include "render/number_text.h"
 #include "render/writer.h"
 
-namespace render {
+namespace amf2json::render {
 
 namespace {
 
@@ -133,4 +133,4 @@ AMF2JSON_APART char* Writer::writeTemporaryName(char* to) {
   return put(json.room(to, lineRoom()), std::string_view(name));
 }
 
-}  // namespace render
+}  // namespace amf2json::render

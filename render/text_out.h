@@ -12,7 +12,7 @@
 
 #include "model/hot.h"
 
-namespace render {
+namespace amf2json::render {
 
 // A step of the rendering takes the place where the next byte goes and returns the place behind
 // what it wrote: the place stays in a register that way, where a member would be loaded and stored
@@ -95,4 +95,4 @@ class TextOut {
   char* end = nullptr;
 };
 
-}  // namespace render
+}  // namespace amf2json::render

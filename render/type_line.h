@@ -7,7 +7,7 @@
 
 #include "AMF2JSON.h"
 
-namespace render {
+namespace amf2json::render {
 
 // In a fixed stretch that is copied whole.
 struct TypeLine {
@@ -37,4 +37,4 @@ inline char* putTypeLine(char* to, AMFNode::AMFType kind) {
   return to + kTypeLines[kind].size;
 }
 
-}  // namespace render
+}  // namespace amf2json::render

@@ -13,7 +13,9 @@
 #include "render/number_text.h"
 #include "render/writer.h"
 
-namespace render {
+using namespace amf2json;
+
+namespace amf2json::render {
 
 namespace {
 
@@ -136,4 +138,4 @@ char* Writer::putScalar(char* to, const AMFNode* node) {
   }
 }
 
-}  // namespace render
+}  // namespace amf2json::render

@@ -4,6 +4,8 @@
 #include "AMF2JSON.h"
 #include "render/writer.h"
 
+using namespace amf2json;
+
 namespace {
 
 constexpr std::string_view kAssignment = "\n amf = ";

@@ -18,7 +18,7 @@
 #include "render/number_text.h"
 #include "render/text_out.h"
 
-namespace render {
+namespace amf2json::render {
 
 // A member's name that is known at compile time, as it stands in its line: "name" :
 // In a fixed stretch that is copied whole.
@@ -314,4 +314,4 @@ inline bool switchesVersion(const AMFNode* node, AMFVersion parentVersion) {
   return node->version == AMF_VERSION_3 && parentVersion == AMF_VERSION_0;
 }
 
-}  // namespace render
+}  // namespace amf2json::render

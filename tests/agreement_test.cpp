@@ -8,18 +8,20 @@
 
 #include <string>
 
-#include "codec/wire.h"
+#include "codec/big_endian.h"
 #include "support/counted_heap.h"
 #include "support/guard_agreement.h"
 #include "support/guard_generator.h"
 #include "support/hex.h"
+
+using namespace amf2json;
 
 namespace {
 
 // The other tests read without an end.
 class Agreement : public testing::Test {
  protected:
-  ~Agreement() override { wire::inputEnd = nullptr; }
+  ~Agreement() override { big_endian::inputEnd = nullptr; }
 };
 
 void agreeOnAll(AMFProtocol& protocol, support::Counts& counts) {

@@ -18,6 +18,8 @@
 #include "support/guard_generator.h"
 #include "support/guard_packets.h"
 
+using namespace amf2json;
+
 using namespace support;
 using Status = AMFVerifyStatus;
 

@@ -13,7 +13,7 @@
 #include "support/guard_packets.h"
 
 using namespace support;
-using namespace reader_texts;
+using namespace amf2json::reader_texts;
 using Status = AMFVerifyStatus;
 
 namespace {

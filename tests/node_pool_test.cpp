@@ -26,6 +26,8 @@
 #include <sanitizer/asan_interface.h>
 #endif
 
+using namespace amf2json;
+
 namespace {
 
 constexpr std::size_t kChunkBytes = 65536;

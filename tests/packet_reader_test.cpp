@@ -18,6 +18,8 @@
 #include "support/refusal.h"
 #include "support/witness.h"
 
+using namespace amf2json;
+
 namespace {
 
 using support::dump;

@@ -17,6 +17,8 @@
 #include "model/node_pool.h"
 #include "support/process.h"
 
+using namespace amf2json;
+
 namespace {
 
 using Nodes = std::vector<std::unique_ptr<AMFNode>>;

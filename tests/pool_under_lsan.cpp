@@ -7,6 +7,8 @@
 
 #include "model/node_pool.h"
 
+using namespace amf2json;
+
 namespace {
 AMFArray* volatile tree = nullptr;  // never deleted; a compiler must not drop it either
 }

@@ -16,6 +16,8 @@
 #include "support/counted_heap.h"
 #include "support/packet_generator.h"
 
+using namespace amf2json;
+
 namespace {
 
 // Heap of the tree alone: the chunks its thread has taken, and what deleting it gives back.

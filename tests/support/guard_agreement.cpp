@@ -4,9 +4,11 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "codec/wire.h"
+#include "codec/big_endian.h"
 #include "support/counted_heap.h"
 #include "support/tree_census.h"
+
+using namespace amf2json;
 
 namespace support {
 
@@ -53,7 +55,7 @@ bool agree(AMFProtocol& protocol, const std::string& packet, Counts& counts) {
     return true;
   }
   const char* const begin = packet.data();
-  wire::inputEnd = begin + packet.size();
+  big_endian::inputEnd = begin + packet.size();
   Status status = Status::ok;
   const char* text = nullptr;
   std::uint64_t missing = 0;
@@ -63,7 +65,7 @@ bool agree(AMFProtocol& protocol, const std::string& packet, Counts& counts) {
     status = Status::malformed;
     text = refusal.message;
     ++counts.texts[text];
-  } catch (const wire::EndOfInput& end) {
+  } catch (const big_endian::EndOfInput& end) {
     status = Status::truncated;
     missing = end.missing;
   }

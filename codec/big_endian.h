@@ -10,7 +10,7 @@
 
 #include "model/hot.h"
 
-namespace wire {
+namespace amf2json::big_endian {
 
 #ifdef AMF2JSON_CHECKED_WIRE
 // A build of the readers for tests: it knows where the input ends and throws in front of the first
@@ -66,11 +66,11 @@ inline std::uint32_t readU32(const char*& cursor) {
 AMF2JSON_HOT std::uint32_t readU29(const char*& cursor) {
   std::uint32_t value = 0;
   for (int group = 0; group < 3; ++group) {
-    const std::uint8_t byte = wire::readU8(cursor);
+    const std::uint8_t byte = big_endian::readU8(cursor);
     value = (value << 7) + (byte & 0x7Fu);
     if ((byte & 0x80u) == 0) return value;
   }
-  const auto last = static_cast<std::int8_t>(wire::readU8(cursor));
+  const auto last = static_cast<std::int8_t>(big_endian::readU8(cursor));
   return (value << 8) + static_cast<std::uint32_t>(std::int32_t{last});
 }
 
@@ -114,4 +114,4 @@ inline void storeDouble(char* at, const double& value) {
   storeU32(at + 4, static_cast<std::uint32_t>(bits));
 }
 
-}  // namespace wire
+}  // namespace amf2json::big_endian

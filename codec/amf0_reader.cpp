@@ -6,7 +6,6 @@
 #include "codec/big_endian.h"
 #include "codec/reader.h"
 #include "codec/reader_texts.h"
-#include "model/adopt.h"
 #include "model/attach.h"
 
 using namespace amf2json;
@@ -20,23 +19,24 @@ constexpr std::size_t kZoneBytes = 2;
 namespace amf2json::codec {
 
 AMFString* Reader::amf0String(std::uint32_t length) {
-  return cutter.makeBytes<AMFString>(AMF_VERSION_0, big_endian::readBytes(cursor, length), length);
+  return allocator.makeWithBytes<AMFString>(AMF_VERSION_0, big_endian::readBytes(cursor, length),
+                                            length);
 }
 
 AMFDouble* Reader::amf0Number() {
-  std::unique_ptr<AMFDouble> number(cutter.make<AMFDouble>(AMF_VERSION_0));
+  std::unique_ptr<AMFDouble> number(allocator.make<AMFDouble>(AMF_VERSION_0));
   big_endian::readDouble(cursor, number->value);
   return number.release();
 }
 
 AMFBool* Reader::amf0Bool() {
-  std::unique_ptr<AMFBool> flag(cutter.make<AMFBool>(AMF_VERSION_0));
+  std::unique_ptr<AMFBool> flag(allocator.make<AMFBool>(AMF_VERSION_0));
   flag->value = big_endian::readU8(cursor) != 0;
   return flag.release();
 }
 
 AMFDate* Reader::amf0Date() {
-  std::unique_ptr<AMFDate> date(cutter.make<AMFDate>(AMF_VERSION_0));
+  std::unique_ptr<AMFDate> date(allocator.make<AMFDate>(AMF_VERSION_0));
   big_endian::readDouble(cursor, date->value);
   big_endian::skip(cursor, kZoneBytes);  // Kept: the time zone is skipped unread and lost.
   return date.release();
@@ -44,7 +44,8 @@ AMFDate* Reader::amf0Date() {
 
 AMF2JSON_RARE AMFXML* Reader::amf0XML() {
   const std::uint32_t length = big_endian::readU32(cursor);
-  auto xml = model::makeXML(AMF_VERSION_0, big_endian::readBytes(cursor, length), length);
+  std::unique_ptr<AMFXML> xml(allocator.makeWithBytes<AMFXML>(
+      AMF_VERSION_0, big_endian::readBytes(cursor, length), length));
   if (!xml) throw AMFException(reader_texts::kAMF0XMLString);  // Unreachable.
   xml->document = 1;
   return xml.release();
@@ -69,8 +70,8 @@ AMF2JSON_HOT AMFNode* Reader::nextAmf0Value() {
     case AMFProtocol::AMF0_LONG_STRING: return amf0String(big_endian::readU32(cursor));
     case AMFProtocol::AMF0_OBJECT:
     case AMFProtocol::AMF0_TYPED_OBJECT: return amf0Object(marker);
-    case AMFProtocol::AMF0_NULL: return cutter.make<AMFNull>(AMF_VERSION_0);
-    case AMFProtocol::AMF0_UNDEFINED: return cutter.make<AMFUndefined>(AMF_VERSION_0);
+    case AMFProtocol::AMF0_NULL: return allocator.make<AMFNull>(AMF_VERSION_0);
+    case AMFProtocol::AMF0_UNDEFINED: return allocator.make<AMFUndefined>(AMF_VERSION_0);
     case AMFProtocol::AMF0_REFERENCE: return amf0ByReference();
     case AMFProtocol::AMF0_ECMA_ARRAY:
     case AMFProtocol::AMF0_STRICT_ARRAY: return amf0Array(marker);
@@ -97,8 +98,8 @@ AMF2JSON_HOT AMFPair* Reader::nextAmf0Pair() {
     ++cursor;
     return nullptr;
   }
-  auto pair = model::Adopt::pair(cutter, AMF_VERSION_0);
-  pair->name = cutter.makeBytes<AMFString>(AMF_VERSION_0, name, length);
+  auto pair = allocator.makeUnfilled<AMFPair>(AMF_VERSION_0, AMFNode::AMF_PAIR);
+  pair->name = allocator.makeWithBytes<AMFString>(AMF_VERSION_0, name, length);
   if (!pair->name) throw AMFException(reader_texts::kAMF0PairName);  // Unreachable.
   std::unique_ptr<AMFNode> value(nextAmf0Value());
   // What a host may have put into the table is refused.
@@ -112,7 +113,7 @@ AMFPair* Reader::amf0Pair() {
 }
 
 AMFObject* Reader::amf0Object(AMFProtocol::AMF0Markers marker) {
-  auto object = model::Adopt::object(cutter, AMF_VERSION_0);
+  auto object = allocator.makeUnfilled<AMFObject>(AMF_VERSION_0);
   // Kept: any other marker than that of a typed object reads an anonymous object.
   const bool isTyped = marker == AMFProtocol::AMF0_TYPED_OBJECT;
   object->className = amf0String(isTyped ? big_endian::readU16(cursor) : 0);
@@ -126,7 +127,7 @@ AMFObject* Reader::amf0Object(AMFProtocol::AMF0Markers marker) {
 }
 
 AMFArray* Reader::amf0Array(AMFProtocol::AMF0Markers marker) {
-  std::unique_ptr<AMFArray> array(cutter.make<AMFArray>(AMF_VERSION_0));
+  std::unique_ptr<AMFArray> array(allocator.make<AMFArray>(AMF_VERSION_0));
   // Kept: the count is read before the marker is looked at. It is believed, but nothing is reserved
   // for it.
   std::uint32_t left = big_endian::readU32(cursor);

@@ -4,12 +4,12 @@
 // Enter at amf3Value; amf0_reader.cpp does so at the switch marker. Mirrored by amf3_writer.cpp.
 // Tested by tests/amf3_reader_test.cpp.
 #include <cstring>
+#include <typeinfo>
 
 #include "AMF2JSON.h"
 #include "codec/big_endian.h"
 #include "codec/reader.h"
 #include "codec/reader_texts.h"
-#include "model/adopt.h"
 
 using namespace amf2json;
 
@@ -74,14 +74,15 @@ AMFString* Reader::amf3String() {
     const std::uint32_t index = header >> 1;
     const AMFNode& entry = entryAt(protocol.amf3StringReferences, index, AMFNode::AMF_STRING,
                                    reader_texts::kAMF3StringIndex, reader_texts::kAMF3StringType);
-    if (!model::isExactly<AMFString>(entry)) return copyEntry<AMFString>(entry, index);
-    AMFString* const copy = cutter.copy(static_cast<const AMFString&>(entry));
+    const bool isPlain = &typeid(entry) == &typeid(AMFString);  // a no may be wrong
+    if (!isPlain) return copyEntry<AMFString>(entry, index);
+    AMFString* const copy = allocator.copyWithBytes(static_cast<const AMFString&>(entry));
     copy->referenceIndex = index;
     return copy;
   }
   const std::uint32_t length = header >> 1;
-  std::unique_ptr<AMFString> text(
-      cutter.makeBytes<AMFString>(AMF_VERSION_3, big_endian::readBytes(cursor, length), length));
+  std::unique_ptr<AMFString> text(allocator.makeWithBytes<AMFString>(
+      AMF_VERSION_3, big_endian::readBytes(cursor, length), length));
   if (length > 0) note(protocol.amf3StringReferences, text.get());
   return text.release();
 }
@@ -95,7 +96,8 @@ AMF2JSON_RARE AMFXML* Reader::amf3XML(AMFProtocol::AMF3Markers marker) {
                              index);
   }
   const std::uint32_t length = header >> 1;
-  auto xml = model::makeXML(AMF_VERSION_3, big_endian::readBytes(cursor, length), length);
+  std::unique_ptr<AMFXML> xml(allocator.makeWithBytes<AMFXML>(
+      AMF_VERSION_3, big_endian::readBytes(cursor, length), length));
   xml->document = marker == AMFProtocol::AMF3_XML_DOC ? 1 : 0;
   note(protocol.amf3ObjectReferences, xml.get());
   return xml.release();
@@ -110,7 +112,7 @@ AMFDate* Reader::amf3Date() {
                               index);
   }
   std::unique_ptr<AMFDate> date(
-      cutter.make<AMFDate>(AMF_VERSION_3));  // the other bits of the U29 mean nothing
+      allocator.make<AMFDate>(AMF_VERSION_3));  // the other bits of the U29 mean nothing
   big_endian::readDouble(cursor, date->value);
   note(protocol.amf3ObjectReferences, date.get());
   return date.release();
@@ -126,7 +128,8 @@ AMFRaw* Reader::amf3ByteArray() {
         index);
   }
   const std::uint32_t length = header >> 1;
-  auto raw = model::makeRaw(AMF_VERSION_3, big_endian::readBytes(cursor, length), length);
+  std::unique_ptr<AMFRaw> raw(allocator.makeWithBytes<AMFRaw>(
+      AMF_VERSION_3, big_endian::readBytes(cursor, length), length));
   note(protocol.amf3ObjectReferences, raw.get());
   return raw.release();
 }
@@ -134,8 +137,8 @@ AMFRaw* Reader::amf3ByteArray() {
 AMF2JSON_HOT AMFNode* Reader::nextAmf3Value() {
   const AMFProtocol::AMF3Markers marker = readMarker<AMFProtocol::AMF3Markers>(cursor);
   switch (marker) {
-    case AMFProtocol::AMF3_UNDEFINED: return cutter.make<AMFUndefined>(AMF_VERSION_3);
-    case AMFProtocol::AMF3_NULL: return cutter.make<AMFNull>(AMF_VERSION_3);
+    case AMFProtocol::AMF3_UNDEFINED: return allocator.make<AMFUndefined>(AMF_VERSION_3);
+    case AMFProtocol::AMF3_NULL: return allocator.make<AMFNull>(AMF_VERSION_3);
     case AMFProtocol::AMF3_FALSE: return amf3Bool(false);
     case AMFProtocol::AMF3_TRUE: return amf3Bool(true);
     case AMFProtocol::AMF3_INTEGER: return amf3Integer();
@@ -160,7 +163,7 @@ AMF2JSON_HOT AMFPair* Reader::nextAmf3Pair() {
     ++cursor;
     return nullptr;
   }
-  auto pair = model::Adopt::pair(cutter, AMF_VERSION_3);
+  auto pair = allocator.makeUnfilled<AMFPair>(AMF_VERSION_3, AMFNode::AMF_PAIR);
   pair->name = amf3String();
   if (!pair->name) throw AMFException(reader_texts::kAMF3PairName);  // Unreachable.
   if (pair->name->length == 0) return nullptr;  // written in more bytes than needed
@@ -182,7 +185,7 @@ AMFArray* Reader::amf3Array() {
     if (!entry.complete) throw AMFException(reader_texts::kAMF3ArrayCircular);
     return copyEntry<AMFArray>(entry, index);
   }
-  std::unique_ptr<AMFArray> array(cutter.make<AMFArray>(AMF_VERSION_3));
+  std::unique_ptr<AMFArray> array(allocator.make<AMFArray>(AMF_VERSION_3));
   note(protocol.amf3ObjectReferences, array.get());  // before its members: they count from here
   Children elements(*array, pending, lists);
   while (auto pair = std::unique_ptr<AMFPair>(amf3Pair())) elements.add(std::move(pair));
@@ -206,7 +209,7 @@ AMFObject* Reader::amf3Object() {
     if (!entry.complete) throw AMFException(reader_texts::kAMF3ObjectCircular);
     return copyEntry<AMFObject>(entry, index);
   }
-  auto object = model::Adopt::object(cutter, AMF_VERSION_3);
+  auto object = allocator.makeUnfilled<AMFObject>(AMF_VERSION_3);
   if ((header & kInlineTraits) == 0) {
     const std::uint32_t index = header >> kTraitsIndexShift;
     const AMFNode& entry = entryAt(protocol.amf3TraitReferences, index, AMFNode::AMF_OBJECT,
@@ -230,19 +233,19 @@ AMFObject* Reader::amf3Object() {
 // of its value. The traits table gets no second entry.
 // Kept: the externalizable flag is not copied, the result is an ordinary object.
 void Reader::readSealedByTraits(AMFObject& object, const AMFObject& traits) {
-  object.className =
-      traits.className ? cutter.copy(*traits.className) : cutter.make<AMFString>(AMF_VERSION_3);
+  object.className = traits.className ? allocator.copyWithBytes(*traits.className)
+                                      : allocator.make<AMFString>(AMF_VERSION_3);
   object.dynamic = traits.dynamic;
   object.sealedCount = traits.sealedCount;
   checkSealed(traits);
   if (object.sealedCount > 0) provideRoom(object.children, object.sealedCount, lists);
   note(protocol.amf3ObjectReferences, &object);
   for (std::uint32_t i = 0; i < object.sealedCount; ++i) {
-    auto made = model::Adopt::pair(cutter, AMF_VERSION_3);
+    auto made = allocator.makeUnfilled<AMFPair>(AMF_VERSION_3, AMFNode::AMF_PAIR);
     AMFPair* const pair = made.get();
     pair->parent = &object;
     object.children.push_back(made.release());  // there is room
-    pair->name = cutter.copy(*static_cast<const AMFPair*>(traits.children[i])->name);
+    pair->name = allocator.copyWithBytes(*static_cast<const AMFPair*>(traits.children[i])->name);
     pair->value = nextAmf3Value();
     if (!pair->value) throw AMFException(reader_texts::kAMF3MemberValue);  // Unreachable.
   }
@@ -263,7 +266,7 @@ void Reader::readTraits(AMFObject& object, std::uint32_t header) {
   } else {
     Children members(object, pending, lists);
     for (std::uint32_t left = object.sealedCount; left > 0; --left) {
-      auto pair = model::Adopt::pair(cutter, AMF_VERSION_3);
+      auto pair = allocator.makeUnfilled<AMFPair>(AMF_VERSION_3, AMFNode::AMF_PAIR);
       pair->name = amf3String();
       if (!pair->name) throw AMFException(reader_texts::kAMF3MemberName);  // Unreachable.
       members.add(std::move(pair));
@@ -290,8 +293,8 @@ void Reader::readDynamic(AMFObject& object) {
 // Kept: every accepted class is one value, in a pair without a name; the recorded sealed count and
 // dynamic flag are not used. The pair is attached once the body has been read.
 AMF2JSON_APART void Reader::readExternalized(AMFObject& object) {
-  auto pair = model::Adopt::pair(cutter, AMF_VERSION_3);
-  pair->name = cutter.make<AMFString>(AMF_VERSION_3);
+  auto pair = allocator.makeUnfilled<AMFPair>(AMF_VERSION_3, AMFNode::AMF_PAIR);
+  pair->name = allocator.make<AMFString>(AMF_VERSION_3);
   pair->value = amf3Value();
   if (!pair->value) throw AMFException(reader_texts::kAMF3MemberValue);  // Unreachable.
   Children member(object, pending, lists);

@@ -5,6 +5,7 @@
 // amf3_reader.cpp. Tested by tests/amf3_writer_test.cpp.
 #include "AMF2JSON.h"
 #include "codec/writer.h"
+#include "model/attach.h"
 
 using namespace amf2json;
 
@@ -29,8 +30,8 @@ constexpr std::uint32_t kEmptyName = 1;             // ends a list of members
 constexpr std::uint32_t kU29Max = 0x3FFFFFFF;
 constexpr auto kNoMarker = AMFProtocol::AMF3_UNDEFINED;
 
-inline char* writeMarker(char* pen, AMFProtocol::AMF3Markers marker) {
-  return marker == kNoMarker ? pen : piece::u8(pen, static_cast<std::uint32_t>(marker));
+inline char* writeMarker(char* out, AMFProtocol::AMF3Markers marker) {
+  return marker == kNoMarker ? out : piece::u8(out, static_cast<std::uint32_t>(marker));
 }
 
 bool isReference(const AMFNode* node) {
@@ -42,174 +43,172 @@ bool isReference(const AMFNode* node) {
 namespace amf2json::codec {
 
 // A child of an object that is not a pair counts as missing.
-const AMFPair* Writer::memberAt(char* pen, const AMFObject* object, std::uint32_t index,
+const AMFPair* Writer::memberAt(char* out, const AMFObject* object, std::uint32_t index,
                                 const char* missing) {
-  const AMFNode* const child = object->getChild(index);
-  if (!child || child->type != AMFNode::AMF_PAIR) refuse(pen, missing);
-  return static_cast<const AMFPair*>(child);
+  const AMFPair* const pair = model::asPair(object->AMFNode::getChild(index));
+  if (!pair) refuse(out, missing);
+  return pair;
 }
 
 // Behind a marker where there is one. What is rare stands apart and is called last, so that no
 // register has to be saved for it here.
-inline char* Writer::writeU29(char* pen, AMFProtocol::AMF3Markers marker, std::uint32_t value) {
-  if (value > piece::kTwoBytesMax || !hasRoom(pen, 3)) return writeU29Anew(pen, marker, value);
-  pen = writeMarker(pen, marker);
-  pen = piece::shortU29(pen, value);
-  return pen;
+inline char* Writer::writeU29(char* out, AMFProtocol::AMF3Markers marker, std::uint32_t value) {
+  if (value > piece::kTwoBytesMax || !hasRoom(out, 3)) return writeU29Anew(out, marker, value);
+  out = writeMarker(out, marker);
+  out = piece::shortU29(out, value);
+  return out;
 }
 
 // Long, too large, or first in a new block.
-char* Writer::writeU29Anew(char* pen, AMFProtocol::AMF3Markers marker, std::uint32_t value) {
-  pen = withRoom(pen, 1 + piece::kU29Bytes);
-  pen = writeMarker(pen, marker);
-  if (value > kU29Max) refuse(pen, "setAMF3Integer(): integer value is to large");
-  pen = piece::u29(pen, value);
-  return pen;
+char* Writer::writeU29Anew(char* out, AMFProtocol::AMF3Markers marker, std::uint32_t value) {
+  out = withRoom(out, 1 + piece::kU29Bytes);
+  out = writeMarker(out, marker);
+  if (value > kU29Max) refuse(out, "setAMF3Integer(): integer value is to large");
+  out = piece::u29(out, value);
+  return out;
 }
 
-char* Writer::writeVLInteger(char* pen, std::uint32_t value) {
-  return writeU29(pen, kNoMarker, value);
+char* Writer::writeVLInteger(char* out, std::uint32_t value) {
+  return writeU29(out, kNoMarker, value);
 }
 
-char* Writer::writeAMF3Integer(char* pen, const AMFInt* node) {
-  if (!node) refuse(pen, "setAMF3Integer: lack of integer type node");
+char* Writer::writeAMF3Integer(char* out, const AMFInt* node) {
+  if (!node) refuse(out, "setAMF3Integer: lack of integer type node");
   // Kept: unsigned; a negative number is too large.
-  return writeU29(pen, AMFProtocol::AMF3_INTEGER, node->value);
+  return writeU29(out, AMFProtocol::AMF3_INTEGER, node->value);
 }
 
-char* Writer::writeAMF3Double(char* pen, const AMFDouble* node) {
-  if (!node) refuse(pen, "setAMF3Double: lack of double type node");
-  return piece::number(pen, AMFProtocol::AMF3_DOUBLE, node->value);
+char* Writer::writeAMF3Double(char* out, const AMFDouble* node) {
+  if (!node) refuse(out, "setAMF3Double: lack of double type node");
+  return piece::number(out, AMFProtocol::AMF3_DOUBLE, node->value);
 }
 
-char* Writer::writeAMF3String(char* pen, const AMFString* node, bool omitMarker) {
-  if (!node) refuse(pen, "setAMF3String: lack of string type node");
-  return writeReferenceOrBytes(pen, omitMarker ? kNoMarker : AMFProtocol::AMF3_STRING, node);
+char* Writer::writeAMF3String(char* out, const AMFString* node, bool omitMarker) {
+  if (!node) refuse(out, "setAMF3String: lack of string type node");
+  return writeReferenceOrBytes(out, omitMarker ? kNoMarker : AMFProtocol::AMF3_STRING, node);
 }
 
-char* Writer::writeAMF3Date(char* pen, const AMFDate* node) {
-  if (!node) refuse(pen, "setAMF3Date: lack of date type node");
+char* Writer::writeAMF3Date(char* out, const AMFDate* node) {
+  if (!node) refuse(out, "setAMF3Date: lack of date type node");
   if (isReference(node)) {
-    return writeU29(pen, AMFProtocol::AMF3_DATE, referenceTo(node->referenceIndex));
+    return writeU29(out, AMFProtocol::AMF3_DATE, referenceTo(node->referenceIndex));
   }
-  pen = piece::u8(pen, AMFProtocol::AMF3_DATE);
-  return piece::number(pen, inlineCount(0), node->value);
+  out = piece::u8(out, AMFProtocol::AMF3_DATE);
+  return piece::number(out, inlineCount(0), node->value);
 }
 
-AMF2JSON_RARE char* Writer::writeAMF3XML(char* pen, const AMFXML* node) {
-  if (!node) refuse(pen, "setAMF3XML: lack of xml type node");
-  pen = piece::u8(pen, node->document == 1 ? AMFProtocol::AMF3_XML_DOC : AMFProtocol::AMF3_XML);
-  return writeAMF3Raw(pen, node);
+AMF2JSON_RARE char* Writer::writeAMF3XML(char* out, const AMFXML* node) {
+  if (!node) refuse(out, "setAMF3XML: lack of xml type node");
+  out = piece::u8(out, node->document == 1 ? AMFProtocol::AMF3_XML_DOC : AMFProtocol::AMF3_XML);
+  return writeAMF3Raw(out, node);
 }
 
-char* Writer::writeAMF3Raw(char* pen, const AMFRaw* node) {
-  if (!node) refuse(pen, "setAMF3Raw: lack of binary array type node");
+char* Writer::writeAMF3Raw(char* out, const AMFRaw* node) {
+  if (!node) refuse(out, "setAMF3Raw: lack of binary array type node");
   const bool alone = node->type == AMFNode::AMF_RAW;
-  return writeReferenceOrBytes(pen, alone ? AMFProtocol::AMF3_BYTE_ARRAY : kNoMarker, node);
+  return writeReferenceOrBytes(out, alone ? AMFProtocol::AMF3_BYTE_ARRAY : kNoMarker, node);
 }
 
-char* Writer::writeReferenceOrBytes(char* pen, AMFProtocol::AMF3Markers marker,
+char* Writer::writeReferenceOrBytes(char* out, AMFProtocol::AMF3Markers marker,
                                     const AMFRaw* node) {
-  if (isReference(node)) return writeU29(pen, marker, referenceTo(node->referenceIndex));
+  if (isReference(node)) return writeU29(out, marker, referenceTo(node->referenceIndex));
   if (!piece::isSmall(node)) {
-    return writeBytes(writeU29(pen, marker, inlineCount(node->length)), node);
+    return writeBytes(writeU29(out, marker, inlineCount(node->length)), node);
   }
-  pen = withRoom(pen, 1 + piece::kU29Bytes + node->length);
-  pen = writeMarker(pen, marker);
-  pen = piece::u29(pen, inlineCount(node->length));
-  pen = piece::bytes(pen, node);
-  return pen;
+  out = withRoom(out, 1 + piece::kU29Bytes + node->length);
+  out = writeMarker(out, marker);
+  out = piece::u29(out, inlineCount(node->length));
+  out = piece::bytes(out, node);
+  return out;
 }
 
-char* Writer::writeAMF3Array(char* pen, const AMFArray* array) {
-  if (!array) refuse(pen, "setAMF3Array: lack of array type node");
+char* Writer::writeAMF3Array(char* out, const AMFArray* array) {
+  if (!array) refuse(out, "setAMF3Array: lack of array type node");
   if (isReference(array)) {
-    return writeU29(pen, AMFProtocol::AMF3_ARRAY, referenceTo(array->referenceIndex));
+    return writeU29(out, AMFProtocol::AMF3_ARRAY, referenceTo(array->referenceIndex));
   }
-  pen = writeU29(pen, AMFProtocol::AMF3_ARRAY, inlineCount(array->denseCount));
+  out = writeU29(out, AMFProtocol::AMF3_ARRAY, inlineCount(array->denseCount));
   std::size_t pairCount = 0;
-  pen = writeAssociativePart(pen, array, pairCount);
+  out = writeAssociativePart(out, array, pairCount);
   if (array->denseCount != array->children.size() - pairCount) {
-    refuse(pen, "setAMF3Array : invalid array size");
+    refuse(out, "setAMF3Array : invalid array size");
   }
-  pen = writeVLInteger(pen, kEmptyName);
+  out = writeVLInteger(out, kEmptyName);
   for (const AMFNode* const child : array->children) {
-    if (!child) refuse(pen, "setAMF3Array(): invalid dense array size");  // Unreachable.
-    if (child->type != AMFNode::AMF_PAIR) pen = writeValue(pen, child, array->version);
+    if (!child) refuse(out, "setAMF3Array(): invalid dense array size");  // Unreachable.
+    if (child->type != AMFNode::AMF_PAIR) out = writeValue(out, child, array->version);
   }
-  return pen;
+  return out;
 }
 
 // The pairs among the children, wherever they stand; counts them.
-char* Writer::writeAssociativePart(char* pen, const AMFArray* array, std::size_t& pairCount) {
+char* Writer::writeAssociativePart(char* out, const AMFArray* array, std::size_t& pairCount) {
   for (const AMFNode* const child : array->children) {
-    if (!child) refuse(pen, "setAMF3Array : invalid array size");
+    if (!child) refuse(out, "setAMF3Array : invalid array size");
     if (child->type != AMFNode::AMF_PAIR) continue;
     const auto* const pair = static_cast<const AMFPair*>(child);
     if (!pair->name) {
-      refuse(pen, "setAMF3Array : missing the property name in associative array");
+      refuse(out, "setAMF3Array : missing the property name in associative array");
     }
-    pen = writeAMF3String(pen, pair->name, true);
+    out = writeAMF3String(out, pair->name, true);
     if (!pair->value) {
-      refuse(pen, "setAMF3Array : missing the property value in associative array");
+      refuse(out, "setAMF3Array : missing the property value in associative array");
     }
-    pen = writeValue(pen, pair->value, pair->version);
+    out = writeValue(out, pair->value, pair->version);
     ++pairCount;
   }
-  return pen;
+  return out;
 }
 
-char* Writer::writeAMF3Object(char* pen, const AMFObject* object) {
-  if (!object) refuse(pen, "setAMF3Object: lack of object type node");
+char* Writer::writeAMF3Object(char* out, const AMFObject* object) {
+  if (!object) refuse(out, "setAMF3Object: lack of object type node");
   if (isReference(object)) {
-    return writeU29(pen, AMFProtocol::AMF3_OBJECT, referenceTo(object->referenceIndex));
+    return writeU29(out, AMFProtocol::AMF3_OBJECT, referenceTo(object->referenceIndex));
   }
-  if (object->externalizable) return writeExternalized(pen, object);
+  if (object->externalizable) return writeExternalized(out, object);
   if (object->traitsIndex == AMFNode::kNoReference) {
-    pen =
-        writeU29(pen, AMFProtocol::AMF3_OBJECT, inlineTraits(object->sealedCount, object->dynamic));
-    pen = writeAMF3String(pen, object->className, true);
-    pen = writeMemberNames(pen, object);
+    out =
+        writeU29(out, AMFProtocol::AMF3_OBJECT, inlineTraits(object->sealedCount, object->dynamic));
+    out = writeAMF3String(out, object->className, true);
+    out = writeMemberNames(out, object);
   } else {
-    pen = writeU29(pen, AMFProtocol::AMF3_OBJECT, traitsReferenceTo(object->traitsIndex));
+    out = writeU29(out, AMFProtocol::AMF3_OBJECT, traitsReferenceTo(object->traitsIndex));
   }
-  return writeMembers(pen, object);
+  return writeMembers(out, object);
 }
 
-char* Writer::writeMemberNames(char* pen, const AMFObject* object) {
+char* Writer::writeMemberNames(char* out, const AMFObject* object) {
   for (std::uint32_t i = 0; i < object->sealedCount; ++i) {
     const AMFPair* const pair =
-        memberAt(pen, object, i, "setAMF3Object: invalid object's properties number");
-    pen = writeAMF3String(pen, pair->name, true);
+        memberAt(out, object, i, "setAMF3Object: invalid object's properties number");
+    out = writeAMF3String(out, pair->name, true);
   }
-  return pen;
+  return out;
 }
 
 // The values of the sealed members, then the dynamic members.
-char* Writer::writeMembers(char* pen, const AMFObject* object) {
+char* Writer::writeMembers(char* out, const AMFObject* object) {
   for (std::uint32_t i = 0; i < object->sealedCount; ++i) {
     const AMFPair* const pair =
-        memberAt(pen, object, i, "setAMF3Object: invalid sealed properties number");
-    pen = writeValue(pen, pair->value, object->version);
+        memberAt(out, object, i, "setAMF3Object: invalid sealed properties number");
+    out = writeValue(out, pair->value, object->version);
   }
-  if (!object->dynamic) return pen;  // Kept: further children are left out in silence.
+  if (!object->dynamic) return out;  // Kept: further children are left out in silence.
   for (std::size_t i = object->sealedCount; i < object->children.size(); ++i) {
-    const AMFPair* const pair = memberAt(pen, object, static_cast<std::uint32_t>(i),
+    const AMFPair* const pair = memberAt(out, object, static_cast<std::uint32_t>(i),
                                          "setAMF3Object: invalid dynamic properties number");
-    pen = writeAMF3String(pen, pair->name, true);
-    pen = writeValue(pen, pair->value, pair->version);
+    out = writeAMF3String(out, pair->name, true);
+    out = writeValue(out, pair->value, pair->version);
   }
-  return writeVLInteger(pen, kEmptyName);
+  return writeVLInteger(out, kEmptyName);
 }
 
 // Kept: class name and first value only; a missing first member is refused as a missing value.
-char* Writer::writeExternalized(char* pen, const AMFObject* object) {
-  pen = writeU29(pen, AMFProtocol::AMF3_OBJECT, kExternalizableTraits);
-  pen = writeAMF3String(pen, object->className, true);
-  const AMFNode* const first = object->getChild(0);
-  const bool isPair = first && first->type == AMFNode::AMF_PAIR;
-  return writeValue(pen, isPair ? static_cast<const AMFPair*>(first)->value : nullptr,
-                    object->version);
+char* Writer::writeExternalized(char* out, const AMFObject* object) {
+  out = writeU29(out, AMFProtocol::AMF3_OBJECT, kExternalizableTraits);
+  out = writeAMF3String(out, object->className, true);
+  const AMFPair* const first = model::asPair(object->AMFNode::getChild(0));
+  return writeValue(out, first ? first->value : nullptr, object->version);
 }
 
 }  // namespace amf2json::codec

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "model/hot.h"
+#include "base/compiler.h"
 
 namespace amf2json::big_endian {
 

@@ -8,8 +8,8 @@
 #include "AMF2JSON.h"
 #include "codec/big_endian.h"
 #include "codec/reader.h"
-#include "model/adopt.h"
-#include "model/node_pool.h"
+#include "memory/node_pool.h"
+#include "memory/tree_deleter.h"
 
 using namespace amf2json;
 
@@ -17,26 +17,35 @@ namespace {
 
 // What of the lists has not been used goes when the parse ends.
 struct ListsEnd {
-  model::ChildLists* lists;
+  ChildLists* lists;
   ~ListsEnd() {
     if (lists) lists->end();
   }
 };
+
+// References never reach across headers or messages. The capacity stays.
+void clearReferences(AMFProtocol& protocol) noexcept {
+  protocol.amf0References.clear();
+  protocol.amf3StringReferences.clear();
+  protocol.amf3ObjectReferences.clear();
+  protocol.amf3TraitReferences.clear();
+}
 
 }  // namespace
 
 AMFPackage* AMFProtocol::parse(const char* packet) {
   if (!packet) return nullptr;
   readCursor = packet;
-  blankTexts();
+  state->texts.blank();
   const std::uint16_t version = big_endian::readU16(readCursor);
-  const model::ChunksStay chunksStay;
+  const RetainChunks retained;
   std::unique_ptr<AMFPackage> last(std::exchange(package, nullptr));
-  if (!lists && model::isPoolOn()) lists = std::make_unique<model::ChildLists>();
+  if (!state->lists && isPoolOn()) state->lists = std::make_unique<ChildLists>();
+  ChildLists* const lists = state->lists.get();
   if (lists) lists->begin();
-  const ListsEnd listsEnd{lists.get()};
-  model::Dropper(lists.get()).drop(last.release());
-  package = new AMFPackage(AMF_VERSION_0);
+  const ListsEnd listsEnd{lists};
+  TreeDeleter(lists).destroy(last.release());
+  package = allocatorOfThisThread().make<AMFPackage>(AMF_VERSION_0);
   package->version = static_cast<AMFVersion>(version);  // any number is kept
   // The package is in place before the first header: after an error it holds what was completed.
   for (unsigned left = big_endian::readU16(readCursor); left > 0; --left) {
@@ -53,43 +62,35 @@ AMFPackage* AMFProtocol::parse(const char* packet) {
 }
 
 AMFHeader* AMFProtocol::getHeader() {
-  clearReferences();
-  return codec::Reader(*this).header();
+  clearReferences(*this);
+  return codec::Reader(*this, *state).header();
 }
 AMFMessage* AMFProtocol::getMessage() {
-  clearReferences();
-  return codec::Reader(*this).message();
+  clearReferences(*this);
+  return codec::Reader(*this, *state).message();
 }
 
 namespace amf2json::codec {
 
 AMFHeader* Reader::header() {
-  auto header = model::Adopt::header(cutter);
+  auto header = allocator.makeUnfilled<AMFHeader>();
   header->name = amf0String(big_endian::readU16(cursor));
   header->mustUnderstand = big_endian::readU8(cursor) != 0;
   header->length = big_endian::readU32(cursor);  // Kept: never used to bound or check the value.
   header->value = amf0Value();
   // Kept: an end mark leaves the default value in place.
-  if (!header->value) header->value = cutter.make<AMFUndefined>(AMF_VERSION_0);
+  if (!header->value) header->value = allocator.make<AMFUndefined>(AMF_VERSION_0);
   return header.release();
 }
 
 AMFMessage* Reader::message() {
-  auto message = model::Adopt::message(cutter);
+  auto message = allocator.makeUnfilled<AMFMessage>();
   message->targetUri = amf0String(big_endian::readU16(cursor));
   message->responseUri = amf0String(big_endian::readU16(cursor));
   message->length = big_endian::readU32(cursor);
   message->value = amf0Value();
-  if (!message->value) message->value = cutter.make<AMFUndefined>(AMF_VERSION_0);
+  if (!message->value) message->value = allocator.make<AMFUndefined>(AMF_VERSION_0);
   return message.release();
 }
 
 }  // namespace amf2json::codec
-
-// References never reach across headers or messages. The capacity stays.
-void AMFProtocol::clearReferences() noexcept {
-  amf0References.clear();
-  amf3StringReferences.clear();
-  amf3ObjectReferences.clear();
-  amf3TraitReferences.clear();
-}

@@ -5,6 +5,7 @@
 // tests/packet_writer_test.cpp.
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "AMF2JSON.h"
 #include "codec/writer.h"
@@ -14,44 +15,54 @@ using namespace amf2json;
 
 namespace amf2json::codec {
 
-char* Writer::writePackage(char* pen, const AMFPackage* source) {
-  pen = withRoom(pen, 4);
-  pen = piece::u16(pen, source->version);
-  pen = piece::u16(pen, source->headerCount);
+namespace {
+
+// The header or message at that index; null, which the writers refuse, where something else is
+// there.
+template <class Node>
+const Node* childOf(const AMFPackage* package, std::size_t index, AMFNode::AMFType kind) {
+  const AMFNode* const child =
+      index < package->children.size() ? package->children[index] : nullptr;
+  return child && child->type == kind ? static_cast<const Node*>(child) : nullptr;
+}
+
+}  // namespace
+
+char* Writer::writePackage(char* out, const AMFPackage* source) {
+  out = withRoom(out, 4);
+  out = piece::u16(out, source->version);
+  out = piece::u16(out, source->headerCount);
   for (std::uint32_t i = 0; i < source->headerCount; ++i) {
-    pen = writeHeader(pen, source->getHeader(i));
+    out = writeHeader(out, childOf<AMFHeader>(source, i, AMFNode::AMF_HEADER));
   }
   const auto messageCount =
       static_cast<std::uint32_t>(source->children.size()) - source->headerCount;
-  pen = withRoom(pen, 2);
-  pen = piece::u16(pen, messageCount);
+  out = withRoom(out, 2);
+  out = piece::u16(out, messageCount);
   for (std::uint32_t i = 0; i < messageCount; ++i) {
-    pen = writeMessage(pen, source->getMessage(i));
+    out = writeMessage(out, childOf<AMFMessage>(source, std::size_t{source->headerCount} + i,
+                                                AMFNode::AMF_MESSAGE));
   }
-  return pen;
+  return out;
 }
 
-char* Writer::writeHeader(char* pen, const AMFHeader* header) {
+char* Writer::writeHeader(char* out, const AMFHeader* header) {
   // A message that stands where a header is counted is no header either.
-  if (!header || header->type != AMFNode::AMF_HEADER) {
-    refuse(pen, "setHeader(): lack of header type node");
-  }
-  pen = writeAMF0String(pen, header->name, false, AMFProtocol::AMF0_STRING);
-  pen = withRoom(pen, 5);
-  pen = piece::u8(pen, model::storedByte(header->mustUnderstand) != 0 ? 1 : 0);
-  pen = piece::u32(pen, header->length);  // Kept: as it stands, never recomputed.
-  return writeValue(pen, header->value, header->version);
+  if (!header) refuse(out, "setHeader(): lack of header type node");
+  out = writeAMF0String(out, header->name, false, AMFProtocol::AMF0_STRING);
+  out = withRoom(out, 5);
+  out = piece::u8(out, model::storedByte(header->mustUnderstand) != 0 ? 1 : 0);
+  out = piece::u32(out, header->length);  // Kept: as it stands, never recomputed.
+  return writeValue(out, header->value, header->version);
 }
 
-char* Writer::writeMessage(char* pen, const AMFMessage* message) {
-  if (!message || message->type != AMFNode::AMF_MESSAGE) {
-    refuse(pen, "setMessage(): lack of message type node");
-  }
-  pen = writeAMF0String(pen, message->targetUri, false, AMFProtocol::AMF0_STRING);
-  pen = writeAMF0String(pen, message->responseUri, false, AMFProtocol::AMF0_STRING);
-  pen = withRoom(pen, 4);
-  pen = piece::u32(pen, message->length);
-  return writeValue(pen, message->value, message->version);
+char* Writer::writeMessage(char* out, const AMFMessage* message) {
+  if (!message) refuse(out, "setMessage(): lack of message type node");
+  out = writeAMF0String(out, message->targetUri, false, AMFProtocol::AMF0_STRING);
+  out = writeAMF0String(out, message->responseUri, false, AMFProtocol::AMF0_STRING);
+  out = withRoom(out, 4);
+  out = piece::u32(out, message->length);
+  return writeValue(out, message->value, message->version);
 }
 
 }  // namespace amf2json::codec
@@ -62,34 +73,29 @@ char* AMFProtocol::compile(const AMFPackage* source) {
   if (!source) return nullptr;
   outputLength = 0;
   // Kept: pieces of an earlier run that nobody cleaned are abandoned, not released.
-  outputChunks.abandon();
+  outputChunks.pieces->abandon();
   clean();
-  Writer::run(outputChunks, &Writer::writePackage, source);
-  joinChunks();
+  Writer::run(*outputChunks.pieces, &Writer::writePackage, source);
+  const std::uint64_t total = outputChunks.pieces->total();
+  if (total > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
+  // The old packet goes first, so that its memory can serve again.
+  delete[] std::exchange(resultBuffer, nullptr);
+  resultBuffer = new char[static_cast<std::size_t>(total)];
+  outputChunks.pieces->copyTo(resultBuffer);
+  outputLength = static_cast<std::uint32_t>(total);
   return resultBuffer;
 }
 
-// One buffer for all pieces. The old one goes first, so that its memory can serve again.
-void AMFProtocol::joinChunks() {
-  const std::uint64_t total = outputChunks.total();
-  if (total > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
-  delete[] resultBuffer;
-  resultBuffer = nullptr;
-  resultBuffer = new char[static_cast<std::size_t>(total)];
-  outputChunks.copyTo(resultBuffer);
-  outputLength = static_cast<std::uint32_t>(total);
-}
-
 void AMFProtocol::setHeader(const AMFHeader* header) {
-  Writer::run(outputChunks, &Writer::writeHeader, header);
+  Writer::run(*outputChunks.pieces, &Writer::writeHeader, header);
 }
 
 void AMFProtocol::setMessage(const AMFMessage* message) {
-  Writer::run(outputChunks, &Writer::writeMessage, message);
+  Writer::run(*outputChunks.pieces, &Writer::writeMessage, message);
 }
 
 void AMFProtocol::clean() {
-  outputChunks.release();
+  outputChunks.pieces->release();
 }
 
 void AMFProtocol::loseResultBuffer() {

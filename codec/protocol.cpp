@@ -3,12 +3,14 @@
 // The life of a protocol object. What it owns: the package, the result buffer, the pieces, the
 // texts. Tested by tests/ownership_test.cpp.
 #include "AMF2JSON.h"
-#include "model/child_lists.h"
+#include "codec/pieces.h"
+#include "model/protocol_state.h"
 
-AMFProtocol::AMFProtocol() = default;
+using namespace amf2json;
+
+AMFProtocol::AMFProtocol() : state(std::make_unique<ProtocolState>(*this)) {}
 
 AMFProtocol::~AMFProtocol() {
-  handTextsOn();
   delete package;
   delete[] resultBuffer;
 }

@@ -12,8 +12,9 @@
 
 #include "AMF2JSON.h"
 #include "codec/big_endian.h"
-#include "model/drop.h"
-#include "model/node_pool.h"
+#include "memory/node_pool.h"
+#include "memory/tree_deleter.h"
+#include "model/protocol_state.h"
 
 namespace amf2json::codec {
 
@@ -29,12 +30,12 @@ Marker readMarker(const char*& cursor) {
 // Nodes are made in the order in which they are walked later: that is how they stand in memory.
 class Reader {
  public:
-  explicit Reader(AMFProtocol& owner)
+  Reader(AMFProtocol& owner, ProtocolState& state)
       : protocol(owner),
         cursor(owner.readCursor),
-        pending(owner.pending),
-        lists(owner.lists.get()),
-        cutter(model::cutterOfThisThread()) {}
+        pending(state.pending),
+        lists(state.lists.get()),
+        allocator(allocatorOfThisThread()) {}
 
   AMFHeader* header();
   AMFMessage* message();
@@ -79,25 +80,25 @@ class Reader {
   AMFProtocol& protocol;
   const char*& cursor;
   Nodes& pending;
-  model::ChildLists* lists;  // not owned, may be null; nothing is in it outside of parse
-  model::Cutter& cutter;
+  ChildLists* lists;  // not owned, may be null; nothing is in it outside of parse
+  NodeAllocator& allocator;
 };
 
 AMF2JSON_HOT AMFBool* Reader::amf3Bool(bool value) {
-  std::unique_ptr<AMFBool> flag(cutter.make<AMFBool>(AMF_VERSION_3));
+  std::unique_ptr<AMFBool> flag(allocator.make<AMFBool>(AMF_VERSION_3));
   flag->value = value;
   return flag.release();
 }
 
 AMF2JSON_HOT AMFInt* Reader::amf3Integer() {
-  std::unique_ptr<AMFInt> integer(cutter.make<AMFInt>(AMF_VERSION_3));
+  std::unique_ptr<AMFInt> integer(allocator.make<AMFInt>(AMF_VERSION_3));
   integer->value =
       big_endian::readU29(cursor);  // Kept: a negative number arrives as a large positive one.
   return integer.release();
 }
 
 AMF2JSON_HOT AMFDouble* Reader::amf3Double() {
-  std::unique_ptr<AMFDouble> number(cutter.make<AMFDouble>(AMF_VERSION_3));
+  std::unique_ptr<AMFDouble> number(allocator.make<AMFDouble>(AMF_VERSION_3));
   big_endian::readDouble(cursor, number->value);
   return number.release();
 }
@@ -108,7 +109,7 @@ inline void note(Nodes& table, AMFNode* node) {
 }
 
 // Room for exactly so many more nodes.
-inline void provideRoom(Nodes& list, std::size_t more, model::ChildLists* lists) {
+inline void provideRoom(Nodes& list, std::size_t more, ChildLists* lists) {
   if (lists && list.capacity() == 0) return lists->provide(list, more);
   list.reserve(list.size() + more);
 }
@@ -118,7 +119,7 @@ inline void provideRoom(Nodes& list, std::size_t more, model::ChildLists* lists)
 // deleted.
 class Children {
  public:
-  Children(AMFNode& owner, Nodes& stack, model::ChildLists* keptLists)
+  Children(AMFNode& owner, Nodes& stack, ChildLists* keptLists)
       : container(owner), pending(stack), lists(keptLists), start(stack.size()) {}
   ~Children() {
     for (; pending.size() > start; pending.pop_back()) delete pending.back();
@@ -144,7 +145,7 @@ class Children {
  private:
   AMFNode& container;
   Nodes& pending;
-  model::ChildLists* lists;  // not owned
+  ChildLists* lists;  // not owned
   std::size_t start;
 };
 

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "AMFGuard.h"
-#include "model/eight_bytes.h"
+#include "base/eight_bytes.h"
 
 using namespace amf2json;
 
@@ -78,8 +78,8 @@ bool isPlain(char c) {
 
 // Eight such bytes.
 bool isPlain(std::uint64_t word) {
-  return model::isEach(model::isAtLeast(word, 0x20) & model::isNot(word, 0x7F) &
-                       model::isNot(word, '<') & model::isNot(word, '\\') & ~word);
+  return isEach(isAtLeast(word, 0x20) & isNot(word, 0x7F) & isNot(word, '<') & isNot(word, '\\') &
+                ~word);
 }
 
 std::size_t plainLength(const char* text, std::size_t length) {

@@ -43,8 +43,6 @@
 
 /// @def AMF2JSON_API
 /// What the library exports. Define AMF2JSON_STATIC to use the static library on Windows.
-/// @def AMF2JSON_LOCAL
-/// What of an exported class only the library calls.
 #if defined(AMF2JSON_STATIC)
 #define AMF2JSON_API
 #elif defined(_WIN32)
@@ -55,10 +53,13 @@
 #endif
 #else
 #define AMF2JSON_API __attribute__((visibility("default")))
-#define AMF2JSON_LOCAL __attribute__((visibility("hidden")))
 #endif
-#if !defined(AMF2JSON_LOCAL)
-#define AMF2JSON_LOCAL
+/// @def AMF2JSON_INLINE
+/// Of calls that g++ must see through: it warns of `new` and `delete` that do not look like a pair.
+#if defined(__GNUC__)
+#define AMF2JSON_INLINE __attribute__((always_inline)) inline
+#else
+#define AMF2JSON_INLINE inline
 #endif
 
 // ---------------------------------------------------------------------------------------------------
@@ -67,8 +68,8 @@
 /// The one exception of the library: a plain type without a base class, thrown by value.
 /// `message` points at a fixed text that lives as long as the library; never free it.
 struct AMF2JSON_API AMFException {
-  explicit AMFException(const char* text) noexcept : message(text) {}  ///< keeps the pointer
-  const char* message;                                                 ///< one of the texts
+  AMFException(const char* text) noexcept : message(text) {}  ///< keeps the pointer
+  const char* message;                                        ///< one of the texts
 };
 
 // ---------------------------------------------------------------------------------------------------
@@ -79,18 +80,13 @@ struct AMF2JSON_API AMFException {
 enum AMFVersion : std::uint32_t { AMF_VERSION_0 = 0, AMF_VERSION_3 = 3 };
 
 class AMFString;
-namespace amf2json {  // what is internal
-namespace model {
-struct Adopt;
-class ChildLists;
-}  // namespace model
-namespace codec {
-class Reader;
-class Writer;
-}  // namespace codec
-namespace render {
-class Writer;
-}
+namespace amf2json {  // internal: nothing in it is for hosts
+class NodeMemory;
+class Pieces;
+struct ProtocolState;
+struct Unfilled;
+AMF2JSON_API void freeNode(void* node, std::size_t size) noexcept;
+AMF2JSON_API void freeNode(void* node, std::align_val_t alignment) noexcept;
 }  // namespace amf2json
 
 /// Abstract root of all nodes: a kind, a version, and an owned, ordered list of children.
@@ -137,22 +133,32 @@ class AMF2JSON_API AMFNode {
   AMFNode(const AMFNode& source);
   AMFNode& operator=(const AMFNode&) = delete;
 
-  /// @{ Nodes come from a pool, a chunk at a time. Each is still an object of its own, which anyone
-  /// may delete, on any thread; a host's classes derived from nodes need do nothing for it. Memory
-  /// goes back by the chunk: one node that is kept holds the 64 KiB it stands in, and what a thread
-  /// handed to others to delete, it uses again or returns only when it makes or deletes nodes, or
-  /// ends. To keep a small part of a large tree, keep its clone().
-  static void* operator new(std::size_t size);
-  static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
-  static void* operator new(std::size_t size, std::align_val_t alignment);
-  static void* operator new(std::size_t size, std::align_val_t alignment,
-                            const std::nothrow_t&) noexcept;
-  static void* operator new(std::size_t, void* place) noexcept { return place; }
-  static void operator delete(void* node, std::size_t size) noexcept;
-  static void operator delete(void* node, const std::nothrow_t&) noexcept;
-  static void operator delete(void* node, std::align_val_t alignment) noexcept;
-  static void operator delete(void* node, std::align_val_t alignment,
-                              const std::nothrow_t&) noexcept;
+  /// @{ Every node is an object of its own, which anyone may delete, on any thread. A host makes
+  /// nodes with any form of `new`, its own placement forms among them. `parse`, the readers and
+  /// `clone` take theirs from a pool of chunks, which has these rules:
+  ///
+  /// - The bytes of a decoded string may be in the same block as the node: change them in place or
+  ///   with setValue, and never delete `AMFRaw::data` or give it to somebody else.
+  /// - One node that is kept keeps the 64 KiB chunk that it is in: to keep a small part of a large
+  ///   tree, keep its clone().
+  /// - A tree deletes what it adopts: a node from a placement form must stay outside, or be
+  /// attached
+  ///   with copy true. A node from `::new` is as good as any.
+  ///
+  /// docs/ownership.md says how to build without the pool.
+  AMF2JSON_INLINE static void operator delete(void* node, std::size_t size) noexcept {
+    amf2json::freeNode(node, size);
+  }
+  AMF2JSON_INLINE static void operator delete(void* node, std::align_val_t alignment) noexcept {
+    amf2json::freeNode(node, alignment);
+  }
+  AMF2JSON_INLINE static void operator delete(void* node, const std::nothrow_t&) noexcept {
+    amf2json::freeNode(node, std::size_t{0});
+  }
+  AMF2JSON_INLINE static void operator delete(void* node, std::align_val_t alignment,
+                                              const std::nothrow_t&) noexcept {
+    amf2json::freeNode(node, alignment);
+  }
   static void operator delete(void*, void*) noexcept {}
   /// @}
 
@@ -180,13 +186,18 @@ class AMF2JSON_API AMFNode {
   std::uint32_t referenceIndex = kNoReference;
   /// Set by the AMF3 reader once an object or array has been read to its end.
   bool complete = false;
+
+ private:
+  friend class amf2json::NodeMemory;
+  std::uint8_t memory = 0;  // where the node came from
 };
 
 /// The null value.
 class AMF2JSON_API AMFNull : public AMFNode {
  public:
-  explicit AMFNull(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);  ///< null
-  AMFNull(const AMFNull& source);                                           ///< a deep copy
+  explicit AMFNull(AMFVersion nodeVersion);              ///< null
+  AMFNull(AMFVersion nodeVersion, AMFNode* nodeParent);  ///< the same, with a noted parent
+  AMFNull(const AMFNull& source);                        ///< a deep copy
   ~AMFNull() override;
   AMFNull* clone() const override;
 };
@@ -194,8 +205,9 @@ class AMF2JSON_API AMFNull : public AMFNode {
 /// The undefined value.
 class AMF2JSON_API AMFUndefined : public AMFNode {
  public:
-  explicit AMFUndefined(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);  ///< undefined
-  AMFUndefined(const AMFUndefined& source);                                      ///< a deep copy
+  explicit AMFUndefined(AMFVersion nodeVersion);              ///< undefined
+  AMFUndefined(AMFVersion nodeVersion, AMFNode* nodeParent);  ///< the same, with a noted parent
+  AMFUndefined(const AMFUndefined& source);                   ///< a deep copy
   ~AMFUndefined() override;
   AMFUndefined* clone() const override;
 };
@@ -203,8 +215,9 @@ class AMF2JSON_API AMFUndefined : public AMFNode {
 /// A truth value.
 class AMF2JSON_API AMFBool : public AMFNode {
  public:
-  explicit AMFBool(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);  ///< false
-  AMFBool(const AMFBool& source);                                           ///< a deep copy
+  explicit AMFBool(AMFVersion nodeVersion);              ///< false
+  AMFBool(AMFVersion nodeVersion, AMFNode* nodeParent);  ///< the same, with a noted parent
+  AMFBool(const AMFBool& source);                        ///< a deep copy
   ~AMFBool() override;
   AMFBool* clone() const override;
 
@@ -215,8 +228,9 @@ class AMF2JSON_API AMFBool : public AMFNode {
 /// writing one in an AMF0 place is refused.
 class AMF2JSON_API AMFInt : public AMFNode {
  public:
-  explicit AMFInt(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);  ///< 0
-  AMFInt(const AMFInt& source);                                            ///< a deep copy
+  explicit AMFInt(AMFVersion nodeVersion);              ///< 0
+  AMFInt(AMFVersion nodeVersion, AMFNode* nodeParent);  ///< the same, with a noted parent
+  AMFInt(const AMFInt& source);                         ///< a deep copy
   ~AMFInt() override;
   AMFInt* clone() const override;
 
@@ -226,8 +240,9 @@ class AMF2JSON_API AMFInt : public AMFNode {
 /// A number.
 class AMF2JSON_API AMFDouble : public AMFNode {
  public:
-  explicit AMFDouble(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);  ///< 0
-  AMFDouble(const AMFDouble& source);                                         ///< a deep copy
+  explicit AMFDouble(AMFVersion nodeVersion);              ///< 0
+  AMFDouble(AMFVersion nodeVersion, AMFNode* nodeParent);  ///< the same, with a noted parent
+  AMFDouble(const AMFDouble& source);                      ///< a deep copy
   ~AMFDouble() override;
   AMFDouble* clone() const override;
 
@@ -237,8 +252,9 @@ class AMF2JSON_API AMFDouble : public AMFNode {
 /// A date.
 class AMF2JSON_API AMFDate : public AMFNode {
  public:
-  explicit AMFDate(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);  ///< 1970-01-01
-  AMFDate(const AMFDate& source);                                           ///< a deep copy
+  explicit AMFDate(AMFVersion nodeVersion);              ///< 1970-01-01
+  AMFDate(AMFVersion nodeVersion, AMFNode* nodeParent);  ///< the same, with a noted parent
+  AMFDate(const AMFDate& source);                        ///< a deep copy
   ~AMFDate() override;
   AMFDate* clone() const override;
 
@@ -248,8 +264,9 @@ class AMF2JSON_API AMFDate : public AMFNode {
 /// A byte array (an AMF3 ByteArray), and the base of everything that holds bytes.
 class AMF2JSON_API AMFRaw : public AMFNode {
  public:
-  explicit AMFRaw(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);  ///< no bytes
-  AMFRaw(const AMFRaw& source);                                            ///< a deep copy
+  explicit AMFRaw(AMFVersion nodeVersion);              ///< no bytes
+  AMFRaw(AMFVersion nodeVersion, AMFNode* nodeParent);  ///< the same, with a noted parent
+  AMFRaw(const AMFRaw& source);                         ///< a deep copy
   ~AMFRaw() override;
   AMFRaw* clone() const override;
 
@@ -257,9 +274,9 @@ class AMF2JSON_API AMFRaw : public AMFNode {
   /// bytes): `data` is null and `length` 0. std::bad_alloc leaves the node as it was.
   void setValue(const char* bytes, unsigned int byteCount);
 
-  /// Owned; null when empty; not terminated. The bytes may be overwritten in place. They may stand
-  /// right behind the node: release them with setValue only. A host that wants the node to own an
-  /// array of its own calls setValue(nullptr, 0) and stores a `new char[]` here.
+  /// Owned; null when empty; not terminated. The bytes may be overwritten in place. A host that
+  /// wants the node to own an array of its own calls setValue(nullptr, 0) and stores a `new char[]`
+  /// here.
   char* data = nullptr;
   std::uint32_t length = 0;  ///< bytes in `data`
 
@@ -270,8 +287,9 @@ class AMF2JSON_API AMFRaw : public AMFNode {
 /// A string: the bytes as received, UTF-8 by convention, NUL bytes included.
 class AMF2JSON_API AMFString : public AMFRaw {
  public:
-  explicit AMFString(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);  ///< an empty string
-  AMFString(const AMFString& source);                                         ///< a deep copy
+  explicit AMFString(AMFVersion nodeVersion);              ///< an empty string
+  AMFString(AMFVersion nodeVersion, AMFNode* nodeParent);  ///< the same, with a noted parent
+  AMFString(const AMFString& source);                      ///< a deep copy
   ~AMFString() override;
   AMFString* clone() const override;
 
@@ -282,8 +300,9 @@ class AMF2JSON_API AMFString : public AMFRaw {
 /// XML text. `document` 1: XML document (AMF0, AMF3 marker 0x07); 0: E4X XML (AMF3 marker 0x0B).
 class AMF2JSON_API AMFXML : public AMFString {
  public:
-  explicit AMFXML(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);  ///< an empty E4X text
-  AMFXML(const AMFXML& source);                                            ///< a deep copy
+  explicit AMFXML(AMFVersion nodeVersion);              ///< an empty E4X text
+  AMFXML(AMFVersion nodeVersion, AMFNode* nodeParent);  ///< the same, with a noted parent
+  AMFXML(const AMFXML& source);                         ///< a deep copy
   ~AMFXML() override;
   AMFXML* clone() const override;
 
@@ -298,8 +317,9 @@ class AMF2JSON_API AMFXML : public AMFString {
 /// appended.
 class AMF2JSON_API AMFArray : public AMFNode {
  public:
-  explicit AMFArray(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr);  ///< an empty array
-  AMFArray(const AMFArray& source);                                          ///< a deep copy
+  explicit AMFArray(AMFVersion nodeVersion);              ///< an empty array
+  AMFArray(AMFVersion nodeVersion, AMFNode* nodeParent);  ///< the same, with a noted parent
+  AMFArray(const AMFArray& source);                       ///< a deep copy
   ~AMFArray() override;
   AMFArray* clone() const override;
 
@@ -317,8 +337,9 @@ class AMF2JSON_API AMFArray : public AMFNode {
 class AMF2JSON_API AMFPair : public AMFNode {
  public:
   /// The name is a new empty string and the value a new AMFUndefined, both of the pair's version.
-  explicit AMFPair(AMFVersion nodeVersion, AMFNode* nodeParent = nullptr, AMFType kind = AMF_PAIR);
-  AMFPair(const AMFPair& source);  ///< a deep copy
+  explicit AMFPair(AMFVersion nodeVersion);
+  AMFPair(AMFVersion nodeVersion, AMFNode* nodeParent, AMFType kind = AMF_PAIR);  ///< the same
+  AMFPair(const AMFPair& source);                                                 ///< a deep copy
   ~AMFPair() override;
   AMFPair* clone() const override;
 
@@ -331,25 +352,24 @@ class AMF2JSON_API AMFPair : public AMFNode {
   AMFString* name;  ///< owned
   AMFNode* value;   ///< owned
 
- protected:
-  friend struct amf2json::model::Adopt;
-  /// Adopts both.
-  AMFPair(AMFVersion nodeVersion, AMFType kind, AMFString* ownName, AMFNode* ownValue) noexcept;
+  /// \cond internal
+  AMFPair(const amf2json::Unfilled&, AMFVersion nodeVersion, AMFType kind) noexcept;
+  /// \endcond
 };
 
 /// An object. Children: AMFPair nodes, the `sealedCount` sealed members first, then the dynamic
 /// ones.
 class AMF2JSON_API AMFObject : public AMFNode {
  public:
-  explicit AMFObject(AMFVersion nodeVersion,
-                     AMFNode* nodeParent = nullptr);  ///< empty, of no class
-  AMFObject(const AMFObject& source);                 ///< a deep copy
+  explicit AMFObject(AMFVersion nodeVersion);              ///< empty, of no class
+  AMFObject(AMFVersion nodeVersion, AMFNode* nodeParent);  ///< the same, with a noted parent
+  AMFObject(const AMFObject& source);                      ///< a deep copy
   ~AMFObject() override;
   AMFObject* clone() const override;
 
   void appendChild(AMFPair* pair, bool copy);                   ///< AMFNode::appendChild
   void setChild(unsigned int index, AMFPair* pair, bool copy);  ///< AMFNode::setChild
-  AMFNode* getChild(unsigned int index) const;                  ///< AMFNode::getChild
+  AMFPair* getChild(unsigned int index) const;                  ///< AMFNode::getChild
   /// With copy true a new AMFString is made from the bytes of `newName`.
   void setClassName(AMFString* newName, bool copy);
 
@@ -361,16 +381,17 @@ class AMF2JSON_API AMFObject : public AMFNode {
   std::uint32_t traitsIndex = kNoReference;
   AMFString* className;  ///< owned; empty for an anonymous object
 
- private:
-  friend struct amf2json::model::Adopt;
-  AMFObject(AMFVersion nodeVersion, AMFString* ownName) noexcept;
+  /// \cond internal
+  AMFObject(const amf2json::Unfilled&, AMFVersion nodeVersion) noexcept;
+  /// \endcond
 };
 
 /// A packet header: the name is the pair's name, the content its value.
 class AMF2JSON_API AMFHeader : public AMFPair {
  public:
-  explicit AMFHeader(AMFNode* nodeParent = nullptr);  ///< no name, an undefined value
-  AMFHeader(const AMFHeader& source);                 ///< a deep copy
+  AMFHeader();                              ///< no name, an undefined value
+  explicit AMFHeader(AMFNode* nodeParent);  ///< the same, with a noted parent
+  AMFHeader(const AMFHeader& source);       ///< a deep copy
   ~AMFHeader() override;
   AMFHeader* clone() const override;
 
@@ -379,17 +400,18 @@ class AMF2JSON_API AMFHeader : public AMFPair {
   /// recomputed; written back as it stands.
   std::uint32_t length = 0xFFFFFFFFu;
 
- private:
-  friend struct amf2json::model::Adopt;
-  AMFHeader(AMFString* ownName, AMFNode* ownValue) noexcept;
+  /// \cond internal
+  explicit AMFHeader(const amf2json::Unfilled&) noexcept;
+  /// \endcond
 };
 
 /// A packet message (a call or a reply): two URIs and one value.
 class AMF2JSON_API AMFMessage : public AMFNode {
  public:
   /// Version AMF_VERSION_0, both URIs empty strings, the value a new AMFUndefined.
-  explicit AMFMessage(AMFNode* nodeParent = nullptr);
-  AMFMessage(const AMFMessage& source);  ///< a deep copy
+  AMFMessage();
+  explicit AMFMessage(AMFNode* nodeParent);  ///< the same, with a noted parent
+  AMFMessage(const AMFMessage& source);      ///< a deep copy
   ~AMFMessage() override;
   AMFMessage* clone() const override;
 
@@ -404,9 +426,9 @@ class AMF2JSON_API AMFMessage : public AMFNode {
   AMFString* responseUri;              ///< owned
   AMFNode* value;                      ///< owned
 
- private:
-  friend struct amf2json::model::Adopt;
-  AMFMessage(AMFString* ownTarget, AMFString* ownResponse, AMFNode* ownValue) noexcept;
+  /// \cond internal
+  explicit AMFMessage(const amf2json::Unfilled&) noexcept;
+  /// \endcond
 };
 
 /// A packet: its headers, then its messages, all in `children`.
@@ -460,98 +482,59 @@ AMF2JSON_API std::string formatString(std::string& text, bool dropControl);
 // ---------------------------------------------------------------------------------------------------
 // Encoded pieces
 
-/// The pieces that the writers made, in output order, one per field. Owned by the protocol object.
-/// A piece's bytes never move while it is listed.
+/// The pieces that the writers made, in output order, one per field: a read-only list with random
+/// access. Owned by the protocol object. A piece's bytes never move while it is listed.
+///
+/// The list of `Chunk`s is made when it is first looked at after a write: that look takes linear
+/// time and may throw std::bad_alloc (nothing is lost then), every other one constant time.
+/// Elements, iterators and references hold until the next write, `clean` or `compile`.
 class AMF2JSON_API AMFOutputChunks {
  public:
   /// One field.
   struct Chunk {
-    /// not owned; valid until AMFProtocol::clean or the next compile lists anew
-    const char* bytes;
+    const char* bytes;     ///< not owned
     std::uint32_t length;  ///< 1 or more
   };
-  using value_type = Chunk;  ///< what iteration shows
-
-  class const_iterator;
-  using iterator = const_iterator;  ///< the pieces are only looked at
+  using value_type = Chunk;                                              ///< one field
+  using size_type = std::size_t;                                         ///< of counts
+  using difference_type = std::ptrdiff_t;                                ///< of distances
+  using reference = const Chunk&;                                        ///< pieces are read only
+  using const_reference = const Chunk&;                                  ///< \copydoc reference
+  using pointer = const Chunk*;                                          ///< \copydoc reference
+  using const_pointer = const Chunk*;                                    ///< \copydoc reference
+  using const_iterator = const Chunk*;                                   ///< \copydoc reference
+  using iterator = const_iterator;                                       ///< \copydoc reference
+  using const_reverse_iterator = std::reverse_iterator<const_iterator>;  ///< last piece first
+  using reverse_iterator = const_reverse_iterator;                       ///< last piece first
 
   AMFOutputChunks();
   ~AMFOutputChunks();
-  AMFOutputChunks(const AMFOutputChunks&) = delete;
-  AMFOutputChunks& operator=(const AMFOutputChunks&) = delete;
+  /// A list of its own, with copies of the bytes.
+  AMFOutputChunks(const AMFOutputChunks& source);
+  /// The same; the pieces that were listed are released. std::bad_alloc leaves them as they were.
+  AMFOutputChunks& operator=(const AMFOutputChunks& source);
 
-  std::size_t size() const noexcept;      ///< number of pieces; counts them
-  bool empty() const noexcept;            ///< whether there is none
-  const_iterator begin() const noexcept;  ///< the first piece
-  const_iterator end() const noexcept;    ///< behind the last piece
+  bool empty() const noexcept;  ///< whether there is no piece; does not make the list
+  std::size_t size() const { return static_cast<std::size_t>(end() - begin()); }  ///< their number
+  const Chunk* data() const { return begin(); }      ///< the first, of size() in a row
+  const_iterator begin() const;                      ///< the first piece
+  const_iterator end() const;                        ///< after the last piece
+  const_iterator cbegin() const { return begin(); }  ///< begin()
+  const_iterator cend() const { return end(); }      ///< end()
+  const_reverse_iterator rbegin() const { return const_reverse_iterator(end()); }  ///< the last
+  const_reverse_iterator rend() const { return const_reverse_iterator(begin()); }  ///< their end
+  const_reverse_iterator crbegin() const { return rbegin(); }                      ///< rbegin()
+  const_reverse_iterator crend() const { return rend(); }                          ///< rend()
+  const Chunk& front() const { return *begin(); }     ///< the first; there must be one
+  const Chunk& back() const { return *(end() - 1); }  ///< the last; there must be one
+  const Chunk& operator[](std::size_t index) const { return begin()[index]; }  ///< not checked
+  /// Throws std::out_of_range when `index` is not below size().
+  const Chunk& at(std::size_t index) const;
 
  private:
   friend class AMFProtocol;
-  friend class amf2json::codec::Writer;
-
-  // Pieces that follow one another in memory.
-  struct Run {
-    const char* bytes;
-    std::uint32_t length;
-    bool alone;  // one large piece
-  };
-  char* pen() const noexcept;
-  void close(char* pen) noexcept;             // lists what the pen has written
-  AMF2JSON_LOCAL char* turnBlock(char* pen);  // lists it, and goes on in a new block
-  AMF2JSON_LOCAL char* addLarge(char* pen, const char* bytes, std::uint32_t length);
-  AMF2JSON_LOCAL void endRun();
-  std::size_t runCount() const noexcept { return runs.size() + (next != runStart ? 1 : 0); }
-  AMF2JSON_LOCAL Run runAt(std::size_t i) const noexcept;
-  AMF2JSON_LOCAL std::uint64_t total() const noexcept;  // bytes of all pieces
-  AMF2JSON_LOCAL void copyTo(char* to) const noexcept;  // all pieces, joined
-  AMF2JSON_LOCAL void release() noexcept;               // frees the listed pieces
-  AMF2JSON_LOCAL void abandon();  // empties the list, keeps the bytes until this object goes
-
-  using Blocks = std::vector<std::unique_ptr<char[]>>;
-  std::vector<Run> runs;           // all but what was written since `runStart`
-  Blocks blocks;                   // of small pieces; kept for the next packet
-  Blocks large;                    // a piece each
-  Blocks abandoned;                // those of earlier runs that nobody released
-  std::size_t blocksUsed = 0;      // the last of them is the current one
-  char* next = nullptr;            // its first free byte
-  char* blockEnd = nullptr;        // behind the bytes in it
-  const char* runStart = nullptr;  // where the current run begins in it
+  std::unique_ptr<amf2json::Pieces> pieces;
 };
-
-/// Goes through the pieces. Valid until a piece is added or released.
-class AMF2JSON_API AMFOutputChunks::const_iterator {
- public:
-  using iterator_category = std::input_iterator_tag;  ///< what it points to is made as it moves
-  using value_type = Chunk;                           ///< \copydoc iterator_category
-  using difference_type = std::ptrdiff_t;             ///< \copydoc iterator_category
-  using pointer = const Chunk*;                       ///< \copydoc iterator_category
-  using reference = const Chunk&;                     ///< \copydoc iterator_category
-
-  const Chunk& operator*() const noexcept { return piece; }    ///< this piece
-  const Chunk* operator->() const noexcept { return &piece; }  ///< this piece
-  const_iterator& operator++() noexcept;                       ///< on to the next piece
-  const_iterator operator++(int) noexcept;  ///< the same, and gives the old place
-  /// Whether both are at the same piece of the same list.
-  bool operator==(const const_iterator& other) const noexcept {
-    return run == other.run && offset == other.offset;
-  }
-  /// The opposite.
-  bool operator!=(const const_iterator& other) const noexcept { return !(*this == other); }
-
- private:
-  friend class AMFOutputChunks;
-  AMF2JSON_LOCAL const_iterator(const AMFOutputChunks* owner, std::size_t firstRun) noexcept;
-  AMF2JSON_LOCAL void look(const Run& at, std::uint32_t begin) noexcept;
-
-  const AMFOutputChunks* chunks;
-  std::size_t run;
-  std::uint32_t offset = 0;  // of the piece in the run
-  Chunk piece{nullptr, 0};
-};
-
-inline bool AMFOutputChunks::empty() const noexcept {
-  return runCount() == 0;
-}
 
 // ---------------------------------------------------------------------------------------------------
 // The protocol object
@@ -731,11 +714,11 @@ class AMF2JSON_API AMFProtocol {
   /// Encodes a package: writes all pieces, joins them into `resultBuffer` and returns it; its
   /// length is `getResultLength()`. The buffer is this object's until the next compile, or the
   /// host's after `loseResultBuffer`. Null: returns null, nothing changes. The pieces of an earlier
-  /// run that are still listed are abandoned, not released: call `clean` after each compile to keep
-  /// memory flat. After an error `outputLength` is 0 and `resultBuffer` still that of the run
-  /// before; null if there was memory for the pieces but not for the packet, since the old one goes
-  /// first. Throws what the writers throw, and std::bad_alloc when the packet would pass 2^32-1
-  /// bytes.
+  /// run that are still listed are abandoned, not released: their bytes stay until this object
+  /// goes. Call `clean` after each compile to keep memory flat. After an error `outputLength` is 0
+  /// and `resultBuffer` still that of the run before; null if there was memory for the pieces but
+  /// not for the packet, since the old one goes first. Throws what the writers throw, and
+  /// std::bad_alloc when the packet would pass 2^32-1 bytes.
   char* compile(const AMFPackage* source);
   /// u16 name length, name | u8 0 or 1 | u32 length as stored | the value.
   /// Throws "setHeader(): lack of header type node".
@@ -873,13 +856,14 @@ class AMF2JSON_API AMFProtocol {
   /// before.
   void appendValue(const std::string& value, bool quote, bool named);
   /// A node and everything below it. Null writes nothing.
-  void appendNode(AMFNode* node, AMFVersion parentVersion);
+  void appendNode(const AMFNode* node, AMFVersion parentVersion);
   /// One named member; a null node is written as null. In script paths the name ends at its first
   /// NUL and after 999 bytes.
-  void appendChild(const std::string& name, AMFNode* node, AMFVersion nodeVersion, bool isInline);
+  void appendChild(const std::string& name, const AMFNode* node, AMFVersion nodeVersion,
+                   bool isInline);
   /// The children of `node` as a named list; for a null node nothing is written. Path segments
   /// ("name[i]") end as in appendChild.
-  void appendChildren(const std::string& name, AMFNode* node);
+  void appendChildren(const std::string& name, const AMFNode* node);
 
   // ---- State
   // ---------------------------------------------------------------------------------------
@@ -917,31 +901,7 @@ class AMF2JSON_API AMFProtocol {
   std::int32_t lineBreakCount = 1;   ///< soft breaks in `jsonText`, plus one
 
  private:
-  AMF2JSON_LOCAL void blankTexts();
-  AMF2JSON_LOCAL void putBlankTextsAside();
-  AMF2JSON_LOCAL void handTextsOn() noexcept;
-  AMF2JSON_LOCAL void clearReferences() noexcept;
-
-  AMF2JSON_LOCAL void joinChunks();
-
-  friend class amf2json::codec::Reader;
-  friend class amf2json::render::Writer;
-  AMF2JSON_LOCAL void renderPackage(bool pretty, bool bareRoot, std::size_t hidden = 0);
-
-  std::unique_ptr<amf2json::model::ChildLists>
-      lists;                      // storage of the last package's child lists, for parse
-  std::vector<AMFNode*> pending;  // owned: what the containers being read will get as children
-
-  // The script path: all segments joined, and where each begins.
-  std::string scriptPath;
-  std::vector<std::size_t> scriptPathStarts;
-
-  // Two spare texts, so that parse needs no fill: while the visible texts are the untouched NULs of
-  // the last parse the spares are what a view writes into, and the other way round.
-  std::string spareJsonText;
-  std::string spareScriptText;
-  bool textsBlank = false;   // the visible texts are NULs, as far as the library knows
-  bool sparesBlank = false;  // the spare texts are NULs
+  std::unique_ptr<amf2json::ProtocolState> state;
 };
 
 #endif  // AMF2JSON_H

@@ -8,7 +8,7 @@
 #include <memory>
 
 #include "AMF2JSON.h"
-#include "model/node_pool.h"
+#include "memory/node_pool.h"
 
 namespace amf2json::model {
 
@@ -29,6 +29,12 @@ inline bool countsAsElement(const AMFNode* child) {
   return child->type != AMFNode::AMF_PAIR;
 }
 
+// The node as a pair of any kind, a header too; null for anything else.
+inline const AMFPair* asPair(const AMFNode* node) {
+  if (!node || node->type == AMFNode::AMF_PAIR) return static_cast<const AMFPair*>(node);
+  return dynamic_cast<const AMFPair*>(node);
+}
+
 // The byte behind a flag, also where a host stored another one than 0 and 1 there.
 inline std::uint8_t storedByte(const bool& flag) {
   std::uint8_t byte;
@@ -36,11 +42,21 @@ inline std::uint8_t storedByte(const bool& flag) {
   return byte;
 }
 
+// A name, class name or URI: a plain string, also where the source is XML text.
 inline std::unique_ptr<AMFString> copyOf(const AMFString* source) {
-  return source ? copyBytesNode(*source) : nullptr;
+  if (!source) return nullptr;
+  std::unique_ptr<AMFString> copied(allocatorOfThisThread().copyWithBytes(*source));
+  copied->type = AMFNode::AMF_STRING;
+  return copied;
 }
 inline std::unique_ptr<AMFNode> copyOf(const AMFNode* source) {
   return std::unique_ptr<AMFNode>(source ? source->clone() : nullptr);
+}
+
+// The node under the class that its place stands for. Kept: it is not looked whether it is one.
+template <class Node>
+Node* castUnchecked(AMFNode* node) {
+  return static_cast<Node*>(static_cast<void*>(node));
 }
 
 // Replaces an owned member: the new node first, then the old one goes. Null is ignored.

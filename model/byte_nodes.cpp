@@ -4,10 +4,12 @@
 #include <cstring>
 
 #include "AMF2JSON.h"
-#include "model/node_pool.h"
+#include "memory/node_pool.h"
+#include "memory/tree_deleter.h"
 
 using namespace amf2json;
 
+AMFRaw::AMFRaw(AMFVersion nodeVersion) : AMFRaw(AMF_RAW, nodeVersion, nullptr) {}
 AMFRaw::AMFRaw(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFRaw(AMF_RAW, nodeVersion, nodeParent) {}
 AMFRaw::AMFRaw(AMFType kind, AMFVersion nodeVersion, AMFNode* nodeParent)
@@ -19,10 +21,10 @@ AMFRaw::AMFRaw(const AMFRaw& source) : AMFNode(source) {
 }
 
 AMFRaw::~AMFRaw() {
-  model::releaseBytes(this);
+  releaseBytes(*this);
 }
 AMFRaw* AMFRaw::clone() const {
-  return model::copyBytesNode(*this).release();
+  return allocatorOfThisThread().copyWithBytes(*this);
 }
 
 void AMFRaw::setValue(const char* bytes, unsigned int byteCount) {
@@ -31,11 +33,12 @@ void AMFRaw::setValue(const char* bytes, unsigned int byteCount) {
     taken = new char[byteCount];
     std::memcpy(taken, bytes, byteCount);
   }
-  model::releaseBytes(this);
+  releaseBytes(*this);
   data = taken;
   length = taken ? byteCount : 0;
 }
 
+AMFString::AMFString(AMFVersion nodeVersion) : AMFRaw(AMF_STRING, nodeVersion, nullptr) {}
 AMFString::AMFString(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFRaw(AMF_STRING, nodeVersion, nodeParent) {}
 AMFString::AMFString(AMFType kind, AMFVersion nodeVersion, AMFNode* nodeParent)
@@ -43,15 +46,18 @@ AMFString::AMFString(AMFType kind, AMFVersion nodeVersion, AMFNode* nodeParent)
 AMFString::AMFString(const AMFString& source) = default;
 AMFString::~AMFString() = default;
 AMFString* AMFString::clone() const {
-  return model::copyBytesNode(*this).release();
+  return allocatorOfThisThread().copyWithBytes(*this);
 }
 
+AMFXML::AMFXML(AMFVersion nodeVersion) : AMFString(AMF_XML, nodeVersion, nullptr) {}
 AMFXML::AMFXML(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFString(AMF_XML, nodeVersion, nodeParent) {}
 AMFXML::AMFXML(const AMFXML& source) = default;
 AMFXML::~AMFXML() = default;
 AMFXML* AMFXML::clone() const {
-  return model::copyBytesNode(*this).release();
+  AMFXML* const copied = allocatorOfThisThread().copyWithBytes(*this);
+  copied->document = document;
+  return copied;
 }
 
 void AMFXML::setValue(AMFString* text) {

@@ -2,20 +2,23 @@
 //
 // The nodes of the envelope: header, message, package. Tested by tests/model_test.cpp.
 #include "AMF2JSON.h"
+#include "memory/node_pool.h"
+#include "memory/tree_deleter.h"
 #include "model/attach.h"
-#include "model/drop.h"
 
 using namespace amf2json;
 
+AMFHeader::AMFHeader() : AMFHeader(nullptr) {}
 AMFHeader::AMFHeader(AMFNode* nodeParent) : AMFPair(AMF_VERSION_0, nodeParent, AMF_HEADER) {}
-AMFHeader::AMFHeader(AMFString* ownName, AMFNode* ownValue) noexcept
-    : AMFPair(AMF_VERSION_0, AMF_HEADER, ownName, ownValue) {}
+AMFHeader::AMFHeader(const Unfilled& unfilled) noexcept
+    : AMFPair(unfilled, AMF_VERSION_0, AMF_HEADER) {}
 AMFHeader::AMFHeader(const AMFHeader& source) = default;
 AMFHeader::~AMFHeader() = default;
 AMFHeader* AMFHeader::clone() const {
-  return new AMFHeader(*this);
+  return allocatorOfThisThread().copy(*this);
 }
 
+AMFMessage::AMFMessage() : AMFMessage(nullptr) {}
 AMFMessage::AMFMessage(AMFNode* nodeParent) : AMFNode(AMF_MESSAGE, AMF_VERSION_0, nodeParent) {
   auto target = std::make_unique<AMFString>(AMF_VERSION_0);
   auto response = std::make_unique<AMFString>(AMF_VERSION_0);
@@ -24,11 +27,11 @@ AMFMessage::AMFMessage(AMFNode* nodeParent) : AMFNode(AMF_MESSAGE, AMF_VERSION_0
   responseUri = response.release();
 }
 
-AMFMessage::AMFMessage(AMFString* ownTarget, AMFString* ownResponse, AMFNode* ownValue) noexcept
+AMFMessage::AMFMessage(const Unfilled&) noexcept
     : AMFNode(AMF_MESSAGE, AMF_VERSION_0, nullptr),
-      targetUri(ownTarget),
-      responseUri(ownResponse),
-      value(ownValue) {}
+      targetUri(nullptr),
+      responseUri(nullptr),
+      value(nullptr) {}
 
 AMFMessage::AMFMessage(const AMFMessage& source) : AMFNode(source), length(source.length) {
   auto target = model::copyOf(source.targetUri);
@@ -39,13 +42,13 @@ AMFMessage::AMFMessage(const AMFMessage& source) : AMFNode(source), length(sourc
 }
 
 AMFMessage::~AMFMessage() {
-  model::Dropper dropper;
-  dropper.drop(targetUri);
-  dropper.drop(responseUri);
-  dropper.drop(value);
+  TreeDeleter deleter;
+  deleter.destroy(targetUri);
+  deleter.destroy(responseUri);
+  deleter.destroy(value);
 }
 AMFMessage* AMFMessage::clone() const {
-  return new AMFMessage(*this);
+  return allocatorOfThisThread().copy(*this);
 }
 
 void AMFMessage::setTargetUri(AMFString* uri, bool copy) {
@@ -67,7 +70,7 @@ AMFPackage::AMFPackage(AMFVersion packetVersion) : AMFNode(AMF_PACKAGE, packetVe
 AMFPackage::AMFPackage(const AMFPackage& source) = default;
 AMFPackage::~AMFPackage() = default;
 AMFPackage* AMFPackage::clone() const {
-  return new AMFPackage(*this);
+  return allocatorOfThisThread().copy(*this);
 }
 
 void AMFPackage::appendHeader(AMFHeader* header, bool copy) {
@@ -79,10 +82,11 @@ void AMFPackage::appendMessage(AMFMessage* message, bool copy) {
 }
 
 AMFHeader* AMFPackage::getHeader(unsigned int index) const {
-  return index < headerCount ? static_cast<AMFHeader*>(getChild(index)) : nullptr;
+  return index < headerCount ? model::castUnchecked<AMFHeader>(getChild(index)) : nullptr;
 }
 AMFMessage* AMFPackage::getMessage(unsigned int index) const {
   // Kept: the difference is taken in 32 bits, as everywhere where messages are counted.
   const auto messageCount = static_cast<std::uint32_t>(children.size()) - headerCount;
-  return index < messageCount ? static_cast<AMFMessage*>(getChild(headerCount + index)) : nullptr;
+  return index < messageCount ? model::castUnchecked<AMFMessage>(getChild(headerCount + index))
+                              : nullptr;
 }

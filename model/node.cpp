@@ -3,8 +3,8 @@
 // AMFNode: what all nodes share, the owned list of children above all. Tested by
 // tests/model_test.cpp.
 #include "AMF2JSON.h"
+#include "memory/tree_deleter.h"
 #include "model/attach.h"
-#include "model/drop.h"
 
 using namespace amf2json;
 
@@ -24,7 +24,8 @@ AMFNode::AMFNode(const AMFNode& source) : AMFNode(source.type, source.version, n
 }
 
 AMFNode::~AMFNode() {
-  if (!children.empty()) model::Dropper().dropChildren(*this);
+  if (!children.empty()) TreeDeleter().destroyChildren(*this);
+  if (memory != 0) NodeMemory::noteDestroyed(this);
 }
 
 void AMFNode::appendChild(AMFNode* node, bool copy) {

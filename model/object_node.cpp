@@ -2,16 +2,18 @@
 //
 // AMFObject: a class name and a list of pairs. Tested by tests/model_test.cpp.
 #include "AMF2JSON.h"
+#include "memory/node_pool.h"
+#include "memory/tree_deleter.h"
 #include "model/attach.h"
-#include "model/drop.h"
 
 using namespace amf2json;
 
+AMFObject::AMFObject(AMFVersion nodeVersion) : AMFObject(nodeVersion, nullptr) {}
 AMFObject::AMFObject(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_OBJECT, nodeVersion, nodeParent), className(new AMFString(nodeVersion)) {}
 
-AMFObject::AMFObject(AMFVersion nodeVersion, AMFString* ownName) noexcept
-    : AMFNode(AMF_OBJECT, nodeVersion, nullptr), className(ownName) {}
+AMFObject::AMFObject(const Unfilled&, AMFVersion nodeVersion) noexcept
+    : AMFNode(AMF_OBJECT, nodeVersion, nullptr), className(nullptr) {}
 
 AMFObject::AMFObject(const AMFObject& source)
     : AMFNode(source),
@@ -22,10 +24,10 @@ AMFObject::AMFObject(const AMFObject& source)
       className(model::copyOf(source.className).release()) {}
 
 AMFObject::~AMFObject() {
-  model::Dropper().drop(className);
+  TreeDeleter().destroy(className);
 }
 AMFObject* AMFObject::clone() const {
-  return new AMFObject(*this);
+  return allocatorOfThisThread().copy(*this);
 }
 
 void AMFObject::appendChild(AMFPair* pair, bool copy) {
@@ -34,8 +36,8 @@ void AMFObject::appendChild(AMFPair* pair, bool copy) {
 void AMFObject::setChild(unsigned int index, AMFPair* pair, bool copy) {
   AMFNode::setChild(index, pair, copy);
 }
-AMFNode* AMFObject::getChild(unsigned int index) const {
-  return AMFNode::getChild(index);
+AMFPair* AMFObject::getChild(unsigned int index) const {
+  return model::castUnchecked<AMFPair>(AMFNode::getChild(index));
 }
 
 void AMFObject::setClassName(AMFString* newName, bool copy) {

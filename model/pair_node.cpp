@@ -2,11 +2,13 @@
 //
 // AMFPair: a name and a value. Tested by tests/model_test.cpp.
 #include "AMF2JSON.h"
+#include "memory/node_pool.h"
+#include "memory/tree_deleter.h"
 #include "model/attach.h"
-#include "model/drop.h"
 
 using namespace amf2json;
 
+AMFPair::AMFPair(AMFVersion nodeVersion) : AMFPair(nodeVersion, nullptr) {}
 AMFPair::AMFPair(AMFVersion nodeVersion, AMFNode* nodeParent, AMFType kind)
     : AMFNode(kind, nodeVersion, nodeParent) {
   auto emptyName = std::make_unique<AMFString>(nodeVersion);
@@ -14,9 +16,8 @@ AMFPair::AMFPair(AMFVersion nodeVersion, AMFNode* nodeParent, AMFType kind)
   name = emptyName.release();
 }
 
-AMFPair::AMFPair(AMFVersion nodeVersion, AMFType kind, AMFString* ownName,
-                 AMFNode* ownValue) noexcept
-    : AMFNode(kind, nodeVersion, nullptr), name(ownName), value(ownValue) {}
+AMFPair::AMFPair(const Unfilled&, AMFVersion nodeVersion, AMFType kind) noexcept
+    : AMFNode(kind, nodeVersion, nullptr), name(nullptr), value(nullptr) {}
 
 AMFPair::AMFPair(const AMFPair& source) : AMFNode(source) {
   auto nameCopy = model::copyOf(source.name);
@@ -25,12 +26,12 @@ AMFPair::AMFPair(const AMFPair& source) : AMFNode(source) {
 }
 
 AMFPair::~AMFPair() {
-  model::Dropper dropper;
-  dropper.drop(name);
-  dropper.drop(value);
+  TreeDeleter deleter;
+  deleter.destroy(name);
+  deleter.destroy(value);
 }
 AMFPair* AMFPair::clone() const {
-  return new AMFPair(*this);
+  return allocatorOfThisThread().copy(*this);
 }
 
 void AMFPair::setName(AMFString* newName, bool copy) {

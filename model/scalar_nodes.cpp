@@ -5,23 +5,29 @@
 #include <cstring>
 
 #include "AMF2JSON.h"
+#include "memory/node_pool.h"
 
+using namespace amf2json;
+
+AMFNull::AMFNull(AMFVersion nodeVersion) : AMFNode(AMF_NULL, nodeVersion, nullptr) {}
 AMFNull::AMFNull(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_NULL, nodeVersion, nodeParent) {}
 AMFNull::AMFNull(const AMFNull& source) = default;
 AMFNull::~AMFNull() = default;
 AMFNull* AMFNull::clone() const {
-  return new AMFNull(*this);
+  return allocatorOfThisThread().copy(*this);
 }
 
+AMFUndefined::AMFUndefined(AMFVersion nodeVersion) : AMFNode(AMF_UNDEFINED, nodeVersion, nullptr) {}
 AMFUndefined::AMFUndefined(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_UNDEFINED, nodeVersion, nodeParent) {}
 AMFUndefined::AMFUndefined(const AMFUndefined& source) = default;
 AMFUndefined::~AMFUndefined() = default;
 AMFUndefined* AMFUndefined::clone() const {
-  return new AMFUndefined(*this);
+  return allocatorOfThisThread().copy(*this);
 }
 
+AMFBool::AMFBool(AMFVersion nodeVersion) : AMFNode(AMF_BOOL, nodeVersion, nullptr) {}
 AMFBool::AMFBool(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_BOOL, nodeVersion, nodeParent) {}
 // The byte is copied as it stands, also where a host stored another one than 0 and 1 there.
@@ -30,17 +36,19 @@ AMFBool::AMFBool(const AMFBool& source) : AMFNode(source) {
 }
 AMFBool::~AMFBool() = default;
 AMFBool* AMFBool::clone() const {
-  return new AMFBool(*this);
+  return allocatorOfThisThread().copy(*this);
 }
 
+AMFInt::AMFInt(AMFVersion nodeVersion) : AMFNode(AMF_INT, nodeVersion, nullptr) {}
 AMFInt::AMFInt(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_INT, nodeVersion, nodeParent) {}
 AMFInt::AMFInt(const AMFInt& source) = default;
 AMFInt::~AMFInt() = default;
 AMFInt* AMFInt::clone() const {
-  return new AMFInt(*this);
+  return allocatorOfThisThread().copy(*this);
 }
 
+AMFDouble::AMFDouble(AMFVersion nodeVersion) : AMFNode(AMF_DOUBLE, nodeVersion, nullptr) {}
 AMFDouble::AMFDouble(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_DOUBLE, nodeVersion, nodeParent) {}
 // Doubles are copied as bytes: a floating-point register of some machines changes the bits of a
@@ -50,9 +58,10 @@ AMFDouble::AMFDouble(const AMFDouble& source) : AMFNode(source) {
 }
 AMFDouble::~AMFDouble() = default;
 AMFDouble* AMFDouble::clone() const {
-  return new AMFDouble(*this);
+  return allocatorOfThisThread().copy(*this);
 }
 
+AMFDate::AMFDate(AMFVersion nodeVersion) : AMFNode(AMF_DATE, nodeVersion, nullptr) {}
 AMFDate::AMFDate(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_DATE, nodeVersion, nodeParent) {}
 AMFDate::AMFDate(const AMFDate& source) : AMFNode(source) {
@@ -60,5 +69,5 @@ AMFDate::AMFDate(const AMFDate& source) : AMFNode(source) {
 }
 AMFDate::~AMFDate() = default;
 AMFDate* AMFDate::clone() const {
-  return new AMFDate(*this);
+  return allocatorOfThisThread().copy(*this);
 }

@@ -18,17 +18,20 @@ std::size_t breakMarkFor(std::int32_t lineBreakCount) {
 
 }  // namespace
 
-AMF2JSON_APART Writer::Writer(AMFProtocol& protocol)
+AMF2JSON_APART Writer::Writer(AMFProtocol& protocol, ProtocolState& protocolState)
     : p(protocol),
+      state(protocolState),
       json(protocol.jsonText, protocol.jsonText.size()),
       script(protocol.scriptText, protocol.scriptText.size()),
       margin(protocol.newLine, protocol.indent, protocol.indentUnit),
       breakMark(breakMarkFor(protocol.lineBreakCount)) {
-  protocol.textsBlank = false;
+  state.texts.markWritten();
 }
 
-AMF2JSON_APART Writer::Writer(AMFProtocol& protocol, std::size_t hidden)
+AMF2JSON_APART Writer::Writer(AMFProtocol& protocol, ProtocolState& protocolState,
+                              std::size_t hidden)
     : p(protocol),
+      state(protocolState),
       json(protocol.jsonText, 0, hidden),
       script(protocol.scriptText, 0),
       margin(protocol.newLine, protocol.indent, protocol.indentUnit),

@@ -11,7 +11,7 @@
 #include <iterator>
 #include <limits>
 
-#include "model/platform.h"
+#include "base/time_zone.h"
 
 using namespace amf2json;
 
@@ -39,10 +39,10 @@ char* putDate(char* to, double timeMs) {
   static constexpr char kDays[] = "SunMonTueWedThuFriSat";
   static constexpr char kMonths[] = "JanFebMarAprMayJunJulAugSepOctNovDec";
   std::tm local{};
-  if (!platform::toLocalTime(toSeconds(timeMs), local) ||
+  if (!toLocalTime(toSeconds(timeMs), local) ||
       local.tm_year > std::numeric_limits<int>::max() - kYearBase) {
     local = std::tm{};
-    platform::toLocalTime(0, local);
+    toLocalTime(0, local);
   }
   std::memcpy(to, kDays + 3 * local.tm_wday, 3);
   to[3] = ' ';

@@ -11,7 +11,7 @@
 #endif
 
 #include "AMF2JSON.h"
-#include "model/eight_bytes.h"
+#include "base/eight_bytes.h"
 
 using namespace amf2json;
 
@@ -23,7 +23,7 @@ constexpr std::size_t kBlock = 4096;
 
 // Whether none of eight bytes is a control byte or a quote.
 bool isPlain(std::uint64_t word) {
-  return model::isEach((model::isAtLeast(word, 0x20) & model::isNot(word, '"')) | word);
+  return isEach((isAtLeast(word, 0x20) & isNot(word, '"')) | word);
 }
 
 bool isControlToEscape(char byte) {

@@ -15,7 +15,7 @@ char* Writer::writeScripted(char* to, std::string_view name, const AMFNode* node
   p.scriptStatementStart = false;
   to = writeNode(to, node, nodeVersion);
   p.scriptStatementStart = true;
-  popSegment(p);
+  popSegment(state);
   return to;
 }
 
@@ -33,7 +33,7 @@ char* Writer::writeElements(char* to, std::string_view name, const AMFNode* node
   for (std::uint32_t i = 0; i < count; ++i) {
     if (!p.jsonOnly) pushElement(name, i);
     to = writeNode(to, node->children[i], node->version);  // a missing one leaves no trace
-    if (!p.jsonOnly) popSegment(p);
+    if (!p.jsonOnly) popSegment(state);
     if (isFirstLevel) p.nextPrefixBare = true;
     // The rest of the list would leave no trace but that of its steps in the path.
     if (p.outputLimitReached && !p.jsonOnly) {

@@ -9,12 +9,12 @@
 using namespace amf2json;
 
 void AMFProtocol::openBrackets(char open, char close) {
-  render::Writer writer(*this);
+  render::Writer writer(*this, *state);
   writer.run([&](char* to) { return writer.openBrackets(to, open, close); });
 }
 
 void AMFProtocol::closeBrackets() {
-  render::Writer writer(*this);
+  render::Writer writer(*this, *state);
   writer.run([&](char* to) { return writer.closeBrackets(to); });
 }
 
@@ -23,51 +23,51 @@ void AMFProtocol::closeBrackets() {
 void AMFProtocol::appendAttr(const std::string& name, const std::string& value, bool quote) {
   const std::string nameCopy(name);
   const std::string valueCopy(value);
-  render::Writer writer(*this);
+  render::Writer writer(*this, *state);
   writer.run([&](char* to) { return writer.writeAttr(to, nameCopy, valueCopy, quote); });
 }
 
 void AMFProtocol::appendJSAttr(const std::string& name, const std::string& value, bool quote) {
   const std::string nameCopy(name);
   const std::string valueCopy(value);
-  render::Writer(*this).writeStatement(nameCopy, valueCopy, quote);
+  render::Writer(*this, *state).writeStatement(nameCopy, valueCopy, quote);
 }
 
 void AMFProtocol::appendValue(const std::string& value, bool quote, bool named) {
   const std::string copy(value);
-  render::Writer writer(*this);
+  render::Writer writer(*this, *state);
   writer.run([&](char* to) { return writer.writeValue(to, copy, quote, named); });
 }
 
-void AMFProtocol::appendNode(AMFNode* node, AMFVersion parentVersion) {
-  render::Writer writer(*this);
+void AMFProtocol::appendNode(const AMFNode* node, AMFVersion parentVersion) {
+  render::Writer writer(*this, *state);
   writer.run([&](char* to) { return writer.writeNode(to, node, parentVersion); });
 }
 
-void AMFProtocol::appendChild(const std::string& name, AMFNode* node, AMFVersion nodeVersion,
+void AMFProtocol::appendChild(const std::string& name, const AMFNode* node, AMFVersion nodeVersion,
                               bool isInline) {
   const std::string copy(name);
-  render::Writer writer(*this);
+  render::Writer writer(*this, *state);
   writer.run([&](char* to) {
     return writer.writeChild(to, render::GivenKey(copy), node, nodeVersion, isInline);
   });
 }
 
-void AMFProtocol::appendChildren(const std::string& name, AMFNode* node) {
+void AMFProtocol::appendChildren(const std::string& name, const AMFNode* node) {
   const std::string copy(name);
-  render::Writer writer(*this);
+  render::Writer writer(*this, *state);
   writer.run([&](char* to) { return writer.writeChildren(to, render::GivenKey(copy), node); });
 }
 
 void AMFProtocol::AddOnePrefix(const std::string& name) {
-  render::Writer::pushSegment(*this, name);
+  render::Writer::pushSegment(*this, *state, name);
 }
 
 void AMFProtocol::RemoveOnePrefix() {
-  render::Writer::popSegment(*this);
+  render::Writer::popSegment(*state);
 }
 
 void AMFProtocol::AddPrefixes(std::string& out) {
-  if (&out == &jsonText || &out == &scriptText) textsBlank = false;
-  out += scriptPath;
+  if (&out == &jsonText || &out == &scriptText) state->texts.markWritten();
+  out += state->scriptPath;
 }

@@ -13,34 +13,34 @@ constexpr std::size_t kSegmentNameMax = 999;
 }  // namespace
 
 void AMFProtocol::CreatePrefix() {
-  if (!scriptPathStarts.empty()) return;
+  if (!state->scriptPathStarts.empty()) return;
   constexpr std::size_t kFewLevels = 16;
   constexpr std::size_t kShortPath = 120;
-  scriptPathStarts.reserve(kFewLevels);
-  scriptPath.reserve(kShortPath);
-  scriptPathStarts.push_back(0);
-  if (!noRootPrefix) scriptPath = "amf";
+  state->scriptPathStarts.reserve(kFewLevels);
+  state->scriptPath.reserve(kShortPath);
+  state->scriptPathStarts.push_back(0);
+  if (!noRootPrefix) state->scriptPath = "amf";
 }
 
 namespace amf2json::render {
 
-void Writer::pushSegment(AMFProtocol& p, std::string_view name) {
-  p.scriptPathStarts.push_back(p.scriptPath.size());
-  if (!p.nextPrefixBare) p.scriptPath += '.';
+void Writer::pushSegment(AMFProtocol& p, ProtocolState& state, std::string_view name) {
+  state.scriptPathStarts.push_back(state.scriptPath.size());
+  if (!p.nextPrefixBare) state.scriptPath += '.';
   p.nextPrefixBare = false;
-  p.scriptPath += name;
+  state.scriptPath += name;
 }
 
-void Writer::popSegment(AMFProtocol& p) {
-  if (p.scriptPathStarts.empty()) return;
-  p.scriptPath.erase(p.scriptPathStarts.back());
-  p.scriptPathStarts.pop_back();
+void Writer::popSegment(ProtocolState& state) {
+  if (state.scriptPathStarts.empty()) return;
+  state.scriptPath.erase(state.scriptPathStarts.back());
+  state.scriptPathStarts.pop_back();
 }
 
 // What members and lists push ends at the first NUL and after 999 bytes.
 void Writer::pushMember(std::string_view name) {
   name = name.substr(0, name.find('\0'));
-  pushSegment(p, name.substr(0, kSegmentNameMax));
+  pushSegment(p, state, name.substr(0, kSegmentNameMax));
 }
 
 // The segment "name[index]".
@@ -48,10 +48,11 @@ void Writer::pushElement(std::string_view name, std::uint32_t index) {
   char position[kIntegerMax + 2];
   position[0] = '[';
   char* const end = put(putInteger(position + 1, index), ']');
-  const std::size_t start = p.scriptPath.size() + (p.nextPrefixBare ? 0 : 1);
-  pushSegment(p, name.substr(0, name.find('\0')));
-  p.scriptPath.append(position, end);
-  if (p.scriptPath.size() - start > kSegmentNameMax) p.scriptPath.resize(start + kSegmentNameMax);
+  const std::size_t start = state.scriptPath.size() + (p.nextPrefixBare ? 0 : 1);
+  pushSegment(p, state, name.substr(0, name.find('\0')));
+  state.scriptPath.append(position, end);
+  if (state.scriptPath.size() - start > kSegmentNameMax)
+    state.scriptPath.resize(start + kSegmentNameMax);
 }
 
 }  // namespace amf2json::render

@@ -62,7 +62,7 @@ bool Writer::isShort(const char* to, const AMFPair* pair) const {
   const std::size_t length = json.sizeAt(to) + script.size() + shortPairRoom();
   if (p.jsonOnly) return length <= kOutputLimit;
   return !isBlock(pair->name, pair->version) && !isBlock(pair->value, pair->version) &&
-         length + p.scriptPath.size() + shortPairRoom() <= kOutputLimit;
+         length + state.scriptPath.size() + shortPairRoom() <= kOutputLimit;
 }
 
 std::size_t Writer::shortPairRoom() const {

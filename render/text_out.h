@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "model/hot.h"
+#include "base/compiler.h"
 
 namespace amf2json::render {
 
@@ -33,7 +33,7 @@ char* put(char* to, const char (&literal)[Size]) {
 }
 
 AMF2JSON_HOT char* put(char* to, std::string_view text) {
-  model::copyShort(to, text.data(), text.size());
+  copyShort(to, text.data(), text.size());
   return to + text.size();
 }
 

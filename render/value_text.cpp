@@ -5,8 +5,8 @@
 #include <algorithm>
 
 #include "AMF2JSON.h"
+#include "base/time_zone.h"
 #include "model/attach.h"
-#include "model/platform.h"
 #include "render/date_text.h"
 #include "render/escape.h"
 #include "render/hex_text.h"
@@ -112,7 +112,7 @@ char* Writer::writeDate(char* to, const AMFDate* date) {
 }
 
 char* Writer::putDate(char* to, const AMFDate* date) {
-  if (!zoneIsRead) platform::readTimeZone();
+  if (!zoneIsRead) readTimeZone();
   zoneIsRead = true;
   return render::putDate(to, date->value);
 }

@@ -15,13 +15,31 @@ void setText(std::string& text, std::string_view value) {
   if (text != value) text = value;
 }
 
+// What all views do once their mode is set. `bareRoot`: the script path has no root and its first
+// segment no dot, unless an earlier view on this object chose the root. `hidden` bytes are left in
+// front of the text.
+void renderPackage(AMFProtocol& p, ProtocolState& state, bool pretty, bool bareRoot,
+                   std::size_t hidden = 0) {
+  p.trackDepth = bareRoot;
+  p.noRootPrefix = bareRoot;
+  p.nextPrefixBare = bareRoot;
+  p.CreatePrefix();
+  p.lineBreakCount = 1;
+  state.texts.keepBlankTexts();
+  p.indent.clear();
+  setText(p.indentUnit, pretty ? "\t" : "");
+  setText(p.newLine, pretty ? "\n" : "");
+  render::Writer writer(p, state, hidden);
+  writer.run([&](char* to) { return writer.writeNode(to, p.package, AMF_VERSION_0); });
+}
+
 }  // namespace
 
 const std::string& AMFProtocol::getPackageInJSON(bool pretty) {
   scriptView = false;
   jsonOnly = true;
   jsonAndScript = false;
-  renderPackage(pretty, false);
+  renderPackage(*this, *state, pretty, false);
   return jsonText;
 }
 
@@ -31,7 +49,7 @@ const std::string& AMFProtocol::getPackageInJS(bool pretty) {
   scriptView = false;
   temporaryCounter = 0;
   scriptPreamble.clear();
-  renderPackage(pretty, false, kAssignment.size());
+  renderPackage(*this, *state, pretty, false, kAssignment.size());
   kAssignment.copy(&jsonText[0], kAssignment.size());
   jsonText += "\n\n";
   jsonText += scriptText;
@@ -46,7 +64,7 @@ const std::string& AMFProtocol::getPackageInJSON_and_JS(bool pretty) {
   jsonAndScript = true;
   temporaryCounter = 0;
   scriptPreamble.clear();
-  renderPackage(pretty, true);
+  renderPackage(*this, *state, pretty, true);
   jsonText += "\n\nJS representaion\n\n";  // Kept: so spelled.
   jsonText += scriptText;
   return jsonText;
@@ -59,23 +77,6 @@ const std::string& AMFProtocol::getPackageAsJSView(bool pretty) {
   temporaryCounter = 0;
   useTemporaries = false;  // Kept: no view ever sets it again.
   scriptPreamble.clear();
-  renderPackage(pretty, true);
+  renderPackage(*this, *state, pretty, true);
   return scriptText;
-}
-
-// What all views do once their mode is set. `bareRoot`: the script path has no root and its first
-// segment no dot, unless an earlier view on this object chose the root. `hidden` bytes are left in
-// front of the text.
-void AMFProtocol::renderPackage(bool pretty, bool bareRoot, std::size_t hidden) {
-  trackDepth = bareRoot;
-  noRootPrefix = bareRoot;
-  nextPrefixBare = bareRoot;
-  CreatePrefix();
-  lineBreakCount = 1;
-  putBlankTextsAside();
-  indent.clear();
-  setText(indentUnit, pretty ? "\t" : "");
-  setText(newLine, pretty ? "\n" : "");
-  render::Writer writer(*this, hidden);
-  writer.run([&](char* to) { return writer.writeNode(to, package, AMF_VERSION_0); });
 }

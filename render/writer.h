@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include "AMF2JSON.h"
+#include "model/protocol_state.h"
 #include "render/margin.h"
 #include "render/number_text.h"
 #include "render/text_out.h"
@@ -66,10 +67,10 @@ class GivenKey {
 class Writer {
  public:
   // Goes on behind what both texts hold.
-  explicit Writer(AMFProtocol& protocol);
+  Writer(AMFProtocol& protocol, ProtocolState& protocolState);
   // Begins both texts anew. `hidden` bytes in front of the JSON text are left for the caller to
   // fill.
-  Writer(AMFProtocol& protocol, std::size_t hidden);
+  Writer(AMFProtocol& protocol, ProtocolState& protocolState, std::size_t hidden);
 
   // Runs one step from outside: `step` is called with the place and returns it.
   template <class Step>
@@ -93,8 +94,8 @@ class Writer {
   char* writeChildren(char* to, const AnyKey& key, const AMFNode* node);
 
   // The script path needs no texts.
-  static void pushSegment(AMFProtocol& p, std::string_view name);
-  static void popSegment(AMFProtocol& p);
+  static void pushSegment(AMFProtocol& p, ProtocolState& state, std::string_view name);
+  static void popSegment(ProtocolState& state);
 
  private:
   // Lines
@@ -156,7 +157,7 @@ class Writer {
   void beginStatement(std::string_view name);
 
   // The script path
-  void appendPath() { script.append(p.scriptPath); }
+  void appendPath() { script.append(state.scriptPath); }
   void pushMember(std::string_view name);
   void pushElement(std::string_view name, std::uint32_t index);
 
@@ -165,6 +166,7 @@ class Writer {
   static constexpr std::size_t kLineRoom = 64 + kSpill;
 
   AMFProtocol& p;
+  ProtocolState& state;
   TextOut json;
   TextOut script;
   Margin margin;

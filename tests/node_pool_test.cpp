@@ -2,7 +2,8 @@
 //
 // Where nodes come from: pieces of chunks, or blocks of their own; hosts' classes; bytes that stand
 // behind their node; how much memory is kept. Threads are in pool_threads_test.cpp.
-#include "model/node_pool.h"
+#include "memory/node_pool.h"
+#include "support/pooled_nodes.h"
 
 #include <gtest/gtest.h>
 #include <malloc.h>
@@ -19,7 +20,8 @@
 #include <thread>
 #include <vector>
 
-#include "model/platform.h"
+#include "base/pages.h"
+#include "support/build.h"
 #include "support/process.h"
 
 #if defined(TESTS_ADDRESS_SANITIZER)
@@ -36,47 +38,15 @@ constexpr std::size_t kShrunkChunks = 64;
 
 using Nodes = std::vector<std::unique_ptr<AMFNode>>;
 
-bool preloadsValgrind() {
-  const char* const preloaded = std::getenv("LD_PRELOAD");
-  return preloaded && std::strstr(preloaded, "/vgpreload_");
-}
-
-// What the build asked for; AUTO: single blocks for the tools that look at blocks.
+// What the build asked for; AUTO: single blocks for the sanitizers that look at blocks.
 bool expectsPool() {
   const std::string option = AMF2JSON_NODE_POOL_OPTION;
   if (option != "AUTO") return option == "ON";
-  return !support::kAddressSanitizer && !preloadsValgrind();
+  return !support::kAddressSanitizer;
 }
 
 TEST(NodePool, IsOnAsTheBuildSays) {
-  EXPECT_EQ(model::isPoolOn(), expectsPool()) << "option " << AMF2JSON_NODE_POOL_OPTION;
-}
-
-struct PreloadRow {
-  const char* name;
-  const char* preloaded;
-  bool isChecker;
-};
-const PreloadRow kPreloads[] = {
-    {"nothing", nullptr, false},
-    {"Valgrind", "/lib/valgrind/vgpreload_core-x.so:/lib/valgrind/vgpreload_memcheck-x.so", true},
-    {"Valgrind and another", "liballocator.so:/lib/vgpreload_massif-x.so", true},
-    {"an allocator", "/lib/liballocator.so", false},
-};
-
-TEST(NodePool, KnowsTheToolsThatLookAtBlocks) {
-  const char* const before = std::getenv("LD_PRELOAD");
-  const std::string kept = before ? before : "";
-  for (const PreloadRow& row : kPreloads) {
-    if (row.preloaded) {
-      setenv("LD_PRELOAD", row.preloaded, 1);
-    } else {
-      unsetenv("LD_PRELOAD");
-    }
-    EXPECT_EQ(platform::runsUnderMemoryChecker(), row.isChecker || support::kAddressSanitizer)
-        << row.name;
-  }
-  before ? setenv("LD_PRELOAD", kept.c_str(), 1) : unsetenv("LD_PRELOAD");
+  EXPECT_EQ(isPoolOn(), expectsPool()) << "option " << AMF2JSON_NODE_POOL_OPTION;
 }
 
 // ---- Classes of hosts --------------------------------------------------------------------------
@@ -169,7 +139,8 @@ void checkClass(const ClassRow& row, AMFNode* (*makeOne)()) {
       fill(nodes.back().get(), row.size, static_cast<unsigned char>(i));
     }
     if (i % 3 == 0) between.emplace_back(new AMFNull(AMF_VERSION_0));
-    if (i % 7 == 0) between.push_back(model::makeString(AMF_VERSION_0, "abcdefgh", i % 8 + 1));
+    if (i % 7 == 0)
+      between.push_back(support::pooledWithBytes<AMFString>(AMF_VERSION_0, "abcdefgh", i % 8 + 1));
   }
   for (unsigned i = 0; i < kCount; ++i) {
     if (row.size > sizeof(AMFDouble)) {
@@ -187,18 +158,54 @@ TEST(NodePool, HoldsHostsClasses) {
   }
 }
 
-TEST(NodePool, NodesStandInChunksUpToOneKilobyte) {
-  if (!model::isPoolOn()) GTEST_SKIP() << "no chunks in this build";
-  const std::unique_ptr<AMFNode> first(new Sized<1024>());
-  const auto chunkOf = [](const AMFNode* node) {
-    return reinterpret_cast<std::uintptr_t>(node) / kChunkBytes;
-  };
-  std::unique_ptr<AMFNode> small(new AMFNull(AMF_VERSION_0));
-  if (chunkOf(small.get()) != chunkOf(first.get())) small.reset(new AMFNull(AMF_VERSION_0));
-  const std::unique_ptr<AMFNode> second(new Sized<1024>());
-  EXPECT_EQ(chunkOf(small.get()), chunkOf(second.get()));
-  const std::unique_ptr<AMFNode> large(new Sized<1032>());
-  EXPECT_NE(chunkOf(small.get()), chunkOf(large.get()));
+// A packet with every kind of node but packages.
+std::unique_ptr<AMFNode> everyKind() {
+  std::unique_ptr<AMFNode> all(new AMFArray(AMF_VERSION_3));
+  for (unsigned kind = 0; kind <= AMFNode::AMF_PACKAGE; ++kind) {
+    all->children.push_back(support::makeKind(kind).release());
+  }
+  return all;
+}
+
+TEST(NodePool, ClonesArePooledAndWhatAHostMakesIsNot) {
+  const std::unique_ptr<AMFNode> made = everyKind();
+  const std::unique_ptr<AMFNode> cloned(made->clone());
+  ASSERT_EQ(cloned->children.size(), made->children.size());
+  for (std::size_t i = 0; i < made->children.size(); ++i) {
+    EXPECT_FALSE(NodeMemory::isPooled(*made->children[i])) << i;
+    EXPECT_EQ(NodeMemory::isPooled(*cloned->children[i]), isPoolOn()) << i;
+  }
+}
+
+TEST(NodePool, AChangedKindDoesNotMatterToTheEnd) {
+  const std::unique_ptr<AMFNode> made = everyKind();
+  for (AMFNode* const child : made->children) child->type = static_cast<AMFNode::AMFType>(77);
+  std::unique_ptr<AMFNode> cloned(made->clone());
+  for (AMFNode* const child : cloned->children) EXPECT_EQ(child->type, 77u);
+  const std::unique_ptr<AMFNode> again(cloned->clone());
+  cloned.reset();
+  EXPECT_EQ(again->children.size(), made->children.size());
+}
+
+TEST(NodePool, DeletesOnePooledNodeAfterAnother) {
+  const std::size_t chunks = chunksOfThisThread();
+  const std::unique_ptr<AMFNode> made = everyKind();
+  for (unsigned i = 0; i < 5000; ++i) {
+    for (const AMFNode* const child : made->children) delete child->clone();
+  }
+  EXPECT_LE(chunksOfThisThread(), chunks + 1);
+}
+
+TEST(NodePool, MixedTreesGoWhole) {
+  for (unsigned i = 0; i < 3; ++i) {
+    const std::unique_ptr<AMFNode> made = everyKind();
+    std::unique_ptr<AMFNode> cloned(made->clone());
+    cloned->children.push_back(new Host<8>());
+    auto* const pair = new AMFPair(AMF_VERSION_3);
+    pair->setValue(new Host<5000>(), false);
+    pair->setName(support::pooledWithBytes<AMFString>(AMF_VERSION_3, "n", 1).release(), false);
+    cloned->children.push_back(pair);
+  }
 }
 
 TEST(NodePool, LeavesPlacementToTheHost) {
@@ -235,14 +242,6 @@ struct ThrowingOuter : Host<8> {
     }
   }
 };
-// Refuses where its own chunk is full already, and another one behind it.
-struct ThrowingLate : Host<8> {
-  ThrowingLate() {
-    Nodes others;
-    for (unsigned i = 0; i < 3000; ++i) others.emplace_back(new AMFNull(AMF_VERSION_0));
-    throw std::runtime_error("refused");
-  }
-};
 struct ThrowingRow {
   const char* name;
   AMFNode* (*make)();
@@ -260,27 +259,49 @@ const ThrowingRow kThrowing[] = {
 
 TEST(NodePool, GetsBackWhatAConstructorRefused) {
   for (const ThrowingRow& row : kThrowing) {
-    const std::size_t chunks = model::chunksOfThisThread();
+    const std::size_t chunks = chunksOfThisThread();
     for (unsigned i = 0; i < 5000; ++i) {
       EXPECT_THROW(row.make(), std::runtime_error) << row.name;
     }
-    EXPECT_LE(model::chunksOfThisThread(), chunks + 1) << row.name;
+    EXPECT_LE(chunksOfThisThread(), chunks + 1) << row.name;
   }
 }
 
-TEST(NodePool, FindsTheFullChunkOfWhatWasRefused) {
-  // Held, so that no chunk becomes empty and is taken again.
-  std::vector<std::unique_ptr<AMFNode>> held;
-  for (unsigned i = 0; i < 30; ++i) {
-    for (unsigned n = 0; n < 500; ++n) held.emplace_back(new AMFNull(AMF_VERSION_0));
-    EXPECT_THROW(makeNothrow<ThrowingLate>(), std::runtime_error);
-  }
+struct Arena {
+  alignas(16) char bytes[4096];
+  std::size_t used;
+};
+}  // namespace
+void* operator new(std::size_t size, Arena& arena);
+void* operator new(std::size_t size, Arena& arena) {
+  char* const place = arena.bytes + arena.used;
+  arena.used += (size + 15) & ~std::size_t{15};
+  return place;
+}
+namespace {
+
+TEST(NodePool, ReachesTheFormsOfNewThatAHostDeclares) {
+  Arena arena = {};
+  auto* const text = new (arena) AMFString(AMF_VERSION_3);
+  EXPECT_EQ(static_cast<void*>(text), arena.bytes);
+  EXPECT_GE(arena.used, sizeof(AMFString));
+  text->setValue("abc", 3);
+  const std::unique_ptr<AMFString> copy(text->clone());
+  EXPECT_EQ(std::string(copy->data, copy->length), "abc");
+  text->~AMFString();
+}
+
+TEST(NodePool, DeletesWhatTheGlobalNewMade) {
+  std::unique_ptr<AMFNode> array(::new AMFArray(AMF_VERSION_3));
+  array->appendChild(::new AMFString(AMF_VERSION_3), false);
+  array->appendChild(::new Host<200>(), false);
+  EXPECT_EQ(array->children.size(), 2u);
 }
 
 TEST(NodePool, DeletesNothing) {
-  const std::size_t chunks = model::chunksOfThisThread();
+  const std::size_t chunks = chunksOfThisThread();
   AMFNode::operator delete(nullptr, sizeof(AMFNull));
-  EXPECT_EQ(model::chunksOfThisThread(), chunks);
+  EXPECT_EQ(chunksOfThisThread(), chunks);
 }
 
 // ---- Bytes behind their node -------------------------------------------------------------------
@@ -316,7 +337,7 @@ void checkBytes(std::unique_ptr<Node> (*makeNode)(AMFVersion, const char*, std::
     SCOPED_TRACE(row.count);
     const std::string bytes = someBytes(row.count);
     std::unique_ptr<Node> node = makeNode(AMF_VERSION_3, bytes.data(), row.count);
-    EXPECT_EQ(standsBehind(*node), row.isBehind && model::isPoolOn());
+    EXPECT_EQ(standsBehind(*node), row.isBehind && isPoolOn());
     EXPECT_EQ(bytesOf(*node), bytes);
     EXPECT_EQ(node->data == nullptr, row.count == 0);
     EXPECT_EQ(node->type, type);
@@ -337,7 +358,7 @@ void checkBytes(std::unique_ptr<Node> (*makeNode)(AMFVersion, const char*, std::
       EXPECT_TRUE(other->complete);
       EXPECT_EQ(other->parent, nullptr);
     }
-    EXPECT_EQ(standsBehind(*clone), row.isBehind && model::isPoolOn());
+    EXPECT_EQ(standsBehind(*clone), row.isBehind && isPoolOn());
     EXPECT_FALSE(standsBehind(copy));
 
     node->AMFRaw::setValue(bytes.data(), row.count / 2);
@@ -353,30 +374,43 @@ void checkBytes(std::unique_ptr<Node> (*makeNode)(AMFVersion, const char*, std::
 }
 
 TEST(BytesBehindNodes, Strings) {
-  checkBytes<AMFString>(model::makeString, AMFNode::AMF_STRING);
+  checkBytes<AMFString>(support::pooledWithBytes<AMFString>, AMFNode::AMF_STRING);
 }
 TEST(BytesBehindNodes, ByteArrays) {
-  checkBytes<AMFRaw>(model::makeRaw, AMFNode::AMF_RAW);
+  checkBytes<AMFRaw>(support::pooledWithBytes<AMFRaw>, AMFNode::AMF_RAW);
 }
 TEST(BytesBehindNodes, XML) {
-  checkBytes<AMFXML>(model::makeXML, AMFNode::AMF_XML);
+  checkBytes<AMFXML>(support::pooledWithBytes<AMFXML>, AMFNode::AMF_XML);
+}
+
+TEST(BytesBehindNodes, AnotherBlockRightAfterANodeIsNotItsBytes) {
+  alignas(AMFString) char place[sizeof(AMFString) + 8] = {};
+  auto* const onItsOwn = new (place) AMFString(AMF_VERSION_3);
+  const std::unique_ptr<AMFString> pooled(allocatorOfThisThread().make<AMFString>(AMF_VERSION_3));
+  for (AMFString* const node : {onItsOwn, pooled.get()}) {
+    node->data = reinterpret_cast<char*>(node) + sizeof(AMFString);
+    EXPECT_FALSE(NodeMemory::hasBytesInSlot(*node, sizeof(AMFString)));
+    node->data = nullptr;
+  }
+  onItsOwn->~AMFString();
 }
 
 TEST(BytesBehindNodes, CopiesKeepWhatClassesAdd) {
-  const auto xml = model::makeXML(AMF_VERSION_3, "<a/>", 4);
+  const auto xml = support::pooledWithBytes<AMFXML>(AMF_VERSION_3, "<a/>", 4);
   xml->document = 1;
   const std::unique_ptr<AMFXML> copy(xml->clone());
   EXPECT_EQ(copy->document, 1u);
   EXPECT_EQ(bytesOf(*copy), "<a/>");
 
-  const auto text = model::makeString(AMF_VERSION_3, "abc", 3);
+  const auto text = support::pooledWithBytes<AMFString>(AMF_VERSION_3, "abc", 3);
   text->type = AMFNode::AMF_DATE;
-  text->appendChild(model::makeString(AMF_VERSION_0, "child", 5).release(), false);
+  text->appendChild(support::pooledWithBytes<AMFString>(AMF_VERSION_0, "child", 5).release(),
+                    false);
   text->children.push_back(nullptr);
   const std::unique_ptr<AMFString> family(text->clone());
   EXPECT_EQ(bytesOf(*family), "abc");
   EXPECT_EQ(family->type, AMFNode::AMF_DATE);
-  EXPECT_EQ(std::unique_ptr<AMFString>(model::copyBytesNode(*text))->children.size(), 2u);
+  EXPECT_EQ(std::unique_ptr<AMFString>(text->clone())->children.size(), 2u);
   AMFString withoutBytes(AMF_VERSION_3);
   withoutBytes.length = 7;
   EXPECT_EQ(std::unique_ptr<AMFString>(withoutBytes.clone())->length, 7u);
@@ -387,7 +421,7 @@ TEST(BytesBehindNodes, CopiesKeepWhatClassesAdd) {
 }
 
 TEST(BytesBehindNodes, ANodeMayBeGivenItsOwnBytes) {
-  const auto text = model::makeString(AMF_VERSION_0, "abc", 3);
+  const auto text = support::pooledWithBytes<AMFString>(AMF_VERSION_0, "abc", 3);
   text->setValue(text->data + 1, 2);
   EXPECT_EQ(bytesOf(*text), "bc");
   text->setValue(text->data, 1);
@@ -397,8 +431,8 @@ TEST(BytesBehindNodes, ANodeMayBeGivenItsOwnBytes) {
 TEST(BytesBehindNodes, AHostSetsBytesOfItsOwn) {
   for (const std::uint32_t count : {0u, 3u, 3000u}) {
     const std::string before = someBytes(count);
-    const auto text = model::makeString(AMF_VERSION_0, before.data(), count);
-    if (count > model::kBytesMax || !model::isPoolOn()) delete[] text->data;
+    const auto text = support::pooledWithBytes<AMFString>(AMF_VERSION_0, before.data(), count);
+    if (count > kBytesMax || !isPoolOn()) delete[] text->data;
     text->data = new char[5];
     std::memcpy(text->data, "12345", 5);
     text->length = 5;
@@ -414,9 +448,9 @@ TEST(BytesBehindNodes, AHostSetsBytesOfItsOwn) {
 
 #if defined(TESTS_ADDRESS_SANITIZER)
 TEST(NodePool, PoisonsWhatIsNotInUse) {
-  if (!model::isPoolOn()) GTEST_SKIP() << "no chunks in this build";
-  auto text = model::makeString(AMF_VERSION_0, "0123456789", 10);
-  const AMFNode* const other = new AMFNull(AMF_VERSION_0);  // keeps the chunk in use
+  if (!isPoolOn()) GTEST_SKIP() << "no chunks in this build";
+  auto text = support::pooledWithBytes<AMFString>(AMF_VERSION_0, "0123456789", 10);
+  const AMFNode* const other = support::pooled<AMFNull>(AMF_VERSION_0);  // keeps the chunk in use
   const char* const piece = reinterpret_cast<const char*>(text.get());
   EXPECT_EQ(__asan_region_is_poisoned(const_cast<char*>(piece), sizeof(AMFString) + 10), nullptr);
   EXPECT_TRUE(__asan_address_is_poisoned(piece + sizeof(AMFString) + 10));
@@ -476,17 +510,17 @@ const SteadyRow kSteady[] = {
 };
 
 TEST(NodePoolMemory, TheSamePacketAgainTakesNothing) {
-  if (!model::isPoolOn()) GTEST_SKIP() << "no chunks in this build";
+  if (!isPoolOn()) GTEST_SKIP() << "no chunks in this build";
   for (const SteadyRow& row : kSteady) {
     const std::string packet = packetOfStrings(row.rows, 100);
     EXPECT_EQ(inThread([&] {
                 AMFProtocol protocol;
                 protocol.parse(packet.data());
-                const std::size_t chunks = model::chunksOfThisThread();
+                const std::size_t chunks = chunksOfThisThread();
                 if (chunks == 0 || chunks > row.mostChunks) return 1;
                 for (unsigned i = 0; i < 30; ++i) {
                   protocol.parse(packet.data());
-                  if (model::chunksOfThisThread() > chunks + 1) return 2;
+                  if (chunksOfThisThread() > chunks + 1) return 2;
                 }
                 return 0;
               }),
@@ -498,9 +532,9 @@ TEST(NodePoolMemory, TheSamePacketAgainTakesNothing) {
 // How many nodes fill that many chunks.
 Nodes nodesOfChunks(std::size_t chunks) {
   Nodes nodes;
-  const std::size_t before = model::chunksOfThisThread();
-  while (model::chunksOfThisThread() < before + chunks) {
-    nodes.emplace_back(new AMFDouble(AMF_VERSION_0));
+  const std::size_t before = chunksOfThisThread();
+  while (chunksOfThisThread() < before + chunks) {
+    nodes.emplace_back(support::pooled<AMFDouble>(AMF_VERSION_0));
   }
   return nodes;
 }
@@ -519,25 +553,25 @@ const KeptRow kKept[] = {
 };
 
 TEST(NodePoolMemory, OnlySoMuchIsKept) {
-  if (!model::isPoolOn()) GTEST_SKIP() << "no chunks in this build";
+  if (!isPoolOn()) GTEST_SKIP() << "no chunks in this build";
   for (const KeptRow& row : kKept) {
     for (const bool isForward : {true, false}) {
       SCOPED_TRACE(row.taken);
       const auto run = [&] {
         Nodes nodes = nodesOfChunks(row.taken);
-        if (model::chunksOfThisThread() != row.taken) return 1;
+        if (chunksOfThisThread() != row.taken) return 1;
         if (isForward) {
           for (auto& node : nodes) node.reset();
         } else {
           while (!nodes.empty()) nodes.pop_back();
         }
-        if (model::chunksOfThisThread() != row.kept) return 2;
+        if (chunksOfThisThread() != row.kept) return 2;
         // What is kept serves again.
         nodes = nodesOfChunks(0);
         for (std::size_t i = 0; i < 1000 * row.kept / 2; ++i) {
-          nodes.emplace_back(new AMFDouble(AMF_VERSION_0));
+          nodes.emplace_back(support::pooled<AMFDouble>(AMF_VERSION_0));
         }
-        if (model::chunksOfThisThread() != row.kept) return 3;
+        if (chunksOfThisThread() != row.kept) return 3;
         return 0;
       };
       EXPECT_EQ(inThread(run), 0) << isForward;
@@ -579,7 +613,7 @@ long pageFaults() {
 
 // More than is kept otherwise; the small packet at the end does not need it.
 TEST(NodePoolMemory, ALargePacketTakesTheChunksOfTheOneBefore) {
-  if (!model::isPoolOn()) GTEST_SKIP() << "no chunks in this build";
+  if (!isPoolOn()) GTEST_SKIP() << "no chunks in this build";
   const std::string large = packetOfStrings(4000, 100);
   const std::string small = packetOfStrings(1, 100);
   const auto run = [&] {
@@ -587,35 +621,35 @@ TEST(NodePoolMemory, ALargePacketTakesTheChunksOfTheOneBefore) {
     const long before = pageFaults();
     protocol.parse(large.data());
     const long first = pageFaults() - before;
-    if (model::chunksOfThisThread() <= 2 * kKeptChunks) return 1;
+    if (chunksOfThisThread() <= 2 * kKeptChunks) return 1;
     for (unsigned i = 0; i < 3; ++i) protocol.parse(large.data());
     // What the sanitizer keeps from use takes pages as well.
     if (!support::kAddressSanitizer && pageFaults() - before - first > first / 4) return 2;
     protocol.parse(small.data());
-    return model::chunksOfThisThread() <= kShrunkChunks + 2 ? 0 : 3;
+    return chunksOfThisThread() <= kShrunkChunks + 2 ? 0 : 3;
   };
   EXPECT_EQ(inThread(run), 0);
 }
 
 TEST(NodePoolMemory, ChunksStayAsLongAsTheLastOneThatAsked) {
-  if (!model::isPoolOn()) GTEST_SKIP() << "no chunks in this build";
+  if (!isPoolOn()) GTEST_SKIP() << "no chunks in this build";
   const auto run = [] {
     Nodes nodes = nodesOfChunks(2 * kKeptChunks);
-    const std::size_t all = model::chunksOfThisThread();
+    const std::size_t all = chunksOfThisThread();
     {
-      const model::ChunksStay outer;
-      { const model::ChunksStay inner; }
+      const RetainChunks outer;
+      { const RetainChunks inner; }
       nodes.clear();
-      if (model::chunksOfThisThread() != all) return 1;
+      if (chunksOfThisThread() != all) return 1;
     }
-    return model::chunksOfThisThread() <= kShrunkChunks + 2 ? 0 : 2;
+    return chunksOfThisThread() <= kShrunkChunks + 2 ? 0 : 2;
   };
   EXPECT_EQ(inThread(run), 0);
 }
 
 // A thread that gets no chunk at all, and then ends.
 TEST(NodePoolMemory, AThreadMayEndWithoutAChunk) {
-  if (support::kAddressSanitizer || support::kThreadSanitizer || !model::isPoolOn()) {
+  if (support::kAddressSanitizer || support::kThreadSanitizer || !isPoolOn()) {
     GTEST_SKIP() << "needs chunks, and room that can be limited";
   }
   EXPECT_EQ(support::inChild([] {
@@ -623,7 +657,11 @@ TEST(NodePoolMemory, AThreadMayEndWithoutAChunk) {
               bool isRefused = false;
               std::thread thread([&] {
                 while (!isLimited) std::this_thread::yield();
-                isRefused = new (std::nothrow) AMFNull(AMF_VERSION_0) == nullptr;
+                try {
+                  delete support::pooled<AMFNull>(AMF_VERSION_0);
+                } catch (const std::bad_alloc&) {
+                  isRefused = true;
+                }
               });
               const rlimit noMore = {1, RLIM_INFINITY};
               const rlimit all = {RLIM_INFINITY, RLIM_INFINITY};
@@ -637,7 +675,7 @@ TEST(NodePoolMemory, AThreadMayEndWithoutAChunk) {
 }
 
 TEST(NodePoolMemory, ARefusedChunkChangesNothing) {
-  if (support::kAddressSanitizer || support::kThreadSanitizer || !model::isPoolOn()) {
+  if (support::kAddressSanitizer || support::kThreadSanitizer || !isPoolOn()) {
     GTEST_SKIP() << "needs chunks, and room that can be limited";
   }
   EXPECT_EQ(support::inChild([] {
@@ -646,18 +684,17 @@ TEST(NodePoolMemory, ARefusedChunkChangesNothing) {
               const rlimit noMore = {1, RLIM_INFINITY};
               if (setrlimit(RLIMIT_AS, &noMore) != 0) return 1;
               for (unsigned refusals = 0; refusals < 3;) {
-                const std::size_t chunks = model::chunksOfThisThread();
+                const std::size_t chunks = chunksOfThisThread();
                 try {
-                  nodes.emplace_back(new AMFDouble(AMF_VERSION_0));
+                  nodes.emplace_back(support::pooled<AMFDouble>(AMF_VERSION_0));
                 } catch (const std::bad_alloc&) {
                   ++refusals;
-                  if (new (std::nothrow) AMFDouble(AMF_VERSION_0) != nullptr) return 2;
                 }
-                if (model::chunksOfThisThread() != chunks) return 3;
+                if (chunksOfThisThread() != chunks) return 3;
               }
               while (nodes.size() > 10) nodes.pop_back();
               for (unsigned i = 0; i < 1000; ++i) {
-                nodes.emplace_back(new AMFDouble(AMF_VERSION_0));
+                nodes.emplace_back(support::pooled<AMFDouble>(AMF_VERSION_0));
               }
               const rlimit all = {RLIM_INFINITY, RLIM_INFINITY};
               return setrlimit(RLIMIT_AS, &all) == 0 ? 0 : 4;
@@ -670,7 +707,7 @@ TEST(NodePoolMemory, PagesAreAligned) {
   std::vector<void*> taken;
   std::vector<void*> others;
   for (unsigned i = 0; i < 200; ++i) {
-    void* const pages = platform::takePages(kChunkBytes);
+    void* const pages = takePages(kChunkBytes);
     ASSERT_NE(pages, nullptr);
     ASSERT_EQ(reinterpret_cast<std::uintptr_t>(pages) % kChunkBytes, 0u);
     std::memset(pages, 1, kChunkBytes);
@@ -679,7 +716,7 @@ TEST(NodePoolMemory, PagesAreAligned) {
       others.push_back(mmap(nullptr, 4096, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
   }
   for (void* const pages : taken) {
-    platform::givePages(pages, kChunkBytes);
+    returnPages(pages, kChunkBytes);
     EXPECT_FALSE(support::isMapped(pages));
   }
   for (void* const page : others) munmap(page, 4096);

@@ -10,7 +10,7 @@
 #include <string>
 #include <thread>
 
-#include "model/node_pool.h"
+#include "memory/node_pool.h"
 #include "support/build.h"
 #include "support/dump.h"
 #include "support/hex.h"
@@ -569,7 +569,7 @@ TEST(PacketReader, TextsAreBlankOnTheNextObjectOfTheThread) {
 TEST(PacketReader, TextsAreNotFilledAgainForTheNextObjectOfTheThread) {
   onFreshThread([] {
     const ExactBytes packet(hex(kSmall));
-    const std::string found = model::isPoolOn() ? "mm" : std::string(2, '\0');
+    const std::string found = isPoolOn() ? "mm" : std::string(2, '\0');
     for (int i = 0; i < 8; ++i) {
       AMFProtocol unparsed;  // goes last, and has nothing of use to leave
       unparsed.jsonText.assign(1000, 'x');

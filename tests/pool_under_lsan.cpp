@@ -5,7 +5,8 @@
 #include <cstdio>
 #include <memory>
 
-#include "model/node_pool.h"
+#include "memory/node_pool.h"
+#include "support/pooled_nodes.h"
 
 using namespace amf2json;
 
@@ -17,9 +18,10 @@ int main() {
   tree = new AMFArray(AMF_VERSION_0);
   const char longBytes[5000] = {};
   for (unsigned i = 0; i < 1000; ++i) {
-    tree->appendChild(model::makeString(AMF_VERSION_0, longBytes, sizeof longBytes).release(),
-                      false);
+    tree->appendChild(
+        support::pooledWithBytes<AMFString>(AMF_VERSION_0, longBytes, sizeof longBytes).release(),
+        false);
   }
-  std::printf("the pool is %s\n", model::isPoolOn() ? "on" : "off");
+  std::printf("the pool is %s\n", isPoolOn() ? "on" : "off");
   return tree->children.size() == 1000 ? 0 : 1;
 }

@@ -12,7 +12,7 @@
 #include <thread>
 
 #include "AMFGuard.h"
-#include "model/node_pool.h"
+#include "memory/node_pool.h"
 #include "support/counted_heap.h"
 #include "support/packet_generator.h"
 
@@ -26,7 +26,7 @@ std::uint64_t heapOf(const std::string& packet) {
   std::thread([&] {
     AMFProtocol protocol;
     protocol.parse(packet.data());
-    heap = model::chunksOfThisThread() * model::kChunkBytes;
+    heap = chunksOfThisThread() * kChunkBytes;
     const std::uint64_t before = support::liveBytes;
     delete protocol.package;
     protocol.package = nullptr;
@@ -105,7 +105,7 @@ TEST(TreeMemory, ManyOfOneKindStayWithinWhatTheCheckAnnounces) {
 
 // The storage of child lists goes from one package to the next, and is not kept beyond that.
 TEST(TreeMemory, TheSamePacketAgainTakesItsListsOver) {
-  if (!model::isPoolOn()) GTEST_SKIP() << "every node is an allocation";
+  if (!isPoolOn()) GTEST_SKIP() << "every node is an allocation";
   const std::string packet = packetOf(std::string("\x03\0\1a\x05\0\1b\x05\0\0\x09", 12), 3000);
   AMFProtocol protocol;
   protocol.parse(packet.data());

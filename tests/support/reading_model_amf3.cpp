@@ -19,8 +19,10 @@ constexpr std::uint32_t kNone = AMFNode::kNoReference;
 
 const AMFPair* pairAt(const AMFObject& object, std::size_t index) {
   const AMFNode* const child = index < object.children.size() ? object.children[index] : nullptr;
-  return child && child->type == AMFNode::AMF_PAIR ? static_cast<const AMFPair*>(child) : nullptr;
+  return dynamic_cast<const AMFPair*>(child);
 }
+
+constexpr const char* kPairKinds = "pairs of other kinds read back as plain ones";
 
 bool acceptedClass(const AMFString& name) {
   const char* const kClasses[] = {cArrayClass, cObjProxyClass, cSerialProxy, cAsyncMsg,
@@ -184,6 +186,7 @@ ReadingModel::Node ReadingModel::raw3(const AMFRaw& node) {
 // A pair with its name already checked by the caller.
 ReadingModel::Pair ReadingModel::pair3(const AMFPair& node) {
   attributes(node);
+  lose(node.type != AMFNode::AMF_PAIR, kPairKinds);
   lose(node.version != AMF_VERSION_3, "pairs read back in the version of their owner");
   lose(node.name && (node.name->version != AMF_VERSION_3 || !node.name->children.empty()),
        "version and children of an AMF3 name");
@@ -261,6 +264,7 @@ void ReadingModel::inlineTraits(const AMFObject& node, AMFObject& read) {
     const AMFPair* const pair = pairAt(node, i);
     if (!pair) refuse("setAMF3Object: invalid object's properties number");
     attributes(*pair);
+    lose(pair->type != AMFNode::AMF_PAIR, kPairKinds);
     lose(pair->version != AMF_VERSION_3, "pairs read back in the version of their owner");
     lose(pair->name && (pair->name->version != AMF_VERSION_3 || !pair->name->children.empty()),
          "version and children of an AMF3 name");
@@ -335,6 +339,7 @@ ReadingModel::Node ReadingModel::externalizable3(const AMFObject& node) {
   const AMFPair* const pair = pairAt(node, 0);
   if (!pair || !pair->value) refuse("setNodeValue(): lack of value type node");
   attributes(*pair);
+  lose(pair->type != AMFNode::AMF_PAIR, kPairKinds);
   lose(!pair->name || pair->name->length != 0 || pair->name->version != AMF_VERSION_3 ||
            pair->name->referenceIndex != kNone || !pair->name->children.empty() ||
            pair->version != AMF_VERSION_3,

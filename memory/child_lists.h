@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The storage of short child lists, from the package that goes to the one that comes: packets of
-// one kind have lists of the same lengths. Filled by Dropper, emptied by the readers; when a parse
-// ends no storage of lists is left here. Only where nodes come from chunks: elsewhere nothing would
-// fill it.
+// one kind have lists of the same lengths. Filled by TreeDeleter, emptied by the readers; when a
+// parse ends no storage of lists is left here. Only where nodes come from chunks: elsewhere nothing
+// would fill it.
 #pragma once
 
 #include <algorithm>
@@ -13,7 +13,7 @@
 
 #include "AMF2JSON.h"
 
-namespace amf2json::model {
+namespace amf2json {
 
 class ChildLists {
  public:
@@ -61,4 +61,4 @@ class ChildLists {
   std::size_t asked = 0;
 };
 
-}  // namespace amf2json::model
+}  // namespace amf2json

@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-namespace amf2json::model {
+namespace amf2json {
 
 constexpr std::uint64_t kEachByte = 0x0101010101010101u;
 constexpr std::uint64_t kHighBits = 0x80 * kEachByte;
@@ -21,4 +21,4 @@ constexpr bool isEach(std::uint64_t answer) {
   return (answer & kHighBits) == kHighBits;
 }
 
-}  // namespace amf2json::model
+}  // namespace amf2json

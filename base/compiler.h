@@ -43,7 +43,7 @@
 #define AMF2JSON_HOT inline
 #endif
 
-namespace amf2json::model {
+namespace amf2json {
 
 // A copy without a call: most texts are short.
 AMF2JSON_HOT void copyShort(char* to, const char* from, std::size_t count) {
@@ -65,4 +65,4 @@ AMF2JSON_HOT void copyShort(char* to, const char* from, std::size_t count) {
   }
 }
 
-}  // namespace amf2json::model
+}  // namespace amf2json

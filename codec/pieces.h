@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The pieces that the writers make, as AMFOutputChunks lists them. Small pieces are written into
+// blocks that never move; a large piece gets a block of its own. What is contiguous in memory is a
+// run, and runs are what the packet is joined from:
+//
+//     block:  bytes[16000] | lengths[16000]
+//     runs:   (first byte, bytes in all), (large piece), ...
+//
+// The length of a piece is 16000 bytes after its first byte, in one byte, or as 0 and two bytes. A
+// piece that needs these two is long enough to have the room.
+//
+// An output pointer, which is where the next byte goes, travels from writer to writer in a
+// register; each call of the namespace `piece` writes one piece and returns where the next one
+// goes. Pieces::close lists what has been written. The caller sees to the room.
+//
+// Tested by tests/output_chunks_test.cpp.
+#pragma once
+
+#include <cstring>
+
+#include "AMF2JSON.h"
+#include "codec/big_endian.h"
+
+namespace amf2json {
+
+class Pieces {
+ public:
+  using Chunk = AMFOutputChunks::Chunk;
+
+  Pieces() = default;
+  // Copies of the listed ones.
+  Pieces(const Pieces& source);
+  Pieces& operator=(const Pieces&) = delete;
+  ~Pieces() = default;
+
+  bool isEmpty() const noexcept { return runCount() == 0; }
+  std::uint64_t total() const noexcept;  // bytes of all pieces
+  void copyTo(char* to) const noexcept;  // all pieces, joined
+  // All of them, in order. The list is made here, by what has come since the last call.
+  const std::vector<Chunk>& list();
+
+  // For the writers. Where memory fails in the latter two, what was written up to `out` is listed
+  // and nothing else has changed.
+  char* output() const noexcept { return next; }
+  char* endOfBlock() const noexcept { return blockEnd; }
+  void close(char* out) noexcept { next = out; }  // lists what was written up to `out`
+  char* turnBlock(char* out);                     // lists it, and goes on in a new block
+  char* addLarge(char* out, const char* bytes, std::uint32_t length);
+
+  void release() noexcept;  // frees the listed pieces
+  void abandon() noexcept;  // empties the list; the bytes stay until this object goes
+  // The same for those of another object; the listed ones are freed.
+  void abandonWith(std::unique_ptr<Pieces> other) noexcept;
+
+ private:
+  // Pieces that are contiguous in memory.
+  struct Run {
+    const char* bytes;
+    std::uint32_t length;
+    bool alone;  // one large piece
+  };
+  using Blocks = std::vector<std::unique_ptr<char[]>>;
+
+  void endRun();
+  void add(const Chunk& chunk);
+  void listRun(const Run& run);
+  void resetList() noexcept;
+  std::size_t runCount() const noexcept { return runs.size() + (next != runStart ? 1 : 0); }
+  Run runAt(std::size_t index) const noexcept;
+
+  std::vector<Run> runs;           // all but what was written since `runStart`
+  Blocks blocks;                   // of small pieces; those not in use serve the next packet
+  Blocks large;                    // a piece each
+  std::size_t blocksUsed = 0;      // the last of them is the current one
+  char* next = nullptr;            // its first free byte
+  char* blockEnd = nullptr;        // after the bytes in it
+  const char* runStart = nullptr;  // where the current run begins in it
+
+  // What is abandoned comes first: so many blocks, the last one up to a place, and large pieces.
+  std::size_t abandonedBlocks = 0;
+  char* abandonedEnd = nullptr;
+  std::size_t abandonedLarge = 0;
+  std::unique_ptr<Pieces> other;  // abandoned as well
+
+  std::vector<Chunk> listed;      // made so far
+  std::size_t listedRuns = 0;     // so many runs are in the list whole
+  std::uint32_t listedBytes = 0;  // and so many bytes of the next one
+};
+
+}  // namespace amf2json
+
+namespace amf2json::piece {
+
+constexpr std::size_t kBlockBytes = 16000;
+constexpr std::uint32_t kLargeFrom = 1024;  // such a piece gets a block of its own
+
+inline char* end(char* out, std::uint8_t length) {
+  out[kBlockBytes] = static_cast<char>(length);
+  return out + length;
+}
+
+// The length of the piece that begins at `first`.
+inline std::uint32_t lengthAt(const char* first) {
+  const char* const entry = first + kBlockBytes;
+  const std::uint32_t length = big_endian::byteAt(entry);
+  return length != 0
+             ? length
+             : std::uint32_t{big_endian::byteAt(entry + 1)} << 8 | big_endian::byteAt(entry + 2);
+}
+
+inline char* u8(char* out, std::uint32_t value) {
+  *out = static_cast<char>(value & 0xFF);
+  return end(out, 1);
+}
+
+inline char* u16(char* out, std::uint32_t value) {
+  big_endian::storeU16(out, value);
+  return end(out, 2);
+}
+
+inline char* u32(char* out, std::uint32_t value) {
+  big_endian::storeU32(out, value);
+  return end(out, 4);
+}
+
+inline char* number(char* out, const double& value) {
+  big_endian::storeDouble(out, value);
+  return end(out, 8);
+}
+
+// A double after the byte in front of it: two pieces.
+inline char* number(char* out, std::uint32_t marker, const double& value) {
+  return number(u8(out, marker), value);
+}
+
+// A U29 is a piece for each byte. Values above 0x3FFFFFFF are the caller's to refuse.
+
+constexpr std::uint32_t kU29Bytes = 4;
+constexpr std::uint32_t kTwoBytesMax = 0x3FFF;
+constexpr std::uint32_t kThreeBytesMax = 0x1FFFFF;
+
+inline char* shortU29(char* out, std::uint32_t value) {
+  if (value > 0x7F) out = u8(out, value >> 7 | 0x80u);
+  return u8(out, value & 0x7Fu);
+}
+
+// Kept: the last byte holds eight bits, and a first byte that would be 80 is left out: 0x200000 to
+// 0x3FFFFF come out as three bytes. Bit 29 is lost.
+inline char* wideU29(char* out, std::uint32_t value) {
+  if (value > 0x3FFFFF) out = u8(out, value >> 22 | 0x80u);
+  out = u8(out, value >> 15 | 0x80u);
+  out = u8(out, value >> 8 | 0x80u);
+  return u8(out, value);
+}
+
+inline char* u29(char* out, std::uint32_t value) {
+  if (value > kThreeBytesMax) return wideU29(out, value);
+  if (value > kTwoBytesMax) out = u8(out, value >> 14 | 0x80u);
+  return shortU29(out, value);
+}
+
+inline bool isSmall(std::uint32_t length) {
+  return length - 1 < kLargeFrom - 1;  // a length of 0 wraps
+}
+// Whether the node's bytes are one piece that is in a block.
+inline bool isSmall(const AMFRaw* node) {
+  return isSmall(node->length) && node->data;
+}
+
+inline char* bytes(char* out, const char* from, std::uint32_t length) {
+  std::memcpy(out, from, length);
+  if (length <= 0xFF) return end(out, static_cast<std::uint8_t>(length));
+  big_endian::storeU16(out + kBlockBytes + 1, length);
+  return end(out, 0) + length;
+}
+inline char* bytes(char* out, const AMFRaw* node) {
+  return bytes(out, node->data, node->length);
+}
+
+}  // namespace amf2json::piece

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The text buffers of protocol objects and their per-thread cache; text_buffers.h says how they
+// work. Tested by tests/packet_reader_test.cpp.
+#include "memory/text_buffers.h"
+
+#include <utility>
+
+#include "memory/node_pool.h"
+
+namespace amf2json {
+
+namespace {
+
+constexpr std::size_t kJsonSize = 716800;
+constexpr std::size_t kScriptSize = 358400;
+
+bool isBlank(const std::string& text, std::size_t size) {
+  return text.size() == size && text.front() == '\0' && text.back() == '\0';
+}
+bool areBlank(const std::string& json, const std::string& script) {
+  return isBlank(json, kJsonSize) && isBlank(script, kScriptSize);
+}
+
+bool haveCapacity(const std::string& json, const std::string& script) {
+  return json.capacity() >= kJsonSize && script.capacity() >= kScriptSize;
+}
+
+struct Pair {
+  std::string json;
+  std::string script;
+
+  // Buffers that a large packet has grown are not cached.
+  void store(std::string& fromJson, std::string& fromScript) noexcept {
+    const bool isLarge =
+        fromJson.capacity() > 2 * kJsonSize || fromScript.capacity() > 2 * kScriptSize;
+    if (isLarge || !haveCapacity(fromJson, fromScript)) return;
+    json = std::move(fromJson);
+    script = std::move(fromScript);
+  }
+  bool take(std::string& toJson, std::string& toScript) noexcept {
+    if (!haveCapacity(json, script)) return false;
+    toJson = std::exchange(json, {});
+    toScript = std::exchange(script, {});
+    return true;
+  }
+};
+
+// A protocol object may be destroyed after the cache: main's thread ends before static objects do.
+thread_local bool isCacheGone = false;
+
+struct Cache {
+  Pair blank;
+  Pair written;
+  ~Cache() { isCacheGone = true; }
+};
+thread_local Cache cache;
+
+Cache* cacheOfThisThread() noexcept {
+  return isPoolOn() && !isCacheGone ? &cache : nullptr;
+}
+
+}  // namespace
+
+TextBuffers::~TextBuffers() {
+  Cache* const cached = cacheOfThisThread();
+  if (!cached) return;
+  const bool stayedBlank = areTextsBlank && areBlank(json, script);
+  (areSparesBlank ? cached->blank : cached->written).store(spareJson, spareScript);
+  (stayedBlank ? cached->blank : cached->written).store(json, script);
+}
+
+void TextBuffers::blank() {
+  if (areTextsBlank && areBlank(json, script)) return;
+  areTextsBlank = false;
+  if (areSparesBlank || spareJson.empty()) {
+    json.swap(spareJson);
+    script.swap(spareScript);
+  }
+  if (!areSparesBlank) {
+    Cache* const cached = cacheOfThisThread();
+    if (!cached || !cached->blank.take(json, script)) {
+      json.assign(kJsonSize, '\0');
+      script.assign(kScriptSize, '\0');
+    }
+  }
+  areSparesBlank = false;
+  areTextsBlank = true;
+}
+
+void TextBuffers::keepBlankTexts() {
+  const bool wereBlank = areTextsBlank && areBlank(json, script);
+  areTextsBlank = false;
+  if (!wereBlank) return;
+  if (!haveCapacity(spareJson, spareScript)) {
+    Cache* const cached = cacheOfThisThread();
+    if (!cached || !cached->written.take(spareJson, spareScript)) return;
+  }
+  json.swap(spareJson);
+  script.swap(spareScript);
+  areSparesBlank = true;
+}
+
+}  // namespace amf2json

@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The end of trees. Enter at TreeDeleter::destroy(). Tested by tests/ownership_test.cpp and
+// tests/node_pool_test.cpp.
+#include "memory/tree_deleter.h"
+
+namespace amf2json {
+
+namespace {
+
+// The library's class of each kind, in the order of the codes.
+constexpr std::size_t kSizes[] = {sizeof(AMFNull),   sizeof(AMFBool),    sizeof(AMFInt),
+                                  sizeof(AMFDouble), sizeof(AMFString),  sizeof(AMFObject),
+                                  sizeof(AMFDate),   sizeof(AMFXML),     sizeof(AMFArray),
+                                  sizeof(AMFRaw),    sizeof(AMFPair),    sizeof(AMFUndefined),
+                                  sizeof(AMFHeader), sizeof(AMFMessage), sizeof(AMFPackage)};
+static_assert(sizeof kSizes / sizeof *kSizes == AMFNode::AMF_PACKAGE + 1, "one for each kind");
+
+constexpr std::uint32_t maskOf(AMFNode::AMFType type) {
+  return 1u << type;
+}
+constexpr std::uint32_t kWithBytes =
+    maskOf(AMFNode::AMF_STRING) | maskOf(AMFNode::AMF_XML) | maskOf(AMFNode::AMF_RAW);
+constexpr std::uint32_t kPairs = maskOf(AMFNode::AMF_PAIR) | maskOf(AMFNode::AMF_HEADER);
+// What owns no node, but for children that a host may have given it.
+constexpr std::uint32_t kLeaves =
+    kWithBytes | maskOf(AMFNode::AMF_NULL) | maskOf(AMFNode::AMF_BOOL) | maskOf(AMFNode::AMF_INT) |
+    maskOf(AMFNode::AMF_DOUBLE) | maskOf(AMFNode::AMF_DATE) | maskOf(AMFNode::AMF_UNDEFINED);
+
+// Of a pooled node.
+void releasePooledBytes(AMFRaw& node, std::size_t size) noexcept {
+  if (NodeMemory::hasBytesInSlot(node, size)) {
+    poison(node.data, node.length);
+  } else {
+    delete[] node.data;
+  }
+}
+
+}  // namespace
+
+void releaseBytes(AMFRaw& node) noexcept {
+  const std::uint8_t code = NodeMemory::codeOf(node);
+  if (code == 0) {
+    delete[] node.data;
+  } else {
+    releasePooledBytes(node, kSizes[NodeMemory::classOf(code)]);
+  }
+}
+
+inline void TreeDeleter::free(AMFNode* node, std::size_t size) noexcept {
+  poison(node, size);
+  const auto place = reinterpret_cast<std::uintptr_t>(node);
+  if ((place ^ reinterpret_cast<std::uintptr_t>(held)) >= kChunkBytes) {
+    freeHeld();
+    held = node;
+  }
+  ++count;
+}
+
+// Whether it was a pooled leaf, which is gone then.
+AMF2JSON_HOT bool TreeDeleter::destroyLeaf(AMFNode* node) noexcept {
+  const std::uint8_t code = NodeMemory::codeOf(*node);
+  if (code == 0 || node->children.capacity() > 0) return false;
+  const std::uint32_t kind = NodeMemory::classOf(code);
+  const std::uint32_t mask = 1u << kind;
+  if ((mask & kLeaves) == 0) return false;
+  if ((mask & kWithBytes) != 0) releasePooledBytes(static_cast<AMFRaw&>(*node), kSizes[kind]);
+  free(node, kSizes[kind]);
+  return true;
+}
+
+AMF2JSON_HOT void TreeDeleter::destroyName(AMFString* name) noexcept {
+  if (!name) return;
+  const std::uint8_t code = NodeMemory::codeOf(*name);
+  const bool isPlain = code != 0 && NodeMemory::classOf(code) == AMFNode::AMF_STRING;
+  if (!isPlain || name->children.capacity() > 0) return destroyBranch(name);
+  releasePooledBytes(*name, sizeof(AMFString));
+  free(name, sizeof(AMFString));
+}
+
+AMF2JSON_HOT void TreeDeleter::destroyValue(AMFNode* node) noexcept {
+  if (node && !destroyLeaf(node)) destroyBranch(node);
+}
+
+AMF2JSON_HOT void TreeDeleter::destroyMember(AMFNode* node) noexcept {
+  if (!node) return;
+  const std::uint8_t code = NodeMemory::codeOf(*node);
+  const bool isPlain = code != 0 && NodeMemory::classOf(code) == AMFNode::AMF_PAIR;
+  if (!isPlain || node->children.capacity() > 0) return destroyValue(node);
+  destroyName(static_cast<AMFPair*>(node)->name);
+  destroyValue(static_cast<AMFPair*>(node)->value);
+  free(node, sizeof(AMFPair));
+}
+
+inline void TreeDeleter::destroyList(AMFNode& node) noexcept {
+  for (auto child = node.children.rbegin(); child != node.children.rend(); ++child) {
+    destroyMember(*child);
+  }
+}
+
+// What a pooled node owns beside its children.
+inline void TreeDeleter::destroyOwned(AMFNode* node, std::uint32_t kind) noexcept {
+  const std::uint32_t mask = 1u << kind;
+  if ((mask & kWithBytes) != 0) {
+    releasePooledBytes(static_cast<AMFRaw&>(*node), kSizes[kind]);
+  } else if ((mask & kPairs) != 0) {
+    destroyName(static_cast<AMFPair*>(node)->name);
+    destroy(static_cast<AMFPair*>(node)->value);
+  } else if (kind == AMFNode::AMF_OBJECT) {
+    destroyName(static_cast<AMFObject*>(node)->className);
+  } else if (kind == AMFNode::AMF_MESSAGE) {
+    destroy(static_cast<AMFMessage*>(node)->targetUri);
+    destroy(static_cast<AMFMessage*>(node)->responseUri);
+    destroy(static_cast<AMFMessage*>(node)->value);
+  }
+}
+
+void TreeDeleter::destroyBranch(AMFNode* node) noexcept {
+  const std::uint8_t code = NodeMemory::codeOf(*node);
+  if (code == 0) {
+    delete node;
+    return;
+  }
+  const std::uint32_t kind = NodeMemory::classOf(code);
+  destroyOwned(node, kind);
+  if (node->children.capacity() > 0) {
+    destroyList(*node);
+    if (lists) lists->keep(node->children);
+    using Nodes = std::vector<AMFNode*>;
+    node->children.~Nodes();
+  }
+  free(node, kSizes[kind]);
+}
+
+void TreeDeleter::destroy(AMFNode* node) noexcept {
+  destroyValue(node);
+}
+
+void TreeDeleter::destroyChildren(AMFNode& node) noexcept {
+  destroyList(node);
+}
+
+}  // namespace amf2json

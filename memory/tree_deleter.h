@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Deletes trees fast: what pooled nodes own is released without virtual calls, and the slots of one
+// chunk are freed together. All other nodes are deleted as usual. Used by all destructors of nodes;
+// the order is theirs. Tested by tests/ownership_test.cpp and tests/node_pool_test.cpp.
+#pragma once
+
+#include "AMF2JSON.h"
+#include "memory/child_lists.h"
+#include "memory/node_pool.h"
+
+namespace amf2json {
+
+// Frees a node's bytes, unless they are in its slot and go with it.
+void releaseBytes(AMFRaw& node) noexcept;
+
+class TreeDeleter {
+ public:
+  // Where there are `reusableLists`, they get the storage of short child lists.
+  explicit TreeDeleter(ChildLists* reusableLists = nullptr) : lists(reusableLists) {}
+  ~TreeDeleter() { freeHeld(); }
+  TreeDeleter(const TreeDeleter&) = delete;
+  TreeDeleter& operator=(const TreeDeleter&) = delete;
+
+  // As `delete node`.
+  void destroy(AMFNode* node) noexcept;
+  // As the destructor of AMFNode: last first.
+  void destroyChildren(AMFNode& node) noexcept;
+
+ private:
+  inline bool destroyLeaf(AMFNode* node) noexcept;
+  inline void destroyName(AMFString* name) noexcept;
+  inline void destroyValue(AMFNode* node) noexcept;
+  inline void destroyMember(AMFNode* node) noexcept;
+  inline void destroyList(AMFNode& node) noexcept;
+  inline void destroyOwned(AMFNode* node, std::uint32_t kind) noexcept;
+  void destroyBranch(AMFNode* node) noexcept;
+  inline void free(AMFNode* node, std::size_t size) noexcept;
+  void freeHeld() noexcept {
+    if (count > 0) freeSlots(held, count);
+    count = 0;
+  }
+
+  ChildLists* const lists;  // not owned
+  void* held = nullptr;     // a slot of the chunk that `count` slots are to be freed of
+  std::int32_t count = 0;
+};
+
+}  // namespace amf2json

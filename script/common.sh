@@ -8,10 +8,11 @@ project=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build_root=${BUILD_ROOT:-$project/build}
 jobs=$(nproc)
 
-# Test cases seen by count_tests so far.
+# Test cases seen by count_tests so far, and a line for each that was skipped.
 passed=0
 failed=0
 skipped=0
+skipped_lines=()
 
 say() { printf '\n== %s\n' "$*"; }
 
@@ -43,6 +44,25 @@ attribute() { # NAME: the number in NAME="..." of the text on standard input
   sed -n "s/.* $1=\"\([0-9]*\)\".*/\1/p" | head -n 1
 }
 
+# skips_in TREE RESULTS: notes each skipped case of a results file and the reason that the test gave.
+skips_in() {
+  local line suite='' test='' reason
+  while IFS= read -r line; do
+    case $line in
+      *'<testcase '*)
+        test=${line#*<testcase name=\"} suite=${line##* classname=\"}
+        test=${test%%\"*} suite=${suite%%\"*}
+        ;;
+      *'<skipped '*)
+        # message="FILE:LINE&#x0A;REASON"
+        reason=$(sed -n 's/.*<skipped message="[^"]*:[0-9]*&#x0A;\([^"]*\)".*/\1/p' <<<"$line" |
+          sed 's/&#x0A;/ /g; s/&quot;/"/g; s/&apos;/'"'"'/g; s/&lt;/</g; s/&gt;/>/g; s/&amp;/\&/g')
+        skipped_lines+=("skipped in $(basename "$1"): $suite.$test: ${reason:-the test gives no reason}")
+        ;;
+    esac
+  done < <(grep -E '<testcase |<skipped ' "$2")
+}
+
 # Adds up the cases of every test program that left its results in the tree; any other test counts as one case.
 # A program that fails without a failed case (a crash at its end, a leak) counts as one failure more.
 count_tests() { # TREE
@@ -60,13 +80,17 @@ count_tests() { # TREE
     left_out=$(grep -c 'result="skipped"' "$results" || true)
     passed=$((passed + cases - bad - off - left_out))
     skipped=$((skipped + off + left_out))
+    if [ "$left_out" != 0 ]; then skips_in "$1" "$results"; fi
     if [ "$status" != run ] && [ "$bad" = 0 ]; then bad=1; fi
     failed=$((failed + bad))
   done < <(sed -n 's/.*<testcase name="\([^"]*\)".* status="\([a-z]*\)".*/\1 \2/p' "$1/ctest.xml")
 }
 
-# The last line of a test script; fails unless every test passed.
+# The summary of a test script: each skipped test with its reason, and last what was counted. Fails unless every test
+# passed.
 finish() {
+  if [ "$skipped" != 0 ]; then printf '\n'; fi
+  if [ ${#skipped_lines[@]} != 0 ]; then printf '%s\n' "${skipped_lines[@]}"; fi
   if [ "$skipped" != 0 ]; then printf '%s skipped\n' "$skipped"; fi
   printf '%s passed, %s failed\n' "$passed" "$failed"
   [ "$failed" = 0 ] && [ "$passed" -gt 0 ]

@@ -254,7 +254,7 @@ TEST_F(Manual, CompletesInBash) {
 }
 
 TEST_F(Manual, CompletesInFish) {
-  if (!has("fish")) GTEST_SKIP();
+  if (!has("fish")) GTEST_SKIP() << "needs fish, which was not found";
   for (const CompletionCase& row : kCompletionCases) {
     Outcome outcome = runShell(
         "HOME=$PWD fish --no-config -c 'source $generated/amf2json.fish;"
@@ -276,7 +276,7 @@ _amf2json
 )";
 
 TEST_F(Manual, CompletesInZsh) {
-  if (!has("zsh")) GTEST_SKIP();
+  if (!has("zsh")) GTEST_SKIP() << "needs zsh, which was not found";
   writeFile("told.zsh", kToldZsh);
   const Outcome first = runShell("zsh -f told.zsh | grep -e '^decode' -e '^--v'");
   EXPECT_EQ(

@@ -1,22 +1,44 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// Helpers for hosts that change decoded trees, or move parts of them, before they encode them
-/// again.
+/// Helpers for hosts that look for values in decoded trees, change them, or move parts of them,
+/// before they encode them again.
 ///
 ///     AMFProtocol protocol;
 ///     AMFPackage* const package = protocol.parse(wholePacket);
+///     AMFNode* const user = member(package->getMessage(0)->value, "user");
 ///     ...                            // change, add, remove or move values
 ///     clearReferences(package);      // everything is written in full
 ///     setTrueLengths(package);       // the length fields tell the truth
 ///     protocol.compile(package);
 ///
-/// Why they are needed: the writers keep no tables. They write a reference exactly where a node
-/// records one and write each length field as it stands. Whoever removes, adds or moves values
+/// Why the last two are needed: the writers keep no tables. They write a reference exactly where a
+/// node records one and write each length field as it stands. Whoever removes, adds or moves values
 /// makes recorded indexes point at other values, and stored lengths wrong.
 #ifndef AMF_EDIT_H
 #define AMF_EDIT_H
 
+#include <string_view>
+
 #include "AMF2JSON.h"
+
+/// Returns the value of the member `name` of `node`: a node of the kind AMF_OBJECT, sealed and
+/// dynamic members alike, or of the kind AMF_ARRAY, whose named members are those of an associative
+/// array (AMF0) or of the associative part (AMF3). Not a copy: the tree owns the value, which stays
+/// valid as long as its pair does.
+///
+/// Returns null if there is no such member, if its pair has no value, for a null `node`, and for a
+/// node of any other kind. A member whose value is AMFNull is found: the result is that node.
+///
+/// Of several members with the same name the last one is found, which is the one that is left where
+/// a peer assigns them in the order of the packet. Names are compared byte by byte; NUL bytes
+/// count. Looks at the members of `node` alone, not at those of its values. Takes time linear in
+/// the number of children; allocates nothing and throws nothing.
+AMF2JSON_API const AMFNode* member(const AMFNode* node, std::string_view name) noexcept;
+
+/// The same for a tree that the caller may change.
+inline AMFNode* member(AMFNode* node, std::string_view name) noexcept {
+  return const_cast<AMFNode*>(member(static_cast<const AMFNode*>(node), name));
+}
 
 /// Sets every `referenceIndex` and every `traitsIndex` in `tree` to AMFNode::kNoReference, so that
 /// all of it is written in full: the node itself, its children, and what pairs, headers, messages

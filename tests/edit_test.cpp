@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The helpers for hosts that change trees: references cleared, lengths set.
+// The helpers for hosts that change trees: members found, references cleared, lengths set.
 #include <AMF2JSON.h>
 #include <AMFEdit.h>
 #include <gtest/gtest.h>
@@ -30,6 +30,99 @@ std::string compiled(AMFProtocol& protocol, const AMFPackage* package) {
 
 std::string inMessage(const std::string& value) {
   return hex("0003 0000 0001 0000 0000 FFFFFFFF") + value;
+}
+
+// ---------------------------------------------------------------------------------------------------
+// member
+
+struct MemberRow {
+  const char* name;
+  AMFNode* (*tree)();
+  std::string_view wanted;
+  const char* found;  // as dump() shows it
+};
+
+constexpr const char* kNone = "(nil)";
+
+const MemberRow kMembers[] = {
+    {"of an AMF0 object", TREE(object(k0, "", {member(k0, "a", number(k0, 1))})), "a", "double0 1"},
+    {"of a class", TREE(object(k0, "C", {member(k0, "a", string(k0, "x"))})), "a", "str0 \'x\'"},
+    {"sealed",
+     TREE(object(k3, "C", {member(k3, "a", string(k3, "s")), member(k3, "b", string(k3, "d"))},
+                 Traits{1, true})),
+     "a", "str3 \'s\'"},
+    {"dynamic",
+     TREE(object(k3, "C", {member(k3, "a", string(k3, "s")), member(k3, "b", string(k3, "d"))},
+                 Traits{1, true})),
+     "b", "str3 \'d\'"},
+    {"of an associative array", TREE(array(k0, {member(k0, "a", string(k0, "x"))})), "a",
+     "str0 \'x\'"},
+    {"of an AMF3 array, among values",
+     TREE(array(k3, {member(k3, "a", string(k3, "x")), string(k3, "a")})), "a", "str3 \'x\'"},
+    {"a value is no member", TREE(array(k3, {string(k3, "a")})), "a", kNone},
+    {"the last of several",
+     TREE(object(k0, "", {member(k0, "a", string(k0, "1")), member(k0, "a", string(k0, "2"))})),
+     "a", "str0 \'2\'"},
+    {"null as a value is found", TREE(object(k0, "", {member(k0, "a", null(k0))})), "a", "null0"},
+    {"no such member", TREE(object(k0, "", {member(k0, "a", null(k0))})), "b", kNone},
+    {"the beginning of a name", TREE(object(k0, "", {member(k0, "ab", null(k0))})), "a", kNone},
+    {"more than a name", TREE(object(k0, "", {member(k0, "a", null(k0))})), "ab", kNone},
+    {"no members", TREE(object(k0, "", {})), "a", kNone},
+    {"the empty name", TREE(object(k0, "", {member(k0, "", string(k0, "x"))})), "", "str0 \'x\'"},
+    {"a name with NUL bytes",
+     TREE(object(k0, "",
+                 {member(k0, std::string_view("a\0b", 3), string(k0, "x")),
+                  member(k0, std::string_view("a\0c", 3), string(k0, "y"))})),
+     std::string_view("a\0b", 3), "str0 \'x\'"},
+    {"not of the values",
+     TREE(object(k0, "", {member(k0, "o", object(k0, "", {member(k0, "a", null(k0))}))})), "a",
+     kNone},
+    {"missing parts are passed over",
+     TREE(object(k0, "",
+                 {member(k0, "a", string(k0, "x")), nullptr, nameless(member(k0, "a", null(k0)))})),
+     "a", "str0 \'x\'"},
+    {"a name without its bytes",
+     TREE(object(k0, "", {member(k0, withoutBytes(new AMFString(k0), 1), null(k0))})), "a", kNone},
+    {"a member without a value", TREE(object(k0, "", {valueless(member(k0, "a", null(k0)))})), "a",
+     kNone},
+    {"a pair of any kind code", TREE([] {
+       auto* const odd = new AMFPair(k0, nullptr, static_cast<AMFNode::AMFType>(99));
+       odd->setName(string(k0, "a"), false);
+       odd->setValue(string(k0, "x"), false);
+       return withChild(object(k0, "", {}), odd);
+     }()),
+     "a", "str0 \'x\'"},
+    {"not of a pair", TREE(member(k0, "a", object(k0, "", {member(k0, "a", null(k0))}))), "a",
+     kNone},
+    {"not of a message", TREE(message("a", "a", object(k0, "", {member(k0, "a", null(k0))}))), "a",
+     kNone},
+    {"not of a package", TREE(package(k0, {header("a", null(k0))}, {})), "a", kNone},
+    {"not of a string", TREE(string(k0, "a")), "a", kNone},
+};
+
+TEST(Member, IsFoundByItsName) {
+  for (const MemberRow& row : kMembers) {
+    SCOPED_TRACE(row.name);
+    const Owner tree(row.tree());
+    AMFNode* const found = member(tree.get(), row.wanted);
+    const AMFNode* const constant = tree.get();
+    EXPECT_EQ(member(constant, row.wanted), found);
+    EXPECT_EQ(found ? dump(found) : kNone, row.found);
+  }
+}
+
+TEST(Member, OfNullIsNull) {
+  AMFNode* const none = nullptr;
+  EXPECT_EQ(member(none, "a"), nullptr);
+  EXPECT_EQ(member(static_cast<const AMFNode*>(nullptr), "a"), nullptr);
+}
+
+TEST(Member, StaysInTheTree) {
+  const Owner tree(object(k0, "", {member(k0, "a", object(k0, "", {member(k0, "b", null(k0))}))}));
+  AMFNode* const inner = member(member(tree.get(), "a"), "b");
+  EXPECT_EQ(
+      inner,
+      static_cast<AMFPair*>(static_cast<AMFPair*>(tree->children[0])->value->children[0])->value);
 }
 
 // ---------------------------------------------------------------------------------------------------

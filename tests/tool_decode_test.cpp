@@ -160,6 +160,28 @@ TEST_F(Decode, GivesTheLibrarysTextExactly) {
   EXPECT_EQ(run({"decode", "--exact", "--to", "script", "--compact", "hostile.amf"}), exactScript);
 }
 
+// The line feeds that the library adds for every 500 bytes.
+TEST_F(Decode, KeepsSoftBreaksForExactTextsAlone) {
+  std::string values = "0A 00000040";
+  for (int i = 0; i < 64; ++i) values += " 03 0001 'a' 02 0004 0A0A220A 0000 09";
+  writeFile("long.amf", echoOf(values));
+  const auto has = [](const std::string& options, const std::string& text) {
+    return run({"decode", "long.amf"}).status == 0 &&
+           runShell("$amf2json decode " + options + " long.amf").out.find(text) !=
+               std::string::npos;
+  };
+  EXPECT_FALSE(has("", "\n\n"));
+  EXPECT_TRUE(has("--exact", "\n\n"));
+  EXPECT_FALSE(has("--to both", ",\n\n"));
+  EXPECT_FALSE(has("--to js", ",\n\n"));
+  EXPECT_FALSE(has("--to js --compact", ",\n"));
+  EXPECT_TRUE(has("--to js --compact --exact", ",\n"));
+  const Outcome compact = run({"decode", "--compact", "long.amf"});
+  EXPECT_EQ(compact.out.find('\n'), compact.out.size() - 1);
+  EXPECT_EQ(nlohmann::json::parse(compact.out),
+            nlohmann::json::parse(run({"decode", "long.amf"}).out));
+}
+
 TEST_F(Decode, KeepsTemporariesForExactTextsAlone) {
   writeFile("long.amf", echoOf("02 01F4 61*500"));
   EXPECT_EQ(run({"decode", "--to", "js", "long.amf"}).out.find("qxAmfTemporary"),

@@ -6,13 +6,15 @@
 #include "tool/own_stack.h"
 #include "tool/packet.h"
 #include "tool/shared_options.h"
+#include "tool/soft_breaks.h"
 
 namespace {
 
 constexpr const char* kDetails =
     "Texts of the packet are escaped, so that none gets out of its quotes: the JSON is sound and "
     "the\n"
-    "scripts assign values and do nothing else. With --exact the text is the library's as it is, "
+    "scripts assign values and do nothing else. Line feeds stand at the ends of lines alone. With\n"
+    "--exact the text is the library's as it is, with a line feed of its own for every 500 bytes, "
     "and\n"
     "what a packet says in it is not to be run.\n"
     "\n"
@@ -41,6 +43,15 @@ std::string textOf(AMFProtocol& protocol, const DecodeOptions& options) {
   return std::move(const_cast<std::string&>(text));  // one of the object's public members
 }
 
+constexpr std::size_t kAssignmentLength = 8;  // "\n amf = ", in front of the JSON of --to js
+
+// Of a text without what --exact keeps. The statements have no such breaks.
+void removeBreaks(std::string& text, const AMFProtocol& protocol, const DecodeOptions& options) {
+  if (options.exact || options.view == View::script) return;
+  removeSoftBreaks(text, {static_cast<std::uint32_t>(protocol.lineBreakCount) - 1,
+                          options.view == View::js ? kAssignmentLength : 0, !options.compact});
+}
+
 // `outputLimitReached` is set in front of the first value that was left out; the JSON view leaves
 // out none.
 std::optional<Problem> cutOf(const AMFProtocol& protocol, const DecodeOptions& options,
@@ -66,6 +77,7 @@ FileResult show(const Packet& packet, const Options& options) {
   }
   FileResult result;
   result.text = textOf(protocol, options.decode);
+  removeBreaks(result.text, protocol, options.decode);
   result.extension = extensionOf(options.decode.view);
   result.isJSON = true;
   if (const auto cut = cutOf(protocol, options.decode, result.text.size())) {
@@ -90,7 +102,8 @@ void declare(OptionTable& table, Options& options) {
                 {"both", "JSON text and statements"},
                 {"script", "statements alone"}});
   table.flag("--compact", options.decode.compact, "No indentation and no line ends");
-  table.flag("--exact", options.decode.exact, "The library's text, with nothing escaped");
+  table.flag("--exact", options.decode.exact,
+             "The library's text: nothing escaped, its soft breaks");
   table.flag("--local-time", options.localTime, "Dates in the local time zone instead of UTC");
   declareForm(table, options);
   declareOutput(table, options);

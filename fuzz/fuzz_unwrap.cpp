@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Property: whatever the bytes, unwrapping ends, within its limit or with a problem; the command
-// that identify names for them is one that the check lets through, and a packet has one; a dump
-// shows every byte once, and nothing but printable text.
+// that identify names for them is a dump, or one that the check lets through and that loses
+// nothing; a packet has one; a dump shows every byte once, and nothing but printable text.
 //
 // Input: a byte that chooses the size limit, the bytes of the file.
 #include "fuzz/input.h"
@@ -51,6 +51,11 @@ void checkUnwrap(const std::string& file, const AMFVerifyLimits& limits) {
   }
 }
 
+// Where identify lets bytes pass unread they say nothing: the end marks of a container's value.
+bool isEndMark(const std::string& bytes) {
+  return bytes == std::string(1, '\0') || bytes == std::string("\0\0\x09", 3);
+}
+
 // What decode would do with the options that identify names.
 void checkCommand(const std::string& file, const Identity& identity,
                   const AMFVerifyLimits& limits) {
@@ -60,16 +65,21 @@ void checkCommand(const std::string& file, const Identity& identity,
   const std::string own = bytes.substr(chosen.skip);
   const AMFVerifyResult checked = verifyForm(own, chosen.form, limits);
   require(checked.status == Status::ok, "the command works");
-  require(chosen.allowTrailing || checked.consumed == own.size(), "and leaves nothing over");
+  require(!chosen.allowTrailing || isEndMark(own.substr(checked.consumed)), "and loses nothing");
+  const std::string whole = chosen.form == Form::packet ? ": another packet" : "";
+  require(chosen.allowTrailing || checked.consumed == own.size() ||
+              identity.verdict.find(" after it" + whole) != std::string::npos,
+          "or says that there is more");
 }
 
 void checkIdentity(const std::string& file, const AMFVerifyLimits& limits) {
   const Identity identity = identify(file, limits);
-  require(!identity.verdict.empty() && (identity.isKnown || !identity.hasCommand), "verdict");
-  if (identity.hasCommand && identity.filter.empty()) checkCommand(file, identity, limits);
+  const std::string command = identity.command ? identity.command : "";
+  require(!identity.verdict.empty() && (identity.isKnown || command.empty()), "verdict");
+  if (command == "decode" && identity.filter.empty()) checkCommand(file, identity, limits);
   const AMFVerifyResult checked = verifyForm(file, Form::packet, limits);
   if (checked.status == Status::ok && checked.consumed == file.size()) {
-    require(identity.hasCommand && identity.options.empty() && identity.filter.empty(),
+    require(command == "decode" && identity.options.empty() && identity.filter.empty(),
             "a packet is recognised");
   }
 }

@@ -54,24 +54,38 @@ const Row kRows[] = {
     {"an empty packet", hex("0003 0000 0000"),
      "AMF packet: version 3, 0 headers, 0 messages, 6 bytes => amf2json decode F"},
     {"something behind a packet", kPacket + "x",
-     "AMF packet: version 0, 0 headers, 1 message, 22 bytes, and 1 byte left over behind it => "
-     "amf2json decode --allow-trailing F"},
+     "AMF packet: version 0, 0 headers, 1 message, 22 bytes, and 1 byte after it that this dialect "
+     "does not read => amf2json dump --full F"},
+    {"members behind an ECMA array whose count is 0",
+     packetOf("08 00000000 0001 'c' 02 0001 'd' 0001 'a' 02 0001 'b' 0000 09"),
+     "AMF packet: version 0, 0 headers, 1 message, 21 bytes, and 17 bytes after it that this "
+     "dialect does not read => amf2json dump --full F"},
+    {"another packet behind a packet", kPacket + kPacket,
+     "AMF packet: version 0, 0 headers, 1 message, 22 bytes, and 22 bytes after it: another packet "
+     "=> amf2json decode F"},
+    {"an empty packet behind a packet", kPacket + hex("0000 0000 0000"),
+     "AMF packet: version 0, 0 headers, 1 message, 22 bytes, and 6 bytes after it that this "
+     "dialect does not read => amf2json dump --full F"},
     {"a packet that is cut", kPacket.substr(0, 20),
-     "AMF packet, cut: truncated at byte 19, behind 0 headers and 0 messages"},
-    {"a packet that is damaged", packetOf("04"),
-     "AMF packet, damaged: getAMF0Value: unknown value type at byte 17, behind 0 headers and 0 "
-     "messages"},
+     "AMF packet, ends too early for this dialect: truncated at byte 19, after 0 headers and 0 "
+     "messages => amf2json dump --full F"},
+    {"a packet that is refused", packetOf("04"),
+     "AMF packet, refused by this dialect: getAMF0Value: unknown value type at byte 17, after 0 "
+     "headers and 0 messages => amf2json dump --full F"},
     {"a packet over a limit", packetWith(repeat(hex("0A 00000001"), 65) + hex("05")),
-     "AMF packet, over a limit: depth limit at byte 341, behind 0 headers and 0 messages"},
+     "AMF packet, over a limit: depth limit at byte 341, after 0 headers and 0 messages"},
     {"an AMF0 value", hex("02 0002 'hi'"),
      "AMF0 value without a packet: 5 bytes => amf2json decode --as amf0 F"},
     {"an AMF3 value", hex("0A 0B 01 03 'k' 04 01 01"),
      "AMF3 value without a packet: 8 bytes => amf2json decode --as amf3 F"},
     {"AMF0 values", hex("02 0002 'hi' 05 06"),
-     "3 AMF0 values without a packet: the first has 5 bytes, all have 7 => amf2json decode --as "
-     "amf0 --allow-trailing F"},
+     "3 AMF0 values without a packet: the first has 5 bytes, all have 7 => amf2json dump "
+     "--full --as amf0 F"},
     {"an end mark is no value", "\t", "? not recognised: begins with 09"},
     {"a shared object", kSharedObject,
+     "shared object (.sol) \"set\", AMF0, AMF0 value \"name\" at byte 31, and 6 bytes after it "
+     "=> amf2json decode --as amf0 --skip 31 F"},
+    {"a shared object of one value", sharedObject("00000000", "0004 'name' 02 0005 'value' 00"),
      "shared object (.sol) \"set\", AMF0, AMF0 value \"name\" at byte 31 => amf2json decode --as "
      "amf0 --skip 31 --allow-trailing F"},
     {"a shared object of AMF3", kSharedObject3,
@@ -99,18 +113,28 @@ const Row kRows[] = {
      "--unwrap F"},
     {"an HTTP message without a body", "POST / HTTP/1.1\r\nContent-Length: 22\r\n\r\n",
      "HTTP message: Content-Length is 22, but 0 bytes follow at byte 39"},
+    {"bytes after the body of an HTTP message",
+     "POST / HTTP/1.1\r\nContent-Length: 22\r\n\r\n" + kPacket + "more",
+     "HTTP message (4 bytes left over after the body of the HTTP message) > AMF packet: version 0, "
+     "0 headers, 1 message, 22 bytes => amf2json decode --unwrap F"},
+    {"two HTTP messages",
+     "POST / HTTP/1.1\r\nContent-Length: 22\r\n\r\n" + kPacket + "GET / HTTP/1.1\r\n\r\n",
+     "HTTP message (18 bytes left over after the body of the HTTP message: another HTTP message) > "
+     "AMF packet: version 0, 0 headers, 1 message, 22 bytes => amf2json decode --unwrap F"},
     {"an error page", "HTTP/1.1 500 Oops\r\n\r\n<!DOCTYPE HTML><html></html>",
      "HTTP message > HTML text: begins with \"<!DOCTYPE HTML><\" at byte 0"},
     {"base64 of a cut packet", base64(kPacket.substr(0, 20)),
-     "base64 text > AMF packet, cut: truncated at byte 19, behind 0 headers and 0 messages"},
+     "base64 text > AMF packet, ends too early for this dialect: truncated at byte 19, after 0 "
+     "headers and 0 messages => amf2json dump --full --unwrap F"},
     {"HTML", "\n<html><body></body></html>\n",
      "HTML text: begins with \"<html><body></bo\" at byte 1"},
     {"XML", "\xEF\xBB\xBF<?xml version='1.0'?><amfx ver='3'/>",
      "XML text: begins with \"<?xml version='1\" at byte 3"},
     {"JSON", " {\"a\": [1]} ", "JSON text: begins with \"{\\\"a\\\": [1]} \" at byte 1"},
     {"UTF-8 twice", packetOf("02 0002 C3A9").replace(19, 2, hex("C383 C2A9")),
-     "AMF packet: version 0, 0 headers, 1 message, 21 bytes, and 2 bytes left over behind it => "
-     "amf2json decode --allow-trailing F"},
+     "AMF packet: version 0, 0 headers, 1 message, 21 bytes, and 2 bytes after it that this "
+     "dialect "
+     "does not read => amf2json dump --full F"},
     {"bytes written as UTF-8", hex("0000 0000 0001 0001 't' 0001 'r' (C3BF)*4 02 0001 'x'"),
      "bytes from 80 on written as UTF-8 (C2 or C3 in front), was AMF packet: version 0, 0 headers, "
      "1 message, 20 bytes => iconv -f UTF-8 -t ISO-8859-1 F | amf2json decode"},
@@ -141,9 +165,8 @@ TEST(Identify, LooksIntoCompressedData) {
        "gzip > AMF packet: version 0, 0 headers, 1 message, 22 bytes => amf2json decode --unwrap "
        "F"},
       {"zlib of a shared object", compressed(kSharedObject, 15),
-       "zlib > shared object (.sol) \"set\", AMF0, AMF0 value \"name\" at byte 31 => amf2json "
-       "decode "
-       "--unwrap --as amf0 --skip 31 --allow-trailing F"},
+       "zlib > shared object (.sol) \"set\", AMF0, AMF0 value \"name\" at byte 31, and 6 bytes "
+       "after it => amf2json decode --unwrap --as amf0 --skip 31 F"},
       {"gzip of something else", compressed("\xFF", 15 + 16),
        "? gzip > not recognised: begins with FF"},
       {"gzip that is cut", gzip.substr(0, 12), "gzip: ends too early at byte 12"},
@@ -162,6 +185,35 @@ TEST(Identify, DoesNotOfferWhatItCannotResolve) {
       "shared object (.sol) \"set\", AMF3, AMF3 value \"name\" at byte 30, which cannot be decoded "
       "alone",
       lineOf(sharedObject("00000003", "09 'name' 09 05 01 06 03 'a' 06 00 00")));
+}
+
+TEST(Identify, HasAWordForMachines) {
+  const Row rows[] = {
+      {"packet", kPacket, ""},
+      {"packet", kPacket + "x", ""},
+      {"refused packet", packetOf("04"), ""},
+      {"changed packet", hex("0000 0000 0001 0001 't' 0001 'r' FFFFFFFF 0D0A 00000001 05"), ""},
+      {"changed bytes", hex("0000 0000 0001 0001 't' 0001 'r' (EFBFBD)*4 02 0001 'x'"), ""},
+      {"value", hex("02 0002 'hi'"), ""},
+      {"values", hex("02 0002 'hi' 05"), ""},
+      {"shared object", kSharedObject, ""},
+      {"flv", kFLV, ""},
+      {"html", "<html></html>", ""},
+      {"xml", "<a></a>", ""},
+      {"json", "{}", ""},
+      {"empty", "", ""},
+      {"broken wrapper", "00 03 0", ""},
+      {"packet", base64(toHex(kPacket)), "base64 text > hexadecimal text > "},
+      {"unknown", "Hello", ""},
+  };
+  for (const Row& row : rows) {
+    const Identity identity = identify(row.bytes, AMFVerifyLimits());
+    EXPECT_STREQ(row.name, identity.kind) << row.name;
+    std::string wrappers;
+    for (const char* const wrapper : identity.wrappers) wrappers += wrapper + std::string(" > ");
+    EXPECT_EQ(row.line, wrappers) << row.name;
+    EXPECT_EQ(identity.kind != std::string("unknown"), identity.isKnown);
+  }
 }
 
 TEST(Identify, WritesNamesForShells) {

@@ -155,10 +155,10 @@ const RunCase kRuns[] = {
      {6, "",
       "word.txt:0: text that is neither hexadecimal nor base64\n"
       "    at 0: | 48 65 6C 6C 6F 2C 20 77 6F 72 6C 64\n"}},
-    {"amf2json decode --unwrap --max-packet-bytes 20 hi.hex",
-     {7, "",
-      "hi.hex:60: packet too large: hexadecimal text of more than --max-packet-bytes 20\n"
-      "    at 47: 20 30 32 20 30 30 20 30 32 20 36 38 20 | 36 39 0A\n"}},
+    // A packet may be no larger than the file that holds it may be.
+    {"amf2json decode --unwrap --max-packet-bytes 62 hi.hex",
+     {7, "", "amf2json: hi.hex: packet too large: more than --max-packet-bytes 62 (63 bytes)\n"}},
+    {"amf2json decode --unwrap --compact --max-packet-bytes 63 hi.hex", {0, kHiJSON, ""}},
     {"amf2json roundtrip --as amf0 hi.amf0", {0, "hi.amf0: equal\n", ""}},
     {"amf2json roundtrip --as amf3 hi.amf3 && amf2json roundtrip --unwrap hi.hex",
      {0, "hi.amf3: equal\nhi.hex: equal\n", ""}},
@@ -202,19 +202,26 @@ TEST_F(ToolBytes, NamesCommandsThatWork) {
   struct File {
     const char* name;
     std::string bytes;
+    int status = 0;  // 3: what is not decoded is told
   };
   const File files[] = {
       {"packet", packet},
-      {"left over", packet + "x"},
+      {"left over", packet + "x", 3},
+      {"two packets", packet + packet, 3},
+      {"ecma", packetOf("08 00000000 0001 'c' 02 0001 'd' 0001 'a' 02 0001 'b' 0000 09"), 3},
+      {"refused", packetOf("04"), 6},
+      {"cut", base64(packetOf("02 0003 'a'")), 5},
       {"amf0", hex("02 0002 'hi'")},
       {"amf3", hex("06 05 'hi'")},
-      {"named", hex("02 0002 'hi' 05 06")},
+      {"named", hex("02 0002 'hi' 05 06"), 3},
       {"it's a shared object.sol", sharedObject},
       {"tag.flv", hex("12 000009 000000 00 000000 02 0002 'on' 03 0000 09")},
       {"./-hex", toHex(packet)},
       {"$HOME", base64(packet)},
       {"a\x1B[1m\n\\'\xFF", base64(sharedObject)},
       {"post", "POST / HTTP/1.1\r\n\r\n" + packet},
+      {"posts", "POST / HTTP/1.1\r\nContent-Length: 22\r\n\r\n" + packet + "POST / HTTP/1.1\r\n",
+       3},
       {"./-utf8", ruined},
       {"crlf file", translated},
 #ifdef AMF2JSON_HAVE_ZLIB
@@ -231,10 +238,79 @@ TEST_F(ToolBytes, NamesCommandsThatWork) {
     const std::size_t next = identified.out.find("\nnext: ");
     ASSERT_NE(std::string::npos, next) << identified.out;
     const Outcome shown = runLine(identified.out.substr(next + 7));
-    EXPECT_EQ(0, shown.status) << identified.out << shown.err;
-    EXPECT_EQ("", shown.err) << identified.out;
+    EXPECT_EQ(file.status, shown.status) << identified.out << shown.err;
+    EXPECT_EQ(file.status == 0, shown.err.empty()) << identified.out << shown.err;
     EXPECT_NE("", shown.out);
   }
+}
+
+// What follows the body of a message or a packet is not dropped without a word.
+TEST_F(ToolBytes, TellsWhatFollows) {
+  const std::string packet = packetOf("02 0002 'hi'");
+  const std::string post = "POST / HTTP/1.1\r\nContent-Length: 21\r\n\r\n" + packet;
+  writeFile("one", post);
+  writeFile("two", post + post);
+  writeFile("packets", packet + packet);
+  writeFile("short", "POST / HTTP/1.1\r\nContent-Length: 19\r\n\r\n" + packet);
+  const RunCase rows[] = {
+      {"amf2json decode --compact --unwrap one", {0, kHiJSON, ""}},
+      {"amf2json decode --compact --unwrap two",
+       {3, kHiJSON,
+        "two:60: warning: 60 bytes left over after the body of the HTTP message: another HTTP "
+        "message\n    at 52: FF FF FF 02 00 02 68 69 | 50 4F 53 54 20 2F 20 48\n"}},
+      {"amf2json decode --compact --unwrap --allow-trailing two", {0, kHiJSON, ""}},
+      {"amf2json decode --compact packets",
+       {3, kHiJSON,
+        "packets:21: warning: 21 bytes left over behind the last message: another packet, which "
+        "--skip 21 gets at\n    at 13: FF FF FF 02 00 02 68 69 | 00 00 00 00 00 01 00 01\n"}},
+      {"amf2json decode --compact --skip 21 packets", {0, kHiJSON, ""}},
+      {"amf2json decode --unwrap short",
+       {5, "",
+        "short:19: truncated: at least 2 bytes are missing, in what HTTP message holds; 2 bytes "
+        "left over after the body of the HTTP message (message 0)\n"
+        "    at 3: 00 00 01 00 01 74 00 01 72 FF FF FF FF 02 00 02 |\n"}},
+  };
+  for (const RunCase& row : rows) EXPECT_EQ(runLine(row.line), row.expected) << row.line;
+}
+
+// --max-packet-bytes bounds what is read, whatever else is asked for: the rest stays in the pipe.
+TEST_F(ToolBytes, ReadsOneByteBeyondTheLimitAtMost) {
+  for (const char* const command :
+       {"identify", "decode", "check --unwrap", "decode --skip 500", "dump --as amf0 --skip 500"}) {
+    const Outcome outcome =
+        runLine(std::string("printf %1000s | { sleep 0.1; amf2json ") + command +
+                " --max-packet-bytes 20 2>error; echo $?; wc -c; cat error; }");
+    EXPECT_EQ(outcome.out,
+              "7\n979\namf2json: -: packet too large: more than --max-packet-bytes 20\n")
+        << command;
+  }
+}
+
+TEST_F(ToolBytes, IdentifiesInJSON) {
+  writeFile("caf\xC3\xA9\xFF", base64(packetOf("05")));
+  const RunCase rows[] = {
+      {"amf2json identify --format json hi.amf word.txt missing.amf 2>/dev/null",
+       {9,
+        "{\"file\":\"hi.amf\",\"kind\":\"packet\",\"verdict\":\"AMF packet: version 0, 0 headers, "
+        "1 "
+        "message, 21 bytes\",\"wrappers\":[],\"next\":\"amf2json decode "
+        "hi.amf\",\"message\":null,\"exit_code\":0}\n"
+        "{\"file\":\"word.txt\",\"kind\":\"unknown\",\"verdict\":\"not recognised: begins with 48 "
+        "65 "
+        "6C 6C 6F 2C 20 77\",\"wrappers\":[],\"next\":null,\"message\":null,\"exit_code\":1}\n"
+        "{\"file\":\"missing.amf\",\"kind\":null,\"verdict\":null,\"wrappers\":null,\"next\":null,"
+        "\"message\":\"cannot read: No such file or directory\",\"exit_code\":9}\n",
+        ""}},
+      {"amf2json identify --format json caf*",
+       {0,
+        "{\"file\":\"caf\\u00e9\\ufffd\",\"kind\":\"packet\",\"verdict\":\"base64 text > AMF "
+        "packet: "
+        "version 0, 0 headers, 1 message, 17 bytes\",\"wrappers\":[\"base64 "
+        "text\"],\"next\":\"amf2json decode --unwrap "
+        "$'caf\\u00e9\\\\xFF'\",\"message\":null,\"exit_code\":0}\n",
+        ""}},
+  };
+  for (const RunCase& row : rows) EXPECT_EQ(runLine(row.line), row.expected) << row.line;
 }
 
 // A GiB of zeros in 5 MB of gzip: refused after 64 MiB.

@@ -3,6 +3,8 @@
 // amf2json check, from outside.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -105,6 +107,52 @@ TEST_F(Check, SaysWhatIsInAPacket) {
     expected.out = "p.amf: " + expected.out;
     EXPECT_EQ(outcome, expected) << row.name;
   }
+}
+
+// A line for each file, whatever became of it; nulls for what is not known.
+TEST_F(Check, AnswersInJSON) {
+  writeFile("lies.amf", hex("0000 0000 0001 0000 0000 00000063 05"));
+  writeFile("more.hex", toHex(hex("0003 0000 0000 01")));
+  writeFile("odd.hex", "00 03 0");
+  const Outcome outcome =
+      run({"check", "--format", "json", "--unwrap", "--error-format", "json", "empty.amf",
+           "lies.amf", "more.hex", "refused.amf", "odd.hex", "missing.amf"});
+  EXPECT_EQ(outcome.status, 9);
+  std::istringstream lines(outcome.out);
+  std::vector<std::string> shown;
+  for (std::string line; std::getline(lines, line);) {
+    const std::size_t begin = line.find("\"tree_bytes\":") + 13;
+    const std::size_t size = line.find(',', begin) - begin;
+    if (line.compare(begin, 4, "null") != 0) line.replace(begin, size, "TREE");
+    shown.push_back(line);
+  }
+  const std::vector<std::string> expected = {
+      R"({"file":"empty.amf","status":"ok","message":null,"offset":null,"section":null,"wrappers":[],)"
+      R"("bytes":6,"consumed":6,"left_over":0,"headers":0,"messages":0,"nodes":1,"depth":0,)"
+      R"("tree_bytes":TREE,"lying_lengths":0,"exit_code":0})",
+      R"({"file":"lies.amf","status":"ok","message":null,"offset":null,"section":null,"wrappers":[],)"
+      R"("bytes":15,"consumed":15,"left_over":0,"headers":0,"messages":1,"nodes":5,"depth":0,)"
+      R"("tree_bytes":TREE,"lying_lengths":1,"exit_code":1})",
+      R"({"file":"more.hex","status":"left over","message":"1 byte left over behind the last message, )"
+      R"(in what hexadecimal text holds","offset":6,"section":null,"wrappers":["hexadecimal text"],)"
+      R"("bytes":7,"consumed":6,"left_over":1,"headers":0,"messages":0,"nodes":1,"depth":0,)"
+      R"("tree_bytes":TREE,"lying_lengths":0,"exit_code":3})",
+      R"({"file":"refused.amf","status":"malformed","message":"getAMF0Value: unknown value type",)"
+      R"("offset":21,"section":"message 0","wrappers":[],"bytes":21,"consumed":21,"left_over":0,)"
+      R"("headers":0,"messages":0,"nodes":4,"depth":0,"tree_bytes":TREE,"lying_lengths":0,)"
+      R"("exit_code":6})",
+      R"({"file":"odd.hex","status":"malformed wrapper","message":"hexadecimal text: an odd number of )"
+      R"(digits","offset":6,"section":null,"wrappers":null,"bytes":null,"consumed":null,)"
+      R"("left_over":null,"headers":null,"messages":null,"nodes":null,"depth":null,)"
+      R"("tree_bytes":null,"lying_lengths":null,"exit_code":6})",
+      R"({"file":"missing.amf","status":"file","message":"cannot read: No such file or directory",)"
+      R"("offset":null,"section":null,"wrappers":null,"bytes":null,"consumed":null,)"
+      R"("left_over":null,"headers":null,"messages":null,"nodes":null,"depth":null,)"
+      R"("tree_bytes":null,"lying_lengths":null,"exit_code":9})",
+  };
+  EXPECT_EQ(shown, expected);
+  // The problems are reported as by the other commands.
+  EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 4) << outcome.err;
 }
 
 TEST_F(Check, TakesManyFilesAndExitsWithTheWorst) {

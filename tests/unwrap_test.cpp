@@ -28,7 +28,12 @@ std::string lineOf(const std::string& bytes, std::size_t most = kMost) {
     const Unwrapped unwrapped = unwrap(bytes, most, isPacket);
     std::string line;
     for (const char* const wrapper : unwrapped.wrappers) line += wrapper + std::string(" > ");
-    return line + toHex(unwrapped.bytes);
+    line += toHex(unwrapped.bytes);
+    for (const Problem& leftOver : unwrapped.leftOvers) {
+      EXPECT_TRUE(leftOver.isWarning && leftOver.exitCode == kLeftOver);
+      line += "; byte " + std::to_string(leftOver.offset.value()) + ": " + leftOver.message;
+    }
+    return line;
   } catch (const Problem& problem) {
     return "exit " + std::to_string(problem.exitCode) + ", " + problem.status + ", byte " +
            std::to_string(problem.offset.value()) + ": " + problem.message;
@@ -109,6 +114,9 @@ TEST(Unwrap, TakesTextsOff) {
 
 // ---- HTTP
 
+const std::string kPost = "POST / HTTP/1.1\r\n";
+const std::string kChunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+
 const Row kMessages[] = {
     {"a request", "POST /gateway HTTP/1.1\r\nContent-Length: 6\r\n\r\n" + kEmpty,
      "HTTP message > 00 03 00 00 00 00"},
@@ -116,7 +124,8 @@ const Row kMessages[] = {
      "HTTP message > 00 03 00 00 00 00"},
     {"bare line feeds, names of any case",
      "HTTP/1.1 200 OK\nCONTENT-length:6 \n\n" + kEmpty + "more",
-     "HTTP message > 00 03 00 00 00 00"},
+     "HTTP message > 00 03 00 00 00 00; byte 41: 4 bytes left over after the body of the HTTP "
+     "message"},
     {"an interim response in front",
      "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200 OK\r\n\r\n" + kEmpty,
      "HTTP message > HTTP message > 00 03 00 00 00 00"},
@@ -132,6 +141,46 @@ const Row kMessages[] = {
      "HTTP message > 00 03 00 00 00 00"},
     {"a hexadecimal body", "HTTP/1.1 200 OK\r\n\r\n0003 0000 0000",
      "HTTP message > hexadecimal text > 00 03 00 00 00 00"},
+    {"another message behind a body",
+     kPost + "Content-Length: 6\r\n\r\n" + kEmpty + kPost + "Content-Length: 6\r\n\r\n" + kEmpty,
+     "HTTP message > 00 03 00 00 00 00; byte 44: 44 bytes left over after the body of the HTTP "
+     "message: another HTTP message"},
+    {"bytes behind the last chunk", kChunked + "6\r\n" + kEmpty + "\r\n0\r\n\r\nmore",
+     "HTTP message > 00 03 00 00 00 00; byte 63: 4 bytes left over after the body of the HTTP "
+     "message"},
+    {"another message behind the trailer of chunks",
+     kChunked + "6\r\n" + kEmpty + "\r\n0\r\nA: b\r\n\r\nHTTP/1.1 200 OK\r\n",
+     "HTTP message > 00 03 00 00 00 00; byte 69: 17 bytes left over after the body of the HTTP "
+     "message: another HTTP message"},
+    {"a request where a trailer ends without its line",
+     kChunked + "6\r\n" + kEmpty + "\r\n0\r\nPOST http://h/ HTTP/1.1\r\n",
+     "HTTP message > 00 03 00 00 00 00; byte 61: 25 bytes left over after the body of the HTTP "
+     "message: another HTTP message"},
+    {"left over inside of another wrapper",
+     base64(kPost + "Content-Length: 6\r\n\r\n" + kEmpty + "more"),
+     "base64 text > HTTP message > 00 03 00 00 00 00; byte 44: 4 bytes left over after the body of "
+     "the HTTP message, in what base64 text holds"},
+    {"the same length twice", kPost + "Content-Length: 6\r\ncontent-length: 6\r\n\r\n" + kEmpty,
+     "HTTP message > 00 03 00 00 00 00"},
+    {"two lengths", kPost + "Content-Length: 4\r\nContent-Length: 6\r\n\r\n" + kEmpty,
+     "exit 6, malformed wrapper, byte 36: HTTP message: two lengths: Content-Length is \"4\", and "
+     "\"6\" here"},
+    {"a length and an empty one", kPost + "Content-Length: 6\r\nContent-Length:\r\n\r\n" + kEmpty,
+     "exit 6, malformed wrapper, byte 36: HTTP message: two lengths: Content-Length is \"6\", and "
+     "\"\" here"},
+    {"a length and chunks",
+     kPost + "Content-Length: 3\r\nTransfer-Encoding: chunked\r\n\r\n6\r\n" + kEmpty +
+         "\r\n0\r\n\r\n",
+     "exit 6, malformed wrapper, byte 17: HTTP message: two lengths: Content-Length is \"3\", and "
+     "the "
+     "body is sent in chunks"},
+    {"a length and chunks that were put together already",
+     kPost + "Transfer-Encoding: chunked\r\nContent-Length: 6\r\n\r\n" + kEmpty,
+     "HTTP message > 00 03 00 00 00 00"},
+    {"two codings", kPost + "Content-Encoding: br\r\nContent-Encoding: identity\r\n\r\n" + kEmpty,
+     "exit 6, malformed wrapper, byte 17: HTTP message: Content-Encoding \"br, identity\" is not "
+     "known "
+     "here"},
     {"a body that is cut", "POST / HTTP/1.1\r\nContent-Length: 7\r\n\r\n" + kEmpty,
      "exit 5, truncated wrapper, byte 44: HTTP message: Content-Length is 7, but 6 bytes follow"},
     {"a length that is none", "POST / HTTP/1.1\r\nContent-Length: 6x\r\n\r\n" + kEmpty,
@@ -161,11 +210,28 @@ const Row kMessages[] = {
      "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5\r\n" + kEmpty + "\r\n0\r\n\r\n",
      "exit 6, malformed wrapper, byte 55: HTTP message: a chunk does not end where it says"},
     {"a coding that is not known", "HTTP/1.1 200 OK\r\nContent-Encoding: br\r\n\r\n" + kEmpty,
-     "exit 6, malformed wrapper, byte 17: HTTP message: Content-Encoding br is not known here"},
+     "exit 6, malformed wrapper, byte 17: HTTP message: Content-Encoding \"br\" is not known here"},
 };
 
 TEST(Unwrap, TakesHTTPOff) {
   for (const Row& row : kMessages) EXPECT_EQ(row.line, lineOf(row.bytes)) << row.name;
+}
+
+TEST(Unwrap, HoldsTheHeadOfAMessageAgainstItsLimit) {
+  const auto message = [](std::size_t headBytes) {
+    const std::string name = "X: ";
+    const std::size_t padding = headBytes - kPost.size() - name.size() - 4;
+    return kPost + name + std::string(padding, 'x') + "\r\n\r\n";
+  };
+  constexpr std::size_t kMostHead = 1048576;
+  EXPECT_EQ("HTTP message > 00 03 00 00 00 00", lineOf(message(kMostHead) + kEmpty, 8 * kMost));
+  EXPECT_EQ("exit 7, head too large, byte 1048575: HTTP message: a head of more than 1048576 bytes",
+            lineOf(message(kMostHead + 1) + kEmpty, 8 * kMost));
+  EXPECT_EQ("exit 7, head too large, byte 17: HTTP message: a head of more than 1048576 bytes",
+            lineOf(kPost + std::string(kMostHead, 'x'), 8 * kMost));
+  // Many fields: those that nothing asks for take no memory.
+  EXPECT_EQ(0u,
+            lineOf(kPost + repeat("a:\r\n", 20000000), 8 * kMost).find("exit 7, head too large, "));
 }
 
 // ---- Compressed data

@@ -32,3 +32,13 @@ AMFVerifyResult verifyForm(std::string_view bytes, Form form, const AMFVerifyLim
   }
   return result;
 }
+
+bool hasPacketVersion(std::string_view bytes) {
+  return bytes.size() >= 2 && bytes[0] == 0 && (bytes[1] == 0 || bytes[1] == 1 || bytes[1] == 3);
+}
+
+bool isAnotherPacket(std::string_view bytes, const AMFVerifyLimits& limits) {
+  if (!hasPacketVersion(bytes)) return false;
+  const AMFVerifyResult checked = verifyForm(bytes, Form::packet, limits);
+  return checked.status == AMFVerifyStatus::ok && checked.headers + checked.messages > 0;
+}

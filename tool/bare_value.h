@@ -22,4 +22,10 @@ AMFVerifyLimits limitsFor(Form form, AMFVerifyLimits limits);
 // The check of `bytes` of this form; offset and consumed count from their beginning.
 AMFVerifyResult verifyForm(std::string_view bytes, Form form, const AMFVerifyLimits& limits);
 
+// The versions of packets that clients write: 0, 1 (from a media server) and 3.
+bool hasPacketVersion(std::string_view bytes);
+
+// Whether bytes that follow a packet begin with another one that holds something.
+bool isAnotherPacket(std::string_view bytes, const AMFVerifyLimits& limits);
+
 #endif  // AMF2JSON_TOOL_BARE_VALUE_H

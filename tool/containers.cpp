@@ -48,7 +48,7 @@ std::optional<Container> scriptTagAt(std::string_view bytes, std::size_t offset)
   if (!isTag || cursor.number(1) != 0x02) return std::nullopt;
   const std::string_view name = cursor.text(cursor.number(2));
   if (!cursor.isInside() || cursor.at > offset + 11 + size) return std::nullopt;
-  return Container{"FLV script tag at byte " + std::to_string(offset), Form::amf0, cursor.at,
+  return Container{"flv", "FLV script tag at byte " + std::to_string(offset), Form::amf0, cursor.at,
                    quoted(name, kShownName)};
 }
 
@@ -64,6 +64,7 @@ std::optional<Container> sharedObjectIn(std::string_view bytes) {
   const bool isAMF3 = cursor.number(4) == 3;
   if (!cursor.isInside()) return std::nullopt;
   Container found{
+      "shared object",
       "shared object (.sol) " + quoted(name, kShownName) + (isAMF3 ? ", AMF3" : ", AMF0"),
       isAMF3 ? Form::amf3 : Form::amf0, bytes.size(), ""};
   // The names of AMF3 values: a length in one or two bytes, shifted by a bit that is set.
@@ -92,5 +93,5 @@ std::optional<Container> scriptTagIn(std::string_view bytes) {
     const std::uint32_t size = cursor.number(3);
     cursor.at = tag + 11 + size + 4;
   }
-  return Container{"FLV file without script data", Form::amf0, bytes.size(), ""};
+  return Container{"flv", "FLV file without script data", Form::amf0, bytes.size(), ""};
 }

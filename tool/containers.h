@@ -12,6 +12,7 @@
 #include "tool/bare_value.h"
 
 struct Container {
+  const char* kind;       // "shared object" or "flv"
   std::string what;       // "shared object (.sol) "settings", AMF0"
   Form form;              // of its first value
   std::size_t offset;     // of its first value; that of the end if there is none

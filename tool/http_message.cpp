@@ -5,9 +5,9 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <map>
 
 #include "tool/inflate.h"
+#include "tool/quoted.h"
 #include "tool/wrapper_problem.h"
 
 namespace {
@@ -19,6 +19,10 @@ std::string lower(std::string_view text) {
   std::string small(text);
   for (char& c : small) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
   return small;
+}
+
+std::string shown(std::string_view value) {
+  return quoted(value, 40);
 }
 
 std::string_view trimmed(std::string_view text) {
@@ -64,61 +68,108 @@ class Message {
  public:
   Message(std::string_view source, std::size_t mostBytes) : text(source), most(mostBytes) {}
 
-  std::optional<std::string> body() {
+  std::optional<HTTPBody> body() {
     const auto start = takeLine(text, at);
     if (!start || !isStartLine(*start)) return std::nullopt;
     readFields();
-    if (start->substr(0, 5) == "HTTP/" && (*start)[9] == '1') return limited(text.substr(at));
-    return decoded(unframed());
+    if (start->substr(0, 5) == "HTTP/" && (*start)[9] == '1') return HTTPBody{rest(), text.size()};
+    const std::string sent = unframed();
+    return HTTPBody{decoded(sent), at};
   }
 
  private:
+  // Of all fields only those that say how the body was sent are kept.
+  struct Field {
+    std::string text;
+    std::size_t offset = 0;
+    bool isThere = false;
+  };
+
   void readFields() {
     for (;;) {
       const std::size_t begin = at;
       const auto line = takeLine(text, at);
+      if ((line ? at : text.size()) > kMostHeadBytes) {
+        throw wrapperProblem(kOverLimit, "head too large",
+                             std::string(kName) + ": a head of more than " +
+                                 std::to_string(kMostHeadBytes) + " bytes",
+                             begin);
+      }
       if (!line) throw cutWrapper(std::string(kName) + ": ends in its head", begin);
       if (line->empty()) return;
       const std::size_t colon = line->find(':');
       if (colon == std::string_view::npos) {
         throw brokenWrapper(std::string(kName) + ": a line of its head has no colon", begin);
       }
-      fields[lower(line->substr(0, colon))] = {trimmed(line->substr(colon + 1)), begin};
+      take(lower(line->substr(0, colon)), trimmed(line->substr(colon + 1)), begin);
     }
   }
 
-  struct Value {
-    std::string_view text;
-    std::size_t offset = 0;
-  };
-  Value field(const char* name) const {
-    const auto found = fields.find(name);
-    return found == fields.end() ? Value{} : found->second;
+  void take(const std::string& name, std::string_view value, std::size_t offset) {
+    if (name == "content-length") takeLength(value, offset);
+    if (name == "transfer-encoding") addTo(transferEncoding, value, offset);
+    if (name == "content-encoding") addTo(contentEncoding, value, offset);
+  }
+
+  void takeLength(std::string_view value, std::size_t offset) {
+    if (length.isThere && length.text != value) {
+      throw brokenWrapper(std::string(kName) + ": two lengths: Content-Length is " +
+                              shown(length.text) + ", and " + shown(value) + " here",
+                          offset);
+    }
+    if (!length.isThere) length = {std::string(value), offset, true};
+  }
+
+  // A field that comes twice is one list.
+  static void addTo(Field& field, std::string_view value, std::size_t offset) {
+    if (!field.isThere) field.offset = offset;
+    if (!field.text.empty() && !value.empty()) field.text += ", ";
+    field.text += lower(value);
+    field.isThere = true;
+  }
+
+  // All that follows.
+  std::string rest() {
+    std::string bytes = limited(text.substr(at));
+    at = text.size();
+    return bytes;
   }
 
   std::string unframed() {
-    const std::string_view rest = text.substr(at);
+    const std::string_view behind = text.substr(at);
     // A tool that shows a body decoded leaves the fields that say how it was sent.
-    if (isChunked() && !rest.empty() && hexDigits(rest) > 0) return unchunked();
-    const Value length = field("content-length");
-    if (length.text.empty() || isAlreadyDecoded(rest)) return limited(rest);
+    if (isChunked() && !behind.empty() && hexDigits(behind) > 0) {
+      refuseLengthOfChunks();
+      return unchunked();
+    }
+    if (length.text.empty() || isAlreadyDecoded(behind)) return rest();
     const std::uint64_t size = numberIn(length.text, 10, length.offset);
-    if (size <= rest.size()) return limited(rest.substr(0, static_cast<std::size_t>(size)));
-    throw cutWrapper(std::string(kName) + ": Content-Length is " + std::to_string(size) + ", but " +
-                         std::to_string(rest.size()) + " bytes follow",
-                     text.size());
+    if (size > behind.size()) {
+      throw cutWrapper(std::string(kName) + ": Content-Length is " + std::to_string(size) +
+                           ", but " + std::to_string(behind.size()) + " bytes follow",
+                       text.size());
+    }
+    std::string bytes = limited(behind.substr(0, static_cast<std::size_t>(size)));
+    at += static_cast<std::size_t>(size);
+    return bytes;
   }
 
-  bool isChunked() const {
-    return lower(field("transfer-encoding").text).find("chunked") != std::string::npos;
+  // Receivers differ in which of the two they believe.
+  void refuseLengthOfChunks() const {
+    if (!length.isThere) return;
+    throw brokenWrapper(std::string(kName) + ": two lengths: Content-Length is " +
+                            shown(length.text) + ", and the body is sent in chunks",
+                        length.offset);
   }
+
+  bool isChunked() const { return transferEncoding.text.find("chunked") != std::string::npos; }
 
   static std::size_t hexDigits(std::string_view some) {
     return std::min(some.find_first_not_of("0123456789ABCDEFabcdef"), some.size());
   }
 
-  // Each chunk: its length in hexadecimal, extensions, a line end, the bytes, a line end. Trailing
-  // fields follow the empty one; nobody needs them.
+  // Each chunk: its length in hexadecimal, extensions, a line end, the bytes, a line end. The empty
+  // one is the last.
   std::string unchunked() {
     std::string body;
     for (;;) {
@@ -126,7 +177,10 @@ class Message {
       const auto line = takeLine(text, at);
       if (!line) throw cutWrapper(std::string(kName) + ": a chunk is missing", begin);
       const std::uint64_t size = numberIn(line->substr(0, hexDigits(*line)), 16, begin);
-      if (size == 0) return body;
+      if (size == 0) {
+        skipTrailer();
+        return body;
+      }
       if (size > most - body.size()) throw unwrappedTooLarge(kName, most, begin);
       if (size > text.size() - at) throw cutWrapper(std::string(kName) + ": a chunk is cut", at);
       body += text.substr(at, static_cast<std::size_t>(size));
@@ -139,16 +193,27 @@ class Message {
     }
   }
 
-  std::string coding() const { return lower(field("content-encoding").text); }
+  // Fields after the last chunk, which nothing here needs, and the empty line after them. Where
+  // that is missing, what is no field does not belong to the message.
+  void skipTrailer() {
+    for (;;) {
+      std::size_t next = at;
+      const auto line = takeLine(text, next);
+      if (!line || isStartLine(*line)) return;
+      if (!line->empty() && line->find(':') == std::string_view::npos) return;
+      at = next;
+      if (line->empty()) return;
+    }
+  }
 
   bool isAlreadyDecoded(std::string_view bytes) const {
-    const std::string name = coding();
+    const std::string& name = contentEncoding.text;
     if (name == "gzip" || name == "x-gzip") return !isGzip(bytes);
     return false;
   }
 
   std::string decoded(std::string bytes) const {
-    const std::string name = coding();
+    const std::string& name = contentEncoding.text;
     if (name.empty() || name == "identity" || bytes.empty() || isAlreadyDecoded(bytes))
       return bytes;
     if (name == "gzip" || name == "x-gzip") {
@@ -158,8 +223,9 @@ class Message {
       return inflated(bytes, isZlib(bytes) ? Compression::zlib : Compression::deflate,
                       "deflate body of the HTTP message", most);
     }
-    throw brokenWrapper(std::string(kName) + ": Content-Encoding " + name + " is not known here",
-                        field("content-encoding").offset);
+    throw brokenWrapper(
+        std::string(kName) + ": Content-Encoding " + shown(name) + " is not known here",
+        contentEncoding.offset);
   }
 
   std::string limited(std::string_view bytes) const {
@@ -170,11 +236,17 @@ class Message {
   const std::string_view text;
   const std::size_t most;
   std::size_t at = 0;
-  std::map<std::string, Value> fields;
+  Field length, transferEncoding, contentEncoding;
 };
 
 }  // namespace
 
-std::optional<std::string> fromHTTPMessage(std::string_view message, std::size_t most) {
+std::optional<HTTPBody> fromHTTPMessage(std::string_view message, std::size_t most) {
   return Message(message, most).body();
+}
+
+bool beginsHTTPMessage(std::string_view bytes) {
+  std::size_t at = 0;
+  const auto line = takeLine(bytes, at);
+  return line && isStartLine(*line);
 }

@@ -33,17 +33,25 @@ const char* optionOf(Form form) {
   return form == Form::amf0 ? " --as amf0" : form == Form::amf3 ? " --as amf3" : "";
 }
 
-Identity known(std::string verdict) {
+Identity known(const char* kind, std::string verdict) {
   Identity identity;
   identity.isKnown = true;
+  identity.kind = kind;
   identity.verdict = std::move(verdict);
   return identity;
 }
 
-Identity decodable(std::string verdict, std::string options) {
-  Identity identity = known(std::move(verdict));
+Identity decodable(const char* kind, std::string verdict, std::string options) {
+  Identity identity = known(kind, std::move(verdict));
+  identity.command = "decode";
   identity.options = std::move(options);
-  identity.hasCommand = true;
+  return identity;
+}
+
+// A dump shows every byte: those that are read as fields, the others as they are.
+Identity dumpable(const char* kind, std::string verdict, std::string options) {
+  Identity identity = decodable(kind, std::move(verdict), std::move(options));
+  identity.command = "dump --full";
   return identity;
 }
 
@@ -71,11 +79,6 @@ std::string_view nameIn(std::string_view bytes, const AMFVerifyLimits& limits) {
   return first.name;
 }
 
-// Versions that clients write: 0, 1 (from a media server) and 3.
-bool hasVersion(std::string_view bytes) {
-  return bytes.size() >= 2 && bytes[0] == 0 && (bytes[1] == 0 || bytes[1] == 1 || bytes[1] == 3);
-}
-
 std::string packetText(std::string_view bytes, const AMFVerifyResult& checked) {
   const unsigned version = static_cast<unsigned>(static_cast<unsigned char>(bytes[0])) << 8 |
                            static_cast<unsigned char>(bytes[1]);
@@ -87,23 +90,39 @@ std::string packetText(std::string_view bytes, const AMFVerifyResult& checked) {
 std::optional<Identity> wholePacket(std::string_view bytes, const AMFVerifyLimits& limits) {
   const AMFVerifyResult checked = verifyForm(bytes, Form::packet, limits);
   if (checked.status != Status::ok || checked.consumed != bytes.size()) return std::nullopt;
-  return decodable(packetText(bytes, checked), "");
+  return decodable("packet", packetText(bytes, checked), "");
 }
 
-// Cut, damaged, over a limit, or with something behind it; if enough of it can be read.
-std::optional<Identity> almostPacket(std::string_view bytes, const AMFVerifyLimits& limits) {
-  const AMFVerifyResult checked = verifyForm(bytes, Form::packet, limits);
-  if (!hasVersion(bytes) || !isPlainText(nameIn(bytes, limits))) return std::nullopt;
-  if (checked.status == Status::ok) {
-    return decodable(packetText(bytes, checked) + ", and " +
-                         words(bytes.size() - checked.consumed, "byte") + " left over behind it",
-                     " --allow-trailing");
+// Read to its end, with bytes after it. They may belong to it: the published formats read some
+// values further than this dialect does.
+Identity packetAndMore(std::string_view bytes, const AMFVerifyResult& checked,
+                       const AMFVerifyLimits& limits) {
+  const std::string_view rest = bytes.substr(checked.consumed);
+  const std::string verdict =
+      packetText(bytes, checked) + ", and " + words(rest.size(), "byte") + " after it";
+  if (isAnotherPacket(rest, limits)) return decodable("packet", verdict + ": another packet", "");
+  return dumpable("packet", verdict + " that this dialect does not read", "");
+}
+
+Identity refusedPacket(const AMFVerifyResult& checked) {
+  const std::string where = std::string(checked.message) + atByte(checked.offset) + ", after " +
+                            words(checked.headers, "header") + " and " +
+                            words(checked.messages, "message");
+  if (checked.status == Status::truncated) {
+    return dumpable("refused packet", "AMF packet, ends too early for this dialect: " + where, "");
   }
-  const std::string what = checked.status == Status::truncated   ? ", cut: "
-                           : checked.status == Status::malformed ? ", damaged: "
-                                                                 : ", over a limit: ";
-  return known("AMF packet" + what + checked.message + atByte(checked.offset) + ", behind " +
-               words(checked.headers, "header") + " and " + words(checked.messages, "message"));
+  if (checked.status == Status::malformed) {
+    return dumpable("refused packet", "AMF packet, refused by this dialect: " + where, "");
+  }
+  return known("refused packet", "AMF packet, over a limit: " + where);
+}
+
+// Not read from its first byte to its last, but enough of it to be one.
+std::optional<Identity> almostPacket(std::string_view bytes, const AMFVerifyLimits& limits) {
+  if (!hasPacketVersion(bytes) || !isPlainText(nameIn(bytes, limits))) return std::nullopt;
+  const AMFVerifyResult checked = verifyForm(bytes, Form::packet, limits);
+  return checked.status == Status::ok ? packetAndMore(bytes, checked, limits)
+                                      : refusedPacket(checked);
 }
 
 // ---- Values
@@ -115,7 +134,8 @@ std::optional<Identity> wholeValue(std::string_view bytes, Form form,
   if (checked.status != Status::ok || checked.consumed != bytes.size() || isEndMark) {
     return std::nullopt;
   }
-  return decodable(std::string(nameOf(form)) + " without a packet: " + words(bytes.size(), "byte"),
+  return decodable("value",
+                   std::string(nameOf(form)) + " without a packet: " + words(bytes.size(), "byte"),
                    optionOf(form));
 }
 
@@ -130,24 +150,40 @@ std::optional<Identity> namedValues(std::string_view bytes, const AMFVerifyLimit
     at += checked.consumed;
     if (number == 0) first = at;
   }
-  return decodable(words(number, "AMF0 value") + " without a packet: the first has " +
-                       words(first, "byte") + ", all have " + std::to_string(bytes.size()),
-                   " --as amf0 --allow-trailing");
+  return dumpable("values",
+                  words(number, "AMF0 value") + " without a packet: the first has " +
+                      words(first, "byte") + ", all have " + std::to_string(bytes.size()),
+                  " --as amf0");
+}
+
+// What may follow the value of a container and says nothing: the end mark of an AMF0 object, which
+// some write behind an array too, and the byte behind each value of a shared object.
+bool isEndMark(std::string_view bytes) {
+  using namespace std::string_view_literals;
+  return bytes == "\0"sv || bytes == "\0\0\x09"sv;
 }
 
 // AMF3 references in a container may lead to what stands in front of the value.
 std::optional<Identity> inContainer(std::string_view bytes, const std::optional<Container>& found,
                                     const AMFVerifyLimits& limits) {
   if (!found) return std::nullopt;
-  if (found->offset >= bytes.size()) return known(found->what);
-  const AMFVerifyResult checked = verifyForm(bytes.substr(found->offset), found->form, limits);
-  const std::string verdict =
+  if (found->offset >= bytes.size()) return known(found->kind, found->what);
+  const std::string_view own = bytes.substr(found->offset);
+  const AMFVerifyResult checked = verifyForm(own, found->form, limits);
+  std::string verdict =
       found->what + ", " + nameOf(found->form) + ' ' + found->valueName + atByte(found->offset);
   if (checked.status != Status::ok || checked.references > 0) {
-    return known(verdict + ", which cannot be decoded alone");
+    return known(found->kind, verdict + ", which cannot be decoded alone");
   }
-  return decodable(verdict, std::string(optionOf(found->form)) + " --skip " +
-                                std::to_string(found->offset) + " --allow-trailing");
+  const std::string_view rest = own.substr(checked.consumed);
+  std::string options =
+      std::string(optionOf(found->form)) + " --skip " + std::to_string(found->offset);
+  if (isEndMark(rest)) {
+    options += " --allow-trailing";
+  } else if (!rest.empty()) {
+    verdict += ", and " + words(rest.size(), "byte") + " after it";
+  }
+  return decodable(found->kind, verdict, options);
 }
 
 // ---- Ruined bytes
@@ -158,6 +194,7 @@ std::optional<Identity> repaired(const std::optional<std::string>& before, const
   if (!before) return std::nullopt;
   auto identity = wholePacket(*before, limits);
   if (!identity) return std::nullopt;
+  identity->kind = "changed packet";
   identity->verdict = what + (", was " + identity->verdict);
   identity->filter = filter;
   return identity;
@@ -175,8 +212,9 @@ std::optional<Identity> ruined(std::string_view bytes, const AMFVerifyLimits& li
   }
   const Replaced replaced = replacedIn(bytes);
   if (replaced.count == 0 || static_cast<unsigned char>(bytes[0]) >= 0x20) return std::nullopt;
-  return known("bytes lost to a text decoder: U+FFFD (EF BF BD) " + words(replaced.count, "time") +
-               ", first" + atByte(replaced.first));
+  return known("changed bytes", "bytes lost to a text decoder: U+FFFD (EF BF BD) " +
+                                    words(replaced.count, "time") + ", first" +
+                                    atByte(replaced.first));
 }
 
 // ---- Texts
@@ -197,9 +235,10 @@ std::optional<Identity> otherText(std::string_view bytes) {
   const char last = bytes[std::min(bytes.find_last_not_of(kBlanks), bytes.size() - 1)];
   const auto begins = [&start](std::string_view with) { return start.rfind(with, 0) == 0; };
   const std::string why = ": begins with " + quoted(bytes.substr(begin, 16), 16) + atByte(begin);
-  if (begins("<!doctype html") || begins("<html")) return known("HTML text" + why);
-  if (begins("<") && last == '>') return known("XML text" + why);
-  if ((begins("{") && last == '}') || (begins("[") && last == ']')) return known("JSON text" + why);
+  if (begins("<!doctype html") || begins("<html")) return known("html", "HTML text" + why);
+  if (begins("<") && last == '>') return known("xml", "XML text" + why);
+  if ((begins("{") && last == '}') || (begins("[") && last == ']'))
+    return known("json", "JSON text" + why);
   return std::nullopt;
 }
 
@@ -213,7 +252,7 @@ Identity unknown(std::string_view bytes) {
 // What no wrapper is.
 std::optional<Identity> bare(std::string_view bytes, const AMFVerifyLimits& limits) {
   if (bytes.empty()) {
-    return known("empty: functions for text stop at a byte 00, with which packets begin");
+    return known("empty", "empty: functions for text stop at a byte 00, with which packets begin");
   }
   if (auto found = wholePacket(bytes, limits)) return found;
   if (auto found = inContainer(bytes, sharedObjectIn(bytes), limits)) return found;
@@ -238,14 +277,17 @@ std::optional<Identity> wrapped(std::string_view bytes, const AMFVerifyLimits& l
   try {
     found = takeOff(bytes, limits.maxPacketBytes, isWanted);
   } catch (const Problem& problem) {
-    return known(problem.message + atByte(problem.offset.value_or(0)));
+    return known("broken wrapper", problem.message + atByte(problem.offset.value_or(0)));
   }
   if (!found || depth == kMostWrappers) return std::nullopt;
   Identity inside = identifyInside(found->content, limits, depth + 1);
   if (!inside.isKnown && isPlainText(bytes)) return std::nullopt;
-  inside.verdict = found->name + (" > " + inside.verdict);
+  std::string outside = found->name;
+  if (found->leftOver) outside += " (" + leftOverText(*found->leftOver) + ")";
+  inside.verdict = outside + " > " + inside.verdict;
+  inside.wrappers.insert(inside.wrappers.begin(), found->name);
   // A repair would have to come between the wrappers.
-  if (!inside.filter.empty()) inside.hasCommand = false;
+  if (!inside.filter.empty()) inside.command = nullptr;
   if (inside.options.find(" --unwrap") == std::string::npos) inside.options.insert(0, " --unwrap");
   return inside;
 }
@@ -264,8 +306,9 @@ Identity identify(std::string_view bytes, const AMFVerifyLimits& limits) {
 }
 
 std::string commandFor(const Identity& identity, const std::string& file) {
-  if (!identity.hasCommand) return "";
+  if (identity.command == nullptr) return "";
+  const std::string line = std::string("amf2json ") + identity.command + identity.options;
   const std::string word = shellWord(file);
-  if (identity.filter.empty()) return "amf2json decode" + identity.options + ' ' + word;
-  return identity.filter + ' ' + word + " | amf2json decode" + identity.options;
+  if (identity.filter.empty()) return line + ' ' + word;
+  return identity.filter + ' ' + word + " | " + line;
 }

@@ -8,19 +8,23 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 struct Identity {
   bool isKnown = false;
-  std::string verdict;    // "gzip > AMF packet: version 3, 1 message, 54 bytes"
-  std::string options{};  // that decode needs for these bytes, " --unwrap"; only with hasCommand
-  std::string filter{};   // the command that repairs the bytes, to run in front of decode; or empty
-  bool hasCommand = false;
+  const char* kind = "unknown";            // a word for machines; docs/json.md lists them
+  std::string verdict = {};                // "gzip > AMF packet: version 3, 1 message, 54 bytes"
+  std::vector<const char*> wrappers = {};  // around it, the outermost first
+  const char* command = nullptr;           // "decode" or "dump --full"; null: there is none
+  std::string options = {};                // that it needs for these bytes, " --unwrap"
+  std::string filter = {};                 // what repairs the bytes in front of it; or empty
 };
 
 // By looking inside: a packet or value is called one when the library can read all of it.
 Identity identify(std::string_view bytes, const AMFVerifyLimits& limits);
 
-// The command that shows what was identified in `file`; empty if there is none.
+// The command that shows all of what was identified in `file`, or all that can be shown and how
+// much remains; empty if there is none.
 std::string commandFor(const Identity& identity, const std::string& file);
 
 #endif  // AMF2JSON_TOOL_IDENTIFY_H

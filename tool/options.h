@@ -14,6 +14,7 @@
 
 enum class Color { automatic, always, never };
 enum class ErrorFormat { text, json };
+enum class ReportFormat { text, json };
 enum class View { json, js, both, script };
 
 struct DecodeOptions {
@@ -37,6 +38,7 @@ struct Options {
   Form form = Form::packet;  // what the bytes are
   bool unwrap = false;
   std::size_t skip = 0;
+  ReportFormat format = ReportFormat::text;  // of check and identify
   AMFVerifyLimits limits;
   DecodeOptions decode;
   DumpCommandOptions dump;

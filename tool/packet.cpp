@@ -2,7 +2,6 @@
 #include "tool/packet.h"
 
 #include <algorithm>
-#include <limits>
 
 #include "tool/hex.h"
 #include "tool/input.h"
@@ -44,14 +43,6 @@ std::string messageOf(const AMFVerifyResult& checked, const AMFVerifyLimits& lim
   }
 }
 
-constexpr std::size_t kEndless = std::numeric_limits<std::size_t>::max();
-
-std::size_t inputLimit(const Options& options) {
-  const std::size_t most = options.limits.maxPacketBytes;
-  if (options.unwrap) return wrappedLimit(most);
-  return most > kEndless - options.skip ? kEndless : most + options.skip;
-}
-
 // Problems of wrappers, as those of the file.
 Unwrapped unwrapFile(const std::string& file, std::string bytes, const Options& options) {
   try {
@@ -77,11 +68,6 @@ std::size_t Packet::place(std::size_t offset) const {
   return offset - std::min(offset, envelopeOf(form).size()) + skipped;
 }
 
-std::size_t wrappedLimit(std::size_t most) {
-  constexpr std::size_t kHead = 65536;  // of an HTTP message
-  return most > kEndless / 8 - kHead ? kEndless : 8 * (most + kHead);
-}
-
 Problem tooLarge(const std::string& file, const std::string& size, std::size_t limit) {
   Problem problem{kOverLimit, describe(AMFVerifyStatus::packetTooLarge), ""};
   problem.message = overLimit(problem.status.c_str(), "--max-packet-bytes", limit);
@@ -91,11 +77,13 @@ Problem tooLarge(const std::string& file, const std::string& size, std::size_t l
 }
 
 Packet readPacket(const std::string& file, const Options& options) {
-  Packet packet{file, readInput(file, inputLimit(options)), {}, options.form};
+  Packet packet{file, readInput(file, options.limits.maxPacketBytes), {}, options.form};
   if (options.unwrap) {
     Unwrapped unwrapped = unwrapFile(file, std::move(packet.bytes), options);
     packet.bytes = std::move(unwrapped.bytes);
     packet.inside = insideOf(unwrapped.wrappers);
+    packet.wrappers = std::move(unwrapped.wrappers);
+    packet.leftOvers = std::move(unwrapped.leftOvers);
   }
   packet.skipped = std::min(options.skip, packet.bytes.size());
   packet.bytes.replace(0, packet.skipped, envelopeOf(options.form));
@@ -109,6 +97,7 @@ Problem refusalOf(const Packet& packet, const AMFVerifyLimits& limits) {
   Problem problem{exitCodeOf(checked.status), describe(checked.status), messageOf(checked, limits)};
   problem.section = sectionName(packet);
   locate(problem, packet, checked.offset);
+  for (const Problem& leftOver : packet.leftOvers) problem.message += "; " + leftOver.message;
   return problem;
 }
 
@@ -118,13 +107,24 @@ void decodePacket(AMFProtocol& protocol, const Packet& packet, const AMFVerifyLi
 }
 
 void tellLeftOver(FileResult& result, const Packet& packet, const Options& options) {
-  const std::size_t size = packet.bytes.size() - packet.checked.consumed;
-  if (size == 0 || options.allowTrailing) return;
+  if (options.allowTrailing) return;
+  for (Problem problem : packet.leftOvers) {
+    problem.file = packet.file;
+    result.problems.push_back(problem);
+  }
+  const std::size_t end = packet.checked.consumed;
+  const std::string_view rest = std::string_view(packet.bytes).substr(end);
+  if (rest.empty()) return;
+  const bool isPacket = packet.form == Form::packet;
   Problem problem{kLeftOver, "left over",
-                  words(size, "byte") + " left over behind the " +
-                      (packet.form == Form::packet ? "last message" : "value")};
+                  words(rest.size(), "byte") + " left over behind the " +
+                      (isPacket ? "last message" : "value")};
+  if (isPacket && isAnotherPacket(rest, options.limits)) {
+    problem.message +=
+        ": another packet, which --skip " + std::to_string(packet.place(end)) + " gets at";
+  }
   problem.isWarning = true;
-  locate(problem, packet, packet.checked.consumed);
+  locate(problem, packet, end);
   result.problems.push_back(problem);
 }
 

@@ -10,6 +10,7 @@
 
 #include <AMF2JSON>
 #include <string>
+#include <vector>
 
 #include "tool/command.h"
 #include "tool/options.h"
@@ -20,8 +21,10 @@ struct Packet {
   std::string bytes;
   AMFVerifyResult checked;  // counts in `bytes`
   Form form = Form::packet;
-  std::size_t skipped = 0;  // bytes that were left out in front
-  std::string inside = {};  // ", in what gzip holds"; empty: nothing was unwrapped
+  std::size_t skipped = 0;                 // bytes that were left out in front
+  std::string inside = {};                 // ", in what gzip holds"; empty: nothing was unwrapped
+  std::vector<const char*> wrappers = {};  // that were taken off
+  std::vector<Problem> leftOvers = {};     // warnings: what followed the wrappers
 
   // Where the byte at `offset` of `bytes` stands for whoever has the file.
   std::size_t place(std::size_t offset) const;
@@ -33,9 +36,6 @@ struct Packet {
 // cannot be read or is too large.
 Packet readPacket(const std::string& file, const Options& options);
 
-// What a file may have in which up to `most` bytes are wrapped: columns take five bytes for one.
-std::size_t wrappedLimit(std::size_t most);
-
 // The problem of a packet that was refused.
 Problem refusalOf(const Packet& packet, const AMFVerifyLimits& limits);
 
@@ -43,8 +43,8 @@ Problem refusalOf(const Packet& packet, const AMFVerifyLimits& limits);
 // where bytes meet the readers, which believe every length: nothing gets there unchecked.
 void decodePacket(AMFProtocol& protocol, const Packet& packet, const AMFVerifyLimits& limits);
 
-// Adds a warning to the result of a sound packet where bytes stand behind its last message, unless
-// they are allowed.
+// Adds a warning to the result of a sound packet for bytes that follow its last message or the
+// wrapper it came in, unless they are allowed.
 void tellLeftOver(FileResult& result, const Packet& packet, const Options& options);
 // Adds why a packet is refused, or what is left over behind a sound one.
 void tellVerdict(FileResult& result, const Packet& packet, const Options& options);

@@ -14,6 +14,11 @@ void declareForm(OptionTable& table, Options& options) {
   table.number("--skip", options.skip, "Leave out the first N bytes, once unwrapped", "0");
 }
 
+void declareFormat(OptionTable& table, Options& options) {
+  table.choice("--format", "FORM", options.format, "Form of the answer",
+               {{"text", "for people"}, {"json", "one JSON object a line for each file"}});
+}
+
 void declareShared(OptionTable& table, Options& options) {
   table.flag("--allow-trailing", options.allowTrailing, "Accept bytes behind the last message");
   table.number("-j,--jobs", options.jobs, "Files to work on at once", "all processors");
@@ -25,7 +30,8 @@ void declareShared(OptionTable& table, Options& options) {
       "--error-format", "FORM", options.errorFormat, "Form of errors",
       {{"text", "FILE:OFFSET: MESSAGE (SECTION), and bytes"}, {"json", "one JSON object a line"}});
   AMFVerifyLimits& limits = options.limits;
-  table.limit("--max-packet-bytes", limits.maxPacketBytes, "Size of the packet");
+  table.limit("--max-packet-bytes", limits.maxPacketBytes,
+              "Bytes of a file, and of the packet in it");
   table.limit("--max-depth", limits.maxDepth, "Objects and arrays inside one another");
   table.limit("--max-nodes", limits.maxNodes, "Values, names and URIs");
   table.limit("--max-tree-bytes", limits.maxTreeBytes, "Memory for all of them");

@@ -8,6 +8,9 @@
 // The options that every command takes: files, colours, forms of errors, limits.
 void declareShared(OptionTable& table, Options& options);
 
+// --format, for commands that answer with a line for each file.
+void declareFormat(OptionTable& table, Options& options);
+
 // -o,--output, for commands that write something long.
 void declareOutput(OptionTable& table, Options& options);
 

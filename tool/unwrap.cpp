@@ -10,6 +10,7 @@
 #include "tool/hex_text.h"
 #include "tool/http_message.h"
 #include "tool/inflate.h"
+#include "tool/words.h"
 #include "tool/wrapper_problem.h"
 
 namespace {
@@ -33,6 +34,23 @@ std::optional<Wrapped> takeOffText(std::string_view text, std::size_t most,
   return std::nullopt;
 }
 
+// The body of a message, and what follows the message.
+Wrapped fromMessage(HTTPBody body, std::string_view bytes) {
+  Wrapped wrapped{"HTTP message", std::move(body.bytes)};
+  const std::string_view rest = bytes.substr(body.end);
+  if (!rest.empty()) wrapped.leftOver = LeftOver{body.end, rest.size(), beginsHTTPMessage(rest)};
+  return wrapped;
+}
+
+// A warning about what follows the wrapper around `bytes`.
+Problem leftOverProblem(const LeftOver& leftOver, const Unwrapped& around) {
+  Problem problem = wrapperProblem(
+      kLeftOver, "left over", leftOverText(leftOver) + insideOf(around.wrappers), leftOver.offset);
+  problem.isWarning = true;
+  problem.bytes = hexAround(around.bytes, leftOver.offset);
+  return problem;
+}
+
 }  // namespace
 
 IsWanted isForm(Form form, std::size_t skip, const AMFVerifyLimits& limits) {
@@ -51,7 +69,7 @@ bool isPlainText(std::string_view bytes) {
 
 std::optional<Wrapped> takeOff(std::string_view bytes, std::size_t most, const IsWanted& isWanted) {
   if (isGzip(bytes)) return Wrapped{"gzip", inflated(bytes, Compression::gzip, "gzip", most)};
-  if (auto body = fromHTTPMessage(bytes, most)) return Wrapped{"HTTP message", std::move(*body)};
+  if (auto body = fromHTTPMessage(bytes, most)) return fromMessage(std::move(*body), bytes);
   if (isPlainText(bytes)) {
     if (auto text = takeOffText(bytes, most, isWanted)) return text;
   }
@@ -60,7 +78,7 @@ std::optional<Wrapped> takeOff(std::string_view bytes, std::size_t most, const I
 }
 
 Unwrapped unwrap(std::string bytes, std::size_t most, const IsWanted& isWanted) {
-  Unwrapped result{std::move(bytes), {}};
+  Unwrapped result{std::move(bytes), {}, {}};
   try {
     for (Wanted wanted; (wanted = isWanted(result.bytes)) != Wanted::yes;) {
       if (result.wrappers.size() == kMostWrappers) {
@@ -71,6 +89,9 @@ Unwrapped unwrap(std::string bytes, std::size_t most, const IsWanted& isWanted) 
         throw brokenWrapper("text that is neither hexadecimal nor base64", 0);
       }
       if (!wrapped) break;
+      if (wrapped->leftOver) {
+        result.leftOvers.push_back(leftOverProblem(*wrapped->leftOver, result));
+      }
       result.wrappers.push_back(wrapped->name);
       result.bytes = std::move(wrapped->content);
     }
@@ -80,6 +101,11 @@ Unwrapped unwrap(std::string bytes, std::size_t most, const IsWanted& isWanted) 
     throw;
   }
   return result;
+}
+
+std::string leftOverText(const LeftOver& leftOver) {
+  return words(leftOver.length, "byte") + " left over after the body of the HTTP message" +
+         (leftOver.isMessage ? ": another HTTP message" : "");
 }
 
 std::string insideOf(const std::vector<const char*>& wrappers) {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "tool/bare_value.h"
+#include "tool/problem.h"
 
 // Whether these bytes are what is looked for, so that nothing is to be taken off; or would do if
 // there is nothing to take off.
@@ -23,9 +24,17 @@ using IsWanted = std::function<Wanted(std::string_view)>;
 // is wanted: a wrapper would soon be taken for a value. `limits` must outlive it.
 IsWanted isForm(Form form, std::size_t skip, const AMFVerifyLimits& limits);
 
+// What follows a wrapper in the same bytes, and belongs to nothing.
+struct LeftOver {
+  std::size_t offset;
+  std::size_t length;
+  bool isMessage;  // it begins as another HTTP message does
+};
+
 struct Wrapped {
   const char* name;     // "gzip"
   std::string content;  // at most --max-packet-bytes
+  std::optional<LeftOver> leftOver = {};
 };
 
 // The outermost wrapper and what is in it; nothing if there is none. Throws Problem for one that is
@@ -34,12 +43,16 @@ std::optional<Wrapped> takeOff(std::string_view bytes, std::size_t most, const I
 
 struct Unwrapped {
   std::string bytes;
-  std::vector<const char*> wrappers;  // that were taken off, the outermost first
+  std::vector<const char*> wrappers;    // that were taken off, the outermost first
+  std::vector<Problem> leftOvers = {};  // warnings, offsets in the bytes of that wrapper
 };
 
 // Wrapper by wrapper, down to what is wanted or to what is no wrapper. Throws Problem as above, its
 // message naming the wrappers outside of it; and for text that is no wrapper.
 Unwrapped unwrap(std::string bytes, std::size_t most, const IsWanted& isWanted);
+
+// "12 bytes left over after the body of the HTTP message: another HTTP message"
+std::string leftOverText(const LeftOver& leftOver);
 
 // " in what hexadecimal text > gzip holds"; empty for none.
 std::string insideOf(const std::vector<const char*>& wrappers);

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// docs/program.md keeps its word: its tables are run and compared.
+// docs/program.md and docs/json.md keep their word: their tables and commands are run and compared.
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -70,6 +72,140 @@ TEST_F(Docs, ExitCodesAreThoseOfTheProgram) {
   const std::string help = run({"--help"}).out;
   const std::size_t begin = help.find("   0  ");
   EXPECT_EQ(help.substr(begin, help.find("\n\n", begin) + 1 - begin), table);
+}
+
+// ---- docs/json.md
+
+constexpr const char* kJSONPage = AMF2JSON_DOCS "/json.md";
+
+struct Shown {
+  std::string command;
+  std::string output;
+};
+
+// The blocks of a page that begin with ``` and this word.
+std::vector<std::string> blocksOf(const std::string& page, const std::string& word) {
+  std::vector<std::string> blocks;
+  std::istringstream in(page);
+  bool isInside = false, isWanted = false;
+  for (std::string line; std::getline(in, line);) {
+    if (line.compare(0, 3, "```") == 0) {
+      isInside = !isInside;
+      isWanted = isInside && line == "```" + word;
+      if (isWanted) blocks.emplace_back();
+    } else if (isWanted) {
+      blocks.back() += line + '\n';
+    }
+  }
+  return blocks;
+}
+
+// "$ COMMAND", and the lines that it prints.
+std::vector<Shown> commandsOf(const std::string& page) {
+  std::vector<Shown> commands;
+  for (const std::string& block : blocksOf(page, "")) {
+    std::istringstream in(block);
+    for (std::string line; std::getline(in, line);) {
+      if (line.compare(0, 2, "$ ") == 0) {
+        commands.push_back({line.substr(2), ""});
+      } else if (!commands.empty()) {
+        commands.back().output += line + '\n';
+      }
+    }
+  }
+  return commands;
+}
+
+// The bytes of a tree depend on the machine and the build.
+std::string withoutTreeBytes(std::string text) {
+  const std::string name = "\"tree_bytes\":";
+  for (std::size_t at = 0; (at = text.find(name, at)) != std::string::npos;) {
+    at += name.size();
+    text.erase(at, text.find_first_not_of("0123456789", at) - at);
+  }
+  return text;
+}
+
+class JSONPage : public ProgramTest {
+ protected:
+  void SetUp() override {
+    ProgramTest::SetUp();
+    ASSERT_EQ(runShell("cp " AMF2JSON_SAMPLES "/*.amf .").status, 0);
+    page = readFile(kJSONPage);
+  }
+
+  // How many were run.
+  std::size_t compareCommands(bool withJq) {
+    std::size_t ran = 0;
+    for (const Shown& shown : commandsOf(page)) {
+      if ((shown.command.find("jq") != std::string::npos) != withJq) continue;
+      const Outcome outcome =
+          runShell("export LC_ALL=C PATH=$(dirname \"$amf2json\"):$PATH; " + shown.command);
+      EXPECT_EQ(withoutTreeBytes(outcome.out), withoutTreeBytes(shown.output)) << shown.command;
+      EXPECT_EQ(outcome.err, "") << shown.command;
+      ++ran;
+    }
+    return ran;
+  }
+
+  std::string page;
+};
+
+TEST_F(JSONPage, CommandsPrintWhatItShows) {
+  EXPECT_GE(compareCommands(false), 6u);
+}
+
+TEST_F(JSONPage, FiltersOfJqPrintWhatItShows) {
+  if (runShell("command -v jq").status != 0) GTEST_SKIP() << "needs jq, which was not found";
+  const std::vector<std::string> modules = blocksOf(page, "jq");
+  ASSERT_EQ(modules.size(), 1u);
+  writeFile("plain.jq", modules[0]);
+  EXPECT_GE(compareCommands(true), 4u);
+}
+
+// Names of all members, however deep.
+void collectKeys(const nlohmann::json& value, std::set<std::string>& keys) {
+  if (value.is_object()) {
+    for (const auto& member : value.items()) keys.insert(member.key());
+  }
+  if (value.is_structured()) {
+    for (const auto& inner : value) collectKeys(inner, keys);
+  }
+}
+
+TEST_F(JSONPage, EveryKeyHasARowAndAnExample) {
+  std::set<std::string> told;
+  for (const std::vector<std::string>& row : rowsOf(page, 5)) {
+    told.insert(withoutTicks(row[0]));
+    const Outcome shown = run({"decode", "--compact", withoutTicks(row[4]) + ".amf"});
+    EXPECT_NE(shown.out.find(withoutTicks(row[3])), std::string::npos) << row[0] << " " << row[3];
+  }
+  std::set<std::string> present;
+  const Outcome all =
+      runShell("for f in *.amf; do $amf2json decode --compact $f 2>/dev/null; done");
+  std::istringstream lines(all.out);
+  for (std::string line; std::getline(lines, line);) {
+    collectKeys(nlohmann::json::parse(line), present);
+  }
+  EXPECT_EQ(told, present);
+}
+
+// The fields of the lines of check and identify, in the order of their tables.
+TEST_F(JSONPage, EveryFieldHasARow) {
+  for (const char* const command : {"check", "identify"}) {
+    const std::size_t begin = page.find("\n## " + std::string(command) + "\n") + 1;
+    const std::string section = page.substr(begin, page.find("\n## ", begin) - begin);
+    std::string told;
+    for (const std::vector<std::string>& row : rowsOf(section, 2)) {
+      if (row[0] == "`packet`") break;  // the table of kinds follows
+      told += row[0] + ", ";
+    }
+    std::string present;
+    const auto line =
+        nlohmann::ordered_json::parse(run({command, "--format", "json", "echo.amf"}).out);
+    for (const auto& field : line.items()) present += "`" + field.key() + "`, ";
+    EXPECT_EQ(told, present);
+  }
 }
 
 }  // namespace

@@ -7,6 +7,8 @@
 #include "tool/did_you_mean.h"
 #include "tool/help.h"
 #include "tool/manual.h"
+#include "tool/platform.h"
+#include "tool/quoted.h"
 #include "tool/shared_options.h"
 
 namespace {
@@ -25,7 +27,12 @@ const Command& commandNamed(const std::string& name) {
   for (const Command& command : commands()) {
     if (command.name == name) return command;
   }
-  throw usageProblem("no command '" + name + "'" + didYouMean(name, commandNames()));
+  const std::string problem = "no command '" + name + "'";
+  if (platform::statusOf(name).exists) {
+    throw usageProblem(problem + "; this is a file: amf2json decode " + shellWord(name) +
+                       " shows it");
+  }
+  throw usageProblem(problem + didYouMean(name, commandNames()));
 }
 
 // Every spelling of every option, and those that every command has.

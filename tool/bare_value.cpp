@@ -25,6 +25,7 @@ AMFVerifyLimits limitsFor(Form form, AMFVerifyLimits limits) {
 
 AMFVerifyResult verifyForm(std::string_view bytes, Form form, const AMFVerifyLimits& limits) {
   const std::string_view envelope = envelopeOf(form);
+  if (envelope.empty()) return verifyPacket(bytes.data(), bytes.size(), limits);
   const std::string whole = std::string(envelope).append(bytes);
   AMFVerifyResult result = verifyPacket(whole.data(), whole.size(), limitsFor(form, limits));
   for (std::size_t* const at : {&result.offset, &result.consumed}) {

@@ -176,41 +176,60 @@ std::string sound(const std::string& text, std::size_t& broken) {
   return out;
 }
 
-std::string utf8(unsigned code) {
-  if (code < 0x80) return std::string(1, static_cast<char>(code));
-  return {static_cast<char>(0xE0 | code >> 12), static_cast<char>(0x80 | (code >> 6 & 0x3F)),
-          static_cast<char>(0x80 | (code & 0x3F))};
+char following(unsigned bits) {
+  return static_cast<char>(0x80 | (bits & 0x3F));
 }
 
-// As a JSON parser and a script read it; refuses all that would mean something in a page.
-std::string readStrictly(const std::string& string) {
+std::string utf8(unsigned code) {
+  if (code < 0x80) return {static_cast<char>(code)};
+  if (code < 0x800) return {static_cast<char>(0xC0 | code >> 6), following(code)};
+  if (code < 0x10000)
+    return {static_cast<char>(0xE0 | code >> 12), following(code >> 6), following(code)};
+  return {static_cast<char>(0xF0 | code >> 18), following(code >> 12), following(code >> 6),
+          following(code)};
+}
+
+unsigned unitAt(const std::string& string, std::size_t at) {
+  require(string.compare(at, 2, "\\u") == 0 && string.size() >= at + 6, "escape");
+  return static_cast<unsigned>(std::stoul(string.substr(at + 2, 4), nullptr, 16));
+}
+
+// As a JSON parser and a script read it; refuses what may not stand in it as it is.
+std::string readStrictly(const std::string& string, AMFEscapeFor view) {
+  const char* const escaped = view == AMFEscapeFor::json ? "<\"\x7F" : "<\"\x7F&'>";
   std::string out;
   for (std::size_t i = 0; i < string.size(); ++i) {
     const auto byte = static_cast<unsigned char>(string[i]);
-    require(byte >= 0x20 && byte != 0x7F && byte != '<' && byte != '"', "raw byte");
+    require(byte >= 0x20 && !std::strchr(escaped, string[i]), "raw byte");
+    require(byte < 0x80 || view == AMFEscapeFor::json, "not ASCII");
     if (byte != '\\') {
       out += string[i];
       continue;
     }
-    require(++i < string.size(), "ends in a backslash");
-    if (string[i] == '\\' || string[i] == '"') {
-      out += string[i];
+    const char next = i + 1 < string.size() ? string[i + 1] : '\0';
+    if (next == '\\' || next == '"') {
+      out += string[++i];
       continue;
     }
-    require(string[i] == 'u' && i + 4 < string.size(), "escape");
-    out += utf8(static_cast<unsigned>(std::stoul(string.substr(i + 1, 4), nullptr, 16)));
-    i += 4;
+    unsigned code = unitAt(string, i);
+    i += 5;
+    if (code >= 0xD800 && code < 0xE000) {
+      const unsigned second = unitAt(string, i + 1);
+      require(code < 0xDC00 && second >= 0xDC00 && second < 0xE000, "pair");
+      code = 0x10000 + ((code & 0x3FF) << 10 | (second & 0x3FF));
+      i += 6;
+    }
+    out += utf8(code);
   }
-  require(string.find("\xE2\x80\xA8") == std::string::npos &&
-              string.find("\xE2\x80\xA9") == std::string::npos,
-          "line separator");
+  for (const char* const unseen : {"\xE2\x80\xA8", "\xE2\x80\xA9", "\xE2\x80\xAE", "\xD8\x9C"})
+    require(string.find(unseen) == std::string::npos, "a character that nobody sees");
   return out;
 }
 
-void checkPrepared(const std::string& text, bool pretty) {
+void checkPrepared(const std::string& text, bool pretty, AMFEscapeFor view) {
   AMFString node(AMF_VERSION_0);
   node.setValue(text.data(), static_cast<unsigned>(text.size()));
-  escapeForViews(&node);
+  escapeForViews(&node, view);
   AMFProtocol library;
   prepare(library, {true, true, false, false, false, pretty});
   library.jsonText.clear();
@@ -219,7 +238,7 @@ void checkPrepared(const std::string& text, bool pretty) {
   const std::string json = between(library.jsonText, "\"", "\"," + library.newLine);
   const std::string script = between(library.scriptText, "amf = \"", "\";\n");
   require(json == script, "the same in both texts");
-  const std::string read = readStrictly(json);
+  const std::string read = readStrictly(json, view);
   std::size_t broken = 0, brokenLeft = 0;
   require(sound(read, brokenLeft) == sound(text, broken), "reads back as it was");
   require(brokenLeft == 0, "broken characters are replaced");
@@ -238,6 +257,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   checkFormatString(text);
   checkAttr(text, flags);
   checkValue(text, flags);
-  checkPrepared(text, flags.pretty);
+  checkPrepared(text, flags.pretty, AMFEscapeFor::script);
+  checkPrepared(text, flags.pretty, AMFEscapeFor::json);
   return 0;
 }

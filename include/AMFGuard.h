@@ -29,8 +29,9 @@
 /// - The bytes and the eight class-name variables of AMF2JSON.h must not change between check and
 ///     parse. Never check memory that somebody else can write: copy it first.
 /// - std::bad_alloc from `parse` remains possible, also for a packet that was found in order.
-/// - A text made from the tree is another matter: the script views let a crafted string out of its
-///     quotes. Do not run, evaluate or inline them; see `escapeForViews`.
+/// - The check says nothing about the texts of the views: a crafted string ends its quotes in the
+///     script views, and what follows runs. Do not run, evaluate or inline them; see
+///     `escapeForViews`.
 /// - Other decoders may see another tree in the same bytes (they count AMF0 references differently,
 ///     or expect an end mark behind associative arrays). A gateway should forward what `compile`
 ///     wrote, or insist on `consumed == size` and `lengthMismatches == 0`.
@@ -161,27 +162,54 @@ AMF2JSON_API AMFPackage* parseVerified(AMFProtocol& protocol, const void* packet
 // ---------------------------------------------------------------------------------------------------
 // Texts made from foreign trees
 
-/// Prepares a tree for the views, so that nothing in it gets out of its quotes there. Changes the
-/// tree: to keep the original, give it a copy (`clone()`), and call it once only, because a second
-/// call escapes again.
+/// Which views a tree is prepared for.
+enum class AMFEscapeFor : std::uint32_t {
+  script = 0,  ///< any view; the texts of the views are then ASCII
+  json = 1     ///< getPackageInJSON alone, for a JSON parser; texts stay readable in any language
+};
+
+/// Prepares a tree for the views, so that no text in it ends the quotes that a view puts around it.
+/// Changes the tree: to keep the original, pass a copy (`clone()`). Call it once for each tree,
+/// because a second call escapes again.
 ///
-/// - In every string, XML text, name, class name and URI: a backslash becomes two; bytes 00 to 1F
-///   and 7F, `<`, U+2028 and U+2029 become `\u` and four hex digits; bytes that are not UTF-8
-///   become U+FFFD, one for each longest broken sequence. Quotes stay: the views put the backslash
-///   in front of them.
+/// - In every string, XML text, name, class name and URI:
+///   - A backslash becomes two.
+///   - Bytes that are not UTF-8 become U+FFFD, one for each longest broken sequence.
+///   - `json`: `\u` and four hex digits replace U+0000 to U+001F, U+007F to U+009F, `<`, the line
+///     separators U+2028 and U+2029, and the bidirectional controls (U+061C, U+200E, U+200F, U+202A
+///     to U+202E, U+2066 to U+2069). A quote stays: the view puts a backslash in front of it.
+///   - `script`: the same replaces U+0000 to U+001F, `"`, `&`, `'`, `<`, `>` and everything from
+///     U+007F on; a surrogate pair stands for a character beyond U+FFFF.
 /// - A double that is not finite becomes an AMFNull of its version, in its place. (`tree` itself is
 ///   not replaced: the views only take packages.)
 /// - An AMF3 node under an AMF0 one loses its `referenceIndex`: the views would open a bracket too
 ///   many.
 ///
-/// The views of such a tree are correct: the strings in the JSON text read back as they were (with
-/// U+FFFD for what was not UTF-8), and the script texts assign values and do nothing else, also
-/// inside an HTML page. Clear `AMFProtocol::useTemporaries` first: long strings are cut into
-/// pieces, also inside an escape.
+/// Show the tree with an AMFProtocol that has shown no other packet, and set its `useTemporaries`
+/// to false before the first view: otherwise the JS view cuts long strings into pieces, also inside
+/// an escape. Then:
+///
+/// After `json`, the JSON view is valid JSON, and its strings read back as they were (with U+FFFD
+/// for what was not UTF-8). Nothing is promised about it as a script or as a part of a page.
+///
+/// After `script`, the same holds for the JSON view, and the two script views (getPackageInJS,
+/// getPackageAsJSView) assign the values of the tree and do nothing else; a view that set
+/// `outputLimitReached` is cut and may be no script at all. The statements in the text of
+/// getPackageInJSON_and_JS do the same; that text as a whole is not a script. All this is true in
+/// every encoding that extends ASCII (not in UTF-16), declared or guessed, in these places:
+/// - a file of its own;
+/// - a script element of HTML, XHTML or SVG;
+/// - an event attribute (`onclick`) in single quotes. In double quotes the view's own quotes end
+///   the attribute: write each `"` of the view as `&quot;` there. In XML (XHTML, SVG files) write
+///   each line feed as `&#10;` in an attribute: XML makes a blank of it, and a comment in the view
+///   then takes in the statements behind it. An attribute without quotes is no place for a view.
+///
+/// Nothing is promised about other places: a URL (`javascript:` decodes `%22`), a string or a
+/// comment of another script, text or attributes of a page that are not scripts.
 ///
 /// Null does nothing. When memory fails (std::bad_alloc; also for a text that would pass 2^32-1
 /// bytes), the tree is as it was. No recursion.
-AMF2JSON_API void escapeForViews(AMFNode* tree);
+AMF2JSON_API void escapeForViews(AMFNode* tree, AMFEscapeFor view = AMFEscapeFor::script);
 
 // ---------------------------------------------------------------------------------------------------
 // The fields of a packet

@@ -306,8 +306,11 @@ class Records {
   std::ofstream out;
 };
 
+enum class Escaped { no, forScripts, forJSON };
+
 struct Showing {
-  bool escaped, temporaries, pretty;
+  Escaped escaped;
+  bool temporaries, pretty;
 };
 
 using View = const std::string& (AMFProtocol::*)(bool);
@@ -318,7 +321,8 @@ void addViews(Records& records, const std::string& packet, const Showing& showin
   static AMFProtocol reader;  // each new one fills a megabyte
   AMFPackage* const package = parseVerified(reader, packet.data(), packet.size());
   ASSERT_NE(nullptr, package) << support::toHex(packet);
-  if (showing.escaped) escapeForViews(package);
+  if (showing.escaped == Escaped::forScripts) escapeForViews(package);
+  if (showing.escaped == Escaped::forJSON) escapeForViews(package, AMFEscapeFor::json);
   for (const View view : kViews) {
     AMFProtocol protocol;  // the first view decides about the paths
     protocol.useTemporaries = showing.temporaries;
@@ -330,7 +334,7 @@ void addViews(Records& records, const std::string& packet, const Showing& showin
 void addShape(Records& records, const std::string& name, const std::string& packet, bool pretty) {
   records.blob("shape");
   records.blob(name);
-  addViews(records, packet, {true, false, pretty});
+  addViews(records, packet, {Escaped::forScripts, false, pretty});
 }
 
 void addPacket(Records& records, const std::string& group, const std::string& name,
@@ -439,9 +443,11 @@ void addAttack(Records& records, const Attack& attack, bool pretty) {
   addShape(records, name, attackPacket(attack, words), pretty);
   Chosen texts(attackTexts(attack));
   const std::string packet = attackPacket(attack, texts);
-  addPacket(records, "raw", name, name, texts, packet, {false, attack.temporaries, pretty});
-  addPacket(records, "escaped", name, name, texts, packet, {true, false, pretty});
-  addPacket(records, "escaped in pieces", name, name, texts, packet, {true, true, pretty});
+  addPacket(records, "raw", name, name, texts, packet, {Escaped::no, attack.temporaries, pretty});
+  addPacket(records, "escaped", name, name, texts, packet, {Escaped::forScripts, false, pretty});
+  addPacket(records, "for JSON", name, name, texts, packet, {Escaped::forJSON, false, pretty});
+  addPacket(records, "escaped in pieces", name, name, texts, packet,
+            {Escaped::forScripts, true, pretty});
 }
 
 void addGenerated(Records& records, int shape) {
@@ -454,10 +460,15 @@ void addGenerated(Records& records, int shape) {
     Hostile texts(seed * kPerShape + static_cast<std::uint64_t>(i));
     const std::string packet = Shape(seed, texts).packet();
     const std::string name = shapeName + "." + std::to_string(i);
-    addPacket(records, "generated", name, shapeName, texts, packet, {true, false, pretty});
+    addPacket(records, "generated", name, shapeName, texts, packet,
+              {Escaped::forScripts, false, pretty});
     if (shape >= kRawShapes) continue;
-    addPacket(records, "generated raw", name, shapeName, texts, packet, {false, false, pretty});
-    addPacket(records, "generated in pieces", name, shapeName, texts, packet, {true, true, pretty});
+    addPacket(records, "for JSON", name, shapeName, texts, packet,
+              {Escaped::forJSON, false, pretty});
+    addPacket(records, "generated raw", name, shapeName, texts, packet,
+              {Escaped::no, false, pretty});
+    addPacket(records, "generated in pieces", name, shapeName, texts, packet,
+              {Escaped::forScripts, true, pretty});
   }
 }
 
@@ -595,6 +606,21 @@ TEST_F(EscapeNode, TemporariesBreakPreparedViews) {
     }
   }
   EXPECT_GT(broken, 20u);
+}
+
+// Its other views are no scripts for a page, and most say so here.
+TEST_F(EscapeNode, TheJSONViewReadsBackWhenPreparedForItAlone) {
+  std::size_t seen = 0, unfit = 0;
+  for (const Verdict& one : verdicts["for JSON"]) {
+    if (one.view != "json") {
+      unfit += one.text == "not fit for every page" ? 1 : 0;
+      continue;
+    }
+    ++seen;
+    EXPECT_EQ("ok", one.text) << one.name;
+  }
+  EXPECT_EQ(std::size(kAttacks) * 2 + std::size_t{kRawShapes} * kPerShape, seen);
+  EXPECT_GT(unfit, seen);
 }
 
 TEST_F(EscapeNode, GeneratedPacketsStayInertInPreparedViews) {

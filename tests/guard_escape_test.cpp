@@ -24,59 +24,80 @@ namespace {
 
 struct TextCase {
   const char* name;
-  const char* bytes;    // hex
-  const char* escaped;  // hex
+  const char* bytes;   // hex
+  const char* json;    // hex
+  const char* script;  // hex; null: the same
 };
 
 const TextCase kTexts[] = {
-    {"empty", "", ""},
-    {"plain", "'abc'", "'abc'"},
-    {"every printable byte but two", "20 21 22 23 24 25 26 27 '()*+,-./09:;=>?@AZ[]^_`az{|}~'",
-     "20 21 22 23 24 25 26 27 '()*+,-./09:;=>?@AZ[]^_`az{|}~'"},
-    {"quotes are the view's business", "22 22", "22 22"},
-    {"backslash", "5C", "5C 5C"},
-    {"backslash, quote", "5C 22", "5C 5C 22"},
-    {"an escape", "5C 'u003c'", "5C 5C 'u003c'"},
-    {"NUL", "00", "5C 'u0000'"},
+    {"empty", "", "", nullptr},
+    {"plain", "'abc'", "'abc'", nullptr},
+    {"every printable byte but seven", "20 21 23 24 25 '()*+,-./09:;=' 3F '@AZ[]^_`az{|}~'",
+     "20 21 23 24 25 '()*+,-./09:;=' 3F '@AZ[]^_`az{|}~'", nullptr},
+    {"quotes are the view's business in JSON", "22 22", "22 22", "5C 'u0022' 5C 'u0022'"},
+    {"apostrophe", "27", "27", "5C 'u0027'"},
+    {"ampersand", "'&quot;'", "'&quot;'", "5C 'u0026quot;'"},
+    {"backslash", "5C", "5C 5C", nullptr},
+    {"backslash, quote", "5C 22", "5C 5C 22", "5C 5C 5C 'u0022'"},
+    {"an escape", "5C 'u003c'", "5C 5C 'u003c'", nullptr},
+    {"NUL", "00", "5C 'u0000'", nullptr},
     {"controls the views drop", "08 09 0A 0C 0D",
-     "5C 'u0008' 5C 'u0009' 5C 'u000A' 5C 'u000C' 5C 'u000D'"},
-    {"other controls", "01 1B 1F", "5C 'u0001' 5C 'u001B' 5C 'u001F'"},
-    {"delete", "7F", "5C 'u007F'"},
-    {"less than", "'</script>'", "5C 'u003C/script>'"},
-    {"line separator", "E280A8", "5C 'u2028'"},
-    {"paragraph separator", "'a' E280A9 'b'", "'a' 5C 'u2029b'"},
-    {"neighbours of the separators", "E280A7 E280AA E281A8", "E280A7 E280AA E281A8"},
-    {"with the ends of the separators", "E180A8 E380A9", "E180A8 E380A9"},
-    {"shortest and longest of each length", "C280 DFBF E0A080 EFBFBF F0908080 F48FBFBF",
-     "C280 DFBF E0A080 EFBFBF F0908080 F48FBFBF"},
-    {"around the surrogates", "ED9FBF EE8080", "ED9FBF EE8080"},
+     "5C 'u0008' 5C 'u0009' 5C 'u000A' 5C 'u000C' 5C 'u000D'", nullptr},
+    {"other controls", "01 1B 1F", "5C 'u0001' 5C 'u001B' 5C 'u001F'", nullptr},
+    {"delete", "7F", "5C 'u007F'", nullptr},
+    {"less than, greater than", "'</script>'", "5C 'u003C/script>'",
+     "5C 'u003C/script' 5C 'u003E'"},
+    {"first and last control of Latin-1", "C280 C29F C2A0", "5C 'u0080' 5C 'u009F' C2A0",
+     "5C 'u0080' 5C 'u009F' 5C 'u00A0'"},
+    {"Arabic letter mark and its neighbours", "D89B D89C D89D", "D89B 5C 'u061C' D89D",
+     "5C 'u061B' 5C 'u061C' 5C 'u061D'"},
+    {"marks and their neighbours", "E2808D E2808E E2808F E28090",
+     "E2808D 5C 'u200E' 5C 'u200F' E28090", "5C 'u200D' 5C 'u200E' 5C 'u200F' 5C 'u2010'"},
+    {"line separator and the character in front", "E280A7 E280A8", "E280A7 5C 'u2028'",
+     "5C 'u2027' 5C 'u2028'"},
+    {"paragraph separator", "'a' E280A9 'b'", "'a' 5C 'u2029b'", nullptr},
+    {"embeddings, overrides and the character behind", "E280AA E280AB E280AC E280AD E280AE E280AF",
+     "5C 'u202A' 5C 'u202B' 5C 'u202C' 5C 'u202D' 5C 'u202E' E280AF",
+     "5C 'u202A' 5C 'u202B' 5C 'u202C' 5C 'u202D' 5C 'u202E' 5C 'u202F'"},
+    {"isolates and their neighbours", "E281A5 E281A6 E281A7 E281A8 E281A9 E281AA",
+     "E281A5 5C 'u2066' 5C 'u2067' 5C 'u2068' 5C 'u2069' E281AA",
+     "5C 'u2065' 5C 'u2066' 5C 'u2067' 5C 'u2068' 5C 'u2069' 5C 'u206A'"},
+    {"with the ends of the separators", "E180A8 E380A9", "E180A8 E380A9", "5C 'u1028' 5C 'u3029'"},
+    {"shortest and longest of each length", "C2A0 DFBF E0A080 EFBFBF F0908080 F48FBFBF",
+     "C2A0 DFBF E0A080 EFBFBF F0908080 F48FBFBF",
+     "5C 'u00A0' 5C 'u07FF' 5C 'u0800' 5C 'uFFFF' 5C 'uD800' 5C 'uDC00' 5C 'uDBFF' 5C 'uDFFF'"},
+    {"a pair", "F09F9880", "F09F9880", "5C 'uD83D' 5C 'uDE00'"},
+    {"around the surrogates", "ED9FBF EE8080", "ED9FBF EE8080", "5C 'uD7FF' 5C 'uE000'"},
     {"second byte of E1, EC, F1, F3", "E18080 ECBFBF F1808080 F3BFBFBF",
-     "E18080 ECBFBF F1808080 F3BFBFBF"},
-    {"a byte that only continues", "80 BF", "EFBFBD EFBFBD"},
-    {"bytes that begin nothing", "C0 C1 F5 FF", "EFBFBD EFBFBD EFBFBD EFBFBD"},
-    {"bytes that begin nothing, though others go on", "F5808080 FF8080", "EFBFBD*4 EFBFBD*3"},
-    {"overlong", "C080 E08080 E09FBF F0808080 F08FBFBF",
-     "EFBFBD*2 EFBFBD*3 EFBFBD*3 EFBFBD*4 EFBFBD*4"},
-    {"surrogate", "EDA080", "EFBFBD*3"},
-    {"above the last", "F4908080", "EFBFBD*4"},
-    {"cut at the end", "C2", "EFBFBD"},
-    {"cut in three", "E282", "EFBFBD"},
-    {"cut in four", "F09F98", "EFBFBD"},
-    {"cut by a letter", "C2 'a' E282 'b' F09F98 'c'", "EFBFBD 'a' EFBFBD 'b' EFBFBD 'c'"},
-    {"cut by the next", "E282 E282AC", "EFBFBD E282AC"},
-    {"quote in a sequence stays a quote", "E2 22", "EFBFBD 22"},
-    {"separator without its end", "E280", "EFBFBD"},
+     "E18080 ECBFBF F1808080 F3BFBFBF",
+     "5C 'u1000' 5C 'uCFFF' 5C 'uD8C0' 5C 'uDC00' 5C 'uDBBF' 5C 'uDFFF'"},
+    {"last byte begins a character in Shift_JIS and GBK", "E38183", "E38183", "5C 'u3043'"},
+    {"a byte that only continues", "80 BF", "? ?", nullptr},
+    {"bytes that begin nothing", "C0 C1 F5 FF", "????", nullptr},
+    {"bytes that begin nothing, though others go on", "F5808080 FF8080", "???? ???", nullptr},
+    {"overlong", "C080 E08080 E09FBF F0808080 F08FBFBF", "?? ??? ??? ???? ????", nullptr},
+    {"surrogate", "EDA080", "???", nullptr},
+    {"above the last", "F4908080", "????", nullptr},
+    {"cut at the end", "C2", "?", nullptr},
+    {"cut in three", "E282", "?", nullptr},
+    {"cut in four", "F09F98", "?", nullptr},
+    {"cut by a letter", "C2 'a' E282 'b' F09F98 'c'", "? 'a' ? 'b' ? 'c'", nullptr},
+    {"cut by the next", "E282 E282AC", "? E282AC", "? 5C 'u20AC'"},
+    {"quote in a sequence stays a quote", "E2 22", "? 22", "? 5C 'u0022'"},
+    {"separator without its end", "E280", "?", nullptr},
 };
 
-// The table's "*" repeats one item: spell groups out.
-std::string expectedBytes(const TextCase& row) {
+constexpr AMFEscapeFor kBoth[] = {AMFEscapeFor::script, AMFEscapeFor::json};
+
+// In the table "?" stands for U+FFFD.
+std::string expectedBytes(const TextCase& row, AMFEscapeFor view) {
+  const bool isJSON = view == AMFEscapeFor::json;
   std::string text;
-  for (const char* at = row.escaped; *at; ++at) {
-    if (std::string_view(at).substr(0, 7) == "EFBFBD*") {
-      text += "(EFBFBD)";
-      at += 5;
+  for (const char c : std::string(isJSON || !row.script ? row.json : row.script)) {
+    if (c != '?') {
+      text += c;
     } else {
-      text += *at;
+      text += isJSON ? "EFBFBD " : "5C 'uFFFD' ";
     }
   }
   return hex(text);
@@ -88,26 +109,39 @@ std::string textOf(const AMFRaw* node) {
 
 TEST(GuardEscape, EveryByteOfAText) {
   for (const TextCase& row : kTexts) {
+    for (const AMFEscapeFor view : kBoth) {
+      SCOPED_TRACE(row.name);
+      const auto node = makeString(AMF_VERSION_3, hex(row.bytes), 4);
+      escapeForViews(node.get(), view);
+      EXPECT_EQ(toHex(expectedBytes(row, view)), toHex(textOf(node.get())));
+      EXPECT_EQ(4u, node->referenceIndex);
+    }
+  }
+}
+
+TEST(GuardEscape, WithoutAnArgumentItIsForEveryView) {
+  for (const TextCase& row : kTexts) {
     SCOPED_TRACE(row.name);
-    const auto node = makeString(AMF_VERSION_3, hex(row.bytes), 4);
+    const auto node = makeString(AMF_VERSION_3, hex(row.bytes));
     escapeForViews(node.get());
-    EXPECT_EQ(toHex(expectedBytes(row)), toHex(textOf(node.get())));
-    EXPECT_EQ(4u, node->referenceIndex);
+    EXPECT_EQ(toHex(expectedBytes(row, AMFEscapeFor::script)), toHex(textOf(node.get())));
   }
 }
 
 // Texts are looked at in words: what a byte becomes does not depend on where it stands.
 TEST(GuardEscape, EveryByteAtEveryPlace) {
   constexpr std::size_t kLength = 19;
-  for (unsigned byte = 0; byte < 256; ++byte) {
+  for (unsigned i = 0; i < 512; ++i) {
+    const unsigned byte = i / 2;
+    const AMFEscapeFor view = kBoth[i % 2];
     const std::string single(1, static_cast<char>(byte));
     const auto alone = makeString(AMF_VERSION_3, single);
-    escapeForViews(alone.get());
+    escapeForViews(alone.get(), view);
     for (std::size_t at = 0; at < kLength; ++at) {
       const std::string before(at, 'a');
       const std::string behind(kLength - 1 - at, '~');
       const auto node = makeString(AMF_VERSION_3, before + single + behind);
-      escapeForViews(node.get());
+      escapeForViews(node.get(), view);
       ASSERT_EQ(before + textOf(alone.get()) + behind, textOf(node.get())) << byte << " at " << at;
     }
   }
@@ -232,7 +266,7 @@ TEST(GuardEscape, TextsThatNeedNothingStayWhereTheyAre) {
   const auto umlaut = makeString(AMF_VERSION_0, "longer than a short string, \xC3\xA4");
   const char* const kept = umlaut->data;
   const std::uint64_t then = allocations;
-  escapeForViews(umlaut.get());
+  escapeForViews(umlaut.get(), AMFEscapeFor::json);
   EXPECT_EQ(kept, umlaut->data);
   EXPECT_EQ(then + 1, allocations);  // the text to compare with
   // A length without bytes, which only a host can make, is no text.
@@ -347,6 +381,9 @@ struct Scan {
 void appendUTF8(std::string& out, unsigned code) {
   if (code < 0x80) {
     out += static_cast<char>(code);
+  } else if (code < 0x800) {
+    out += static_cast<char>(0xC0 | code >> 6);
+    out += static_cast<char>(0x80 | (code & 0x3F));
   } else {
     out += static_cast<char>(0xE0 | code >> 12);
     out += static_cast<char>(0x80 | (code >> 6 & 0x3F));
@@ -427,12 +464,15 @@ const char* const kHostile[] = {
     "(61)*399 5C 'b' (63)*397 5C 'b' (64)*397 22",
     "22",
     "'*/alert(10)/*'",
+    "'&quot;;alert(11)//'",
+    "E38183 22 ';alert(12)//'",
+    "27 ' onclick=alert(13) ' 27",
 };
 
 // Broken sequences as a reader of UTF-8 shows them; tested byte by byte above.
-std::string readable(const std::string& text) {
+std::string readable(const std::string& text, AMFEscapeFor escapeFor) {
   const auto node = makeString(AMF_VERSION_0, text);
-  escapeForViews(node.get());
+  escapeForViews(node.get(), escapeFor);
   return scan('"' +
               [&] {
                 std::string quoted;
@@ -444,11 +484,11 @@ std::string readable(const std::string& text) {
       .strings.at(0);
 }
 
-std::string view(const std::string& packet, int which, bool pretty) {
+std::string view(const std::string& packet, int which, bool pretty, AMFEscapeFor escapeFor) {
   AMFProtocol protocol;
   protocol.useTemporaries = false;
   EXPECT_NE(nullptr, parseVerified(protocol, packet.data(), packet.size()));
-  escapeForViews(protocol.package);
+  escapeForViews(protocol.package, escapeFor);
   switch (which) {
     case 0: return protocol.getPackageInJSON(pretty);
     case 1: return protocol.getPackageInJS(pretty);
@@ -457,45 +497,63 @@ std::string view(const std::string& packet, int which, bool pretty) {
   }
 }
 
+// Both rules keep texts in their quotes; what else a page asks for is the script rule's.
 TEST(GuardEscape, TheViewsStayWhatTheyAreWithHarmlessText) {
   for (const char* const bytes : kHostile) {
     const std::string text = hex(bytes);
-    for (int which = 0; which < 4; ++which) {
-      for (const bool pretty : {false, true}) {
-        SCOPED_TRACE(std::string(bytes) + " view " + std::to_string(which));
-        const Scan hostile = scan(view(packetFull(text), which, pretty));
-        const Scan harmless = scan(view(packetFull("word"), which, pretty));
-        EXPECT_TRUE(hostile.sound);
-        // The texts of the JSON side take soft breaks by their length; a script's line ends count.
-        if (which == 3) {
-          EXPECT_EQ(harmless.skeleton, hostile.skeleton);
-        } else {
-          EXPECT_EQ(withoutBlanks(harmless.skeleton), withoutBlanks(hostile.skeleton));
-        }
-        EXPECT_EQ(std::string::npos, hostile.skeleton.find("alert"));
+    for (int i = 0; i < 16; ++i) {
+      const int which = i / 4;
+      const bool pretty = i % 2 == 1;
+      const AMFEscapeFor escapeFor = kBoth[i / 2 % 2];
+      SCOPED_TRACE(std::string(bytes) + " view " + std::to_string(which));
+      const Scan hostile = scan(view(packetFull(text), which, pretty, escapeFor));
+      const Scan harmless = scan(view(packetFull("word"), which, pretty, escapeFor));
+      EXPECT_TRUE(hostile.sound);
+      // The texts of the JSON side take soft breaks by their length; a script's line ends count.
+      if (which == 3) {
+        EXPECT_EQ(harmless.skeleton, hostile.skeleton);
+      } else {
+        EXPECT_EQ(withoutBlanks(harmless.skeleton), withoutBlanks(hostile.skeleton));
       }
+      EXPECT_EQ(std::string::npos, hostile.skeleton.find("alert"));
+    }
+  }
+}
+
+TEST(GuardEscape, ViewsForScriptsHoldNothingThatPagesRead) {
+  for (const char* const bytes : kHostile) {
+    for (int which = 0; which < 4; ++which) {
+      SCOPED_TRACE(std::string(bytes) + " view " + std::to_string(which));
+      const std::string text = view(packetFull(hex(bytes)), which, true, AMFEscapeFor::script);
+      EXPECT_EQ(std::string::npos, text.find_first_of("&'<>"));
+      for (const char c : text) EXPECT_TRUE(c == '\n' || c == '\t' || (c >= ' ' && c <= '~')) << c;
     }
   }
 }
 
 TEST(GuardEscape, EveryStringReadsBack) {
-  for (const char* const bytes : kHostile) {
-    SCOPED_TRACE(bytes);
-    const std::string text = hex(bytes);
-    const Scan harmless = scan(view(packetFull("word"), 0, true));
-    const Scan hostile = scan(view(packetFull(text), 0, true));
-    ASSERT_EQ(harmless.strings.size(), hostile.strings.size());
-    int found = 0;
-    for (std::size_t i = 0; i < harmless.strings.size(); ++i) {
-      const bool fromPacket = harmless.strings[i] == "word";
-      EXPECT_EQ(fromPacket ? readable(text) : harmless.strings[i], hostile.strings[i]);
-      found += fromPacket ? 1 : 0;
+  for (const AMFEscapeFor escapeFor : kBoth) {
+    for (const char* const bytes : kHostile) {
+      SCOPED_TRACE(bytes);
+      const std::string text = hex(bytes);
+      const Scan harmless = scan(view(packetFull("word"), 0, true, escapeFor));
+      const Scan hostile = scan(view(packetFull(text), 0, true, escapeFor));
+      ASSERT_EQ(harmless.strings.size(), hostile.strings.size());
+      int found = 0;
+      for (std::size_t i = 0; i < harmless.strings.size(); ++i) {
+        const bool fromPacket = harmless.strings[i] == "word";
+        EXPECT_EQ(fromPacket ? readable(text, escapeFor) : harmless.strings[i], hostile.strings[i]);
+        found += fromPacket ? 1 : 0;
+      }
+      EXPECT_EQ(19, found);
     }
-    EXPECT_EQ(19, found);
+    EXPECT_EQ("C:\\new\"", readable("C:\\new\"", escapeFor));
+    EXPECT_EQ(std::string("\0\n\x1B\x7F<", 5),
+              readable(std::string("\0\n\x1B\x7F<", 5), escapeFor));
+    EXPECT_EQ("\xE2\x80\xA8\xEF\xBF\xBD", readable("\xE2\x80\xA8\xFF", escapeFor));
+    for (const char* const text : {"\xC2\x80\xC3\xA9", "\xD8\x9C", "\xE3\x81\x83", "&'\"<>"})
+      EXPECT_EQ(text, readable(text, escapeFor));
   }
-  EXPECT_EQ("C:\\new\"", readable("C:\\new\""));
-  EXPECT_EQ(std::string("\0\n\x1B\x7F<", 5), readable(std::string("\0\n\x1B\x7F<", 5)));
-  EXPECT_EQ("\xE2\x80\xA8\xEF\xBF\xBD", readable("\xE2\x80\xA8\xFF"));
 }
 
 TEST(GuardEscape, WithoutItTheSameTextsBreakOut) {

@@ -147,6 +147,23 @@ TEST_F(Decode, EscapesSoThatJSONParsersReadWhatThePacketSays) {
   }
 }
 
+// What JSON parsers need not have escaped is escaped where a page may run the view.
+TEST_F(Decode, EscapesMoreInViewsThatHoldScripts) {
+  struct Row {
+    const char* view;
+    const char* text;
+  };
+  const Row kRows[] = {{"json", "\"L\xC3\xA4nge & 'b' \\u003Cc>\""},
+                       {"js", "\"L\\u00E4nge \\u0026 \\u0027b\\u0027 \\u003Cc\\u003E\""},
+                       {"both", "\"L\\u00E4nge \\u0026 \\u0027b\\u0027 \\u003Cc\\u003E\""},
+                       {"script", "\"L\\u00E4nge \\u0026 \\u0027b\\u0027 \\u003Cc\\u003E\""}};
+  writeFile("page.amf", echoOf("02 0010 'L' C3A4 'nge & ' 27 'b' 27 ' <c>'"));
+  for (const Row& row : kRows) {
+    const std::string shown = run({"decode", "--to", row.view, "page.amf"}).out;
+    EXPECT_NE(shown.find(row.text), std::string::npos) << shown;
+  }
+}
+
 TEST_F(Decode, GivesTheLibrarysTextExactly) {
   const std::string packet = echoOf(kHostileValue);
   writeFile("hostile.amf", packet);

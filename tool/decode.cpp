@@ -11,12 +11,11 @@
 namespace {
 
 constexpr const char* kDetails =
-    "Texts of the packet are escaped, so that none gets out of its quotes: the JSON is sound and "
-    "the\n"
-    "scripts assign values and do nothing else. Line feeds stand at the ends of lines alone. With\n"
-    "--exact the text is the library's as it is, with a line feed of its own for every 500 bytes, "
-    "and\n"
-    "what a packet says in it is not to be run.\n"
+    "Texts of the packet are escaped, so that none ends its quotes. With --to json the output is\n"
+    "valid JSON for a JSON parser; do not run it, and do not put it into a web page. The other\n"
+    "views are ASCII, and their statements assign values and do nothing else, also in a script\n"
+    "element of a page. With --exact the text is the library's own: it is\n"
+    "not escaped, so do not run it, and has a line feed of its own for every 500 bytes.\n"
     "\n"
     "A text that does not end in a line feed gets one. Bytes behind the last message are not "
     "decoded.\n"
@@ -72,7 +71,8 @@ FileResult show(const Packet& packet, const Options& options) {
   AMFProtocol protocol;
   decodePacket(protocol, packet, options.limits);
   if (!options.decode.exact) {
-    escapeForViews(protocol.package);
+    const bool isJSON = options.decode.view == View::json;
+    escapeForViews(protocol.package, isJSON ? AMFEscapeFor::json : AMFEscapeFor::script);
     protocol.useTemporaries = false;
   }
   FileResult result;

@@ -83,7 +83,10 @@ function play(view, text) {
   }
   if (ran) faults.push('ran ' + ran);
   if (text.includes('<')) faults.push('a tag in the text');
-  if (/[\u2028\u2029]/.test(text)) faults.push('a line separator in the text');
+  if (/[\u007F-\u009F\u061C\u200E\u200F\u2028-\u202E\u2066-\u2069]/.test(text)) {
+    faults.push('a character in the text that nobody sees');
+  }
+  if (view !== 'json' && /[&'>\u0080-\uFFFF]/.test(text)) faults.push('not fit for every page');
   return { deeds: JSON.stringify(journal), faults };
 }
 

@@ -41,10 +41,16 @@ constexpr std::uint32_t since(std::uint32_t start, std::uint32_t total) {
   return total < std::numeric_limits<std::uint32_t>::max() ? total - start : total;
 }
 
-/// Heap of one block of `bytes` bytes: malloc rounds up to 16 and puts a header in front; it may
+/// Heap of one block of `bytes` bytes. malloc rounds up to 16 and puts a header in front; it may
 /// also hand out 16 bytes more than asked when the rest of a free block is too small to be one of
-/// its own.
+/// its own. Blocks that have 128 KiB with their header are mapped by whole pages, with a second
+/// header.
 constexpr std::uint64_t block(std::uint64_t bytes) {
+  constexpr std::uint64_t kMapped = 131072;
+  constexpr std::uint64_t kPage = 4096;
+  constexpr std::uint64_t kHeader = 8;
+  const std::uint64_t withHeader = (bytes + kHeader + 15) / 16 * 16;
+  if (withHeader >= kMapped) return (withHeader + kHeader + kPage - 1) / kPage * kPage;
   return bytes == 0 ? 0 : (bytes + 15) / 16 * 16 + 16;
 }
 

@@ -58,7 +58,9 @@ struct AMF2JSON_API AMFVerifyLimits {
   /// Nodes of the tree: package, headers, messages, values, members, and every name, class name and
   /// URI.
   std::uint64_t maxNodes = 1000000;
-  /// Heap bytes of the tree, an upper bound for malloc as glibc does it.
+  /// Heap bytes of the tree: an upper bound for malloc of glibc with its default settings, on pages
+  /// of 4 KiB, where each node is an allocation. Nodes from the pool come in chunks, which may take
+  /// an eighth and 128 KiB more.
   std::uint64_t maxTreeBytes = std::uint64_t{128} << 20;
   /// The part of them that references copy: values, strings, names from traits.
   std::uint64_t maxCopiedBytes = std::uint64_t{64} << 20;

@@ -3,6 +3,7 @@
 // What a tree takes of the heap in a thread that has no chunks yet, held against what the check
 // announces: the chunks of the pool, counted whole, and every other block.
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <cstdint>
 #include <filesystem>
@@ -15,6 +16,7 @@
 #include "memory/node_pool.h"
 #include "support/counted_heap.h"
 #include "support/packet_generator.h"
+#include "support/process.h"
 
 using namespace amf2json;
 
@@ -102,6 +104,39 @@ TEST(TreeMemory, ManyOfOneKindStayWithinWhatTheCheckAnnounces) {
     expectWithin(packetOf(row.value, 3000));
   }
 }
+
+// glibc maps blocks of about 128 KiB and more by whole pages: with the pages, the bound is exact.
+#if defined(__GLIBC__) && __GLIBC_PREREQ(2, 33)
+
+std::uint64_t bytesInUse() {
+  const struct mallinfo2 info = mallinfo2();
+  return info.uordblks + info.hblkhd;
+}
+
+TEST(TreeMemory, MappedBlocksAreChargedByWholePages) {
+  if (support::kAddressSanitizer || support::kThreadSanitizer)
+    GTEST_SKIP() << "needs malloc of glibc";
+  if (support::pageSize() != 4096) GTEST_SKIP() << "the bound is for pages of 4 KiB";
+  mallopt(M_MMAP_THRESHOLD, 128 << 10);  // and freed blocks do not raise it
+  constexpr std::size_t kCount = 100;
+  for (const std::size_t length :
+       {100000u, 131024u, 131032u, 131040u, 131048u, 131049u, 131050u, 131056u, 131057u, 131072u,
+        135144u, 135145u, 135152u, 135153u, 135160u, 135168u, 200000u, 1000000u}) {
+    SCOPED_TRACE(length);
+    const std::string packet = packetOf('\x0C' + u32(length) + std::string(length, 'x'), kCount);
+    const AMFVerifyResult checked =
+        verifyPacket(packet.data(), packet.size(), AMFVerifyLimits::unlimited());
+    AMFProtocol protocol;
+    protocol.parse(packetOf("\x05", 1).data());  // the object's own tables
+    const std::uint64_t before = bytesInUse();
+    protocol.parse(packet.data());
+    const std::uint64_t heap = bytesInUse() - before;
+    EXPECT_LE(heap, checked.treeBytes);  // chunks of the pool are not in it
+    EXPECT_GE(heap, checked.treeBytes / 100 * 96);
+  }
+}
+
+#endif
 
 // The storage of child lists goes from one package to the next, and is not kept beyond that.
 TEST(TreeMemory, TheSamePacketAgainTakesItsListsOver) {

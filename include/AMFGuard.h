@@ -137,8 +137,9 @@ struct AMF2JSON_API AMFVerifyResult {
 /// are looked for. Limits only subtract: they never turn a refusal into ok.
 ///
 /// After ok, `parse` of the same, unchanged bytes reads exactly `consumed` bytes, throws no
-/// AMFException and builds a tree of `nodes` nodes, `depth` deep, in at most `treeBytes` bytes of
-/// heap.
+/// AMFException and builds a tree of `nodes` nodes, in which objects and arrays stand `depth` deep
+/// in one another and which takes at most `treeBytes` bytes of heap (as for maxTreeBytes; the
+/// tables that `parse` needs are not counted).
 ///
 /// `packet` may be null (nullPacket) and is never written to. Never throws and keeps no state; any
 /// number of threads may call it. Time is linear in `size`, machine stack constant. Heap: none for
@@ -184,21 +185,22 @@ enum class AMFEscapeFor : std::uint32_t {
 ///     U+007F on; a surrogate pair stands for a character beyond U+FFFF.
 /// - A double that is not finite becomes an AMFNull of its version, in its place. (`tree` itself is
 ///   not replaced: the views only take packages.)
-/// - An AMF3 node under an AMF0 one loses its `referenceIndex`: the views would open a bracket too
-///   many.
+/// - An AMF3 value under an AMF0 node loses its `referenceIndex`: the views would open a
+///   bracket too many.
 ///
 /// Show the tree with an AMFProtocol that has shown no other packet, and set its `useTemporaries`
 /// to false before the first view: otherwise the JS view cuts long strings into pieces, also inside
-/// an escape. Then:
+/// an escape. Then, for the tree of a parsed packet:
 ///
 /// After `json`, the JSON view is valid JSON, and its strings read back as they were (with U+FFFD
 /// for what was not UTF-8). Nothing is promised about it as a script or as a part of a page.
 ///
 /// After `script`, the same holds for the JSON view, and the two script views (getPackageInJS,
-/// getPackageAsJSView) assign the values of the tree and do nothing else; a view that set
-/// `outputLimitReached` is cut and may be no script at all. The statements in the text of
-/// getPackageInJSON_and_JS do the same; that text as a whole is not a script. All this is true in
-/// every encoding that extends ASCII (not in UTF-16), declared or guessed, in these places:
+/// getPackageAsJSView) assign values and do nothing else: strings as they were, the rest as the
+/// views write it (numbers with six decimals). A view that set `outputLimitReached` is cut and may
+/// be no script at all. The statements in the text of getPackageInJSON_and_JS do the same; that
+/// text as a whole is not a script. All this is true in every encoding that extends ASCII (not in
+/// UTF-16), declared or guessed, in these places:
 /// - a file of its own;
 /// - a script element of HTML, XHTML or SVG;
 /// - an event attribute (`onclick`) in single quotes. In double quotes the view's own quotes end

@@ -98,6 +98,22 @@ TEST(GuardCost, TheDeepestTreesFitASmallStack) {
   }
 }
 
+// ---- What the output limit does not count ------------------------------------------------------
+
+// 35 KB become half a gigabyte in this way (SECURITY.md); here a tenth of it.
+TEST(GuardCost, TemporariesStandInFrontOfWhatTheOutputLimitCounts) {
+  const std::string packet =
+      packetWith(hex("11 09") + u29(201 << 1 | 1) + hex("01 0C") + u29(31000 << 1 | 1) +
+                 std::string(31000, '\xFF') + repeat(hex("0C 02"), 200));
+  AMFProtocol protocol;
+  ASSERT_NE(nullptr, parseVerified(protocol, packet.data(), packet.size()));
+  EXPECT_GT(protocol.getPackageInJS(true).size(), 201u * 31000 * 8);
+  EXPECT_FALSE(protocol.outputLimitReached);
+  protocol.useTemporaries = false;
+  EXPECT_LT(protocol.getPackageInJS(true).size(), 1000000u);
+  EXPECT_TRUE(protocol.outputLimitReached);
+}
+
 // ---- The length of the JSON text ---------------------------------------------------------------
 
 // At most ten lines for a node, of at most 34 bytes that are not its text; a tab for each level

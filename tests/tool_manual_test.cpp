@@ -120,7 +120,7 @@ const UsageCase kUsageCases[] = {
     {{"decode", "--color", "alwyas"}, "--color: no 'alwyas' here; did you mean 'always'?"},
     {{"decode", "--error-format=yaml"}, "--error-format: no 'yaml' here; there are text, json"},
     {{"decode", "--x", "--error-format", "text"}, "no option '--x'"},
-    {{"decode", "--error-format"}, "--error-format: 1 required TEXT missing"},
+    {{"decode", "--error-format"}, "--error-format: FORM is missing"},
     {{"decode", "--max-depth", "-1"},
      "--max-depth: '-1' is not a whole number from 0 to 4294967295"},
     {{"decode", "--max-depth=4294967296"},
@@ -128,6 +128,12 @@ const UsageCase kUsageCases[] = {
     {{"decode", "--max-nodes", "1e3"},
      "--max-nodes: '1e3' is not a whole number from 0 to 18446744073709551615"},
     {{"decode", "-j", "many"}, "--jobs: 'many' is not a whole number from 0 to 4294967295"},
+    {{"decode", "-o"}, "--output: FILE is missing"},
+    {{"decode", "--compact=false"}, "--compact: takes no value"},
+    {{"decode", "-o", "a", "--output=b"}, "--output: given twice"},
+    {{"decode", "-x"}, "no option '-x'"},
+    {{"decode", "--skip", "[1]"},
+     "--skip: '[1]' is not a whole number from 0 to 18446744073709551615"},
     {{"decode", "-", "-"}, "standard input (-) can be read only once"},
     {{"generate", "texinfo"}, "no command 'generate'; there are "},
 };
@@ -149,6 +155,36 @@ TEST_F(Manual, SaysWhatIsWrongWithACommandLine) {
                         "\"message\":\"no option '--x'\",\"exit_code\":2}\n"};
   EXPECT_EQ(run({"check", "--x", "--error-format", "json"}), json);
   EXPECT_EQ(run({"check", "--error-format=json", "--x"}), json);
+}
+
+// A shell's * hands over whatever files are called.
+TEST_F(Manual, TakesFileNamesByteForByte) {
+  for (const char* name : {"[echo.amf]", "[]", "{}", "a,b", "%%", " ", "''", "\"x\"", "x=y", "\xFF",
+                           "a;b", "[\"echo.amf\",\"-\"]"}) {
+    setenv("name", name, 1);
+    ASSERT_EQ(runShell("rm -rf d; mkdir d; cp echo.amf d/\"$name\"").status, 0) << name;
+    EXPECT_EQ(runShell("cd d; $amf2json decode --to script *").out, kEchoStatements) << name;
+    EXPECT_EQ(runShell("cd d; $amf2json decode --to script -- *").out, kEchoStatements) << name;
+    EXPECT_EQ(runShell("cd d; $amf2json decode -o out.\"$name\" *; cat out.\"$name\"").out,
+              std::string(kEchoLiteral) + "\n")
+        << name;
+    EXPECT_EQ(runShell("cd d; $amf2json decode --output=\"$name\".x ./\"$name\"; ls -N").out,
+              runShell("cd d; rm -f ./\"$name\".x; touch ./\"$name\".x; ls -N").out)
+        << name;
+  }
+  unsetenv("name");
+  EXPECT_EQ(run({"decode", "[echo.amf]"}).err,
+            "amf2json: [echo.amf]: cannot read: No such file or directory\n");
+}
+
+TEST_F(Manual, TakesValuesAsTheyAreUsuallySpelled) {
+  const Outcome silent = {0, "", ""};
+  EXPECT_EQ(run({"decode", "-oout", "--to=script", "echo.amf", "--max-depth", "5"}), silent);
+  EXPECT_EQ(readFile("out"), kEchoStatements);
+  EXPECT_EQ(run({"decode", "-o", "--to", "--to", "script", "echo.amf"}), silent);
+  EXPECT_EQ(readFile("--to"), kEchoStatements);
+  EXPECT_EQ(run({"check", "-j1", "--", "echo.amf", "-h"}).err,
+            "amf2json: -h: cannot read: No such file or directory\n");
 }
 
 // ---- The manual page and the completions as the build makes them

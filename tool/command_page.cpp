@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool/command_page.h"
 
-#include <CLI/CLI.hpp>
-
 #include "tool/shared_options.h"
 
 namespace {
@@ -13,9 +11,8 @@ const OptionInfo kLongHelp = {"--help", "", "All help"};
 }  // namespace
 
 CommandPage pageOf(const Command& command) {
-  CLI::App app;
   Options options;
-  OptionTable table(app);
+  OptionTable table;
   command.declare(table, options);
   declareShared(table, options);
   CommandPage page{command, table.all()};

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool/option_table.h"
 
-#include <CLI/CLI.hpp>
 #include <charconv>
 
 #include "tool/did_you_mean.h"
@@ -17,23 +16,17 @@ std::string longName(const std::string& names) {
 }  // namespace
 
 void OptionTable::flag(const char* names, bool& target, const char* help) {
-  add({names, "", help});
-  app.add_flag(names, target)->disable_flag_override();
+  add({names, "", help}, [&target](const std::string&) { target = true; });
 }
 
 void OptionTable::text(const char* names, const char* value, std::string& target,
                        const char* help) {
-  add({names, value, help});
-  app.add_option(names, target);
+  add({names, value, help}, [&target](const std::string& word) { target = word; });
 }
 
 void OptionTable::files(std::vector<std::string>& target, const char* help) {
   fileArgument = help;
-  app.add_option("FILE", target);
-}
-
-void OptionTable::bind(const char* names, const std::function<void(const std::string&)>& store) {
-  app.add_option_function<std::string>(names, store);
+  fileNames = &target;
 }
 
 std::size_t OptionTable::indexOf(const std::string& word, const std::vector<Choice>& choices,

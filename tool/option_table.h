@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The options of one command: each is told once, here, and then parsed, explained by --help and the
-// manual, and completed by the shells.
+// manual, and completed by the shells. Tested by tests/tool_manual_test.cpp.
 #ifndef AMF2JSON_TOOL_OPTION_TABLE_H
 #define AMF2JSON_TOOL_OPTION_TABLE_H
 
@@ -9,11 +9,8 @@
 #include <functional>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
-
-namespace CLI {
-class App;
-}
 
 struct Choice {
   std::string name;
@@ -31,8 +28,6 @@ struct OptionInfo {
 
 class OptionTable {
  public:
-  explicit OptionTable(CLI::App& parser) : app(parser) {}
-
   void flag(const char* names, bool& target, const char* help);
   void text(const char* names, const char* value, std::string& target, const char* help);
   void files(std::vector<std::string>& target, const char* help);
@@ -41,36 +36,43 @@ class OptionTable {
   template <class Enum>
   void choice(const char* names, const char* value, Enum& target, const char* help,
               const std::vector<Choice>& choices) {
-    add({names, value, help, choices[static_cast<std::size_t>(target)].name, choices});
-    bind(names, [&target, choices, names](const std::string& word) {
-      target = static_cast<Enum>(indexOf(word, choices, names));
-    });
+    add({names, value, help, choices[static_cast<std::size_t>(target)].name, choices},
+        [&target, choices, names](const std::string& word) {
+          target = static_cast<Enum>(indexOf(word, choices, names));
+        });
   }
 
   template <class Number>
   void number(const char* names, Number& target, const char* help, const char* byDefault) {
-    add({names, "N", help, byDefault});
-    bindNumber(names, target);
+    add({names, "N", help, byDefault}, storeNumber(names, target));
   }
 
   template <class Number>
   void limit(const char* names, Number& target, const char* help) {
-    add({names, "N", help, std::to_string(target), {}, true});
-    bindNumber(names, target);
+    add({names, "N", help, std::to_string(target), {}, true}, storeNumber(names, target));
   }
+
+  // For the parser: the value of option `index`, "" for a flag, and the files in their place.
+  // Throws Problem (kUsage).
+  void store(std::size_t index, const std::string& value) const { stores[index](value); }
+  void storeFiles(std::vector<std::string> names) const { *fileNames = std::move(names); }
 
   const std::vector<OptionInfo>& all() const { return table; }
   const std::string& filesHelp() const { return fileArgument; }
 
  private:
-  void add(OptionInfo info) { table.push_back(std::move(info)); }
-  void bind(const char* names, const std::function<void(const std::string&)>& store);
+  using Store = std::function<void(const std::string&)>;  // throws Problem (kUsage)
+
+  void add(OptionInfo info, Store store) {
+    table.push_back(std::move(info));
+    stores.push_back(std::move(store));
+  }
 
   template <class Number>
-  void bindNumber(const char* names, Number& target) {
-    bind(names, [&target, names](const std::string& word) {
+  static Store storeNumber(const char* names, Number& target) {
+    return [&target, names](const std::string& word) {
       target = static_cast<Number>(numberIn(word, std::numeric_limits<Number>::max(), names));
-    });
+    };
   }
 
   // Both throw Problem (kUsage).
@@ -78,8 +80,9 @@ class OptionTable {
                              const char* names);
   static std::uint64_t numberIn(const std::string& word, std::uint64_t largest, const char* names);
 
-  CLI::App& app;
   std::vector<OptionInfo> table;
+  std::vector<Store> stores;  // of the options in `table`
+  std::vector<std::string>* fileNames = nullptr;
   std::string fileArgument;
 };
 

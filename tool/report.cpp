@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
+#include "tool/hex.h"
 #include "tool/printable.h"
 
 namespace {
@@ -30,16 +31,33 @@ std::string inWords(const Problem& problem, bool color) {
   return text;
 }
 
+std::string hexOf(const std::string& bytes) {
+  std::string text;
+  for (const char byte : bytes) text += hexByte(byte);
+  return text;
+}
+
+bool isUTF8(const std::string& text) {
+  try {
+    static_cast<void>(nlohmann::json(text).dump());
+    return true;
+  } catch (const nlohmann::json::type_error&) {
+    return false;
+  }
+}
+
+// JSON texts are UTF-8, file names need not be: those are told in hexadecimal as well.
 std::string inJSON(const Problem& problem) {
   nlohmann::ordered_json line;
   line["file"] = nullptr;
   if (!problem.file.empty()) line["file"] = problem.file;
+  if (!isUTF8(problem.file)) line["file_bytes"] = hexOf(problem.file);
   line["offset"] = nullptr;
   if (problem.offset) line["offset"] = *problem.offset;
   line["section"] = nullptr;
   if (!problem.section.empty()) line["section"] = problem.section;
   line["status"] = problem.status;
-  line["message"] = problem.message;
+  line["message"] = isUTF8(problem.message) ? problem.message : printable(problem.message);
   line["exit_code"] = static_cast<int>(problem.exitCode);
   // ASCII only: no control character gets through, and no byte that is not UTF-8.
   return line.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace) + "\n";

@@ -25,6 +25,12 @@ struct FileCase {
   Outcome expected;
 };
 
+std::string repeated(const std::string& text, int times) {
+  std::string all;
+  for (int i = 0; i < times; ++i) all += text;
+  return all;
+}
+
 const FileCase kFileCases[] = {
     {"no such file",
      "$amf2json decode missing.amf",
@@ -60,17 +66,50 @@ const FileCase kFileCases[] = {
      "yes echo.amf long.amf | head -50 | xargs $amf2json decode >joined;"
      " for f in $(yes echo.amf long.amf | head -50); do $amf2json decode $f; done | cmp - joined",
      {0, "", ""}},
-    {"a named pipe in the output folder, of which nobody reads more",
-     "mkdir out; mkfifo out/long.amf.json; head -c 1 out/long.amf.json >first &"
-     " $amf2json decode -o out echo.amf long.amf; s=$?; wait; cat first; ls out; rm -r out; exit "
-     "$s",
-     {9, "{echo.amf.json\nlong.amf.json\n",
-      "amf2json: out/long.amf.json: cannot write: Broken pipe\n"}},
-    {"a link in the output folder stays, and leads to the text",
-     "mkdir out; echo old >kept; ln -s ../kept out/echo.amf.js;"
-     " $amf2json decode --to script -o out echo.amf && stat -c %N out/echo.amf.js && cat kept; rm "
-     "-r out",
-     {0, "'out/echo.amf.js' -> '../kept'\n" + std::string(kEchoStatements), ""}},
+    {"a result in the output folder is not replaced",
+     "mkdir out; echo old >out/echo.amf.json; $amf2json decode -o out empty.amf echo.amf; s=$?;"
+     " cat out/*; exit $s",
+     {9, "old\n",
+      "amf2json: out/echo.amf.json: cannot write: the file exists; --force replaces it\n"}},
+    {"... but with --force",
+     "mkdir out; echo old >out/echo.amf.js; $amf2json decode --force --to script -o out empty.amf "
+     "echo.amf; cat out/*",
+     {0, std::string(kEchoStatements) + "\n", ""}},
+    {"a link in the output folder is not followed",
+     "mkdir out; echo old >kept; ln -s ../kept out/echo.amf.json; $amf2json decode -o out echo.amf;"
+     " $amf2json decode --force -o out echo.amf; cat kept; ls out",
+     {0, "old\necho.amf.json\n",
+      "amf2json: out/echo.amf.json: cannot write: the file exists; --force replaces it\n"
+      "amf2json: out/echo.amf.json: cannot write: not a regular file\n"}},
+    {"nor one that leads nowhere",
+     "mkdir out; ln -s ../kept out/echo.amf.json; $amf2json decode --force -o out echo.amf;"
+     " test -e kept || echo none",
+     {0, "none\n", "amf2json: out/echo.amf.json: cannot write: not a regular file\n"}},
+    {"a named pipe in the output folder is not waited for",
+     "mkdir out; mkfifo out/echo.amf.json; timeout 10 $amf2json decode --force -o out echo.amf",
+     {9, "", "amf2json: out/echo.amf.json: cannot write: not a regular file\n"}},
+    {"an input in the output folder is not overwritten",
+     "mkdir w; cp echo.amf w/x; cp empty.amf w/x.json; $amf2json decode --force -o w w/x w/x.json;"
+     " s=$?; cmp w/x.json empty.amf; ls w; exit $s",
+     {2, "x\nx.json\n", "amf2json: -o: w/x.json would overwrite the input w/x.json\n"}},
+    {"nor one by another name",
+     "mkdir w; cp echo.amf w/x.json; ln w/x.json x; $amf2json decode --force -o w x;"
+     " cmp w/x.json echo.amf",
+     {0, "", "amf2json: -o: w/x.json would overwrite the input x\n"}},
+    {"an input is not overwritten",
+     "cp echo.amf kept; ln -s kept link; $amf2json decode -o link kept; $amf2json decode -o kept "
+     "<link; cmp kept echo.amf",
+     {0, "",
+      "amf2json: -o: kept would overwrite the input kept\n"
+      "amf2json: -o: kept would overwrite the input -\n"}},
+    {"two names of one file are not two results",
+     "mkdir out; touch out/echo.amf.json; ln out/echo.amf.json out/empty.amf.json;"
+     " $amf2json decode --force -o out echo.amf empty.amf",
+     {2, "", "amf2json: -o: echo.amf and empty.amf would be written to the same file\n"}},
+    {"names that are alike",
+     "cp echo.amf Echo.amf; cp echo.amf $'\\303\\204'; LC_ALL=C.UTF-8 $amf2json decode -o out "
+     "echo.amf Echo.amf $'\\303\\204' && ls -A out | wc -l",
+     {0, "3\n", ""}},
     {"output folder missing",
      "$amf2json decode -o no/out echo.amf",
      {9, "", "amf2json: no/out: cannot write: No such file or directory\n"}},
@@ -125,7 +164,10 @@ TEST_F(Files, AreReadAndWrittenOrTold) {
   writeFile("long.amf", echoOf("0C 00010000 61*65536"));
   for (const FileCase& row : kFileCases) {
     EXPECT_EQ(runShell("LC_ALL=C; " + row.line), row.expected) << row.name;
-    EXPECT_EQ(runShell("rm -f new kept link first joined none.amf sparse.amf").status, 0);
+    EXPECT_EQ(runShell("rm -rf new kept link first joined none.amf sparse.amf out w x Echo.amf "
+                       "pipe log $'\\303\\204'")
+                  .status,
+              0);
   }
 }
 
@@ -161,7 +203,7 @@ TEST_F(Files, AreNotLeftHalfWrittenByASignal) {
     runShell("$amf2json decode -o out long.amf & sleep " + wait + "; kill -TERM $!; wait");
   }
   const Outcome none = {0, "", ""};
-  EXPECT_EQ(runShell("ls | grep '^out\\.' || true"), none);
+  EXPECT_EQ(runShell("ls -A | grep amf2json || true"), none);
 }
 
 // Other threads are at work all the time.
@@ -170,21 +212,21 @@ TEST_F(Files, OfManyAreNotLeftHalfWrittenByASignal) {
   runShell("mkdir in out; for i in {1..200}; do ln long.amf in/$i.amf; done");
   for (int i = 0; i < 20; ++i) {
     const std::string wait = "0.0" + std::to_string(10 + i * 4);
-    runShell("$amf2json decode -j 2 -o out in/*.amf & sleep " + wait + "; kill -TERM $!; wait");
+    runShell("$amf2json decode --force -j 2 -o out in/*.amf & sleep " + wait +
+             "; kill -TERM $!; wait");
   }
   const Outcome none = {0, "", ""};
   EXPECT_FALSE(runShell("ls out | grep '\\.json$' || true").out.empty());
-  EXPECT_EQ(runShell("ls out | grep -v '\\.json$' || true"), none);
+  EXPECT_EQ(runShell("ls -A out | grep -v '\\.amf.json$' || true"), none);
 }
 
 // However long it takes until the output can be written, or a problem told.
 TEST_F(Files, SignalsEndTheProgramWhereverItWaits) {
   runShell(
-      "mkdir in out; mkfifo out/echo.amf.json told; for i in {1..2000}; do ln refused.amf "
+      "mkdir in out; mkfifo told; for i in {1..2000}; do ln refused.amf "
       "in/$i.amf; done");
   const std::string ended = "timeout --preserve-status -k 10 0.5 ";
   const Outcome byTerm = {128 + SIGTERM, "", ""};
-  EXPECT_EQ(runShell(ended + "$amf2json decode -o out echo.amf empty.amf"), byTerm) << "folder";
   EXPECT_EQ(runShell(ended + "$amf2json decode -o told echo.amf"), byTerm) << "named pipe";
   EXPECT_EQ(runShell(ended + "$amf2json decode -o out empty.amf - <>told"), byTerm) << "input";
   EXPECT_EQ(runShell("exec 3<>told; " + ended + "$amf2json decode -o out in/*.amf 2>told"), byTerm)
@@ -242,16 +284,134 @@ TEST_F(Files, ThatWouldGetTheSameNameAreRefusedBeforeAnythingIsWritten) {
 }
 
 TEST_F(Files, GoOnWhereOneCannotBeWritten) {
-  const Outcome outcome = {9, "echo.amf.json\n",
-                           "amf2json: out/empty.amf.json: cannot write: Is a directory\n"};
-  EXPECT_EQ(
-      runShell(
-          "mkdir -p out/empty.amf.json;"
-          " $amf2json decode -o out empty.amf echo.amf; s=$?; rmdir out/empty.amf.json; ls out;"
-          " exit $s"),
-      outcome);
+  const std::string longest(251, 'x');  // and ".json": a byte too many
+  const Outcome outcome = {
+      9, "echo.amf.json\n",
+      "amf2json: out/" + longest + ".json: cannot write: File name too long\n"};
+  EXPECT_EQ(runShell("cp echo.amf " + longest + "; LC_ALL=C $amf2json decode -o out " + longest +
+                     " echo.amf; s=$?; ls -A out; exit $s"),
+            outcome);
   const Outcome noFolder = {9, "", "amf2json: echo.amf: cannot write: Not a directory\n"};
   EXPECT_EQ(run({"decode", "-o", "echo.amf", "empty.amf", "more.amf"}), noFolder);
+}
+
+// The file beside it has a short name.
+TEST_F(Files, MayHaveNamesAsLongAsTheSystemAllows) {
+  const std::string longest(250, 'x');
+  const Outcome written = {0, longest + ".json\n", ""};
+  EXPECT_EQ(runShell("cp echo.amf " + longest + "; $amf2json decode -o out " + longest +
+                     " empty.amf && rm out/empty.amf.json && ls -A out"),
+            written);
+  const Outcome alone = {0, std::string(255, 'y') + "\n", ""};
+  EXPECT_EQ(runShell("$amf2json decode -o " + std::string(255, 'y') + " echo.amf; ls yyy*"), alone);
+}
+
+// ---- Streams, whatever they are called
+
+const FileCase kStreamCases[] = {
+    {"standard output by another name",
+     "for name in /dev/stdout /dev/fd/1 /proc/self/fd/1 /proc/thread-self/fd/1; do ln -s $name "
+     "link;"
+     " echo old >log; $amf2json decode --to script -o link echo.amf >>log; cat log; rm link; done",
+     {0, repeated("old\n" + std::string(kEchoStatements), 4), ""}},
+    {"standard output by the name of its file",
+     "echo old >log; $amf2json decode --to script -o log echo.amf >>log; cat log",
+     {0, "old\n" + std::string(kEchoStatements), ""}},
+    {"standard output that is no longer in any folder",
+     "exec 3<>log 4<log; rm log; $amf2json decode --to script -o /dev/stdout echo.amf >&3; cat <&4;"
+     " ls -A | grep -c log",
+     {1, std::string(kEchoStatements) + "0\n", ""}},
+    {"several files to standard output",
+     "$amf2json decode --to script -o /dev/stdout echo.amf echo.amf | cat",
+     {0, repeated(kEchoStatements, 2), ""}},
+    {"another descriptor",
+     "echo old >log; $amf2json decode --to script -o /dev/fd/3 echo.amf 3>>log; cat log",
+     {0, "old\n" + std::string(kEchoStatements), ""}},
+    {"a descriptor of another process",
+     "echo old >log; exec 3>>log; $amf2json decode --to script -o /proc/$$/fd/3 echo.amf 3>&-; cat "
+     "log",
+     {0, "old\n" + std::string(kEchoStatements), ""}},
+    {"a descriptor that is closed",
+     "$amf2json decode -o /dev/fd/9 echo.amf 9>&-",
+     {9, "", "amf2json: /dev/fd/9: cannot write: Bad file descriptor\n"}},
+    {"a pipe between programs",
+     "$amf2json decode --to script -o >(cat >log) echo.amf; sleep 0.2; cat log",
+     {0, kEchoStatements, ""}},
+    {"a link to a device stays one",
+     "ln -s /dev/null link; $amf2json decode -o link echo.amf && stat -c %N link",
+     {0, "'link' -> '/dev/null'\n", ""}},
+    {"a link that leads nowhere stays one",
+     "ln -s kept link; $amf2json decode --to script -o link echo.amf && stat -c %N link && cat "
+     "kept",
+     {0, "'link' -> 'kept'\n" + std::string(kEchoStatements), ""}},
+    {"links in a circle",
+     "ln -s link new; ln -s new link; LC_ALL=C $amf2json decode -o link echo.amf",
+     {9, "", "amf2json: link: cannot write: Too many levels of symbolic links\n"}},
+};
+
+TEST_F(Files, ThatAreNoneAreWrittenToAndNotReplaced) {
+  for (const FileCase& row : kStreamCases) {
+    EXPECT_EQ(runShell(row.line), row.expected) << row.name;
+    EXPECT_EQ(runShell("rm -f new kept link log").status, 0);
+  }
+}
+
+// Root alone can make a node of its own, give files away and become somebody else.
+class FilesOfRoot : public ProgramTest {
+ protected:
+  void SetUp() override {
+    ProgramTest::SetUp();
+    if (geteuid() != 0) GTEST_SKIP() << "not root";
+  }
+};
+
+TEST_F(FilesOfRoot, DevicesStayDevices) {
+  if (runShell("mknod null c 1 3").status != 0) GTEST_SKIP() << "no device to be made";
+  const Outcome kept = {0, "character special file\n", ""};
+  EXPECT_EQ(runShell("$amf2json decode -o null echo.amf && stat -c %F null"), kept);
+}
+
+const FileCase kRightsCases[] = {
+    {"root keeps owner and group",
+     "chown 12345:777 kept; chmod 660 kept; $amf2json decode -o kept echo.amf;",
+     {0, "12345 777 660\n", ""}},
+    {"never a bit that changes who runs it",
+     "chown 12345:777 kept; chmod 6755 kept; $amf2json decode -o kept echo.amf;",
+     {0, "12345 777 755\n", ""}},
+    {"the group of one of its members",
+     "chown 12345:777 kept; chmod 664 kept; setpriv --reuid=65534 --regid=65534 --groups=777 "
+     "$amf2json decode -o kept echo.amf;",
+     {0, "65534 777 664\n", ""}},
+    {"another group gets no more than all others",
+     "chown 12345:777 kept; chmod 662 kept; setpriv --reuid=65534 --regid=65534 --clear-groups "
+     "$amf2json decode -o kept echo.amf;",
+     {0, "65534 65534 622\n", ""}},
+    {"who was shut out as a member stays so",
+     "chown 65534:777 kept; chmod 606 kept; setpriv --reuid=65534 --regid=65534 --clear-groups "
+     "$amf2json decode -o kept echo.amf;",
+     {0, "65534 65534 600\n", ""}},
+    {"a read-only file is refused",
+     "chmod 444 kept; $amf2json decode -o kept echo.amf;",
+     {0, "0 0 444\n",
+      "amf2json: kept: cannot write: the file is read-only; --force replaces it\n"}},
+    {"so is one that is read-only to this user",
+     "chmod 644 kept; setpriv --reuid=65534 --regid=65534 --clear-groups $amf2json decode -o kept "
+     "echo.amf;",
+     {0, "0 0 644\n",
+      "amf2json: kept: cannot write: the file is read-only; --force replaces it\n"}},
+    {"... but with --force",
+     "chmod 444 kept; $amf2json decode --force -o kept echo.amf;",
+     {0, "0 0 444\n", ""}},
+};
+
+TEST_F(FilesOfRoot, AreReplacedWithNoMoreRightsThanBefore) {
+  if (runShell("setpriv --reuid=65534 --clear-groups true").status != 0) GTEST_SKIP();
+  for (const FileCase& row : kRightsCases) {
+    EXPECT_EQ(runShell("chmod 777 .; echo old >kept; " + row.line + " stat -c '%u %g %a' kept"),
+              row.expected)
+        << row.name;
+    EXPECT_EQ(runShell("rm -f kept").status, 0);
+  }
 }
 
 }  // namespace

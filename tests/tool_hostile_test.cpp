@@ -3,8 +3,10 @@
 // The program on packets that are made to harm, with little memory and a small stack: it is never
 // killed. And on deep packets with a limit raised: the stack grows with it.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <string>
+#include <vector>
 
 #include "support/guard_packets.h"
 #include "support/hex.h"
@@ -108,6 +110,107 @@ TEST_F(Hostile, RunningOutOfMemoryIsTold) {
   EXPECT_EQ(runShell("ulimit -v 50000; $amf2json decode --max-nodes " + most +
                      " --max-tree-bytes " + most + " --max-copied-bytes " + most + " bomb.amf"),
             expected);
+}
+
+// The loader needs some of it as well, so no variables are passed on. The sanitizers' needs more.
+TEST_F(Hostile, AnyStackIsEnough) {
+  const std::string limit = kAddressSanitizer || kThreadSanitizer ? "64" : "16";
+  const std::string with = "ulimit -s " + limit + "; env -i \"$amf2json\" ";
+  EXPECT_EQ(runShell(with + "--help").out, run({"--help"}).out);
+  EXPECT_EQ(runShell(with + "decode --help").out, run({"decode", "--help"}).out);
+  EXPECT_EQ(runShell(with + "generate man").out, run({"generate", "man"}).out);
+  EXPECT_EQ(runShell(with + "decode echo.amf").out, run({"decode", "echo.amf"}).out);
+  EXPECT_EQ(runShell(with + "decode -o out echo.amf; cat out").out,
+            run({"decode", "echo.amf"}).out);
+}
+
+// ---- Long texts of short packets
+
+// A byte array, and references to it: each makes eight bytes of text for a byte.
+std::string copiedBytes(std::uint32_t bytes, std::uint32_t references) {
+  return packetWith(hex("11 09") + u29((references + 1) << 1 | 1) + hex("01 0C") +
+                    u29(bytes << 1 | 1) + std::string(bytes, '\xFF') +
+                    repeat(hex("0C 02"), references));
+}
+
+// What each of these prints has a size; a limit of one byte less refuses it.
+TEST_F(Hostile, TextsAreAsLongAsTheLimitOrRefused) {
+  writeFile("hostile.amf", copiedBytes(1000, 3));
+  for (const char* line :
+       {"decode", "decode --to js", "decode --to js --exact", "decode --to both",
+        "decode --to both --exact", "decode --to script --compact", "decode --exact --compact",
+        "dump", "dump --full", "check", "roundtrip", "identify"}) {
+    const std::string command = std::string("$amf2json ") + line;
+    const Outcome whole = runShell(command + " hostile.amf");
+    ASSERT_FALSE(whole.out.empty()) << line;
+    const auto limited = [&](std::size_t limit) {
+      return runShell(command + " --max-output-bytes " + std::to_string(limit) + " hostile.amf");
+    };
+    EXPECT_EQ(limited(whole.out.size()), whole) << line;
+    for (const std::size_t limit : {whole.out.size() - 1, std::size_t{0}}) {
+      const std::string number = std::to_string(limit);
+      const Outcome refused = {7, "",
+                               "amf2json: hostile.amf: output limit: more than "
+                               "--max-output-bytes " +
+                                   number + "\n"};
+      EXPECT_EQ(limited(limit), refused) << line;
+    }
+  }
+  const Outcome kept = {7, "old\n",
+                        "amf2json: hostile.amf: output limit: more than --max-output-bytes 99\n"};
+  EXPECT_EQ(runShell("echo old >out; $amf2json decode --max-output-bytes 99 -o out hostile.amf;"
+                     " s=$?; cat out; exit $s"),
+            kept);
+}
+
+struct Peak {
+  int status;
+  std::uint64_t bytes;
+};
+
+// A child begins with what its parent has, so nothing large is read here.
+Peak peakOf(const std::vector<std::string>& arguments) {
+  writeFile("stdin", "");
+  const pid_t child = spawn(arguments, "stdout");
+  int status = 0;
+  rusage usage{};
+  EXPECT_EQ(wait4(child, &status, 0, &usage), child);
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1,
+          static_cast<std::uint64_t>(usage.ru_maxrss) * 1024};
+}
+
+TEST_F(Hostile, TextsTakeThreeTimesTheirSizeAtMost) {
+  if (kAddressSanitizer || kThreadSanitizer) GTEST_SKIP() << "needs little memory";
+  const std::uint64_t beside = 32u << 20;  // packet, tree and program
+  writeFile("hostile.amf", packetWith(hex("11 0C 83E8A401") + std::string(8000000, '\xFF')));
+  const std::vector<std::vector<std::string>> rows = {
+      {"--compact"},  {"--color", "always"},     {"--to", "both"},
+      {"--to", "js"}, {"--to", "js", "--exact"}, {"-o", "out"}};
+  for (const std::vector<std::string>& options : rows) {
+    std::vector<std::string> words = {"decode", "hostile.amf"};
+    words.insert(words.end(), options.begin(), options.end());
+    const Peak peak = peakOf(words);
+    EXPECT_LE(peak.status, 4);
+    struct stat written {};
+    ASSERT_EQ(stat(options.back() == "out" ? "out" : "stdout", &written), 0);
+    const auto size = static_cast<std::uint64_t>(written.st_size);
+    EXPECT_GT(size, 60000000u);
+    EXPECT_LE(peak.bytes, 3 * size + beside) << options.back();
+  }
+}
+
+// 62 KB, of which half a gigabyte would be made.
+TEST_F(Hostile, TextsOverTheLimitAreNotMade) {
+  if (kAddressSanitizer || kThreadSanitizer) GTEST_SKIP() << "needs little memory";
+  writeFile("hostile.amf", copiedBytes(2000, 30000));
+  const std::uint64_t tree = 80u << 20;
+  for (const char* limit : {"1000000", "16777216", "268435456"}) {
+    const Peak peak = peakOf({"decode", "--max-output-bytes", limit, "hostile.amf"});
+    EXPECT_EQ(peak.status, 7);
+    EXPECT_LE(peak.bytes, 3 * std::stoull(limit) + tree) << limit;
+  }
+  EXPECT_EQ(peakOf({"decode", "hostile.amf"}).status, 7);
+  EXPECT_EQ(peakOf({"dump", "--full", "--max-output-bytes", "1000", "hostile.amf"}).status, 7);
 }
 
 // ---- Many files at once

@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "support/guard_packets.h"
 #include "support/hex.h"
 #include "support/program.h"
 
@@ -62,6 +63,70 @@ TEST_F(Terminal, GetsNoControlByteOfAFileName) {
       "\"status\":\"file\",\"message\":\"cannot read: No such file or directory\","
       "\"exit_code\":9}\n"};
   EXPECT_EQ(runShell("$amf2json check --error-format json $'a\\033[31m\\n'"), json);
+}
+
+// U+202E and U+2066 turn the text behind them round, U+2028 ends a line, U+061C is one of them too.
+TEST_F(Terminal, GetsNoCharacterThatReordersText) {
+  const std::string marks = "\xE2\x80\xAE\xE2\x81\xA6\xE2\x80\xA8\xD8\x9C";
+  const std::string shown = "\\xE2\\x80\\xAE\\xE2\\x81\\xA6\\xE2\\x80\\xA8\\xD8\\x9C";
+  writeFile("marks.amf", echoOf("02 000B E280AE E281A6 E280A8 D89C"));
+  writeFile("a" + marks, readFile("echo.amf"));
+  const std::string decode = "$amf2json decode --color never --exact --to script ";
+  EXPECT_EQ(shownOnTerminal(decode + "marks.amf"), script(shown));
+  EXPECT_EQ(runShell(decode + "marks.amf").out, script(marks));
+  // Not only on terminals: errors, and the command to be run next.
+  EXPECT_EQ(runShell("$amf2json check a" + marks + "b").err,
+            "amf2json: a" + shown + "b: cannot read: No such file or directory\n");
+  EXPECT_EQ(runShell("$amf2json identify a*").out,
+            "a" + shown +
+                ": AMF packet: version 0, 0 headers, 1 message, 25 bytes\n"
+                "next: amf2json decode $'a" +
+                shown + "'\n");
+  // What stands next to them in the tables is a letter.
+  const std::string letters = "\xE2\x80\xAF\xE2\x80\x90\xE2\x81\xAA\xD8\x9B";
+  EXPECT_EQ(runShell("$amf2json check " + letters).err,
+            "amf2json: " + letters + ": cannot read: No such file or directory\n");
+}
+
+TEST_F(Terminal, IsKnownByWhateverNameItHas) {
+  const std::string decode = "$amf2json decode --to script --color never --exact hostile.amf -o ";
+  const std::string shown = script("\\x1B]0;pwned\\x07\\xC2\\x9B\\xFF\xC3\xA4");
+  for (const char* name : {"/dev/tty", "/dev/stdout", "/proc/self/fd/2", "/dev/fd/1", "$(tty)"}) {
+    EXPECT_EQ(shownOnTerminal("exec </dev/tty; " + decode + name), shown) << name;
+    EXPECT_EQ(shownOnTerminal("exec </dev/tty; ln -s " + std::string(name) + " link; " + decode +
+                              "link; rm link"),
+              shown)
+        << "a link to " << name;
+  }
+  EXPECT_EQ(shownOnTerminal(decode + "/dev/tty >/dev/null 2>&1"), shown);
+  // A name of a terminal that leads elsewhere.
+  EXPECT_EQ(runShell(decode + "/dev/stdout").out, script("\x1B]0;pwned\x07\xC2\x9B\xFF\xC3\xA4"));
+  EXPECT_NE(shownOnTerminal("$amf2json decode empty.amf -o /dev/tty >/dev/null").find("\033["),
+            std::string::npos);
+}
+
+// Longer than what is made fit for a terminal at once: no character is taken apart.
+TEST_F(Terminal, GetsLongTextsWhole) {
+  const std::string value = repeat("\xE2\x82\xAC", 100000);
+  writeFile("long.amf", echoOf("0C 000493E0") + value);
+  EXPECT_EQ(shownOnTerminal("$amf2json decode --to script --exact --color never long.amf"),
+            script(value));
+  EXPECT_NE(shownOnTerminal("$amf2json decode --exact --compact long.amf").find(value),
+            std::string::npos);
+}
+
+TEST_F(Terminal, DifferentNamesStayDifferentInJSON) {
+  const std::string rest =
+      ",\"offset\":null,\"section\":null,\"status\":\"file\",\"message\":\"cannot read: No such "
+      "file "
+      "or directory\",\"exit_code\":9}\n";
+  EXPECT_EQ(runShell("$amf2json check -j 1 --error-format json $'a\\377' $'a\\376'").err,
+            "{\"file\":\"a\\ufffd\",\"file_bytes\":\"61FF\"" + rest +
+                "{\"file\":\"a\\ufffd\",\"file_bytes\":\"61FE\"" + rest);
+  EXPECT_NE(runShell("mkdir d; cp echo.amf d/$'\\377'; $amf2json decode --error-format json -o out "
+                     "d/$'\\377' ./d/$'\\377'")
+                .err.find("-o: d/\\\\xFF and ./d/\\\\xFF would"),
+            std::string::npos);
 }
 
 // ---- Colours

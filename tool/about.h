@@ -20,10 +20,13 @@ inline constexpr const char* kAboutProgram =
     "\n"
     "A problem in a packet is told as FILE:OFFSET: MESSAGE (SECTION), with the bytes around the\n"
     "place on the next line and a bar where it is. With --error-format json each problem is an\n"
-    "object on one line: file, offset, section, status, message, exit_code.\n"
+    "object on one line: file, offset, section, status, message, exit_code; for a name that is not\n"
+    "UTF-8 also file_bytes, in hexadecimal.\n"
     "\n"
-    "An output file is written beside and renamed when it is complete. On a terminal the control\n"
-    "characters of a packet are shown as \\xNN. Times are in UTC; nothing follows the locale. A\n"
+    "An output file gets its name when it is complete. A file that -o names is replaced, unless it is\n"
+    "an input or read-only; in a folder nothing is replaced without --force. What is no regular file\n"
+    "is written to. On a terminal control characters of a packet, and those that change the\n"
+    "direction of writing, are shown as \\xNN. Times are in UTC; nothing follows the locale. A\n"
     "reader that closes its pipe ends the program as SIGPIPE does.\n";
 
 inline const std::vector<Example>& programExamples() {

@@ -13,11 +13,10 @@
 
 // What became of one file.
 struct FileResult {
-  std::string text;                // whole, for standard output or the output file
-  const char* extension = ".txt";  // of an output file in a folder
-  bool isJSON = false;             // or a script: can be coloured
-  ExitCode answer = kDone;         // kDone or kNo
-  std::vector<Problem> problems;   // told behind the text
+  std::string text;               // whole, for standard output or the output file
+  bool isJSON = false;            // or a script: can be coloured
+  ExitCode answer = kDone;        // kDone or kNo
+  std::vector<Problem> problems;  // told behind the text
 };
 
 struct Example {
@@ -35,6 +34,9 @@ struct Command {
   // One file. May run on any thread, several at once. Throws Problem where the work on this file
   // ends.
   FileResult (*work)(const std::string& file, const Options& options);
+  // What is added to the name of a file for that of its result in a folder. Null: the command takes
+  // no -o.
+  const char* (*extension)(const Options& options) = nullptr;
 };
 
 const std::vector<Command>& commands();

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool/decode.h"
 
+#include <limits>
+#include <new>
 #include <utility>
 
+#include "tool/allocation_limit.h"
+#include "tool/output_limit.h"
 #include "tool/own_stack.h"
 #include "tool/packet.h"
 #include "tool/shared_options.h"
@@ -33,11 +37,31 @@ const std::string& view(AMFProtocol& protocol, const DecodeOptions& options) {
   return protocol.getPackageInJSON(pretty);
 }
 
+// A text of up to `most` bytes never asks for a larger block than this: its room is doubled when it
+// is full. The rest is for what does not grow with the text.
+std::size_t largestBlockFor(std::size_t most) {
+  constexpr std::size_t kBeside = std::size_t{4} << 20;
+  constexpr std::size_t kEndless = std::numeric_limits<std::size_t>::max();
+  return most > (kEndless - kBeside) / 2 ? kEndless : 2 * most + kBeside;
+}
+
+// The library has no limit for its texts. Here the rendering ends when one of them grows too large;
+// whatever is a little over the limit is refused once it is made.
+const std::string& boundedView(AMFProtocol& protocol, const Options& options) {
+  const AllocationLimit limit(largestBlockFor(options.maxOutputBytes));
+  try {
+    return view(protocol, options.decode);
+  } catch (const std::bad_alloc&) {
+    if (limit.wasMet()) throw outputTooLarge(options.maxOutputBytes);
+    throw;
+  }
+}
+
 // A long text leaves the protocol object, which goes; a short one is copied, as the storage is of
 // use to the next object.
-std::string textOf(AMFProtocol& protocol, const DecodeOptions& options) {
+std::string textOf(AMFProtocol& protocol, const Options& options) {
   constexpr std::size_t kLong = 524288;
-  const std::string& text = view(protocol, options);
+  const std::string& text = boundedView(protocol, options);
   if (text.size() < kLong) return text;
   return std::move(const_cast<std::string&>(text));  // one of the object's public members
 }
@@ -63,7 +87,8 @@ std::optional<Problem> cutOf(const AMFProtocol& protocol, const DecodeOptions& o
   return problem;
 }
 
-const char* extensionOf(View view) {
+const char* extensionOf(const Options& options) {
+  const View view = options.decode.view;
   return view == View::json ? ".json" : view == View::both ? ".txt" : ".js";
 }
 
@@ -76,9 +101,8 @@ FileResult show(const Packet& packet, const Options& options) {
     protocol.useTemporaries = false;
   }
   FileResult result;
-  result.text = textOf(protocol, options.decode);
+  result.text = textOf(protocol, options);
   removeBreaks(result.text, protocol, options.decode);
-  result.extension = extensionOf(options.decode.view);
   result.isJSON = true;
   if (const auto cut = cutOf(protocol, options.decode, result.text.size())) {
     result.problems.push_back(*cut);
@@ -119,5 +143,6 @@ Command decodeCommand() {
            {"amf2json decode -o packet.json packet.amf", "to a file, whole or not at all"},
            {"amf2json decode --error-format json *.amf", "problems for a machine to read"}},
           declare,
-          decode};
+          decode,
+          extensionOf};
 }

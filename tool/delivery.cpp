@@ -1,54 +1,40 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// Tested by tests/tool_files_test.cpp.
 #include "tool/delivery.h"
 
 #include <algorithm>
-#include <map>
 #include <system_error>
 
-#include "tool/output.h"
+#include "tool/output_check.h"
 
 namespace {
 
 constexpr std::size_t kJoinedMost = 65536;
 
-// Several files go to a folder, and so does one if the folder is there.
-bool namesFolder(const Options& options) {
-  return options.output != "-" && (options.files.size() > 1 || platform::isFolder(options.output));
-}
-
-std::string baseName(const std::string& file) {
-  if (file == "-") return "stdin";
-  return file.substr(file.rfind('/') + 1);
-}
-
-void refuseSameNames(const Options& options) {
-  std::map<std::string, std::string> fileOf;
-  for (const std::string& file : options.files) {
-    const auto [known, isNew] = fileOf.emplace(baseName(file), file);
-    if (isNew) continue;
-    throw Problem{kUsage, "usage",
-                  "-o: " + known->second + " and " + file + " would be written to the same file"};
-  }
-}
-
-void makeFolder(const std::string& folder) {
-  if (!platform::makeFolder(folder)) throw fileProblem(folder, "write");
+std::string resultName(const std::string& file, const char* extension) {
+  const std::string name = file == "-" ? "stdin" : file.substr(platform::lastPartOf(file));
+  return name + extension;
 }
 
 }  // namespace
 
-Delivery::Delivery(const Options& chosen)
+Delivery::Delivery(const Options& chosen, const char* resultExtension)
     : options(chosen),
-      intoFolder(namesFolder(chosen)),
-      textStyle(::textStyle(chosen)),
+      extension(resultExtension),
+      destination(chosen),
+      textStyle(::textStyle(chosen, destination)),
       reportStyle(::reportStyle(chosen)),
-      progress(chosen.files.size(), chosen.output != "-") {
+      progress(chosen.files.size(), !destination.isTerminal()) {
   joined.reserve(kJoinedMost);
-  if (intoFolder) {
-    refuseSameNames(options);
-    makeFolder(options.output);
+  if (destination.kind() == Destination::Kind::stream) return;
+  if (isFolder()) {
+    std::vector<std::string> results;
+    for (const std::string& file : options.files) results.push_back(resultName(file, extension));
+    checkFolder(destination.path(), results, options);
+  } else {
+    checkFile(destination.path(), options);
   }
-  if (options.output == "-") return;
   try {
     signals.emplace(writing);
   } catch (const std::system_error&) {
@@ -57,15 +43,13 @@ Delivery::Delivery(const Options& chosen)
 }
 
 void Delivery::prepare(const std::string& file, FileResult& result) {
-  dress(result, textStyle);
-  if (!intoFolder) return;
-  const std::string target = options.output + "/" + baseName(file) + result.extension;
+  if (!isFolder()) return;
+  const std::string target = destination.path() + '/' + resultName(file, extension);
   try {
-    writeFile(target, result.text, writing);
+    const Existing existing = options.force ? Existing::replace : Existing::refuse;
+    writeFile(target, pourOf(result), existing, writing);
   } catch (const Problem& problem) {
     result.problems.insert(result.problems.begin(), problem);
-  } catch (const ClosedPipe&) {  // a named one
-    result.problems.insert(result.problems.begin(), fileProblem(target, "write"));
   }
   std::string().swap(result.text);
 }
@@ -73,7 +57,7 @@ void Delivery::prepare(const std::string& file, FileResult& result) {
 void Delivery::take(const std::string& file, const FileResult& result,
                     const std::optional<Problem>& problem) {
   worst = std::max(worst, result.answer);
-  if (!problem && !intoFolder) write(result);
+  if (!problem && !isFolder()) write(result);
   for (const Problem& beside : result.problems) tell(beside, file);
   if (problem) tell(*problem, file);
   progress.step();
@@ -87,21 +71,29 @@ void Delivery::tell(Problem problem, const std::string& file) {
   report(problem, reportStyle);
 }
 
+Pour Delivery::pourOf(const FileResult& result) const {
+  return [this, &result](const Sink& sink) { dress(result, textStyle, sink); };
+}
+
 void Delivery::write(const FileResult& result) {
-  if (options.output != "-") {
-    try {
-      writeFile(options.output, result.text, writing);
-    } catch (const Problem& problem) {
-      tell(problem, options.output);
-    }
+  if (destination.kind() == Destination::Kind::stream) {
+    dress(result, textStyle, [this](std::string_view piece) { join(piece); });
     return;
   }
-  if (joined.size() + result.text.size() > kJoinedMost) flush();
-  if (result.text.size() > kJoinedMost) return writeOutput(result.text);
-  joined += result.text;
+  try {
+    writeFile(destination.path(), pourOf(result), Existing::replace, writing);
+  } catch (const Problem& problem) {
+    tell(problem, destination.path());
+  }
+}
+
+void Delivery::join(std::string_view piece) {
+  if (joined.size() + piece.size() > kJoinedMost) flush();
+  if (piece.size() > kJoinedMost) return destination.write(piece);
+  joined += piece;
 }
 
 void Delivery::flush() {
-  writeOutput(joined);
+  destination.write(joined);
   joined.clear();
 }

@@ -1,17 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What becomes of the results: texts go to standard output or to files, problems are told. Texts
-// for standard output are joined as long as nothing has to be told between them; files in a folder
-// are written by the threads that made their texts.
+// What becomes of the results: texts go to a stream or to files, problems are told. Texts for a
+// stream are joined as long as nothing has to be told between them; files in a folder are written
+// by the threads that made their texts.
 #ifndef AMF2JSON_TOOL_DELIVERY_H
 #define AMF2JSON_TOOL_DELIVERY_H
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "tool/command.h"
+#include "tool/destination.h"
 #include "tool/gate.h"
 #include "tool/options.h"
+#include "tool/output.h"
 #include "tool/platform.h"
 #include "tool/progress.h"
 #include "tool/report.h"
@@ -19,14 +22,14 @@
 
 class Delivery {
  public:
-  // Throws Problem where two files would be written to the same place, and where the output folder
-  // cannot be made.
-  explicit Delivery(const Options& chosen);
+  // `resultExtension` as in Command. Throws Problem where an output would destroy what it must not,
+  // and where the output folder cannot be made: nothing was written then.
+  Delivery(const Options& chosen, const char* resultExtension);
 
   // What can be done before the result's turn comes. On any thread, several at once.
   void prepare(const std::string& file, FileResult& result);
   // The result for a file, or the problem that stood in its way. Throws ClosedPipe, and Problem
-  // when standard output cannot be written. Here and below, on one thread.
+  // when a stream cannot be written. Here and below, on one thread.
   void take(const std::string& file, const FileResult& result,
             const std::optional<Problem>& problem);
   // Writes what was joined. Throws as take.
@@ -35,15 +38,19 @@ class Delivery {
   ExitCode worstSoFar() const { return worst; }
 
  private:
+  bool isFolder() const { return destination.kind() == Destination::Kind::folder; }
   void tell(Problem problem, const std::string& file);
+  Pour pourOf(const FileResult& result) const;
   void write(const FileResult& result);
+  void join(std::string_view piece);
 
   const Options& options;
-  const bool intoFolder;
+  const char* const extension;
+  Destination destination;
   const TextStyle textStyle;
   const ReportStyle reportStyle;
   Progress progress;
-  std::string joined;  // texts for standard output
+  std::string joined;  // texts for a stream
   Gate writing;        // files, where a signal must find none half-written
   std::optional<platform::SignalsAtGate> signals;
   ExitCode worst = kDone;

@@ -11,6 +11,7 @@
 
 #include "tool/dump_values.h"
 #include "tool/hex.h"
+#include "tool/output_limit.h"
 #include "tool/quoted.h"
 #include "tool/words.h"
 
@@ -187,6 +188,7 @@ void Dumper::line(std::size_t offset, std::string_view bytes, std::string_view m
   text += place(offset) + "  " + hex + ' ' + ascii;
   if (!meaning.empty()) (text += "  ") += meaning;
   text += '\n';
+  if (text.size() > options.maxText) throw outputTooLarge(options.maxText);
 }
 
 void Dumper::finish(const AMFVerifyResult& result) {

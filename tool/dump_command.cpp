@@ -27,6 +27,7 @@ FileResult dump(const std::string& file, const Options& options) {
   dumpOptions.full = options.dump.full;
   dumpOptions.hiddenHead = envelopeOf(packet.form).size();
   dumpOptions.firstOffset = packet.skipped;
+  dumpOptions.maxText = options.maxOutputBytes;
   dumpOptions.limits = limitsFor(packet.form, options.limits);
   dumpPacket(packet.bytes, dumpOptions, result.text);
   tellVerdict(result, packet, options);
@@ -49,5 +50,6 @@ Command dumpCommand() {
            {"amf2json dump --as amf3 value.bin", "a value without a packet around it"},
            {"amf2json dump --unwrap capture.txt", "a packet pasted as hexadecimal or base64"}},
           declare,
-          dump};
+          dump,
+          [](const Options&) { return ".txt"; }};
 }

@@ -9,6 +9,7 @@
 
 #include "tool/delivery.h"
 #include "tool/ordered_work.h"
+#include "tool/output_limit.h"
 
 namespace {
 
@@ -24,6 +25,8 @@ Finished workOn(const Command& command, const std::string& file, const Options& 
                 Delivery& delivery) {
   try {
     Finished finished{command.work(file, options), std::nullopt};
+    if (finished.result.text.size() > options.maxOutputBytes)
+      throw outputTooLarge(options.maxOutputBytes);
     delivery.prepare(file, finished.result);
     return finished;
   } catch (const Problem& problem) {
@@ -52,7 +55,8 @@ void refuseSecondStandardInput(const std::vector<std::string>& files) {
 ExitCode workOnFiles(const Command& command, const Options& options) {
   const std::vector<std::string>& files = options.files;
   refuseSecondStandardInput(files);
-  Delivery delivery(options);
+  const bool hasOutput = command.extension != nullptr;
+  Delivery delivery(options, hasOutput ? command.extension(options) : "");
   OrderedWork<Finished> work(
       files.size(), threadsFor(options),
       [&](std::size_t i) { return workOn(command, files[i], options, delivery); },

@@ -51,8 +51,8 @@ const char* colorOfWord(std::string_view word) {
 
 }  // namespace
 
-std::string highlighted(std::string_view text) {
-  std::string painted;
+void highlight(std::string_view text, const Sink& put, const Sink& putCode) {
+  std::size_t plain = 0;  // begin of what has no colour and was not put yet
   for (std::size_t i = 0; i < text.size();) {
     std::size_t end = i + 1;
     const char* color = nullptr;
@@ -63,10 +63,14 @@ std::string highlighted(std::string_view text) {
       end = endOfWord(text, i);
       color = colorOfWord(text.substr(i, end - i));
     }
-    if (color != nullptr) painted += color;
-    painted.append(text, i, end - i);
-    if (color != nullptr) painted += kReset;
+    if (color != nullptr) {
+      put(text.substr(plain, i - plain));
+      putCode(color);
+      put(text.substr(i, end - i));
+      putCode(kReset);
+      plain = end;
+    }
     i = end;
   }
-  return painted;
+  put(text.substr(plain));
 }

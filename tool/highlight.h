@@ -2,10 +2,12 @@
 #ifndef AMF2JSON_TOOL_HIGHLIGHT_H
 #define AMF2JSON_TOOL_HIGHLIGHT_H
 
-#include <string>
 #include <string_view>
 
-// A JSON text or a script of the views with colours for terminals: names, strings, numbers, words.
-std::string highlighted(std::string_view text);
+#include "tool/output.h"
+
+// Colours names, strings, numbers and words of a text in JSON or JavaScript: passes the text to
+// `put`, piece by piece, and in front of and behind pieces the codes of terminals to `putCode`.
+void highlight(std::string_view text, const Sink& put, const Sink& putCode);
 
 #endif  // AMF2JSON_TOOL_HIGHLIGHT_H

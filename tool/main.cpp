@@ -7,6 +7,7 @@
 #include "tool/command_line.h"
 #include "tool/file_loop.h"
 #include "tool/output.h"
+#include "tool/own_stack.h"
 #include "tool/platform.h"
 #include "tool/report.h"
 #include "tool/terminal.h"
@@ -34,12 +35,9 @@ ExitCode run(const std::vector<std::string>& words) {
   }
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  platform::start();
+ExitCode runAndTell(const std::vector<std::string>& words) {
   try {
-    return run(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
+    return run(words);
   } catch (const ClosedPipe&) {
     platform::endByClosedPipe(kFileFailure);
   } catch (const std::bad_alloc&) {
@@ -49,4 +47,20 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "amf2json: %s\n", e.what());
     return kBug;
   }
+}
+
+}  // namespace
+
+// Whatever stack the program was started with: all work is done on one of a known size. Ctrl-C and
+// the like are left to the thread that has it.
+int main(int argc, char** argv) {
+  platform::start();
+  ExitCode exitCode = kBug;
+  const platform::SignalsWait signalsWait;
+  const auto work = [&] {
+    signalsWait.endOnThisThread();
+    exitCode = runAndTell(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
+  };
+  if (!OwnStackThread(kWorkerLevels, work).isRunning()) work();
+  return exitCode;
 }

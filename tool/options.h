@@ -30,6 +30,7 @@ struct DumpCommandOptions {
 struct Options {
   std::vector<std::string> files = {"-"};
   std::string output = "-";
+  bool force = false;      // replaces files that -o otherwise leaves alone
   std::uint32_t jobs = 0;  // threads; 0: as many as there are processors
   bool allowTrailing = false;
   bool localTime = false;
@@ -40,6 +41,7 @@ struct Options {
   std::size_t skip = 0;
   ReportFormat format = ReportFormat::text;  // of check and identify
   AMFVerifyLimits limits;
+  std::size_t maxOutputBytes = std::size_t{1} << 28;  // of the text of one file
   DecodeOptions decode;
   DumpCommandOptions dump;
 };

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// Tested by tests/tool_files_test.cpp.
 #include "tool/output.h"
 
 #include <cerrno>
@@ -8,29 +10,10 @@
 
 namespace {
 
-void writeAll(int descriptor, std::string_view text, const std::string& file) {
-  while (!text.empty()) {
-    const std::ptrdiff_t put = platform::write(descriptor, text.data(), text.size());
-    if (put >= 0) {
-      text.remove_prefix(static_cast<std::size_t>(put));
-    } else if (errno == EPIPE) {
-      throw ClosedPipe{};
-    } else if (errno != EINTR) {
-      throw fileProblem(file, "write");
-    }
-  }
-}
-
-void writeInPlace(const std::string& file, std::string_view text) {
-  const Descriptor out(platform::openToWrite(file));
-  if (out.number < 0) throw fileProblem(file, "write");
-  writeAll(out.number, text, file);
-}
-
-// A name for a file until it is complete; removed unless it was renamed.
+// A file without its name until it is complete; removed unless it was renamed.
 struct Beside {
   explicit Beside(const std::string& file)
-      : name(file + ".XXXXXX"), opened(platform::makeUnique(name)), isThere(opened.number >= 0) {}
+      : opened(platform::makeUniqueBeside(file, name)), isThere(opened.number >= 0) {}
   Beside(const Beside&) = delete;
   Beside& operator=(const Beside&) = delete;
   ~Beside() {
@@ -43,32 +26,45 @@ struct Beside {
 };
 
 // A file that was there is given up only for one that is on the disk.
-void replaceFile(const std::string& file, std::string_view text, const platform::Status& old,
-                 Gate& gate) {
-  const auto pass = gate.enter();
-  // Of a link, so that the link itself stays.
-  const std::string target = old.exists ? platform::targetOf(file) : file;
-  Beside beside(target);
-  if (!beside.isThere) throw fileProblem(file, "write");
-  writeAll(beside.opened.number, text, file);
-  const unsigned mode = old.exists ? old.mode : platform::modeOfNewFile();
-  if (!platform::setMode(beside.opened.number, mode) ||
-      (old.exists && !platform::flush(beside.opened.number)) || !beside.opened.close() ||
-      !platform::rename(beside.name, target)) {
-    throw fileProblem(file, "write");
+bool complete(Beside& beside, const std::string& file, const platform::Status& old) {
+  const int number = beside.opened.number;
+  if (!old.exists) {
+    return platform::setMode(number, platform::modeOfNewFile()) && beside.opened.close();
   }
-  beside.isThere = false;
+  return platform::takeRights(number, file, old) && platform::flush(number) &&
+         beside.opened.close();
 }
 
 }  // namespace
 
-void writeOutput(std::string_view text) {
-  writeAll(platform::kOutput, text, "standard output");
+void writeTo(int descriptor, std::string_view text, const std::string& name) {
+  while (!text.empty()) {
+    const std::ptrdiff_t put = platform::write(descriptor, text.data(), text.size());
+    if (put >= 0) {
+      text.remove_prefix(static_cast<std::size_t>(put));
+    } else if (errno == EPIPE) {
+      throw ClosedPipe{};
+    } else if (errno != EINTR) {
+      throw fileProblem(name, "write");
+    }
+  }
 }
 
-void writeFile(const std::string& file, std::string_view text, Gate& gate) {
-  if (file == "-") return writeOutput(text);
-  const platform::Status old = platform::statusOf(file);
-  if (old.exists && !old.isRegular) return writeInPlace(file, text);
-  replaceFile(file, text, old, gate);
+void writeOutput(std::string_view text) {
+  writeTo(platform::kOutput, text, "standard output");
+}
+
+void writeFile(const std::string& file, const Pour& pour, Existing existing, Gate& gate) {
+  const auto pass = gate.enter();
+  platform::Status old;
+  if (existing == Existing::replace) old = platform::statusOfLink(file);
+  if (old.exists && !old.isRegular) throw notReplaced(file, "not a regular file");
+  Beside beside(file);
+  if (!beside.isThere) throw fileProblem(file, "write");
+  pour([&](std::string_view piece) { writeTo(beside.opened.number, piece, file); });
+  const bool isWritten = complete(beside, file, old) &&
+                         (existing == Existing::replace ? platform::rename(beside.name, file)
+                                                        : platform::renameNew(beside.name, file));
+  if (!isWritten) throw fileProblem(file, "write");
+  beside.isThere = false;
 }

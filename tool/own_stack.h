@@ -24,6 +24,7 @@ class OwnStackThread {
 
   // False where the system has no thread or no stack of that size to give: nothing runs then.
   bool isRunning() const { return running; }
+  pthread_t handle() const { return thread; }
 
  private:
   static void* enter(void* self);

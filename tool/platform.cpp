@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/tool_files_test.cpp, on POSIX. script/build-windows builds the other half.
+// Processes, descriptors and signals; files by their names are in platform_files.cpp. Tested by
+// tests/tool_files_test.cpp, on POSIX. script/build-windows builds the other half.
 #include "tool/platform.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 
 #include <atomic>
 #include <cerrno>
@@ -12,10 +12,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <thread>
+#include <system_error>
+
+#include "tool/own_stack.h"
 
 #ifdef _WIN32
-#include <direct.h>
 #include <io.h>
 #else
 #include <unistd.h>
@@ -39,31 +40,7 @@ void keepFreedMemory() {
 #endif
 }
 
-template <class Stat>
-Status statusFrom(const Stat& found) {
-  Status status;
-  status.exists = true;
-  status.isRegular = S_ISREG(found.st_mode);
-  status.size = static_cast<unsigned long long>(found.st_size);
-  status.mode = static_cast<unsigned>(found.st_mode) & 07777u;
-  return status;
-}
-
 }  // namespace
-
-bool makeFolder(const std::string& path) {
-#ifdef _WIN32
-  if (isFolder(path) || ::_mkdir(path.c_str()) == 0) return true;
-#else
-  if (isFolder(path) || ::mkdir(path.c_str(), 0777) == 0) return true;
-#endif
-  if (errno == EEXIST) errno = ENOTDIR;
-  return false;
-}
-
-void remove(const std::string& file) {
-  std::remove(file.c_str());
-}
 
 #ifdef _WIN32
 
@@ -84,17 +61,15 @@ void endByClosedPipe(int status) {
 bool isTerminal(int descriptor) {
   return ::_isatty(descriptor) != 0;
 }
-
-bool isFolder(const std::string& path) {
-  struct _stat64 found {};
-  return ::_stat64(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode);
+bool isWritable(int) {
+  return true;  // not to be asked
 }
 
 int openToRead(const std::string& file) {
   return ::_open(file.c_str(), _O_RDONLY | _O_BINARY);
 }
 int openToWrite(const std::string& file) {
-  return ::_open(file.c_str(), _O_WRONLY | _O_BINARY);
+  return ::_open(file.c_str(), _O_WRONLY | _O_APPEND | _O_BINARY);
 }
 bool close(int descriptor) {
   return ::_close(descriptor) == 0;
@@ -116,38 +91,9 @@ std::ptrdiff_t write(int descriptor, const char* bytes, std::size_t count) {
   return ::_write(descriptor, bytes, pieceOf(count));
 }
 
-Status statusOf(const std::string& file) {
-  struct _stat64 found {};
-  return ::_stat64(file.c_str(), &found) == 0 ? statusFrom(found) : Status();
-}
-Status statusOf(int descriptor) {
-  struct _stat64 found {};
-  return ::_fstat64(descriptor, &found) == 0 ? statusFrom(found) : Status();
-}
-
-std::string targetOf(const std::string& file) {
-  return file;
-}
-unsigned modeOfNewFile() {
-  return 0666;
-}
-int makeUnique(std::string& name) {
-  if (::_mktemp_s(&name[0], name.size() + 1) != 0) return -1;
-  return ::_open(name.c_str(), _O_RDWR | _O_CREAT | _O_EXCL | _O_BINARY, _S_IREAD | _S_IWRITE);
-}
-bool setMode(int, unsigned) {
-  return true;
-}
-bool flush(int descriptor) {
-  return ::_commit(descriptor) == 0;
-}
-bool rename(const std::string& from, const std::string& to) {
-  std::remove(to.c_str());  // here no file takes the place of another
-  return std::rename(from.c_str(), to.c_str()) == 0;
-}
-
 SignalsWait::SignalsWait() : before(nullptr) {}
 SignalsWait::~SignalsWait() = default;
+void SignalsWait::endOnThisThread() const {}
 
 struct SignalsAtGate::Watch {};
 SignalsAtGate::SignalsAtGate(Gate&) {}
@@ -182,17 +128,16 @@ void endByClosedPipe(int status) {
 bool isTerminal(int descriptor) {
   return ::isatty(descriptor) == 1;
 }
-
-bool isFolder(const std::string& path) {
-  struct stat found {};
-  return ::stat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode);
+bool isWritable(int descriptor) {
+  const int flags = ::fcntl(descriptor, F_GETFL);
+  return flags >= 0 && (flags & O_ACCMODE) != O_RDONLY;
 }
 
 int openToRead(const std::string& file) {
   return ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
 }
 int openToWrite(const std::string& file) {
-  return ::open(file.c_str(), O_WRONLY | O_CLOEXEC);
+  return ::open(file.c_str(), O_WRONLY | O_APPEND | O_NOCTTY | O_CLOEXEC);
 }
 bool close(int descriptor) {
   return ::close(descriptor) == 0;
@@ -203,44 +148,6 @@ std::ptrdiff_t read(int descriptor, char* bytes, std::size_t count) {
 }
 std::ptrdiff_t write(int descriptor, const char* bytes, std::size_t count) {
   return ::write(descriptor, bytes, count);
-}
-
-Status statusOf(const std::string& file) {
-  struct stat found {};
-  return ::stat(file.c_str(), &found) == 0 ? statusFrom(found) : Status();
-}
-Status statusOf(int descriptor) {
-  struct stat found {};
-  return ::fstat(descriptor, &found) == 0 ? statusFrom(found) : Status();
-}
-
-std::string targetOf(const std::string& file) {
-  char* const path = ::realpath(file.c_str(), nullptr);
-  if (path == nullptr) return file;
-  const std::string target(path);
-  std::free(path);
-  return target;
-}
-unsigned modeOfNewFile() {
-  // Once: no other thread may see what the mask is in between.
-  static const mode_t mask = [] {
-    const mode_t before = ::umask(0);
-    ::umask(before);
-    return before;
-  }();
-  return 0666u & ~static_cast<unsigned>(mask);
-}
-int makeUnique(std::string& name) {
-  return ::mkstemp(&name[0]);
-}
-bool setMode(int descriptor, unsigned mode) {
-  return ::fchmod(descriptor, static_cast<mode_t>(mode)) == 0;
-}
-bool flush(int descriptor) {
-  return ::fsync(descriptor) == 0;
-}
-bool rename(const std::string& from, const std::string& to) {
-  return std::rename(from.c_str(), to.c_str()) == 0;
 }
 
 namespace {
@@ -272,17 +179,21 @@ SignalsWait::SignalsWait() : before(new Before) {
   pthread_sigmask(SIG_BLOCK, &waiting, &before->signals);
 }
 SignalsWait::~SignalsWait() {
-  pthread_sigmask(SIG_SETMASK, &before->signals, nullptr);
+  endOnThisThread();
   delete before;
+}
+void SignalsWait::endOnThisThread() const {
+  pthread_sigmask(SIG_SETMASK, &before->signals, nullptr);
 }
 
 // A thread takes the signals; all others have them wait.
 struct SignalsAtGate::Watch {
-  explicit Watch(Gate& watched) : gate(watched), thread([this] { run(); }) {}
+  explicit Watch(Gate& watched) : gate(watched), thread(0, [this] { run(); }) {
+    if (!thread.isRunning()) throw std::system_error(EAGAIN, std::generic_category());
+  }
   ~Watch() {
     isOver = true;
-    pthread_kill(thread.native_handle(), SIGTERM);  // seen before any that the process gets
-    thread.join();
+    pthread_kill(thread.handle(), SIGTERM);  // seen before any that the process gets
   }
   void run() {
     const sigset_t signals = endingSignals();
@@ -295,7 +206,7 @@ struct SignalsAtGate::Watch {
   const SignalsWait signalsWait;
   Gate& gate;
   std::atomic<bool> isOver{false};
-  std::thread thread;
+  const OwnStackThread thread;  // joined first
 };
 SignalsAtGate::SignalsAtGate(Gate& gate) : watch(std::make_unique<Watch>(gate)) {}
 SignalsAtGate::~SignalsAtGate() = default;

@@ -26,6 +26,8 @@ void useUTC();
 [[noreturn]] void endByClosedPipe(int status);
 
 bool isTerminal(int descriptor);
+// Whether it was opened for writing.
+bool isWritable(int descriptor);
 bool isFolder(const std::string& path);
 // True as well when it was there.
 bool makeFolder(const std::string& path);
@@ -38,26 +40,66 @@ bool close(int descriptor);
 std::ptrdiff_t read(int descriptor, char* bytes, std::size_t count);
 std::ptrdiff_t write(int descriptor, const char* bytes, std::size_t count);
 
+// Two names of one file have the same.
+struct FileIdentity {
+  unsigned long long device = 0;
+  unsigned long long file = 0;
+};
+inline bool operator<(const FileIdentity& a, const FileIdentity& b) {
+  return a.device != b.device ? a.device < b.device : a.file < b.file;
+}
+inline bool operator==(const FileIdentity& a, const FileIdentity& b) {
+  return a.device == b.device && a.file == b.file;
+}
+
 // What is there under a name; for a descriptor, what was opened.
 struct Status {
   bool exists = false;
   bool isRegular = false;
+  bool isPipe = false;
   unsigned long long size = 0;
   unsigned mode = 0;  // permissions
+  unsigned owner = 0;
+  unsigned group = 0;
+  FileIdentity identity;
 };
 Status statusOf(const std::string& file);
 Status statusOf(int descriptor);
+// Of a link itself.
+Status statusOfLink(const std::string& file);
 
-// The file that `file` stands for: the target of a link.
-std::string targetOf(const std::string& file);
+// Where bytes for a name go. Links are followed, also one whose target does not exist.
+struct Place {
+  std::string file;
+  int descriptor = -1;     // of this process, where the name leads to one
+  bool isForeign = false;  // a descriptor of another process: no file to be replaced
+};
+// Throws Problem where links lead round in a circle.
+Place placeOf(const std::string& name);
+
+// Where the last part of a path begins.
+std::size_t lastPartOf(const std::string& path);
+// A new file, and a new folder, in the same folder as `file`; `name` is set.
+int makeUniqueBeside(const std::string& file, std::string& name);
+bool makeUniqueFolder(const std::string& folder, std::string& name);
+void removeFolder(const std::string& folder);
+// -1 where the name is taken.
+int openNew(const std::string& file);
+
 unsigned modeOfNewFile();
-// A new file; the last letters XXXXXX of `name` become those that it got.
-int makeUnique(std::string& name);
 bool setMode(int descriptor, unsigned mode);
+// Whether the permissions of a file allow to write to it; for root as well, who needs none.
+bool isReadOnly(const std::string& file, const Status& status);
+// Gives a new file the owner, group and permissions of `file`, which it is to replace. What the
+// process may not keep makes the permissions fewer: nobody gets more than before. Never a bit that
+// makes a program run as somebody else.
+bool takeRights(int descriptor, const std::string& file, const Status& old);
 // Has the bytes of a file written out.
 bool flush(int descriptor);
-// Takes the place of a file that has the name.
+// Takes the place of a file that has the name, in one step.
 bool rename(const std::string& from, const std::string& to);
+// Fails where the name is taken.
+bool renameNew(const std::string& from, const std::string& to);
 void remove(const std::string& file);
 
 // Ctrl-C and the like wait until the end of the scope.
@@ -67,6 +109,8 @@ class SignalsWait {
   SignalsWait(const SignalsWait&) = delete;
   SignalsWait& operator=(const SignalsWait&) = delete;
   ~SignalsWait();
+  // The calling thread takes them as the one did that made this.
+  void endOnThisThread() const;
 
  private:
   struct Before;

@@ -10,3 +10,9 @@ Problem fileProblem(const std::string& file, const char* action) {
   problem.file = file;
   return problem;
 }
+
+Problem notReplaced(const std::string& file, const std::string& reason) {
+  Problem problem{kFileFailure, "file", "cannot write: " + reason};
+  problem.file = file;
+  return problem;
+}

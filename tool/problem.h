@@ -24,5 +24,7 @@ struct Problem {
 
 // "cannot read: REASON" and the like, from errno.
 Problem fileProblem(const std::string& file, const char* action);
+// "cannot write: REASON", about a file that is there and stays as it is.
+Problem notReplaced(const std::string& file, const std::string& reason);
 
 #endif  // AMF2JSON_TOOL_PROBLEM_H

@@ -3,6 +3,7 @@
 
 void declareOutput(OptionTable& table, Options& options) {
   table.text("-o,--output", "FILE", options.output, "File to write; of several inputs, the folder");
+  table.flag("--force", options.force, "Replace read-only files and old results in a folder");
 }
 
 void declareForm(OptionTable& table, Options& options) {
@@ -39,5 +40,6 @@ void declareShared(OptionTable& table, Options& options) {
   table.limit("--max-string-bytes", limits.maxStringBytes, "One string, XML text or byte array");
   table.limit("--max-switched-references", limits.maxSwitchedReferences,
               "AMF3 references right behind a switch");
+  table.limit("--max-output-bytes", options.maxOutputBytes, "The text made of one file");
   table.files(options.files, "Packets to read; - or none: standard input");
 }

@@ -5,7 +5,9 @@
 #define AMF2JSON_TOOL_TERMINAL_H
 
 #include "tool/command.h"
+#include "tool/destination.h"
 #include "tool/options.h"
+#include "tool/output.h"
 #include "tool/report.h"
 
 ReportStyle reportStyle(const Options& options);
@@ -15,7 +17,9 @@ struct TextStyle {
   bool printable = false;  // no control byte of a packet gets to a terminal
   bool color = false;
 };
-TextStyle textStyle(const Options& options);
-void dress(FileResult& result, const TextStyle& style);
+// By what the bytes go to, however it was named.
+TextStyle textStyle(const Options& options, const Destination& destination);
+// Passes the text on in pieces: no second one of its size is made.
+void dress(const FileResult& result, const TextStyle& style, const Sink& sink);
 
 #endif  // AMF2JSON_TOOL_TERMINAL_H

@@ -1,0 +1,66 @@
+# SPDX-License-Identifier: Apache-2.0
+#
+# Release builds that make faults of memory harder to use: stack protector, checked calls of the C library, no lazy
+# binding, a position-independent program. Flags are set on this project's own targets alone, where compiler and linker
+# have them. Included once all targets are there. Tested by tests/hardening/run.
+option(AMF2JSON_HARDENING "Harden Release builds" ON)
+if(NOT AMF2JSON_HARDENING)
+  return()
+endif()
+
+include(CheckCXXSourceCompiles)
+include(CMakePushCheckState)
+
+# Sets a variable of the cache to whether a program that needs the flag's run-time parts can be linked with the flags.
+function(amf2json_check_flags variable)
+  cmake_push_check_state(RESET)
+  set(CMAKE_REQUIRED_FLAGS "-O2 -Werror ${ARGN}")
+  check_cxx_source_compiles([[
+    #include <cstring>
+    int main(int argc, char** argv) {
+      char text[64];
+      std::strncpy(text, argv[0], static_cast<unsigned>(argc) & 63u);
+      return text[argc & 7];
+    }]] ${variable})
+  cmake_pop_check_state()
+endfunction()
+
+# Adds flags to targets for Release builds, for the compiler or (LINK) for the linker.
+function(amf2json_harden targets variable flags)
+  separate_arguments(flags)
+  string(REPLACE ";" " " line "${flags}")
+  amf2json_check_flags(${variable} ${line})
+  if(NOT ${variable})
+    return()
+  endif()
+  foreach(target IN LISTS targets)
+    if(TARGET ${target})
+      if("LINK" IN_LIST ARGN)
+        target_link_options(${target} PRIVATE "$<$<CONFIG:Release>:${flags}>")
+      else()
+        target_compile_options(${target} PRIVATE "$<$<CONFIG:Release>:${flags}>")
+      endif()
+    endif()
+  endforeach()
+endfunction()
+
+set(amf2json_compiled amf2json_core amf2json_bytes amf2json)
+set(amf2json_linked AMF2JSON amf2json)
+amf2json_harden("${amf2json_compiled}" AMF2JSON_HAS_STACK_PROTECTOR "-fstack-protector-strong")
+# Against frames that reach beyond a guard page: the guard's tables. Elsewhere in the library the warning about large
+# frames keeps them small, and this would cost the views a few percent.
+amf2json_harden("amf2json;amf2json_bytes" AMF2JSON_HAS_CLASH_PROTECTION "-fstack-clash-protection")
+if(AMF2JSON_HAS_CLASH_PROTECTION)
+  set_property(SOURCE guard/verify.cpp guard/visit.cpp APPEND PROPERTY COMPILE_OPTIONS
+    "$<$<CONFIG:Release>:-fstack-clash-protection>")
+endif()
+# A distribution's compiler, or its flags, may define more. The macro needs optimisation.
+if(NOT CMAKE_CXX_FLAGS MATCHES "_FORTIFY_SOURCE")
+  amf2json_harden("${amf2json_compiled}" AMF2JSON_HAS_FORTIFY "-D_FORTIFY_SOURCE=2")
+endif()
+if(CMAKE_EXECUTABLE_FORMAT STREQUAL ELF)
+  amf2json_harden("${amf2json_linked}" AMF2JSON_HAS_FULL_RELRO "-Wl,-z,relro -Wl,-z,now" LINK)
+  amf2json_harden("${amf2json_linked}" AMF2JSON_HAS_NOEXECSTACK "-Wl,-z,noexecstack" LINK)
+  amf2json_harden("amf2json;amf2json_bytes" AMF2JSON_HAS_PIE "-fPIE")
+  amf2json_harden("amf2json" AMF2JSON_HAS_PIE_LINK "-pie" LINK)
+endif()

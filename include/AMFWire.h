@@ -216,10 +216,6 @@ struct AMFWIRE_API AMFWireString {
 
   const char* data = "";
   std::size_t length = 0;
-  /// From the AMF reader: index in the section's AMF3 string table, of strings that are in it.
-  std::uint32_t entry = kNoEntry;
-
-  static constexpr std::uint32_t kNoEntry = 0xFFFFFFFFu;
 };
 
 /// The beginning of a document.
@@ -228,6 +224,11 @@ struct AMFWIRE_API AMFWireDocument {
   /// Packet: any. Shared object: 0 or 3, the format of its values. Otherwise 0.
   std::uint16_t version = 0;
   AMFWireString name;  ///< of a shared object
+  /// Packet: the declared number of headers, unless `trueCounts`.
+  std::uint32_t headerCount = 0;
+  /// For the writer: write the numbers of headers and messages that come; beginMessages() may be
+  /// left out. The reader clears it.
+  bool trueCounts = true;
   /// Shared object: the declared size of what follows the size field, unless `trueSize`.
   std::uint32_t declaredSize = 0;
   bool trueSize = true;  ///< for the writer: write the true size. The reader clears it.
@@ -296,14 +297,16 @@ struct AMFWIRE_API AMFWireObject {
   AMFWireNames* names = nullptr;  ///< null where sealedCount is 0; not owned
   bool dynamic = true;            ///< AMF3: other members may follow
   /// From the AMF reader: index in the section's traits table.
-  std::uint32_t traits = AMFWireString::kNoEntry;
+  std::uint32_t traits = kNoTraits;
+
+  static constexpr std::uint32_t kNoTraits = 0xFFFFFFFFu;
 };
 
-/// The flags of a small message: bit n of `bits[g][b]` says that group g, flag byte b, bit n has a
+/// The flags of one group of a small message: bit n of `bits[b]` says that flag byte b, bit n has a
 /// value. Bit 7 is clear.
 struct AMFWIRE_API AMFWireFlags {
-  std::uint32_t groups = 0;
-  std::uint8_t bits[3][AMFWireLimits::kMaxFlagBytes] = {};
+  std::uint32_t group = 0;
+  std::uint8_t bits[AMFWireLimits::kMaxFlagBytes] = {};
 };
 
 /// One field of a small message.
@@ -314,12 +317,13 @@ struct AMFWIRE_API AMFWireField {
   const char* name = nullptr;  ///< null where the format names none
 };
 
-/// An externalizable. Its values follow, those of a small message each behind field().
+/// An externalizable. Its values follow. Those of a small message come in groups: fieldGroup() for
+/// each group of the class, then field() and a value for each flag that is set.
 struct AMFWIRE_API AMFWireExternal {
   AMFWireString className;
-  bool dynamic = false;                 ///< the traits have that bit
-  std::uint32_t count = 0;              ///< values that follow
-  const AMFWireFlags* flags = nullptr;  ///< of a small message, else null; not owned
+  bool dynamic = false;       ///< the traits have that bit
+  bool smallMessage = false;  ///< the body is that of a small message
+  std::uint32_t count = 0;    ///< values that follow, where it is none
 };
 
 enum class AMFWireVectorKind : std::uint8_t { int32, uint32, float64, object };
@@ -344,7 +348,12 @@ class AMFWIRE_API AMFWireSink {
   virtual ~AMFWireSink();
 
   virtual void beginDocument(const AMFWireDocument& document);
-  virtual void endDocument(const AMFWireString& trailing);
+  /// Packets, behind the last header. `declaredCount` is the number of messages as it stands in the
+  /// packet. A salvaged packet that breaks in a header has no such call.
+  virtual void beginMessages(std::uint32_t declaredCount);
+  /// `trailing`: the bytes behind what was read. `error`: in a salvaged document, why reading ended
+  /// there; else empty.
+  virtual void endDocument(const AMFWireString& trailing, const AMFWireString& error);
   virtual void beginSection(const AMFWireSection& section);
   virtual void rawSection(const AMFWireString& bytes, const AMFWireString& error);
   virtual void endSection();
@@ -379,8 +388,9 @@ class AMFWIRE_API AMFWireSink {
   /// `count` times a key value and a value.
   virtual void beginDictionary(std::uint32_t count, bool weak);
   virtual void member(const AMFWireString& name);  ///< the next value has this name
-  virtual void field(const AMFWireField& field);   ///< the next value is this field
-  virtual void end();                              ///< of what began last and has not ended
+  virtual void fieldGroup(const AMFWireFlags& flags);
+  virtual void field(const AMFWireField& field);  ///< the next value is this field
+  virtual void end();                             ///< of what began last and has not ended
 };
 
 /// Reads bytes and calls `sink` as it reads: after a failure the sink has seen everything up to it.
@@ -405,7 +415,7 @@ AMFWIRE_API AMFWireResult amfWireRead(const void* bytes, std::size_t size, AMFWi
 ///     writer.string("hello");
 ///     writer.end();
 ///     writer.endSection();
-///     writer.endDocument({});
+///     writer.endDocument({}, {});
 ///     std::string bytes;
 ///     const AMFWireResult result = writer.finish(bytes);
 ///
@@ -425,7 +435,8 @@ class AMFWIRE_API AMFWireWriter : public AMFWireSink {
   std::uint32_t lastIndex() const noexcept;
 
   void beginDocument(const AMFWireDocument& document) override;
-  void endDocument(const AMFWireString& trailing) override;
+  void beginMessages(std::uint32_t declaredCount) override;
+  void endDocument(const AMFWireString& trailing, const AMFWireString& error) override;
   void beginSection(const AMFWireSection& section) override;
   void rawSection(const AMFWireString& bytes, const AMFWireString& error) override;
   void endSection() override;
@@ -451,6 +462,7 @@ class AMFWIRE_API AMFWireWriter : public AMFWireSink {
   void vectorItems(const char* items, std::uint32_t count) override;
   void beginDictionary(std::uint32_t count, bool weak) override;
   void member(const AMFWireString& name) override;
+  void fieldGroup(const AMFWireFlags& flags) override;
   void field(const AMFWireField& field) override;
   void end() override;
 

@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Dates as ISO 8601 texts, in the proleptic Gregorian calendar. Tested by
+// tests/wire/texts_test.cpp.
+#include "wire/date_text.h"
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+#include "wire/bytes.h"
+
+namespace amf2json::wire {
+
+namespace {
+
+constexpr double kFirst = -62167219200000.0;  // 0000-01-01T00:00:00.000Z
+constexpr double kLast = 253402300799999.0;   // 9999-12-31T23:59:59.999Z
+constexpr std::int64_t kDayMs = 86400000;
+
+struct Day {
+  int year;
+  int month;
+  int day;
+};
+
+// Days since 1970-01-01; years begin in March, so that the leap day is the last one.
+std::int64_t daysOf(const Day& date) {
+  const std::int64_t year = date.month > 2 ? date.year : date.year - 1;
+  const std::int64_t era = (year >= 0 ? year : year - 399) / 400;
+  const std::int64_t yearOfEra = year - era * 400;
+  const std::int64_t month = date.month > 2 ? date.month - 3 : date.month + 9;
+  const std::int64_t dayOfYear = (153 * month + 2) / 5 + date.day - 1;
+  return era * 146097 + yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear - 719468;
+}
+
+Day dayOf(std::int64_t days) {
+  days += 719468;
+  const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
+  const std::int64_t dayOfEra = days - era * 146097;
+  const std::int64_t yearOfEra =
+      (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
+  const std::int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+  const std::int64_t month = (5 * dayOfYear + 2) / 153;
+  const auto day = static_cast<int>(dayOfYear - (153 * month + 2) / 5 + 1);
+  const auto calendarMonth = static_cast<int>(month < 10 ? month + 3 : month - 9);
+  return {static_cast<int>(yearOfEra + era * 400 + (calendarMonth <= 2 ? 1 : 0)), calendarMonth,
+          day};
+}
+
+char* putDigits(char* to, std::int64_t value, int count) {
+  for (int i = count - 1; i >= 0; --i, value /= 10) to[i] = static_cast<char>('0' + value % 10);
+  return to + count;
+}
+
+// A run of digits and the character behind it.
+bool readDigits(const char*& at, int count, char behind, int& value) {
+  value = 0;
+  for (; count > 0; --count, ++at) {
+    if (*at < '0' || *at > '9') return false;
+    value = value * 10 + (*at - '0');
+  }
+  return *at++ == behind;
+}
+
+int daysInMonth(int year, int month) {
+  static const int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  const bool leap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+  return month == 2 && leap ? 29 : kDays[month - 1];
+}
+
+}  // namespace
+
+bool hasDateText(const double& timeMs) {
+  return timeMs >= kFirst && timeMs <= kLast && timeMs == std::trunc(timeMs) &&
+         bitsOf(timeMs) != 0x8000000000000000u;
+}
+
+char* putDate(char* to, const double& timeMs) {
+  const auto all = static_cast<std::int64_t>(timeMs);
+  std::int64_t days = all / kDayMs;
+  if (all % kDayMs < 0) --days;
+  const std::int64_t rest = all - days * kDayMs;
+  const Day date = dayOf(days);
+  to = putDigits(to, date.year, 4);
+  *to++ = '-';
+  to = putDigits(to, date.month, 2);
+  *to++ = '-';
+  to = putDigits(to, date.day, 2);
+  *to++ = 'T';
+  to = putDigits(to, rest / 3600000, 2);
+  *to++ = ':';
+  to = putDigits(to, rest / 60000 % 60, 2);
+  *to++ = ':';
+  to = putDigits(to, rest / 1000 % 60, 2);
+  *to++ = '.';
+  to = putDigits(to, rest % 1000, 3);
+  *to++ = 'Z';
+  return to;
+}
+
+bool readDate(const char* text, std::size_t length, double& timeMs) {
+  if (length != kDateLength && length != kDateLength - 4) return false;
+  Day date{};
+  int hours = 0;
+  int minutes = 0;
+  int seconds = 0;
+  int ms = 0;
+  const bool withMs = length == kDateLength;
+  if (!readDigits(text, 4, '-', date.year) || !readDigits(text, 2, '-', date.month) ||
+      !readDigits(text, 2, 'T', date.day) || !readDigits(text, 2, ':', hours) ||
+      !readDigits(text, 2, ':', minutes) || !readDigits(text, 2, withMs ? '.' : 'Z', seconds) ||
+      (withMs && !readDigits(text, 3, 'Z', ms))) {
+    return false;
+  }
+  if (date.month < 1 || date.month > 12 || date.day < 1 ||
+      date.day > daysInMonth(date.year, date.month) || hours > 23 || minutes > 59 || seconds > 59) {
+    return false;
+  }
+  timeMs = static_cast<double>(daysOf(date) * kDayMs + hours * 3600000 + minutes * 60000 +
+                               seconds * 1000 + ms);
+  return true;
+}
+
+}  // namespace amf2json::wire

@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Bytes to JSON text. Three passes over the input: facts, length, text; the text is allocated once.
+// Tested by tests/wire/.
+#include <limits>
+
+#include "wire/document_reader.h"
+#include "wire/json_writer.h"
+#include "wire/text_output.h"
+
+namespace amf2json::wire {
+
+namespace {
+
+// Places in the input are 32 bits.
+constexpr std::size_t kMostBytes = std::numeric_limits<std::uint32_t>::max() - 1;
+
+Failure packetTooLarge(std::size_t limit) {
+  return {AMFWireStatus::packetLimit, 0, "more than " + std::to_string(limit) + " bytes"};
+}
+
+Failure textTooLong(std::size_t offset, std::size_t limit) {
+  return {AMFWireStatus::textLimit, offset,
+          "the text is longer than " + std::to_string(limit) + " bytes"};
+}
+
+class Export {
+ public:
+  Export(const char* bytes, std::size_t count, const AMFWireExportOptions& with, AMFWireForm as)
+      : options(with),
+        form(as),
+        classes(with.externalClasses),
+        context{bytes, &classes, with.limits.maxDepth},
+        size(count),
+        facts(bytes),
+        jsonOptions{bytes, with.originals, with.pretty} {}
+
+  std::string text(AMFWireStatistics& statistics) {
+    findFacts();
+    const std::size_t length = findLength();
+    std::string json(length, '\0');
+    TextBuffer buffer(json.data(), length);
+    JsonWriter<TextBuffer> writer(jsonOptions, facts, buffer, statistics);
+    DocumentReader<JsonWriter<TextBuffer>> reader(context, writer, size, options.salvage);
+    reader.read(form);
+    if (!buffer.isFull()) buffer.failChanged();
+    return json;
+  }
+
+ private:
+  void findFacts() {
+    DocumentReader<Facts> reader(context, facts, size, options.salvage);
+    facts.attach(reader.section());
+    reader.read(form);
+  }
+
+  std::size_t findLength() {
+    AMFWireStatistics unused;
+    TextCounter counter(facts.texts, options.limits.maxTextBytes);
+    JsonWriter<TextCounter> writer(jsonOptions, facts, counter, unused);
+    DocumentReader<JsonWriter<TextCounter>> reader(context, writer, size, options.salvage);
+    try {
+      reader.read(form);
+    } catch (const TextTooLong&) {
+      throw textTooLong(reader.valueOffset(), options.limits.maxTextBytes);
+    }
+    return counter.length();
+  }
+
+  const AMFWireExportOptions& options;
+  AMFWireForm form;
+  ExternalClasses classes;
+  ReadContext context;
+  std::size_t size;
+  Facts facts;
+  JsonOptions jsonOptions;
+};
+
+void checkSize(std::size_t size, const AMFWireLimits& limits) {
+  const std::size_t most = limits.maxPacketBytes < kMostBytes ? limits.maxPacketBytes : kMostBytes;
+  if (size > most) throw packetTooLarge(most);
+}
+
+// Notes where the values of a document end.
+struct EndSink : NoSink {
+  void beginDocument(const AMFWireDocument&) {}
+  void endDocument(const AMFWireString& trailing, const AMFWireString&) {
+    trailingBytes = trailing.length;
+  }
+  void beginMessages(std::uint32_t) {}
+  void beginSection(const AMFWireSection&) {}
+  void rawSection(const AMFWireString&, const AMFWireString&) {}
+  void valuesEnd(const SectionTables&, std::size_t) {}
+  void endSection() {}
+  std::size_t trailingBytes = 0;
+};
+
+bool readsToTheEnd(const char* bytes, std::size_t size, const AMFWireReadOptions& options,
+                   AMFWireForm form) {
+  const ExternalClasses classes(options.externalClasses);
+  EndSink sink;
+  DocumentReader<EndSink> reader({bytes, &classes, options.limits.maxDepth}, sink, size, false);
+  try {
+    reader.read(form);
+    return sink.trailingBytes == 0;
+  } catch (const Failure&) {
+    return false;
+  }
+}
+
+bool startsWith(const char* bytes, std::size_t size, std::size_t at, const char* mark,
+                std::size_t length) {
+  return size >= at + length && std::memcmp(bytes + at, mark, length) == 0;
+}
+
+const char* notNull(const void* bytes) {
+  return bytes == nullptr ? "" : static_cast<const char*>(bytes);
+}
+
+AMFWireForm formOf(const char* bytes, std::size_t size, const AMFWireReadOptions& options) {
+  return options.form == AMFWireForm::automatic ? amfWireIdentify(bytes, size, options)
+                                                : options.form;
+}
+
+}  // namespace
+
+}  // namespace amf2json::wire
+
+using namespace amf2json::wire;
+
+AMFWireResult amfWireExport(const void* bytes, std::size_t size, std::string& json,
+                            const AMFWireExportOptions& options, AMFWireStatistics* statistics) {
+  try {
+    checkSize(size, options.limits);
+    const char* const begin = notNull(bytes);
+    AMFWireStatistics figures;
+    figures.form = formOf(begin, size, options);
+    Export whole(begin, size, options, figures.form);
+    std::string text = whole.text(figures);
+    if (statistics != nullptr) *statistics = std::move(figures);
+    json = std::move(text);
+    return {};
+  } catch (Failure& failure) {
+    if (statistics != nullptr) *statistics = {};
+    return resultOf(std::move(failure));
+  }
+}
+
+AMFWireResult amfWireRead(const void* bytes, std::size_t size, AMFWireSink& sink,
+                          const AMFWireReadOptions& options) {
+  try {
+    checkSize(size, options.limits);
+    const char* const begin = notNull(bytes);
+    const ExternalClasses classes(options.externalClasses);
+    DocumentReader<AMFWireSink> reader({begin, &classes, options.limits.maxDepth}, sink, size,
+                                       options.salvage);
+    reader.read(formOf(begin, size, options));
+    return {};
+  } catch (Failure& failure) {
+    return resultOf(std::move(failure));
+  }
+}
+
+AMFWireForm amfWireIdentify(const void* bytes, std::size_t size,
+                            const AMFWireReadOptions& options) {
+  const char* const begin = notNull(bytes);
+  if (size > kMostBytes) return AMFWireForm::packet;
+  if (startsWith(begin, size, 0, "FLV", 3)) return AMFWireForm::flv;
+  if (startsWith(begin, size, 0, "\x00\xBF", 2) && startsWith(begin, size, 6, "TCSO", 4)) {
+    return AMFWireForm::sharedObject;
+  }
+  const AMFWireForm forms[] = {AMFWireForm::packet, AMFWireForm::amf0, AMFWireForm::amf3};
+  for (const AMFWireForm form : forms) {
+    if (size != 0 && readsToTheEnd(begin, size, options, form)) return form;
+  }
+  return AMFWireForm::packet;
+}

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The bodies of externalizable classes: a number of values, or the flagged fields of a small
+// message. Tested by tests/wire/externals_test.cpp.
+#ifndef WIRE_EXTERNAL_CLASSES_H
+#define WIRE_EXTERNAL_CLASSES_H
+
+#include <cstdint>
+#include <vector>
+
+#include "AMFWire.h"
+
+namespace amf2json::wire {
+
+struct ExternalBody {
+  std::uint32_t values = 1;  // of classes that are no small messages
+  std::uint32_t groups = 0;  // of small messages: 2 or 3
+  bool command = false;      // group 2 is that of commands
+};
+
+// The classes of one call: those of the host, then the built-in ones.
+class ExternalClasses {
+ public:
+  explicit ExternalClasses(const std::vector<AMFWireExternalClass>& host) : hostClasses(&host) {}
+  // False where the class is not known.
+  bool find(const AMFWireString& name, ExternalBody& body) const;
+
+ private:
+  const std::vector<AMFWireExternalClass>* hostClasses;  // not owned
+};
+
+// The name of a flagged field, null where the format names none.
+const char* fieldName(const ExternalBody& body, std::uint32_t group, std::uint32_t byte,
+                      std::uint32_t bit);
+
+// A small message as the sinks are told of it: they need no more than its class.
+bool sameText(const AMFWireString& a, const char* b);
+
+}  // namespace amf2json::wire
+
+#endif  // WIRE_EXTERNAL_CLASSES_H

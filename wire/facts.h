@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The first pass of an export: a sink that finds out what the text needs before it can be written:
+// which values are referred to, which names an object of JSON cannot carry, counts, true lengths,
+// marks, and whether the writer would bring back the same bytes. Filled by the AMF reader, used by
+// the JSON writer, which meets objects and sections in the same order.
+// Tested by tests/wire/rows_test.cpp and tests/wire/originals_test.cpp.
+#ifndef WIRE_FACTS_H
+#define WIRE_FACTS_H
+
+#include <cstdint>
+#include <vector>
+
+#include "wire/long_texts.h"
+#include "wire/name_set.h"
+#include "wire/section_tables.h"
+
+namespace amf2json::wire {
+
+// Of an object or any other value that can be referred to.
+constexpr std::uint8_t kReferred = 1;  // a reference points at it
+constexpr std::uint8_t kListed = 2;    // its members are written as $members
+constexpr std::uint8_t kBeyond = 4;    // it has members beyond the sealed ones
+constexpr std::uint8_t kCounted = 8;   // of an ECMA array: its count is that of its members
+
+// Of a section.
+constexpr std::uint8_t kOriginal = 1;            // the values alone would not bring it back
+constexpr std::uint8_t kNoStringReferences = 2;  // marks
+constexpr std::uint8_t kNoTraitsReferences = 4;
+constexpr std::uint8_t kNoIntegers = 8;
+constexpr std::uint8_t kEntriesListed = 16;  // the entries of a shared object
+
+struct SectionFacts {
+  std::uint32_t end = 0;  // where its values end
+  std::uint8_t flags = 0;
+};
+
+class Facts {
+ public:
+  explicit Facts(const char* input) : texts(input), names(input, texts) {}
+
+  // What the reader's sections define; not owned.
+  void attach(const SectionTables& of) { tables = &of; }
+
+  // The sink.
+  void beginDocument(const AMFWireDocument& document);
+  void endDocument(const AMFWireString&, const AMFWireString&) {}
+  void beginMessages(std::uint32_t) {}
+  void beginSection(const AMFWireSection& section);
+  void rawSection(const AMFWireString&, const AMFWireString&) {}
+  void valuesEnd(const SectionTables& tables, std::size_t offset);
+  void endSection();
+  void undefined() {}
+  void null() {}
+  void unsupported() {}
+  void boolean(bool) {}
+  void integer(std::int32_t) { integerSeen = true; }
+  void number(double value);
+  void string(const AMFWireString&) {}
+  void xmlDocument(const AMFWireString&) { scalar(); }
+  void xml(const AMFWireString&) { scalar(); }
+  void date(double, std::int16_t) { scalar(); }
+  void byteArray(const AMFWireString&) { scalar(); }
+  void reference(std::uint32_t index);
+  void beginAmf3() { amf3 = true; }
+  void endAmf3() { amf3 = false; }
+  void beginArray(const AMFWireArray& array) { open(array.hasMembers ? 0 : kNoNames); }
+  void beginEcmaArray(std::uint32_t declaredCount);
+  void beginObject(const AMFWireObject& object);
+  void beginExternal(const AMFWireExternal&) { open(kNoNames); }
+  void beginVector(const AMFWireVector&) { open(kNoNames); }
+  void vectorItems(const char*, std::uint32_t) {}
+  void beginDictionary(std::uint32_t, bool) { open(kNoNames); }
+  void member(const AMFWireString& name);
+  void fieldGroup(const AMFWireFlags&) {}
+  void field(const AMFWireField&) {}
+  void end();
+
+  // What was found, for the passes that follow. Objects of all sections in the order in which they
+  // begin, those of the two formats apart. An AMF0 shared object is the first of its section.
+  std::vector<SectionFacts> sections;
+  Table<std::uint8_t> objects0;
+  Table<std::uint8_t> objects3;
+  LongTexts texts;
+
+ private:
+  static constexpr std::uint32_t kNoNames = 0xFFFFFFFFu;
+  struct Frame {
+    std::uint32_t sealedLeft;  // kNoNames: a value without names
+    std::uint32_t sealedCount;
+    std::uint32_t traits;
+    std::size_t object;  // in its table
+    std::uint32_t members = 0;
+    std::uint32_t declaredCount = 0;
+    std::int64_t lastIndex = -1;  // of the array indexes among its names
+    bool amf3 = false;
+    bool namesOpen = false;
+    bool otherNames = false;  // names that are no array indexes
+    bool listed = false;
+    std::uint8_t flags = 0;
+  };
+
+  void open(std::uint32_t sealedCount);
+  void scalar() {
+    // Dates and XML documents of AMF0 cannot be referred to.
+    if (amf3) objects3.push(0);
+  }
+  Table<std::uint8_t>& objects(bool of3) { return of3 ? objects3 : objects0; }
+  void note(Frame& frame, const AMFWireString& name);
+  void noteSealed(Frame& frame);
+  bool sealedListed(const AMFWireObject& object);
+
+  NameSet names;
+  std::vector<Frame> frames;
+  const SectionTables* tables = nullptr;  // of the section at hand; not owned
+  Table<std::uint8_t> listedTraits;       // of the section: whether the sealed names need a list
+  std::size_t begin0 = 0;                 // the section's first objects
+  std::size_t begin3 = 0;
+  AMFWireForm form = AMFWireForm::packet;
+  bool formIs3 = false;
+  bool amf3 = false;
+  bool integerSeen = false;
+  bool wholeSeen = false;
+};
+
+// Whether two non-empty inline strings, or two inline traits, are the same.
+bool hasRepeatedString(const SectionTables& tables, LongTexts& texts);
+bool hasRepeatedTraits(const SectionTables& tables, LongTexts& texts);
+
+}  // namespace amf2json::wire
+
+#endif  // WIRE_FACTS_H

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// How the parts report what they refuse: they throw a Failure, which the public calls turn into an
+// AMFWireResult. Tested by tests/wire/refusals_test.cpp.
+#ifndef WIRE_FAILURE_H
+#define WIRE_FAILURE_H
+
+#include <cstddef>
+#include <string>
+#include <utility>
+
+#include "AMFWire.h"
+
+namespace amf2json::wire {
+
+// A refusal in bytes.
+struct Failure {
+  AMFWireStatus status;
+  std::size_t offset;
+  std::string message;
+};
+
+// The text became longer than its bound. The reader of the moment knows where it stands.
+struct TextTooLong {};
+
+// Two upper-case digits, as the formats' documents write markers.
+inline std::string hexByte(unsigned value) {
+  static const char kDigits[] = "0123456789ABCDEF";
+  return {kDigits[value >> 4 & 15], kDigits[value & 15]};
+}
+
+inline AMFWireResult resultOf(Failure&& failure) {
+  AMFWireResult result;
+  result.status = failure.status;
+  result.offset = failure.offset;
+  result.message = std::move(failure.message);
+  return result;
+}
+
+}  // namespace amf2json::wire
+
+#endif  // WIRE_FAILURE_H

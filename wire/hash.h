@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A hash of bytes for tables of foreign names. It is seeded, so that nobody can choose names that
+// share a slot. Results never depend on it. Tested by tests/wire/bombs_test.cpp.
+#ifndef WIRE_HASH_H
+#define WIRE_HASH_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace amf2json::wire {
+
+// From the addresses that the system has chosen for this process.
+inline std::uint64_t hashSeed() {
+  static const char kPlace = 0;
+  static const std::uint64_t seed =
+      (reinterpret_cast<std::uintptr_t>(&kPlace) ^ reinterpret_cast<std::uintptr_t>(&std::memcpy)) *
+      0x9E3779B97F4A7C15u;
+  return seed;
+}
+
+inline std::uint64_t mix(std::uint64_t a, std::uint64_t b) {
+#if defined(__SIZEOF_INT128__)
+  __extension__ using Wide = unsigned __int128;
+  const Wide product = static_cast<Wide>(a) * b;
+  return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+#else
+  a = (a ^ b) * 0xBF58476D1CE4E5B9u;
+  a = (a ^ a >> 29) * 0x94D049BB133111EBu;
+  return a ^ a >> 32;
+#endif
+}
+
+inline std::uint64_t loadSome(const char* at, std::size_t count) {
+  std::uint64_t word = 0;
+  std::memcpy(&word, at, count);
+  return word;
+}
+
+inline std::uint64_t hashOf(const char* data, std::size_t length, std::uint64_t seed) {
+  std::uint64_t state = seed ^ length;
+  for (; length > 8; data += 8, length -= 8) {
+    state = mix(loadSome(data, 8) ^ 0xA0761D6478BD642Fu, state ^ 0xE7037ED1A0B428DBu);
+  }
+  return mix(loadSome(data, length) ^ 0x8EBC6AF09C88C6E3u, state ^ 0x589965CC75374CC3u);
+}
+
+// A slot of `slots` slots.
+inline std::size_t slotOf(std::uint64_t hash, std::size_t slots) {
+  return static_cast<std::size_t>((hash >> 32) * slots >> 32);
+}
+
+}  // namespace amf2json::wire
+
+#endif  // WIRE_HASH_H

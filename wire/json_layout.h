@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The JSON writer: brackets, commas, keys and indentation. Tested through the JSON writer.
+#ifndef WIRE_JSON_LAYOUT_H
+#define WIRE_JSON_LAYOUT_H
+
+#include <cstring>
+
+#include "AMFWire.h"
+#include "wire/number_text.h"
+
+namespace amf2json::wire {
+
+template <class Output>
+class JsonLayout {
+ public:
+  JsonLayout(Output& to, bool indented) : output(to), pretty(indented) {}
+
+  void open(char bracket) {
+    output.character(bracket);
+    fresh = true;
+    ++depth;
+  }
+  void close(char bracket) {
+    --depth;
+    if (pretty && !fresh) newLine();
+    output.character(bracket);
+    fresh = false;
+  }
+  // In front of an array's item or an object's key.
+  void item() {
+    if (!fresh) output.character(',');
+    fresh = false;
+    if (pretty) newLine();
+  }
+  void key(const char* name) {
+    item();
+    output.character('"');
+    output.characters(name, std::strlen(name));
+    output.character('"');
+    colon();
+  }
+  // Behind a key.
+  void colon() {
+    output.character(':');
+    if (pretty) output.character(' ');
+  }
+  void literal(const char* text) { output.characters(text, std::strlen(text)); }
+  // A string, or $string64 where it is not UTF-8.
+  void string(const AMFWireString& value) {
+    if (output.quoted(value, false)) return;
+    open('{');
+    key("$string64");
+    base64(value);
+    close('}');
+  }
+  void base64(const AMFWireString& value) {
+    output.character('"');
+    output.base64(value);
+    output.character('"');
+  }
+  // A number; what JSON cannot say as a word in quotes.
+  void numberOrWord(const double& value) {
+    if (!needsWord(value)) return output.number(value);
+    output.character('"');
+    output.word(value);
+    output.character('"');
+  }
+  void wrapped(const char* name, const double& value) {
+    open('{');
+    key(name);
+    numberOrWord(value);
+    close('}');
+  }
+
+  Output& output;
+
+ private:
+  void newLine() {
+    output.character('\n');
+    output.blanks(2 * depth);
+  }
+
+  bool pretty;
+  bool fresh = true;
+  std::size_t depth = 0;
+};
+
+}  // namespace amf2json::wire
+
+#endif  // WIRE_JSON_LAYOUT_H

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What is known of long strings of the input. A long name or string may be referred to a million
+// times; it is looked at once. Tested by tests/wire/bombs_test.cpp.
+#ifndef WIRE_LONG_TEXTS_H
+#define WIRE_LONG_TEXTS_H
+
+#include <cstdint>
+#include <vector>
+
+#include "AMFWire.h"
+#include "wire/hash.h"
+#include "wire/utf8.h"
+
+namespace amf2json::wire {
+
+class LongTexts {
+ public:
+  explicit LongTexts(const char* input) : base(input), seed(hashSeed()) {}
+
+  Text text(const AMFWireString& of) {
+    if (of.length < kLong) return textOf(of.data, of.length);
+    return find(of).text;
+  }
+  std::uint64_t hash(const AMFWireString& of) {
+    if (of.length < kLong) return hashOf(of.data, of.length, seed);
+    return find(of).hash;
+  }
+
+ private:
+  static constexpr std::size_t kLong = 64;
+  struct Entry {
+    const char* data = nullptr;
+    std::uint64_t hash = 0;
+    Text text{};
+  };
+
+  const Entry& find(const AMFWireString& of);
+  void grow();
+  std::size_t slot(const char* data) const {
+    const auto place = static_cast<std::uint64_t>(data - base);
+    return slotOf(mix(place ^ seed, 0xA0761D6478BD642Fu), slots.size());
+  }
+
+  const char* base;  // not owned
+  std::uint64_t seed;
+  std::vector<Entry> slots;
+  std::size_t used = 0;
+};
+
+}  // namespace amf2json::wire
+
+#endif  // WIRE_LONG_TEXTS_H

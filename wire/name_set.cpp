@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The names of objects with many members. Tested by tests/wire/names_test.cpp.
+#include "wire/name_set.h"
+
+namespace amf2json::wire {
+
+bool NameSet::contains(const Level& level, const AMFWireString& name) const {
+  if (level.slotted == 0) {
+    for (std::size_t index = level.first; index < names.count(); ++index) {
+      if (isName(index, name)) return true;
+    }
+    return false;
+  }
+  std::size_t at = slotOf(texts->hash(name), level.slots.size());
+  for (; level.slots[at] != kFree; at = (at + 1) % level.slots.size()) {
+    if (isName(level.slots[at], name)) return true;
+  }
+  return false;
+}
+
+// The last name of the list.
+void NameSet::insert(Level& level) {
+  const std::size_t count = names.count() - level.first;
+  if (level.slotted == 0 || count * 4 > level.slots.size() * 3) {
+    level.slots.assign(count * 2 + 16, kFree);
+    level.slotted = 0;
+    for (std::size_t index = level.first; index < names.count(); ++index) fill(level, index);
+  } else {
+    fill(level, names.count() - 1);
+  }
+}
+
+void NameSet::fill(Level& level, std::size_t index) {
+  const AMFWireString name(base + names[index].offset, names[index].length);
+  std::size_t at = slotOf(texts->hash(name), level.slots.size());
+  while (level.slots[at] != kFree) at = (at + 1) % level.slots.size();
+  level.slots[at] = static_cast<std::uint32_t>(index);
+  ++level.slotted;
+}
+
+}  // namespace amf2json::wire

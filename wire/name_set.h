@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The names of the objects that are open: whether a name of the innermost one has occurred in it
+// before. All names stand in one list, those of the innermost object last. An object of more than a
+// few names has a hash table of their places in the list. Tested by tests/wire/names_test.cpp.
+#ifndef WIRE_NAME_SET_H
+#define WIRE_NAME_SET_H
+
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "wire/long_texts.h"
+#include "wire/table.h"
+
+namespace amf2json::wire {
+
+class NameSet {
+ public:
+  NameSet(const char* input, LongTexts& longTexts) : base(input), texts(&longTexts) {}
+
+  void open() {
+    if (depth == levels.size()) levels.emplace_back();
+    levels[depth++].reset(names.count());
+  }
+  void close() { names.shrink(levels[--depth].first); }
+  // False where the innermost object has that name already.
+  bool add(const AMFWireString& name) {
+    Level& level = levels[depth - 1];
+    const std::size_t count = names.count() - level.first;
+    // Names that differ in length, first or last byte mostly set another bit: no search.
+    const std::uint64_t bit = std::uint64_t{1} << (marks(name) & 63);
+    const bool known = (level.seen & bit) != 0 && contains(level, name);
+    if (known) return false;
+    level.seen |= bit;
+    names.push(
+        {static_cast<std::uint32_t>(name.data - base), static_cast<std::uint32_t>(name.length)});
+    if (count >= kFew) insert(level);
+    return true;
+  }
+
+ private:
+  static constexpr std::size_t kFew = 8;
+  static constexpr std::uint32_t kFree = 0xFFFFFFFFu;
+  struct Place {
+    std::uint32_t offset;
+    std::uint32_t length;
+  };
+  struct Level {
+    void reset(std::size_t begin) {
+      first = begin;
+      slotted = 0;
+      seen = 0;
+    }
+    std::size_t first = 0;    // in the list
+    std::size_t slotted = 0;  // names in the slots
+    std::uint64_t seen = 0;
+    std::vector<std::uint32_t> slots;
+  };
+
+  static std::uint32_t marks(const AMFWireString& name) {
+    if (name.length == 0) return 0;
+    const auto first = static_cast<unsigned char>(name.data[0]);
+    const auto last = static_cast<unsigned char>(name.data[name.length - 1]);
+    return static_cast<std::uint32_t>(name.length) * 7 + first * 3u + last * 11u;
+  }
+  bool isName(std::size_t index, const AMFWireString& name) const {
+    const Place& place = names[index];
+    const char* const data = base + place.offset;
+    return place.length == name.length &&
+           (data == name.data || std::memcmp(data, name.data, name.length) == 0);
+  }
+  bool contains(const Level& level, const AMFWireString& name) const;
+  void insert(Level& level);
+  void fill(Level& level, std::size_t index);
+
+  const char* base;  // not owned
+  LongTexts* texts;  // not owned
+  Table<Place> names;
+  std::vector<Level> levels;  // those beyond `depth` keep their memory
+  std::size_t depth = 0;
+};
+
+}  // namespace amf2json::wire
+
+#endif  // WIRE_NAME_SET_H

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Whether a section repeats strings or traits that it could have referred to. Looked for once, at
+// the end of the section, when the number of entries is known: the hash table has its final size.
+// Tested by tests/wire/originals_test.cpp.
+#include <algorithm>
+
+#include "wire/facts.h"
+
+namespace amf2json::wire {
+
+namespace {
+
+constexpr std::uint32_t kFree = 0xFFFFFFFFu;
+
+// Whether two of the first `count` entries are the same.
+template <class HashAt, class Same>
+bool hasRepeat(std::size_t count, HashAt hashAt, Same same) {
+  std::vector<std::uint32_t> slots(count + count / 2 + 1, kFree);
+  for (std::uint32_t index = 0; index < count; ++index) {
+    std::size_t at = slotOf(hashAt(index), slots.size());
+    for (; slots[at] != kFree; at = (at + 1) % slots.size()) {
+      if (same(slots[at], index)) return true;
+    }
+    slots[at] = index;
+  }
+  return false;
+}
+
+// Senders that repeat do so early.
+template <class HashAt, class Same>
+bool hasRepeatSoonOrLater(std::size_t count, HashAt hashAt, Same same) {
+  constexpr std::size_t kSoon = 256;
+  if (count > kSoon && hasRepeat(kSoon, hashAt, same)) return true;
+  return count > 1 && hasRepeat(count, hashAt, same);
+}
+
+bool sameBytes(const AMFWireString& a, const AMFWireString& b) {
+  return a.length == b.length && (a.data == b.data || std::memcmp(a.data, b.data, a.length) == 0);
+}
+
+bool sameTraits(const SectionTables& tables, std::size_t a, std::size_t b) {
+  const Traits first = tables.traitsAt(a);
+  const Traits second = tables.traitsAt(b);
+  if (first.head != second.head || !sameBytes(first.className, second.className)) return false;
+  const char* firstName = first.names;
+  const char* secondName = second.names;
+  for (std::uint32_t i = 0; i < first.sealedCount(); ++i) {
+    if (!sameBytes(tables.knownString(firstName), tables.knownString(secondName))) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool hasRepeatedString(const SectionTables& tables, LongTexts& texts) {
+  return hasRepeatSoonOrLater(
+      tables.strings.count(), [&](std::size_t index) { return texts.hash(tables.stringAt(index)); },
+      [&](std::size_t a, std::size_t b) {
+        return sameBytes(tables.stringAt(a), tables.stringAt(b));
+      });
+}
+
+bool hasRepeatedTraits(const SectionTables& tables, LongTexts& texts) {
+  const auto hashAt = [&](std::size_t index) {
+    const Traits traits = tables.traitsAt(index);
+    std::uint64_t hash = mix(texts.hash(traits.className), traits.head ^ 0x9E3779B97F4A7C15u);
+    const char* name = traits.names;
+    for (std::uint32_t i = 0; i < traits.sealedCount(); ++i) {
+      hash = mix(hash ^ 0xE7037ED1A0B428DBu, texts.hash(tables.knownString(name)));
+    }
+    return hash;
+  };
+  return hasRepeatSoonOrLater(tables.traits.count(), hashAt, [&](std::size_t a, std::size_t b) {
+    return sameTraits(tables, a, b);
+  });
+}
+
+}  // namespace amf2json::wire

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What one section has defined so far: the tables that AMF3 references point into. An entry is no
+// more than a place in the input, so that the tables stay small; whoever needs the entry decodes it
+// there again. Those bytes have been checked when they were read.
+// Filled by the AMF reader. Tested through its tests.
+#ifndef WIRE_SECTION_TABLES_H
+#define WIRE_SECTION_TABLES_H
+
+#include <cstdint>
+
+#include "AMFWire.h"
+#include "wire/bytes.h"
+#include "wire/table.h"
+
+namespace amf2json::wire {
+
+// A U29 that has been checked; moves `at` behind it.
+inline std::uint32_t knownU29(const char*& at) {
+  std::uint32_t value = 0;
+  for (int group = 0; group < 3; ++group) {
+    const std::uint8_t byte = byteAt(at++);
+    value = value << 7 | (byte & 0x7Fu);
+    if (byte < 0x80) return value;
+  }
+  return value << 8 | byteAt(at++);
+}
+
+constexpr std::uint32_t kTraitsExternal = 4;  // bits of the U29 of inline traits
+constexpr std::uint32_t kTraitsDynamic = 8;
+
+// Inline traits, decoded.
+struct Traits {
+  std::uint32_t head = 0;  // the U29
+  AMFWireString className;
+  const char* names = nullptr;  // where the first sealed name begins
+
+  bool isExternal() const { return (head & kTraitsExternal) != 0; }
+  bool isDynamic() const { return (head & kTraitsDynamic) != 0; }
+  std::uint32_t sealedCount() const { return head >> 4; }
+};
+
+class SectionTables {
+ public:
+  void clear() {
+    strings.clear();
+    traits.clear();
+    objects.clear();
+    objects0 = 0;
+    odd = usesStringReferences = usesTraitsReferences = false;
+  }
+
+  AMFWireString stringAt(std::size_t index) const {
+    const char* at = base + strings[index];
+    const std::uint32_t head = knownU29(at);
+    return {at, head >> 1};
+  }
+  // A string field that has been checked; moves `at` behind it.
+  AMFWireString knownString(const char*& at) const {
+    const std::uint32_t head = knownU29(at);
+    if ((head & 1) == 0) return stringAt(head >> 1);
+    const AMFWireString text(at, head >> 1);
+    at += text.length;
+    return text;
+  }
+  Traits traitsAt(std::size_t index) const {
+    const char* at = base + traits[index];
+    Traits found;
+    found.head = knownU29(at);
+    found.className = knownString(at);
+    found.names = at;
+    return found;
+  }
+
+  const char* base = nullptr;    // of the whole input; not owned
+  Table<std::uint32_t> strings;  // where the U29 of each begins
+  Table<std::uint32_t> traits;   // likewise
+  Table<std::uint8_t> objects;   // the marker of each
+  std::uint32_t objects0 = 0;    // AMF0 objects and arrays so far
+  // Some field stands otherwise than the writer would write it.
+  bool odd = false;
+  bool usesStringReferences = false;
+  bool usesTraitsReferences = false;
+};
+
+// The sealed names of traits in the input.
+class KnownNames : public AMFWireNames {
+ public:
+  KnownNames(const SectionTables& all, const Traits& of)
+      : tables(&all), first(of.names), at(first) {}
+  void rewind() override { at = first; }
+  AMFWireString next() override { return tables->knownString(at); }
+
+ private:
+  const SectionTables* tables;  // not owned
+  const char* first;
+  const char* at;
+};
+
+}  // namespace amf2json::wire
+
+#endif  // WIRE_SECTION_TABLES_H

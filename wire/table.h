@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A table that grows by chunks and never copies its entries: it takes the memory of its entries and
+// no more, and references to entries stay valid. Tested through the tests of memory.
+#ifndef WIRE_TABLE_H
+#define WIRE_TABLE_H
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+namespace amf2json::wire {
+
+template <class T>
+class Table {
+ public:
+  std::size_t count() const { return entries; }
+  T& operator[](std::size_t index) { return chunks[index / kChunk][index % kChunk]; }
+  const T& operator[](std::size_t index) const { return chunks[index / kChunk][index % kChunk]; }
+
+  void push(T entry) {
+    if (entries / kChunk == chunks.size()) addChunk();
+    chunks[entries / kChunk][entries % kChunk] = entry;
+    ++entries;
+  }
+  // Back to `count` entries.
+  void shrink(std::size_t count) { entries = count; }
+  // Keeps the chunks for the entries to come.
+  void clear() { entries = 0; }
+
+ private:
+  static constexpr std::size_t kChunk = 4096 / sizeof(T);
+
+  void addChunk() { chunks.emplace_back(new T[kChunk]); }
+
+  std::vector<std::unique_ptr<T[]>> chunks;
+  std::size_t entries = 0;
+};
+
+}  // namespace amf2json::wire
+
+#endif  // WIRE_TABLE_H

@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Where the JSON writer puts its text: a counter, for the pass that finds out how long the text
+// will be, and a buffer of that length. Both take the same calls. Tested through the JSON writer.
+#ifndef WIRE_TEXT_OUTPUT_H
+#define WIRE_TEXT_OUTPUT_H
+
+#include <cstring>
+
+#include "wire/base64.h"
+#include "wire/date_text.h"
+#include "wire/failure.h"
+#include "wire/long_texts.h"
+#include "wire/number_text.h"
+
+namespace amf2json::wire {
+
+class TextCounter {
+ public:
+  TextCounter(LongTexts& known, std::size_t limit) : texts(&known), most(limit) {}
+
+  std::size_t length() const { return count; }
+  void character(char) { add(1); }
+  void characters(const char*, std::size_t length) { add(length); }
+  void blanks(std::size_t length) { add(length); }
+  void integer(std::int64_t value) { add(lengthOfInteger(value)); }
+  void number(const double& value) { add(lengthOfNumber(value)); }
+  void date(const double&) { add(kDateLength); }
+  void word(const double& value) {
+    char text[kNumberMax];
+    add(static_cast<std::size_t>(putWord(text, value) - text));
+  }
+  void base64(const AMFWireString& bytes) { add(base64Length(bytes.length)); }
+  // A JSON string, behind a $ or not. False, and nothing is written: it is not UTF-8.
+  bool quoted(const AMFWireString& string, bool withDollar) {
+    const Text text = texts->text(string);
+    if (text.isUtf8) add(text.length + (withDollar ? 3 : 2));
+    return text.isUtf8;
+  }
+
+ private:
+  void add(std::size_t length) {
+    if (length > most - count) throw TextTooLong{};
+    count += length;
+  }
+
+  LongTexts* texts;  // not owned
+  std::size_t most;
+  std::size_t count = 0;
+};
+
+class TextBuffer {
+ public:
+  TextBuffer(char* begin, std::size_t length) : at(begin), end(begin + length) {}
+
+  bool isFull() const { return at == end; }
+  [[noreturn]] static void failChanged();
+  void character(char c) {
+    need(1);
+    *at++ = c;
+  }
+  void characters(const char* text, std::size_t length) {
+    need(length);
+    std::memcpy(at, text, length);
+    at += length;
+  }
+  void blanks(std::size_t length) {
+    need(length);
+    std::memset(at, ' ', length);
+    at += length;
+  }
+  void integer(std::int64_t value) {
+    put([&](char* to) { return putInteger(to, value); });
+  }
+  void number(const double& value) {
+    put([&](char* to) { return putNumber(to, value); });
+  }
+  void date(const double& timeMs) {
+    put([&](char* to) { return putDate(to, timeMs); });
+  }
+  void word(const double& value) {
+    put([&](char* to) { return putWord(to, value); });
+  }
+  void base64(const AMFWireString& bytes) {
+    need(base64Length(bytes.length));
+    at = putBase64(at, bytes.data, bytes.length);
+  }
+  bool quoted(const AMFWireString& string, bool withDollar) {
+    char* const begin = at;
+    character('"');
+    if (withDollar) character('$');
+    if (!escaped(string)) {
+      at = begin;
+      return false;
+    }
+    character('"');
+    return true;
+  }
+
+ private:
+  bool escaped(const AMFWireString& string) {
+    // Eight bytes are looked at and copied at once.
+    const char* from = string.data;
+    const char* const last = from + string.length;
+    if (left() < string.length + 8) return escapedSlowly(from, last);
+    char* to = at;
+    for (; last - from >= 8; from += 8, to += 8) {
+      std::uint64_t word;
+      std::memcpy(&word, from, 8);
+      if (specialBytes(word) != 0) return escapedSlowly(string.data, last);
+      std::memcpy(to, &word, 8);
+    }
+    const auto rest = static_cast<std::size_t>(last - from);
+    std::uint64_t word = 0x2020202020202020u;
+    copyFew(reinterpret_cast<char*>(&word), from, rest);
+    if (specialBytes(word) != 0) return escapedSlowly(string.data, last);
+    std::memcpy(to, &word, 8);
+    at = to + rest;
+    return true;
+  }
+  static void copyFew(char* to, const char* from, std::size_t count) {
+    if ((count & 4) != 0) std::memcpy(to, from, 4), to += 4, from += 4;
+    if ((count & 2) != 0) std::memcpy(to, from, 2), to += 2, from += 2;
+    if ((count & 1) != 0) *to = *from;
+  }
+  std::size_t left() const { return static_cast<std::size_t>(end - at); }
+  // The length was counted from the same bytes: only a change of the input meanwhile can get here.
+  void need(std::size_t length) const {
+    if (left() < length) failChanged();
+  }
+  template <class Put>
+  void put(Put putAt) {
+    if (left() >= kNumberMax) {
+      at = putAt(at);
+      return;
+    }
+    char text[kNumberMax];
+    characters(text, static_cast<std::size_t>(putAt(text) - text));
+  }
+  bool escapedSlowly(const char* from, const char* last);
+
+  char* at;
+  char* end;
+};
+
+}  // namespace amf2json::wire
+
+#endif  // WIRE_TEXT_OUTPUT_H

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What a byte string is as JSON text: whether it is UTF-8, and how long it gets by escapes.
+// Enter at textOf(). Tested by tests/wire/texts_test.cpp.
+#ifndef WIRE_UTF8_H
+#define WIRE_UTF8_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace amf2json::wire {
+
+// Eight bytes at once: a high bit is set for each byte below 0x20, above 0x7E, or a quote or a
+// backslash. (0x7F needs no escape; it only leaves the fast path.)
+inline std::uint64_t specialBytes(std::uint64_t word) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101u;
+  constexpr std::uint64_t kHigh = 0x8080808080808080u;
+  const std::uint64_t quotes = word ^ kOnes * '"';
+  const std::uint64_t slashes = word ^ kOnes * '\\';
+  return ((word - kOnes * 0x20) | (quotes - kOnes) | (slashes - kOnes) | word | (word + kOnes)) &
+         kHigh;
+}
+
+// The length of the UTF-8 sequence at `at`, 0 where there is none. At least one byte is there.
+std::size_t sequenceLength(const char* at, const char* end);
+
+// The first place that is not UTF-8, or `end`.
+const char* firstBroken(const char* at, const char* end);
+
+struct Text {
+  bool isUtf8;
+  std::size_t length;  // as a JSON string, without its quotes; 0 where it is not UTF-8
+};
+Text slowTextOf(const char* data, std::size_t length);
+
+inline bool isPlain(const char* data, std::size_t length) {
+  std::uint64_t word;
+  if (length < 8) {
+    word = 0x2020202020202020u;
+    std::memcpy(&word, data, length);
+    return specialBytes(word) == 0;
+  }
+  const char* const last = data + length - 8;  // the last eight bytes may be looked at twice
+  for (; data < last; data += 8) {
+    std::memcpy(&word, data, 8);
+    if (specialBytes(word) != 0) return false;
+  }
+  std::memcpy(&word, last, 8);
+  return specialBytes(word) == 0;
+}
+
+inline Text textOf(const char* data, std::size_t length) {
+  if (isPlain(data, length)) return {true, length};
+  return slowTextOf(data, length);
+}
+
+}  // namespace amf2json::wire
+
+#endif  // WIRE_UTF8_H

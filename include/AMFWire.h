@@ -388,6 +388,8 @@ class AMFWIRE_API AMFWireSink {
   /// `count` times a key value and a value.
   virtual void beginDictionary(std::uint32_t count, bool weak);
   virtual void member(const AMFWireString& name);  ///< the next value has this name
+  /// AMF3 arrays that have members: behind the last member, also where no dense value follows.
+  virtual void denseItems();
   virtual void fieldGroup(const AMFWireFlags& flags);
   virtual void field(const AMFWireField& field);  ///< the next value is this field
   virtual void end();                             ///< of what began last and has not ended
@@ -462,6 +464,7 @@ class AMFWIRE_API AMFWireWriter : public AMFWireSink {
   void vectorItems(const char* items, std::uint32_t count) override;
   void beginDictionary(std::uint32_t count, bool weak) override;
   void member(const AMFWireString& name) override;
+  void denseItems() override;
   void fieldGroup(const AMFWireFlags& flags) override;
   void field(const AMFWireField& field) override;
   void end() override;

@@ -300,6 +300,7 @@ void AmfReader<Sink>::stepArrayMembers() {
   while (memberName3()) {
     if (value3()) return;
   }
+  sink.denseItems();
   frames.back().step = Step::items3;
 }
 

@@ -39,6 +39,7 @@ struct NoSink {
   void vectorItems(const char*, std::uint32_t) {}
   void beginDictionary(std::uint32_t, bool) {}
   void member(const AMFWireString&) {}
+  void denseItems() {}
   void fieldGroup(const AMFWireFlags&) {}
   void field(const AMFWireField&) {}
   void end() {}

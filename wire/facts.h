@@ -72,6 +72,7 @@ class Facts {
   void vectorItems(const char*, std::uint32_t) {}
   void beginDictionary(std::uint32_t, bool) { open(kNoNames); }
   void member(const AMFWireString& name);
+  void denseItems() {}
   void fieldGroup(const AMFWireFlags&) {}
   void field(const AMFWireField&) {}
   void end();

@@ -62,32 +62,29 @@ class JsonWriter {
   void vectorItems(const char* items, std::uint32_t count);
   void beginDictionary(std::uint32_t count, bool weak);
   void member(const AMFWireString& name);
+  void denseItems();
   void fieldGroup(const AMFWireFlags&) {}
   void field(const AMFWireField& field);
   void end();
 
  private:
   enum class Mode : std::uint8_t {
-    named,          // member(), field() or a section has written the key
-    list,           // items of an array
-    pairs,          // of $members: member() has opened the pair
-    namedThenList,  // of an AMF3 array: as named, until the first value without a name
-    pairsThenList,  // likewise
-    pairKey,        // of a dictionary: the next value is a key
-    pairValue       // the next value is the value of the key
+    named,     // member(), field() or a section has written the key
+    list,      // items of an array
+    pairs,     // of $members: member() has opened the pair
+    pairKey,   // of a dictionary: the next value is a key
+    pairValue  // the next value is the value of the key
   };
   struct Frame {
     Mode mode;
     bool inArray;       // end() closes an array
     bool inObject;      // end() closes an object, behind the array
-    bool hasName;       // AMF3 arrays: the next value has a name
     bool weak = false;  // dictionaries
     AMFWireVectorKind items = AMFWireVectorKind::object;
   };
 
   void begin();
   void finish();
-  void beginDense(Frame& frame);
   void word(const char* literal);
   void simple(const char* kind);
   void text(const char* kind, const AMFWireString& value);
@@ -103,9 +100,7 @@ class JsonWriter {
   void beginEntries(const SectionFacts& known);
   void sectionHead(const SectionFacts& known);
   void marks(const SectionFacts& known);
-  void push(Mode mode, bool inArray, bool inObject) {
-    frames.push_back({mode, inArray, inObject, false});
-  }
+  void push(Mode mode, bool inArray, bool inObject) { frames.push_back({mode, inArray, inObject}); }
 
   JsonOptions options;
   const Facts& facts;
@@ -136,13 +131,6 @@ void JsonWriter<Output>::begin() {
     case Mode::named:
     case Mode::pairs: break;
     case Mode::list: layout.item(); break;
-    case Mode::namedThenList:
-    case Mode::pairsThenList:
-      if (!frame.hasName) {
-        beginDense(frame);
-        layout.item();
-      }
-      break;
     case Mode::pairKey:
       layout.item();
       layout.open('[');
@@ -159,11 +147,6 @@ void JsonWriter<Output>::finish() {
   switch (frame.mode) {
     case Mode::named:
     case Mode::list: break;
-    case Mode::namedThenList: frame.hasName = false; break;
-    case Mode::pairsThenList:
-      frame.hasName = false;
-      layout.close(']');
-      break;
     case Mode::pairs: layout.close(']'); break;
     case Mode::pairKey: frame.mode = Mode::pairValue; break;
     case Mode::pairValue:
@@ -173,19 +156,20 @@ void JsonWriter<Output>::finish() {
   }
 }
 
-// The dense values of an AMF3 array with members, or none.
+// Behind the members of an AMF3 array.
 template <class Output>
-void JsonWriter<Output>::beginDense(Frame& frame) {
-  if (frame.mode == Mode::pairsThenList) layout.close(']');
+void JsonWriter<Output>::denseItems() {
+  Frame& frame = frames.back();
+  if (frame.inArray) layout.close(']');  // of $members
   layout.key("$array");
   layout.open('[');
   frame.mode = Mode::list;
+  frame.inArray = true;
 }
 
 template <class Output>
 void JsonWriter<Output>::end() {
   Frame& frame = frames.back();
-  if (frame.mode == Mode::namedThenList || frame.mode == Mode::pairsThenList) beginDense(frame);
   if (frame.inArray) layout.close(']');
   if (frame.weak) {
     layout.key("$weak");
@@ -332,12 +316,7 @@ void JsonWriter<Output>::beginArray(const AMFWireArray& array) {
   const std::uint8_t flags = nextObject();
   if (array.hasMembers) {
     openWithId(flags);
-    const bool inList = (flags & kListed) != 0;
-    if (inList) {
-      layout.key("$members");
-      layout.open('[');
-    }
-    return push(inList ? Mode::pairsThenList : Mode::namedThenList, true, true);
+    return beginMembers(flags);
   }
   const bool inObject = openedWithId(flags);
   if (inObject) layout.key("$array");
@@ -483,9 +462,7 @@ void JsonWriter<Output>::name(const AMFWireString& text) {
 
 template <class Output>
 void JsonWriter<Output>::member(const AMFWireString& text) {
-  Frame& frame = frames.back();
-  frame.hasName = true;
-  if (frame.mode == Mode::named || frame.mode == Mode::namedThenList) return name(text);
+  if (frames.back().mode == Mode::named) return name(text);
   layout.item();
   layout.open('[');
   layout.item();

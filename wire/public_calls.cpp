@@ -68,6 +68,7 @@ void AMFWireSink::beginVector(const AMFWireVector&) {}
 void AMFWireSink::vectorItems(const char*, std::uint32_t) {}
 void AMFWireSink::beginDictionary(std::uint32_t, bool) {}
 void AMFWireSink::member(const AMFWireString&) {}
+void AMFWireSink::denseItems() {}
 void AMFWireSink::fieldGroup(const AMFWireFlags&) {}
 void AMFWireSink::field(const AMFWireField&) {}
 void AMFWireSink::end() {}

@@ -11,7 +11,7 @@
 
 namespace amf2json::wire {
 
-template <class T>
+template <class T, std::size_t Bytes = 4096>
 class Table {
  public:
   std::size_t count() const { return entries; }
@@ -29,7 +29,7 @@ class Table {
   void clear() { entries = 0; }
 
  private:
-  static constexpr std::size_t kChunk = 4096 / sizeof(T);
+  static constexpr std::size_t kChunk = Bytes / sizeof(T);
 
   void addChunk() { chunks.emplace_back(new T[kChunk]); }
 

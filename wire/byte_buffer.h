@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Bytes that are written: one block that grows in place where the system can do that, and never
+// beyond its limit. Tested through the AMF writer.
+#ifndef WIRE_BYTE_BUFFER_H
+#define WIRE_BYTE_BUFFER_H
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "wire/bytes.h"
+
+namespace amf2json::wire {
+
+// The bytes became more than their bound.
+struct BytesTooMany {};
+
+class ByteBuffer {
+ public:
+  explicit ByteBuffer(std::size_t limit) : most(limit) {}
+  ~ByteBuffer() { std::free(block); }
+  ByteBuffer(const ByteBuffer&) = delete;
+  ByteBuffer& operator=(const ByteBuffer&) = delete;
+
+  const char* data() const { return block; }
+  char* data() { return block; }
+  std::size_t size() const { return count; }
+  void clear() { count = 0; }
+  // Forgets what is behind the first `length` bytes.
+  void cut(std::size_t length) { count = length; }
+
+  // Room for `length` bytes more; they count as written.
+  char* add(std::size_t length) {
+    if (capacity - count < length) grow(length);
+    count += length;
+    return block + count - length;
+  }
+  void u8(unsigned value) { *add(1) = static_cast<char>(value); }
+  void u16(std::uint32_t value) { storeU16(add(2), value); }
+  void u32(std::uint32_t value) { storeU32(add(4), value); }
+  void bytes(const char* from, std::size_t length) {
+    if (length != 0) std::memcpy(add(length), from, length);
+  }
+
+ private:
+  void grow(std::size_t length) {
+    if (length > most || count > most - length) throw BytesTooMany{};
+    std::size_t wanted = capacity + capacity / 2;
+    if (wanted < count + length) wanted = count + length;
+    if (wanted < 256) wanted = 256;
+    if (wanted > most) wanted = most;
+    void* const larger = std::realloc(block, wanted);
+    if (larger == nullptr) throw std::bad_alloc();
+    block = static_cast<char*>(larger);
+    capacity = wanted;
+  }
+
+  std::size_t most;
+  char* block = nullptr;
+  std::size_t count = 0;
+  std::size_t capacity = 0;
+};
+
+}  // namespace amf2json::wire
+
+#endif  // WIRE_BYTE_BUFFER_H

@@ -1,0 +1,337 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// AMFWireWriter: the AMF writer for hosts. Each event is held against its order first; the first
+// that fails is kept for finish(). Tested by tests/wire/writer_test.cpp.
+#include "wire/amf_writer.h"
+#include "wire/event_order.h"
+#include "wire/number_text.h"
+
+using amf2json::wire::AmfWriter;
+using amf2json::wire::BytesTooMany;
+using amf2json::wire::EventOrder;
+using amf2json::wire::ExternalClasses;
+using amf2json::wire::Misplaced;
+using amf2json::wire::Unwritable;
+
+struct AMFWireWriter::State {
+  explicit State(const AMFWireImportOptions& with)
+      : options(with), classes(options.externalClasses) {
+    reset();
+  }
+
+  void reset() {
+    writer = std::make_unique<AmfWriter>(options.limits.maxPacketBytes);
+    order = std::make_unique<EventOrder>(classes, options.limits.maxDepth);
+    result = {};
+    lastIndex = 0;
+  }
+  void fail(AMFWireStatus status, const char* message) {
+    result.status = status;
+    result.message = message;
+    result.offset = writer->output.size();
+  }
+  template <class Event>
+  void take(Event event) {
+    if (!result.ok()) return;
+    try {
+      event();
+    } catch (const Misplaced& misplaced) {
+      fail(misplaced.status, misplaced.message);
+    } catch (const Unwritable& unwritable) {
+      fail(AMFWireStatus::misuse, unwritable.message);
+    } catch (const BytesTooMany&) {
+      fail(AMFWireStatus::packetLimit, "more bytes than maxPacketBytes");
+    } catch (...) {  // what was written may end within a value
+      fail(AMFWireStatus::misuse, "out of memory");
+      throw;
+    }
+  }
+  // A value that can be referred to.
+  template <class Event>
+  void takeIndexed(Event event) {
+    take([&] {
+      event();
+      lastIndex = writer->objectCount() - 1;
+    });
+  }
+
+  AMFWireImportOptions options;
+  ExternalClasses classes;
+  std::unique_ptr<AmfWriter> writer;
+  std::unique_ptr<EventOrder> order;
+  AMFWireResult result;
+  std::uint32_t lastIndex = 0;
+};
+
+using Format = EventOrder::Format;
+
+AMFWireWriter::AMFWireWriter(const AMFWireImportOptions& options)
+    : state(std::make_unique<State>(options)) {}
+AMFWireWriter::~AMFWireWriter() = default;
+
+AMFWireResult AMFWireWriter::finish(std::string& bytes) {
+  State& now = *state;
+  now.take([&] {
+    if (!now.order->isFinished())
+      throw Misplaced{AMFWireStatus::misuse, "endDocument() is missing"};
+  });
+  AMFWireResult result = now.result;
+  if (result.ok()) {
+    std::string written;
+    if (now.writer->output.size() != 0) {
+      written.assign(now.writer->output.data(), now.writer->output.size());
+    }
+    now.reset();
+    bytes = std::move(written);
+  } else {
+    now.reset();
+  }
+  return result;
+}
+
+std::uint32_t AMFWireWriter::lastIndex() const noexcept {
+  return state->lastIndex;
+}
+
+void AMFWireWriter::beginDocument(const AMFWireDocument& document) {
+  state->take([&] {
+    state->order->beginDocument(document);
+    state->writer->beginDocument(document);
+  });
+}
+
+void AMFWireWriter::beginMessages(std::uint32_t declaredCount) {
+  state->take([&] {
+    if (declaredCount > 0xFFFF) throw Misplaced{AMFWireStatus::misuse, "more than 65535 messages"};
+    state->order->beginMessages();
+    state->writer->beginMessages(declaredCount);
+  });
+}
+
+void AMFWireWriter::endDocument(const AMFWireString& trailing, const AMFWireString& error) {
+  state->take([&] {
+    state->order->endDocument();
+    state->writer->endDocument(trailing, error);
+  });
+}
+
+void AMFWireWriter::beginSection(const AMFWireSection& section) {
+  state->take([&] {
+    state->order->beginSection(section);
+    state->writer->beginSection(section);
+  });
+}
+
+void AMFWireWriter::rawSection(const AMFWireString& bytes, const AMFWireString& error) {
+  state->take([&] {
+    state->order->rawSection();
+    state->writer->rawSection(bytes, error);
+  });
+}
+
+void AMFWireWriter::endSection() {
+  state->take([&] {
+    state->order->endSection();
+    state->writer->endSection();
+  });
+}
+
+void AMFWireWriter::undefined() {
+  state->take([&] {
+    state->order->value();
+    state->writer->undefined();
+  });
+}
+
+void AMFWireWriter::null() {
+  state->take([&] {
+    state->order->value();
+    state->writer->null();
+  });
+}
+
+void AMFWireWriter::unsupported() {
+  state->take([&] {
+    state->order->value(Format::only0);
+    state->writer->unsupported();
+  });
+}
+
+void AMFWireWriter::boolean(bool value) {
+  state->take([&] {
+    state->order->value();
+    state->writer->boolean(value);
+  });
+}
+
+void AMFWireWriter::integer(std::int32_t value) {
+  state->take([&] {
+    state->order->value(Format::only3);
+    if (value < amf2json::wire::kLeastInteger || value > amf2json::wire::kLargestInteger) {
+      throw Misplaced{AMFWireStatus::misuse, "an integer beyond 29 bits"};
+    }
+    state->writer->integer(value);
+  });
+}
+
+void AMFWireWriter::number(double value) {
+  state->take([&] {
+    state->order->value();
+    state->writer->number(value);
+  });
+}
+
+void AMFWireWriter::string(const AMFWireString& value) {
+  state->take([&] {
+    state->order->value();
+    state->writer->string(value);
+  });
+}
+
+void AMFWireWriter::xmlDocument(const AMFWireString& value) {
+  if (state->order->isInAmf3()) {
+    return state->takeIndexed([&] {
+      state->order->value();
+      state->writer->xmlDocument(value);
+    });
+  }
+  state->take([&] {
+    state->order->value();
+    state->writer->xmlDocument(value);
+  });
+}
+
+void AMFWireWriter::xml(const AMFWireString& value) {
+  state->takeIndexed([&] {
+    state->order->value(Format::only3);
+    state->writer->xml(value);
+  });
+}
+
+void AMFWireWriter::date(double timeMs, std::int16_t zone) {
+  const auto write = [&] {
+    state->order->value();
+    if (state->order->isInAmf3() && zone != 0) {
+      throw Misplaced{AMFWireStatus::misuse, "AMF3 has no time zones"};
+    }
+    state->writer->date(timeMs, zone);
+  };
+  if (state->order->isInAmf3()) return state->takeIndexed(write);
+  state->take(write);
+}
+
+void AMFWireWriter::byteArray(const AMFWireString& value) {
+  state->takeIndexed([&] {
+    state->order->value(Format::only3);
+    state->writer->byteArray(value);
+  });
+}
+
+void AMFWireWriter::reference(std::uint32_t index) {
+  state->take([&] {
+    state->order->value();
+    const bool tooFar = !state->order->isInAmf3() && index > 0xFFFF;
+    if (tooFar || index >= state->writer->objectCount()) {
+      throw Misplaced{AMFWireStatus::misuse, "a reference to no value that has begun"};
+    }
+    state->writer->reference(index);
+  });
+}
+
+void AMFWireWriter::beginAmf3() {
+  state->take([&] {
+    state->order->beginAmf3();
+    state->writer->beginAmf3();
+  });
+}
+
+void AMFWireWriter::endAmf3() {
+  state->take([&] {
+    state->order->endAmf3();
+    state->writer->endAmf3();
+  });
+}
+
+void AMFWireWriter::beginArray(const AMFWireArray& array) {
+  state->takeIndexed([&] {
+    state->order->beginArray(array);
+    state->writer->beginArray(array);
+  });
+}
+
+void AMFWireWriter::beginEcmaArray(std::uint32_t declaredCount) {
+  state->takeIndexed([&] {
+    state->order->beginMembers();
+    state->writer->beginEcmaArray(declaredCount);
+  });
+}
+
+void AMFWireWriter::beginObject(const AMFWireObject& object) {
+  state->takeIndexed([&] {
+    state->order->beginObject(object);
+    state->writer->beginObject(object);
+  });
+}
+
+void AMFWireWriter::beginExternal(const AMFWireExternal& external) {
+  state->takeIndexed([&] {
+    state->order->beginExternal(external);
+    state->writer->beginExternal(external);
+  });
+}
+
+void AMFWireWriter::beginVector(const AMFWireVector& vector) {
+  state->takeIndexed([&] {
+    state->order->beginVector(vector);
+    state->writer->beginVector(vector);
+  });
+}
+
+void AMFWireWriter::vectorItems(const char* items, std::uint32_t count) {
+  state->take([&] {
+    state->order->vectorItems(count);
+    state->writer->vectorItems(items, count);
+  });
+}
+
+void AMFWireWriter::beginDictionary(std::uint32_t count, bool weak) {
+  state->takeIndexed([&] {
+    state->order->beginDictionary(count);
+    state->writer->beginDictionary(count, weak);
+  });
+}
+
+void AMFWireWriter::member(const AMFWireString& name) {
+  state->take([&] {
+    state->order->member(name);
+    state->writer->member(name);
+  });
+}
+
+void AMFWireWriter::denseItems() {
+  state->take([&] {
+    state->order->denseItems();
+    state->writer->denseItems();
+  });
+}
+
+void AMFWireWriter::fieldGroup(const AMFWireFlags& flags) {
+  state->take([&] {
+    state->order->fieldGroup(flags);
+    state->writer->fieldGroup(flags);
+  });
+}
+
+void AMFWireWriter::field(const AMFWireField& field) {
+  state->take([&] {
+    state->order->field(field);
+    state->writer->field(field);
+  });
+}
+
+void AMFWireWriter::end() {
+  state->take([&] {
+    state->order->end();
+    state->writer->end();
+  });
+}

@@ -1,0 +1,235 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The index of a JSON text. Tested by tests/wire/json_errors_test.cpp.
+#include "wire/json_index.h"
+
+#include <cstring>
+#include <new>
+
+#include "wire/base64.h"
+#include "wire/utf8.h"
+
+// A namespace of its own: a program may use RapidJSON too, built otherwise.
+#define RAPIDJSON_NAMESPACE amf2json_rapidjson
+#define RAPIDJSON_NAMESPACE_BEGIN namespace amf2json_rapidjson {
+#define RAPIDJSON_NAMESPACE_END }
+#if defined(__SSE2__)
+#define RAPIDJSON_SSE2
+#endif
+#include <rapidjson/error/en.h>
+#include <rapidjson/reader.h>
+
+namespace amf2json::wire {
+
+namespace {
+
+namespace rj = amf2json_rapidjson;
+
+constexpr std::size_t kPadding = 32;  // RapidJSON reads 16 bytes at once
+
+// RapidJSON's stack of open containers; what it gets from malloc it does not check.
+class CheckedAllocator {
+ public:
+  static const bool kNeedFree = true;
+  void* Malloc(std::size_t size) { return size == 0 ? nullptr : ::operator new(size); }
+  void* Realloc(void* block, std::size_t size, std::size_t wanted) {
+    void* const larger = Malloc(wanted);
+    if (block != nullptr && larger != nullptr) {
+      std::memcpy(larger, block, size < wanted ? size : wanted);
+    }
+    Free(block);
+    return larger;
+  }
+  static void Free(void* block) { ::operator delete(block); }
+};
+
+// Eight bytes of which none is a control character, a backslash or above 7F.
+bool arePlain(std::uint64_t word) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101u;
+  const std::uint64_t slashes = word ^ kOnes * '\\';
+  return (((word - kOnes * 0x20) | (slashes - kOnes) | word) & kOnes * 0x80) == 0;
+}
+
+bool isControl(unsigned char byte) {
+  return byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r';
+}
+
+// The value of the four digits of an escape \uXXXX at `at`, or -1.
+int escapedUnit(const char* at, const char* end) {
+  if (end - at < 6 || at[0] != '\\' || at[1] != 'u') return -1;
+  int value = 0;
+  for (int i = 2; i < 6; ++i) {
+    const char c = at[i];
+    const int digit = c >= '0' && c <= '9'   ? c - '0'
+                      : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                      : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                             : -1;
+    if (digit < 0) return -1;
+    value = value * 16 + digit;
+  }
+  return value;
+}
+
+// What stands in front of the parser: the first place that no JSON text of UTF-8 has.
+struct Broken {
+  const char* at;
+  const char* message;
+};
+
+// Moves behind an escape. False: it is half of a pair, alone.
+bool skipEscape(const char*& at, const char* end) {
+  const int unit = escapedUnit(at, end);
+  if (unit < 0) {
+    at += end - at > 1 ? 2 : 1;
+    return true;
+  }
+  if (unit >= 0xDC00 && unit <= 0xDFFF) return false;
+  at += 6;
+  if (unit < 0xD800 || unit > 0xDBFF) return true;
+  const int low = escapedUnit(at, end);
+  if (low < 0xDC00 || low > 0xDFFF) {
+    at -= 6;
+    return false;
+  }
+  at += 6;
+  return true;
+}
+
+Broken firstBad(const char* at, const char* end) {
+  while (at < end) {
+    std::uint64_t word;
+    if (end - at >= 8 && (std::memcpy(&word, at, 8), arePlain(word))) {
+      at += 8;
+      continue;
+    }
+    const auto byte = static_cast<unsigned char>(*at);
+    if (byte == '\\') {
+      if (!skipEscape(at, end)) return {at, "half of a surrogate pair stands alone"};
+      continue;
+    }
+    if (isControl(byte)) return {at, "a control character"};
+    const std::size_t length = sequenceLength(at, end);
+    if (length == 0) return {at, "a byte that is not UTF-8"};
+    at += length;
+  }
+  return {end, nullptr};
+}
+
+}  // namespace
+
+// Called by RapidJSON's reader.
+struct JsonIndex::Handler {
+  JsonIndex& index;
+  rj::InsituStringStream& stream;
+  std::size_t maxDepth;
+  std::uint32_t open = JsonFailure::kNoToken;  // the innermost container
+  std::size_t depth = 0;
+  bool tooDeep = false;
+
+  std::uint32_t next() const { return static_cast<std::uint32_t>(index.tokens.count()); }
+  bool scalar(std::size_t place, std::size_t length) {
+    index.tokens.push({static_cast<std::uint32_t>(place), static_cast<std::uint32_t>(length)});
+    return true;
+  }
+  std::size_t placeOf(const char* text) const {
+    return static_cast<std::size_t>(text - index.buffer.get());
+  }
+  bool Null() { return scalar(stream.Tell() - 4, 4); }
+  bool Bool(bool value) { return scalar(stream.Tell() - (value ? 4 : 5), value ? 4 : 5); }
+  bool Int(int) { return false; }  // numbers come as digits
+  bool Uint(unsigned) { return false; }
+  bool Int64(std::int64_t) { return false; }
+  bool Uint64(std::uint64_t) { return false; }
+  bool Double(double) { return false; }
+  bool RawNumber(const char* text, rj::SizeType length, bool) {
+    return scalar(placeOf(text), length);
+  }
+  bool String(const char* text, rj::SizeType length, bool) {
+    return scalar(placeOf(text) - 1, length);
+  }
+  bool Key(const char* text, rj::SizeType length, bool) {
+    if (length != 0 && text[0] == '$') index.tokens[open + 1].extra = 1;
+    return scalar(placeOf(text) - 1, length);
+  }
+  bool begin() {
+    if (depth == maxDepth) {
+      tooDeep = true;
+      return false;
+    }
+    ++depth;
+    const std::uint32_t token = next();
+    scalar(stream.Tell(), open);  // until it ends: the container around it
+    scalar(0, 0);
+    open = token;
+    return true;
+  }
+  bool end(std::uint32_t count) {
+    JsonToken& token = index.tokens[open];
+    index.tokens[open + 1].place = count;
+    open = token.extra;
+    token.extra = next();
+    --depth;
+    return true;
+  }
+  bool StartObject() { return begin(); }
+  bool StartArray() { return begin(); }
+  bool EndObject(rj::SizeType count) { return end(count); }
+  bool EndArray(rj::SizeType count) { return end(count); }
+  // After an error: whatever is open ends here. Returns the innermost container.
+  std::uint32_t endAll() {
+    const std::uint32_t innermost = open;
+    while (open != JsonFailure::kNoToken) {
+      std::uint32_t count = 0;
+      const bool isObject = index.kind(open) == '{';
+      for (std::uint32_t child = first(open); child < next(); ++count) {
+        if (isObject && child + 1 >= next()) break;  // a key without a value
+        child = isObject ? index.nextKey(child) : index.behind(child);
+      }
+      end(count);
+    }
+    return innermost;
+  }
+};
+
+void JsonIndex::read(const char* text, std::size_t size, std::size_t maxDepth) {
+  const auto fail = [](AMFWireStatus status, std::size_t offset, std::uint32_t parent,
+                       std::string message) {
+    throw JsonFailure{status, JsonFailure::kNoToken, offset, parent, std::move(message)};
+  };
+  if (size >= 3 && std::memcmp(text, "\xEF\xBB\xBF", 3) == 0) {
+    fail(AMFWireStatus::syntax, 0, JsonFailure::kNoToken, "a byte order mark");
+  }
+  const Broken broken = firstBad(text, text + size);
+  const auto whole = static_cast<std::size_t>(broken.at - text);
+  buffer.reset(new char[size + kPadding]);
+  if (whole != 0) std::memcpy(buffer.get(), text, whole);
+  std::memset(buffer.get() + whole, 0, size + kPadding - whole);
+  rj::InsituStringStream stream(buffer.get());
+  Handler handler{*this, stream, maxDepth};
+  rj::GenericReader<rj::UTF8<>, rj::UTF8<>, CheckedAllocator> reader;
+  constexpr unsigned kFlags =
+      rj::kParseInsituFlag | rj::kParseIterativeFlag | rj::kParseNumbersAsStringsFlag;
+  const rj::ParseResult result = reader.Parse<kFlags>(stream, handler);
+  if (!result.IsError() && broken.message == nullptr) return;
+  const std::uint32_t parent = handler.endAll();
+  if (handler.tooDeep) {
+    fail(AMFWireStatus::depthLimit, result.Offset(), parent,
+         "arrays and objects inside one another are too many");
+  }
+  if (broken.message != nullptr && (!result.IsError() || result.Offset() >= whole)) {
+    fail(AMFWireStatus::syntax, whole, parent, broken.message);
+  }
+  fail(AMFWireStatus::syntax, result.Offset(), parent, rj::GetParseError_En(result.Code()));
+}
+
+bool JsonIndex::decodeBase64(std::uint32_t token) {
+  JsonToken& known = tokens[token];
+  char* const at = buffer.get() + known.place;
+  const std::size_t length = readBase64(at + 1, at + 1, known.extra);
+  if (length == kNoBase64) return false;
+  *at = kDecoded;
+  known.extra = static_cast<std::uint32_t>(length);
+  return true;
+}
+
+}  // namespace amf2json::wire

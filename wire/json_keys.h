@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The $ keys of JSON objects: which kinds of values there are, in which format, and which keys go
+// with them. Tested by tests/wire/json_errors_test.cpp.
+#ifndef WIRE_JSON_KEYS_H
+#define WIRE_JSON_KEYS_H
+
+#include <cstdint>
+
+#include "AMFWire.h"
+
+namespace amf2json::wire {
+
+enum class Key : std::uint8_t {
+  // Kinds: an object has one of them at most.
+  undefined,
+  unsupported,
+  string64,
+  number,  // $double
+  date,
+  xmldoc,
+  xml,
+  bytes,
+  array,
+  ecma,
+  className,
+  external,
+  vector,
+  dictionary,
+  amf3,
+  ref,
+  // What goes with them.
+  id,
+  members,
+  zone,
+  sealed,
+  dynamic,
+  value,
+  values,
+  type,
+  fixed,
+  items,
+  weak,
+  none
+};
+constexpr std::uint32_t kKeyCount = static_cast<std::uint32_t>(Key::none);
+
+constexpr bool isKind(Key key) {
+  return key < Key::id;
+}
+constexpr std::uint32_t bit(Key key) {
+  return std::uint32_t{1} << static_cast<std::uint32_t>(key);
+}
+
+// The key that is spelled so, with its $; Key::none for others.
+Key keyOf(const AMFWireString& name);
+const char* nameOf(Key key);
+// Whether the format has that kind of value.
+bool hasKind(Key kind, bool amf3);
+// The keys that may stand beside a kind, itself included; Key::none: a plain object.
+std::uint32_t allowedBeside(Key kind, bool amf3);
+// Whether an object of that kind has members.
+bool hasMembers(Key kind, bool amf3);
+
+}  // namespace amf2json::wire
+
+#endif  // WIRE_JSON_KEYS_H

@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The JSON reader, second half: the index of a document to events, with an explicit stack.
+// json_reader.cpp holds the values, json_objects.cpp those that are JSON objects, json_fields.cpp
+// the parts that they share, json_document_reader.cpp documents and sections. The mirror of
+// json_writer.h. Enter at readDocument(). A refusal is thrown as JsonFailure.
+// Tested by tests/wire/rows_test.cpp and tests/wire/json_errors_test.cpp.
+#ifndef WIRE_JSON_READER_H
+#define WIRE_JSON_READER_H
+
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "wire/amf_writer.h"
+#include "wire/external_classes.h"
+#include "wire/hash.h"
+#include "wire/json_index.h"
+#include "wire/json_keys.h"
+
+namespace amf2json::wire {
+
+// The names of members, one after another: keys of an object, or names in $members.
+class JsonNames : public AMFWireNames {
+ public:
+  JsonNames(const JsonIndex& of, std::uint32_t begin, bool inList)
+      : index(&of), first(begin), at(begin), listed(inList) {}
+  void rewind() override { at = first; }
+  AMFWireString next() override;
+
+ private:
+  const JsonIndex* index;  // not owned
+  std::uint32_t first;
+  std::uint32_t at;
+  bool listed;
+};
+
+class JsonReader {
+ public:
+  JsonReader(JsonIndex& of, const AMFWireImportOptions& with, AmfWriter& to)
+      : index(of), options(with), classes(with.externalClasses), sink(to) {}
+
+  // Returns the document's form.
+  AMFWireForm readDocument();
+  // The token at hand, for what the writer refuses.
+  std::uint32_t current() const { return at; }
+
+ private:
+  // A JSON object, its $ keys sorted out.
+  struct Object {
+    std::uint32_t token = 0;
+    Key kind = Key::none;
+    std::uint32_t present = 0;        // bits of Key
+    std::uint32_t values[kKeyCount];  // their value tokens, where present
+    std::uint32_t members = 0;        // keys that are members
+    std::uint32_t firstMember = 0;    // key token, where there is one
+    std::uint32_t firstField = 0;     // key token like $0.1.2, where there is one
+    bool has(Key key) const { return (present & bit(key)) != 0; }
+    std::uint32_t operator[](Key key) const { return values[static_cast<std::uint32_t>(key)]; }
+  };
+  enum class Step : std::uint8_t { items, members, pairs, dictionary, fields, amf3 };
+  struct Frame {
+    Step step;
+    bool ends;             // its end is an event
+    bool inArray;          // members of an AMF3 array: dense values follow
+    bool half;             // dictionary: the key has been read
+    std::uint8_t group;    // of a small message, the next one
+    ExternalBody body;     // of a small message
+    std::uint32_t next;    // token: an item, a key, a pair; of fields, in `fields`
+    std::uint32_t left;    // items, members, pairs
+    std::uint32_t dense;   // the token of $array
+    std::uint32_t sealed;  // members that are sealed
+  };
+  struct Field {
+    std::uint32_t number;  // 112 * group + 7 * byte + bit
+    std::uint32_t value;   // token
+  };
+  struct Begun {
+    bool amf3;
+    std::uint32_t index;
+  };
+  struct SeededHash {
+    std::size_t operator()(std::uint64_t id) const {
+      return static_cast<std::size_t>(mix(id ^ hashSeed(), 0xA0761D6478BD642Fu));
+    }
+  };
+
+  // Documents and sections.
+  template <std::size_t N>
+  void readKeys(std::uint32_t object, const char* const (&names)[N], std::uint32_t (&found)[N]);
+  AMFWireForm packet(const std::uint32_t* found);
+  AMFWireForm bareValues(const std::uint32_t* found, AMFWireForm form);
+  AMFWireForm sharedObject(const std::uint32_t* found);
+  void sectionList(std::uint32_t list, bool isHeader);
+  void section(std::uint32_t token, bool isHeader);
+  void sectionHead(AMFWireSection& section, const std::uint32_t* found, bool isHeader);
+  void readMarks(AMFWireSection& section, const std::uint32_t* found);
+  bool mark(std::uint32_t token);
+  void values(const AMFWireSection& section, std::uint32_t original);
+  void restoreOriginal(const AMFWireSection& section, std::uint32_t token);
+  bool readOriginal(const AMFWireSection& section, const AMFWireString& bytes, AmfWriter& copy);
+  void finish(const std::uint32_t* found, std::size_t trailing, std::size_t error);
+  void entries(std::uint32_t token);
+
+  // Values. True: a frame was pushed.
+  void run();
+  bool value(std::uint32_t token);
+  bool number(std::uint32_t token);
+  bool array(std::uint32_t token, std::uint32_t list);
+  bool object(std::uint32_t token);
+  bool plainObject(const Object& object);
+  bool arrayObject(const Object& object);
+  bool ecmaArray(const Object& object);
+  bool external(const Object& object);
+  bool smallMessage(const Object& object, const ExternalBody& body);
+  bool vector(const Object& object);
+  void vectorItems(std::uint32_t list, AMFWireVectorKind kind);
+  bool dictionary(const Object& object);
+  bool simple(const Object& object);
+  void date(const Object& object);
+  bool amf3Value(const Object& object);
+  void reference(std::uint32_t token);
+  void stepItems();
+  void stepMembers();
+  void stepPairs();
+  void stepDictionary();
+  void stepFields();
+  void stepAmf3();
+  void endFrame();
+  void announce(Frame& frame, const AMFWireString& name, std::uint32_t token);
+  void pushMembers(const Object& object, std::uint32_t sealed, bool inArray);
+  void collectFields(const Object& object, const ExternalBody& body);
+  std::uint32_t fieldNumber(std::uint32_t key, const ExternalBody& body);
+
+  // Parts.
+  Object sorted(std::uint32_t token);
+  void sortKey(Object& object, std::uint32_t key);
+  void checkBeside(const Object& object);
+  void checkTwice(std::uint32_t token);
+  void checkTwiceSlowly(std::uint32_t token);
+  void begin(const Object& object);  // of a value that can be referred to
+  void enter(std::uint32_t token);   // of a value that contains values
+  std::uint32_t memberCount(const Object& object);
+  std::uint32_t need(const Object& object, Key key);
+  void needTrue(std::uint32_t token);
+  bool needBoolean(std::uint32_t token);
+  std::uint32_t needArray(std::uint32_t token);
+  void needObject(std::uint32_t token);
+  AMFWireString needString(std::uint32_t token);
+  AMFWireString needString16(std::uint32_t token);
+  AMFWireString needBase64(std::uint32_t token);
+  double needNumber(std::uint32_t token);
+  double needWhole(std::uint32_t token, double least, double most);
+  double needDouble(std::uint32_t token);
+  bool isSpecial(std::uint32_t key) const;
+  AMFWireString memberName(std::uint32_t key) const;
+  bool isKind(std::uint32_t token, char c) const { return index.kind(token) == c; }
+  [[noreturn]] void fail(std::uint32_t token, std::string message) const;
+  [[noreturn]] void failKind(std::uint32_t token, const char* expected) const;
+
+  JsonIndex& index;
+  const AMFWireImportOptions& options;
+  ExternalClasses classes;
+  AmfWriter& sink;
+  std::vector<Frame> frames;
+  std::vector<Field> fields;                                 // of the small messages that are open
+  std::unordered_map<std::uint64_t, Begun, SeededHash> ids;  // of the section
+  std::vector<std::uint32_t> slots;                          // of checkTwiceSlowly
+  std::uint32_t depth = 0;
+  std::uint32_t at = 0;
+  bool amf3 = false;
+};
+
+}  // namespace amf2json::wire
+
+#endif  // WIRE_JSON_READER_H

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The index of written strings and traits. Tested by tests/wire/rows_test.cpp.
+#include "wire/writer_index.h"
+
+namespace amf2json::wire {
+
+namespace {
+
+bool sameBytes(const AMFWireString& a, const AMFWireString& b) {
+  return a.length == b.length && std::memcmp(a.data, b.data, a.length) == 0;
+}
+
+}  // namespace
+
+void HashSlots::clear() {
+  // Many slots for a section with few strings would cost every section after it.
+  if (used != 0 && slots.size() <= 4096) slots.assign(slots.size(), {});
+  if (slots.size() > 4096) slots = {};
+  used = 0;
+}
+
+void HashSlots::put(std::uint64_t hash, std::uint32_t entry) {
+  std::size_t at = slotOf(hash, slots.size());
+  while (slots[at].entry != kNotWritten) at = at + 1 == slots.size() ? 0 : at + 1;
+  slots[at] = {static_cast<std::uint32_t>(hash), entry};
+}
+
+std::uint32_t WriterIndex::findString(const AMFWireString& text, std::uint64_t hash) const {
+  return strings.find(
+      hash, [&](std::uint32_t entry) { return sameBytes(tables->stringAt(entry), text); });
+}
+
+void WriterIndex::addString(std::uint64_t hash) {
+  strings.add(hash, static_cast<std::uint32_t>(tables->strings.count() - 1),
+              [this](std::uint32_t entry) { return this->hash(tables->stringAt(entry)); });
+}
+
+std::uint64_t WriterIndex::hashTraits(std::uint32_t head, const AMFWireString& className,
+                                      AMFWireNames* names) const {
+  std::uint64_t state = mix(hash(className), head ^ 0x9E3779B97F4A7C15u);
+  if (names == nullptr) return state;
+  names->rewind();
+  for (std::uint32_t left = head >> 4; left > 0; --left) {
+    state = mix(state ^ 0xE7037ED1A0B428DBu, hash(names->next()));
+  }
+  return state;
+}
+
+std::uint32_t WriterIndex::findTraits(std::uint32_t head, const AMFWireString& className,
+                                      AMFWireNames* names, std::uint64_t hash) const {
+  return traits.find(hash, [&](std::uint32_t entry) {
+    const Traits known = tables->traitsAt(entry);
+    if (known.head != head || !sameBytes(known.className, className)) return false;
+    if (names != nullptr) names->rewind();
+    const char* at = known.names;
+    for (std::uint32_t left = known.sealedCount(); left > 0; --left) {
+      if (!sameBytes(tables->knownString(at), names->next())) return false;
+    }
+    return true;
+  });
+}
+
+void WriterIndex::addTraits(std::uint64_t hash) {
+  traits.add(hash, static_cast<std::uint32_t>(tables->traits.count() - 1),
+             [this](std::uint32_t entry) {
+               const Traits known = tables->traitsAt(entry);
+               KnownNames names(*tables, known);
+               return hashTraits(known.head, known.className, &names);
+             });
+}
+
+}  // namespace amf2json::wire

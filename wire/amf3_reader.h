@@ -168,6 +168,7 @@ std::uint32_t AmfReader<Sink>::inlineTraits(const char* begin, std::uint32_t hea
   // What an externalizable's traits say beside its class is not in the values.
   if ((head & kTraitsExternal) != 0 && head >> 4 != 0) tables.odd = true;
   tables.traits.push(static_cast<std::uint32_t>(offsetOf(begin)));
+  tables.endOfTraits = cursor;
   return static_cast<std::uint32_t>(tables.traits.count() - 1);
 }
 

@@ -4,6 +4,7 @@
 #ifndef WIRE_BYTES_H
 #define WIRE_BYTES_H
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -39,6 +40,32 @@ inline std::uint64_t bitsOf(const double& value) {
   std::uint64_t bits;
   std::memcpy(&bits, &value, sizeof bits);
   return bits;
+}
+
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+constexpr bool kLowestFirst = false;
+#else
+constexpr bool kLowestFirst = true;
+#endif
+
+// Up to eight bytes as a word, the first one lowest, and 0 above them. No byte behind them is read.
+// Goes through registers: bytes that are stored one by one and loaded as one word stall.
+inline std::uint64_t loadFew(const char* at, std::size_t count) {
+  if (count >= 8) {
+    std::uint64_t word;
+    std::memcpy(&word, at, 8);
+    return word;
+  }
+  if (count >= 4) {
+    std::uint32_t low;
+    std::uint32_t high;
+    std::memcpy(&low, at, 4);
+    std::memcpy(&high, at + count - 4, 4);
+    return low | std::uint64_t{high} << 8 * (count - 4);
+  }
+  if (count == 0) return 0;
+  return byteAt(at) | std::uint64_t{byteAt(at + count / 2)} << 8 * (count / 2) |
+         std::uint64_t{byteAt(at + count - 1)} << 8 * (count - 1);
 }
 
 inline void storeU16(char* at, std::uint32_t value) {

@@ -37,13 +37,16 @@ class Export {
 
   std::string text(AMFWireStatistics& statistics) {
     findFacts();
-    const std::size_t length = findLength();
-    std::string json(length, '\0');
-    TextBuffer buffer(json.data(), length);
-    JsonWriter<TextBuffer> writer(jsonOptions, facts, buffer, statistics);
-    DocumentReader<JsonWriter<TextBuffer>> reader(context, writer, size, options.salvage);
-    reader.read(form);
-    if (!buffer.isFull()) buffer.failChanged();
+    if (isBoundClose()) {
+      std::string json;
+      if (write(json, static_cast<std::size_t>(facts.bound.most()), statistics)) return json;
+      statistics = {};
+      statistics.form = form;
+    }
+    std::string json;
+    if (!write(json, findLength(), statistics)) {
+      throw Failure{AMFWireStatus::malformed, 0, "the bytes changed while they were read"};
+    }
     return json;
   }
 
@@ -52,6 +55,28 @@ class Export {
     DocumentReader<Facts> reader(context, facts, size, options.salvage);
     facts.attach(reader.section());
     reader.read(form);
+  }
+
+  // Whether the text may be written before its length is known.
+  bool isBoundClose() const {
+    constexpr std::uint64_t kSmall = 4096;
+    return !jsonOptions.pretty && facts.bound.most() <= options.limits.maxTextBytes &&
+           facts.bound.most() - facts.bound.least() <= size + kSmall;
+  }
+
+  // False: the text is longer than `most`.
+  bool write(std::string& json, std::size_t most, AMFWireStatistics& statistics) {
+    json.resize(most);
+    TextBuffer buffer(json.data(), most);
+    JsonWriter<TextBuffer> writer(jsonOptions, facts, buffer, statistics);
+    DocumentReader<JsonWriter<TextBuffer>> reader(context, writer, size, options.salvage);
+    try {
+      reader.read(form);
+    } catch (const TextTooLong&) {
+      return false;
+    }
+    json.resize(buffer.length());
+    return true;
   }
 
   std::size_t findLength() {

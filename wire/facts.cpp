@@ -10,6 +10,11 @@ namespace amf2json::wire {
 
 namespace {
 
+// What the keys of documents and sections take at most.
+constexpr std::uint64_t kDocumentKeys = 200;
+constexpr std::uint64_t kSectionKeys = 200;
+constexpr std::uint64_t kMostNames = 0x7FFFFFFF;
+
 // The value of a name that is an array index of JavaScript, else -1.
 std::int64_t arrayIndexOf(const AMFWireString& name) {
   if (name.length == 0 || name.length > 10) return -1;
@@ -30,9 +35,25 @@ void Facts::beginDocument(const AMFWireDocument& document) {
       form == AMFWireForm::amf3 || (form == AMFWireForm::sharedObject && document.version == 3);
 }
 
+void Facts::endDocument(const AMFWireString& trailing, const AMFWireString& error) {
+  bound.addPerhaps(kDocumentKeys);
+  if (trailing.length != 0) bound.base64(trailing.length);
+  if (error.length != 0) bound.string(error, texts);
+}
+
+void Facts::rawSection(const AMFWireString& bytes, const AMFWireString& error) {
+  bound.base64(bytes.length);
+  bound.string(error, texts);
+}
+
 void Facts::beginSection(const AMFWireSection& section) {
+  bound.addPerhaps(kSectionKeys);
+  bound.string(section.name, texts);
+  bound.string(section.response, texts);
   sections.emplace_back();
-  listedTraits.clear();
+  sectionBegin = section.offset;
+  traitsFacts.clear();
+  lastCount = 0;
   begin0 = objects0.count();
   begin3 = objects3.count();
   amf3 = formIs3;
@@ -59,21 +80,49 @@ void Facts::valuesEnd(const SectionTables& of, std::size_t offset) {
   }
   if (wholeSeen && !integerSeen) section.flags |= kNoIntegers;
   if (odd) section.flags |= kOriginal;
+  if (odd) bound.base64(offset - sectionBegin);
 }
 
 void Facts::endSection() {
   if (frames.empty()) return;  // of a shared object, its entries are left
-  if (frames.back().listed) sections.back().flags |= kEntriesListed;
+  if (frames.back().listed) {
+    sections.back().flags |= kEntriesListed;
+    bound.add(sizeof "\"$members\":[]" + std::uint64_t{2} * frames.back().members);
+  }
   if (frames.back().namesOpen) names.close();
   frames.pop_back();
 }
 
-void Facts::number(double value) {
-  if (amf3 && !wholeSeen && fitsInteger(value)) wholeSeen = true;
+void Facts::number(const double& value) {
+  bound.add(1);
+  if (needsWord(value)) return bound.addPerhaps(sizeof "{\"$double\":\"0x7ff8000000000001\"}");
+  bound.number(value);
+  if (!amf3 || !fitsInteger(value)) return;
+  wholeSeen = true;
+  bound.addPerhaps(sizeof "{\"$double\":}");
+}
+
+void Facts::date(const double&, std::int16_t zone) {
+  if (amf3) objects3.push(0);
+  bound.add(sizeof "{\"$date\":\"2009-02-13T23:31:30.123Z\"}");
+  if (zone != 0) bound.add(sizeof ",\"$zone\":-32768");
+}
+
+void Facts::xmlText(const AMFWireString& value) {
+  if (amf3) objects3.push(0);
+  bound.add(sizeof "{\"$xmldoc\":}");
+  bound.string(value, texts);
+}
+
+void Facts::byteArray(const AMFWireString& value) {
+  objects3.push(0);
+  bound.add(sizeof "{\"$bytes\":}");
+  bound.base64(value.length);
 }
 
 void Facts::reference(std::uint32_t index) {
   objects(amf3)[(amf3 ? begin3 : begin0) + index] |= kReferred;
+  bound.addPerhaps(sizeof "{\"$ref\":4294967295}" + sizeof "{\"$id\":4294967295,\"$array\":}");
 }
 
 void Facts::open(std::uint32_t sealedCount) {
@@ -82,29 +131,96 @@ void Facts::open(std::uint32_t sealedCount) {
   frame.amf3 = amf3;
   frames.push_back(frame);
   table.push(0);
+  bound.add(3);  // brackets and a comma
+}
+
+void Facts::beginArray(const AMFWireArray& array) {
+  open(array.hasMembers ? 0 : kNoNames);
+  if (array.hasMembers) bound.add(sizeof "\"$array\":[]");
 }
 
 void Facts::beginEcmaArray(std::uint32_t declaredCount) {
   open(0);
   frames.back().declaredCount = declaredCount;
+  bound.add(sizeof "\"$ecma\":4294967295");
+}
+
+void Facts::beginExternal(const AMFWireExternal& external) {
+  open(kNoNames);
+  bound.add(sizeof "\"$external\":,\"$values\":[]");
+  bound.string(external.className, texts);
+  if (external.dynamic) bound.add(sizeof "\"$dynamic\":true");
+}
+
+void Facts::beginVector(const AMFWireVector& vector) {
+  open(kNoNames);
+  bound.add(sizeof "\"$vector\":\"double\",\"$items\":[]");
+  if (vector.fixed) bound.add(sizeof "\"$fixed\":true");
+  if (vector.kind != AMFWireVectorKind::object) return;
+  bound.add(sizeof "\"$type\":");
+  bound.string(vector.typeName, texts);
+}
+
+void Facts::vectorItems(const char*, std::uint32_t count) {
+  bound.addPerhaps(std::uint64_t{count} * sizeof "{\"$double\":\"0x7ff8000000000001\"}");
+}
+
+void Facts::beginDictionary(std::uint32_t count, bool weak) {
+  open(kNoNames);
+  bound.add(sizeof "\"$dictionary\":[]" + (weak ? sizeof "\"$weak\":true" : 0));
+  bound.add(std::uint64_t{count} * 3);
+}
+
+void Facts::field(const AMFWireField& field) {
+  bound.add(field.name != nullptr ? std::strlen(field.name) + 3 : sizeof "\"$2.15.6\":");
+}
+
+void Facts::addName(const AMFWireString& name) {
+  bound.string(name, texts);
+  bound.add(name.length != 0 && name.data[0] == '$' ? 3 : 2);
 }
 
 void Facts::beginObject(const AMFWireObject& object) {
   open(object.sealedCount);
   Frame& frame = frames.back();
   frame.traits = object.traits;
-  if (object.sealedCount != 0) frame.listed = sealedListed(object);
+  if (object.typed) {
+    bound.add(sizeof "\"$class\":");
+    bound.string(object.className, texts);
+  }
+  if (amf3 && object.dynamic == object.typed) bound.addPerhaps(sizeof "\"$dynamic\":false");
+  if (amf3 && object.dynamic + object.typed != 1) bound.addPerhaps(sizeof "\"$sealed\":4294967295");
+  if (object.sealedCount == 0) return;
+  const std::uint32_t known = sealedFacts(object);
+  frame.listed = (known & 1) != 0;
+  bound.add(known >> 1);
 }
 
 // Sealed names are looked at once for each traits entry.
-bool Facts::sealedListed(const AMFWireObject& object) {
-  if (object.traits < listedTraits.count()) return listedTraits[object.traits] != 0;
-  while (listedTraits.count() < object.traits) listedTraits.push(0);
-  Frame trial{object.sealedCount, object.sealedCount, object.traits, 0};
-  noteSealed(trial);
-  names.close();
-  listedTraits.push(trial.listed ? 1 : 0);
-  return trial.listed;
+std::uint32_t Facts::sealedFacts(const AMFWireObject& object) {
+  if (object.traits < traitsFacts.count()) return traitsFacts[object.traits];
+  while (traitsFacts.count() < object.traits) traitsFacts.push(0);
+  const Traits traits = tables->traitsAt(object.traits);
+  // Senders that repeat traits repeat them byte for byte.
+  const bool again = object.sealedCount == lastCount &&
+                     tables->endOfTraits >= traits.names + lastNames.length &&
+                     std::memcmp(traits.names, lastNames.data, lastNames.length) == 0;
+  if (!again) {
+    Frame trial{object.sealedCount, object.sealedCount, object.traits, 0};
+    const std::uint64_t before = bound.most();
+    noteSealed(trial);
+    names.close();
+    KnownNames sealed(*tables, traits);
+    for (std::uint32_t i = 0; i < object.sealedCount; ++i) addName(sealed.next());
+    const std::uint64_t length = bound.most() - before;
+    bound.add(0 - length);  // it is added for each object
+    lastFacts = static_cast<std::uint32_t>(length < kMostNames ? length : kMostNames) << 1 |
+                (trial.listed ? 1 : 0);
+    lastCount = tables->usesStringReferences ? 0 : object.sealedCount;
+    lastNames = {traits.names, static_cast<std::size_t>(tables->endOfTraits - traits.names)};
+  }
+  traitsFacts.push(lastFacts);
+  return lastFacts;
 }
 
 void Facts::noteSealed(Frame& frame) {
@@ -135,6 +251,7 @@ void Facts::member(const AMFWireString& name) {
   }
   frame.flags |= kBeyond;
   ++frame.members;
+  addName(name);
   if (frame.listed) return;
   if (!frame.namesOpen) noteSealed(frame);
   note(frame, name);
@@ -143,7 +260,12 @@ void Facts::member(const AMFWireString& name) {
 void Facts::end() {
   const Frame& frame = frames.back();
   std::uint8_t flags = frame.flags;
-  if (frame.listed) flags |= kListed;
+  if (frame.listed) {
+    flags |= kListed;
+    bound.add(sizeof "\"$members\":[]" +
+              std::uint64_t{2} *
+                  (frame.members + (frame.sealedCount == kNoNames ? 0 : frame.sealedCount)));
+  }
   if (frame.members == frame.declaredCount) flags |= kCounted;
   objects(frame.amf3)[frame.object] |= flags;
   if (frame.namesOpen) names.close();

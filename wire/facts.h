@@ -14,6 +14,7 @@
 #include "wire/long_texts.h"
 #include "wire/name_set.h"
 #include "wire/section_tables.h"
+#include "wire/text_bound.h"
 
 namespace amf2json::wire {
 
@@ -44,37 +45,47 @@ class Facts {
 
   // The sink.
   void beginDocument(const AMFWireDocument& document);
-  void endDocument(const AMFWireString&, const AMFWireString&) {}
+  void endDocument(const AMFWireString& trailing, const AMFWireString& error);
   void beginMessages(std::uint32_t) {}
   void beginSection(const AMFWireSection& section);
-  void rawSection(const AMFWireString&, const AMFWireString&) {}
+  void rawSection(const AMFWireString& bytes, const AMFWireString& error);
   void valuesEnd(const SectionTables& tables, std::size_t offset);
   void endSection();
-  void undefined() {}
-  void null() {}
-  void unsupported() {}
-  void boolean(bool) {}
-  void integer(std::int32_t) { integerSeen = true; }
-  void number(double value);
-  void string(const AMFWireString&) {}
-  void xmlDocument(const AMFWireString&) { scalar(); }
-  void xml(const AMFWireString&) { scalar(); }
-  void date(double, std::int16_t) { scalar(); }
-  void byteArray(const AMFWireString&) { scalar(); }
+  void undefined() { bound.add(sizeof "{\"$undefined\":true}"); }
+  void null() { bound.add(sizeof "null"); }
+  void unsupported() { bound.add(sizeof "{\"$unsupported\":true}"); }
+  void boolean(bool value) { bound.add(value ? sizeof "true" : sizeof "false"); }
+  void integer(std::int32_t value) {
+    integerSeen = true;
+    bound.integer(value);
+    bound.add(1);
+  }
+  void number(const double& value);
+  void string(const AMFWireString& value) {
+    bound.string(value, texts);
+    bound.add(1);
+  }
+  void xmlDocument(const AMFWireString& value) { xmlText(value); }
+  void xml(const AMFWireString& value) { xmlText(value); }
+  void date(const double&, std::int16_t zone);
+  void byteArray(const AMFWireString& value);
   void reference(std::uint32_t index);
-  void beginAmf3() { amf3 = true; }
+  void beginAmf3() {
+    amf3 = true;
+    bound.add(sizeof "{\"$amf3\":}");
+  }
   void endAmf3() { amf3 = false; }
-  void beginArray(const AMFWireArray& array) { open(array.hasMembers ? 0 : kNoNames); }
+  void beginArray(const AMFWireArray& array);
   void beginEcmaArray(std::uint32_t declaredCount);
   void beginObject(const AMFWireObject& object);
-  void beginExternal(const AMFWireExternal&) { open(kNoNames); }
-  void beginVector(const AMFWireVector&) { open(kNoNames); }
-  void vectorItems(const char*, std::uint32_t) {}
-  void beginDictionary(std::uint32_t, bool) { open(kNoNames); }
+  void beginExternal(const AMFWireExternal& external);
+  void beginVector(const AMFWireVector& vector);
+  void vectorItems(const char* items, std::uint32_t count);
+  void beginDictionary(std::uint32_t count, bool weak);
   void member(const AMFWireString& name);
   void denseItems() {}
   void fieldGroup(const AMFWireFlags&) {}
-  void field(const AMFWireField&) {}
+  void field(const AMFWireField& field);
   void end();
 
   // What was found, for the passes that follow. Objects of all sections in the order in which they
@@ -83,6 +94,7 @@ class Facts {
   Table<std::uint8_t> objects0;
   Table<std::uint8_t> objects3;
   LongTexts texts;
+  TextBound bound;  // of the compact text, with all originals
 
  private:
   static constexpr std::uint32_t kNoNames = 0xFFFFFFFFu;
@@ -102,20 +114,24 @@ class Facts {
   };
 
   void open(std::uint32_t sealedCount);
-  void scalar() {
-    // Dates and XML documents of AMF0 cannot be referred to.
-    if (amf3) objects3.push(0);
-  }
   Table<std::uint8_t>& objects(bool of3) { return of3 ? objects3 : objects0; }
   void note(Frame& frame, const AMFWireString& name);
   void noteSealed(Frame& frame);
-  bool sealedListed(const AMFWireObject& object);
+  void addName(const AMFWireString& name);
+  std::uint32_t sealedFacts(const AMFWireObject& object);
+  void xmlText(const AMFWireString& value);
 
   NameSet names;
   std::vector<Frame> frames;
   const SectionTables* tables = nullptr;  // of the section at hand; not owned
-  Table<std::uint8_t> listedTraits;       // of the section: whether the sealed names need a list
-  std::size_t begin0 = 0;                 // the section's first objects
+  // Of the section's traits: the length of the sealed names as keys, times two, and whether they
+  // need a list.
+  Table<std::uint32_t> traitsFacts;
+  AMFWireString lastNames;  // the sealed names that were looked at last, all inline
+  std::uint32_t lastCount = 0;
+  std::uint32_t lastFacts = 0;
+  std::size_t sectionBegin = 0;
+  std::size_t begin0 = 0;  // the section's first objects
   std::size_t begin3 = 0;
   AMFWireForm form = AMFWireForm::packet;
   bool formIs3 = false;

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "wire/bytes.h"
+
 namespace amf2json::wire {
 
 // From the addresses that the system has chosen for this process.
@@ -32,18 +34,12 @@ inline std::uint64_t mix(std::uint64_t a, std::uint64_t b) {
 #endif
 }
 
-inline std::uint64_t loadSome(const char* at, std::size_t count) {
-  std::uint64_t word = 0;
-  std::memcpy(&word, at, count);
-  return word;
-}
-
 inline std::uint64_t hashOf(const char* data, std::size_t length, std::uint64_t seed) {
   std::uint64_t state = seed ^ length;
   for (; length > 8; data += 8, length -= 8) {
-    state = mix(loadSome(data, 8) ^ 0xA0761D6478BD642Fu, state ^ 0xE7037ED1A0B428DBu);
+    state = mix(loadFew(data, 8) ^ 0xA0761D6478BD642Fu, state ^ 0xE7037ED1A0B428DBu);
   }
-  return mix(loadSome(data, length) ^ 0x8EBC6AF09C88C6E3u, state ^ 0x589965CC75374CC3u);
+  return mix(loadFew(data, length) ^ 0x8EBC6AF09C88C6E3u, state ^ 0x589965CC75374CC3u);
 }
 
 // A slot of `slots` slots.

@@ -14,13 +14,8 @@ namespace amf2json::wire {
 
 namespace {
 
-constexpr double kExactWhole = 9007199254740992.0;  // 2^53
 constexpr std::uint64_t kPlainNaN = 0x7FF8000000000000u;
 constexpr std::uint64_t kMinusZero = 0x8000000000000000u;
-
-bool isWholeAndShort(const double& value) {
-  return value >= -kExactWhole && value <= kExactWhole && value == std::trunc(value);
-}
 
 // Shortest digits and the place of the decimal point: 0.DIGITS times ten to the power of `point`.
 struct Decimal {
@@ -29,7 +24,29 @@ struct Decimal {
   int point;
 };
 
+// A few decimals, as prices have: a whole number of at most 15 digits over a power of ten. No two
+// such numbers are the same double, so what reads back is the shortest.
+bool hasFewDecimals(double value, Decimal& decimal) {
+  static constexpr double kPowers[] = {1e0, 1e1, 1e2, 1e3, 1e4};
+  for (int decimals = 1; decimals <= 4; ++decimals) {
+    const double scaled = value * kPowers[decimals];
+    if (!(scaled < 1e15)) return false;
+    const double whole = std::nearbyint(scaled);
+    if (whole / kPowers[decimals] != value) continue;
+    if (whole == 0) return false;
+    const char* const end = std::to_chars(decimal.digits, decimal.digits + sizeof decimal.digits,
+                                          static_cast<std::uint64_t>(whole))
+                                .ptr;
+    decimal.count = static_cast<int>(end - decimal.digits);
+    decimal.point = decimal.count - decimals;
+    return true;
+  }
+  return false;
+}
+
 Decimal decimalOf(const double& value) {
+  Decimal few;
+  if (hasFewDecimals(std::fabs(value), few)) return few;
   char text[kNumberMax];
   const char* const end =
       std::to_chars(text, text + sizeof text, std::fabs(value), std::chars_format::scientific).ptr;

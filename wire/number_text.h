@@ -23,6 +23,13 @@ char* putInteger(char* to, std::int64_t value);
 std::size_t lengthOfNumber(const double& value);
 std::size_t lengthOfInteger(std::int64_t value);
 
+// True for whole numbers up to 2^53.
+inline bool isWholeAndShort(const double& value) {
+  constexpr double kExact = 9007199254740992.0;
+  return value >= -kExact && value <= kExact &&
+         value == static_cast<double>(static_cast<std::int64_t>(value));
+}
+
 // True for what JSON numbers, as JavaScript writes them, cannot say: NaN, infinities, minus zero.
 bool needsWord(const double& value);
 // Such a value in a word: NaN, Infinity, -Infinity, -0, 0x7ff8000000000001.

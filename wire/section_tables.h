@@ -72,11 +72,12 @@ class SectionTables {
     return found;
   }
 
-  const char* base = nullptr;    // of the whole input; not owned
-  Table<std::uint32_t> strings;  // where the U29 of each begins
-  Table<std::uint32_t> traits;   // likewise
-  Table<std::uint8_t> objects;   // the marker of each
-  std::uint32_t objects0 = 0;    // AMF0 objects and arrays so far
+  const char* endOfTraits = nullptr;  // behind the inline traits that were read last
+  const char* base = nullptr;         // of the whole input; not owned
+  Table<std::uint32_t> strings;       // where the U29 of each begins
+  Table<std::uint32_t> traits;        // likewise
+  Table<std::uint8_t> objects;        // the marker of each
+  std::uint32_t objects0 = 0;         // AMF0 objects and arrays so far
   // Some field stands otherwise than the writer would write it.
   bool odd = false;
   bool usesStringReferences = false;

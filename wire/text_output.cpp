@@ -23,25 +23,35 @@ char letterOf(unsigned char byte) {
 
 }  // namespace
 
-void TextBuffer::failChanged() {
-  throw Failure{AMFWireStatus::malformed, 0, "the bytes changed while they were read"};
+void TextBuffer::escape(unsigned char byte) {
+  const char letter = letterOf(byte);
+  if (letter != 0) {
+    const char text[] = {'\\', letter};
+    characters(text, 2);
+  } else if (byte < 0x20) {
+    const char text[] = {
+        '\\', 'u', '0', '0', static_cast<char>('0' + (byte >> 4)), "0123456789abcdef"[byte & 15]};
+    characters(text, 6);
+  } else {
+    character(static_cast<char>(byte));
+  }
 }
 
 bool TextBuffer::escapedSlowly(const char* from, const char* last) {
-  if (firstBroken(from, last) != last) return false;
-  for (; from < last; ++from) {
-    const auto byte = static_cast<unsigned char>(*from);
-    const char letter = letterOf(byte);
-    if (letter != 0) {
-      const char text[] = {'\\', letter};
-      characters(text, 2);
-    } else if (byte < 0x20) {
-      const char text[] = {
-          '\\', 'u', '0', '0', static_cast<char>('0' + (byte >> 4)), "0123456789abcdef"[byte & 15]};
-      characters(text, 6);
-    } else {
-      character(*from);
+  while (from < last) {
+    if (last - from >= 8 && specialBytes(loadFew(from, 8)) == 0) {
+      characters(from, 8);
+      from += 8;
+      continue;
     }
+    const std::size_t length = sequenceLength(from, last);
+    if (length == 0) return false;
+    if (length == 1) {
+      escape(static_cast<unsigned char>(*from));
+    } else {
+      characters(from, length);
+    }
+    from += length;
   }
   return true;
 }

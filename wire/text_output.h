@@ -51,10 +51,9 @@ class TextCounter {
 
 class TextBuffer {
  public:
-  TextBuffer(char* begin, std::size_t length) : at(begin), end(begin + length) {}
+  TextBuffer(char* buffer, std::size_t length) : begin(buffer), at(buffer), end(buffer + length) {}
 
-  bool isFull() const { return at == end; }
-  [[noreturn]] static void failChanged();
+  std::size_t length() const { return static_cast<std::size_t>(at - begin); }
   void character(char c) {
     need(1);
     *at++ = c;
@@ -86,11 +85,11 @@ class TextBuffer {
     at = putBase64(at, bytes.data, bytes.length);
   }
   bool quoted(const AMFWireString& string, bool withDollar) {
-    char* const begin = at;
+    char* const before = at;
     character('"');
     if (withDollar) character('$');
     if (!escaped(string)) {
-      at = begin;
+      at = before;
       return false;
     }
     character('"');
@@ -105,28 +104,24 @@ class TextBuffer {
     if (left() < string.length + 8) return escapedSlowly(from, last);
     char* to = at;
     for (; last - from >= 8; from += 8, to += 8) {
-      std::uint64_t word;
-      std::memcpy(&word, from, 8);
+      const std::uint64_t word = loadFew(from, 8);
       if (specialBytes(word) != 0) return escapedSlowly(string.data, last);
       std::memcpy(to, &word, 8);
     }
     const auto rest = static_cast<std::size_t>(last - from);
-    std::uint64_t word = 0x2020202020202020u;
-    copyFew(reinterpret_cast<char*>(&word), from, rest);
+    const std::uint64_t word = loadFewPlain(from, rest);
     if (specialBytes(word) != 0) return escapedSlowly(string.data, last);
-    std::memcpy(to, &word, 8);
+    if (kLowestFirst) {
+      std::memcpy(to, &word, 8);
+    } else {
+      std::memcpy(to, from, rest);
+    }
     at = to + rest;
     return true;
   }
-  static void copyFew(char* to, const char* from, std::size_t count) {
-    if ((count & 4) != 0) std::memcpy(to, from, 4), to += 4, from += 4;
-    if ((count & 2) != 0) std::memcpy(to, from, 2), to += 2, from += 2;
-    if ((count & 1) != 0) *to = *from;
-  }
   std::size_t left() const { return static_cast<std::size_t>(end - at); }
-  // The length was counted from the same bytes: only a change of the input meanwhile can get here.
   void need(std::size_t length) const {
-    if (left() < length) failChanged();
+    if (left() < length) throw TextTooLong{};
   }
   template <class Put>
   void put(Put putAt) {
@@ -137,8 +132,10 @@ class TextBuffer {
     char text[kNumberMax];
     characters(text, static_cast<std::size_t>(putAt(text) - text));
   }
+  void escape(unsigned char byte);
   bool escapedSlowly(const char* from, const char* last);
 
+  char* begin;
   char* at;
   char* end;
 };

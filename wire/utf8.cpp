@@ -3,6 +3,8 @@
 // The slow half of what strings are as JSON text. Tested by tests/wire/texts_test.cpp.
 #include "wire/utf8.h"
 
+#include <cstring>
+
 namespace amf2json::wire {
 
 namespace {
@@ -65,9 +67,18 @@ const char* firstBroken(const char* at, const char* end) {
 
 Text slowTextOf(const char* data, std::size_t length) {
   const char* const end = data + length;
-  if (firstBroken(data, end) != end) return {false, 0};
   std::size_t escaped = 0;
-  for (; data < end; ++data) escaped += escapedLength(static_cast<unsigned char>(*data));
+  while (data < end) {
+    if (end - data >= 8 && specialBytes(loadFew(data, 8)) == 0) {
+      data += 8;
+      escaped += 8;
+      continue;
+    }
+    const std::size_t sequence = sequenceLength(data, end);
+    if (sequence == 0) return {false, 0};
+    escaped += sequence == 1 ? escapedLength(static_cast<unsigned char>(*data)) : sequence;
+    data += sequence;
+  }
   return {true, escaped};
 }
 

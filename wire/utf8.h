@@ -7,7 +7,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+
+#include "wire/bytes.h"
 
 namespace amf2json::wire {
 
@@ -34,20 +35,18 @@ struct Text {
 };
 Text slowTextOf(const char* data, std::size_t length);
 
+// Few bytes, and blanks above them.
+inline std::uint64_t loadFewPlain(const char* at, std::size_t count) {
+  return loadFew(at, count) | 0x2020202020202020u << 8 * count;
+}
+
 inline bool isPlain(const char* data, std::size_t length) {
-  std::uint64_t word;
-  if (length < 8) {
-    word = 0x2020202020202020u;
-    std::memcpy(&word, data, length);
-    return specialBytes(word) == 0;
-  }
+  if (length < 8) return specialBytes(loadFewPlain(data, length)) == 0;
   const char* const last = data + length - 8;  // the last eight bytes may be looked at twice
   for (; data < last; data += 8) {
-    std::memcpy(&word, data, 8);
-    if (specialBytes(word) != 0) return false;
+    if (specialBytes(loadFew(data, 8)) != 0) return false;
   }
-  std::memcpy(&word, last, 8);
-  return specialBytes(word) == 0;
+  return specialBytes(loadFew(last, 8)) == 0;
 }
 
 inline Text textOf(const char* data, std::size_t length) {

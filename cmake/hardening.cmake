@@ -11,10 +11,19 @@ endif()
 include(CheckCXXSourceCompiles)
 include(CMakePushCheckState)
 
-# Sets a variable of the cache to whether a program that needs the flag's run-time parts can be linked with the flags.
-function(amf2json_check_flags variable)
+# Adds flags to targets for Release builds: for the compiler or, after LINK, for the linker. `variable` is that of the
+# cache which says whether a program can be built with them. Flags for the compiler must do without any at link time: on
+# some systems they would need one more library, also where the static library is used.
+function(amf2json_harden targets variable flags)
+  separate_arguments(flags)
   cmake_push_check_state(RESET)
-  set(CMAKE_REQUIRED_FLAGS "-O2 -Werror ${ARGN}")
+  set(CMAKE_REQUIRED_DEFINITIONS -O2 -Werror)
+  if("LINK" IN_LIST ARGN)
+    list(APPEND CMAKE_REQUIRED_DEFINITIONS -fPIE)
+    set(CMAKE_REQUIRED_LINK_OPTIONS ${flags})
+  else()
+    list(APPEND CMAKE_REQUIRED_DEFINITIONS ${flags})
+  endif()
   check_cxx_source_compiles([[
     #include <cstring>
     int main(int argc, char** argv) {
@@ -23,23 +32,17 @@ function(amf2json_check_flags variable)
       return text[argc & 7];
     }]] ${variable})
   cmake_pop_check_state()
-endfunction()
-
-# Adds flags to targets for Release builds, for the compiler or (LINK) for the linker.
-function(amf2json_harden targets variable flags)
-  separate_arguments(flags)
-  string(REPLACE ";" " " line "${flags}")
-  amf2json_check_flags(${variable} ${line})
   if(NOT ${variable})
     return()
   endif()
   foreach(target IN LISTS targets)
-    if(TARGET ${target})
-      if("LINK" IN_LIST ARGN)
-        target_link_options(${target} PRIVATE "$<$<CONFIG:Release>:${flags}>")
-      else()
-        target_compile_options(${target} PRIVATE "$<$<CONFIG:Release>:${flags}>")
-      endif()
+    if(NOT TARGET ${target})
+      continue()
+    endif()
+    if("LINK" IN_LIST ARGN)
+      target_link_options(${target} PRIVATE "$<$<CONFIG:Release>:${flags}>")
+    else()
+      target_compile_options(${target} PRIVATE "$<$<CONFIG:Release>:${flags}>")
     endif()
   endforeach()
 endfunction()
@@ -48,8 +51,11 @@ set(amf2json_compiled amf2json_core amf2json_bytes amf2json)
 set(amf2json_linked AMF2JSON amf2json)
 amf2json_harden("${amf2json_compiled}" AMF2JSON_HAS_STACK_PROTECTOR "-fstack-protector-strong")
 # Against frames that reach beyond a guard page: the guard's tables. Elsewhere in the library the warning about large
-# frames keeps them small, and this would cost the views a few percent.
-amf2json_harden("amf2json;amf2json_bytes" AMF2JSON_HAS_CLASH_PROTECTION "-fstack-clash-protection")
+# frames keeps them small, and this would cost the views a few percent. For Windows, where all large frames are probed,
+# GCC 12 fails with this flag.
+if(NOT WIN32)
+  amf2json_harden("amf2json;amf2json_bytes" AMF2JSON_HAS_CLASH_PROTECTION "-fstack-clash-protection")
+endif()
 if(AMF2JSON_HAS_CLASH_PROTECTION)
   set_property(SOURCE guard/verify.cpp guard/visit.cpp APPEND PROPERTY COMPILE_OPTIONS
     "$<$<CONFIG:Release>:-fstack-clash-protection>")

@@ -382,6 +382,10 @@ const FileCase kRightsCases[] = {
      "chown 12345:777 kept; chmod 664 kept; setpriv --reuid=65534 --regid=65534 --groups=777 "
      "$amf2json decode -o kept echo.amf;",
      {0, "65534 777 664\n", ""}},
+    {"who was shut out as the owner stays so",
+     "chown 12345:777 kept; chmod 464 kept; setpriv --reuid=65534 --regid=65534 --groups=777 "
+     "$amf2json decode -o kept echo.amf;",
+     {0, "65534 777 444\n", ""}},
     {"another group gets no more than all others",
      "chown 12345:777 kept; chmod 662 kept; setpriv --reuid=65534 --regid=65534 --clear-groups "
      "$amf2json decode -o kept echo.amf;",

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # Reads the values of one section, AMF0 and AMF3, from bytes. Enter at SectionReader.amf0(), .amf3(), .entries().
-# Tested by self_test.py.
+# Tested by rows_test.py and self_test.py.
 import struct
 
 from wire_numbers import MINUS_ZERO, unpack_double

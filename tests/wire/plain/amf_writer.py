@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # Writes the values of one section, AMF0 and AMF3, as bytes, in the one way that the writer has for each value.
-# Enter at section_bytes(). Tested by self_test.py.
+# Enter at section_bytes(). Tested by rows_test.py and self_test.py.
 import struct
 
 from wire_numbers import pack_double

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # Reads whole inputs from bytes: packets, bare values, shared objects and FLV files. Enter at read_document().
-# Tested by self_test.py.
+# Tested by rows_test.py and self_test.py.
 from amf_reader import Cursor, SectionReader
 from amf_writer import section_bytes
 from wire_values import MAX_PACKET_BYTES, BytesError, Document, Part, Section
@@ -35,6 +35,14 @@ def read_document(data, form, externals, salvage):
     document = Document(form)
     document.section, _ = read_section(form, data, 0, len(data), externals)
     return document
+
+
+def changed_sections(document):
+    """How many sections import writes with other bytes where the text has no originals."""
+    sections = [part.section for part in document.headers + document.messages]
+    if document.section is not None:
+        sections.append(document.section)
+    return sum(section.original is not None for section in sections)
 
 
 def read_section(form, data, start, end, externals, stop=None):

@@ -1,12 +1,13 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# Turns the JSON of a document back into bytes. Enter at import_text(). Tested by self_test.py.
+# Turns the JSON of a document back into bytes. Enter at import_text(). Tested by rows_test.py and self_test.py.
 import struct
 
 from amf_writer import section_bytes
 from document_reader import UNKNOWN_LENGTH, read_section
+from json_scalars import array, base64_bytes, boolean, text16, whole_number
 from json_text import parse_json
-from json_values import ValueReader, array, base64_bytes, boolean, text16, whole_number
+from json_values import ValueReader
 from wire_values import MAX_PACKET_BYTES, MAX_TEXT_BYTES, BytesError, Marks, TextError
 
 MARK_KEYS = ("stringReferences", "traitsReferences", "integers")

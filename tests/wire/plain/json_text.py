@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # Parses JSON text into nodes that know their place: line, column and path. Strict: no byte order mark, no duplicate
-# keys, no lone surrogates, UTF-8 only. Enter at parse_json(). Tested by self_test.py.
+# keys, no lone surrogates, UTF-8 only. Enter at parse_json(). Tested by rows_test.py and self_test.py.
 import json
 import re
 

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# Writes a document as compact JSON. Enter at document_text(). Tested by self_test.py.
+# Writes a document as compact JSON. Enter at document_text(). Tested by rows_test.py and self_test.py.
 import base64
 import re
 

@@ -4,7 +4,7 @@
 # packet_generator.py FORM COUNT [SEED]: one base64 input a line. FORM is packet, amf0, amf3, sol or flv.
 #
 # Makes whole inputs of each form, with everything that senders are known to do, and damages some. The same seed gives
-# the same bytes. Enter at generate(). Tested by self_test.py.
+# the same bytes. Enter at generate(). Tested by rows_test.py and self_test.py.
 import base64
 import random
 import struct

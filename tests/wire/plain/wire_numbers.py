@@ -2,7 +2,7 @@
 #
 # Doubles and dates as the JSON has them: numbers as JavaScript writes them, words and hexadecimal digits for what
 # JSON has no number for, and dates as text. Enter at number_text(), word_of(), parse_number(), date_text().
-# Tested by self_test.py.
+# Tested by rows_test.py and self_test.py.
 import re
 import struct
 

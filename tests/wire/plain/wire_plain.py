@@ -5,18 +5,19 @@
 # wire_plain.py import [--external CLASS[=VALUES]]... [--lines] [FILE...]
 #
 # A second, plain implementation of the wire formats and their JSON, to compare the library with. Reads the files, or
-# standard input. export writes one line of compact JSON for each input; import writes the bytes.
+# standard input. export writes one line of compact JSON for each input; import writes the bytes. With --no-originals,
+# export notes on standard error how many sections will come back with other bytes.
 # An error is one line on standard error and status 1: "offset N: reason" or "line L, column C, path P: reason".
 #
 # --lines takes one input on each line and writes one output line for each. export: base64 -> JSON text, or
 # {"error":"reason","offset":N}. import: JSON text -> base64, or {"error":"reason","line":L,"column":C,"path":"P"}.
-# Tested by self_test.py.
+# Tested by rows_test.py and self_test.py.
 import argparse
 import base64
 import json
 import sys
 
-from document_reader import form_of, read_document
+from document_reader import changed_sections, form_of, read_document
 from json_reader import import_text
 from json_writer import document_text
 from wire_values import BytesError, TextError, known_externals
@@ -76,10 +77,13 @@ def import_line(line, options):
 
 
 def convert(data, options):
-    if options.direction == "export":
-        text = export_bytes(data, options.form, options.salvage, options.originals, options.externals)
-        return text.encode("utf-8") + b"\n"
-    return import_bytes(data, options.externals)
+    if options.direction == "import":
+        return import_bytes(data, options.externals)
+    form = form_of(data) if options.form == "auto" else options.form
+    document = read_document(data, form, options.externals, options.salvage)
+    if not options.originals and changed_sections(document):
+        print("%d sections will come back with other bytes" % changed_sections(document), file=sys.stderr)
+    return document_text(document, options.originals).encode("utf-8") + b"\n"
 
 
 def main(arguments):

@@ -2,7 +2,7 @@
 #
 # What AMF values, sections and documents are once they are read: plain classes without behaviour, the known
 # externalizable classes, the bounds and the two kinds of errors. Every other file of this folder uses these.
-# Tested by self_test.py.
+# Tested by rows_test.py and self_test.py.
 
 MAX_PACKET_BYTES = 64 * 1024 * 1024
 MAX_TEXT_BYTES = 256 * 1024 * 1024

@@ -9,6 +9,7 @@
 #   sender's bytes), and a second import writes the same bytes;
 # - the text is JSON for Python's own parser too, with the same keys and values;
 # - import refuses damaged text with a place, and never fails in another way;
+# - what import writes for edited text can be exported, and comes back;
 # - every common feature has a share of at least one per cent (from 2000 inputs on).
 # Prints the shares. Status 1 at the first failure. Exact rows stand in rows_test.py.
 import argparse
@@ -20,6 +21,7 @@ import time
 
 from json_text import parse_json
 from packet_generator import COMMON_FEATURES, FORMS, generate
+from text_generator import edited_texts
 from wire_plain import export_bytes, import_bytes
 from wire_values import BytesError, TextError
 
@@ -135,6 +137,23 @@ def check_damaged_text(data, text):
         expect(1 <= error.column <= len(lines[error.line - 1]) + 1, "column outside", data, damaged, error)
 
 
+def check_edited_text(text, form, shares):
+    """What import writes for a text that somebody edited can be read again, and comes back."""
+    try:
+        data = import_bytes(text.encode())
+    except TextError:
+        shares["edited text refused"] += 1
+        return
+    shares["edited text accepted"] += 1
+    back = exported(data, form)
+    if isinstance(back, BytesError):
+        # These keys let a text say what cannot be read.
+        expect(any('"%s"' % key in text for key in ("raw", "headerCount", "messageCount", "size")),
+               "the import of an edited text cannot be read", data, text, back)
+        return
+    expect(import_bytes(back.encode()) == data, "import(export(import(text))) differs", data, text, back)
+
+
 def check_form(form, count, seed):
     """Returns the features that are too rare."""
     began = time.monotonic()
@@ -143,6 +162,8 @@ def check_form(form, count, seed):
     for data, found in generate(form, count, seed):
         accepted = check_input(data, form, shares)
         features.update(name for name in found if accepted or name in DAMAGE or name.startswith("fault"))
+    for text in edited_texts(form, 0 if form == "flv" else count, seed):
+        check_edited_text(text, form, shares)
     print("%s: %d inputs in %.0f s" % (form, count, time.monotonic() - began))
     for name, number in sorted(shares.items()) + sorted(features.items()):
         print("  %6.2f %%  %s" % (100 * number / count, name))

@@ -188,7 +188,7 @@ def main(arguments):
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--form", action="append", choices=FORMS)
     parser.add_argument("files", nargs="*")
-    options = parser.parse_args(arguments)
+    options = parser.parse_intermixed_args(arguments)
     status = 0
     try:
         for name in options.files:

@@ -55,7 +55,7 @@ def parse_arguments(arguments):
     parser.add_argument("--external", action="append", type=external_pair, default=[])
     parser.add_argument("--lines", action="store_true")
     parser.add_argument("files", nargs="*")
-    return parser.parse_args(arguments)
+    return parser.parse_intermixed_args(arguments)
 
 
 def export_line(line, options):

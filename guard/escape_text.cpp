@@ -72,8 +72,8 @@ std::uint32_t codeOf(std::string_view character) {
 struct JSONRule {
   static bool isPlain(char c) { return c >= 0x20 && c < 0x7F && c != '<' && c != '\\'; }
   static bool isPlain(std::uint64_t word) {
-    return isEach(isAtLeast(word, 0x20) & isNot(word, 0x7F) &
-                         isNot(word, '<') & isNot(word, '\\') & ~word);
+    return isEach(isAtLeast(word, 0x20) & isNot(word, 0x7F) & isNot(word, '<') & isNot(word, '\\') &
+                  ~word);
   }
   // Of one that is not plain.
   static bool isEscaped(std::uint32_t code) {
@@ -91,10 +91,9 @@ struct ScriptRule {
            c != '\\';
   }
   static bool isPlain(std::uint64_t word) {
-    return isEach(isAtLeast(word, 0x20) & isNot(word, 0x7F) &
-                         isNot(word, '"') & isNot(word, '&') &
-                         isNot(word, '\'') & isNot(word, '<') &
-                         isNot(word, '>') & isNot(word, '\\') & ~word);
+    return isEach(isAtLeast(word, 0x20) & isNot(word, 0x7F) & isNot(word, '"') & isNot(word, '&') &
+                  isNot(word, '\'') & isNot(word, '<') & isNot(word, '>') & isNot(word, '\\') &
+                  ~word);
   }
   static bool isEscaped(std::uint32_t) { return true; }
 };

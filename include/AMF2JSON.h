@@ -592,7 +592,6 @@ class AMF2JSON_API AMFProtocol {
   AMFProtocol& operator=(const AMFProtocol&) = delete;
 
   // ---- Decoding
-  // ------------------------------------------------------------------------------------
   //
   // All readers read at `readCursor` and move it past what they consumed. All wire numbers are
   // big-endian. Each returns a new node that the caller owns, never null unless said. All bytes
@@ -704,7 +703,6 @@ class AMF2JSON_API AMFProtocol {
   AMFObject* getAMF3Object();
 
   // ---- Encoding
-  // ------------------------------------------------------------------------------------
   //
   // Every writer appends pieces to `outputChunks` or throws. Nothing is rolled back: pieces
   // appended before an error stay until `clean`. References are written exactly where nodes record
@@ -800,7 +798,6 @@ class AMF2JSON_API AMFProtocol {
   void setAMF3Object(const AMFObject* object);
 
   // ---- Rendering: the four views
-  // -------------------------------------------------------------------
   //
   // Each renders `package` and returns a reference to a text of this object, valid until the next
   // view, parse, or the end of the object. `pretty` true: tabs and line ends; false: one run of
@@ -820,7 +817,9 @@ class AMF2JSON_API AMFProtocol {
   const std::string& getPackageInJSON(bool pretty);
   /// A script: "\n amf = ", the object literal, "\n\n", then one statement per value. Strings of
   /// 400 bytes and more become variables qxAmfTemporary1, 2, ... defined in front. Returns
-  /// `jsonText`, or `scriptPreamble` when such variables were defined.
+  /// `jsonText`, or `scriptPreamble` when such variables were defined. The 499999 bytes do not count
+  /// what is defined in front, which can be thousands of times as large as the packet: clear
+  /// `useTemporaries` for packets from elsewhere.
   const std::string& getPackageInJS(bool pretty);
   /// The literal, "\n\nJS representaion\n\n" (so spelled), then the statements. Returns `jsonText`.
   const std::string& getPackageInJSON_and_JS(bool pretty);
@@ -828,7 +827,6 @@ class AMF2JSON_API AMFProtocol {
   const std::string& getPackageAsJSView(bool pretty);
 
   // ---- Rendering: the primitives
-  // -------------------------------------------------------------------
   //
   // The views are made of these. A host may call them to add text of its own; it keeps brackets and
   // prefixes balanced. `name` is never escaped: do not pass packet text as a name.
@@ -866,7 +864,6 @@ class AMF2JSON_API AMFProtocol {
   void appendChildren(const std::string& name, const AMFNode* node);
 
   // ---- State
-  // ---------------------------------------------------------------------------------------
 
   char* resultBuffer = nullptr;          ///< owned (`new char[]`): the packet of the last compile
   const char* readCursor = nullptr;      ///< not owned: where the readers read

@@ -16,8 +16,7 @@
 ///                      checked.offset);
 ///         return false;
 ///       }
-///       ...                                          // use the tree; it lives as long as
-///       `protocol`
+///       ...                            // use the tree; it lives as long as `protocol`
 ///     }
 ///
 /// Why: `AMFProtocol::parse` is given no length. It believes every count, length and index, so cut

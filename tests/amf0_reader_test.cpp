@@ -246,7 +246,6 @@ TEST(Amf0Reader, AReferenceCopiesWhateverTheTableHolds) {
 }
 
 // ---- every marker
-// --------------------------------------------------------------------------------------
 
 // Eleven zero bytes behind the marker are a body for every form but the two that need an end mark.
 TEST(Amf0Reader, AllMarkers) {
@@ -301,7 +300,6 @@ TEST(Amf0Reader, MarkersWidenWithTheirSign) {
 }
 
 // ---- readers called directly
-// ---------------------------------------------------------------------------
 
 AMFProtocol::AMF0Markers marker0(std::uint32_t code) {
   return static_cast<AMFProtocol::AMF0Markers>(code);

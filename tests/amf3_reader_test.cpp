@@ -30,7 +30,6 @@ std::string repeated(const std::string& text, unsigned count, const std::string&
 }
 
 // ---- U29
-// -----------------------------------------------------------------------------------------------
 
 struct IntegerRow {
   const char* bytes;
@@ -93,7 +92,6 @@ TEST(Amf3Integer, StoredWithoutSignExtension) {
 }
 
 // ---- tables of values
-// ----------------------------------------------------------------------------------
 
 struct Row {
   const char* name;
@@ -351,7 +349,6 @@ TEST(Amf3Reader, AReferenceOutlivesItsEntry) {
 }
 
 // ---- externalizable
-// ------------------------------------------------------------------------------------
 
 const char* const kFlexClasses[] = {
     "flex.messaging.io.ArrayCollection",    "mx.utils.ObjectProxy",
@@ -533,7 +530,6 @@ TEST(Amf3Externalizable, TheVariableIsReadAtEachComparison) {
 }
 
 // ---- every marker
-// --------------------------------------------------------------------------------------
 
 TEST(Amf3Reader, AllMarkers) {
   struct {
@@ -585,7 +581,6 @@ TEST(Amf3Reader, MarkersWidenWithTheirSign) {
 }
 
 // ---- readers called directly
-// ---------------------------------------------------------------------------
 
 struct DirectRow {
   const char* name;

@@ -392,7 +392,6 @@ TEST(GuardLimits, AtOneFieldTheRefusalComesFirstThenTheLimitsInOrder) {
 }
 
 // ---- Every limit at what was measured, and one less
-// ----------------------------------------------
 
 std::vector<std::string> sampleValues() {
   std::vector<std::string> packets;

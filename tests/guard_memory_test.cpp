@@ -196,7 +196,6 @@ std::vector<Bulk> bulk() {
 }
 
 // ---- The guard's own memory
-// ----------------------------------------------------------------------
 
 TEST(GuardMemory, SmallPacketsNeedNone) {
   const std::string packet = packetOf("0A 00000002 03 0001 'a' 05 000009 11 0A 13 01 03 'a' 01");
@@ -315,7 +314,6 @@ TEST(GuardMemory, ParseVerifiedReportsBothKindsOfFailure) {
 }
 
 // ---- The packet's memory
-// -------------------------------------------------------------------------
 
 TEST(GuardMemory, ReadsNothingOutsideThePacketAndWritesNothing) {
   const char* const values[] = {

@@ -176,7 +176,6 @@ TEST(Dump, ShowsWhatIsOdd) {
 }
 
 // ---- children
-// ------------------------------------------------------------------------------------------
 
 TEST(Children, OutOfRangeGetChildIsNull) {
   AMFArray array(AMF_VERSION_3);
@@ -225,7 +224,6 @@ TEST(Children, ObjectsForwardWithoutChecks) {
 }
 
 // ---- bytes
-// ---------------------------------------------------------------------------------------------
 
 TEST(Bytes, SetValueReplacesAndKeepsNuls) {
   AMFString text(AMF_VERSION_0);
@@ -278,7 +276,6 @@ TEST(Bytes, XmlCopiesTheStringsBytes) {
 }
 
 // ---- kind checks
-// ---------------------------------------------------------------------------------------
 
 const char kNotInArray[] = "AMFArray::appendChild(): not a value type node";
 const char kNotInPair[] = "AMFPair::setValue(): not a value type node";
@@ -392,7 +389,6 @@ TEST(KindChecks, TheNamedEdges) {
 }
 
 // ---- package
-// -------------------------------------------------------------------------------------------
 
 std::unique_ptr<AMFHeader> namedHeader(const char* name) {
   auto header = std::make_unique<AMFHeader>();

@@ -159,7 +159,6 @@ TEST(CopyFlag, ValueSettersDoNotTouchTheParent) {
 }
 
 // ---- strings: names, class names, URIs
-// -----------------------------------------------------------------
 
 struct StringSetter {
   const char* name;
@@ -249,7 +248,6 @@ TEST(StringSetters, ANullMemberIsFilled) {
 }
 
 // ---- setChild out of range, refusals
-// -------------------------------------------------------------------
 
 TEST(Refused, SetChildOutOfRangeLeavesTheNodeWithTheCaller) {
   AMFArray array(AMF_VERSION_3);
@@ -297,7 +295,6 @@ TEST(Refused, WhatThrowsLeavesTheNodeWithTheCaller) {
 }
 
 // ---- objects and packages
-// ------------------------------------------------------------------------------
 
 TEST(Members, ObjectAppendAndSetFollowTheFlag) {
   Diary diary;
@@ -334,7 +331,6 @@ TEST(Members, PackageAppendFollowsTheFlag) {
 }
 
 // ---- deep copy
-// -----------------------------------------------------------------------------------------
 
 // Every address that a tree owns: nodes, owned members, byte blocks.
 void collect(const AMFNode* node, std::multiset<const void*>& addresses) {
@@ -523,7 +519,6 @@ TEST(DeepCopy, ACopyThatFailsHalfWayFreesWhatItMade) {
 }
 
 // ---- destruction
-// ---------------------------------------------------------------------------------------
 
 TEST(Destruction, ChildrenLastFirst) {
   Diary diary;

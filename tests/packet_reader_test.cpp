@@ -109,7 +109,6 @@ TEST(PacketReader, CountsAreSixteenBitsWide) {
 }
 
 // ---- reference tables
-// ----------------------------------------------------------------------------------
 
 TEST(PacketReader, TablesHoldTheLastSection) {
   ReaderRun run(
@@ -187,7 +186,6 @@ TEST(PacketReader, ASectionIsReadAloneAndIsTheCallers) {
 }
 
 // ---- what a parse replaces
-// -----------------------------------------------------------------------------
 
 TEST(PacketReader, AFreshObject) {
   const AMFProtocol p;
@@ -275,7 +273,6 @@ TEST(PacketReader, AParseLeavesTheEncodersSideAlone) {
 }
 
 // ---- what a refusal leaves behind
-// ----------------------------------------------------------------------
 
 struct Refused {
   const char* name;
@@ -325,7 +322,6 @@ TEST(PacketReader, RefusalsLeaveBehind) {
 }
 
 // ---- the two texts
-// -------------------------------------------------------------------------------------
 
 struct Between {
   const char* name;

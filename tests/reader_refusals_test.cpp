@@ -84,7 +84,6 @@ void expectRefused(const Row (&rows)[count]) {
 }
 
 // ---- AMF0
-// ----------------------------------------------------------------------------------------------
 
 const char kUnknown0[] = "getAMF0Value: unknown value type";
 const char kNoLength[] = "getAMF0String(): unable to determine the string length";
@@ -172,7 +171,6 @@ TEST(ReaderRefusals, Amf0StructuralEntries) {
 }
 
 // ---- AMF3
-// ----------------------------------------------------------------------------------------------
 
 const char kUnknown3[] = "getAMF3Value(): unknown value type marker";
 const char kNoBool[] = "getAMF3Bool(): not a boolen type marker passed";
@@ -311,7 +309,6 @@ TEST(ReaderRefusals, Amf3Traits) {
 }
 
 // ---- entries that only a host can make
-// -----------------------------------------------------------------
 
 // Every reader against a null entry and against every other kind in its table.
 TEST(ReaderRefusals, Amf3HostMadeEntries) {

@@ -25,7 +25,6 @@ using support::contents;
 using support::kRoot;
 
 // ---- string literals of a C++ source
-// -------------------------------------------------------------------
 
 struct Literal {
   std::string text;     // adjacent literals joined, escapes of quotes and backslashes undone
@@ -115,7 +114,6 @@ TEST(LiteralScanner, JoinsAdjacentLiteralsAndSkipsComments) {
 }
 
 // ---- the texts in the sources
-// --------------------------------------------------------------------------
 
 // "name(): what", "name: what", "name : what", "Class::name(): what".
 bool looksLikeARefusal(const std::string& text) {

@@ -4,7 +4,7 @@
 # agreement.py PROGRAM [--count N] [--seed S] [--form FORM]... [--report FILE] [FILE...]
 #
 # Compares the library with the plain implementation in plain/. PROGRAM is the library's driver, called as
-# "PROGRAM export|import --lines [--as FORM] [--salvage] [--no-originals]", see plain/wire_plain.py for the lines.
+# "PROGRAM export|import [--lines] [--as FORM] [--salvage] [--no-originals]": wire_lines.cpp, as plain/wire_plain.py.
 # N generated inputs of each form and the files are exported in three ways; the texts, and N edited texts of each form,
 # are imported. Both have to write the same text and the same bytes, and to name the same place of an error: the
 # offset in bytes, or line, column and path. Reasons may be worded differently.
@@ -21,13 +21,14 @@ import sys
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "plain"))
 
+from document_reader import form_of  # noqa: E402
 from packet_generator import FORMS, generate  # noqa: E402
 from text_generator import edited_texts  # noqa: E402
 from wire_plain import export_bytes, import_bytes  # noqa: E402
 from wire_values import BytesError, TextError  # noqa: E402
 
 EXPORT_OPTIONS = ([], ["--no-originals"], ["--salvage"])
-SALVAGE_REASON = re.compile(r'"error":"offset ([0-9]+): (?:[^"\\]|\\.)*"')
+SALVAGE_REASON = re.compile(r'"error":"(?:offset|byte) ([0-9]+): (?:[^"\\]|\\.)*"')
 PLACE = re.compile("line [0-9]+, column [0-9]+, path .*?(?=: )")
 SHOWN = 5
 SINGLE_TEXTS = 100
@@ -153,7 +154,10 @@ def main(arguments):
     comparison = Comparison(options.report)
     if options.files:
         inputs = [file_bytes(name) for name in options.files]
-        comparison.imports(options.program, "files", comparison.exports(options.program, "auto", inputs))
+        for form in FORMS:
+            chosen = [data for data in inputs if form_of(data) == form]
+            if chosen:
+                comparison.imports(options.program, "files " + form, comparison.exports(options.program, form, chosen))
     for form in options.form or FORMS:
         comparison.form(options.program, form, options.count, options.seed)
     print("%d differences" % comparison.differences)

@@ -297,7 +297,7 @@ class SectionReader(Cursor):
         sealed = []
         for _ in range(head >> 4):
             sealed.append(self.string("sealed name"))
-        traits = (class_name, external, head & 8 != 0, () if external else tuple(sealed))
+        traits = (class_name, external, head & 8 != 0, tuple(sealed))
         self.traits_repeat = self.traits_repeat or traits in self.traits_set
         self.traits.append(traits)
         self.traits_set.add(traits)

@@ -31,10 +31,24 @@ def read_document(data, form, externals, salvage):
     if form == "flv":
         return FlvReader(data, externals, salvage).flv()
     if form == "sol":
-        return read_shared_object(data, externals)
+        return read_shared_object(data, externals, salvage)
     document = Document(form)
-    document.section, _ = read_section(form, data, 0, len(data), externals)
+    read_only_section(document, form, data, 0, externals, salvage)
     return document
+
+
+def read_only_section(document, form, data, start, externals, salvage, stop=None):
+    """Reads the one section of a run of values or a shared object; returns the offset behind it. With salvage, a
+    section that cannot be read is empty, and its bytes are `trailing`."""
+    try:
+        document.section, end = read_section(form, data, start, len(data), externals, stop)
+    except BytesError as error:
+        if not salvage:
+            raise
+        document.section, end = read_section(form, data, start, start, externals)
+        document.error = str(error)
+    document.trailing = data[end:]
+    return end
 
 
 def changed_sections(document):
@@ -75,7 +89,7 @@ def number_pointed(section):
             value.id = number
 
 
-def read_shared_object(data, externals):
+def read_shared_object(data, externals, salvage):
     cursor = Cursor(data, 0, len(data))
     fixed_bytes(cursor, b"\x00\xbf", "00 BF")
     size = cursor.u32("size")
@@ -89,10 +103,9 @@ def read_shared_object(data, externals):
     if document.version not in (0, 3):
         raise BytesError(at, "AMF version %d, 0 or 3 expected" % document.version)
     form = "sol%d" % document.version
-    document.section, end = read_section(form, data, cursor.pos, len(data), externals, stop)
+    end = read_only_section(document, form, data, cursor.pos, externals, salvage, stop)
     if size != end - 6:
         document.size = size
-    document.trailing = data[end:]
     return document
 
 
@@ -184,12 +197,13 @@ class FlvReader(Cursor):
     def flv(self):
         document = Document("flv")
         fixed_bytes(self, b"FLV", "FLV")
-        self.take(2, "version and flags")
+        self.u8("version")
+        self.u8("flags")
         at = self.pos
         start = self.u32("header size")
-        if start < 9 or start > self.end:
-            raise BytesError(at, "header size %d in a file of %d bytes" % (start, self.end))
-        self.pos = start
+        if start < self.pos:
+            raise BytesError(at, "header size %d, at least %d expected" % (start, self.pos))
+        self.take(start - self.pos, "rest of the header")
         try:
             self.tags(document)
         except BytesError as error:

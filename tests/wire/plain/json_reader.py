@@ -5,7 +5,7 @@ import struct
 
 from amf_writer import section_bytes
 from document_reader import UNKNOWN_LENGTH, read_section
-from json_scalars import array, base64_bytes, boolean, text16, whole_number
+from json_scalars import array, base64_bytes, boolean, text16, text_bytes, whole_number
 from json_text import parse_json
 from json_values import ValueReader
 from wire_values import MAX_PACKET_BYTES, MAX_TEXT_BYTES, BytesError, Marks, TextError
@@ -15,10 +15,11 @@ SECTION_KEYS = MARK_KEYS + ("original", "error")
 PACKET_KEYS = ("amf", "headers", "headerCount", "messages", "messageCount", "trailing", "error")
 FORM_KEYS = {
     "packet": PACKET_KEYS,
-    "amf0": ("amf0",) + SECTION_KEYS,
-    "amf3": ("amf3",) + SECTION_KEYS,
+    "amf0": ("amf0", "trailing") + SECTION_KEYS,
+    "amf3": ("amf3", "trailing") + SECTION_KEYS,
     "sol": ("sol", "amf", "size", "entries", "trailing") + SECTION_KEYS,
 }
+ALL_KEYS = {key for keys in FORM_KEYS.values() for key in keys} | {"source", "flv"}
 # The keys that tell which form a document has.
 KEY_FORMS = {"headers": "packet", "messages": "packet", "amf0": "amf0", "amf3": "amf3", "sol": "sol", "flv": "flv"}
 
@@ -58,17 +59,21 @@ class DocumentImport:
         self.root = root
         self.externals = externals
         self.fields = fields_of(root, "document")
+        self.starts = {key: start for key, start, _ in root.value}
 
     def written(self):
+        refuse_other_keys(self.root, ALL_KEYS)
         form = self.form()
         refuse_other_keys(self.root, FORM_KEYS[form] + ("source",))
+        if form == "packet":
+            written = self.packet()
+        elif form == "sol":
+            written = self.shared_object()
+        else:
+            written = self.section(self.root, self.fields, form, self.fields[form]) + self.trailing()
         if "error" in self.fields:
             error_text(self.fields["error"])
-        if form == "packet":
-            return self.packet()
-        if form == "sol":
-            return self.shared_object()
-        return self.section(self.root, self.fields, form, self.fields[form])
+        return written
 
     def form(self):
         found = [(key, start) for key, start, _ in self.root.value if key in KEY_FORMS]
@@ -78,12 +83,18 @@ class DocumentImport:
                 raise self.root.key_error(key, start, "%s beside %s" % (key, found[0][0]))
             if form == "flv":
                 raise self.root.key_error(key, start, "FLV is read only")
-        return forms[0] if forms else "packet"
+        if not forms:
+            raise self.root.error("neither messages nor amf0, amf3 or sol")
+        return forms[0]
 
     # --- Packets ---
 
     def packet(self):
-        version = need(self.fields, self.root, "amf")
+        if "headerCount" in self.fields and "messageCount" in self.fields:
+            raise self.root.key_error("messageCount", self.starts["messageCount"], "messageCount beside headerCount")
+        for key in ("amf", "headers", "messages"):
+            need(self.fields, self.root, key)
+        version = self.fields["amf"]
         out = [struct.pack(">H", whole_number(version, 0, 65535, "amf"))]
         header_count, headers = self.parts("headers", "headerCount", self.header)
         out += [struct.pack(">H", header_count)] + headers
@@ -109,8 +120,6 @@ class DocumentImport:
         messages = self.fields["messages"]
         if messages.value:
             raise messages.error("messages beside headerCount")
-        if "messageCount" in self.fields:
-            raise self.fields["messageCount"].error("messageCount beside headerCount")
 
     def trailing(self):
         return base64_bytes(self.fields["trailing"], "trailing") if "trailing" in self.fields else b""
@@ -139,7 +148,7 @@ class DocumentImport:
         if "raw" in fields and "value" in fields:
             later = [entry for entry in node.value if entry[0] in ("raw", "value")][1]
             raise node.key_error(later[0], later[1], "raw beside value")
-        rest = ("raw", "error") if "raw" in fields else ("value",) + SECTION_KEYS
+        rest = ("raw", "error") if "raw" in fields else ("value", "original") + MARK_KEYS
         refuse_other_keys(node, own + ("length",) + rest)
 
     def body(self, node, fields):
@@ -210,5 +219,4 @@ def declared_length(node):
 
 def error_text(node):
     """`error` is for whoever reads the document; it has to be a string."""
-    if node.kind != "string":
-        raise node.error("error: string expected")
+    text_bytes(node, "error")

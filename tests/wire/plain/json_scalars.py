@@ -51,10 +51,10 @@ def text_bytes(node, what):
     """A string: text, or {"$string64": base64}."""
     if node.kind == "string":
         return node.value.encode("utf-8")
-    if node.kind == "object" and any(key == "$string64" for key, _, _ in node.value):
+    if node.kind == "object" and node.value:
         for key, start, _ in node.value:
             if key != "$string64":
-                raise node.key_error(key, start, "unknown key beside $string64")
+                raise node.key_error(key, start, "%s: string or $string64 expected" % what)
         return base64_bytes(node.value[0][2], "$string64")
     raise node.error("%s: string expected" % what)
 
@@ -77,6 +77,11 @@ def double_raw(node, what):
     if raw is None:
         raise node.error("%s: number or one of its words expected" % what)
     return raw
+
+
+def text_key(name):
+    """The key that a member with this name has in the text."""
+    return "$" + name if name.startswith("$") else name
 
 
 class Keys:

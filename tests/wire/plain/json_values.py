@@ -4,7 +4,8 @@
 # ValueReader.amf0(), .amf3(), .entries(). Tested by rows_test.py and self_test.py.
 import re
 
-from json_scalars import Keys, array, base64_bytes, boolean, double_raw, only_true, text16, text_bytes, whole_number
+from json_scalars import (
+    Keys, array, base64_bytes, boolean, double_raw, only_true, text16, text_bytes, text_key, whole_number)
 from wire_numbers import parse_date, parse_number
 from wire_values import (
     INTEGER_MAX, INTEGER_MIN, MAX_DEPTH, MAX_FLAG_BYTES, SMALL_MESSAGES, Amf3, Array, Boolean, ByteArray, Date,
@@ -31,6 +32,7 @@ KINDS = {
     "$amf3": ((), None),
     "$ref": ((), ()),
 }
+OTHER_KEYS = {key for formats in KINDS.values() for keys in formats if keys for key in keys}
 WITH_MEMBERS = {"$array", "$ecma", "$class", "$external"}
 MAX_ID = (1 << 53) - 1
 UNNAMED_FLAG = re.compile(r"\$(0|[1-9][0-9]?)\.(0|[1-9][0-9]?)\.([0-6])")
@@ -106,19 +108,27 @@ class ValueReader:
 
     def kind(self, keys, version):
         """The kind's key, None for an object without a class. Refuses keys that the kind does not have."""
-        found = [key for key in keys.dollars if key in KINDS]
-        if len(found) > 1:
-            raise keys.node.key_error(found[1], keys.dollars[found[1]][0], "%s beside %s" % (found[1], found[0]))
-        kind = found[0] if found else None
-        allowed = KINDS[kind or "$class"][0 if version == 0 else 1]
-        if allowed is None:
-            raise keys.node.key_error(kind, keys.dollars[kind][0], "AMF%d has no %s" % (version, kind))
         for key, (start, _) in keys.dollars.items():
-            if key != kind and key not in allowed and not (kind == "$external" and UNNAMED_FLAG.fullmatch(key)):
+            if key not in KINDS and key not in OTHER_KEYS and not UNNAMED_FLAG.fullmatch(key):
                 raise keys.node.key_error(key, start, "unknown key %s" % key)
-        if kind is not None and kind not in WITH_MEMBERS or kind == "$array" and version == 0:
-            for name, start, _ in keys.members:
-                raise keys.node.key_error(name, start, "%s has no members" % kind)
+        place = 0 if version == 0 else 1
+        kind = None
+        for key, (start, _) in keys.dollars.items():
+            if key in KINDS and KINDS[key][place] is None:
+                raise keys.node.key_error(key, start, "AMF%d has no %s" % (version, key))
+            if key in KINDS and kind is not None:
+                raise keys.node.key_error(key, start, "%s beside %s" % (key, kind))
+            kind = key if key in KINDS else kind
+        allowed = KINDS[kind or "$class"][place]
+        has_members = kind is None or kind in WITH_MEMBERS and not (kind == "$array" and version == 0)
+        for key, start, _ in keys.node.value:
+            if key not in keys.dollars:
+                if not has_members:
+                    raise keys.node.key_error(key, start, "%s has no members" % kind)
+                if "$members" in keys.dollars:
+                    raise keys.node.key_error(key, start, "member beside $members")
+            elif key != kind and key not in allowed and not (kind == "$external" and UNNAMED_FLAG.fullmatch(key)):
+                raise keys.node.key_error(key, start, "unknown key %s" % key)
         return kind
 
     # --- Kinds of both formats ---
@@ -185,11 +195,9 @@ class ValueReader:
         listed = keys.get("$members")
         if listed is None:
             for name, start, node in keys.members:
-                key = "$" + name if name.startswith("$") else name
+                key = text_key(name)
                 yield name.encode("utf-8"), lambda why, k=key, s=start: keys.node.key_error(k, s, why), node
             return
-        for name, start, _ in keys.members:
-            raise keys.node.key_error(name, start, "member beside $members")
         for pair in array(listed, "$members"):
             if pair.kind != "array" or len(pair.value) != 2:
                 raise pair.error("$members: [name, value] expected")
@@ -207,9 +215,11 @@ class ValueReader:
         if node.kind != "object":
             raise node.error("entries: object expected")
         keys = Keys(node)
-        for key, (start, _) in keys.dollars.items():
-            if key != "$members" and not (key == "$id" and version == 0):
+        for key, start, _ in node.value:
+            if key in keys.dollars and key != "$members" and not (key == "$id" and version == 0):
                 raise node.key_error(key, start, "unknown key %s" % key)
+            if key not in keys.dollars and "$members" in keys.dollars:
+                raise node.key_error(key, start, "member beside $members")
         value = self.begin(keys, version, Entries())
         value.members = self.members(keys, version, 1 << 32)
         return value
@@ -329,9 +339,10 @@ class ValueReader:
 
     def vector(self, keys, _):
         kind = keys.get("$vector")
-        if kind.kind != "string" or kind.value not in ("int", "uint", "double", "object"):
+        name = text_bytes(kind, "$vector")
+        if name not in (b"int", b"uint", b"double", b"object"):
             raise kind.error("$vector: int, uint, double or object expected")
-        value = Vector(kind.value)
+        value = Vector(name.decode())
         if value.kind == "object":
             self.enter(keys.node)
             value.type_name = text_bytes(keys.need("$type"), "$type")
@@ -355,12 +366,10 @@ class ValueReader:
             return whole_number(node, 0, (1 << 32) - 1, "item")
         if node.kind == "number":
             return double_raw(node, "item")
-        if node.kind != "object" or not any(key == "$double" for key, _, _ in node.value):
+        keys = Keys(node) if node.kind == "object" else None
+        if keys is None or self.kind(keys, 3) != "$double":
             raise node.error("item: number or $double expected")
-        for key, start, _ in node.value:
-            if key != "$double":
-                raise node.key_error(key, start, "unknown key beside $double")
-        return double_raw(node.value[0][2], "$double")
+        return double_raw(keys.get("$double"), "$double")
 
     def dictionary(self, keys, _):
         self.enter(keys.node)

@@ -38,7 +38,7 @@ def packet_pairs(document, originals):
 
 def bare_pairs(document, originals):
     items = values_text(document.section, document.form)
-    return ['"%s":%s' % (document.form, items)] + section_ends(document.section, originals)
+    return ['"%s":%s' % (document.form, items)] + section_ends(document.section, originals) + trailing_pairs(document)
 
 
 def sol_pairs(document, originals):

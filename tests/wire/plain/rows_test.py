@@ -64,7 +64,7 @@ BOTH = [
     ("amf3", "0a 07 07 445341 40 04 05 00", '{"amf3":[{"$external":"DSA","timeToLive":5}]}'),
     ("amf3", "0a 17 07 445341 03 61 00 00", '{"amf3":[{"$external":"DSA"}],"original":"ChcHRFNBA2EAAA=="}'),
     ("amf3", "0a 17 07 445341 03 61 00 00 0a 17 00 03 62 00 00",
-     '{"amf3":[{"$external":"DSA"},{"$external":"DSA"}],"traitsReferences":false,'
+     '{"amf3":[{"$external":"DSA"},{"$external":"DSA"}],'
      '"original":"ChcHRFNBA2EAAAoXAANiAAA="}'),
     ("amf3", "00 01 02 03 04 00 04 ffffffff 04 c0808000 04 bfffffff",
      '{"amf3":[{"$undefined":true},null,false,true,0,-1,-268435456,268435455]}'),
@@ -161,6 +161,13 @@ SALVAGED = [
      '"error":"offset 12: movie clip (04) is reserved"}'),
 ]
 
+SALVAGED += [
+    ("amf0", "05 04", '{"amf0":[],"trailing":"BQQ=","error":"offset 1: movie clip (04) is reserved"}'),
+    ("sol", "00bf 00000016 5443534f 000400000000 0001 61 00000000 0001 62 04 00",
+     '{"sol":"a","amf":0,"size":22,"entries":{},"trailing":"AAFiBAA=",'
+     '"error":"offset 26: movie clip (04) is reserved"}'),
+]
+
 # The same, export only.
 SALVAGED_FLV = [
     ("flv", "464c56 01 05 00000009 00000000 0f 000002 000000 00 000000 01 05 00000000 12 000001 000000",
@@ -173,6 +180,11 @@ SALVAGED_FLV = [
 
 # text, form, bytes: import only.
 IMPORTS = [
+    ('{"source":{"a":1,"a":2},"amf0":[]}', "amf0", ""),
+    ('{"amf0":[0e999999999999]}', "amf0", "00 0000000000000000"),
+    ('{"amf3":[4.99999999999999999999,1e-400,1e23]}', "amf3", "04 05 04 00 05 44b52d02c7e14af6"),
+    ('{"amf3":[{"$vector":"int","$items":[-1e-400,5.0]}]}', "amf3", "0d 05 00 00000000 00000005"),
+    ('{"amf3":[{"$vector":{"$string64":"aW50"},"$items":[]}]}', "amf3", "0d 01 00"),
     ('{"amf0":["\\ud800\\udc00"]}', "amf0", "02 0004 f0908080"),
     ('{"amf":0,"headers":[],"messages":[{"target":"","response":"","value":null,"original":"BQU="}]}', "packet",
      "0000 0000 0001 0000 0000 00000001 05"),
@@ -238,6 +250,9 @@ REFUSED_BYTES = [
     ("sol", "00be", 0),
     ("sol", "00bf 00000016 5443534f 000400000000 0001 61 00000001", 19),
     ("sol", "00bf 00000016 5443534f 000400000000 0001 61 00000000 0001 62 05 01", 27),
+    ("flv", "464c5601", 4),
+    ("flv", "464c56 01 05 0000000a", 9),
+    ("flv", "464c56 01 05 00000008", 5),
     ("flv", "464c57", 0),
     ("flv", "464c56 01 05 000000", 5),
     ("flv", "464c56 01 05 00000009 0000", 9),
@@ -257,8 +272,8 @@ REFUSED_TEXTS = [
     ('{"amf0":[01]}', 1, 11, "amf0"),
     ('{"amf0":[],"amf0":[]}', 1, 12, "amf0"),
     ('{"amf0":[],\n"x":1}', 2, 1, "x"),
-    ('{"amf0":["\\ud800"]}', 1, 11, "amf0[0]"),
-    ('{"amf0":[{"é":"\\ud800"}]}', 1, 16, 'amf0[0]["é"]'),
+    ('{"amf0":["\\ud800"]}', 1, 11, "amf0"),
+    ('{"amf0":[{"é":"\\ud800"}]}', 1, 16, "amf0[0]"),
     ('{"amf3":[{"":1}]}', 1, 11, 'amf3[0][""]'),
     ('{"amf0":[{"$xml":""}]}', 1, 11, "amf0[0].$xml"),
     ('{"amf0":[{"$bytes":""}]}', 1, 11, "amf0[0].$bytes"),
@@ -277,6 +292,22 @@ REFUSED_TEXTS = [
     ('{"amf3":[{"$bytes":"AR=="}]}', 1, 20, "amf3[0].$bytes"),
     ('{"amf0":[{"$date":"2001-02-29T00:00:00Z"}]}', 1, 19, "amf0[0].$date"),
     ('{"amf0":[{"$date":"2001-01-01T00:00:60Z"}]}', 1, 19, "amf0[0].$date"),
+    ('{"amf0":[fals]}', 1, 14, "amf0"),
+    ('{"amf0":[-]}', 1, 11, "amf0"),
+    ('{"amf0":[1.]}', 1, 12, "amf0"),
+    ('{"a":1,"a":[}', 1, 13, "a"),
+    ('{"amf0":[{"$undefined":true,"$$a":1}]}', 1, 29, "amf0[0].$$a"),
+    ('{"amf0":[{"$zone":1,"$odd":1}]}', 1, 21, "amf0[0].$odd"),
+    ('{"amf0":[{"$members":[],"a":1}]}', 1, 25, "amf0[0].a"),
+    ('{"amf3":[{"$unsupported":true,"$array":[]}]}', 1, 11, "amf3[0].$unsupported"),
+    ('{"sol":"a","amf":0,"entries":{"a":1,"$ref":1}}', 1, 37, "entries.$ref"),
+    ('{"amf":0,"headers":[],"messages":[{"target":"","response":"","value":1,"error":""}]}', 1, 72,
+     "messages[0].error"),
+    ('{"amf":0,"headers":[],"messages":[{"target":{"raw":""},"response":"","value":1}]}', 1, 46,
+     "messages[0].target.raw"),
+    ('{"amf":0,"headers":[],"headerCount":1,"messages":[],"messageCount":1}', 1, 53, "messageCount"),
+    ('{"amf3":[{"$vector":"double","$items":[{"$id":1}]}]}', 1, 40, "amf3[0].$items[0]"),
+    ('{"integers":false}', 1, 1, ""),
     ('{"flv":[]}', 1, 2, "flv"),
     ('{"amf":0,"headers":[]}', 1, 1, ""),
     ('[]', 1, 1, ""),

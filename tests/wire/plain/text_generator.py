@@ -143,10 +143,11 @@ def edited_texts(form, count, seed=1):
             continue
         made += 1
         document = json.loads(text, parse_int=Digits, parse_float=Digits)
-        if len(text) < 20000:
+        damaged = editor.random.random() < 0.2
+        if not damaged and len(text) < 20000:
             editor.edit(document)
         text = editor.text(document, editor.random.random() < 0.3)
-        yield editor.damage(text) if editor.random.random() < 0.2 else text
+        yield editor.damage(text) if damaged else text
 
 
 def main(arguments):

@@ -91,7 +91,7 @@ def whole_of_digits(digits, exponent):
 
 
 def parse_number(text):
-    """(double, whole) of a JSON number: `whole` is an int where the value is whole, else None.
+    """(double, whole) of a JSON number: `whole` is an int where the number or its double is whole, else None.
 
     Returns None where the value has no double: too large, or a whole number that is neither the exact value of the
     nearest double nor what JavaScript writes for it. Minus zero is (-0.0, 0)."""
@@ -104,11 +104,9 @@ def parse_number(text):
     exponent = int(exponent_text or "0") - len(after)
     if len(digits) + exponent > 400:
         return None
-    if len(digits) + exponent < -400:
-        return number, None
-    whole = whole_of_digits(digits, exponent)
+    whole = whole_of_digits(digits, exponent) if len(digits) + exponent > 0 else None
     if whole is None:
-        return number, None
+        return number, int(number) if number.is_integer() else None
     if number in (float("inf"), float("-inf")):
         return None
     shortest, point = decimal_digits(abs(number))

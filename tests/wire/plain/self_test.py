@@ -145,6 +145,8 @@ def check_edited_text(text, form, shares):
         shares["edited text refused"] += 1
         return
     shares["edited text accepted"] += 1
+    if form in ("amf0", "amf3") and not any(key == form for key, _, _ in parse_json(text.encode()).value):
+        return  # the edit made it a document of another form
     back = exported(data, form)
     if isinstance(back, BytesError):
         # These keys let a text say what cannot be read.

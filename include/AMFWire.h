@@ -196,9 +196,11 @@ AMFWIRE_API AMFWireResult amfWireImport(const char* text, std::size_t size, std:
 
 /// Recognises the form of bytes; never returns `automatic`. In this order: `FLV` at the front is an
 /// FLV file; 00 BF at the front and TCSO at byte 6 is a shared object; what reads as a packet to
-/// the last byte is one; then what reads as a run of AMF0 values, or of AMF3 values, to the last
-/// byte. Everything else, no bytes too, is taken for a packet: it has trailing bytes, or the
-/// packet's error is the one to show. `options.form` and `options.salvage` are ignored.
+/// the last byte is one; then what reads as a run of AMF0 values to the last byte, or as one of
+/// AMF3 values. Six bytes or more that begin with 00 03 are no run of values, and none of AMF3 if
+/// they begin with 00 00: they are a damaged packet. Everything else, no bytes too, is taken for a
+/// packet: it has trailing bytes, or the packet's error is the one to show. `options.form` and
+/// `options.salvage` are ignored.
 AMFWIRE_API AMFWireForm amfWireIdentify(const void* bytes, std::size_t size,
                                         const AMFWireReadOptions& options = {});
 

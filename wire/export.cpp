@@ -194,9 +194,15 @@ AMFWireForm amfWireIdentify(const void* bytes, std::size_t size,
   if (startsWith(begin, size, 0, "\x00\xBF", 2) && startsWith(begin, size, 6, "TCSO", 4)) {
     return AMFWireForm::sharedObject;
   }
-  const AMFWireForm forms[] = {AMFWireForm::packet, AMFWireForm::amf0, AMFWireForm::amf3};
-  for (const AMFWireForm form : forms) {
-    if (size != 0 && readsToTheEnd(begin, size, options, form)) return form;
-  }
-  return AMFWireForm::packet;
+  if (size == 0) return AMFWireForm::packet;
+  if (readsToTheEnd(begin, size, options, AMFWireForm::packet)) return AMFWireForm::packet;
+  // A damaged packet must not pass for a run of values: its version reads as undefined and true in
+  // AMF3, and version 3 as a number that nobody has in AMF0.
+  const bool isLong = size >= 6;
+  const bool version0 = isLong && startsWith(begin, size, 0, "\x00\x00", 2);
+  const bool version3 = isLong && startsWith(begin, size, 0, "\x00\x03", 2);
+  if (!version3 && readsToTheEnd(begin, size, options, AMFWireForm::amf0)) return AMFWireForm::amf0;
+  if (version0 || version3) return AMFWireForm::packet;
+  return readsToTheEnd(begin, size, options, AMFWireForm::amf3) ? AMFWireForm::amf3
+                                                                : AMFWireForm::packet;
 }

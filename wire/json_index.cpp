@@ -211,6 +211,12 @@ void JsonIndex::read(const char* text, std::size_t size, std::size_t maxDepth) {
       rj::kParseInsituFlag | rj::kParseIterativeFlag | rj::kParseNumbersAsStringsFlag;
   const rj::ParseResult result = reader.Parse<kFlags>(stream, handler);
   if (!result.IsError() && broken.message == nullptr) return;
+  if (result.Code() == rj::kParseErrorNumberTooBig) {
+    const std::uint32_t token = handler.next();
+    handler.scalar(result.Offset(), 0);
+    handler.endAll();
+    throw JsonFailure{AMFWireStatus::content, token, 0, 0, "a number beyond the range of a double"};
+  }
   const std::uint32_t parent = handler.endAll();
   if (handler.tooDeep) {
     fail(AMFWireStatus::depthLimit, result.Offset(), parent,

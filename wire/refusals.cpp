@@ -35,6 +35,9 @@ std::string shown(const AMFWireString& name) {
   const std::size_t length = name.length < kMost ? name.length : kMost;
   const char* const end = firstBroken(name.data, name.data + length);
   std::string text = "\"" + std::string(name.data, static_cast<std::size_t>(end - name.data));
+  for (char& c : text) {
+    if (static_cast<unsigned char>(c) < 0x20) c = '?';
+  }
   return text + (static_cast<std::size_t>(end - name.data) < name.length ? "...\"" : "\"");
 }
 

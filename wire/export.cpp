@@ -32,7 +32,7 @@ class Export {
         classes(with.externalClasses),
         context{bytes, &classes, with.limits.maxDepth},
         size(count),
-        facts(bytes),
+        facts(bytes, with.originals, std::uint64_t{with.limits.maxTextBytes} + count + kSmall),
         jsonOptions{bytes, with.originals, with.pretty} {}
 
   std::string text(AMFWireStatistics& statistics) {
@@ -51,15 +51,22 @@ class Export {
   }
 
  private:
+  static constexpr std::uint64_t kSmall = 4096;
+
   void findFacts() {
     DocumentReader<Facts> reader(context, facts, size, options.salvage);
     facts.attach(reader.section());
-    reader.read(form);
+    try {
+      reader.read(form);
+    } catch (const TextTooLong&) {
+      findLength();  // says where exactly
+      throw textTooLong(reader.valueOffset(), options.limits.maxTextBytes);
+    }
+    facts.releaseTables();
   }
 
   // Whether the text may be written before its length is known.
   bool isBoundClose() const {
-    constexpr std::uint64_t kSmall = 4096;
     return !jsonOptions.pretty && facts.bound.most() <= options.limits.maxTextBytes &&
            facts.bound.most() - facts.bound.least() <= size + kSmall;
   }

@@ -80,7 +80,7 @@ void Facts::valuesEnd(const SectionTables& of, std::size_t offset) {
   }
   if (wholeSeen && !integerSeen) section.flags |= kNoIntegers;
   if (odd) section.flags |= kOriginal;
-  if (odd) bound.base64(offset - sectionBegin);
+  if (odd && originals) bound.base64(offset - sectionBegin);
 }
 
 void Facts::endSection() {
@@ -132,6 +132,7 @@ void Facts::open(std::uint32_t sealedCount) {
   frames.push_back(frame);
   table.push(0);
   bound.add(3);  // brackets and a comma
+  checkLength();
 }
 
 void Facts::beginArray(const AMFWireArray& array) {
@@ -178,6 +179,7 @@ void Facts::field(const AMFWireField& field) {
 void Facts::addName(const AMFWireString& name) {
   bound.string(name, texts);
   bound.add(name.length != 0 && name.data[0] == '$' ? 3 : 2);
+  checkLength();
 }
 
 void Facts::beginObject(const AMFWireObject& object) {
@@ -207,12 +209,12 @@ std::uint32_t Facts::sealedFacts(const AMFWireObject& object) {
                      std::memcmp(traits.names, lastNames.data, lastNames.length) == 0;
   if (!again) {
     Frame trial{object.sealedCount, object.sealedCount, object.traits, 0};
-    const std::uint64_t before = bound.most();
+    const std::uint64_t before = bound.least();
     noteSealed(trial);
     names.close();
     KnownNames sealed(*tables, traits);
     for (std::uint32_t i = 0; i < object.sealedCount; ++i) addName(sealed.next());
-    const std::uint64_t length = bound.most() - before;
+    const std::uint64_t length = bound.least() - before;
     bound.add(0 - length);  // it is added for each object
     lastFacts = static_cast<std::uint32_t>(length < kMostNames ? length : kMostNames) << 1 |
                 (trial.listed ? 1 : 0);

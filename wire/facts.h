@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "wire/failure.h"
 #include "wire/long_texts.h"
 #include "wire/name_set.h"
 #include "wire/section_tables.h"
@@ -38,10 +39,19 @@ struct SectionFacts {
 
 class Facts {
  public:
-  explicit Facts(const char* input) : texts(input), names(input, texts) {}
+  // Throws TextTooLong as soon as the text is sure to be longer than `limit`, which leaves room for
+  // what the bound counts too much.
+  Facts(const char* input, bool withOriginals, std::uint64_t limit)
+      : texts(input), names(input, texts), originals(withOriginals), mostText(limit) {}
 
   // What the reader's sections define; not owned.
   void attach(const SectionTables& of) { tables = &of; }
+
+  // Behind the pass: what only the pass needs.
+  void releaseTables() {
+    names.release();
+    traitsFacts.release();
+  }
 
   // The sink.
   void beginDocument(const AMFWireDocument& document);
@@ -64,6 +74,7 @@ class Facts {
   void string(const AMFWireString& value) {
     bound.string(value, texts);
     bound.add(1);
+    checkLength();
   }
   void xmlDocument(const AMFWireString& value) { xmlText(value); }
   void xml(const AMFWireString& value) { xmlText(value); }
@@ -118,10 +129,15 @@ class Facts {
   void note(Frame& frame, const AMFWireString& name);
   void noteSealed(Frame& frame);
   void addName(const AMFWireString& name);
+  void checkLength() const {
+    if (bound.least() > mostText) throw TextTooLong{};
+  }
   std::uint32_t sealedFacts(const AMFWireObject& object);
   void xmlText(const AMFWireString& value);
 
   NameSet names;
+  bool originals;
+  std::uint64_t mostText;
   std::vector<Frame> frames;
   const SectionTables* tables = nullptr;  // of the section at hand; not owned
   // Of the section's traits: the length of the sealed names as keys, times two, and whether they

@@ -234,7 +234,7 @@ void JsonReader::checkTwiceSlowly(std::uint32_t token) {
     }
     slots[slot] = key;
   }
-  if (slots.size() > 65536) slots = {};
+  if (slots.size() > 65536) std::vector<std::uint32_t>().swap(slots);
 }
 
 std::uint32_t JsonReader::need(const Object& object, Key key) {

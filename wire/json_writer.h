@@ -225,7 +225,11 @@ void JsonWriter<Output>::string(const AMFWireString& value) {
 // The flags of the value that begins now.
 template <class Output>
 std::uint8_t JsonWriter<Output>::nextObject() {
-  const std::uint8_t flags = amf3 ? facts.objects3[object3++] : facts.objects0[object0++];
+  const Table<std::uint8_t>& objects = amf3 ? facts.objects3 : facts.objects0;
+  std::size_t& next = amf3 ? object3 : object0;
+  // The facts end where the text was sure to be too long.
+  if (next == objects.count()) throw TextTooLong{};
+  const std::uint8_t flags = objects[next++];
   (amf3 ? ids3 : ids0).begin((flags & kReferred) != 0 ? &nextId : nullptr);
   return flags;
 }

@@ -23,7 +23,16 @@ class NameSet {
     if (depth == levels.size()) levels.emplace_back();
     levels[depth++].reset(names.count());
   }
-  void close() { names.shrink(levels[--depth].first); }
+  void close() {
+    Level& level = levels[--depth];
+    names.shrink(level.first);
+    if (level.slots.size() > kManySlots) std::vector<std::uint32_t>().swap(level.slots);
+  }
+  // Gives the memory back; nothing is open.
+  void release() {
+    names.release();
+    std::vector<Level>().swap(levels);
+  }
   // False where the innermost object has that name already.
   bool add(const AMFWireString& name) {
     Level& level = levels[depth - 1];
@@ -41,6 +50,7 @@ class NameSet {
 
  private:
   static constexpr std::size_t kFew = 8;
+  static constexpr std::size_t kManySlots = 4096;
   static constexpr std::uint32_t kFree = 0xFFFFFFFFu;
   struct Place {
     std::uint32_t offset;

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace amf2json::wire {
@@ -25,13 +26,20 @@ class Table {
   }
   // Back to `count` entries.
   void shrink(std::size_t count) { entries = count; }
+  void release() {
+    std::vector<std::unique_ptr<T[]>>().swap(chunks);
+    entries = 0;
+  }
   // Keeps the chunks for the entries to come.
   void clear() { entries = 0; }
 
  private:
   static constexpr std::size_t kChunk = Bytes / sizeof(T);
 
-  void addChunk() { chunks.emplace_back(new T[kChunk]); }
+  void addChunk() {
+    std::unique_ptr<T[]> chunk(new T[kChunk]);
+    chunks.push_back(std::move(chunk));
+  }
 
   std::vector<std::unique_ptr<T[]>> chunks;
   std::size_t entries = 0;

@@ -17,34 +17,32 @@ namespace amf2json::wire {
 
 class TextBound {
  public:
-  std::uint64_t most() const { return length; }
-  std::uint64_t least() const { return length - slack; }
+  std::uint64_t most() const { return sure + perhaps; }
+  // But for a character or two of each value.
+  std::uint64_t least() const { return sure; }
 
-  void add(std::uint64_t characters) { length += characters; }
+  void add(std::uint64_t characters) { sure += characters; }
   // Of so many characters, perhaps none are written.
-  void addPerhaps(std::uint64_t characters) {
-    length += characters;
-    slack += characters;
-  }
-  void base64(std::size_t bytes) { length += base64Length(bytes) + 2; }
+  void addPerhaps(std::uint64_t characters) { perhaps += characters; }
+  void base64(std::size_t bytes) { sure += base64Length(bytes) + 2; }
   void string(const AMFWireString& of, LongTexts& texts) {
     const Text text = texts.text(of);
     if (text.isUtf8) {
-      length += text.length + 2;
+      sure += text.length + 2;
     } else {
-      length += sizeof "{\"$string64\":}" - 1;
+      sure += sizeof "{\"$string64\":}" - 1;
       base64(of.length);
     }
   }
-  void integer(std::int64_t value) { length += lengthOfInteger(value); }
+  void integer(std::int64_t value) { sure += lengthOfInteger(value); }
   void number(const double& value) {
     if (isWholeAndShort(value)) return integer(static_cast<std::int64_t>(value));
     addPerhaps(kNumberMax - 8);  // a finite number has at most 24 characters
   }
 
  private:
-  std::uint64_t length = 0;
-  std::uint64_t slack = 0;
+  std::uint64_t sure = 0;
+  std::uint64_t perhaps = 0;
 };
 
 }  // namespace amf2json::wire

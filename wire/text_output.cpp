@@ -38,6 +38,10 @@ void TextBuffer::escape(unsigned char byte) {
 }
 
 bool TextBuffer::escapedSlowly(const char* from, const char* last) {
+  // What turns out not to be UTF-8 is written otherwise: it must not fill the buffer before that.
+  constexpr std::size_t kLongestEscape = 6;
+  const auto most = static_cast<std::size_t>(last - from) * kLongestEscape;
+  if (left() < most && firstBroken(from, last) != last) return false;
   while (from < last) {
     if (last - from >= 8 && specialBytes(loadFew(from, 8)) == 0) {
       characters(from, 8);

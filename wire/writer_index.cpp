@@ -16,7 +16,7 @@ bool sameBytes(const AMFWireString& a, const AMFWireString& b) {
 void HashSlots::clear() {
   // Many slots for a section with few strings would cost every section after it.
   if (used != 0 && slots.size() <= 4096) slots.assign(slots.size(), {});
-  if (slots.size() > 4096) slots = {};
+  if (slots.size() > 4096) std::vector<Slot>().swap(slots);
   used = 0;
 }
 

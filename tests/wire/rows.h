@@ -38,6 +38,7 @@ const Row kAmf0[] = {
      "[\"\\\"\\\\\\b\\f\\n\\r\\t\\u0000\\u001f\x7F\"]"},
     {"no other escapes", "02 0008 '/' E280A8 F09F9880", "[\"/\xE2\x80\xA8\xF0\x9F\x98\x80\"]"},
     {"not UTF-8", "02 0002 C328", R"([{"$string64":"wyg="}])"},
+    {"escapes, then not UTF-8", "02 0009 0D*8 FF", R"([{"$string64":"DQ0NDQ0NDQ3/"}])"},
     {"surrogates are not UTF-8", "02 0003 EDA080", R"([{"$string64":"7aCA"}])"},
     {"NUL in two bytes is not UTF-8", "02 0002 C080", R"([{"$string64":"wIA="}])"},
     {"longest short string", "02 FFFF 61*65535", nullptr},

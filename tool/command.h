@@ -5,6 +5,7 @@
 #define AMF2JSON_TOOL_COMMAND_H
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tool/option_table.h"
@@ -15,6 +16,7 @@
 struct FileResult {
   std::string text;               // whole, for standard output or the output file
   bool isJSON = false;            // or a script: can be coloured
+  bool isBytes = false;           // no text: written as it stands, has a limit of its own
   ExitCode answer = kDone;        // kDone or kNo
   std::vector<Problem> problems;  // told behind the text
 };
@@ -37,7 +39,22 @@ struct Command {
   // What is added to the name of a file for that of its result in a folder. Null: the command takes
   // no -o.
   const char* (*extension)(const Options& options) = nullptr;
+  // An ending that such a name loses instead, where the file has it. May be null.
+  const char* ending = nullptr;
+  // The options that it shares with others; null: those of declareShared().
+  void (*shared)(OptionTable& table, Options& options) = nullptr;
+  // Whether it works on lines rather than files. Throws Problem (kUsage) for options that do not go
+  // together. Null: never.
+  bool (*worksOnLines)(const Options& options) = nullptr;
+  // One line without its end: an answer without one. Its problems are warnings, and the refusal
+  // that the answer tells of. Throws nothing but std::bad_alloc.
+  FileResult (*answer)(std::string_view line, const Options& options) = nullptr;
+  // Whether the result is no text, and so nothing for a terminal. Null: never.
+  bool (*writesBytes)(const Options& options) = nullptr;
 };
+
+// Declares the options of a command, in the order of its help.
+void declareAll(const Command& command, OptionTable& table, Options& options);
 
 const std::vector<Command>& commands();
 

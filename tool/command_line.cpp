@@ -9,7 +9,6 @@
 #include "tool/option_parser.h"
 #include "tool/platform.h"
 #include "tool/quoted.h"
-#include "tool/shared_options.h"
 
 namespace {
 
@@ -56,8 +55,7 @@ CommandLine parseCommandLine(const std::vector<std::string>& words) {
   CommandLine line;
   line.command = &commandNamed(words.front());
   OptionTable table;
-  line.command->declare(table, line.options);
-  declareShared(table, line.options);
+  declareAll(*line.command, table, line.options);
   switch (parseOptions(table, {words.begin() + 1, words.end()})) {
     case HelpWanted::brief: return {nullptr, {}, shortHelp(pageOf(*line.command))};
     case HelpWanted::full: return {nullptr, {}, longHelp(pageOf(*line.command))};

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool/command_page.h"
 
-#include "tool/shared_options.h"
-
 namespace {
 
 const OptionInfo kShortHelp = {"-h", "", "Help on one screen"};
@@ -13,8 +11,7 @@ const OptionInfo kLongHelp = {"--help", "", "All help"};
 CommandPage pageOf(const Command& command) {
   Options options;
   OptionTable table;
-  command.declare(table, options);
-  declareShared(table, options);
+  declareAll(command, table, options);
   CommandPage page{command, table.all()};
   page.options.push_back(kShortHelp);
   page.options.push_back(kLongHelp);

@@ -100,7 +100,8 @@ std::string zshSpec(const OptionInfo& option) {
   if (!names.shortName.empty())
     line += " " + quoted(names.shortName + (option.value.empty() ? "" : "+") + rest);
   if (!names.longName.empty())
-    line += " " + quoted(names.longName + (option.value.empty() ? "" : "=") + rest);
+    line += " " + quoted((option.isList ? "*" : "") + names.longName +
+                         (option.value.empty() ? "" : "=") + rest);
   return line;
 }
 

@@ -12,16 +12,19 @@ namespace {
 
 constexpr std::size_t kJoinedMost = 65536;
 
-std::string resultName(const std::string& file, const char* extension) {
+std::string resultName(const std::string& file, const ResultNames& names) {
   const std::string name = file == "-" ? "stdin" : file.substr(platform::lastPartOf(file));
-  return name + extension;
+  const std::string ending = names.ending == nullptr ? "" : names.ending;
+  const bool hasEnding = !ending.empty() && name.size() > ending.size() &&
+                         name.compare(name.size() - ending.size(), ending.size(), ending) == 0;
+  return hasEnding ? name.substr(0, name.size() - ending.size()) : name + names.extension;
 }
 
 }  // namespace
 
-Delivery::Delivery(const Options& chosen, const char* resultExtension)
+Delivery::Delivery(const Options& chosen, const ResultNames& resultNames)
     : options(chosen),
-      extension(resultExtension),
+      names(resultNames),
       destination(chosen),
       textStyle(::textStyle(chosen, destination)),
       reportStyle(::reportStyle(chosen)),
@@ -30,7 +33,7 @@ Delivery::Delivery(const Options& chosen, const char* resultExtension)
   if (destination.kind() == Destination::Kind::stream) return;
   if (isFolder()) {
     std::vector<std::string> results;
-    for (const std::string& file : options.files) results.push_back(resultName(file, extension));
+    for (const std::string& file : options.files) results.push_back(resultName(file, names));
     checkFolder(destination.path(), results, options);
   } else {
     checkFile(destination.path(), options);
@@ -42,9 +45,13 @@ Delivery::Delivery(const Options& chosen, const char* resultExtension)
   }
 }
 
+void Delivery::refuseTerminal() const {
+  ::refuseTerminal(destination, options);
+}
+
 void Delivery::prepare(const std::string& file, FileResult& result) {
   if (!isFolder()) return;
-  const std::string target = destination.path() + '/' + resultName(file, extension);
+  const std::string target = destination.path() + '/' + resultName(file, names);
   try {
     const Existing existing = options.force ? Existing::replace : Existing::refuse;
     writeFile(target, pourOf(result), existing, writing);

@@ -20,11 +20,20 @@
 #include "tool/report.h"
 #include "tool/terminal.h"
 
+// How files in a folder are called, as in Command.
+struct ResultNames {
+  const char* extension = "";
+  const char* ending = nullptr;
+};
+
 class Delivery {
  public:
-  // `resultExtension` as in Command. Throws Problem where an output would destroy what it must not,
+  // Throws Problem where an output would destroy what it must not,
   // and where the output folder cannot be made: nothing was written then.
-  Delivery(const Options& chosen, const char* resultExtension);
+  Delivery(const Options& chosen, const ResultNames& resultNames);
+
+  // For results that are no texts. Throws Problem.
+  void refuseTerminal() const;
 
   // What can be done before the result's turn comes. On any thread, several at once.
   void prepare(const std::string& file, FileResult& result);
@@ -45,7 +54,7 @@ class Delivery {
   void join(std::string_view piece);
 
   const Options& options;
-  const char* const extension;
+  const ResultNames names;
   Destination destination;
   const TextStyle textStyle;
   const ReportStyle reportStyle;

@@ -25,7 +25,7 @@ Finished workOn(const Command& command, const std::string& file, const Options& 
                 Delivery& delivery) {
   try {
     Finished finished{command.work(file, options), std::nullopt};
-    if (finished.result.text.size() > options.maxOutputBytes)
+    if (!finished.result.isBytes && finished.result.text.size() > options.maxOutputBytes)
       throw outputTooLarge(options.maxOutputBytes);
     delivery.prepare(file, finished.result);
     return finished;
@@ -56,7 +56,8 @@ ExitCode workOnFiles(const Command& command, const Options& options) {
   const std::vector<std::string>& files = options.files;
   refuseSecondStandardInput(files);
   const bool hasOutput = command.extension != nullptr;
-  Delivery delivery(options, hasOutput ? command.extension(options) : "");
+  Delivery delivery(options, {hasOutput ? command.extension(options) : "", command.ending});
+  if (command.writesBytes != nullptr && command.writesBytes(options)) delivery.refuseTerminal();
   OrderedWork<Finished> work(
       files.size(), threadsFor(options),
       [&](std::size_t i) { return workOn(command, files[i], options, delivery); },

@@ -34,7 +34,7 @@ std::string choiceNames(const OptionInfo& option) {
 
 // Those that are not needed to get along: the limits, the help itself.
 bool isForLongHelp(const OptionInfo& option) {
-  return option.isLimit || option.names == "-h" || option.names == "--help";
+  return option.isLimit || option.isRare || option.names == "-h" || option.names == "--help";
 }
 
 std::string briefly(const std::vector<OptionInfo>& options) {

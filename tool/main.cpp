@@ -6,6 +6,7 @@
 
 #include "tool/command_line.h"
 #include "tool/file_loop.h"
+#include "tool/line_loop.h"
 #include "tool/output.h"
 #include "tool/own_stack.h"
 #include "tool/platform.h"
@@ -20,7 +21,9 @@ ExitCode runParsed(const CommandLine& line) {
     return kDone;
   }
   if (!line.options.localTime) platform::useUTC();
-  return workOnFiles(*line.command, line.options);
+  const Command& command = *line.command;
+  const bool onLines = command.worksOnLines != nullptr && command.worksOnLines(line.options);
+  return onLines ? workOnLines(command, line.options) : workOnFiles(command, line.options);
 }
 
 ExitCode run(const std::vector<std::string>& words) {

@@ -83,7 +83,7 @@ void Parser::take(const Spelled& spelled) {
   const std::string name = namesOf(option).longName;
   if (!option.value.empty()) {
     const std::string value = valueOf(spelled, option);
-    if (!isGiven.insert(index).second) throw usageProblem(name + ": given twice");
+    if (!isGiven.insert(index).second && !option.isList) throw usageProblem(name + ": given twice");
     return table.store(index, value);
   }
   if (spelled.value) throw usageProblem(name + ": takes no value");

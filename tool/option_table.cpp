@@ -24,6 +24,11 @@ void OptionTable::text(const char* names, const char* value, std::string& target
   add({names, value, help}, [&target](const std::string& word) { target = word; });
 }
 
+void OptionTable::list(const char* names, const char* value,
+                       std::function<void(const std::string&)> addValue, const char* help) {
+  add({names, value, help, "", {}, false, true}, std::move(addValue));
+}
+
 void OptionTable::files(std::vector<std::string>& target, const char* help) {
   fileArgument = help;
   fileNames = &target;

@@ -24,12 +24,19 @@ struct OptionInfo {
   std::string byDefault = {};        // empty: nothing to tell
   std::vector<Choice> choices = {};  // empty: any value
   bool isLimit = false;
+  bool isList = false;  // may be given several times
+  bool isRare = false;  // left out of -h
 };
 
 class OptionTable {
  public:
   void flag(const char* names, bool& target, const char* help);
   void text(const char* names, const char* value, std::string& target, const char* help);
+  // May be given several times: `add` receives each value, and throws Problem (kUsage).
+  void list(const char* names, const char* value, std::function<void(const std::string&)> add,
+            const char* help);
+  // The option declared last is left out of the short help.
+  void rare() { table.back().isRare = true; }
   void files(std::vector<std::string>& target, const char* help);
 
   // `choices` in the order of the enumeration.

@@ -6,6 +6,7 @@
 #define AMF2JSON_TOOL_OPTIONS_H
 
 #include <AMFGuard.h>
+#include <AMFWire.h>
 
 #include <string>
 #include <vector>
@@ -27,6 +28,20 @@ struct DumpCommandOptions {
   bool full = false;
 };
 
+enum class TextForm { binary, base64, hex };  // how packets are spelled
+
+// Of export and import.
+struct WireOptions {
+  AMFWireForm form = AMFWireForm::automatic;
+  bool compact = false;
+  bool lines = false;
+  bool salvage = false;
+  bool noOriginals = false;
+  TextForm packets = TextForm::binary;
+  std::vector<AMFWireExternalClass> externalClasses;
+  AMFWireLimits limits;
+};
+
 struct Options {
   std::vector<std::string> files = {"-"};
   std::string output = "-";
@@ -44,6 +59,7 @@ struct Options {
   std::size_t maxOutputBytes = std::size_t{1} << 28;  // of the text of one file
   DecodeOptions decode;
   DumpCommandOptions dump;
+  WireOptions wire;
 };
 
 #endif  // AMF2JSON_TOOL_OPTIONS_H

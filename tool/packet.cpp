@@ -68,9 +68,12 @@ std::size_t Packet::place(std::size_t offset) const {
   return offset - std::min(offset, envelopeOf(form).size()) + skipped;
 }
 
-Problem tooLarge(const std::string& file, const std::string& size, std::size_t limit) {
-  Problem problem{kOverLimit, describe(AMFVerifyStatus::packetTooLarge), ""};
-  problem.message = overLimit(problem.status.c_str(), "--max-packet-bytes", limit);
+Problem tooLarge(const std::string& file, const std::string& size, std::size_t limit,
+                 const char* option) {
+  const bool isPacket = std::string_view(option) == "--max-packet-bytes";
+  Problem problem{kOverLimit, isPacket ? describe(AMFVerifyStatus::packetTooLarge) : "text limit",
+                  ""};
+  problem.message = overLimit(problem.status.c_str(), option, limit);
   if (!size.empty()) problem.message += " (" + size + " bytes)";
   problem.file = file;
   return problem;

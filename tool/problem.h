@@ -10,6 +10,13 @@
 
 #include "tool/exit_code.h"
 
+// A place in a JSON text.
+struct TextPlace {
+  std::string path;        // "messages[0].value[2]"; empty: the document itself
+  std::size_t line = 0;    // from 1
+  std::size_t column = 0;  // from 1, in characters
+};
+
 // Thrown where the work on a file ends; kept beside the result where it goes on (a warning).
 struct Problem {
   ExitCode exitCode;
@@ -20,6 +27,8 @@ struct Problem {
   std::optional<std::size_t> offset = {};
   std::string section = {};  // "header 0", "message 2", "envelope"; empty: unknown
   std::string bytes = {};    // around the offset, in hexadecimal; empty: none to show
+  std::optional<TextPlace> text = {};
+  std::string hint = {};  // what to do about it; empty: nothing is known
 };
 
 // "cannot read: REASON" and the like, from errno.

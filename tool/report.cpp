@@ -18,16 +18,25 @@ std::string painted(const std::string& text, const char* color, bool isOn) {
   return isOn ? color + text + kReset : text;
 }
 
+std::string placeOf(const Problem& problem) {
+  if (problem.offset) return problem.file + ":" + std::to_string(*problem.offset);
+  if (problem.text) {
+    return problem.file + ":" + std::to_string(problem.text->line) + ":" +
+           std::to_string(problem.text->column);
+  }
+  return problem.file.empty() ? "amf2json" : "amf2json: " + problem.file;
+}
+
 std::string inWords(const Problem& problem, bool color) {
-  const bool hasPlace = problem.offset.has_value();
-  std::string place = hasPlace ? problem.file + ":" + std::to_string(*problem.offset) : "amf2json";
-  if (!hasPlace && !problem.file.empty()) place += ": " + problem.file;
-  std::string text = painted(printable(place) + ":", kBold, color) + " ";
+  std::string text = painted(printable(placeOf(problem)) + ":", kBold, color) + " ";
   if (problem.isWarning) text += painted("warning:", kYellow, color) + " ";
   text += painted(printable(problem.message), problem.isWarning ? kBold : kRed, color);
   if (!problem.section.empty()) text += " (" + problem.section + ")";
+  if (problem.text && !problem.text->path.empty())
+    text += " (" + printable(problem.text->path) + ")";
   text += "\n";
   if (!problem.bytes.empty()) text += "    " + problem.bytes + "\n";
+  if (!problem.hint.empty()) text += "    " + printable(problem.hint) + "\n";
   return text;
 }
 
@@ -56,8 +65,14 @@ std::string inJSON(const Problem& problem) {
   if (problem.offset) line["offset"] = *problem.offset;
   line["section"] = nullptr;
   if (!problem.section.empty()) line["section"] = problem.section;
+  if (problem.text) {
+    line["path"] = problem.text->path;
+    line["line"] = problem.text->line;
+    line["column"] = problem.text->column;
+  }
   line["status"] = problem.status;
   line["message"] = isUTF8(problem.message) ? problem.message : printable(problem.message);
+  if (!problem.hint.empty()) line["hint"] = problem.hint;
   line["exit_code"] = static_cast<int>(problem.exitCode);
   // ASCII only: no control character gets through, and no byte that is not UTF-8.
   return line.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace) + "\n";

@@ -16,9 +16,10 @@ struct ReportStyle {
 // The lines for a problem, each with its end:
 //   FILE:OFFSET: MESSAGE (SECTION)
 //       at 13: 00 02 2F | 31
-// or, where it is not about a place in a packet, "amf2json: FILE: MESSAGE". Control characters are
-// made visible whether or not somebody looks at a terminal. In JSON a file name that is not UTF-8
-// has U+FFFD in "file", and stands byte for byte in "file_bytes", in hexadecimal.
+// or, where it is not about a place in a packet, "amf2json: FILE: MESSAGE". A place in a JSON text
+// is FILE:LINE:COLUMN, with its path for the section. A hint has a line of its own. Control
+// characters are made visible whether or not somebody looks at a terminal. In JSON a file name that
+// is not UTF-8 has U+FFFD in "file", and stands byte for byte in "file_bytes", in hexadecimal.
 std::string wordsFor(const Problem& problem, const ReportStyle& style);
 
 void report(const Problem& problem, const ReportStyle& style);

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool/shared_options.h"
 
+#include <charconv>
+
+#include "tool/problem.h"
+
 void declareOutput(OptionTable& table, Options& options) {
   table.text("-o,--output", "FILE", options.output, "File to write; of several inputs, the folder");
   table.flag("--force", options.force, "Replace read-only files and old results in a folder");
@@ -15,13 +19,42 @@ void declareForm(OptionTable& table, Options& options) {
   table.number("--skip", options.skip, "Leave out the first N bytes, once unwrapped", "0");
 }
 
+namespace {
+
+// "CLASS" or "CLASS=VALUES".
+AMFWireExternalClass externalClass(const std::string& word) {
+  const std::size_t mark = word.rfind('=');
+  const std::string name = word.substr(0, mark);
+  AMFWireExternalClass found{name, 1};
+  bool isRead = !name.empty();
+  if (mark != std::string::npos) {
+    const char* const end = word.data() + word.size();
+    const auto number = std::from_chars(word.data() + mark + 1, end, found.values);
+    isRead = isRead && number.ec == std::errc() && number.ptr == end;
+  }
+  if (isRead) return found;
+  throw Problem{kUsage, "usage",
+                "--external: '" + word + "' is not CLASS or CLASS=VALUES, a number of values"};
+}
+
+}  // namespace
+
+void declareExternal(OptionTable& table, Options& options) {
+  table.list(
+      "--external", "CLASS[=VALUES]",
+      [&options](const std::string& word) {
+        options.wire.externalClasses.push_back(externalClass(word));
+      },
+      "An externalizable class whose body is so many AMF3 values, 1 unless told; for several "
+      "classes given several times");
+}
+
 void declareFormat(OptionTable& table, Options& options) {
   table.choice("--format", "FORM", options.format, "Form of the answer",
                {{"text", "for people"}, {"json", "one JSON object a line for each file"}});
 }
 
-void declareShared(OptionTable& table, Options& options) {
-  table.flag("--allow-trailing", options.allowTrailing, "Accept bytes behind the last message");
+void declareRun(OptionTable& table, Options& options) {
   table.number("-j,--jobs", options.jobs, "Files to work on at once", "all processors");
   table.choice("--color", "WHEN", options.color, "Colour of texts and errors",
                {{"auto", "on a terminal, unless NO_COLOR is set"},
@@ -30,6 +63,11 @@ void declareShared(OptionTable& table, Options& options) {
   table.choice(
       "--error-format", "FORM", options.errorFormat, "Form of errors",
       {{"text", "FILE:OFFSET: MESSAGE (SECTION), and bytes"}, {"json", "one JSON object a line"}});
+}
+
+void declareShared(OptionTable& table, Options& options) {
+  table.flag("--allow-trailing", options.allowTrailing, "Accept bytes behind the last message");
+  declareRun(table, options);
   AMFVerifyLimits& limits = options.limits;
   table.limit("--max-packet-bytes", limits.maxPacketBytes,
               "Bytes of a file, and of the packet in it");

@@ -8,6 +8,12 @@
 // The options that every command takes: files, colours, forms of errors, limits.
 void declareShared(OptionTable& table, Options& options);
 
+// The part of them that is not about packets: -j, colours, forms of errors.
+void declareRun(OptionTable& table, Options& options);
+
+// --external, for commands that read or write the published formats.
+void declareExternal(OptionTable& table, Options& options);
+
 // --format, for commands that answer with a line for each file.
 void declareFormat(OptionTable& table, Options& options);
 

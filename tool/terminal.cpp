@@ -34,6 +34,13 @@ TextStyle textStyle(const Options& options, const Destination& destination) {
   return {isTerminal, isColorWanted};
 }
 
+void refuseTerminal(const Destination& destination, const Options& options) {
+  if (options.force || !destination.isTerminal()) return;
+  throw Problem{kUsage, "usage",
+                "packets are binary and not written to a terminal; -o FILE writes a file, --to hex "
+                "a text, --force the bytes"};
+}
+
 namespace {
 
 // Joins pieces to larger ones.
@@ -73,7 +80,7 @@ class Joiner {
 
 void dress(const FileResult& result, const TextStyle& style, const Sink& sink) {
   const bool color = style.color && result.isJSON;
-  if (!style.printable && !color) return sink(result.text);
+  if (result.isBytes || (!style.printable && !color)) return sink(result.text);
   Joiner joiner(sink);
   const auto put = [&](std::string_view piece) {
     if (style.printable) return joiner.putPrintable(piece);

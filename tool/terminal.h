@@ -19,6 +19,8 @@ struct TextStyle {
 };
 // By what the bytes go to, however it was named.
 TextStyle textStyle(const Options& options, const Destination& destination);
+// Bytes that are no text do harm to a terminal. Throws Problem (kUsage) for one, unless --force.
+void refuseTerminal(const Destination& destination, const Options& options);
 // Passes the text on in pieces: no second one of its size is made.
 void dress(const FileResult& result, const TextStyle& style, const Sink& sink);
 

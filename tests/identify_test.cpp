@@ -12,6 +12,13 @@
 
 using namespace support;
 
+// Commands that need AMFWire, and those without it.
+#ifdef AMF2JSON_HAVE_WIRE
+#define WITH_WIRE(wire, core) wire
+#else
+#define WITH_WIRE(wire, core) core
+#endif
+
 namespace {
 
 // "known", "unknown"; the verdict; the command.
@@ -59,7 +66,28 @@ const Row kRows[] = {
     {"members behind an ECMA array whose count is 0",
      packetOf("08 00000000 0001 'c' 02 0001 'd' 0001 'a' 02 0001 'b' 0000 09"),
      "AMF packet: version 0, 0 headers, 1 message, 21 bytes, and 17 bytes after it that this "
-     "dialect does not read => amf2json dump --full F"},
+     "dialect does not read" WITH_WIRE("; the published format reads it => amf2json export F",
+                                       " => amf2json dump --full F")},
+#ifdef AMF2JSON_HAVE_WIRE
+    {"a packet with a vector", packetOf("11 0D 03 00 00000005"),
+     "AMF packet, refused by this dialect: getAMF3Value(): unknown value type marker at byte 18, "
+     "after 0 "
+     "headers and 0 messages; the published format reads it => amf2json export F"},
+    {"references that count otherwise",
+     packetOf("0A 00000002 03 0001 'i' 03 000009 000009 07 0000"),
+     "AMF packet: version 0, 0 headers, 1 message, 35 bytes; this dialect reads its AMF0 "
+     "references "
+     "otherwise than the published format => amf2json export F"},
+    {"references that count the same", packetOf("0A 00000002 0A 00000000 05"),
+     "AMF packet: version 0, 0 headers, 1 message, 27 bytes => amf2json decode F"},
+    {"a negative integer", packetOf("11 04 FFFFFFFF"),
+     "AMF packet: version 0, 0 headers, 1 message, 22 bytes; this dialect reads its AMF3 integers "
+     "otherwise than the published format => amf2json export F"},
+    {"a large integer that is read alike", packetOf("11 04 BFFFFF7F"),
+     "AMF packet: version 0, 0 headers, 1 message, 22 bytes => amf2json decode F"},
+    {"a document of export", "{\"amf3\":[1]}\n",
+     "JSON document of amf2json export => amf2json import F"},
+#endif
     {"another packet behind a packet", kPacket + kPacket,
      "AMF packet: version 0, 0 headers, 1 message, 22 bytes, and 22 bytes after it: another packet "
      "=> amf2json decode F"},
@@ -73,7 +101,8 @@ const Row kRows[] = {
      "AMF packet, refused by this dialect: getAMF0Value: unknown value type at byte 17, after 0 "
      "headers and 0 messages => amf2json dump --full F"},
     {"a packet over a limit", packetWith(repeat(hex("0A 00000001"), 65) + hex("05")),
-     "AMF packet, over a limit: depth limit at byte 341, after 0 headers and 0 messages"},
+     "AMF packet, over a limit: depth limit at byte 341, after 0 headers and 0 messages" WITH_WIRE(
+         "; the published format reads it => amf2json export F", "")},
     {"an AMF0 value", hex("02 0002 'hi'"),
      "AMF0 value without a packet: 5 bytes => amf2json decode --as amf0 F"},
     {"an AMF3 value", hex("0A 0B 01 03 'k' 04 01 01"),
@@ -84,7 +113,7 @@ const Row kRows[] = {
     {"an end mark is no value", "\t", "? not recognised: begins with 09"},
     {"a shared object", kSharedObject,
      "shared object (.sol) \"set\", AMF0, AMF0 value \"name\" at byte 31, and 6 bytes after it "
-     "=> amf2json decode --as amf0 --skip 31 F"},
+     "=> amf2json " WITH_WIRE("export F", "decode --as amf0 --skip 31 F")},
     {"a shared object of one value", sharedObject("00000000", "0004 'name' 02 0005 'value' 00"),
      "shared object (.sol) \"set\", AMF0, AMF0 value \"name\" at byte 31 => amf2json decode --as "
      "amf0 --skip 31 --allow-trailing F"},
@@ -166,7 +195,8 @@ TEST(Identify, LooksIntoCompressedData) {
        "F"},
       {"zlib of a shared object", compressed(kSharedObject, 15),
        "zlib > shared object (.sol) \"set\", AMF0, AMF0 value \"name\" at byte 31, and 6 bytes "
-       "after it => amf2json decode --unwrap --as amf0 --skip 31 F"},
+       "after it => amf2json " WITH_WIRE("export --unwrap F",
+                                         "decode --unwrap --as amf0 --skip 31 F")},
       {"gzip of something else", compressed("\xFF", 15 + 16),
        "? gzip > not recognised: begins with FF"},
       {"gzip that is cut", gzip.substr(0, 12), "gzip: ends too early at byte 12"},
@@ -183,7 +213,7 @@ TEST(Identify, LooksIntoCompressedData) {
 TEST(Identify, DoesNotOfferWhatItCannotResolve) {
   EXPECT_EQ(
       "shared object (.sol) \"set\", AMF3, AMF3 value \"name\" at byte 30, which cannot be decoded "
-      "alone",
+      "alone" WITH_WIRE(" => amf2json export F", ""),
       lineOf(sharedObject("00000003", "09 'name' 09 05 01 06 03 'a' 06 00 00")));
 }
 

@@ -5,6 +5,8 @@
 
 #include "tool/did_you_mean.h"
 #include "tool/help.h"
+#include "tool/identify.h"
+#include "tool/input.h"
 #include "tool/manual.h"
 #include "tool/option_parser.h"
 #include "tool/platform.h"
@@ -22,14 +24,25 @@ std::vector<std::string> commandNames() {
   return names;
 }
 
+// What shows a file; "decode" where that is not known.
+std::string commandForFile(const std::string& name) {
+  try {
+    const AMFVerifyLimits limits;
+    const std::string line =
+        commandFor(identify(readInput(name, limits.maxPacketBytes), limits), name);
+    if (!line.empty()) return line;
+  } catch (const Problem&) {  // whatever is wrong with the file, the command will tell
+  }
+  return "amf2json decode " + shellWord(name);
+}
+
 const Command& commandNamed(const std::string& name) {
   for (const Command& command : commands()) {
     if (command.name == name) return command;
   }
   const std::string problem = "no command '" + name + "'";
   if (platform::statusOf(name).exists) {
-    throw usageProblem(problem + "; this is a file: amf2json decode " + shellWord(name) +
-                       " shows it");
+    throw usageProblem(problem + "; this is a file: " + commandForFile(name) + " shows it");
   }
   throw usageProblem(problem + didYouMean(name, commandNames()));
 }

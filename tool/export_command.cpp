@@ -207,7 +207,7 @@ const char* extensionOf(const Options&) {
 
 Command exportCommand() {
   Command command{"export",
-                  "Turns AMF as senders write it into JSON that loses nothing",
+                  "Turns published AMF into JSON that loses nothing",
                   kDetails,
                   {{"amf2json export packet.amf", "a packet as JSON"},
                    {"amf2json export packet.amf | amf2json import -o copy.amf", "and back"},

@@ -41,7 +41,7 @@ std::size_t endOfWord(std::string_view text, std::size_t begin) {
 }
 
 const char* colorOfString(std::string_view text, std::size_t end) {
-  return text.substr(end, 2) == " :" ? kName : kString;
+  return text.substr(end, 1) == ":" || text.substr(end, 2) == " :" ? kName : kString;
 }
 
 const char* colorOfWord(std::string_view word) {

@@ -10,6 +10,7 @@
 #include "tool/containers.h"
 #include "tool/hex.h"
 #include "tool/problem.h"
+#include "tool/published.h"
 #include "tool/quoted.h"
 #include "tool/ruined.h"
 #include "tool/unwrap.h"
@@ -55,6 +56,18 @@ Identity dumpable(const char* kind, std::string verdict, std::string options) {
   return identity;
 }
 
+// For what this dialect does not read, or reads otherwise.
+Identity exportable(const char* kind, std::string verdict) {
+  Identity identity = known(kind, std::move(verdict));
+  identity.command = "export";
+  return identity;
+}
+
+// Adds that the published format reads it all.
+Identity nowExportable(const Identity& refused) {
+  return exportable(refused.kind, refused.verdict + "; the published format reads it");
+}
+
 // ---- Packets
 
 // The first name or URI: whether somebody can have written it shows whether this is a packet at
@@ -90,7 +103,11 @@ std::string packetText(std::string_view bytes, const AMFVerifyResult& checked) {
 std::optional<Identity> wholePacket(std::string_view bytes, const AMFVerifyLimits& limits) {
   const AMFVerifyResult checked = verifyForm(bytes, Form::packet, limits);
   if (checked.status != Status::ok || checked.consumed != bytes.size()) return std::nullopt;
-  return decodable("packet", packetText(bytes, checked), "");
+  const std::string verdict = packetText(bytes, checked);
+  const char* const otherwise = misread(bytes);
+  if (otherwise == nullptr) return decodable("packet", verdict, "");
+  return exportable("packet", verdict + "; this dialect reads its " + otherwise +
+                                  " otherwise than the published format");
 }
 
 // Read to its end, with bytes after it. They may belong to it: the published formats read some
@@ -121,8 +138,9 @@ Identity refusedPacket(const AMFVerifyResult& checked) {
 std::optional<Identity> almostPacket(std::string_view bytes, const AMFVerifyLimits& limits) {
   if (!hasPacketVersion(bytes) || !isPlainText(nameIn(bytes, limits))) return std::nullopt;
   const AMFVerifyResult checked = verifyForm(bytes, Form::packet, limits);
-  return checked.status == Status::ok ? packetAndMore(bytes, checked, limits)
-                                      : refusedPacket(checked);
+  const Identity almost =
+      checked.status == Status::ok ? packetAndMore(bytes, checked, limits) : refusedPacket(checked);
+  return readsAsPublished(bytes, AMFWireForm::packet) ? nowExportable(almost) : almost;
 }
 
 // ---- Values
@@ -167,13 +185,15 @@ bool isEndMark(std::string_view bytes) {
 std::optional<Identity> inContainer(std::string_view bytes, const std::optional<Container>& found,
                                     const AMFVerifyLimits& limits) {
   if (!found) return std::nullopt;
+  const bool isPublished = readsAsPublished(bytes, AMFWireForm::automatic);
   if (found->offset >= bytes.size()) return known(found->kind, found->what);
   const std::string_view own = bytes.substr(found->offset);
   const AMFVerifyResult checked = verifyForm(own, found->form, limits);
   std::string verdict =
       found->what + ", " + nameOf(found->form) + ' ' + found->valueName + atByte(found->offset);
   if (checked.status != Status::ok || checked.references > 0) {
-    return known(found->kind, verdict + ", which cannot be decoded alone");
+    verdict += ", which cannot be decoded alone";
+    return isPublished ? exportable(found->kind, verdict) : known(found->kind, verdict);
   }
   const std::string_view rest = own.substr(checked.consumed);
   std::string options =
@@ -182,6 +202,7 @@ std::optional<Identity> inContainer(std::string_view bytes, const std::optional<
     options += " --allow-trailing";
   } else if (!rest.empty()) {
     verdict += ", and " + words(rest.size(), "byte") + " after it";
+    if (isPublished) return exportable(found->kind, verdict);
   }
   return decodable(found->kind, verdict, options);
 }
@@ -237,6 +258,11 @@ std::optional<Identity> otherText(std::string_view bytes) {
   const std::string why = ": begins with " + quoted(bytes.substr(begin, 16), 16) + atByte(begin);
   if (begins("<!doctype html") || begins("<html")) return known("html", "HTML text" + why);
   if (begins("<") && last == '>') return known("xml", "XML text" + why);
+  if (begins("{") && isDocument(bytes)) {
+    Identity document = known("document", "JSON document of amf2json export");
+    document.command = "import";
+    return document;
+  }
   if ((begins("{") && last == '}') || (begins("[") && last == ']'))
     return known("json", "JSON text" + why);
   return std::nullopt;

@@ -83,7 +83,8 @@ std::string items(const std::vector<OptionInfo>& options, bool limits) {
 std::string commandSection(const CommandPage& page) {
   return ".SS " + bold(std::string("amf2json ") + page.command.name) + "\n" +
          plain(page.command.summary) + ".\n.PP\n" + paragraphs(page.command.details) +
-         items(page.options, false);
+         items(page.options, false) +
+         (page.command.shared == nullptr ? "" : items(page.options, true));
 }
 
 std::string exampleSection(const std::vector<Example>& examples) {
@@ -112,9 +113,11 @@ std::string manualPage() {
           "\n.SH DESCRIPTION\n" + paragraphs(kAboutFormat) + ".PP\n" + paragraphs(kAboutProgram) +
           ".SH COMMANDS\n";
   for (const CommandPage& page : pages) text += commandSection(page);
-  text += ".SH LIMITS\nEvery command takes these. A packet that is over one of them is refused.\n" +
-          items(pages.front().options, true) +
-          ".SH EXIT STATUS\nOf several files the largest counts.\n";
+  text +=
+      ".SH LIMITS\nEvery command takes these, but for those that name their own.\n"
+      "A packet that is over one of them is refused.\n" +
+      items(pages.front().options, true) +
+      ".SH EXIT STATUS\nOf several files the largest counts.\n";
   for (const ExitCodeRow& row : exitCodes()) {
     text += ".TP\n" + bold(std::to_string(row.code)) + "\n" + plain(row.meaning) + ".\n";
   }

@@ -5,6 +5,8 @@
 
 #include "tool/hex.h"
 #include "tool/input.h"
+#include "tool/published.h"
+#include "tool/quoted.h"
 #include "tool/unwrap.h"
 #include "tool/words.h"
 
@@ -62,6 +64,21 @@ void locate(Problem& problem, const Packet& packet, std::size_t offset) {
   problem.bytes = hexAround(packet.own(), *problem.offset - packet.skipped, packet.skipped);
 }
 
+AMFWireForm publishedForm(Form form) {
+  return form == Form::packet ? AMFWireForm::packet
+         : form == Form::amf0 ? AMFWireForm::amf0
+                              : AMFWireForm::amf3;
+}
+
+// What to type where the published format reads what this dialect does not; empty if it does not.
+std::string exportHint(const Packet& packet) {
+  if (packet.skipped != 0 || !readsAsPublished(packet.own(), publishedForm(packet.form))) return "";
+  std::string line = "the published format reads it: amf2json export";
+  if (!packet.wrappers.empty()) line += " --unwrap";
+  if (packet.form != Form::packet) line += packet.form == Form::amf0 ? " --as amf0" : " --as amf3";
+  return packet.file == "-" ? line : line + " " + shellWord(packet.file);
+}
+
 }  // namespace
 
 std::size_t Packet::place(std::size_t offset) const {
@@ -100,6 +117,9 @@ Problem refusalOf(const Packet& packet, const AMFVerifyLimits& limits) {
   Problem problem{exitCodeOf(checked.status), describe(checked.status), messageOf(checked, limits)};
   problem.section = sectionName(packet);
   locate(problem, packet, checked.offset);
+  const bool isRefused =
+      problem.exitCode == kTruncated || problem.exitCode == kMalformed;  // not by a limit
+  if (isRefused) problem.hint = exportHint(packet);
   for (const Problem& leftOver : packet.leftOvers) problem.message += "; " + leftOver.message;
   return problem;
 }
@@ -128,6 +148,7 @@ void tellLeftOver(FileResult& result, const Packet& packet, const Options& optio
   }
   problem.isWarning = true;
   locate(problem, packet, end);
+  problem.hint = exportHint(packet);
   result.problems.push_back(problem);
 }
 

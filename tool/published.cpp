@@ -3,6 +3,7 @@
 // Tested by tests/identify_test.cpp and tests/tool_export_test.cpp.
 #include "tool/published.h"
 
+#include <string>
 #include <vector>
 
 #ifdef AMF2JSON_HAVE_WIRE
@@ -75,6 +76,11 @@ bool readsAsPublished(std::string_view bytes, AMFWireForm form) {
   return amfWireRead(bytes.data(), bytes.size(), trailing, options).ok() && trailing.length == 0;
 }
 
+bool isDocument(std::string_view text) {
+  std::string bytes;
+  return amfWireImport(text.data(), text.size(), bytes).ok();
+}
+
 const char* misread(std::string_view packet) {
   AMFWireReadOptions options;
   options.form = AMFWireForm::packet;
@@ -90,6 +96,10 @@ IsWanted isPublished(const AMFWireReadOptions&) {
 }
 
 bool readsAsPublished(std::string_view, AMFWireForm) {
+  return false;
+}
+
+bool isDocument(std::string_view) {
   return false;
 }
 

@@ -16,6 +16,9 @@ IsWanted isPublished(const AMFWireReadOptions& options);
 // Whether AMFWire reads bytes of this form to the last one.
 bool readsAsPublished(std::string_view bytes, AMFWireForm form);
 
+// Whether a text is a document that AMFWire writes as bytes.
+bool isDocument(std::string_view text);
+
 // What of a packet that both read the dialect reads as something else: "AMF0 references"; null
 // where nothing was found. References count from where objects begin, here from where they end; an
 // AMF3 integer of four bytes differs in its last byte.

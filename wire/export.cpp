@@ -59,6 +59,7 @@ class Export {
     try {
       reader.read(form);
     } catch (const TextTooLong&) {
+      facts.stopAt(size);
       findLength();  // says where exactly
       throw textTooLong(reader.valueOffset(), options.limits.maxTextBytes);
     }

@@ -168,8 +168,8 @@ void Facts::vectorItems(const char*, std::uint32_t count) {
 
 void Facts::beginDictionary(std::uint32_t count, bool weak) {
   open(kNoNames);
+  frames.back().pairs = count;
   bound.add(sizeof "\"$dictionary\":[]" + (weak ? sizeof "\"$weak\":true" : 0));
-  bound.add(std::uint64_t{count} * 3);
 }
 
 void Facts::field(const AMFWireField& field) {
@@ -269,6 +269,7 @@ void Facts::end() {
                   (frame.members + (frame.sealedCount == kNoNames ? 0 : frame.sealedCount)));
   }
   if (frame.members == frame.declaredCount) flags |= kCounted;
+  bound.add(std::uint64_t{frame.pairs} * 3);  // not before they were there: counts lie
   objects(frame.amf3)[frame.object] |= flags;
   if (frame.namesOpen) names.close();
   frames.pop_back();

@@ -47,6 +47,8 @@ class Facts {
   // What the reader's sections define; not owned.
   void attach(const SectionTables& of) { tables = &of; }
 
+  // The pass stopped in a section: as if its values ended here.
+  void stopAt(std::size_t offset) { sections.back().end = static_cast<std::uint32_t>(offset); }
   // Behind the pass: what only the pass needs.
   void releaseTables() {
     names.release();
@@ -116,6 +118,7 @@ class Facts {
     std::size_t object;  // in its table
     std::uint32_t members = 0;
     std::uint32_t declaredCount = 0;
+    std::uint32_t pairs = 0;      // of a dictionary
     std::int64_t lastIndex = -1;  // of the array indexes among its names
     bool amf3 = false;
     bool namesOpen = false;

@@ -26,6 +26,7 @@ struct Bomb {
   const char* name;
   std::string bytes;
   AMFWireStatus status;
+  AMFWireForm form = AMFWireForm::amf3;
 };
 
 // U29 of a length of a million, with bit 0.
@@ -56,6 +57,10 @@ const std::vector<Bomb>& bombs() {
        hex("06 ") + hex(kMillion) + std::string(kMegabyte, 'a') + hex("0A 0B 01 00 01 01") +
            repeated(hex("0A 01 00 01 01"), kMegabyte),
        AMFWireStatus::textLimit},
+      {"the same in a packet",
+       hex("0000 0000 0001 0000 0000 FFFFFFFF 11 09 89B49001 01 06") + hex(kMillion) +
+           std::string(kMegabyte, 'a') + repeated(hex("06 00"), kMegabyte),
+       AMFWireStatus::textLimit, AMFWireForm::packet},
       {"ten million nested arrays", repeated(hex("09 03 01"), 10 * kMegabyte),
        AMFWireStatus::depthLimit},
       {"dictionaries in dictionaries", repeated(hex("11 03 00"), kMegabyte),
@@ -76,7 +81,7 @@ TEST(WireBombs, AreRefusedSoonAndInLittleMemory) {
   for (const Bomb& bomb : bombs()) {
     SCOPED_TRACE(bomb.name);
     AMFWireExportOptions options;
-    options.form = AMFWireForm::amf3;
+    options.form = bomb.form;
     std::string json;
     const std::uint64_t before = support::peakBytes = support::liveBytes;
     const std::clock_t begin = std::clock();

@@ -74,6 +74,8 @@ const Refusal kAmf3[] = {
      "truncated at 14: the bytes end in an item of a vector: expected 8 bytes, found 0"},
     {"no fixed flag", "0D 01",
      "truncated at 2: the bytes end in the fixed flag of a vector: expected 1 byte, found 0"},
+    {"dictionary of 2^28", "11 FFFFFFFF 00 01",
+     "truncated at 7: the bytes end in a marker: expected 1 byte, found 0"},
     {"cut dictionary", "11 03 00 01",
      "truncated at 4: the bytes end in a marker: expected 1 byte, found 0"},
     {"unknown externalizable", "0A 07 07 'a.B' 01 02",

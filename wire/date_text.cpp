@@ -48,9 +48,17 @@ Day dayOf(std::int64_t days) {
           day};
 }
 
-char* putDigits(char* to, std::int64_t value, int count) {
-  for (int i = count - 1; i >= 0; --i, value /= 10) to[i] = static_cast<char>('0' + value % 10);
-  return to + count;
+// Two digits and what stands behind them.
+char* putTwo(char* to, std::uint32_t value) {
+  to[0] = static_cast<char>('0' + value / 10);
+  to[1] = static_cast<char>('0' + value % 10);
+  return to + 2;
+}
+
+char* putTwo(char* to, std::uint32_t value, char behind) {
+  to = putTwo(to, value);
+  *to = behind;
+  return to + 1;
 }
 
 // A run of digits and the character behind it.
@@ -80,23 +88,18 @@ char* putDate(char* to, const double& timeMs) {
   const auto all = static_cast<std::int64_t>(timeMs);
   std::int64_t days = all / kDayMs;
   if (all % kDayMs < 0) --days;
-  const std::int64_t rest = all - days * kDayMs;
+  const auto rest = static_cast<std::uint32_t>(all - days * kDayMs);
   const Day date = dayOf(days);
-  to = putDigits(to, date.year, 4);
-  *to++ = '-';
-  to = putDigits(to, date.month, 2);
-  *to++ = '-';
-  to = putDigits(to, date.day, 2);
-  *to++ = 'T';
-  to = putDigits(to, rest / 3600000, 2);
-  *to++ = ':';
-  to = putDigits(to, rest / 60000 % 60, 2);
-  *to++ = ':';
-  to = putDigits(to, rest / 1000 % 60, 2);
-  *to++ = '.';
-  to = putDigits(to, rest % 1000, 3);
-  *to++ = 'Z';
-  return to;
+  const auto year = static_cast<std::uint32_t>(date.year);
+  to = putTwo(to, year / 100);
+  to = putTwo(to, year % 100, '-');
+  to = putTwo(to, static_cast<std::uint32_t>(date.month), '-');
+  to = putTwo(to, static_cast<std::uint32_t>(date.day), 'T');
+  to = putTwo(to, rest / 3600000, ':');
+  to = putTwo(to, rest / 60000 % 60, ':');
+  to = putTwo(to, rest / 1000 % 60, '.');
+  *to++ = static_cast<char>('0' + rest % 1000 / 100);
+  return putTwo(to, rest % 100, 'Z');
 }
 
 bool readDate(const char* text, std::size_t length, double& timeMs) {

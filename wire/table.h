@@ -20,29 +20,40 @@ class Table {
   const T& operator[](std::size_t index) const { return chunks[index / kChunk][index % kChunk]; }
 
   void push(T entry) {
-    if (entries / kChunk == chunks.size()) addChunk();
-    chunks[entries / kChunk][entries % kChunk] = entry;
+    if (tail == tailEnd) nextChunk();
+    *tail++ = entry;
     ++entries;
   }
   // Back to `count` entries.
-  void shrink(std::size_t count) { entries = count; }
+  void shrink(std::size_t count) {
+    entries = count;
+    tail = tailEnd = nullptr;  // push() finds it again
+  }
   void release() {
     std::vector<std::unique_ptr<T[]>>().swap(chunks);
-    entries = 0;
+    shrink(0);
   }
   // Keeps the chunks for the entries to come.
-  void clear() { entries = 0; }
+  void clear() { shrink(0); }
 
  private:
   static constexpr std::size_t kChunk = Bytes / sizeof(T);
 
-  void addChunk() {
-    std::unique_ptr<T[]> chunk(new T[kChunk]);
-    chunks.push_back(std::move(chunk));
+  // Where the next entry goes.
+  void nextChunk() {
+    if (entries / kChunk == chunks.size()) {
+      std::unique_ptr<T[]> chunk(new T[kChunk]);
+      chunks.push_back(std::move(chunk));
+    }
+    T* const chunk = chunks[entries / kChunk].get();
+    tail = chunk + entries % kChunk;
+    tailEnd = chunk + kChunk;
   }
 
   std::vector<std::unique_ptr<T[]>> chunks;
   std::size_t entries = 0;
+  T* tail = nullptr;     // in the last chunk, not owned
+  T* tailEnd = nullptr;  // its end
 };
 
 }  // namespace amf2json::wire

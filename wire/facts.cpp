@@ -17,7 +17,7 @@ constexpr std::uint64_t kMostNames = 0x7FFFFFFF;
 
 // The value of a name that is an array index of JavaScript, else -1.
 std::int64_t arrayIndexOf(const AMFWireString& name) {
-  if (name.length == 0 || name.length > 10) return -1;
+  if (name.length == 0 || name.length > 10 || name.data[0] > '9') return -1;
   if (name.data[0] == '0' && name.length > 1) return -1;
   std::int64_t index = 0;
   for (std::size_t i = 0; i < name.length; ++i) {
@@ -176,10 +176,11 @@ void Facts::field(const AMFWireField& field) {
   bound.add(field.name != nullptr ? std::strlen(field.name) + 3 : sizeof "\"$2.15.6\":");
 }
 
-void Facts::addName(const AMFWireString& name) {
-  bound.string(name, texts);
+bool Facts::addName(const AMFWireString& name) {
+  const bool isUtf8 = bound.string(name, texts);
   bound.add(name.length != 0 && name.data[0] == '$' ? 3 : 2);
   checkLength();
+  return isUtf8;
 }
 
 void Facts::beginObject(const AMFWireObject& object) {
@@ -231,10 +232,13 @@ void Facts::noteSealed(Frame& frame) {
   if (frame.sealedCount == 0) return;
   const Traits traits = tables->traitsAt(frame.traits);
   KnownNames sealed(*tables, traits);
-  for (std::uint32_t i = 0; i < frame.sealedCount && !frame.listed; ++i) note(frame, sealed.next());
+  for (std::uint32_t i = 0; i < frame.sealedCount && !frame.listed; ++i) {
+    const AMFWireString name = sealed.next();
+    note(frame, name, texts.text(name).isUtf8);
+  }
 }
 
-void Facts::note(Frame& frame, const AMFWireString& name) {
+void Facts::note(Frame& frame, const AMFWireString& name, bool isUtf8) {
   const std::int64_t index = arrayIndexOf(name);
   if (index < 0) {
     frame.otherNames = true;
@@ -242,7 +246,7 @@ void Facts::note(Frame& frame, const AMFWireString& name) {
     if (frame.otherNames || index <= frame.lastIndex) frame.listed = true;
     frame.lastIndex = index;
   }
-  if (!names.add(name) || !texts.text(name).isUtf8) frame.listed = true;
+  if (!isUtf8 || !names.add(name)) frame.listed = true;
 }
 
 void Facts::member(const AMFWireString& name) {
@@ -253,10 +257,10 @@ void Facts::member(const AMFWireString& name) {
   }
   frame.flags |= kBeyond;
   ++frame.members;
-  addName(name);
+  const bool isUtf8 = addName(name);
   if (frame.listed) return;
   if (!frame.namesOpen) noteSealed(frame);
-  note(frame, name);
+  note(frame, name, isUtf8);
 }
 
 void Facts::end() {

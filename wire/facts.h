@@ -129,9 +129,9 @@ class Facts {
 
   void open(std::uint32_t sealedCount);
   Table<std::uint8_t>& objects(bool of3) { return of3 ? objects3 : objects0; }
-  void note(Frame& frame, const AMFWireString& name);
+  void note(Frame& frame, const AMFWireString& name, bool isUtf8);
   void noteSealed(Frame& frame);
-  void addName(const AMFWireString& name);
+  bool addName(const AMFWireString& name);  // whether it is UTF-8
   void checkLength() const {
     if (bound.least() > mostText) throw TextTooLong{};
   }

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "AMFWire.h"
 #include "wire/bytes.h"
 
 namespace amf2json::wire {
@@ -40,6 +41,15 @@ inline std::uint64_t hashOf(const char* data, std::size_t length, std::uint64_t 
     state = mix(loadFew(data, 8) ^ 0xA0761D6478BD642Fu, state ^ 0xE7037ED1A0B428DBu);
   }
   return mix(loadFew(data, length) ^ 0x8EBC6AF09C88C6E3u, state ^ 0x589965CC75374CC3u);
+}
+
+// A number below 64 that mostly tells the few names of an object apart: by length, first, middle
+// and last byte. Names of another number need not be compared.
+inline std::uint32_t nameMark(const AMFWireString& name) {
+  if (name.length == 0) return 0;
+  return (static_cast<std::uint32_t>(name.length) * 7 + byteAt(name.data) * 3u +
+          byteAt(name.data + name.length - 1) * 11u + byteAt(name.data + name.length / 2) * 5u) &
+         63;
 }
 
 // A slot of `slots` slots.

@@ -201,19 +201,11 @@ void JsonReader::checkBeside(const Object& object) {
 void JsonReader::checkTwice(std::uint32_t token) {
   const std::uint32_t count = index.count(token);
   if (count < 2) return;
-  // Keys that differ in length, first or last byte mostly set another bit.
   std::uint64_t seen = 0;
   std::uint32_t key = JsonIndex::first(token);
   for (std::uint32_t left = count; left > 0; --left, key = index.nextKey(key)) {
     const AMFWireString name = index.text(key);
-    std::uint32_t marks = 0;
-    if (name.length != 0) {
-      marks = static_cast<std::uint32_t>(name.length) * 7 +
-              static_cast<unsigned char>(name.data[0]) * 3u +
-              static_cast<unsigned char>(name.data[name.length - 1]) * 11u +
-              static_cast<unsigned char>(name.data[name.length / 2]) * 5u;
-    }
-    const std::uint64_t mark = std::uint64_t{1} << (marks & 63);
+    const std::uint64_t mark = std::uint64_t{1} << nameMark(name);
     if ((seen & mark) != 0) return checkTwiceSlowly(token);
     seen |= mark;
   }

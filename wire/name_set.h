@@ -37,8 +37,7 @@ class NameSet {
   bool add(const AMFWireString& name) {
     Level& level = levels[depth - 1];
     const std::size_t count = names.count() - level.first;
-    // Names that differ in length, first or last byte mostly set another bit: no search.
-    const std::uint64_t bit = std::uint64_t{1} << (marks(name) & 63);
+    const std::uint64_t bit = std::uint64_t{1} << nameMark(name);
     const bool known = (level.seen & bit) != 0 && contains(level, name);
     if (known) return false;
     level.seen |= bit;
@@ -68,12 +67,6 @@ class NameSet {
     std::vector<std::uint32_t> slots;
   };
 
-  static std::uint32_t marks(const AMFWireString& name) {
-    if (name.length == 0) return 0;
-    const auto first = static_cast<unsigned char>(name.data[0]);
-    const auto last = static_cast<unsigned char>(name.data[name.length - 1]);
-    return static_cast<std::uint32_t>(name.length) * 7 + first * 3u + last * 11u;
-  }
   bool isName(std::size_t index, const AMFWireString& name) const {
     const Place& place = names[index];
     const char* const data = base + place.offset;

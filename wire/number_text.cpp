@@ -31,12 +31,11 @@ bool hasFewDecimals(double value, Decimal& decimal) {
   for (int decimals = 1; decimals <= 4; ++decimals) {
     const double scaled = value * kPowers[decimals];
     if (!(scaled < 1e15)) return false;
-    const double whole = std::nearbyint(scaled);
-    if (whole / kPowers[decimals] != value) continue;
+    const auto whole = static_cast<std::int64_t>(scaled + 0.5);
+    if (static_cast<double>(whole) / kPowers[decimals] != value) continue;
     if (whole == 0) return false;
-    const char* const end = std::to_chars(decimal.digits, decimal.digits + sizeof decimal.digits,
-                                          static_cast<std::uint64_t>(whole))
-                                .ptr;
+    const char* const end =
+        std::to_chars(decimal.digits, decimal.digits + sizeof decimal.digits, whole).ptr;
     decimal.count = static_cast<int>(end - decimal.digits);
     decimal.point = decimal.count - decimals;
     return true;

@@ -25,7 +25,8 @@ class TextBound {
   // Of so many characters, perhaps none are written.
   void addPerhaps(std::uint64_t characters) { perhaps += characters; }
   void base64(std::size_t bytes) { sure += base64Length(bytes) + 2; }
-  void string(const AMFWireString& of, LongTexts& texts) {
+  // Whether it is UTF-8.
+  bool string(const AMFWireString& of, LongTexts& texts) {
     const Text text = texts.text(of);
     if (text.isUtf8) {
       sure += text.length + 2;
@@ -33,6 +34,7 @@ class TextBound {
       sure += sizeof "{\"$string64\":}" - 1;
       base64(of.length);
     }
+    return text.isUtf8;
   }
   void integer(std::int64_t value) { sure += lengthOfInteger(value); }
   void number(const double& value) {

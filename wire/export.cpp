@@ -89,6 +89,7 @@ class Export {
 
   std::size_t findLength() {
     AMFWireStatistics unused;
+    facts.texts.rewind();
     TextCounter counter(facts.texts, options.limits.maxTextBytes);
     JsonWriter<TextCounter> writer(jsonOptions, facts, counter, unused);
     DocumentReader<JsonWriter<TextCounter>> reader(context, writer, size, options.salvage);

@@ -16,12 +16,22 @@ namespace amf2json::wire {
 
 class LongTexts {
  public:
-  explicit LongTexts(const char* input) : base(input), seed(hashSeed()) {}
+  explicit LongTexts(const char* input) : base(input), frontier(input), seed(hashSeed()) {}
+
+  // A pass over the input begins.
+  void rewind() { frontier = base; }
 
   Text text(const AMFWireString& of) {
     if (of.length < kLong) return textOf(of.data, of.length);
+    // What stands behind all that the pass has met is no reference: it needs no entry yet.
+    if (of.data >= frontier) {
+      frontier = of.data + of.length;
+      return textOf(of.data, of.length);
+    }
     return find(of).text;
   }
+  // Of a string that is asked for once.
+  std::uint64_t hashOnce(const AMFWireString& of) const { return hashOf(of.data, of.length, seed); }
   std::uint64_t hash(const AMFWireString& of) {
     if (of.length < kLong) return hashOf(of.data, of.length, seed);
     return find(of).hash;
@@ -42,7 +52,8 @@ class LongTexts {
     return slotOf(mix(place ^ seed, 0xA0761D6478BD642Fu), slots.size());
   }
 
-  const char* base;  // not owned
+  const char* base;      // not owned
+  const char* frontier;  // behind the long strings that were met
   std::uint64_t seed;
   std::vector<Entry> slots;
   std::size_t used = 0;

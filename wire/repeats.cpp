@@ -55,7 +55,8 @@ bool sameTraits(const SectionTables& tables, std::size_t a, std::size_t b) {
 
 bool hasRepeatedString(const SectionTables& tables, LongTexts& texts) {
   return hasRepeatSoonOrLater(
-      tables.strings.count(), [&](std::size_t index) { return texts.hash(tables.stringAt(index)); },
+      tables.strings.count(),
+      [&](std::size_t index) { return texts.hashOnce(tables.stringAt(index)); },
       [&](std::size_t a, std::size_t b) {
         return sameBytes(tables.stringAt(a), tables.stringAt(b));
       });

@@ -52,7 +52,8 @@ class AmfReader {
   const char* readEntries(const char* begin, const char* end, const char* stop, bool amf3);
 
   const SectionTables& section() const { return tables; }
-  std::size_t valueOffset() const { return offsetOf(valueAt); }
+  // Of the last value that has begun; 0 before the first.
+  std::size_t valueOffset() const { return valueAt ? offsetOf(valueAt) : 0; }
 
   // Fields of the envelope too.
   void place(const char* begin, const char* limit) { cursor = begin, inputEnd = limit; }

@@ -66,6 +66,16 @@ TEST(WireLimits, TextBytesCountWhatIsWritten) {
   EXPECT_EQ(exported(hex("05"), options).substr(0, 10), "text limit");
 }
 
+TEST(WireLimits, TextBytesMayEndBeforeTheFirstValue) {
+  AMFWireExportOptions options;
+  options.form = AMFWireForm::packet;
+  for (const std::size_t most : {0u, 1u, 8u, 40u}) {
+    options.limits.maxTextBytes = most;
+    EXPECT_EQ(exported(hex("0003 0000 0001 0001 't' 0001 'r' FFFFFFFF 05"), options),
+              "text limit at 0: the text is longer than " + std::to_string(most) + " bytes");
+  }
+}
+
 // Values inside one another: what opens each, and what ends it.
 struct Nest {
   const char* name;

@@ -80,7 +80,8 @@ struct AMF2JSON_API AMFException {
 enum AMFVersion : std::uint32_t { AMF_VERSION_0 = 0, AMF_VERSION_3 = 3 };
 
 class AMFString;
-namespace amf2json {  // internal: nothing in it is for hosts
+/// @cond internal
+namespace amf2json {  // nothing in it is for hosts
 class NodeMemory;
 class Pieces;
 struct ProtocolState;
@@ -88,6 +89,7 @@ struct Unfilled;
 AMF2JSON_API void freeNode(void* node, std::size_t size) noexcept;
 AMF2JSON_API void freeNode(void* node, std::align_val_t alignment) noexcept;
 }  // namespace amf2json
+/// @endcond
 
 /// Abstract root of all nodes: a kind, a version, and an owned, ordered list of children.
 ///
@@ -141,9 +143,9 @@ class AMF2JSON_API AMFNode {
   ///   with setValue, and never delete `AMFRaw::data` or give it to somebody else.
   /// - One node that is kept keeps the 64 KiB chunk that it is in: to keep a small part of a large
   ///   tree, keep its clone().
-  /// - A tree deletes what it adopts: a node from a placement form must stay outside, or be
-  /// attached
-  ///   with copy true. A node from `::new` is as good as any.
+  /// - A tree deletes what it adopts: a node from a placement form must stay outside,
+  ///   or be attached with copy true. A node made with `new` in the global namespace is as good as
+  ///   any.
   ///
   /// docs/ownership.md says how to build without the pool.
   AMF2JSON_INLINE static void operator delete(void* node, std::size_t size) noexcept {

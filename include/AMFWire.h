@@ -106,7 +106,7 @@ struct AMFWIRE_API AMFWireLimits {
 
 /// The outcome of a call.
 struct AMFWIRE_API AMFWireResult {
-  AMFWireStatus status = AMFWireStatus::ok;
+  AMFWireStatus status = AMFWireStatus::ok;  ///< how the call ended
   /// What was found and what was expected; empty when ok.
   std::string message;
   /// Bytes: the first byte of the field that is refused or does not fit. For a depth limit the
@@ -115,11 +115,12 @@ struct AMFWIRE_API AMFWireResult {
   std::size_t offset = 0;
   /// Text: line and column, from 1, in characters. 0 where the error is not in a text.
   std::size_t line = 0;
-  std::size_t column = 0;
+  std::size_t column = 0;  ///< as `line`
   /// Text: where in the document, such as `messages[0].value[2].name` or `a["odd name"]`. The
   /// document itself is the empty path. A missing key is an error of its object.
   std::string path;
 
+  /// Whether the call succeeded.
   bool ok() const noexcept { return status == AMFWireStatus::ok; }
 };
 
@@ -129,8 +130,8 @@ struct AMFWIRE_API AMFWireResult {
 /// mx.utils.ObjectProxy; so are the small messages DSA, DSC, DSK and their long names. A class
 /// that is named here replaces a built-in class of the same name.
 struct AMFWIRE_API AMFWireExternalClass {
-  std::string name;
-  std::uint32_t values = 1;
+  std::string name;          ///< the class name, byte for byte
+  std::uint32_t values = 1;  ///< number of AMF3 values in the body
 };
 
 // ---------------------------------------------------------------------------------------------------
@@ -138,12 +139,12 @@ struct AMFWIRE_API AMFWireExternalClass {
 
 /// How bytes are read.
 struct AMFWIRE_API AMFWireReadOptions {
-  AMFWireForm form = AMFWireForm::automatic;
+  AMFWireForm form = AMFWireForm::automatic;  ///< what the bytes are
   /// A section (a header, a message, a script tag) that cannot be read is kept as raw bytes, and
   /// reading goes on behind it, where that is possible. See docs/wire-json.md.
   bool salvage = false;
-  AMFWireLimits limits;
-  std::vector<AMFWireExternalClass> externalClasses;
+  AMFWireLimits limits;                               ///< the bounds of the call
+  std::vector<AMFWireExternalClass> externalClasses;  ///< classes that the host knows
 };
 
 /// How bytes become JSON.
@@ -183,8 +184,8 @@ AMFWIRE_API AMFWireResult amfWireExport(const void* bytes, std::size_t size, std
 
 /// How JSON becomes bytes.
 struct AMFWIRE_API AMFWireImportOptions {
-  AMFWireLimits limits;
-  std::vector<AMFWireExternalClass> externalClasses;
+  AMFWireLimits limits;                               ///< the bounds of the call
+  std::vector<AMFWireExternalClass> externalClasses;  ///< classes that the host knows
 };
 
 /// Reads a JSON document and writes the bytes that it stands for. `bytes` is replaced when the
@@ -211,18 +212,19 @@ AMFWIRE_API AMFWireForm amfWireIdentify(const void* bytes, std::size_t size,
 /// only. Senders are asked for UTF-8 and do not always write it.
 struct AMFWIRE_API AMFWireString {
   AMFWireString() = default;
+  /// `count` bytes, which must outlive the object.
   AMFWireString(const char* bytes, std::size_t count) : data(bytes), length(count) {}
   /// The string must outlive the object.
   AMFWireString(const std::string& text) : data(text.data()), length(text.size()) {}
   AMFWireString(const char* text);  ///< up to the NUL
 
-  const char* data = "";
-  std::size_t length = 0;
+  const char* data = "";   ///< not owned, not terminated
+  std::size_t length = 0;  ///< bytes in `data`
 };
 
 /// The beginning of a document.
 struct AMFWIRE_API AMFWireDocument {
-  AMFWireForm form = AMFWireForm::packet;
+  AMFWireForm form = AMFWireForm::packet;  ///< which form begins
   /// Packet: any. Shared object: 0 or 3, the format of its values. Otherwise 0.
   std::uint16_t version = 0;
   AMFWireString name;  ///< of a shared object
@@ -236,6 +238,7 @@ struct AMFWIRE_API AMFWireDocument {
   bool trueSize = true;  ///< for the writer: write the true size. The reader clears it.
 };
 
+/// What a section is.
 enum class AMFWireSectionKind : std::uint32_t {
   header,    ///< one AMF0 value
   message,   ///< one AMF0 value
@@ -246,10 +249,10 @@ enum class AMFWireSectionKind : std::uint32_t {
 
 /// The beginning of a section: all tables are empty.
 struct AMFWIRE_API AMFWireSection {
-  AMFWireSectionKind kind = AMFWireSectionKind::message;
-  AMFWireString name;                             ///< of a header; the target of a message
-  AMFWireString response;                         ///< of a message
-  std::uint8_t mustUnderstand = 0;                ///< of a header
+  AMFWireSectionKind kind = AMFWireSectionKind::message;  ///< which section begins
+  AMFWireString name;                                     ///< of a header; the target of a message
+  AMFWireString response;                                 ///< of a message
+  std::uint8_t mustUnderstand = 0;                        ///< of a header
   std::uint32_t declaredLength = kUnknownLength;  ///< of a header or message, unless `trueLength`
   bool trueLength = true;   ///< for the writer: write the true length. The reader clears it.
   std::int32_t timeMs = 0;  ///< of a script tag
@@ -257,9 +260,10 @@ struct AMFWIRE_API AMFWireSection {
   /// For the writer. False: every string in full. False: all traits in full. False: every AMF3
   /// number as a double. The reader leaves them true.
   bool stringReferences = true;
-  bool traitsReferences = true;
-  bool integers = true;
+  bool traitsReferences = true;  ///< as stringReferences
+  bool integers = true;          ///< as stringReferences
 
+  /// A declared length that says nothing.
   static constexpr std::uint32_t kUnknownLength = 0xFFFFFFFFu;
 };
 
@@ -275,6 +279,7 @@ class AMFWIRE_API AMFWireNames {
 /// Sealed names for AMFWireWriter from a list that outlives this object.
 class AMFWIRE_API AMFWireNameList : public AMFWireNames {
  public:
+  /// The names of `list`, which must outlive the object.
   explicit AMFWireNameList(const std::vector<std::string>& list) : names(&list) {}
   void rewind() override { index = 0; }
   AMFWireString next() override { return AMFWireString((*names)[index++]); }
@@ -292,8 +297,8 @@ struct AMFWIRE_API AMFWireArray {
 
 /// An object. AMF0 objects have members only.
 struct AMFWIRE_API AMFWireObject {
-  bool typed = false;  ///< AMF0: marker 10. AMF3: the class name is not empty.
-  AMFWireString className;
+  bool typed = false;       ///< AMF0: marker 10. AMF3: the class name is not empty.
+  AMFWireString className;  ///< empty where there is none
   /// AMF3: so many members come first, in the order of `names`, each announced by member() too.
   std::uint32_t sealedCount = 0;
   AMFWireNames* names = nullptr;  ///< null where sealedCount is 0; not owned
@@ -301,41 +306,48 @@ struct AMFWIRE_API AMFWireObject {
   /// From the AMF reader: index in the section's traits table.
   std::uint32_t traits = kNoTraits;
 
+  /// `traits` of an object that has none.
   static constexpr std::uint32_t kNoTraits = 0xFFFFFFFFu;
 };
 
 /// The flags of one group of a small message: bit n of `bits[b]` says that flag byte b, bit n has a
 /// value. Bit 7 is clear.
 struct AMFWIRE_API AMFWireFlags {
-  std::uint32_t group = 0;
-  std::uint8_t bits[AMFWireLimits::kMaxFlagBytes] = {};
+  std::uint32_t group = 0;                               ///< from 0
+  std::uint8_t bits[AMFWireLimits::kMaxFlagBytes] = {};  ///< the flag bytes without bit 7
 };
 
 /// One field of a small message.
 struct AMFWIRE_API AMFWireField {
-  std::uint32_t group = 0;
-  std::uint32_t byte = 0;
-  std::uint32_t bit = 0;
+  std::uint32_t group = 0;     ///< from 0
+  std::uint32_t byte = 0;      ///< flag byte of the group, from 0
+  std::uint32_t bit = 0;       ///< 0 to 6, lowest first
   const char* name = nullptr;  ///< null where the format names none
 };
 
 /// An externalizable. Its values follow. Those of a small message come in groups: fieldGroup() for
 /// each group of the class, then field() and a value for each flag that is set.
 struct AMFWIRE_API AMFWireExternal {
-  AMFWireString className;
+  AMFWireString className;    ///< of the traits
   bool dynamic = false;       ///< the traits have that bit
   bool smallMessage = false;  ///< the body is that of a small message
   std::uint32_t count = 0;    ///< values that follow, where it is none
 };
 
-enum class AMFWireVectorKind : std::uint8_t { int32, uint32, float64, object };
+/// What the items of a vector are.
+enum class AMFWireVectorKind : std::uint8_t {
+  int32,    ///< s32
+  uint32,   ///< u32
+  float64,  ///< 8 bytes
+  object    ///< values
+};
 
 /// A vector. The items of the first three kinds come by vectorItems(), those of objects as values.
 struct AMFWIRE_API AMFWireVector {
-  AMFWireVectorKind kind = AMFWireVectorKind::int32;
-  bool fixed = false;
-  std::uint32_t count = 0;
-  AMFWireString typeName;  ///< of object vectors
+  AMFWireVectorKind kind = AMFWireVectorKind::int32;  ///< what its items are
+  bool fixed = false;                                 ///< its length is fixed
+  std::uint32_t count = 0;                            ///< number of items
+  AMFWireString typeName;                             ///< of object vectors
 };
 
 /// What a packet, a run of values, a shared object or an FLV file is made of, in the order of the
@@ -349,26 +361,27 @@ class AMFWIRE_API AMFWireSink {
  public:
   virtual ~AMFWireSink();
 
-  virtual void beginDocument(const AMFWireDocument& document);
+  virtual void beginDocument(const AMFWireDocument& document);  ///< first of all
   /// Packets, behind the last header. `declaredCount` is the number of messages as it stands in the
   /// packet. A salvaged packet that breaks in a header has no such call.
   virtual void beginMessages(std::uint32_t declaredCount);
   /// `trailing`: the bytes behind what was read. `error`: in a salvaged document, why reading ended
   /// there; else empty.
   virtual void endDocument(const AMFWireString& trailing, const AMFWireString& error);
-  virtual void beginSection(const AMFWireSection& section);
+  virtual void beginSection(const AMFWireSection& section);  ///< its values follow
+  /// Salvage: the bytes of a section that cannot be read, and why.
   virtual void rawSection(const AMFWireString& bytes, const AMFWireString& error);
-  virtual void endSection();
+  virtual void endSection();  ///< of the section that has begun
 
-  virtual void undefined();
-  virtual void null();
-  virtual void unsupported();  ///< AMF0
-  virtual void boolean(bool value);
-  virtual void integer(std::int32_t value);  ///< AMF3: -268435456 to 268435455
-  virtual void number(double value);
-  virtual void string(const AMFWireString& value);
-  virtual void xmlDocument(const AMFWireString& value);
-  virtual void xml(const AMFWireString& value);  ///< AMF3
+  virtual void undefined();                              ///< undefined
+  virtual void null();                                   ///< null
+  virtual void unsupported();                            ///< AMF0
+  virtual void boolean(bool value);                      ///< true for every byte but 00 in AMF0
+  virtual void integer(std::int32_t value);              ///< AMF3: -268435456 to 268435455
+  virtual void number(double value);                     ///< AMF0 number, AMF3 double
+  virtual void string(const AMFWireString& value);       ///< a string
+  virtual void xmlDocument(const AMFWireString& value);  ///< AMF0 and AMF3
+  virtual void xml(const AMFWireString& value);          ///< AMF3
   /// Milliseconds since 1970-01-01 UTC; minutes of time zone in AMF0, 0 in AMF3.
   virtual void date(double timeMs, std::int16_t zone);
   virtual void byteArray(const AMFWireString& value);  ///< AMF3
@@ -378,13 +391,13 @@ class AMFWIRE_API AMFWireSink {
   /// byte arrays, vectors and dictionaries are.
   virtual void reference(std::uint32_t index);
 
-  virtual void beginAmf3();  ///< one AMF3 value in an AMF0 place
-  virtual void endAmf3();
-  virtual void beginArray(const AMFWireArray& array);
-  virtual void beginEcmaArray(std::uint32_t declaredCount);  ///< AMF0; members
-  virtual void beginObject(const AMFWireObject& object);
-  virtual void beginExternal(const AMFWireExternal& external);
-  virtual void beginVector(const AMFWireVector& vector);
+  virtual void beginAmf3();                                     ///< one AMF3 value in an AMF0 place
+  virtual void endAmf3();                                       ///< after that value
+  virtual void beginArray(const AMFWireArray& array);           ///< members, denseItems(), values
+  virtual void beginEcmaArray(std::uint32_t declaredCount);     ///< AMF0; members
+  virtual void beginObject(const AMFWireObject& object);        ///< members
+  virtual void beginExternal(const AMFWireExternal& external);  ///< values or fields
+  virtual void beginVector(const AMFWireVector& vector);        ///< items
   /// The next items of a vector of numbers: `count` items, 4 or 8 bytes each, big-endian.
   virtual void vectorItems(const char* items, std::uint32_t count);
   /// `count` times a key value and a value.
@@ -392,9 +405,9 @@ class AMFWIRE_API AMFWireSink {
   virtual void member(const AMFWireString& name);  ///< the next value has this name
   /// AMF3 arrays that have members: behind the last member, also where no dense value follows.
   virtual void denseItems();
-  virtual void fieldGroup(const AMFWireFlags& flags);
-  virtual void field(const AMFWireField& field);  ///< the next value is this field
-  virtual void end();                             ///< of what began last and has not ended
+  virtual void fieldGroup(const AMFWireFlags& flags);  ///< small messages: a group begins
+  virtual void field(const AMFWireField& field);       ///< the next value is this field
+  virtual void end();                                  ///< of what began last and has not ended
 };
 
 /// Reads bytes and calls `sink` as it reads: after a failure the sink has seen everything up to it.
@@ -427,6 +440,7 @@ AMFWIRE_API AMFWireResult amfWireRead(const void* bytes, std::size_t size, AMFWi
 /// what follows it is ignored. FLV documents are not written.
 class AMFWIRE_API AMFWireWriter : public AMFWireSink {
  public:
+  /// Ready for a document; `options` are copied.
   explicit AMFWireWriter(const AMFWireImportOptions& options = {});
   ~AMFWireWriter() override;
   AMFWireWriter(const AMFWireWriter&) = delete;
@@ -438,38 +452,43 @@ class AMFWIRE_API AMFWireWriter : public AMFWireSink {
   /// What reference() needs to point at the value that began last, in its format.
   std::uint32_t lastIndex() const noexcept;
 
-  void beginDocument(const AMFWireDocument& document) override;
-  void beginMessages(std::uint32_t declaredCount) override;
-  void endDocument(const AMFWireString& trailing, const AMFWireString& error) override;
-  void beginSection(const AMFWireSection& section) override;
-  void rawSection(const AMFWireString& bytes, const AMFWireString& error) override;
-  void endSection() override;
-  void undefined() override;
-  void null() override;
-  void unsupported() override;
-  void boolean(bool value) override;
-  void integer(std::int32_t value) override;
-  void number(double value) override;
-  void string(const AMFWireString& value) override;
-  void xmlDocument(const AMFWireString& value) override;
-  void xml(const AMFWireString& value) override;
-  void date(double timeMs, std::int16_t zone) override;
-  void byteArray(const AMFWireString& value) override;
-  void reference(std::uint32_t index) override;
-  void beginAmf3() override;
-  void endAmf3() override;
-  void beginArray(const AMFWireArray& array) override;
-  void beginEcmaArray(std::uint32_t declaredCount) override;
-  void beginObject(const AMFWireObject& object) override;
-  void beginExternal(const AMFWireExternal& external) override;
-  void beginVector(const AMFWireVector& vector) override;
-  void vectorItems(const char* items, std::uint32_t count) override;
-  void beginDictionary(std::uint32_t count, bool weak) override;
-  void member(const AMFWireString& name) override;
-  void denseItems() override;
-  void fieldGroup(const AMFWireFlags& flags) override;
-  void field(const AMFWireField& field) override;
-  void end() override;
+  /// @name The events of AMFWireSink
+  /// @{
+  void beginDocument(const AMFWireDocument& document) override;  ///< as in AMFWireSink
+  void beginMessages(std::uint32_t declaredCount) override;      ///< as in AMFWireSink
+  void endDocument(const AMFWireString& trailing,
+                   const AMFWireString& error) override;      ///< as in AMFWireSink
+  void beginSection(const AMFWireSection& section) override;  ///< as in AMFWireSink
+  void rawSection(const AMFWireString& bytes,
+                  const AMFWireString& error) override;               ///< as in AMFWireSink
+  void endSection() override;                                         ///< as in AMFWireSink
+  void undefined() override;                                          ///< as in AMFWireSink
+  void null() override;                                               ///< as in AMFWireSink
+  void unsupported() override;                                        ///< as in AMFWireSink
+  void boolean(bool value) override;                                  ///< as in AMFWireSink
+  void integer(std::int32_t value) override;                          ///< as in AMFWireSink
+  void number(double value) override;                                 ///< as in AMFWireSink
+  void string(const AMFWireString& value) override;                   ///< as in AMFWireSink
+  void xmlDocument(const AMFWireString& value) override;              ///< as in AMFWireSink
+  void xml(const AMFWireString& value) override;                      ///< as in AMFWireSink
+  void date(double timeMs, std::int16_t zone) override;               ///< as in AMFWireSink
+  void byteArray(const AMFWireString& value) override;                ///< as in AMFWireSink
+  void reference(std::uint32_t index) override;                       ///< as in AMFWireSink
+  void beginAmf3() override;                                          ///< as in AMFWireSink
+  void endAmf3() override;                                            ///< as in AMFWireSink
+  void beginArray(const AMFWireArray& array) override;                ///< as in AMFWireSink
+  void beginEcmaArray(std::uint32_t declaredCount) override;          ///< as in AMFWireSink
+  void beginObject(const AMFWireObject& object) override;             ///< as in AMFWireSink
+  void beginExternal(const AMFWireExternal& external) override;       ///< as in AMFWireSink
+  void beginVector(const AMFWireVector& vector) override;             ///< as in AMFWireSink
+  void vectorItems(const char* items, std::uint32_t count) override;  ///< as in AMFWireSink
+  void beginDictionary(std::uint32_t count, bool weak) override;      ///< as in AMFWireSink
+  void member(const AMFWireString& name) override;                    ///< as in AMFWireSink
+  void denseItems() override;                                         ///< as in AMFWireSink
+  void fieldGroup(const AMFWireFlags& flags) override;                ///< as in AMFWireSink
+  void field(const AMFWireField& field) override;                     ///< as in AMFWireSink
+  void end() override;                                                ///< as in AMFWireSink
+                                                                      /// @}
 
  private:
   struct State;

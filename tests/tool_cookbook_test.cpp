@@ -352,7 +352,7 @@ class OtherTools : public WirePage, public testing::WithParamInterface<Tool> {
         R"({"$double":"-0"},{"$double":5},268435456,{"$double":"NaN"},123456789012345680000,1e+21]})");
     writeFile(
         "names.json",
-        R"({"amf0":[{"$members":[["b",1],["10",2],["2",3],["b",4]]},{"__proto__":1,"constructor":2,"":3,"$$id":4},)"
+        R"({"amf0":[{"$members":[["b",1],["b",2]]},{"$members":[["b",1],["10",2],["2",3]]},{"__proto__":1,"constructor":2,"":3,"$$id":4},)"
         R"({"2":1,"10":2,"b":3,"a":4}]})");
     writeFile("texts.json",
               "{\"amf3\":[\"\\u0000\\u001f\\\"\\\\/"

@@ -3,7 +3,7 @@
 // The AMF reader: documents in bytes to events. A packet, bare values, a shared object or an FLV
 // file is a head and sections; amf_reader.h reads the values of a section.
 // Enter at read(). Mirrored by document_writer.cpp. Tested by tests/wire/documents_test.cpp and
-// tests/wire/salvage_test.cpp.
+// tests/wire/originals_test.cpp.
 #ifndef WIRE_DOCUMENT_READER_H
 #define WIRE_DOCUMENT_READER_H
 

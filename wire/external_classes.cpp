@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The tables of externalizable classes. Tested by tests/wire/externals_test.cpp.
+// The tables of externalizable classes. Tested by tests/wire/hosts_test.cpp.
 #include "wire/external_classes.h"
 
 #include <cstring>

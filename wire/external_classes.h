@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The bodies of externalizable classes: a number of values, or the flagged fields of a small
-// message. Tested by tests/wire/externals_test.cpp.
+// message. Tested by tests/wire/hosts_test.cpp.
 #ifndef WIRE_EXTERNAL_CLASSES_H
 #define WIRE_EXTERNAL_CLASSES_H
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The JSON reader: documents and sections. The mirror of json_document_writer.h. Tested by
-// tests/wire/documents_test.cpp, tests/wire/originals_test.cpp and tests/wire/salvage_test.cpp.
+// tests/wire/documents_test.cpp and tests/wire/originals_test.cpp.
 #include <algorithm>
 
 #include "wire/amf_reader.h"
@@ -58,6 +58,17 @@ constexpr std::uint32_t kEverywhere = keys({kTrailing, kError, kSource});
 constexpr std::uint32_t kOneSection =
     kEverywhere | keys({kDocStringReferences, kDocTraitsReferences, kDocIntegers, kDocOriginal});
 
+// The keys that go with each form, by the key that makes it one.
+const struct {
+  DocumentKey key;
+  std::uint32_t allowed;
+} kForms[] = {
+    {kFlv, kEverywhere | keys({kFlv})},
+    {kAmf0, kOneSection | keys({kAmf0})},
+    {kAmf3, kOneSection | keys({kAmf3})},
+    {kSol, kOneSection | keys({kSol, kAmf, kSize, kEntries})},
+    {kHeaders, kEverywhere | keys({kHeaders, kMessages, kAmf, kHeaderCount, kMessageCount})}};
+
 enum SectionKey : std::size_t {
   kFirst,   // name or target
   kSecond,  // mustUnderstand or response
@@ -95,41 +106,38 @@ void JsonReader::readKeys(std::uint32_t object, const char* const (&names)[N],
   }
 }
 
-AMFWireForm JsonReader::readDocument() {
-  constexpr std::size_t kCount = std::size(kDocumentKeys);
-  std::uint32_t found[kCount];
-  readKeys(0, kDocumentKeys, found);
-  const struct {
-    DocumentKey key;
-    std::uint32_t allowed;
-  } kForms[] = {
-      {kFlv, kEverywhere | keys({kFlv})},
-      {kAmf0, kOneSection | keys({kAmf0})},
-      {kAmf3, kOneSection | keys({kAmf3})},
-      {kSol, kOneSection | keys({kSol, kAmf, kSize, kEntries})},
-      {kHeaders, kEverywhere | keys({kHeaders, kMessages, kAmf, kHeaderCount, kMessageCount})}};
-  // The first key of a form decides.
+// The form whose key comes first, as an index of kForms; their number where there is none.
+static std::size_t firstForm(const std::uint32_t* found) {
   std::size_t form = std::size(kForms);
   std::uint32_t first = 0xFFFFFFFFu;
   for (std::size_t i = 0; i < std::size(kForms); ++i) {
     std::uint32_t token = found[kForms[i].key];
-    if (kForms[i].key == kHeaders && found[kMessages] != 0 &&
-        (token == 0 || found[kMessages] < token)) {
-      token = found[kMessages];
+    if (kForms[i].key == kHeaders && found[kMessages] != 0) {
+      token = token == 0 ? found[kMessages] : std::min(token, found[kMessages]);
     }
     if (token == 0 || token > first) continue;
     first = token;
     form = i;
   }
-  if (form == std::size(kForms)) fail(0, "expected headers and messages, amf0, amf3 or sol");
+  return form;
+}
+
+void JsonReader::checkDocumentKeys(const std::uint32_t* found, std::size_t form) const {
   std::uint32_t refused = 0xFFFFFFFFu;
-  for (std::size_t i = 0; i < kCount; ++i) {
+  for (std::size_t i = 0; i < std::size(kDocumentKeys); ++i) {
     const bool allowed = (kForms[form].allowed >> i & 1) != 0;
     if (!allowed && found[i] != 0) refused = std::min(refused, found[i] - 1);
   }
-  if (refused != 0xFFFFFFFFu) {
-    fail(refused, std::string("a key that does not go with ") + kDocumentKeys[kForms[form].key]);
-  }
+  if (refused == 0xFFFFFFFFu) return;
+  fail(refused, std::string("a key that does not go with ") + kDocumentKeys[kForms[form].key]);
+}
+
+AMFWireForm JsonReader::readDocument() {
+  std::uint32_t found[std::size(kDocumentKeys)];
+  readKeys(0, kDocumentKeys, found);
+  const std::size_t form = firstForm(found);
+  if (form == std::size(kForms)) fail(0, "expected headers and messages, amf0, amf3 or sol");
+  checkDocumentKeys(found, form);
   switch (kForms[form].key) {
     case kFlv: fail(found[kFlv] - 1, "an FLV file is not written");
     case kAmf0: return bareValues(found, AMFWireForm::amf0);

@@ -2,7 +2,7 @@
 //
 // The JSON writer: documents and sections. Included by json_writer.h. Mirrored by
 // json_document_reader.cpp. Tested by tests/wire/documents_test.cpp and
-// tests/wire/salvage_test.cpp.
+// tests/wire/originals_test.cpp.
 #ifndef WIRE_JSON_DOCUMENT_WRITER_H
 #define WIRE_JSON_DOCUMENT_WRITER_H
 

@@ -144,33 +144,35 @@ bool JsonReader::external(const Object& object) {
     sink.beginExternal(begun);
     return smallMessage(object, body);
   }
-  if (object.members != 0) fail(object.firstMember, "a member of an externalizable value");
-  if (object.firstField != 0) fail(object.firstField, "a flag where there is no small message");
   Frame frame{};
   frame.step = Step::items;
   frame.ends = true;
-  if (object.has(Key::value)) {
-    if (object.has(Key::values)) {
-      fail(std::max(object[Key::value], object[Key::values]) - 1, "$value beside $values");
-    }
-    if (body.values != 1) {
-      fail(object[Key::value] - 1,
-           "the class has " + std::to_string(body.values) + " values: expected $values");
-    }
-    frame.next = object[Key::value];
-  } else {
-    if (!object.has(Key::values)) need(object, body.values == 1 ? Key::value : Key::values);
-    const std::uint32_t list = needArray(object[Key::values]);
-    if (index.count(list) != body.values) {
-      fail(list, "found " + std::to_string(index.count(list)) + " values, expected " +
-                     std::to_string(body.values));
-    }
-    frame.next = JsonIndex::first(list);
-  }
+  frame.next = externalValues(object, body);
   frame.left = body.values;
   sink.beginExternal(begun);
   frames.push_back(frame);
   return true;
+}
+
+// The first value of an externalizable.
+std::uint32_t JsonReader::externalValues(const Object& object, const ExternalBody& body) {
+  if (object.members != 0) fail(object.firstMember, "a member of an externalizable value");
+  if (object.firstField != 0) fail(object.firstField, "a flag where there is no small message");
+  if (object.has(Key::value)) {
+    if (object.has(Key::values)) {
+      fail(std::max(object[Key::value], object[Key::values]) - 1, "$value beside $values");
+    }
+    if (body.values == 1) return object[Key::value];
+    fail(object[Key::value] - 1,
+         "the class has " + std::to_string(body.values) + " values: expected $values");
+  }
+  if (!object.has(Key::values)) need(object, body.values == 1 ? Key::value : Key::values);
+  const std::uint32_t list = needArray(object[Key::values]);
+  if (index.count(list) != body.values) {
+    fail(list, "found " + std::to_string(index.count(list)) + " values, expected " +
+                   std::to_string(body.values));
+  }
+  return JsonIndex::first(list);
 }
 
 bool JsonReader::smallMessage(const Object& object, const ExternalBody& body) {

@@ -88,6 +88,7 @@ class JsonReader {
   // Documents and sections.
   template <std::size_t N>
   void readKeys(std::uint32_t object, const char* const (&names)[N], std::uint32_t (&found)[N]);
+  void checkDocumentKeys(const std::uint32_t* found, std::size_t form) const;
   AMFWireForm packet(const std::uint32_t* found);
   AMFWireForm bareValues(const std::uint32_t* found, AMFWireForm form);
   AMFWireForm sharedObject(const std::uint32_t* found);
@@ -112,6 +113,7 @@ class JsonReader {
   bool arrayObject(const Object& object);
   bool ecmaArray(const Object& object);
   bool external(const Object& object);
+  std::uint32_t externalValues(const Object& object, const ExternalBody& body);
   bool smallMessage(const Object& object, const ExternalBody& body);
   bool vector(const Object& object);
   void vectorItems(std::uint32_t list, AMFWireVectorKind kind);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The names of objects with many members. Tested by tests/wire/names_test.cpp.
+// The names of objects with many members. Tested by tests/wire/texts_test.cpp.
 #include "wire/name_set.h"
 
 namespace amf2json::wire {

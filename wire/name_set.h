@@ -2,7 +2,7 @@
 //
 // The names of the objects that are open: whether a name of the innermost one has occurred in it
 // before. All names stand in one list, those of the innermost object last. An object of more than a
-// few names has a hash table of their places in the list. Tested by tests/wire/names_test.cpp.
+// few names has a hash table of their places in the list. Tested by tests/wire/texts_test.cpp.
 #ifndef WIRE_NAME_SET_H
 #define WIRE_NAME_SET_H
 

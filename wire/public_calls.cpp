@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // What of the public header is neither reading nor writing: names of states, and the sink whose
-// calls do nothing. Tested by tests/wire/header_test.cpp.
+// calls do nothing. Tested by tests/wire/hosts_test.cpp.
 #include <cstring>
 
 #include "AMFWire.h"

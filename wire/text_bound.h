@@ -3,7 +3,7 @@
 // How long a compact JSON text can become at most, added up in the first pass over the input. Where
 // the bound is near the length, the text is written into a buffer of that size at once; else a pass
 // of its own counts the length exactly. Nothing relies on the bound being right: what does not fit
-// is counted. Tested by tests/wire/lengths_test.cpp.
+// is counted. Tested by tests/wire/texts_test.cpp.
 #ifndef WIRE_TEXT_BOUND_H
 #define WIRE_TEXT_BOUND_H
 

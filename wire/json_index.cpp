@@ -30,7 +30,7 @@ constexpr std::size_t kPadding = 32;  // RapidJSON reads 16 bytes at once
 // RapidJSON's stack of open containers; what it gets from malloc it does not check.
 class CheckedAllocator {
  public:
-  static const bool kNeedFree = true;
+  [[maybe_unused]] static constexpr bool kNeedFree = true;
   void* Malloc(std::size_t size) { return size == 0 ? nullptr : ::operator new(size); }
   void* Realloc(void* block, std::size_t size, std::size_t wanted) {
     void* const larger = Malloc(wanted);

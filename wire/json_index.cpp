@@ -74,7 +74,6 @@ int escapedUnit(const char* at, const char* end) {
 struct Broken {
   const char* at;
   const char* message;
-  bool isContent;  // it is JSON all the same
 };
 
 // Moves behind an escape. False: it is half of a pair, alone.
@@ -105,15 +104,15 @@ Broken firstBad(const char* at, const char* end) {
     }
     const auto byte = static_cast<unsigned char>(*at);
     if (byte == '\\') {
-      if (!skipEscape(at, end)) return {at, "half of a surrogate pair stands alone", true};
+      if (!skipEscape(at, end)) return {at, "half of a surrogate pair stands alone"};
       continue;
     }
-    if (isControl(byte)) return {at, "a control character", false};
+    if (isControl(byte)) return {at, "a control character"};
     const std::size_t length = sequenceLength(at, end);
-    if (length == 0) return {at, "a byte that is not UTF-8", false};
+    if (length == 0) return {at, "a byte that is not UTF-8"};
     at += length;
   }
-  return {end, nullptr, false};
+  return {end, nullptr};
 }
 
 }  // namespace
@@ -127,13 +126,8 @@ struct JsonIndex::Handler {
   std::size_t depth = 0;
   bool tooDeep = false;
 
-  bool hasKey = false;        // the last token is a key that waits for its value
-  std::size_t lastPlace = 0;  // of the last token
-
   std::uint32_t next() const { return static_cast<std::uint32_t>(index.tokens.count()); }
   bool scalar(std::size_t place, std::size_t length) {
-    hasKey = false;
-    lastPlace = place;
     index.tokens.push({static_cast<std::uint32_t>(place), static_cast<std::uint32_t>(length)});
     return true;
   }
@@ -155,8 +149,7 @@ struct JsonIndex::Handler {
   }
   bool Key(const char* text, rj::SizeType length, bool) {
     if (length != 0 && text[0] == '$') index.tokens[open + 1].extra = 1;
-    scalar(placeOf(text) - 1, length);
-    return hasKey = true;
+    return scalar(placeOf(text) - 1, length);
   }
   bool begin() {
     if (depth == maxDepth) {
@@ -165,11 +158,8 @@ struct JsonIndex::Handler {
     }
     ++depth;
     const std::uint32_t token = next();
+    scalar(stream.Tell(), open);  // until it ends: the container around it
     scalar(0, 0);
-    scalar(stream.Tell(), 0);
-    index.tokens[token] = {static_cast<std::uint32_t>(lastPlace),
-                           open};  // until it ends: what is around it
-    index.tokens[token + 1] = {0, 0};
     open = token;
     return true;
   }
@@ -201,59 +191,13 @@ struct JsonIndex::Handler {
   }
 };
 
-namespace {
-
-// The opening quote of the string behind the token that stands at `at`.
-const char* nextQuote(const char* at, const char* end) {
-  if (at < end && *at == '"') {
-    for (++at; at < end && *at != '"'; ++at) {
-      if (*at == '\\') ++at;
-    }
-    ++at;
-  }
-  while (at < end && *at != '"') ++at;
-  return at;
-}
-
-bool isInString(rj::ParseErrorCode code) {
-  return code == rj::kParseErrorStringMissQuotationMark ||
-         code == rj::kParseErrorStringEscapeInvalid ||
-         code == rj::kParseErrorStringInvalidEncoding ||
-         code == rj::kParseErrorStringUnicodeEscapeInvalidHex ||
-         code == rj::kParseErrorStringUnicodeSurrogateInvalid;
-}
-
-}  // namespace
-
-// A value that was begun when the text broke off: it gets a token, so that it has a path. Returns
-// kNoToken for a key.
-std::uint32_t JsonIndex::addBrokenValue(Handler& handler, const char* text, std::size_t end) {
-  const std::uint32_t last = handler.next() - 1;
-  const bool inArray = handler.open != JsonFailure::kNoToken && kind(handler.open) == '[';
-  const std::uint32_t value = handler.hasKey ? last + 1 : JsonFailure::kNoToken;
-  if (!inArray && value == JsonFailure::kNoToken) return value;
-  const char* const quote = nextQuote(text + handler.lastPlace, text + end);
-  handler.scalar(static_cast<std::size_t>(quote - text), 0);
-  return last + 1;
-}
-
-void JsonIndex::fail(Handler& handler, const char* text, std::size_t offset, bool inString,
-                     bool isContent, const char* message) {
-  std::uint32_t token = JsonFailure::kNoToken;
-  if (inString) token = addBrokenValue(handler, text, offset);
-  const std::uint32_t parent = handler.endAll();
-  if (isContent && token != JsonFailure::kNoToken) {
-    throw JsonFailure{AMFWireStatus::content, token, 0, 0, message};
-  }
-  throw JsonFailure{isContent ? AMFWireStatus::content : AMFWireStatus::syntax,
-                    JsonFailure::kNoToken, offset, token != JsonFailure::kNoToken ? token : parent,
-                    message};
-}
-
 void JsonIndex::read(const char* text, std::size_t size, std::size_t maxDepth) {
+  const auto fail = [](AMFWireStatus status, std::size_t offset, std::uint32_t parent,
+                       std::string message) {
+    throw JsonFailure{status, JsonFailure::kNoToken, offset, parent, std::move(message)};
+  };
   if (size >= 3 && std::memcmp(text, "\xEF\xBB\xBF", 3) == 0) {
-    throw JsonFailure{AMFWireStatus::syntax, JsonFailure::kNoToken, 0, JsonFailure::kNoToken,
-                      "a byte order mark"};
+    fail(AMFWireStatus::syntax, 0, JsonFailure::kNoToken, "a byte order mark");
   }
   const Broken broken = firstBad(text, text + size);
   const auto whole = static_cast<std::size_t>(broken.at - text);
@@ -273,18 +217,15 @@ void JsonIndex::read(const char* text, std::size_t size, std::size_t maxDepth) {
     handler.endAll();
     throw JsonFailure{AMFWireStatus::content, token, 0, 0, "a number beyond the range of a double"};
   }
+  const std::uint32_t parent = handler.endAll();
   if (handler.tooDeep) {
-    throw JsonFailure{AMFWireStatus::depthLimit, JsonFailure::kNoToken, result.Offset(),
-                      handler.endAll(), "arrays and objects inside one another are too many"};
+    fail(AMFWireStatus::depthLimit, result.Offset(), parent,
+         "arrays and objects inside one another are too many");
   }
-  const bool inString = isInString(result.Code());
   if (broken.message != nullptr && (!result.IsError() || result.Offset() >= whole)) {
-    fail(handler, text, whole, inString, broken.isContent, broken.message);
+    fail(AMFWireStatus::syntax, whole, parent, broken.message);
   }
-  const bool isControl =
-      result.Code() == rj::kParseErrorStringEscapeInvalid && text[result.Offset()] != '\\';
-  fail(handler, text, result.Offset(), inString, false,
-       isControl ? "a control character" : rj::GetParseError_En(result.Code()));
+  fail(AMFWireStatus::syntax, result.Offset(), parent, rj::GetParseError_En(result.Code()));
 }
 
 bool JsonIndex::decodeBase64(std::uint32_t token) {

@@ -80,9 +80,6 @@ class JsonIndex {
 
  private:
   struct Handler;
-  std::uint32_t addBrokenValue(Handler& handler, const char* text, std::size_t end);
-  [[noreturn]] void fail(Handler& handler, const char* text, std::size_t offset, bool inString,
-                         bool isContent, const char* message);
 
   std::unique_ptr<char[]> buffer;
   Table<JsonToken, 32768> tokens;

@@ -7,7 +7,7 @@
 
 namespace amf2json {
 
-// Reads the process's time zone anew.
+// Reads the time zone of the process again (environment variable TZ).
 void readTimeZone();
 // Local time of `seconds` since 1970 UTC, without a buffer shared between threads. False: refused.
 bool toLocalTime(std::time_t seconds, std::tm& local);

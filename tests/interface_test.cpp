@@ -213,7 +213,6 @@ TEST_F(PieceList, ACopyIsAListOfItsOwn) {
 
 TEST(CompileWithoutClean, KeepsTheBytesOfEveryRun) {
   AMFProtocol protocol;
-  AMFPackage package(AMF_VERSION_0);
   const auto message = std::make_unique<AMFMessage>();
   std::string text;
   std::vector<AMFOutputChunks::Chunk> kept;

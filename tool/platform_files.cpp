@@ -132,14 +132,22 @@ Place placeOf(const std::string& name) {
   return place;
 }
 
+// Two threads may get the same name before either has created its file: the second one tries again.
 int makeUniqueBeside(const std::string& file, std::string& name) {
-  name = uniqueBeside(file);
-  if (::_mktemp_s(&name[0], name.size() + 1) != 0) return -1;
-  return openNew(name);
+  for (;;) {
+    name = uniqueBeside(file);
+    if (::_mktemp_s(&name[0], name.size() + 1) != 0) return -1;
+    const int descriptor = openNew(name);
+    if (descriptor >= 0 || errno != EEXIST) return descriptor;
+  }
 }
 bool makeUniqueFolder(const std::string& folder, std::string& name) {
-  name = folder + "\\" + kUniqueName;
-  return ::_mktemp_s(&name[0], name.size() + 1) == 0 && ::_mkdir(name.c_str()) == 0;
+  do {
+    name = folder + "\\" + kUniqueName;
+    if (::_mktemp_s(&name[0], name.size() + 1) != 0) return false;
+    if (::_mkdir(name.c_str()) == 0) return true;
+  } while (errno == EEXIST);
+  return false;
 }
 void removeFolder(const std::string& folder) {
   ::_rmdir(folder.c_str());

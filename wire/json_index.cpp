@@ -115,6 +115,55 @@ Broken firstBad(const char* at, const char* end) {
   return {end, nullptr};
 }
 
+const char* skipDigits(const char* at, const char* end) {
+  while (at < end && *at >= '0' && *at <= '9') ++at;
+  return at;
+}
+
+// The end of the number at `at`, or `at` where there is none.
+const char* numberEnd(const char* at, const char* end) {
+  const char* const whole = at < end && *at == '-' ? at + 1 : at;
+  const char* read = whole < end && *whole == '0' ? whole + 1 : skipDigits(whole, end);
+  if (read == whole) return at;
+  if (read < end && *read == '.') {
+    const char* const fraction = skipDigits(read + 1, end);
+    if (fraction == read + 1) return at;
+    read = fraction;
+  }
+  if (read < end && (*read | 0x20) == 'e') {
+    const char* digits = read + 1;
+    if (digits < end && (*digits == '+' || *digits == '-')) ++digits;
+    read = skipDigits(digits, end);
+    if (read == digits) return at;
+  }
+  return read;
+}
+
+// The end of the string whose opening quote is at `at`.
+const char* stringEnd(const char* at, const char* end) {
+  for (++at; at < end && *at != '"'; ++at) {
+    if (*at == '\\') ++at;
+  }
+  return at < end ? at + 1 : end;
+}
+
+// Writes 0 and blanks over each number.
+void hideNumbers(char* text, std::size_t size) {
+  char* const end = text + size;
+  for (char* at = text; at < end;) {
+    if (*at == '"') {
+      at += stringEnd(at, end) - at;
+      continue;
+    }
+    const std::ptrdiff_t length = numberEnd(at, end) - at;
+    if (length != 0) {
+      std::memset(at, ' ', static_cast<std::size_t>(length));
+      *at = '0';
+    }
+    at += length != 0 ? length : 1;
+  }
+}
+
 }  // namespace
 
 // Called by RapidJSON's reader.
@@ -122,6 +171,8 @@ struct JsonIndex::Handler {
   JsonIndex& index;
   rj::InsituStringStream& stream;
   std::size_t maxDepth;
+  const char* shown = nullptr;  // the text, where the numbers of the copy are hidden
+  const char* shownEnd = nullptr;
   std::uint32_t open = JsonFailure::kNoToken;  // the innermost container
   std::size_t depth = 0;
   bool tooDeep = false;
@@ -142,7 +193,10 @@ struct JsonIndex::Handler {
   bool Uint64(std::uint64_t) { return false; }
   bool Double(double) { return false; }
   bool RawNumber(const char* text, rj::SizeType length, bool) {
-    return scalar(placeOf(text), length);
+    const std::size_t place = placeOf(text);
+    if (shown == nullptr) return scalar(place, length);
+    const char* const number = shown + place;
+    return scalar(place, static_cast<std::size_t>(numberEnd(number, shownEnd) - number));
   }
   bool String(const char* text, rj::SizeType length, bool) {
     return scalar(placeOf(text) - 1, length);
@@ -192,40 +246,59 @@ struct JsonIndex::Handler {
 };
 
 void JsonIndex::read(const char* text, std::size_t size, std::size_t maxDepth) {
-  const auto fail = [](AMFWireStatus status, std::size_t offset, std::uint32_t parent,
-                       std::string message) {
-    throw JsonFailure{status, JsonFailure::kNoToken, offset, parent, std::move(message)};
-  };
   if (size >= 3 && std::memcmp(text, "\xEF\xBB\xBF", 3) == 0) {
-    fail(AMFWireStatus::syntax, 0, JsonFailure::kNoToken, "a byte order mark");
+    throw JsonFailure{AMFWireStatus::syntax, JsonFailure::kNoToken, 0, JsonFailure::kNoToken,
+                      "a byte order mark"};
   }
   const Broken broken = firstBad(text, text + size);
   const auto whole = static_cast<std::size_t>(broken.at - text);
   buffer.reset(new char[size + kPadding]);
-  if (whole != 0) std::memcpy(buffer.get(), text, whole);
   std::memset(buffer.get() + whole, 0, size + kPadding - whole);
+  if (parse(text, whole, maxDepth, broken.message, false)) return;
+  // RapidJSON refuses a number beyond the range of a double even where it only passes digits on, as in 0e999 or in
+  // `source`. So the numbers are hidden from it, and put back.
+  tokens.clear();
+  parse(text, whole, maxDepth, broken.message, true);
+  for (std::uint32_t token = 0; token < tokens.count(); ++token) {
+    if (isContainer(token)) {
+      ++token;  // it has two entries
+    } else if (isNumber(token)) {
+      std::memcpy(buffer.get() + place(token), text + place(token), tokens[token].extra);
+    }
+  }
+}
+
+// Reads the `whole` bytes before the first that no JSON has, for which `problem` is the message, if any. False: there
+// is a number that RapidJSON refuses.
+bool JsonIndex::parse(const char* text, std::size_t whole, std::size_t maxDepth,
+                      const char* problem, bool hidesNumbers) {
+  if (whole != 0) std::memcpy(buffer.get(), text, whole);
+  if (hidesNumbers) hideNumbers(buffer.get(), whole);
   rj::InsituStringStream stream(buffer.get());
   Handler handler{*this, stream, maxDepth};
+  if (hidesNumbers) {
+    handler.shown = text;
+    handler.shownEnd = text + whole;
+  }
   rj::GenericReader<rj::UTF8<>, rj::UTF8<>, CheckedAllocator> reader;
   constexpr unsigned kFlags =
       rj::kParseInsituFlag | rj::kParseIterativeFlag | rj::kParseNumbersAsStringsFlag;
   const rj::ParseResult result = reader.Parse<kFlags>(stream, handler);
-  if (!result.IsError() && broken.message == nullptr) return;
-  if (result.Code() == rj::kParseErrorNumberTooBig) {
-    const std::uint32_t token = handler.next();
-    handler.scalar(result.Offset(), 0);
-    handler.endAll();
-    throw JsonFailure{AMFWireStatus::content, token, 0, 0, "a number beyond the range of a double"};
-  }
-  const std::uint32_t parent = handler.endAll();
+  if (!result.IsError() && problem == nullptr) return true;
+  if (result.Code() == rj::kParseErrorNumberTooBig) return false;
+  const auto fail = [&](AMFWireStatus status, std::size_t offset, std::string message) {
+    const std::uint32_t parent = handler.endAll();
+    throw JsonFailure{status, JsonFailure::kNoToken, offset, parent, std::move(message)};
+  };
   if (handler.tooDeep) {
-    fail(AMFWireStatus::depthLimit, result.Offset(), parent,
+    fail(AMFWireStatus::depthLimit, result.Offset(),
          "arrays and objects inside one another are too many");
   }
-  if (broken.message != nullptr && (!result.IsError() || result.Offset() >= whole)) {
-    fail(AMFWireStatus::syntax, whole, parent, broken.message);
+  if (problem != nullptr && (!result.IsError() || result.Offset() >= whole)) {
+    fail(AMFWireStatus::syntax, whole, problem);
   }
-  fail(AMFWireStatus::syntax, result.Offset(), parent, rj::GetParseError_En(result.Code()));
+  fail(AMFWireStatus::syntax, result.Offset(), rj::GetParseError_En(result.Code()));
+  return true;
 }
 
 bool JsonIndex::decodeBase64(std::uint32_t token) {

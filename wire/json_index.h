@@ -15,7 +15,8 @@
 // place of an error, reads large whole numbers no further than 64 bits, and its shared library
 // changes its name with almost every release. RapidJSON's last release is old; Debian maintains it,
 // and what is used here is its oldest part. What that release gets wrong is checked before it sees
-// the text: control characters, UTF-8 and lone surrogates.
+// the text: control characters, UTF-8 and lone surrogates; numbers beyond the range of a double are
+// hidden from it.
 #ifndef WIRE_JSON_INDEX_H
 #define WIRE_JSON_INDEX_H
 
@@ -80,6 +81,8 @@ class JsonIndex {
 
  private:
   struct Handler;
+  bool parse(const char* text, std::size_t whole, std::size_t maxDepth, const char* problem,
+             bool hidesNumbers);
 
   std::unique_ptr<char[]> buffer;
   Table<JsonToken, 32768> tokens;

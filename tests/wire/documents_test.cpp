@@ -121,6 +121,8 @@ TEST(WireDocuments, FlvFilesAreReadOnly) {
 
 TEST(WireDocuments, SourceIsIgnored) {
   EXPECT_EQ(inHex(imported(R"({"source":{"$any":[1,{}]},"amf3":[null]})")), "01 ");
+  EXPECT_EQ(inHex(imported(R"({"source":[1e400,{"a":-1.5E+999}],"amf3":[12,"1e400"]})")),
+            "04 0C 06 0B 31 65 34 30 30 ");
 }
 
 TEST(WireDocuments, LengthsAreTrueWhereTheyAreNotGiven) {

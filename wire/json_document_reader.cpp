@@ -328,11 +328,8 @@ AMFWireForm JsonReader::sharedObject(const std::uint32_t* found) {
 // By the rules of an object without a class. AMF3 cannot refer to it.
 void JsonReader::entries(std::uint32_t token) {
   needObject(token);
-  const Object object = sorted(token);
+  const Object object = sorted(token, false);
   const Key refused[] = {Key::sealed, Key::dynamic, Key::id};
-  if (object.kind != Key::none) {
-    fail(object[object.kind] - 1, "a key that does not go with entries");
-  }
   for (const Key key : refused) {
     if (object.has(key) && (key != Key::id || amf3)) {
       fail(object[key] - 1, "a key that does not go with entries");

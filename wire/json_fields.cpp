@@ -130,7 +130,7 @@ double JsonReader::needDouble(std::uint32_t token) {
 }
 
 // The $ keys of an object, and whether they go together.
-JsonReader::Object JsonReader::sorted(std::uint32_t token) {
+JsonReader::Object JsonReader::sorted(std::uint32_t token, bool mayHaveKind) {
   Object object;
   object.token = token;
   checkTwice(token);
@@ -144,6 +144,8 @@ JsonReader::Object JsonReader::sorted(std::uint32_t token) {
   for (std::uint32_t left = count; left > 0; --left, key = index.nextKey(key)) {
     if (isSpecial(key)) {
       sortKey(object, key);
+      if (object.kind != Key::none && !mayHaveKind)
+        fail(key, "a key that does not go with entries");
     } else if (object.members++ == 0) {
       object.firstMember = key;
     }

@@ -21,6 +21,13 @@
 
 namespace amf2json::wire {
 
+// The first place that no text of this format has; `message` is null where there is none.
+struct BrokenText {
+  const char* at;
+  const char* message;
+  bool isContent;  // JSON's grammar allows it
+};
+
 namespace {
 
 namespace rj = amf2json_rapidjson;
@@ -70,12 +77,6 @@ int escapedUnit(const char* at, const char* end) {
   return value;
 }
 
-// What stands in front of the parser: the first place that no JSON text of UTF-8 has.
-struct Broken {
-  const char* at;
-  const char* message;
-};
-
 // Moves behind an escape. False: it is half of a pair, alone.
 bool skipEscape(const char*& at, const char* end) {
   const int unit = escapedUnit(at, end);
@@ -95,7 +96,7 @@ bool skipEscape(const char*& at, const char* end) {
   return true;
 }
 
-Broken firstBad(const char* at, const char* end) {
+BrokenText firstBad(const char* at, const char* end) {
   while (at < end) {
     std::uint64_t word;
     if (end - at >= 8 && (std::memcpy(&word, at, 8), arePlain(word))) {
@@ -104,15 +105,15 @@ Broken firstBad(const char* at, const char* end) {
     }
     const auto byte = static_cast<unsigned char>(*at);
     if (byte == '\\') {
-      if (!skipEscape(at, end)) return {at, "half of a surrogate pair stands alone"};
+      if (!skipEscape(at, end)) return {at, "half of a surrogate pair stands alone", true};
       continue;
     }
-    if (isControl(byte)) return {at, "a control character"};
+    if (isControl(byte)) return {at, "a control character", false};
     const std::size_t length = sequenceLength(at, end);
-    if (length == 0) return {at, "a byte that is not UTF-8"};
+    if (length == 0) return {at, "a byte that is not UTF-8", false};
     at += length;
   }
-  return {end, nullptr};
+  return {end, nullptr, false};
 }
 
 const char* skipDigits(const char* at, const char* end) {
@@ -147,6 +148,15 @@ const char* stringEnd(const char* at, const char* end) {
   return at < end ? at + 1 : end;
 }
 
+// Whether the error is inside a string.
+bool isInString(rj::ParseErrorCode code) {
+  return code == rj::kParseErrorStringMissQuotationMark ||
+         code == rj::kParseErrorStringEscapeInvalid ||
+         code == rj::kParseErrorStringInvalidEncoding ||
+         code == rj::kParseErrorStringUnicodeEscapeInvalidHex ||
+         code == rj::kParseErrorStringUnicodeSurrogateInvalid;
+}
+
 // Writes 0 and blanks over each number.
 void hideNumbers(char* text, std::size_t size) {
   char* const end = text + size;
@@ -176,9 +186,13 @@ struct JsonIndex::Handler {
   std::uint32_t open = JsonFailure::kNoToken;  // the innermost container
   std::size_t depth = 0;
   bool tooDeep = false;
+  bool hasKey = false;        // the last token is a key
+  std::size_t lastPlace = 0;  // of the last token
 
   std::uint32_t next() const { return static_cast<std::uint32_t>(index.tokens.count()); }
   bool scalar(std::size_t place, std::size_t length) {
+    hasKey = false;
+    lastPlace = place;
     index.tokens.push({static_cast<std::uint32_t>(place), static_cast<std::uint32_t>(length)});
     return true;
   }
@@ -203,7 +217,8 @@ struct JsonIndex::Handler {
   }
   bool Key(const char* text, rj::SizeType length, bool) {
     if (length != 0 && text[0] == '$') index.tokens[open + 1].extra = 1;
-    return scalar(placeOf(text) - 1, length);
+    scalar(placeOf(text) - 1, length);
+    return hasKey = true;
   }
   bool begin() {
     if (depth == maxDepth) {
@@ -212,8 +227,12 @@ struct JsonIndex::Handler {
     }
     ++depth;
     const std::uint32_t token = next();
-    scalar(stream.Tell(), open);  // until it ends: the container around it
-    scalar(0, 0);
+    index.tokens.push({0, 0});
+    index.tokens.push({0, 0});
+    lastPlace = stream.Tell();
+    hasKey = false;
+    // Until it ends: the container around it.
+    index.tokens[token] = {static_cast<std::uint32_t>(lastPlace), open};
     open = token;
     return true;
   }
@@ -229,6 +248,17 @@ struct JsonIndex::Handler {
   bool StartArray() { return begin(); }
   bool EndObject(rj::SizeType count) { return end(count); }
   bool EndArray(rj::SizeType count) { return end(count); }
+  // After an error inside a string that is a value: it gets a token, so that it has a path. Returns kNoToken for a key.
+  std::uint32_t addBrokenString(const char* text, const char* end) {
+    const bool inArray = open != JsonFailure::kNoToken && index.kind(open) == '[';
+    if (!inArray && !hasKey && open != JsonFailure::kNoToken) return JsonFailure::kNoToken;
+    const std::uint32_t token = next();
+    const char* quote = text + lastPlace;
+    if (token != 0 && *quote == '"') quote = stringEnd(quote, end);
+    while (quote < end && *quote != '"') ++quote;
+    scalar(static_cast<std::size_t>(quote - text), 0);
+    return token;
+  }
   // After an error: whatever is open ends here. Returns the innermost container.
   std::uint32_t endAll() {
     const std::uint32_t innermost = open;
@@ -250,15 +280,15 @@ void JsonIndex::read(const char* text, std::size_t size, std::size_t maxDepth) {
     throw JsonFailure{AMFWireStatus::syntax, JsonFailure::kNoToken, 0, JsonFailure::kNoToken,
                       "a byte order mark"};
   }
-  const Broken broken = firstBad(text, text + size);
+  const BrokenText broken = firstBad(text, text + size);
   const auto whole = static_cast<std::size_t>(broken.at - text);
   buffer.reset(new char[size + kPadding]);
   std::memset(buffer.get() + whole, 0, size + kPadding - whole);
-  if (parse(text, whole, maxDepth, broken.message, false)) return;
+  if (parse(text, broken, maxDepth, false)) return;
   // RapidJSON refuses a number beyond the range of a double even where it only passes digits on, as in 0e999 or in
   // `source`. So the numbers are hidden from it, and put back.
   tokens.clear();
-  parse(text, whole, maxDepth, broken.message, true);
+  parse(text, broken, maxDepth, true);
   for (std::uint32_t token = 0; token < tokens.count(); ++token) {
     if (isContainer(token)) {
       ++token;  // it has two entries
@@ -268,37 +298,44 @@ void JsonIndex::read(const char* text, std::size_t size, std::size_t maxDepth) {
   }
 }
 
-// Reads the `whole` bytes before the first that no JSON has, for which `problem` is the message, if any. False: there
-// is a number that RapidJSON refuses.
-bool JsonIndex::parse(const char* text, std::size_t whole, std::size_t maxDepth,
-                      const char* problem, bool hidesNumbers) {
+// Reads the bytes before `broken`. False: there is a number that RapidJSON refuses.
+bool JsonIndex::parse(const char* text, const BrokenText& broken, std::size_t maxDepth,
+                      bool hidesNumbers) {
+  const auto whole = static_cast<std::size_t>(broken.at - text);
   if (whole != 0) std::memcpy(buffer.get(), text, whole);
   if (hidesNumbers) hideNumbers(buffer.get(), whole);
   rj::InsituStringStream stream(buffer.get());
   Handler handler{*this, stream, maxDepth};
   if (hidesNumbers) {
     handler.shown = text;
-    handler.shownEnd = text + whole;
+    handler.shownEnd = broken.at;
   }
   rj::GenericReader<rj::UTF8<>, rj::UTF8<>, CheckedAllocator> reader;
   constexpr unsigned kFlags =
       rj::kParseInsituFlag | rj::kParseIterativeFlag | rj::kParseNumbersAsStringsFlag;
   const rj::ParseResult result = reader.Parse<kFlags>(stream, handler);
-  if (!result.IsError() && problem == nullptr) return true;
+  if (!result.IsError() && broken.message == nullptr) return true;
   if (result.Code() == rj::kParseErrorNumberTooBig) return false;
-  const auto fail = [&](AMFWireStatus status, std::size_t offset, std::string message) {
-    const std::uint32_t parent = handler.endAll();
-    throw JsonFailure{status, JsonFailure::kNoToken, offset, parent, std::move(message)};
-  };
+
+  JsonFailure failure{AMFWireStatus::syntax, JsonFailure::kNoToken, result.Offset(), 0, {}};
+  std::uint32_t value = JsonFailure::kNoToken;
+  if (isInString(result.Code())) value = handler.addBrokenString(text, broken.at);
+  const std::uint32_t innermost = handler.endAll();
+  failure.parent = value != JsonFailure::kNoToken ? value : innermost;
   if (handler.tooDeep) {
-    fail(AMFWireStatus::depthLimit, result.Offset(),
-         "arrays and objects inside one another are too many");
+    failure.status = AMFWireStatus::depthLimit;
+    failure.message = "arrays and objects inside one another are too many";
+  } else if (broken.message != nullptr && (!result.IsError() || result.Offset() >= whole)) {
+    failure.offset = whole;
+    failure.message = broken.message;
+    if (broken.isContent) failure.status = AMFWireStatus::content;
+    if (broken.isContent) failure.token = value;  // the place is that of the value
+  } else if (result.Code() == rj::kParseErrorStringEscapeInvalid && text[result.Offset()] != '\\') {
+    failure.message = "a control character";
+  } else {
+    failure.message = rj::GetParseError_En(result.Code());
   }
-  if (problem != nullptr && (!result.IsError() || result.Offset() >= whole)) {
-    fail(AMFWireStatus::syntax, whole, problem);
-  }
-  fail(AMFWireStatus::syntax, result.Offset(), rj::GetParseError_En(result.Code()));
-  return true;
+  throw failure;
 }
 
 bool JsonIndex::decodeBase64(std::uint32_t token) {

@@ -44,6 +44,8 @@ struct JsonToken {
   std::uint32_t extra;
 };
 
+struct BrokenText;
+
 class JsonIndex {
  public:
   // Throws JsonFailure. `text` must outlive the index; arrays and objects inside one another are
@@ -81,8 +83,7 @@ class JsonIndex {
 
  private:
   struct Handler;
-  bool parse(const char* text, std::size_t whole, std::size_t maxDepth, const char* problem,
-             bool hidesNumbers);
+  bool parse(const char* text, const BrokenText& broken, std::size_t maxDepth, bool hidesNumbers);
 
   std::unique_ptr<char[]> buffer;
   Table<JsonToken, 32768> tokens;

@@ -135,7 +135,7 @@ class JsonReader {
   std::uint32_t fieldNumber(std::uint32_t key, const ExternalBody& body);
 
   // Parts.
-  Object sorted(std::uint32_t token);
+  Object sorted(std::uint32_t token, bool mayHaveKind = true);
   void sortKey(Object& object, std::uint32_t key);
   void checkBeside(const Object& object);
   void checkTwice(std::uint32_t token);

@@ -1,8 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # Parses JSON text into nodes that know their place: line, column and path. Strict: no byte order mark, no duplicate
-# keys, no lone surrogates, UTF-8 only. The place of malformed text is the character that is not expected, the path that
-# of the innermost open container. Enter at parse_json(). Tested by rows_test.py and self_test.py.
+# keys, no lone surrogates, UTF-8 only. The place of malformed text is the character that is not expected; its path is
+# that of the value where the character is in a string, else that of the innermost open container. A lone surrogate is
+# an error of its value. Enter at parse_json(). Tested by rows_test.py and self_test.py.
 import json
 import re
 
@@ -111,7 +112,7 @@ class Parser:
             self.blanks()
         start = self.pos
         self.expect('"', "name in quotes expected")
-        key = self.string()
+        key = self.string(None)
         if key in node.keys and not self.in_source():
             self.duplicate = self.duplicate or self.error("duplicate key", start, key)
         node.keys.add(key)
@@ -152,7 +153,7 @@ class Parser:
         elif char == '"':
             self.pos += 1
             node.kind = "string"
-            node.value = self.string()
+            node.value = self.string(node)
         elif char == "-" or "0" <= char <= "9":
             self.number(node)
         else:
@@ -193,8 +194,8 @@ class Parser:
                 return
         raise self.error("value expected")
 
-    def string(self):
-        """The rest of a string behind its first quote."""
+    def string(self, node):
+        """The rest of a string behind its first quote; `node` is None for a name."""
         pieces = []
         while True:
             match = PLAIN_TEXT.match(self.text, self.pos)
@@ -205,25 +206,28 @@ class Parser:
                 self.pos += 1
                 return "".join(pieces)
             if char != "\\":
-                raise self.error("end of the string expected" if not char else
-                                 "control character in a string" if char < " " else "not UTF-8")
-            pieces.append(self.escape())
+                raise self.string_error(node, "end of the string expected" if not char else
+                                        "control character in a string" if char < " " else "not UTF-8")
+            pieces.append(self.escape(node))
 
-    def escape(self):
+    def string_error(self, node, reason):
+        return self.error(reason) if node is None else self.error_at(self.pos, node, None, reason)
+
+    def escape(self, node):
         char = self.text[self.pos + 1:self.pos + 2]
         if char in ESCAPED and char:
             self.pos += 2
             return ESCAPED[char]
         unit = self.escaped_unit(self.pos)
         if unit is None:
-            raise self.error("unknown escape")
+            raise self.string_error(node, "unknown escape")
         if 0xD800 <= unit < 0xDC00:
             low = self.escaped_unit(self.pos + 6)
             if low is not None and 0xDC00 <= low < 0xE000:
                 self.pos += 12
                 return chr(0x10000 + (unit - 0xD800 << 10) + low - 0xDC00)
         if 0xD800 <= unit < 0xE000:
-            raise self.error("lone surrogate")
+            raise self.error("lone surrogate") if node is None else node.error("lone surrogate")
         self.pos += 6
         return chr(unit)
 

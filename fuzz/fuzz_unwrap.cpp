@@ -6,10 +6,10 @@
 //
 // Input: a byte that chooses the size limit, the bytes of the file.
 #include "fuzz/input.h"
-#include "tool/dump.h"
-#include "tool/identify.h"
+#include "tool/commands/dump.h"
+#include "tool/input/identify.h"
+#include "tool/input/unwrap.h"
 #include "tool/problem.h"
-#include "tool/unwrap.h"
 
 namespace {
 

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What files are taken for, and the commands that go on with them. Exercises tool/identify.cpp,
-// tool/containers.cpp and tool/ruined.cpp. That the commands work is seen in tool_bytes_test.cpp.
-#include "tool/identify.h"
+// What files are taken for, and the commands that go on with them. Exercises tool/input/identify.cpp,
+// tool/input/containers.cpp and tool/input/ruined.cpp. That the commands work is seen in tool_bytes_test.cpp.
+#include "tool/input/identify.h"
 
 #include <gtest/gtest.h>
 
 #include "support/guard_packets.h"
 #include "support/wrappers.h"
-#include "tool/quoted.h"
+#include "tool/text/quoted.h"
 
 using namespace support;
 

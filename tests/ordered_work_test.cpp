@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Work on several threads: its results come in order and whole, only so much of them waits, and an
-// exception where they are taken ends everything. Exercises tool/ordered_work.h.
-#include "tool/ordered_work.h"
+// exception where they are taken ends everything. Exercises tool/run/ordered_work.h.
+#include "tool/run/ordered_work.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Line feeds that the views add to long texts, removed from what the program shows by default.
-// Exercises tool/soft_breaks.cpp.
-#include "tool/soft_breaks.h"
+// Exercises tool/commands/soft_breaks.cpp.
+#include "tool/commands/soft_breaks.h"
 
 #include <AMFGuard.h>
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The rows of amf2json dump: bytes of packets, and what they mean. Exercises tool/dump.cpp,
-// tool/dump_values.cpp and tool/quoted.cpp.
-#include "tool/dump.h"
+// The rows of amf2json dump: bytes of packets, and what they mean. Exercises tool/commands/dump.cpp,
+// tool/commands/dump_values.cpp and tool/text/quoted.cpp.
+#include "tool/commands/dump.h"
 
 #include <gtest/gtest.h>
 
@@ -10,9 +10,9 @@
 #include <limits>
 
 #include "support/guard_packets.h"
-#include "tool/bare_value.h"
-#include "tool/dump_values.h"
-#include "tool/quoted.h"
+#include "tool/commands/dump_values.h"
+#include "tool/input/bare_value.h"
+#include "tool/text/quoted.h"
 
 using namespace support;
 

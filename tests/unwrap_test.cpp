@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What packets come wrapped in, and what is wrong with wrappers. Exercises tool/unwrap.cpp,
-// tool/hex_text.cpp, tool/base64_text.cpp, tool/inflate.cpp, tool/http_message.cpp and
-// tool/bare_value.cpp.
-#include "tool/unwrap.h"
+// What packets come wrapped in, and what is wrong with wrappers. Exercises tool/input/unwrap.cpp,
+// tool/input/hex_text.cpp, tool/input/base64_text.cpp, tool/input/inflate.cpp, tool/input/http_message.cpp and
+// tool/input/bare_value.cpp.
+#include "tool/input/unwrap.h"
 
 #include <gtest/gtest.h>
 

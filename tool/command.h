@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tool/option_table.h"
+#include "tool/cli/option_table.h"
 #include "tool/options.h"
 #include "tool/problem.h"
 

@@ -4,14 +4,14 @@
 #include <cstdio>
 #include <new>
 
-#include "tool/command_line.h"
-#include "tool/file_loop.h"
-#include "tool/line_loop.h"
-#include "tool/output.h"
-#include "tool/own_stack.h"
-#include "tool/platform.h"
-#include "tool/report.h"
-#include "tool/terminal.h"
+#include "tool/cli/command_line.h"
+#include "tool/output/output.h"
+#include "tool/output/report.h"
+#include "tool/output/terminal.h"
+#include "tool/port/own_stack.h"
+#include "tool/port/platform.h"
+#include "tool/run/file_loop.h"
+#include "tool/run/line_loop.h"
 
 namespace {
 

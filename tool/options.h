@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "tool/bare_value.h"
+#include "tool/input/bare_value.h"
 
 enum class Color { automatic, always, never };
 enum class ErrorFormat { text, json };

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tool/cli/did_you_mean.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace {
+
+// Characters to add, drop, replace or swap with their neighbour to make one word of the other.
+std::size_t distanceOf(const std::string& a, const std::string& b) {
+  std::vector<std::vector<std::size_t>> steps(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
+  for (std::size_t i = 0; i <= a.size(); ++i) steps[i][0] = i;
+  for (std::size_t j = 0; j <= b.size(); ++j) steps[0][j] = j;
+  for (std::size_t i = 1; i <= a.size(); ++i) {
+    for (std::size_t j = 1; j <= b.size(); ++j) {
+      const std::size_t replaced = steps[i - 1][j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
+      steps[i][j] = std::min({steps[i - 1][j] + 1, steps[i][j - 1] + 1, replaced});
+      if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
+        steps[i][j] = std::min(steps[i][j], steps[i - 2][j - 2] + 1);
+      }
+    }
+  }
+  return steps[a.size()][b.size()];
+}
+
+std::string listOf(const std::vector<std::string>& known) {
+  std::string list = "; there are ";
+  for (const std::string& word : known) list += (&word == &known.front() ? "" : ", ") + word;
+  return list;
+}
+
+}  // namespace
+
+std::string didYouMean(const std::string& word, const std::vector<std::string>& known) {
+  constexpr std::size_t kLongestWord = 64;  // nobody means more than that
+  constexpr std::size_t kLongestList = 8;
+  const std::string* nearest = nullptr;
+  std::size_t shortest = std::max<std::size_t>(1, word.size() / 3) + 1;
+  for (const std::string& candidate : known) {
+    const bool isBeginning = !word.empty() && candidate.compare(0, word.size(), word) == 0;
+    const std::size_t distance = isBeginning                  ? 1
+                                 : word.size() > kLongestWord ? shortest
+                                                              : distanceOf(word, candidate);
+    if (distance >= shortest || distance >= candidate.size()) continue;
+    shortest = distance;
+    nearest = &candidate;
+  }
+  if (nearest != nullptr) return "; did you mean '" + *nearest + "'?";
+  return known.size() <= kLongestList ? listOf(known) : "";
+}

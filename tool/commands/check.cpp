@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tool/commands/check.h"
+
+#include "tool/commands/shared_options.h"
+#include "tool/input/packet.h"
+#include "tool/text/json_line.h"
+#include "tool/text/printable.h"
+#include "tool/text/words.h"
+
+namespace {
+
+constexpr const char* kDetails =
+    "One line for each file that can be read:\n"
+    "\n"
+    "  FILE: STATUS: HEADERS, MESSAGES, NODES, DEPTH, TREE BYTES, LEFT OVER, LIES\n"
+    "\n"
+    "Nothing is decoded. Of a packet that is refused the figures say how far it was read, and the\n"
+    "problem is told on standard error. A length lies that is neither unknown (FFFFFFFF) nor that "
+    "of\n"
+    "its value; nothing here believes it, but other decoders may.\n"
+    "\n"
+    "With --format json each file is a line with one JSON object, a file that cannot be read too. "
+    "Its\n"
+    "fields are in docs/json.md.\n";
+
+std::string figures(const Packet& packet) {
+  const AMFVerifyResult& checked = packet.checked;
+  return words(checked.headers, "header", "headers") + ", " +
+         words(checked.messages, "message", "messages") + ", " +
+         words(checked.nodes, "node", "nodes") + ", depth " + std::to_string(checked.depth) + ", " +
+         words(checked.treeBytes, "tree byte", "tree bytes") + ", " +
+         words(packet.bytes.size() - checked.consumed, "byte left over", "bytes left over") + ", " +
+         words(checked.lengthMismatches, "length that lies", "lengths that lie");
+}
+
+FileResult inText(const Packet& packet, const Options& options) {
+  FileResult result;
+  result.text = printable(packet.file) + ": " + describe(packet.checked.status) + ": " +
+                figures(packet) + "\n";
+  if (packet.checked.lengthMismatches != 0) result.answer = kNo;
+  tellVerdict(result, packet, options);
+  return result;
+}
+
+// Every field that there is, in order; a file that cannot be read has the first and the last ones.
+nlohmann::ordered_json emptyLine(const std::string& file) {
+  nlohmann::ordered_json line;
+  line["file"] = file;
+  for (const char* const name :
+       {"status", "message", "offset", "section", "wrappers", "bytes", "consumed", "left_over",
+        "headers", "messages", "nodes", "depth", "tree_bytes", "lying_lengths", "exit_code"}) {
+    line[name] = nullptr;
+  }
+  return line;
+}
+
+void fillProblem(nlohmann::ordered_json& line, const Problem& problem) {
+  line["status"] = problem.status;
+  line["message"] = problem.message;
+  if (problem.offset) line["offset"] = *problem.offset;
+  if (!problem.section.empty()) line["section"] = problem.section;
+}
+
+void fillFigures(nlohmann::ordered_json& line, const Packet& packet) {
+  const AMFVerifyResult& checked = packet.checked;
+  line["status"] = describe(checked.status);
+  line["wrappers"] = packet.wrappers;
+  line["bytes"] = packet.own().size();
+  line["consumed"] = packet.place(checked.consumed) - packet.skipped;
+  line["left_over"] = packet.bytes.size() - checked.consumed;
+  line["headers"] = checked.headers;
+  line["messages"] = checked.messages;
+  line["nodes"] = checked.nodes;
+  line["depth"] = checked.depth;
+  line["tree_bytes"] = checked.treeBytes;
+  line["lying_lengths"] = checked.lengthMismatches;
+}
+
+FileResult inJSON(const std::string& file, const Options& options) {
+  FileResult result;
+  nlohmann::ordered_json line = emptyLine(file);
+  try {
+    const Packet packet = readPacket(file, options);
+    fillFigures(line, packet);
+    if (packet.checked.lengthMismatches != 0) result.answer = kNo;
+    tellVerdict(result, packet, options);
+  } catch (const Problem& problem) {
+    result.problems.push_back(problem);
+  }
+  if (!result.problems.empty()) fillProblem(line, result.problems.front());
+  line["exit_code"] = static_cast<int>(exitCodeOf(result));
+  result.text = jsonLine(line);
+  return result;
+}
+
+FileResult check(const std::string& file, const Options& options) {
+  if (options.format == ReportFormat::json) return inJSON(file, options);
+  return inText(readPacket(file, options), options);
+}
+
+void declare(OptionTable& table, Options& options) {
+  declareFormat(table, options);
+  declareForm(table, options);
+}
+
+}  // namespace
+
+Command checkCommand() {
+  return {"check",
+          "Says what is in packets without decoding them",
+          kDetails,
+          {{"amf2json check packet.amf", "whether it is sound, and how large its tree gets"},
+           {"amf2json check --allow-trailing *.amf", "bytes behind the last message are fine"},
+           {"amf2json check --format json *.amf", "a line of JSON for each file"}},
+          declare,
+          check};
+}

@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tool/commands/decode.h"
+
+#include <limits>
+#include <new>
+#include <utility>
+
+#include "tool/commands/shared_options.h"
+#include "tool/commands/soft_breaks.h"
+#include "tool/input/packet.h"
+#include "tool/output/output_limit.h"
+#include "tool/port/own_stack.h"
+#include "tool/run/allocation_limit.h"
+
+namespace {
+
+constexpr const char* kDetails =
+    "Texts of the packet are escaped, so that none ends its quotes. With --to json the output is\n"
+    "valid JSON for a JSON parser; do not run it, and do not put it into a web page. The other\n"
+    "views are ASCII, and their statements assign values and do nothing else, also in a script\n"
+    "element of a page. With --exact the text is the library's own: it is\n"
+    "not escaped, so do not run it, and has a line feed of its own for every 500 bytes.\n"
+    "\n"
+    "A text that does not end in a line feed gets one. Bytes behind the last message are not "
+    "decoded.\n"
+    "The three views with script statements stop in front of the value at which they pass 499,999\n"
+    "bytes. Both are told on standard error, with an exit code of their own.\n";
+
+const std::string& view(AMFProtocol& protocol, const DecodeOptions& options) {
+  const bool pretty = !options.compact;
+  switch (options.view) {
+    case View::js: return protocol.getPackageInJS(pretty);
+    case View::both: return protocol.getPackageInJSON_and_JS(pretty);
+    case View::script: return protocol.getPackageAsJSView(pretty);
+    case View::json: break;
+  }
+  return protocol.getPackageInJSON(pretty);
+}
+
+// A text of up to `most` bytes never asks for a larger block than this: its room is doubled when it
+// is full. The rest is for what does not grow with the text.
+std::size_t largestBlockFor(std::size_t most) {
+  constexpr std::size_t kBeside = std::size_t{4} << 20;
+  constexpr std::size_t kEndless = std::numeric_limits<std::size_t>::max();
+  return most > (kEndless - kBeside) / 2 ? kEndless : 2 * most + kBeside;
+}
+
+// The library has no limit for its texts. Here the rendering ends when one of them grows too large;
+// whatever is a little over the limit is refused once it is made.
+const std::string& boundedView(AMFProtocol& protocol, const Options& options) {
+  const AllocationLimit limit(largestBlockFor(options.maxOutputBytes));
+  try {
+    return view(protocol, options.decode);
+  } catch (const std::bad_alloc&) {
+    if (limit.wasMet()) throw outputTooLarge(options.maxOutputBytes);
+    throw;
+  }
+}
+
+// A long text leaves the protocol object, which goes; a short one is copied, as the storage is of
+// use to the next object.
+std::string textOf(AMFProtocol& protocol, const Options& options) {
+  constexpr std::size_t kLong = 524288;
+  const std::string& text = boundedView(protocol, options);
+  if (text.size() < kLong) return text;
+  return std::move(const_cast<std::string&>(text));  // one of the object's public members
+}
+
+constexpr std::size_t kAssignmentLength = 8;  // "\n amf = ", in front of the JSON of --to js
+
+// Of a text without what --exact keeps. The statements have no such breaks.
+void removeBreaks(std::string& text, const AMFProtocol& protocol, const DecodeOptions& options) {
+  if (options.exact || options.view == View::script) return;
+  removeSoftBreaks(text, {static_cast<std::uint32_t>(protocol.lineBreakCount) - 1,
+                          options.view == View::js ? kAssignmentLength : 0, !options.compact});
+}
+
+// `outputLimitReached` is set in front of the first value that was left out; the JSON view leaves
+// out none.
+std::optional<Problem> cutOf(const AMFProtocol& protocol, const DecodeOptions& options,
+                             std::size_t size) {
+  if (!protocol.outputLimitReached || options.view == View::json) return std::nullopt;
+  Problem problem{kViewCut, "view cut",
+                  "the script view stopped at its output limit, after " + std::to_string(size) +
+                      " bytes; --to json is whole"};
+  problem.isWarning = true;
+  return problem;
+}
+
+const char* extensionOf(const Options& options) {
+  const View view = options.decode.view;
+  return view == View::json ? ".json" : view == View::both ? ".txt" : ".js";
+}
+
+FileResult show(const Packet& packet, const Options& options) {
+  AMFProtocol protocol;
+  decodePacket(protocol, packet, options.limits);
+  if (!options.decode.exact) {
+    const bool isJSON = options.decode.view == View::json;
+    escapeForViews(protocol.package, isJSON ? AMFEscapeFor::json : AMFEscapeFor::script);
+    protocol.useTemporaries = false;
+  }
+  FileResult result;
+  result.text = textOf(protocol, options);
+  removeBreaks(result.text, protocol, options.decode);
+  result.isJSON = true;
+  if (const auto cut = cutOf(protocol, options.decode, result.text.size())) {
+    result.problems.push_back(*cut);
+  }
+  tellLeftOver(result, packet, options);
+  if (result.text.empty() || result.text.back() != '\n') result.text += '\n';
+  return result;
+}
+
+FileResult decode(const std::string& file, const Options& options) {
+  const Packet packet = readPacket(file, options);
+  FileResult result;
+  runWithLevels(packet.checked.depth, [&] { result = show(packet, options); });
+  return result;
+}
+
+void declare(OptionTable& table, Options& options) {
+  table.choice("--to", "VIEW", options.decode.view, "What to show",
+               {{"json", "JSON text"},
+                {"js", "script that builds \"amf\""},
+                {"both", "JSON text and statements"},
+                {"script", "statements alone"}});
+  table.flag("--compact", options.decode.compact, "No indentation and no line ends");
+  table.flag("--exact", options.decode.exact,
+             "The library's text: nothing escaped, its soft breaks");
+  table.flag("--local-time", options.localTime, "Dates in the local time zone instead of UTC");
+  declareForm(table, options);
+  declareOutput(table, options);
+}
+
+}  // namespace
+
+Command decodeCommand() {
+  return {"decode",
+          "Shows packets as JSON or JavaScript",
+          kDetails,
+          {{"amf2json decode --to js --compact packet.amf", "a script in one run of text"},
+           {"amf2json decode -o packet.json packet.amf", "to a file, whole or not at all"},
+           {"amf2json decode --error-format json *.amf", "problems for a machine to read"}},
+          declare,
+          decode,
+          extensionOf};
+}

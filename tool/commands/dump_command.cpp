@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Tested by tests/tool_bytes_test.cpp.
+#include "tool/commands/dump_command.h"
+
+#include "tool/commands/dump.h"
+#include "tool/commands/shared_options.h"
+#include "tool/input/packet.h"
+
+namespace {
+
+constexpr const char* kDetails =
+    "A row for each field: offset, hexadecimal, ASCII, meaning. Values are indented as deep as "
+    "they\n"
+    "are nested and carry the name of their member or their place in the array. Behind a value, "
+    "in\n"
+    "brackets, stands the index it gets in its reference table; references tell where their "
+    "target\n"
+    "begins. Offsets and bytes are hexadecimal, other numbers decimal.\n"
+    "\n"
+    "A packet that is refused is shown up to that place, then what was not read.\n";
+
+FileResult dump(const std::string& file, const Options& options) {
+  const Packet packet = readPacket(file, options);
+  FileResult result;
+  DumpOptions dumpOptions;
+  dumpOptions.full = options.dump.full;
+  dumpOptions.hiddenHead = envelopeOf(packet.form).size();
+  dumpOptions.firstOffset = packet.skipped;
+  dumpOptions.maxText = options.maxOutputBytes;
+  dumpOptions.limits = limitsFor(packet.form, options.limits);
+  dumpPacket(packet.bytes, dumpOptions, result.text);
+  tellVerdict(result, packet, options);
+  return result;
+}
+
+void declare(OptionTable& table, Options& options) {
+  table.flag("--full", options.dump.full, "Long texts and byte arrays to their end");
+  declareForm(table, options);
+  declareOutput(table, options);
+}
+
+}  // namespace
+
+Command dumpCommand() {
+  return {"dump",
+          "Shows the bytes of packets, field by field",
+          kDetails,
+          {{"amf2json dump packet.amf", "every field with its offset"},
+           {"amf2json dump --as amf3 value.bin", "a value without a packet around it"},
+           {"amf2json dump --unwrap capture.txt", "a packet pasted as hexadecimal or base64"}},
+          declare,
+          dump,
+          [](const Options&) { return ".txt"; }};
+}

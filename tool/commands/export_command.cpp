@@ -1,0 +1,222 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Tested by tests/tool_export_test.cpp.
+#include "tool/commands/export_command.h"
+
+#include <utility>
+
+#include "tool/commands/shared_options.h"
+#include "tool/commands/wire_problem.h"
+#include "tool/input/input.h"
+#include "tool/input/published.h"
+#include "tool/input/unwrap.h"
+#include "tool/text/hex.h"
+#include "tool/text/line_text.h"
+#include "tool/text/words.h"
+
+namespace {
+
+constexpr const char* kDetails =
+    "Reads AMF0 and AMF3 as Flash Player, Flex and their servers write them: packets, runs of "
+    "values,\n"
+    "shared objects, and the script tags of FLV files. The JSON loses nothing: import writes the "
+    "same\n"
+    "bytes again, but for FLV files. With --as auto the bytes are looked at, as identify does.\n"
+    "\n"
+    "With --lines each document is one line. With --from base64 or --from hex as well, each line "
+    "of\n"
+    "the input is one packet, and is answered with one line, in order; what was read is answered\n"
+    "before more input is waited for. A line that is refused is answered with a JSON object that "
+    "has\n"
+    "error and offset. At the end, warnings and refusals are counted on standard error.\n"
+    "\n"
+    "Bytes left over, length fields that lie, salvaged sections, and sections that will come back\n"
+    "as other bytes for want of originals, are told on standard error, with exit codes of their "
+    "own.\n";
+
+std::size_t oneLess(std::size_t limit) {
+  return limit == 0 ? 0 : limit - 1;
+}
+
+AMFWireExportOptions exportOptions(const Options& options) {
+  AMFWireExportOptions result;
+  result.form = options.wire.form;
+  result.salvage = options.wire.salvage;
+  result.limits = options.wire.limits;
+  result.limits.maxTextBytes = oneLess(options.maxOutputBytes);  // the line feed counts
+  result.externalClasses = options.wire.externalClasses;
+  result.originals = !options.wire.noOriginals;
+  result.pretty = !options.wire.compact && !options.wire.lines;
+  return result;
+}
+
+// ---- Warnings
+
+Problem warning(ExitCode code, const char* status, const std::string& message) {
+  Problem problem{code, status, message};
+  problem.isWarning = true;
+  return problem;
+}
+
+const char* lastOf(AMFWireForm form) {
+  switch (form) {
+    case AMFWireForm::amf0:
+    case AMFWireForm::amf3: return "value";
+    case AMFWireForm::sharedObject: return "entry";
+    case AMFWireForm::flv: return "tag";
+    default: return "message";
+  }
+}
+
+Problem trailingWarning(const AMFWireStatistics& statistics, std::string_view bytes) {
+  const std::string count = words(statistics.trailingBytes, "byte");
+  Problem problem = statistics.trailingError.empty()
+                        ? warning(kLeftOver, "left over",
+                                  count + " left over behind the last " + lastOf(statistics.form))
+                        : warning(kViewCut, "salvaged",
+                                  count + " kept as trailing bytes: " + statistics.trailingError);
+  problem.offset = bytes.size() - static_cast<std::size_t>(statistics.trailingBytes);
+  problem.bytes = hexAround(bytes, *problem.offset);
+  return problem;
+}
+
+void addWarnings(std::vector<Problem>& problems, const AMFWireStatistics& statistics,
+                 std::string_view bytes, const Options& options) {
+  const bool isCut = !statistics.trailingError.empty();
+  if (isCut || (statistics.trailingBytes > 0 && !options.allowTrailing)) {
+    problems.push_back(trailingWarning(statistics, bytes));
+  }
+  if (statistics.wrongLengths > 0) {
+    problems.push_back(
+        warning(kNo, "lying lengths",
+                words(statistics.wrongLengths, "length field lies", "length fields lie")));
+  }
+  if (statistics.changed > 0) {
+    problems.push_back(warning(kNo, "changed",
+                               words(statistics.changed, "section") +
+                                   " will come back as other bytes, without originals"));
+  }
+  if (statistics.salvaged > 0) {
+    problems.push_back(warning(
+        kViewCut, "salvaged",
+        words(statistics.salvaged, "section") + " could not be read and kept as raw bytes"));
+  }
+}
+
+// ---- Files
+
+Unwrapped readBytes(const std::string& file, const AMFWireReadOptions& read,
+                    const Options& options) {
+  const std::size_t most = options.wire.limits.maxPacketBytes;
+  std::string bytes = readInput(file, most);
+  if (!options.unwrap) return {std::move(bytes), {}};
+  return unwrap(std::move(bytes), most, isPublished(read));
+}
+
+void place(Problem& problem, const Unwrapped& unwrapped) {
+  if (problem.offset) problem.message += insideOf(unwrapped.wrappers);
+}
+
+FileResult exportFile(const std::string& file, const Options& options) {
+  const AMFWireExportOptions wanted = exportOptions(options);
+  const Unwrapped unwrapped = readBytes(file, wanted, options);
+  const std::string& bytes = unwrapped.bytes;
+  FileResult result;
+  AMFWireStatistics statistics;
+  const AMFWireResult done =
+      amfWireExport(bytes.data(), bytes.size(), result.text, wanted, &statistics);
+  if (!done.ok()) {
+    Problem problem = exportProblem(done, bytes, wanted, options);
+    place(problem, unwrapped);
+    throw problem;
+  }
+  result.text += '\n';
+  result.isJSON = true;
+  if (!options.allowTrailing) result.problems = unwrapped.leftOvers;
+  addWarnings(result.problems, statistics, bytes, options);
+  for (Problem& problem : result.problems) place(problem, unwrapped);
+  return result;
+}
+
+// ---- Lines
+
+FileResult refusedLine(const Problem& problem) {
+  FileResult result;
+  result.text = errorLine(problem);
+  result.problems.push_back(problem);
+  return result;
+}
+
+FileResult answer(std::string_view line, const Options& options) {
+  const AMFWireExportOptions wanted = exportOptions(options);
+  std::string bytes;
+  if (const auto broken = fromLine(line, options.wire.packets, bytes)) return refusedLine(*broken);
+  FileResult result;
+  AMFWireStatistics statistics;
+  const AMFWireResult done =
+      amfWireExport(bytes.data(), bytes.size(), result.text, wanted, &statistics);
+  if (!done.ok()) return refusedLine(exportProblem(done, bytes, wanted, options));
+  addWarnings(result.problems, statistics, bytes, options);
+  return result;
+}
+
+bool worksOnLines(const Options& options) {
+  const bool isSpelled = options.wire.packets != TextForm::binary;
+  if (isSpelled && !options.wire.lines) {
+    throw Problem{kUsage, "usage", "--from: needs --lines; --unwrap reads whole files of text"};
+  }
+  return isSpelled;
+}
+
+void declare(OptionTable& table, Options& options) {
+  table.choice("--as", "FORM", options.wire.form, "What the bytes are",
+               {{"auto", "looked at"},
+                {"packet", "a packet"},
+                {"amf0", "AMF0 values"},
+                {"amf3", "AMF3 values"},
+                {"sol", "a shared object"},
+                {"flv", "a video file"}});
+  table.flag("--compact", options.wire.compact, "No indentation and no line ends");
+  table.flag("--lines", options.wire.lines, "One document a line");
+  table.choice("--from", "FORM", options.wire.packets, "With --lines: one packet a line",
+               {{"binary", "no, whole files"}, {"base64", "in base64"}, {"hex", "in hexadecimal"}});
+  table.flag("--salvage", options.wire.salvage, "Keep sections that cannot be read as raw bytes");
+  table.flag("--no-originals", options.wire.noOriginals, "Leave out the bytes of odd sections");
+  declareExternal(table, options);
+  table.flag("--unwrap", options.unwrap, "Take off hexadecimal, base64, gzip, zlib and HTTP");
+  declareOutput(table, options);
+  table.rare();
+}
+
+void shared(OptionTable& table, Options& options) {
+  table.flag("--allow-trailing", options.allowTrailing, "Accept bytes behind the last message");
+  declareRun(table, options);
+  AMFWireLimits& limits = options.wire.limits;
+  table.limit("--max-packet-bytes", limits.maxPacketBytes,
+              "Bytes of a file, and of the packet in it");
+  table.limit("--max-depth", limits.maxDepth, "Objects and arrays inside one another");
+  table.limit("--max-output-bytes", options.maxOutputBytes, "The text made of one file");
+  table.files(options.files, "Packets to read; - or none: standard input");
+}
+
+const char* extensionOf(const Options&) {
+  return ".json";
+}
+
+}  // namespace
+
+Command exportCommand() {
+  Command command{"export",
+                  "Turns published AMF into JSON that loses nothing",
+                  kDetails,
+                  {{"amf2json export packet.amf", "a packet as JSON"},
+                   {"amf2json export packet.amf | amf2json import -o copy.amf", "and back"},
+                   {"amf2json export --lines --from hex <capture.txt", "a packet a line"}},
+                  declare,
+                  exportFile,
+                  extensionOf};
+  command.shared = shared;
+  command.worksOnLines = worksOnLines;
+  command.answer = answer;
+  return command;
+}

@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Tested by tests/tool_bytes_test.cpp.
+#include "tool/commands/identify_command.h"
+
+#include "tool/commands/shared_options.h"
+#include "tool/input/identify.h"
+#include "tool/input/input.h"
+#include "tool/text/json_line.h"
+#include "tool/text/printable.h"
+
+namespace {
+
+constexpr const char* kDetails =
+    "A line for each file, and the command that shows what is in it, where there is one:\n"
+    "\n"
+    "  FILE: gzip > AMF packet: version 3, 0 headers, 1 message, 54 bytes\n"
+    "  next: amf2json decode --unwrap FILE\n"
+    "\n"
+    "Known are packets, whole, refused or with bytes after them; single values; shared objects and "
+    "script\n"
+    "data of FLV files; all of them in hexadecimal or base64 text, gzip, zlib or an HTTP message; "
+    "bytes\n"
+    "that a text decoder has changed; HTML, XML and JSON. A packet or value is called one when all "
+    "of it\n"
+    "can be read. The command shows all of it, or says how many bytes it does not show.\n"
+    "\n"
+    "With --format json each file is a line with one JSON object, a file that cannot be read too. "
+    "Its\n"
+    "fields are in docs/json.md.\n";
+
+Identity identifyFile(const std::string& file, const Options& options) {
+  return identify(readInput(file, options.limits.maxPacketBytes), options.limits);
+}
+
+FileResult inText(const std::string& file, const Options& options) {
+  const Identity identity = identifyFile(file, options);
+  FileResult result;
+  result.answer = identity.isKnown ? kDone : kNo;
+  result.text = printable(file) + ": " + identity.verdict + '\n';
+  const std::string command = commandFor(identity, file);
+  if (!command.empty()) result.text += "next: " + command + '\n';
+  return result;
+}
+
+void fill(nlohmann::ordered_json& line, const Identity& identity, const std::string& file) {
+  line["kind"] = identity.kind;
+  line["verdict"] = identity.verdict;
+  line["wrappers"] = identity.wrappers;
+  const std::string command = commandFor(identity, file);
+  if (!command.empty()) line["next"] = command;
+}
+
+FileResult inJSON(const std::string& file, const Options& options) {
+  FileResult result;
+  nlohmann::ordered_json line = {{"file", file},        {"kind", nullptr}, {"verdict", nullptr},
+                                 {"wrappers", nullptr}, {"next", nullptr}, {"message", nullptr}};
+  try {
+    const Identity identity = identifyFile(file, options);
+    result.answer = identity.isKnown ? kDone : kNo;
+    fill(line, identity, file);
+  } catch (const Problem& problem) {
+    line["message"] = problem.message;
+    result.problems.push_back(problem);
+  }
+  line["exit_code"] = static_cast<int>(exitCodeOf(result));
+  result.text = jsonLine(line);
+  return result;
+}
+
+FileResult answer(const std::string& file, const Options& options) {
+  return options.format == ReportFormat::json ? inJSON(file, options) : inText(file, options);
+}
+
+void declare(OptionTable& table, Options& options) {
+  declareFormat(table, options);
+}
+
+}  // namespace
+
+Command identifyCommand() {
+  return {"identify",
+          "Tells what files are, and how to go on with them",
+          kDetails,
+          {{"amf2json identify capture.bin", "what it is, and the command to run next"},
+           {"amf2json identify *", "a line or two for each file"},
+           {"amf2json identify --format json *", "a line of JSON for each file"}},
+          declare,
+          answer};
+}

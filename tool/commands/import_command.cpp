@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Tested by tests/tool_export_test.cpp.
+#include "tool/commands/import_command.h"
+
+#include "tool/commands/shared_options.h"
+#include "tool/commands/wire_problem.h"
+#include "tool/input/input.h"
+#include "tool/text/line_text.h"
+
+namespace {
+
+constexpr const char* kDetails =
+    "Writes the bytes that a document of export stands for. What was changed in the document is\n"
+    "written as it now stands; all else comes back byte for byte.\n"
+    "\n"
+    "An error is told as FILE:LINE:COLUMN: MESSAGE (PATH). With --error-format json the object "
+    "also\n"
+    "has path, line and column.\n"
+    "\n"
+    "Packets are binary: they are not written to a terminal unless --force is given. With --to "
+    "base64\n"
+    "or --to hex they are written as text. With --lines as well, each line of the input is one\n"
+    "document, and is answered with one line, as export --lines does.\n";
+
+AMFWireImportOptions importOptions(const Options& options) {
+  return {options.wire.limits, options.wire.externalClasses};
+}
+
+FileResult importFile(const std::string& file, const Options& options) {
+  const std::string text = readInput(file, options.wire.limits.maxTextBytes, "--max-text-bytes");
+  FileResult result;
+  const AMFWireResult done =
+      amfWireImport(text.data(), text.size(), result.text, importOptions(options));
+  if (!done.ok()) {
+    Problem problem = importProblem(done, options);
+    problem.file = file;
+    throw problem;
+  }
+  result.isBytes = true;
+  if (options.wire.packets != TextForm::binary) {
+    result.text = toLine(result.text, options.wire.packets) + '\n';
+  }
+  return result;
+}
+
+FileResult answer(std::string_view line, const Options& options) {
+  FileResult result;
+  std::string bytes;
+  const AMFWireResult done = amfWireImport(line.data(), line.size(), bytes, importOptions(options));
+  if (done.ok()) {
+    result.text = toLine(bytes, options.wire.packets);
+    return result;
+  }
+  const Problem problem = importProblem(done, options);
+  result.text = errorLine(problem);
+  result.problems.push_back(problem);
+  return result;
+}
+
+bool worksOnLines(const Options& options) {
+  if (options.wire.lines && options.wire.packets == TextForm::binary) {
+    throw Problem{kUsage, "usage", "--lines: needs --to base64 or --to hex"};
+  }
+  return options.wire.lines;
+}
+
+bool writesBytes(const Options& options) {
+  return options.wire.packets == TextForm::binary;
+}
+
+void declare(OptionTable& table, Options& options) {
+  table.choice("--to", "FORM", options.wire.packets, "How packets are written",
+               {{"binary", "as they are"},
+                {"base64", "in base64, one line each"},
+                {"hex", "in hexadecimal, one line each"}});
+  table.flag("--lines", options.wire.lines, "One document a line");
+  declareExternal(table, options);
+  declareOutput(table, options);
+}
+
+void shared(OptionTable& table, Options& options) {
+  declareRun(table, options);
+  AMFWireLimits& limits = options.wire.limits;
+  table.limit("--max-packet-bytes", limits.maxPacketBytes, "The packet made of one file");
+  table.limit("--max-depth", limits.maxDepth, "Objects and arrays inside one another");
+  table.limit("--max-text-bytes", limits.maxTextBytes, "Bytes of a file");
+  table.files(options.files, "Documents to read; - or none: standard input");
+}
+
+const char* extensionOf(const Options& options) {
+  return options.wire.packets == TextForm::binary ? ".amf" : ".txt";
+}
+
+}  // namespace
+
+Command importCommand() {
+  Command command{
+      "import",
+      "Turns JSON of export into the bytes it stands for",
+      kDetails,
+      {{"amf2json export packet.amf | amf2json import --to hex", "the bytes as text"},
+       {"amf2json export packet.amf | amf2json import -o new.amf", "to a file"},
+       {"amf2json export --lines *.amf | amf2json import --lines --to base64", "a packet a line"}},
+      declare,
+      importFile,
+      extensionOf};
+  command.ending = ".json";
+  command.shared = shared;
+  command.worksOnLines = worksOnLines;
+  command.answer = answer;
+  command.writesBytes = writesBytes;
+  return command;
+}

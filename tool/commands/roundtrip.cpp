@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tool/commands/roundtrip.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "tool/commands/field_map.h"
+#include "tool/commands/shared_options.h"
+#include "tool/input/packet.h"
+#include "tool/port/own_stack.h"
+#include "tool/text/hex.h"
+#include "tool/text/printable.h"
+
+namespace {
+
+constexpr const char* kDetails =
+    "One line for each file that can be decoded and encoded again:\n"
+    "\n"
+    "  FILE: equal\n"
+    "  FILE: differs at byte OFFSET: XX read, YY written: FIELD in SECTION (REASON)\n"
+    "\n"
+    "Only the first difference is shown. A REASON says that this field is meant to be written in "
+    "one\n"
+    "way only; a difference without a reason should not happen.\n";
+
+// The byte at `offset`, or that there is none.
+std::string byteAt(std::string_view bytes, std::size_t offset) {
+  return offset < bytes.size() ? hexByte(bytes[offset]) : "nothing";
+}
+
+// What the refused package's encoding got to shows in how many bytes were written before it.
+Problem cannotEncode(const AMFProtocol& protocol, const char* message) {
+  std::size_t written = 0;
+  for (const AMFOutputChunks::Chunk& chunk : protocol.outputChunks) written += chunk.length;
+  Problem problem{kCannotEncode, "cannot encode",
+                  std::string("cannot be written again: ") + message};
+  problem.offset = written;
+  return problem;
+}
+
+std::string_view encode(AMFProtocol& protocol) {
+  try {
+    protocol.compile(protocol.package);
+  } catch (const AMFException& e) {
+    throw cannotEncode(protocol, e.message);
+  }
+  return {protocol.resultBuffer, protocol.getResultLength()};
+}
+
+std::string difference(std::string_view read, std::string_view written, std::size_t offset,
+                       std::size_t place) {
+  const Field field = fieldAt(read.data(), read.size(), offset);
+  std::string text = "differs at byte " + std::to_string(place) + ": " + byteAt(read, offset) +
+                     " read, " + byteAt(written, offset) + " written: " + field.name;
+  if (field.reason != nullptr) text += std::string(" (") + field.reason + ")";
+  return text;
+}
+
+FileResult compare(const Packet& packet, const Options& options) {
+  AMFProtocol protocol;
+  decodePacket(protocol, packet, options.limits);
+  const std::string_view written = encode(protocol);
+  const std::string_view whole = packet.bytes;
+  const std::string_view read =
+      options.allowTrailing ? whole.substr(0, packet.checked.consumed) : whole;
+  const auto common = static_cast<std::ptrdiff_t>(std::min(read.size(), written.size()));
+  const auto offset = static_cast<std::size_t>(
+      std::mismatch(read.begin(), read.begin() + common, written.begin()).first - read.begin());
+  const bool isEqual = offset == read.size() && offset == written.size();
+  FileResult result;
+  result.answer = isEqual ? kDone : kNo;
+  result.text = printable(packet.file) + ": " +
+                (isEqual ? "equal" : difference(read, written, offset, packet.place(offset))) +
+                "\n";
+  return result;
+}
+
+FileResult roundtrip(const std::string& file, const Options& options) {
+  const Packet packet = readPacket(file, options);
+  FileResult result;
+  runWithLevels(packet.checked.depth, [&] { result = compare(packet, options); });
+  return result;
+}
+
+void declare(OptionTable& table, Options& options) {
+  declareForm(table, options);
+}
+
+}  // namespace
+
+Command roundtripCommand() {
+  return {"roundtrip",
+          "Encodes packets again and compares the bytes",
+          kDetails,
+          {{"amf2json roundtrip packet.amf", "the first byte that is written otherwise"},
+           {"amf2json roundtrip *.amf", "a line for each file; the worst exit code"},
+           {"amf2json roundtrip --max-depth 200 packet.amf", "a limit raised"}},
+          declare,
+          roundtrip};
+}

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Tested by tests/tool_export_test.cpp.
+#include "tool/commands/wire_problem.h"
+
+#include "tool/text/hex.h"
+
+namespace {
+
+// Counts sections up to where reading stops.
+class SectionFinder : public AMFWireSink {
+ public:
+  void beginDocument(const AMFWireDocument& document) override {
+    form = document.form;
+    headersLeft = form == AMFWireForm::packet ? document.headerCount : 0;
+    isHeader = headersLeft > 0;
+  }
+  void beginMessages(std::uint32_t declaredCount) override {
+    messagesLeft = declaredCount;
+    isHeader = false;
+    number = 0;
+  }
+  void endSection() override {
+    ++number;
+    std::uint32_t& left = isHeader ? headersLeft : messagesLeft;
+    if (left > 0) --left;
+  }
+
+  // "header 0", "message 2", "envelope"; empty where there are no sections to count.
+  std::string name() const {
+    if (form == AMFWireForm::flv) return "script tag " + std::to_string(number);
+    if (form != AMFWireForm::packet) return "";
+    if ((isHeader ? headersLeft : messagesLeft) == 0) return "envelope";
+    return (isHeader ? "header " : "message ") + std::to_string(number);
+  }
+
+ private:
+  AMFWireForm form = AMFWireForm::packet;
+  std::uint32_t headersLeft = 0;
+  std::uint32_t messagesLeft = 0;
+  std::uint32_t number = 0;
+  bool isHeader = false;
+};
+
+std::string overLimit(AMFWireStatus status, const char* option, std::uint64_t limit) {
+  return std::string(describe(status)) + ": more than " + option + " " + std::to_string(limit);
+}
+
+}  // namespace
+
+ExitCode exitCodeOf(AMFWireStatus status) {
+  switch (status) {
+    case AMFWireStatus::ok: return kDone;
+    case AMFWireStatus::truncated: return kTruncated;
+    case AMFWireStatus::packetLimit:
+    case AMFWireStatus::depthLimit:
+    case AMFWireStatus::textLimit:
+    case AMFWireStatus::flagLimit: return kOverLimit;
+    case AMFWireStatus::misuse: return kBug;
+    default: return kMalformed;
+  }
+}
+
+std::string messageOf(const AMFWireResult& result, const Options& options) {
+  const AMFWireLimits& limits = options.wire.limits;
+  switch (result.status) {
+    case AMFWireStatus::packetLimit:
+      return overLimit(result.status, "--max-packet-bytes", limits.maxPacketBytes);
+    case AMFWireStatus::depthLimit: return overLimit(result.status, "--max-depth", limits.maxDepth);
+    case AMFWireStatus::textLimit:
+      return overLimit(result.status, "--max-output-bytes", options.maxOutputBytes);
+    default: return result.message;
+  }
+}
+
+Problem exportProblem(const AMFWireResult& result, std::string_view bytes,
+                      const AMFWireReadOptions& read, const Options& options) {
+  Problem problem{exitCodeOf(result.status), describe(result.status), messageOf(result, options)};
+  problem.offset = result.offset;
+  problem.bytes = hexAround(bytes, result.offset);
+  if (result.status == AMFWireStatus::unknownExternal) {
+    problem.hint =
+        "--external CLASS=VALUES reads it as so many values, --salvage keeps the raw bytes";
+  }
+  if (result.status == AMFWireStatus::textLimit) return problem;
+  SectionFinder finder;
+  amfWireRead(bytes.data(), bytes.size(), finder, read);
+  problem.section = finder.name();
+  return problem;
+}
+
+Problem importProblem(const AMFWireResult& result, const Options& options) {
+  Problem problem{exitCodeOf(result.status), describe(result.status), messageOf(result, options)};
+  if (result.line != 0) problem.text = TextPlace{result.path, result.line, result.column};
+  return problem;
+}

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Tested by tests/unwrap_test.cpp.
+#include "tool/input/base64_text.h"
+
+#include <algorithm>
+
+#include "tool/input/wrapper_problem.h"
+
+namespace {
+
+constexpr std::string_view kBlanks = " \t\r\n";
+
+// -1: no digit.
+int valueOf(char digit) {
+  constexpr std::string_view kAlphabet =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  if (digit == '-') return 62;
+  if (digit == '_') return 63;
+  const std::size_t value = kAlphabet.find(digit);
+  return value == std::string_view::npos ? -1 : static_cast<int>(value);
+}
+
+// Where the text behind "data:TYPE;base64," begins; 0 if it is no data URI.
+std::size_t behindDataURI(std::string_view text) {
+  constexpr std::string_view kMark = ";base64,";
+  if (text.substr(0, 5) != "data:") return 0;
+  const std::size_t mark = text.find(kMark);
+  return mark == std::string_view::npos ? 0 : mark + kMark.size();
+}
+
+// Where the text stops being base64; its end if it is.
+struct Decoded {
+  std::string bytes;
+  std::size_t stop;
+};
+
+Decoded decode(std::string_view text, std::size_t at) {
+  Decoded decoded{{}, 0};
+  unsigned bits = 0;
+  std::size_t digits = 0, padding = 0;
+  for (; at < text.size(); ++at) {
+    if (kBlanks.find(text[at]) != std::string_view::npos) continue;
+    const int value = valueOf(text[at]);
+    if (text[at] == '=') {
+      if (++padding > 2) break;
+      continue;
+    }
+    if (value < 0 || padding > 0) break;
+    bits = bits << 6 | static_cast<unsigned>(value);
+    if (digits++ % 4 != 0) decoded.bytes += static_cast<char>(bits >> (6 - 2 * ((digits - 1) % 4)));
+  }
+  const bool isWhole = digits % 4 != 1 && (padding == 0 || (digits + padding) % 4 == 0);
+  decoded.stop = isWhole || at < text.size() ? at : text.size() - 1;
+  return decoded;
+}
+
+}  // namespace
+
+std::optional<std::string> fromBase64Text(std::string_view text, std::size_t most) {
+  const std::size_t begin = behindDataURI(text);
+  Decoded decoded = decode(text, begin);
+  if (decoded.stop < text.size()) {
+    if (begin == 0) return std::nullopt;
+    throw brokenWrapper("base64 text: broken", decoded.stop);
+  }
+  if (decoded.bytes.size() > most) throw unwrappedTooLarge("base64 text", most, begin);
+  if (decoded.bytes.empty()) return std::nullopt;
+  return std::move(decoded.bytes);
+}

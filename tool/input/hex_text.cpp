@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Tested by tests/unwrap_test.cpp.
+#include "tool/input/hex_text.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "tool/input/wrapper_problem.h"
+
+namespace {
+
+constexpr std::string_view kBlanks = " \t\r\n";
+constexpr std::string_view kDigits = "0123456789ABCDEFabcdef";
+constexpr const char* kWhat = "hexadecimal text";
+
+unsigned digitValue(char digit) {
+  const auto index = static_cast<unsigned>(kDigits.find(digit));
+  return index < 16 ? index : index - 6;
+}
+
+// What a line of columns consists of: "00000010: 2f31 ...", "00000010  2f 31 ...".
+struct Columns {
+  std::size_t offset;
+  std::string_view data;
+};
+
+class HexText {
+ public:
+  HexText(std::string_view source, std::size_t mostBytes) : text(source), most(mostBytes) {}
+
+  std::optional<std::string> bytes() {
+    const std::size_t brace = text.find('{');
+    if (text.find("0x") != std::string_view::npos) return array(brace);
+    for (std::size_t at = 0; at < text.size();) {
+      const std::size_t end = std::min(text.find('\n', at), text.size());
+      if (!line(text.substr(at, end - at))) return std::nullopt;
+      at = end + 1;
+    }
+    return found.empty() ? std::nullopt : std::optional<std::string>(std::move(found));
+  }
+
+ private:
+  bool line(std::string_view one) {
+    if (hasColumns && one.substr(0, one.find_last_not_of(kBlanks) + 1) == "*") {
+      return isRepeated = true;
+    }
+    if (const auto columns = columnsOf(one)) {
+      hasColumns = true;
+      if (columns->offset != found.size()) repeat(columns->offset, one);
+      lastRow = found.size();
+      return digits(columns->data);
+    }
+    return digits(one.substr(0, one.find('#')));
+  }
+
+  // Rows that were the same as the one before are left out, with a "*" in their place.
+  void repeat(std::size_t offset, std::string_view one) {
+    const std::string row = found.substr(lastRow);
+    if (!isRepeated || row.empty() || offset < found.size()) {
+      throw brokenWrapper(std::string(kWhat) + ": the offset in front of the line is not " +
+                              std::to_string(found.size()),
+                          placeOf(one));
+    }
+    if (offset > most) throw unwrappedTooLarge(kWhat, most, placeOf(one));
+    while (found.size() < offset) found += row.substr(0, offset - found.size());
+    isRepeated = false;
+  }
+
+  // An offset of four digits or more with a colon or two blanks behind it; only the offset at the
+  // end.
+  std::optional<Columns> columnsOf(std::string_view one) const {
+    const std::size_t length = std::min(one.find_first_not_of(kDigits), one.size());
+    if (length < 4 || length > 16) return std::nullopt;
+    std::string_view rest = one.substr(length);
+    const bool hasColon = !rest.empty() && rest[0] == ':';
+    if (hasColon) {
+      rest = rest.substr(1);
+      rest = rest.substr(std::min(rest.find_first_not_of(' '), rest.size()));
+      rest = rest.substr(0, rest.find("  "));  // characters follow
+    } else if (rest.substr(0, 2) == "  ") {
+      rest = rest.substr(std::min(rest.find_first_not_of(' '), rest.size()));
+      rest = rest.substr(0, std::min(rest.find('|'), rest.find("   ")));
+    } else if (!hasColumns || rest.find_first_not_of(kBlanks) != std::string_view::npos) {
+      return std::nullopt;
+    }
+    std::uint64_t offset = 0;
+    for (const char digit : one.substr(0, length)) offset = offset << 4 | digitValue(digit);
+    return Columns{static_cast<std::size_t>(offset), rest};
+  }
+
+  // Pairs of digits, blanks between them. False: something else stands there.
+  bool digits(std::string_view some) {
+    for (std::size_t at = some.find_first_not_of(kBlanks); at != std::string_view::npos;) {
+      const std::size_t end = std::min(some.find_first_of(kBlanks, at), some.size());
+      if (!word(some.substr(at, end - at))) return false;
+      at = some.find_first_not_of(kBlanks, end);
+    }
+    return true;
+  }
+
+  bool word(std::string_view pairs) {
+    const std::size_t stranger = pairs.find_first_not_of(kDigits);
+    if (stranger != std::string_view::npos) {
+      if (!hasColumns) return false;
+      throw brokenWrapper(std::string(kWhat) + ": not a digit", placeOf(pairs) + stranger);
+    }
+    if (pairs.size() % 2 != 0) {
+      if (text.find_first_not_of("0123456789ABCDEFabcdef \t\r\n") != std::string_view::npos &&
+          !hasColumns) {
+        return false;  // the word may well not be hexadecimal
+      }
+      throw brokenWrapper(std::string(kWhat) + ": an odd number of digits", placeOf(pairs));
+    }
+    if (pairs.size() / 2 > most - found.size())
+      throw unwrappedTooLarge(kWhat, most, placeOf(pairs));
+    for (std::size_t i = 0; i < pairs.size(); i += 2) append(pairs.substr(i, 2));
+    return true;
+  }
+
+  // 0x00, 0x03: inside of braces, if there are any.
+  std::optional<std::string> array(std::size_t brace) {
+    const std::size_t begin = brace == std::string_view::npos ? 0 : brace + 1;
+    const std::size_t end = brace == std::string_view::npos ? text.size() : text.find('}', begin);
+    if (end == std::string_view::npos) return std::nullopt;
+    constexpr std::string_view kSeparators = " \t\r\n,";
+    const std::string_view items = text.substr(begin, end - begin);
+    for (std::size_t at = items.find_first_not_of(kSeparators); at != std::string_view::npos;) {
+      const std::size_t stop = std::min(items.find_first_of(kSeparators, at), items.size());
+      const std::string_view item = items.substr(at, stop - at);
+      const bool isByte = item.size() >= 3 && item.size() <= 4 && item[0] == '0' &&
+                          item[1] == 'x' &&
+                          item.find_first_not_of(kDigits, 2) == std::string_view::npos;
+      if (!isByte) return std::nullopt;
+      if (found.size() == most) throw unwrappedTooLarge(kWhat, most, placeOf(item));
+      append(item.substr(2));
+      at = items.find_first_not_of(kSeparators, stop);
+    }
+    return found.empty() ? std::nullopt : std::optional<std::string>(std::move(found));
+  }
+
+  void append(std::string_view one) {
+    unsigned value = 0;
+    for (const char digit : one) value = value << 4 | digitValue(digit);
+    found += static_cast<char>(value);
+  }
+
+  std::size_t placeOf(std::string_view some) const {
+    return static_cast<std::size_t>(some.data() - text.data());
+  }
+
+  const std::string_view text;
+  const std::size_t most;
+  std::string found;
+  bool hasColumns = false;
+  bool isRepeated = false;
+  std::size_t lastRow = 0;  // where the bytes of the last line begin
+};
+
+}  // namespace
+
+std::optional<std::string> fromHexText(std::string_view text, std::size_t most) {
+  return HexText(text, most).bytes();
+}

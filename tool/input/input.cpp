@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tool/input/input.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include "tool/input/packet.h"
+#include "tool/port/descriptor.h"
+#include "tool/problem.h"
+
+namespace {
+
+constexpr std::size_t kBlock = 65536;
+
+// Begins with room for `first` bytes; more than `limit` are not read, but for the one that shows
+// it.
+std::string readAll(int descriptor, const std::string& file, std::size_t first, std::size_t limit,
+                    const char* option) {
+  const std::size_t most = limit < std::string().max_size() ? limit + 1 : limit;
+  std::string bytes(std::min(first, most), '\0');
+  for (std::size_t present = 0;;) {
+    if (present == bytes.size()) {
+      bytes.resize(present + std::min(std::max(kBlock, present), most - present));
+    }
+    const std::ptrdiff_t got = platform::read(descriptor, &bytes[present], bytes.size() - present);
+    if (got < 0 && errno != EINTR) throw fileProblem(file, "read");
+    present += static_cast<std::size_t>(std::max<std::ptrdiff_t>(got, 0));
+    if (present > limit) throw tooLarge(file, "", limit, option);
+    if (got != 0) continue;
+    bytes.resize(present);
+    return bytes;
+  }
+}
+
+std::string readOpen(int descriptor, const std::string& file, std::size_t limit,
+                     const char* option) {
+  const platform::Status status = platform::statusOf(descriptor);
+  if (!status.isRegular || status.size == 0)
+    return readAll(descriptor, file, kBlock, limit, option);
+  if (status.size > limit) throw tooLarge(file, std::to_string(status.size), limit, option);
+  // The byte more shows the end.
+  return readAll(descriptor, file, static_cast<std::size_t>(status.size) + 1, limit, option);
+}
+
+}  // namespace
+
+std::string readInput(const std::string& file, std::size_t limit, const char* option) {
+  if (file == "-") return readOpen(platform::kInput, file, limit, option);
+  const Descriptor in(platform::openToRead(file));
+  if (in.number < 0) throw fileProblem(file, "read");
+  return readOpen(in.number, file, limit, option);
+}

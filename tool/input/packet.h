@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// One packet, from the file to the tree, past the check of untrusted bytes. A value without a
+// packet is put into an envelope first; problems tell offsets of the file, or of what was unwrapped
+// from it.
+#ifndef AMF2JSON_TOOL_INPUT_PACKET_H
+#define AMF2JSON_TOOL_INPUT_PACKET_H
+
+#include <AMFGuard.h>
+
+#include <AMF2JSON>
+#include <string>
+#include <vector>
+
+#include "tool/command.h"
+#include "tool/options.h"
+#include "tool/problem.h"
+
+struct Packet {
+  std::string file;
+  std::string bytes;
+  AMFVerifyResult checked;  // counts in `bytes`
+  Form form = Form::packet;
+  std::size_t skipped = 0;                 // bytes that were left out in front
+  std::string inside = {};                 // ", in what gzip holds"; empty: nothing was unwrapped
+  std::vector<const char*> wrappers = {};  // that were taken off
+  std::vector<Problem> leftOvers = {};     // warnings: what followed the wrappers
+
+  // Where the byte at `offset` of `bytes` stands for whoever has the file.
+  std::size_t place(std::size_t offset) const;
+  // `bytes` without the envelope that was made for a value.
+  std::string_view own() const { return std::string_view(bytes).substr(envelopeOf(form).size()); }
+};
+
+// Reads and checks; a packet that is refused comes back like any other. Throws Problem when it
+// cannot be read or is too large.
+Packet readPacket(const std::string& file, const Options& options);
+
+// The problem of a packet that was refused.
+Problem refusalOf(const Packet& packet, const AMFVerifyLimits& limits);
+
+// The tree, owned by `protocol`: a fresh object for each packet. Throws refusalOf. The one place
+// where bytes meet the readers, which believe every length: nothing gets there unchecked.
+void decodePacket(AMFProtocol& protocol, const Packet& packet, const AMFVerifyLimits& limits);
+
+// Adds a warning to the result of a sound packet for bytes that follow its last message or the
+// wrapper it came in, unless they are allowed.
+void tellLeftOver(FileResult& result, const Packet& packet, const Options& options);
+// Adds why a packet is refused, or what is left over behind a sound one.
+void tellVerdict(FileResult& result, const Packet& packet, const Options& options);
+
+// "header 0", "message 2", "envelope"; "AMF0 value", "AMF3 value".
+std::string sectionName(const Packet& packet);
+
+// Above the limit of `option`, --max-packet-bytes or another; `size` is empty where it is not
+// known.
+Problem tooLarge(const std::string& file, const std::string& size, std::size_t limit,
+                 const char* option);
+
+#endif  // AMF2JSON_TOOL_INPUT_PACKET_H

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What becomes of the results: texts go to a stream or to files, problems are told. Texts for a
+// stream are joined as long as nothing has to be told between them; files in a folder are written
+// by the threads that made their texts.
+#ifndef AMF2JSON_TOOL_OUTPUT_DELIVERY_H
+#define AMF2JSON_TOOL_OUTPUT_DELIVERY_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "tool/command.h"
+#include "tool/options.h"
+#include "tool/output/destination.h"
+#include "tool/output/output.h"
+#include "tool/output/progress.h"
+#include "tool/output/report.h"
+#include "tool/output/terminal.h"
+#include "tool/port/gate.h"
+#include "tool/port/platform.h"
+
+// How files in a folder are called, as in Command.
+struct ResultNames {
+  const char* extension = "";
+  const char* ending = nullptr;
+};
+
+class Delivery {
+ public:
+  // Throws Problem where an output would destroy what it must not,
+  // and where the output folder cannot be made: nothing was written then.
+  Delivery(const Options& chosen, const ResultNames& resultNames);
+
+  // For results that are no texts. Throws Problem.
+  void refuseTerminal() const;
+
+  // What can be done before the result's turn comes. On any thread, several at once.
+  void prepare(const std::string& file, FileResult& result);
+  // The result for a file, or the problem that stood in its way. Throws ClosedPipe, and Problem
+  // when a stream cannot be written. Here and below, on one thread.
+  void take(const std::string& file, const FileResult& result,
+            const std::optional<Problem>& problem);
+  // Writes what was joined. Throws as take.
+  void flush();
+
+  ExitCode worstSoFar() const { return worst; }
+
+ private:
+  bool isFolder() const { return destination.kind() == Destination::Kind::folder; }
+  void tell(Problem problem, const std::string& file);
+  Pour pourOf(const FileResult& result) const;
+  void write(const FileResult& result);
+  void join(std::string_view piece);
+
+  const Options& options;
+  const ResultNames names;
+  Destination destination;
+  const TextStyle textStyle;
+  const ReportStyle reportStyle;
+  Progress progress;
+  std::string joined;  // texts for a stream
+  Gate writing;        // files, where a signal must find none half-written
+  std::optional<platform::SignalsAtGate> signals;
+  ExitCode worst = kDone;
+};
+
+#endif  // AMF2JSON_TOOL_OUTPUT_DELIVERY_H

@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Tested by tests/tool_files_test.cpp.
+#include "tool/output/output_check.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+#include "tool/port/descriptor.h"
+#include "tool/port/platform.h"
+#include "tool/problem.h"
+
+namespace {
+
+using platform::FileIdentity;
+using platform::Status;
+
+// The regular files that are read, and how they were named.
+using Inputs = std::map<FileIdentity, std::string>;
+
+Inputs inputsOf(const Options& options) {
+  Inputs inputs;
+  for (const std::string& file : options.files) {
+    const Status status =
+        file == "-" ? platform::statusOf(platform::kInput) : platform::statusOf(file);
+    if (status.isRegular) inputs.emplace(status.identity, file);
+  }
+  return inputs;
+}
+
+void refuseInput(const Status& status, const std::string& target, const Inputs& inputs) {
+  if (!status.isRegular) return;
+  const auto input = inputs.find(status.identity);
+  if (input == inputs.end()) return;
+  throw Problem{kUsage, "usage", "-o: " + target + " would overwrite the input " + input->second};
+}
+
+Problem sameFile(const std::string& one, const std::string& other) {
+  return {kUsage, "usage", "-o: " + one + " and " + other + " would be written to the same file"};
+}
+
+void refuseSameNames(const std::vector<std::string>& results, const Options& options) {
+  std::map<std::string, std::size_t> first;
+  for (std::size_t i = 0; i < results.size(); ++i) {
+    const auto [known, isNew] = first.emplace(results[i], i);
+    if (!isNew) throw sameFile(options.files[known->second], options.files[i]);
+  }
+}
+
+// Without --force whatever has the name is in the way; with it, all but a regular file.
+void refuseExisting(const Status& status, const std::string& target, bool force) {
+  if (!status.exists) return;
+  if (!force) throw notReplaced(target, "the file exists; --force replaces it");
+  if (!status.isRegular) throw notReplaced(target, "not a regular file");
+}
+
+void refuseExistingResults(const std::string& folder, const std::vector<std::string>& results,
+                           const Options& options) {
+  const Inputs inputs = inputsOf(options);
+  std::map<FileIdentity, std::size_t> first;
+  for (std::size_t i = 0; i < results.size(); ++i) {
+    const std::string target = folder + '/' + results[i];
+    const Status status = platform::statusOfLink(target);
+    if (!status.exists) continue;
+    refuseInput(platform::statusOf(target), target, inputs);
+    refuseExisting(status, target, options.force);
+    const auto [known, isNew] = first.emplace(status.identity, i);
+    if (!isNew) throw sameFile(options.files[known->second], options.files[i]);
+  }
+}
+
+// ---- Names that a file system may hold for one
+
+bool isASCII(const std::string& name) {
+  return std::all_of(name.begin(), name.end(), [](char c) { return (c & 0x80) == 0; });
+}
+
+std::string inLowerCase(std::string name) {
+  for (char& c : name) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
+  return name;
+}
+
+// Whether some of these differ only in ways that some file systems ignore: the case, and whatever
+// may be the case or the spelling of other characters.
+bool areAlike(const std::vector<std::string>& names) {
+  std::set<std::string> lower;
+  for (const std::string& name : names) {
+    if (!isASCII(name) || !lower.insert(inLowerCase(name)).second) return true;
+  }
+  return false;
+}
+
+// Empty files in a folder of their own: removed at the end of the scope.
+class Trial {
+ public:
+  explicit Trial(const std::string& folder) {
+    if (!platform::makeUniqueFolder(folder, own)) throw fileProblem(folder, "write");
+  }
+  Trial(const Trial&) = delete;
+  Trial& operator=(const Trial&) = delete;
+  ~Trial() {
+    for (const std::string& file : made) platform::remove(file);
+    platform::removeFolder(own);
+  }
+  // False where another one has the name already.
+  bool add(const std::string& name) {
+    const std::string file = own + '/' + name;
+    const Descriptor opened(platform::openNew(file));
+    if (opened.number < 0) return !platform::statusOfLink(file).exists;
+    made.push_back(file);
+    return true;
+  }
+
+ private:
+  std::string own;
+  std::vector<std::string> made;
+};
+
+void refuseOneNameOfTwo(const std::string& folder, const std::vector<std::string>& results,
+                        const Options& options) {
+  if (!areAlike(results)) return;
+  Trial trial(folder);
+  for (std::size_t i = 0; i < results.size(); ++i) {
+    if (trial.add(results[i])) continue;
+    throw Problem{kUsage, "usage",
+                  "-o: to the file system of " + folder + ", the result of " + options.files[i] +
+                      " has the name of another one"};
+  }
+}
+
+}  // namespace
+
+void checkFile(const std::string& file, const Options& options) {
+  const Status status = platform::statusOf(file);
+  refuseInput(status, file, inputsOf(options));
+  if (status.exists && !options.force && platform::isReadOnly(file, status)) {
+    throw notReplaced(file, "the file is read-only; --force replaces it");
+  }
+}
+
+void checkFolder(const std::string& folder, const std::vector<std::string>& results,
+                 const Options& options) {
+  refuseSameNames(results, options);
+  refuseExistingResults(folder, results, options);
+  if (!platform::makeFolder(folder)) throw fileProblem(folder, "write");
+  refuseOneNameOfTwo(folder, results, options);
+}

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Tested by tests/tool_hostile_test.cpp: trees of many levels, also under the sanitizers.
+#include "tool/port/own_stack.h"
+
+#include <exception>
+#include <limits>
+#include <string>
+#include <utility>
+
+#include "tool/port/platform.h"
+#include "tool/problem.h"
+
+namespace {
+
+// Measured for every form of nesting: at most 640 bytes a level optimised, 656 not optimised, 1872
+// under the sanitizers (all in the views). Twice the largest; the rest is for what does not
+// recurse.
+constexpr std::uint64_t kBytesPerLevel = 4096;
+constexpr std::uint64_t kBytesBeside = 256 * 1024;
+
+std::uint64_t stackBytes(std::uint32_t levels) {
+  return kBytesBeside + kBytesPerLevel * levels;
+}
+
+}  // namespace
+
+OwnStackThread::OwnStackThread(std::uint32_t levels, std::function<void()> wanted)
+    : work(std::move(wanted)) {
+  const std::uint64_t bytes = stackBytes(levels);
+  if (bytes > std::numeric_limits<std::size_t>::max()) return;
+  pthread_attr_t attributes;
+  if (pthread_attr_init(&attributes) != 0) return;
+  // The thread leaves Ctrl-C and the like to the main one, which may have reasons to let them wait.
+  const platform::SignalsWait signalsWait;
+  running = pthread_attr_setstacksize(&attributes, static_cast<std::size_t>(bytes)) == 0 &&
+            pthread_create(&thread, &attributes, enter, this) == 0;
+  pthread_attr_destroy(&attributes);
+}
+
+OwnStackThread::~OwnStackThread() {
+  if (running) pthread_join(thread, nullptr);
+}
+
+void* OwnStackThread::enter(void* self) {
+  static_cast<OwnStackThread*>(self)->work();
+  return nullptr;
+}
+
+void runWithLevels(std::uint32_t levels, const std::function<void()>& work) {
+  if (levels <= kWorkerLevels) return work();
+  std::exception_ptr thrown;
+  {
+    const OwnStackThread thread(levels, [&work, &thrown] {
+      try {
+        work();
+      } catch (...) {
+        thrown = std::current_exception();
+      }
+    });
+    if (!thread.isRunning()) {
+      throw Problem{kOutOfMemory, "out of memory",
+                    "no stack of " + std::to_string(stackBytes(levels)) + " bytes to be had for " +
+                        std::to_string(levels) + " objects and arrays inside one another"};
+    }
+  }
+  if (thrown) std::rethrow_exception(thrown);
+}

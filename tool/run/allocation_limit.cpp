@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The program's operator new. Tested by tests/tool_hostile_test.cpp.
+#include "tool/run/allocation_limit.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+thread_local std::size_t largest = SIZE_MAX;
+thread_local bool isMet = false;
+
+}  // namespace
+
+AllocationLimit::AllocationLimit(std::size_t most) {
+  isMet = false;
+  largest = most;
+}
+
+AllocationLimit::~AllocationLimit() {
+  largest = SIZE_MAX;
+}
+
+bool AllocationLimit::wasMet() const {
+  return isMet;
+}
+
+// All forms but those for types with an alignment of their own, which no text has.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  if (size <= largest) return std::malloc(size != 0 ? size : 1);
+  isMet = true;
+  return nullptr;
+}
+
+void* operator new(std::size_t size) {
+  if (void* const block = operator new(size, std::nothrow)) return block;
+  throw std::bad_alloc();  // nothing sets a handler
+}
+
+void* operator new[](std::size_t size) {
+  return operator new(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return operator new(size, std::nothrow);
+}
+
+void operator delete(void* block) noexcept {
+  std::free(block);
+}
+
+void operator delete[](void* block) noexcept {
+  std::free(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept {
+  std::free(block);
+}
+
+void operator delete[](void* block, std::size_t) noexcept {
+  std::free(block);
+}
+
+void operator delete(void* block, const std::nothrow_t&) noexcept {
+  std::free(block);
+}
+
+void operator delete[](void* block, const std::nothrow_t&) noexcept {
+  std::free(block);
+}

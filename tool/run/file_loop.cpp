@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tool/run/file_loop.h"
+
+#include <algorithm>
+#include <exception>
+#include <new>
+#include <optional>
+#include <thread>
+
+#include "tool/output/delivery.h"
+#include "tool/output/output_limit.h"
+#include "tool/run/ordered_work.h"
+
+namespace {
+
+// A result, or the problem that stood in its way.
+struct Finished {
+  FileResult result;
+  std::optional<Problem> problem;
+};
+
+// Problems without a file are about the one worked on. Nothing here takes memory that may be
+// missing.
+Finished workOn(const Command& command, const std::string& file, const Options& options,
+                Delivery& delivery) {
+  try {
+    Finished finished{command.work(file, options), std::nullopt};
+    if (!finished.result.isBytes && finished.result.text.size() > options.maxOutputBytes)
+      throw outputTooLarge(options.maxOutputBytes);
+    delivery.prepare(file, finished.result);
+    return finished;
+  } catch (const Problem& problem) {
+    return {{}, problem};
+  } catch (const std::bad_alloc&) {
+    return {{}, Problem{kOutOfMemory, "out of memory", "out of memory"}};
+  } catch (const AMFException& e) {
+    return {{}, Problem{kBug, "bug", e.message}};
+  } catch (const std::exception& e) {
+    return {{}, Problem{kBug, "bug", e.what()}};
+  }
+}
+
+std::size_t threadsFor(const Options& options) {
+  const std::size_t wanted = options.jobs != 0 ? options.jobs : std::thread::hardware_concurrency();
+  return std::clamp<std::size_t>(wanted, 1, options.files.size());
+}
+
+void refuseSecondStandardInput(const std::vector<std::string>& files) {
+  if (std::count(files.begin(), files.end(), "-") < 2) return;
+  throw Problem{kUsage, "usage", "standard input (-) can be read only once"};
+}
+
+}  // namespace
+
+ExitCode workOnFiles(const Command& command, const Options& options) {
+  const std::vector<std::string>& files = options.files;
+  refuseSecondStandardInput(files);
+  const bool hasOutput = command.extension != nullptr;
+  Delivery delivery(options, {hasOutput ? command.extension(options) : "", command.ending});
+  if (command.writesBytes != nullptr && command.writesBytes(options)) delivery.refuseTerminal();
+  OrderedWork<Finished> work(
+      files.size(), threadsFor(options),
+      [&](std::size_t i) { return workOn(command, files[i], options, delivery); },
+      [](const Finished& finished) { return finished.result.text.size(); });
+  std::size_t taken = 0;
+  work.takeAll(
+      [&](const Finished& finished) {
+        delivery.take(files[taken++], finished.result, finished.problem);
+      },
+      [&] { delivery.flush(); });
+  return delivery.worstSoFar();
+}

@@ -1,0 +1,243 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Tested by tests/tool_export_test.cpp.
+#include "tool/run/line_loop.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <memory>
+#include <new>
+#include <optional>
+#include <system_error>
+
+#include "tool/output/destination.h"
+#include "tool/output/output.h"
+#include "tool/output/output_check.h"
+#include "tool/output/report.h"
+#include "tool/output/terminal.h"
+#include "tool/port/descriptor.h"
+#include "tool/port/platform.h"
+#include "tool/text/line_text.h"
+#include "tool/text/words.h"
+
+namespace {
+
+constexpr std::size_t kBlock = 65536;
+
+// ---- Input
+
+// The lines of a descriptor. One of more than `most` bytes is handed over without its text.
+class Lines {
+ public:
+  Lines(int source, std::string sourceName, std::size_t limit)
+      : descriptor(source), name(std::move(sourceName)), most(limit) {}
+
+  using Take = std::function<void(std::string_view line, bool isTooLong)>;
+
+  // `wait` is called before each read, as it may have to wait.
+  void takeAll(const Take& take, const std::function<void()>& wait) {
+    do {
+      takeWhole(take);
+      wait();
+    } while (readMore());
+    if (isCut || !buffered.empty()) takeOne(take, buffered);
+  }
+
+ private:
+  void takeWhole(const Take& take) {
+    std::size_t begin = 0;
+    for (std::size_t end; (end = buffered.find('\n', std::max(begin, searched))) != buffered.npos;
+         begin = end + 1) {
+      takeOne(take, std::string_view(buffered).substr(begin, end - begin));
+    }
+    buffered.erase(0, begin);
+    if (buffered.size() > most) {
+      isCut = true;
+      std::string().swap(buffered);
+    }
+    searched = buffered.size();
+  }
+
+  void takeOne(const Take& take, std::string_view line) {
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    const bool isTooLong = isCut || line.size() > most;
+    isCut = false;
+    take(isTooLong ? std::string_view() : line, isTooLong);
+  }
+
+  bool readMore() {
+    const std::size_t present = buffered.size();
+    buffered.resize(present + kBlock);
+    std::ptrdiff_t got = -1;
+    do {
+      got = platform::read(descriptor, &buffered[present], kBlock);
+    } while (got < 0 && errno == EINTR);
+    buffered.resize(present + static_cast<std::size_t>(std::max<std::ptrdiff_t>(got, 0)));
+    if (got < 0) throw fileProblem(name, "read");
+    return got > 0;
+  }
+
+  const int descriptor;
+  const std::string name;
+  const std::size_t most;
+  std::string buffered;
+  std::size_t searched = 0;  // of it, without a line feed
+  bool isCut = false;        // the beginning of the line was dropped
+};
+
+// ---- Answers
+
+FileResult tooLong(std::size_t most) {
+  Problem problem{kOverLimit, "line limit",
+                  "line limit: more than " + words(most, "byte") + " in one line"};
+  problem.offset = most;
+  FileResult result;
+  result.text = errorLine(problem);
+  result.problems.push_back(problem);
+  return result;
+}
+
+FileResult answerTo(const Command& command, std::string_view line, const Options& options) try {
+  return command.answer(line, options);
+} catch (const std::bad_alloc&) {
+  const Problem problem{kOutOfMemory, "out of memory", "out of memory"};
+  FileResult result;
+  result.text = errorLine(problem);
+  result.problems.push_back(problem);
+  return result;
+}
+
+// How many lines had which problems. Each is told once, at the end: the answers have the rest.
+class Summary {
+ public:
+  void add(const FileResult& result) {
+    ++lines;
+    for (const Problem& problem : result.problems) {
+      Row& row = rows[problem.status];
+      ++row.count;
+      row.exitCode = std::max(row.exitCode, problem.exitCode);
+      row.isWarning = problem.isWarning;
+    }
+  }
+  ExitCode tell(const std::string& file, const ReportStyle& style) const {
+    ExitCode worst = kDone;
+    for (const auto& [status, row] : rows) {
+      Problem problem{row.exitCode, status,
+                      words(row.count, "line") + " of " + std::to_string(lines) + ": " + status};
+      problem.isWarning = row.isWarning;
+      problem.file = file;
+      report(problem, style);
+      worst = std::max(worst, row.exitCode);
+    }
+    return worst;
+  }
+
+ private:
+  struct Row {
+    std::uint64_t count = 0;
+    ExitCode exitCode = kDone;
+    bool isWarning = false;
+  };
+  std::map<std::string, Row> rows;  // by status
+  std::uint64_t lines = 0;
+};
+
+// The longest line that can stand for something within the limits.
+std::size_t longestLine(const Options& options) {
+  const AMFWireLimits& limits = options.wire.limits;
+  return std::max(limits.maxTextBytes, limits.maxPacketBytes > std::string().max_size() / 4
+                                           ? std::string().max_size() / 2
+                                           : 2 * limits.maxPacketBytes);
+}
+
+Summary answerAll(const Command& command, const Options& options, const Sink& sink) {
+  const std::string& file = options.files.front();
+  const Descriptor opened(file == "-" ? -1 : platform::openToRead(file));
+  if (file != "-" && opened.number < 0) throw fileProblem(file, "read");
+  const std::size_t most = longestLine(options);
+  Lines lines(file == "-" ? platform::kInput : opened.number, file, most);
+  Summary summary;
+  std::string answers;
+  const auto flush = [&] {
+    if (!answers.empty()) sink(answers);
+    answers.clear();
+  };
+  lines.takeAll(
+      [&](std::string_view line, bool isTooLong) {
+        const FileResult result = isTooLong ? tooLong(most) : answerTo(command, line, options);
+        summary.add(result);
+        answers.append(result.text).append(1, '\n');
+        if (answers.size() > kBlock) flush();
+      },
+      flush);
+  flush();
+  return summary;
+}
+
+// ---- Output
+
+// A file that has no name and goes with the program: answers wait there for the end of the input,
+// so that an output file is whole, and nothing remains where the program is ended before.
+class Waiting {
+ public:
+  Waiting() : file(std::tmpfile(), std::fclose) {
+    if (file == nullptr) throw fileProblem("a temporary file", "write");
+  }
+  void put(std::string_view piece) {
+    if (std::fwrite(piece.data(), 1, piece.size(), file.get()) == piece.size()) return;
+    throw fileProblem("a temporary file", "write");
+  }
+  void pour(const Sink& sink) {
+    if (std::fflush(file.get()) != 0) throw fileProblem("a temporary file", "write");
+    std::rewind(file.get());
+    std::string block(kBlock, '\0');
+    for (std::size_t got; (got = std::fread(&block[0], 1, kBlock, file.get())) > 0;) {
+      sink(std::string_view(block).substr(0, got));
+    }
+    if (std::ferror(file.get()) != 0) throw fileProblem("a temporary file", "read");
+  }
+
+ private:
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> file;
+};
+
+Summary toFile(const Command& command, const Options& options, const std::string& path) {
+  checkFile(path, options);
+  Waiting waiting;
+  const Summary summary =
+      answerAll(command, options, [&](std::string_view piece) { waiting.put(piece); });
+  Gate writing;
+  const platform::SignalsAtGate signals(writing);
+  writeFile(
+      path, [&](const Sink& sink) { waiting.pour(sink); }, Existing::replace, writing);
+  return summary;
+}
+
+Summary toStream(const Command& command, const Options& options, Destination& destination) {
+  const TextStyle style = textStyle(options, destination);
+  return answerAll(command, options, [&](std::string_view piece) {
+    if (!style.printable) return destination.write(piece);
+    FileResult answers;
+    answers.text = piece;
+    dress(answers, {true, false}, [&](std::string_view part) { destination.write(part); });
+  });
+}
+
+}  // namespace
+
+ExitCode workOnLines(const Command& command, const Options& options) {
+  if (options.files.size() > 1) {
+    throw Problem{kUsage, "usage", "lines are read from one file, or from standard input"};
+  }
+  Destination destination(options);
+  if (destination.kind() == Destination::Kind::folder) {
+    throw Problem{kUsage, "usage", "-o: lines are written to a file, not to a folder"};
+  }
+  const Summary summary = destination.kind() == Destination::Kind::file
+                              ? toFile(command, options, destination.path())
+                              : toStream(command, options, destination);
+  return summary.tell(options.files.front(), reportStyle(options));
+}

@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Many pieces of work on several threads, with the results taken in order. Tested by
+// tests/ordered_work_test.cpp.
+#ifndef AMF2JSON_TOOL_RUN_ORDERED_WORK_H
+#define AMF2JSON_TOOL_RUN_ORDERED_WORK_H
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "tool/port/own_stack.h"
+#include "tool/problem.h"
+
+// Makes the results of 0 to `count` - 1 and takes them in that order, on the calling thread. A
+// bounded number of results waits, and of large ones fewer. `make` runs on threads with stack for
+// kWorkerLevels and must not throw; what `take` throws ends everything.
+template <class Result>
+class OrderedWork {
+ public:
+  using Maker = std::function<Result(std::size_t)>;
+  using Sizer = std::function<std::size_t(const Result&)>;  // bytes of one that waits
+
+  OrderedWork(std::size_t pieces, std::size_t threads, Maker maker, Sizer sizer)
+      : count(pieces),
+        make(std::move(maker)),
+        sizeOf(std::move(sizer)),
+        waiting(threads * kWaitingMost) {
+    workers.reserve(threads);
+    while (workers.size() < threads && addWorker()) {
+    }
+    if (workers.empty()) throw Problem{kOutOfMemory, "out of memory", "no thread to be had"};
+  }
+  OrderedWork(const OrderedWork&) = delete;
+  OrderedWork& operator=(const OrderedWork&) = delete;
+  ~OrderedWork() {
+    {
+      const std::lock_guard<std::mutex> lock(mutex);
+      next = count;
+    }
+    roomThere.notify_all();
+  }
+
+  // `rest` is called behind each batch of results, and again and again while there are none.
+  void takeAll(const std::function<void(Result)>& take, const std::function<void()>& rest) {
+    for (std::size_t done = 0; done < count; rest()) {
+      std::vector<Result> batch = takeReady();
+      done += batch.size();
+      for (Result& result : batch) take(std::move(result));
+    }
+  }
+
+ private:
+  // False where there is none to be had: fewer will do.
+  bool addWorker() try {
+    auto worker = std::make_unique<OwnStackThread>(kWorkerLevels, [this] { work(); });
+    if (!worker->isRunning()) return false;
+    workers.push_back(std::move(worker));
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+
+  std::optional<Result>& placeOf(std::size_t i) { return waiting[i % waiting.size()]; }
+
+  // The one that is to be taken next is always made.
+  bool hasRoom() const {
+    return next == taken || (next < taken + waiting.size() && waitingBytes < kWaitingBytes);
+  }
+  bool isBatch() const {
+    return ready == count || ready - taken >= kBatch ||
+           (ready > taken && waitingBytes >= kWaitingBytes);
+  }
+
+  void work() {
+    std::unique_lock<std::mutex> lock(mutex);
+    for (;;) {
+      roomThere.wait(lock, [this] { return next >= count || hasRoom(); });
+      if (next >= count) return;
+      const std::size_t i = next++;
+      lock.unlock();
+      Result result = make(i);
+      const std::size_t size = sizeOf(result);
+      lock.lock();
+      placeOf(i) = std::move(result);
+      waitingBytes += size;
+      while (ready < taken + waiting.size() && placeOf(ready)) ++ready;
+      if (isBatch()) resultThere.notify_one();
+    }
+  }
+
+  // Small results come in batches, as waking up costs as much as making some.
+  std::vector<Result> takeReady() {
+    std::vector<Result> batch;
+    std::unique_lock<std::mutex> lock(mutex);
+    resultThere.wait_for(lock, kPatience, [this] { return isBatch(); });
+    batch.reserve(ready - taken);
+    for (; taken < ready; ++taken) {
+      waitingBytes -= sizeOf(*placeOf(taken));
+      batch.push_back(std::move(*placeOf(taken)));
+      placeOf(taken).reset();
+    }
+    roomThere.notify_all();
+    return batch;
+  }
+
+  static constexpr std::size_t kWaitingMost = 256;  // for each thread
+  static constexpr std::size_t kWaitingBytes = std::size_t{1} << 26;
+  static constexpr std::size_t kBatch = 64;
+  static constexpr std::chrono::milliseconds kPatience{2};
+
+  const std::size_t count;
+  const Maker make;
+  const Sizer sizeOf;
+  std::mutex mutex;       // guards the next five
+  std::size_t next = 0;   // to be made
+  std::size_t ready = 0;  // all before it are made
+  std::size_t taken = 0;  // all before it are taken
+  std::size_t waitingBytes = 0;
+  std::vector<std::optional<Result>> waiting;
+  std::condition_variable roomThere;
+  std::condition_variable resultThere;
+  std::vector<std::unique_ptr<OwnStackThread>> workers;  // joined first
+};
+
+#endif  // AMF2JSON_TOOL_RUN_ORDERED_WORK_H

@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Tested by tests/tool_export_test.cpp.
+#include "tool/text/line_text.h"
+
+#include <array>
+#include <cstdint>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+using Digits = std::array<std::int8_t, 256>;  // -1: no digit
+
+constexpr std::string_view kBase64 =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr std::string_view kHex = "0123456789abcdef";
+
+Digits digitsOf(std::string_view alphabet, std::string_view others, std::size_t othersFirst) {
+  Digits digits;
+  digits.fill(-1);
+  for (std::size_t i = 0; i < alphabet.size(); ++i)
+    digits[static_cast<unsigned char>(alphabet[i])] = static_cast<std::int8_t>(i);
+  for (std::size_t i = 0; i < others.size(); ++i)
+    digits[static_cast<unsigned char>(others[i])] = static_cast<std::int8_t>(othersFirst + i);
+  return digits;
+}
+
+const Digits kFromBase64 = digitsOf(kBase64, "-_", 62);
+const Digits kFromHex = digitsOf(kHex, "ABCDEF", 10);
+
+unsigned digitAt(const Digits& digits, std::string_view line, std::size_t at) {
+  return static_cast<unsigned>(digits[static_cast<unsigned char>(line[at])]);
+}
+
+// Where `line` stops being digits; its length where it does not.
+std::size_t firstOther(const Digits& digits, std::string_view line) {
+  std::size_t at = 0;
+  while (at < line.size() && digits[static_cast<unsigned char>(line[at])] >= 0) ++at;
+  return at;
+}
+
+// Without the padding, whose length must fit if there is any.
+std::string_view withoutPadding(std::string_view line) {
+  if (line.size() % 4 != 0) return line;
+  for (int i = 0; i < 2 && !line.empty() && line.back() == '='; ++i) line.remove_suffix(1);
+  return line;
+}
+
+Problem brokenLine(const char* form, std::size_t at) {
+  Problem problem{
+      kMalformed, "malformed line",
+      std::string("the line is not ") + form + " at character " + std::to_string(at + 1)};
+  problem.offset = at;
+  return problem;
+}
+
+std::optional<Problem> fromBase64(std::string_view line, std::string& bytes) {
+  const std::string_view digits = withoutPadding(line);
+  const std::size_t end = firstOther(kFromBase64, digits);
+  if (end < digits.size() || digits.size() % 4 == 1) return brokenLine("base64", end);
+  bytes.resize(digits.size() * 3 / 4);
+  std::size_t at = 0;
+  std::uint32_t bits = 0;
+  for (std::size_t i = 0; i < digits.size(); ++i) {
+    bits = bits << 6 | digitAt(kFromBase64, digits, i);
+    if (i % 4 != 0) bytes[at++] = static_cast<char>(bits >> (6 - 2 * (i % 4)) & 0xFFu);
+  }
+  return std::nullopt;
+}
+
+std::optional<Problem> fromHex(std::string_view line, std::string& bytes) {
+  const std::size_t end = firstOther(kFromHex, line);
+  if (end < line.size() || line.size() % 2 != 0) return brokenLine("hexadecimal", end);
+  bytes.resize(line.size() / 2);
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    bytes[i] =
+        static_cast<char>(digitAt(kFromHex, line, 2 * i) << 4 | digitAt(kFromHex, line, 2 * i + 1));
+  }
+  return std::nullopt;
+}
+
+unsigned byteAt(std::string_view bytes, std::size_t at) {
+  return at < bytes.size() ? static_cast<unsigned char>(bytes[at]) : 0u;
+}
+
+std::string toBase64(std::string_view bytes) {
+  std::string line((bytes.size() + 2) / 3 * 4, '=');
+  std::size_t at = 0;
+  for (std::size_t i = 0; i < bytes.size(); i += 3) {
+    const unsigned bits = byteAt(bytes, i) << 16 | byteAt(bytes, i + 1) << 8 | byteAt(bytes, i + 2);
+    const std::size_t digits = i + 3 <= bytes.size() ? 4 : bytes.size() - i + 1;
+    for (std::size_t j = 0; j < digits; ++j) line[at + j] = kBase64[bits >> (18 - 6 * j) & 63u];
+    at += 4;
+  }
+  return line;
+}
+
+std::string toHex(std::string_view bytes) {
+  std::string line;
+  line.reserve(2 * bytes.size());
+  for (const char byte : bytes) {
+    line += kHex[static_cast<unsigned char>(byte) >> 4];
+    line += kHex[static_cast<unsigned char>(byte) & 15u];
+  }
+  return line;
+}
+
+}  // namespace
+
+std::optional<Problem> fromLine(std::string_view line, TextForm form, std::string& bytes) {
+  return form == TextForm::hex ? fromHex(line, bytes) : fromBase64(line, bytes);
+}
+
+std::string toLine(std::string_view bytes, TextForm form) {
+  return form == TextForm::hex ? toHex(bytes) : toBase64(bytes);
+}
+
+std::string errorLine(const Problem& problem) {
+  nlohmann::ordered_json line;
+  line["error"] = problem.message;
+  if (problem.offset) line["offset"] = *problem.offset;
+  if (problem.text) {
+    line["path"] = problem.text->path;
+    line["line"] = problem.text->line;
+    line["column"] = problem.text->column;
+  }
+  return line.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
+}

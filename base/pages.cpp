@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Aligned pages: mmap, or the aligned heap on Windows. Enter at takePages(). Tested by
-// tests/node_pool_test.cpp.
+// tests/memory/node_pool_test.cpp.
 #include "base/pages.h"
 
 #ifdef _WIN32

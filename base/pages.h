@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Memory straight from the system. Tested by tests/node_pool_test.cpp.
+// Memory straight from the system. Tested by tests/memory/node_pool_test.cpp.
 #pragma once
 
 #include <cstddef>

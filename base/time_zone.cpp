@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Calls for time zones that are not in C++17. Tested by tests/render_dates_test.cpp.
+// Calls for time zones that are not in C++17. Tested by tests/render/dates_test.cpp.
 #include "base/time_zone.h"
 
 #include <time.h>

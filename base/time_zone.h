@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Local time, as the process's time zone says. Tested by tests/render_dates_test.cpp.
+// Local time, as the process's time zone says. Tested by tests/render/dates_test.cpp.
 #pragma once
 
 #include <ctime>

@@ -2,7 +2,7 @@
 #
 # Release builds that make faults of memory harder to use: stack protector, checked calls of the C library, no lazy
 # binding, a position-independent program. Flags are set on this project's own targets alone, where compiler and linker
-# have them. Included once all targets are there. Tested by tests/hardening/run.
+# have them. Included once all targets are there. Tested by tests/packaging/hardening.
 option(AMF2JSON_HARDENING "Harden Release builds" ON)
 if(NOT AMF2JSON_HARDENING)
   return()

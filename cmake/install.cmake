@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # What `cmake --install` lays down: libraries, headers, the CMake package and the pkg-config file. Every path
-# inside is relative, so that an installed tree can be moved. tests/install checks that.
+# inside is relative, so that an installed tree can be moved. tests/packaging/install checks that.
 include(CMakePackageConfigHelpers)
 
 install(FILES include/AMF2JSON include/AMF2JSON.h include/AMFEdit.h include/AMFGuard.h

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Makes a tree free of references. Enter at clearReferences(). Tested by tests/edit_test.cpp.
+// Makes a tree free of references. Enter at clearReferences(). Tested by tests/edit/edit_test.cpp.
 #include "AMFEdit.h"
 
 // The class is asked for, not the kind: pairs, for one, may carry any kind code.

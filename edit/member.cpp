@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Finds a member of an object or array by its name. Enter at member(). Tested by
-// tests/edit_test.cpp.
+// tests/edit/edit_test.cpp.
 #include <algorithm>
 
 #include "AMFEdit.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Fills the length fields of a package. Enter at setTrueLengths(). Tested by tests/edit_test.cpp.
+// Fills the length fields of a package. Enter at setTrueLengths(). Tested by tests/edit/edit_test.cpp.
 #include <cstdint>
 #include <new>
 #include <vector>

@@ -2,7 +2,7 @@
 //
 // Property: the check and the readers say the same of every packet: finished, cut at this field
 // with so many bytes missing, or refused with that text; and the tree is as large as the check
-// said. The readers are those of tests/guard_diff.cpp, which know where the input ends.
+// said. The readers are those of tests/soak/guard_diff.cpp, which know where the input ends.
 #include <AMF2JSON.h>
 #include <AMFGuard.h>
 
@@ -17,7 +17,7 @@ namespace {
 using fuzz::require;
 using Status = AMFVerifyStatus;
 
-constexpr std::uint64_t kMostNodes = 3000;  // tests/guard_diff.cpp builds the large ones
+constexpr std::uint64_t kMostNodes = 3000;  // tests/soak/guard_diff.cpp builds the large ones
 constexpr std::uint32_t kMostDepth = 500;
 
 struct Read {

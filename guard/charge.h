@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // What a tree costs: the heap of each node, from the sizes of the real classes, and sums that stop
-// at their largest value instead of wrapping. Tested by tests/guard_memory_test.cpp.
+// at their largest value instead of wrapping. Tested by tests/guard/memory_test.cpp.
 #pragma once
 
 #include <cstdint>

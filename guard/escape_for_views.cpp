@@ -2,7 +2,7 @@
 //
 // Makes a tree harmless for the views: replaces what the views would copy into their texts and what
 // would not stay inside its quotes there (escape_text.h). Everything new is made before anything
-// old is touched. Tested by tests/guard_escape_test.cpp.
+// old is touched. Tested by tests/guard/escape_test.cpp.
 #include <cmath>
 #include <cstdint>
 #include <memory>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The two rules for texts: which characters become \uXXXX, and that bytes that are not UTF-8 become
-// U+FFFD. Enter at escapedText. Tested by tests/guard_escape_test.cpp.
+// U+FFFD. Enter at escapedText. Tested by tests/guard/escape_test.cpp.
 #include "guard/escape_text.h"
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // One text made harmless for the views, by one of two rules (AMFEscapeFor). Tested by
-// tests/guard_escape_test.cpp.
+// tests/guard/escape_test.cpp.
 #pragma once
 
 #include <string>

@@ -3,7 +3,7 @@
 // A growing table of plain entries that never moves them: the first few stand in the object itself,
 // the rest in segments of equal size. It thus needs no memory for small packets, and never two
 // copies of a large table. Memory that cannot be had is reported, not thrown. Tested by
-// tests/guard_memory_test.cpp.
+// tests/guard/memory_test.cpp.
 #pragma once
 
 #include <cstddef>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The bounded check as hosts call it. The walk itself is in walker.h and the files it names.
-// Tested by tests/guard_*_test.cpp and tests/guard_diff.cpp.
+// Tested by tests/guard/ and tests/soak/guard_diff.cpp.
 #include "AMFGuard.h"
 
 #include <limits>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The check that tells every field. The walk itself is that of verify.cpp.
-// Tested by tests/guard_visit_test.cpp.
+// Tested by tests/guard/visit_test.cpp.
 #include "AMFGuard.h"
 #include "guard/amf0_walk.h"
 #include "guard/amf3_walk.h"

@@ -4,7 +4,7 @@
 // limits are held against. No recursion: open objects and arrays stand on a stack of frames. Enter
 // at Walker::run() in packet_walk.h; the values are in amf0_walk.h and amf3_walk.h. This is a
 // reading of the format of its own, shared with the readers in nothing but the texts:
-// tests/guard_diff.cpp holds the two against each other.
+// tests/soak/guard_diff.cpp holds the two against each other.
 #pragma once
 
 #include <algorithm>

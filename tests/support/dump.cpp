@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The one-line tree dump of the tests. Enter at dump(). Tested by tests/model_test.cpp.
+// The one-line tree dump of the tests. Enter at dump(). Tested by tests/model/model_test.cpp.
 #include "support/dump.h"
 
 #include <AMF2JSON.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Packets of exactly a given depth, one shape for each way to get there. Used by
-// guard_limits_test.cpp and guard_cost_test.cpp.
+// guard/limits_test.cpp and guard/cost_test.cpp.
 #ifndef TESTS_SUPPORT_GUARD_SHAPES_H
 #define TESTS_SUPPORT_GUARD_SHAPES_H
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Pages of the manual: their blocks of code, the commands in them with what they print, and the
-// rows of their tables. Used by tool_docs_test.cpp and tool_cookbook_test.cpp.
+// rows of their tables. Used by tool/docs_test.cpp and tool/cookbook_test.cpp.
 #ifndef TESTS_SUPPORT_PAGE_H
 #define TESTS_SUPPORT_PAGE_H
 

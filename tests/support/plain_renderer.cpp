@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The plain renderer: one rule after the other, as slowly as they are told.
-// Enter at the views at the end. Tested, next to the library, by every tests/render_*_test.cpp.
+// Enter at the views at the end. Tested, next to the library, by every tests/render/.
 #include "support/plain_renderer.h"
 
 #include <cctype>

@@ -3,7 +3,7 @@
 // A second renderer for the tests: every rule written out step after step, with work strings, a
 // linked list and no thought of speed. The library's renderer must give the same bytes and leave
 // the same public state. Enter at the four views, as with AMFProtocol. Compared by
-// tests/render_plain_test.cpp.
+// tests/render/plain_test.cpp.
 #ifndef TESTS_SUPPORT_PLAIN_RENDERER_H
 #define TESTS_SUPPORT_PLAIN_RENDERER_H
 

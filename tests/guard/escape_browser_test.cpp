@@ -206,7 +206,7 @@ std::string pageOf(const Kind& kind, const std::string& encoding, AMFEscapeFor e
     page = "<?xml version='1.0' encoding='" + encoding + "'?>" + page;
   if (!encoding.empty() && !kind.isXML) page += "<meta charset='" + encoding + "'>";
   if (encoding.empty() && !kind.isXML) page += "<body><p>" + hex(kJapanese) + "</p>\n";
-  page += std::string("<script ") + kind.loader + "='file://" AMF2JSON_VIEW_PAGE "'></script>\n";
+  page += std::string("<script ") + kind.loader + "='file://" AMF2JSON_SOURCES "/tests/guard/view_page.js'></script>\n";
   for (const Attack& attack : kAttacks) {
     if (escapeFor == AMFEscapeFor::script || isKnown(attack, kind.isXML))
       page += shown(attack, kind, escapeFor);

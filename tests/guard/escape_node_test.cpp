@@ -521,7 +521,7 @@ class EscapeNode : public testing::Test {
     for (int shape = 0; shape < kShapes; ++shape) addGenerated(records, shape);
     ASSERT_TRUE(records.close());
     std::string output;
-    const bool done = command("node '" AMF2JSON_RUN_VIEWS "' '" + path + "'", output);
+    const bool done = command("node '" AMF2JSON_SOURCES "/tests/guard/run_views.js' '" + path + "'", output);
     std::remove(path.c_str());
     ASSERT_TRUE(done);
     verdicts = parsed(output);

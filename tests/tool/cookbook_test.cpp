@@ -19,7 +19,7 @@ namespace {
 
 using namespace support;
 
-constexpr const char* kDocs = AMF2JSON_DOCS;
+constexpr const char* kDocs = AMF2JSON_SOURCES "/docs";
 // What the samples are, but for FLV, which is read only.
 constexpr const char* kPackets = "*.amf *.sol";
 
@@ -260,7 +260,7 @@ class Schema : public WirePage {
   std::vector<std::string> verdicts(const std::string& documents) {
     for (const char* const python : {"python3", "/usr/bin/python3"}) {
       const Outcome outcome =
-          runShell(std::string(python) + " " AMF2JSON_COOKBOOK "/check_schema.py " + kDocs +
+          runShell(std::string(python) + " " AMF2JSON_SOURCES "/tests/tool/check_schema.py " + kDocs +
                        "/wire-json.schema.json <stdin",
                    documents);
       if (outcome.status == 0) return linesOf(outcome.out);
@@ -303,7 +303,7 @@ TEST_F(Schema, AgreesWithImport) {
   std::vector<std::string> words;
   std::string documents;
   for (const std::string& line :
-       linesOf(readFile(AMF2JSON_COOKBOOK "/wire_documents.txt"))) {
+       linesOf(readFile(AMF2JSON_SOURCES "/tests/tool/wire_documents.txt"))) {
     words.push_back(line.substr(0, line.find(' ')));
     documents += line.substr(line.find(' ') + 1) + "\n";
   }

@@ -28,7 +28,7 @@ std::string spelledOut(const std::string& line) {
 }
 
 TEST_F(Docs, EveryConventionIsShownByItsCommand) {
-  const auto rows = rowsOf(readFile(AMF2JSON_DOCS "/program.md"), 4);
+  const auto rows = rowsOf(readFile(AMF2JSON_SOURCES "/docs/program.md"), 4);
   EXPECT_GE(rows.size(), 28u);
   const bool hasExport = run({"export", "-h"}).status == 0;
   for (const std::vector<std::string>& row : rows) {
@@ -49,7 +49,7 @@ TEST_F(Docs, EveryConventionIsShownByItsCommand) {
 
 TEST_F(Docs, ExitCodesAreThoseOfTheProgram) {
   std::string table;
-  for (const std::vector<std::string>& row : rowsOf(readFile(AMF2JSON_DOCS "/program.md"), 2)) {
+  for (const std::vector<std::string>& row : rowsOf(readFile(AMF2JSON_SOURCES "/docs/program.md"), 2)) {
     table += std::string(4 - row[0].size(), ' ') + row[0] + "  " + row[1] + "\n";
   }
   const std::string help = run({"--help"}).out;
@@ -59,7 +59,7 @@ TEST_F(Docs, ExitCodesAreThoseOfTheProgram) {
 
 // ---- docs/json.md
 
-constexpr const char* kJSONPage = AMF2JSON_DOCS "/json.md";
+constexpr const char* kJSONPage = AMF2JSON_SOURCES "/docs/json.md";
 
 // The bytes of a tree depend on the machine and the build.
 std::string withoutTreeBytes(std::string text) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // packet_files FOLDER WORKLOAD COUNT: the packet of a workload in so many files, for
-// script/many-files.
+// script/bench files.
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>

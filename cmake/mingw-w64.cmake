@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# Toolchain for Windows, 64 bits, with Debian's g++-mingw-w64-x86-64-posix. Used by script/build-windows.
+# Toolchain for Windows, 64 bits, with Debian's g++-mingw-w64-x86-64-posix. Used by script/package --windows.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)

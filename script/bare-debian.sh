@@ -1,10 +1,10 @@
 # shellcheck shell=bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# A minimal Debian system for tests that begin with nothing. Sourced behind common.sh; needs root. Takes its mirror and
+# A minimal Debian system for tests that begin with nothing. Sourced after common.sh; needs root. Takes its mirror and
 # release from this machine's own apt.
 
-# bare_debian PACKAGE...: in $root, with these packages; gone when the script ends.
+# bare_debian PACKAGE...: in $root, with these packages; removed when the script ends.
 bare_debian() {
   if [ "$(id -u)" != 0 ]; then
     printf '%s: needs root\n' "$0" >&2

@@ -16,6 +16,26 @@ skipped_lines=()
 
 say() { printf '\n== %s\n' "$*"; }
 
+# usage: prints the comment at the top of the script, which lists its words; exit code 2.
+usage() {
+  sed -n '4,/^set -/ { /^set -/d; s/^# \{0,1\}//; p; }' "$0" >&2
+  exit 2
+}
+
+# quiet COMMAND...: its output is shown only where it fails, and the script ends.
+quiet() {
+  local log
+  log=$(mktemp)
+  "$@" >"$log" 2>&1 || { tail -n 100 "$log" >&2; rm -f "$log"; exit 1; }
+  rm -f "$log"
+}
+
+# prepare PRESET TARGET...: configures and builds, quietly.
+prepare() {
+  quiet configure "$1"
+  quiet build "$@"
+}
+
 # configure PRESET [CMAKE_ARGUMENT...]: into its own tree below $build_root. Uses ccache where it is installed.
 configure() {
   local preset=$1 launcher=()

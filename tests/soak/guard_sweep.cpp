@@ -5,7 +5,7 @@
 // and one below; and what must make no difference.
 //
 //   guard_sweep [--whole] PACKET_OR_FOLDER...   prints what was tried; 1 at the first difference
-// Without --whole, a part that takes seconds. script/guard-sweep runs the whole.
+// Without --whole, a part that takes seconds. script/soak guard runs the whole.
 #include <AMF2JSON.h>
 #include <AMFGuard.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // packet_check FOLDER: holds every packet of a folder to its verdict in FOLDER/verdicts.tsv (file,
-// sha256, outcome, detail, offset). Used by script/check-packets.
+// sha256, outcome, detail, offset). Used by script/check packets.
 //
 // "valid" and "left-over" packets must be read up to `offset`, "refused" ones must be refused with
 // the text `detail` at `offset`, by the reader and by the check of untrusted bytes alike. "short"

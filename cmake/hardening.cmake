@@ -47,14 +47,14 @@ function(amf2json_harden targets variable flags)
   endforeach()
 endfunction()
 
-set(amf2json_compiled amf2json_core amf2json_bytes amf2json)
+set(amf2json_compiled amf2json_core amf2json_bytes amf2json_port amf2json)
 set(amf2json_linked AMF2JSON amf2json)
 amf2json_harden("${amf2json_compiled}" AMF2JSON_HAS_STACK_PROTECTOR "-fstack-protector-strong")
 # Against frames that reach beyond a guard page: the guard's tables. Elsewhere in the library the warning about large
 # frames keeps them small, and this would cost the views a few percent. For Windows, where all large frames are probed,
 # GCC 12 fails with this flag.
 if(NOT WIN32)
-  amf2json_harden("amf2json;amf2json_bytes" AMF2JSON_HAS_CLASH_PROTECTION "-fstack-clash-protection")
+  amf2json_harden("amf2json;amf2json_bytes;amf2json_port" AMF2JSON_HAS_CLASH_PROTECTION "-fstack-clash-protection")
 endif()
 if(AMF2JSON_HAS_CLASH_PROTECTION)
   set_property(SOURCE guard/verify.cpp guard/visit.cpp APPEND PROPERTY COMPILE_OPTIONS
@@ -67,6 +67,6 @@ endif()
 if(CMAKE_EXECUTABLE_FORMAT STREQUAL ELF)
   amf2json_harden("${amf2json_linked}" AMF2JSON_HAS_FULL_RELRO "-Wl,-z,relro -Wl,-z,now" LINK)
   amf2json_harden("${amf2json_linked}" AMF2JSON_HAS_NOEXECSTACK "-Wl,-z,noexecstack" LINK)
-  amf2json_harden("amf2json;amf2json_bytes" AMF2JSON_HAS_PIE "-fPIE")
+  amf2json_harden("amf2json;amf2json_bytes;amf2json_port" AMF2JSON_HAS_PIE "-fPIE")
   amf2json_harden("amf2json" AMF2JSON_HAS_PIE_LINK "-pie" LINK)
 endif()

@@ -5,7 +5,7 @@
 #include <cerrno>
 
 #include "tool/input/packet.h"
-#include "tool/port/descriptor.h"
+#include "tool/port/platform.h"
 #include "tool/problem.h"
 
 namespace {

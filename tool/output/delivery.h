@@ -17,7 +17,6 @@
 #include "tool/output/progress.h"
 #include "tool/output/report.h"
 #include "tool/output/terminal.h"
-#include "tool/port/gate.h"
 #include "tool/port/platform.h"
 
 // How files in a folder are called, as in Command.

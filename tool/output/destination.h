@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "tool/options.h"
-#include "tool/port/descriptor.h"
+#include "tool/port/platform.h"
 
 class Destination {
  public:

@@ -4,8 +4,9 @@
 #include "tool/output/output.h"
 
 #include <cerrno>
+#include <cstdio>
 
-#include "tool/port/descriptor.h"
+#include "tool/port/platform.h"
 #include "tool/problem.h"
 
 namespace {
@@ -18,7 +19,7 @@ struct Beside {
   Beside& operator=(const Beside&) = delete;
   ~Beside() {
     opened.close();
-    if (isThere) platform::remove(name);
+    if (isThere) std::remove(name.c_str());
   }
   std::string name;
   Descriptor opened;

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "tool/port/gate.h"
+#include "tool/port/platform.h"
 
 // Writes to a descriptor, at once. Throws ClosedPipe, and Problem (with `name`) when it cannot.
 void writeTo(int descriptor, std::string_view text, const std::string& name);

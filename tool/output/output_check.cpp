@@ -4,10 +4,10 @@
 #include "tool/output/output_check.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <map>
 #include <set>
 
-#include "tool/port/descriptor.h"
 #include "tool/port/platform.h"
 #include "tool/problem.h"
 
@@ -100,7 +100,7 @@ class Trial {
   Trial(const Trial&) = delete;
   Trial& operator=(const Trial&) = delete;
   ~Trial() {
-    for (const std::string& file : made) platform::remove(file);
+    for (const std::string& file : made) std::remove(file.c_str());
     platform::removeFolder(own);
   }
   // False where another one has the name already.

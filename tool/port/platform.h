@@ -1,15 +1,33 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // What the program needs of the system beyond ISO C++, but for threads with a stack of a given size
-// (own_stack.h). Failures leave their reason in errno.
+// (own_stack.h). posix.cpp or windows.cpp has it. Failures leave their reason in errno.
 #ifndef AMF2JSON_TOOL_PORT_PLATFORM_H
 #define AMF2JSON_TOOL_PORT_PLATFORM_H
 
 #include <cstddef>
 #include <memory>
+#include <mutex>
+#include <shared_mutex>
 #include <string>
 
-#include "tool/port/gate.h"
+// Work that several threads may do at once, until one wants to be sure that nobody is at it. Both
+// calls wait for their turn; it ends with what they return.
+class Gate {
+ public:
+  std::shared_lock<std::shared_mutex> enter() {
+    const std::lock_guard<std::mutex> turn(door);
+    return std::shared_lock<std::shared_mutex>(inside);
+  }
+  std::unique_lock<std::shared_mutex> enterAlone() {
+    const std::lock_guard<std::mutex> turn(door);
+    return std::unique_lock<std::shared_mutex>(inside);
+  }
+
+ private:
+  std::mutex door;  // so that who wants to be alone is not passed by others for ever
+  std::shared_mutex inside;
+};
 
 namespace platform {
 
@@ -79,6 +97,8 @@ Place placeOf(const std::string& name);
 
 // Where the last part of a path begins.
 std::size_t lastPartOf(const std::string& path);
+// Short, so that a name of any length that the system allows can have a file beside it.
+constexpr const char* kUniqueName = ".amf2json.XXXXXX";
 // A new file, and a new folder, in the same folder as `file`; `name` is set.
 int makeUniqueBeside(const std::string& file, std::string& name);
 bool makeUniqueFolder(const std::string& folder, std::string& name);
@@ -100,7 +120,6 @@ bool flush(int descriptor);
 bool rename(const std::string& from, const std::string& to);
 // Fails where the name is taken.
 bool renameNew(const std::string& from, const std::string& to);
-void remove(const std::string& file);
 
 // Ctrl-C and the like wait until the end of the scope.
 class SignalsWait {
@@ -132,5 +151,20 @@ class SignalsAtGate {
 };
 
 }  // namespace platform
+
+// An open file, closed at the end of its scope.
+struct Descriptor {
+  explicit Descriptor(int opened) : number(opened) {}
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor() { close(); }
+  // False where bytes written before got lost.
+  bool close() {
+    const int open = number;
+    number = -1;
+    return open < 0 || platform::close(open);
+  }
+  int number;
+};
 
 #endif  // AMF2JSON_TOOL_PORT_PLATFORM_H

@@ -18,7 +18,6 @@
 #include "tool/output/output_check.h"
 #include "tool/output/report.h"
 #include "tool/output/terminal.h"
-#include "tool/port/descriptor.h"
 #include "tool/port/platform.h"
 #include "tool/text/line_text.h"
 #include "tool/text/words.h"

@@ -1,23 +1,26 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Files by their names: what a name leads to, how a file is created and replaced. Tested by
-// tests/tool_files_test.cpp, on POSIX. script/build-windows builds the other half and runs it.
+// platform.h on POSIX systems: processes, descriptors, signals, files. Tested by
+// tests/tool_files_test.cpp. windows.cpp is the same for Windows.
+#include "tool/port/platform.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
+#include <system_error>
 
-#include "tool/port/platform.h"
+#include "tool/port/own_stack.h"
 #include "tool/problem.h"
 
-#ifdef _WIN32
-#include <direct.h>
-#include <io.h>
-#include <windows.h>
-#else
-#include <unistd.h>
+#ifdef __GLIBC__
+#include <malloc.h>
 #endif
 #ifdef __linux__
 #include <sys/syscall.h>
@@ -26,13 +29,142 @@
 
 namespace platform {
 
+// ---- The process, descriptors
+
 namespace {
 
-// Short, so that a name of any length that the system allows can have a file beside it.
-constexpr const char* kUniqueName = ".amf2json.XXXXXX";
+// A protocol object holds texts of megabytes, and each packet gets a fresh one: their memory stays
+// with the program, since having it from the system anew costs more than decoding most packets.
+void keepFreedMemory() {
+#ifdef __GLIBC__
+  constexpr int kMegabyte = 1 << 20;
+  ::mallopt(M_MMAP_THRESHOLD, 32 * kMegabyte);
+  ::mallopt(M_TRIM_THRESHOLD, 64 * kMegabyte);
+  ::mallopt(M_TOP_PAD, 4 * kMegabyte);
+#endif
+}
 
-template <class Stat>
-Status statusFrom(const Stat& found) {
+}  // namespace
+
+void start() {
+  keepFreedMemory();
+  // Numbers 0 to 2 are taken: no file that is opened later gets in the place of a closed one, where
+  // messages would be written into it. Reading from what was closed, and writing to it, still
+  // fails.
+  for (const int number : {kInput, kOutput, kErrors}) {
+    const int flags = number == kOutput ? O_RDONLY : O_WRONLY;
+    if (::fcntl(number, F_GETFD) < 0) ::open("/dev/null", flags);
+  }
+  std::signal(SIGPIPE, SIG_IGN);  // a closed pipe then shows as a failed write,
+  std::signal(SIGXFSZ, SIG_IGN);  // and so does a file that may not grow
+}
+
+void useUTC() {
+  ::setenv("TZ", "UTC0", 1);
+  ::tzset();
+}
+
+void endByClosedPipe(int status) {
+  std::signal(SIGPIPE, SIG_DFL);
+  std::raise(SIGPIPE);
+  std::_Exit(status);  // only where SIGPIPE is blocked
+}
+
+bool isTerminal(int descriptor) {
+  return ::isatty(descriptor) == 1;
+}
+bool isWritable(int descriptor) {
+  const int flags = ::fcntl(descriptor, F_GETFL);
+  return flags >= 0 && (flags & O_ACCMODE) != O_RDONLY;
+}
+
+int openToRead(const std::string& file) {
+  return ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+}
+int openToWrite(const std::string& file) {
+  return ::open(file.c_str(), O_WRONLY | O_APPEND | O_NOCTTY | O_CLOEXEC);
+}
+bool close(int descriptor) {
+  return ::close(descriptor) == 0;
+}
+
+std::ptrdiff_t read(int descriptor, char* bytes, std::size_t count) {
+  return ::read(descriptor, bytes, count);
+}
+std::ptrdiff_t write(int descriptor, const char* bytes, std::size_t count) {
+  return ::write(descriptor, bytes, count);
+}
+
+// ---- Signals
+
+namespace {
+
+sigset_t endingSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) sigaddset(&signals, number);
+  return signals;
+}
+
+// What the signal does by itself. It waits on the calling thread.
+void pass(int number) {
+  sigset_t one;
+  sigemptyset(&one);
+  sigaddset(&one, number);
+  pthread_kill(pthread_self(), number);
+  pthread_sigmask(SIG_UNBLOCK, &one, nullptr);
+  pthread_sigmask(SIG_BLOCK, &one, nullptr);
+}
+
+}  // namespace
+
+struct SignalsWait::Before {
+  sigset_t signals;
+};
+SignalsWait::SignalsWait() : before(new Before) {
+  const sigset_t waiting = endingSignals();
+  pthread_sigmask(SIG_BLOCK, &waiting, &before->signals);
+}
+SignalsWait::~SignalsWait() {
+  endOnThisThread();
+  delete before;
+}
+void SignalsWait::endOnThisThread() const {
+  pthread_sigmask(SIG_SETMASK, &before->signals, nullptr);
+}
+
+// A thread takes the signals; all others have them wait.
+struct SignalsAtGate::Watch {
+  explicit Watch(Gate& watched) : gate(watched), thread(0, [this] { run(); }) {
+    if (!thread.isRunning()) throw std::system_error(EAGAIN, std::generic_category());
+  }
+  ~Watch() {
+    isOver = true;
+    pthread_kill(thread.handle(), SIGTERM);  // seen before any that the process gets
+  }
+  void run() {
+    const sigset_t signals = endingSignals();
+    for (int number = 0; sigwait(&signals, &number) == 0 && !isOver;) {
+      const auto alone = gate.enterAlone();
+      pass(number);
+    }
+  }
+
+  const SignalsWait signalsWait;
+  Gate& gate;
+  std::atomic<bool> isOver{false};
+  const OwnStackThread thread;  // joined first
+};
+SignalsAtGate::SignalsAtGate(Gate& gate) : watch(std::make_unique<Watch>(gate)) {}
+SignalsAtGate::~SignalsAtGate() = default;
+
+// ---- Files
+
+namespace {
+
+constexpr int kMostLinks = 40;
+
+Status statusFrom(const struct stat& found) {
   Status status;
   status.exists = true;
   status.isRegular = S_ISREG(found.st_mode);
@@ -45,150 +177,6 @@ Status statusFrom(const Stat& found) {
   status.identity.file = static_cast<unsigned long long>(found.st_ino);
   return status;
 }
-
-std::string uniqueBeside(const std::string& file) {
-  return file.substr(0, lastPartOf(file)) + kUniqueName;
-}
-
-}  // namespace
-
-void remove(const std::string& file) {
-  std::remove(file.c_str());
-}
-
-#ifdef _WIN32
-
-namespace {
-
-// The number of a file on its volume, which stat does not tell.
-FileIdentity identityOf(HANDLE handle) {
-  BY_HANDLE_FILE_INFORMATION found{};
-  if (handle == INVALID_HANDLE_VALUE || GetFileInformationByHandle(handle, &found) == 0) return {};
-  return {found.dwVolumeSerialNumber,
-          static_cast<unsigned long long>(found.nFileIndexHigh) << 32 | found.nFileIndexLow};
-}
-
-// What strerror words of what Windows calls it.
-bool failed() {
-  switch (GetLastError()) {
-    case ERROR_ALREADY_EXISTS:
-    case ERROR_FILE_EXISTS: errno = EEXIST; break;
-    case ERROR_FILE_NOT_FOUND:
-    case ERROR_PATH_NOT_FOUND: errno = ENOENT; break;
-    default: errno = EACCES;
-  }
-  return false;
-}
-
-}  // namespace
-
-std::size_t lastPartOf(const std::string& path) {
-  return path.find_last_of("/\\:") + 1;  // 0 where there is none
-}
-
-bool isFolder(const std::string& path) {
-  const DWORD attributes = GetFileAttributesA(path.c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
-bool makeFolder(const std::string& path) {
-  if (isFolder(path) || ::_mkdir(path.c_str()) == 0) return true;
-  if (errno == EEXIST) errno = ENOTDIR;
-  return false;
-}
-
-Status statusOf(const std::string& file) {
-  struct _stat64 found {};
-  if (::_stat64(file.c_str(), &found) != 0) return {};
-  Status status = statusFrom(found);
-  const HANDLE handle =
-      CreateFileA(file.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                  OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
-  status.identity = identityOf(handle);
-  if (handle != INVALID_HANDLE_VALUE) CloseHandle(handle);
-  return status;
-}
-
-Status statusOf(int descriptor) {
-  struct _stat64 found {};
-  if (::_fstat64(descriptor, &found) != 0) return {};
-  Status status = statusFrom(found);
-  status.identity = identityOf(reinterpret_cast<HANDLE>(::_get_osfhandle(descriptor)));
-  return status;
-}
-
-Status statusOfLink(const std::string& file) {
-  Status status = statusOf(file);
-  const DWORD attributes = GetFileAttributesA(file.c_str());
-  if (attributes == INVALID_FILE_ATTRIBUTES) return status;
-  status.exists = true;  // also where a link leads nowhere
-  if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) status.isRegular = false;
-  return status;
-}
-
-Place placeOf(const std::string& name) {
-  Place place;
-  place.file = name;
-  return place;
-}
-
-// Two threads may get the same name before either has created its file: the second one tries again.
-int makeUniqueBeside(const std::string& file, std::string& name) {
-  for (;;) {
-    name = uniqueBeside(file);
-    if (::_mktemp_s(&name[0], name.size() + 1) != 0) return -1;
-    const int descriptor = openNew(name);
-    if (descriptor >= 0 || errno != EEXIST) return descriptor;
-  }
-}
-bool makeUniqueFolder(const std::string& folder, std::string& name) {
-  do {
-    name = folder + "\\" + kUniqueName;
-    if (::_mktemp_s(&name[0], name.size() + 1) != 0) return false;
-    if (::_mkdir(name.c_str()) == 0) return true;
-  } while (errno == EEXIST);
-  return false;
-}
-void removeFolder(const std::string& folder) {
-  ::_rmdir(folder.c_str());
-}
-int openNew(const std::string& file) {
-  return ::_open(file.c_str(), _O_RDWR | _O_CREAT | _O_EXCL | _O_BINARY, _S_IREAD | _S_IWRITE);
-}
-
-unsigned modeOfNewFile() {
-  return 0666;
-}
-bool setMode(int, unsigned) {
-  return true;
-}
-bool isReadOnly(const std::string& file, const Status&) {
-  return ::_access(file.c_str(), 2) != 0;
-}
-bool takeRights(int, const std::string&, const Status&) {
-  return true;  // they follow from the folder
-}
-bool flush(int descriptor) {
-  return ::_commit(descriptor) == 0;
-}
-bool rename(const std::string& from, const std::string& to) {
-  const DWORD attributes = GetFileAttributesA(to.c_str());
-  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
-    SetFileAttributesA(to.c_str(), attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
-  }
-  return MoveFileExA(from.c_str(), to.c_str(),
-                     MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0 ||
-         failed();
-}
-bool renameNew(const std::string& from, const std::string& to) {
-  return MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_WRITE_THROUGH) != 0 || failed();
-}
-
-#else
-
-namespace {
-
-constexpr int kMostLinks = 40;
 
 // Empty where there is no such folder.
 std::string realPathOf(const std::string& folder) {
@@ -277,7 +265,7 @@ Place placeOf(const std::string& name) {
 }
 
 int makeUniqueBeside(const std::string& file, std::string& name) {
-  name = uniqueBeside(file);
+  name = file.substr(0, lastPartOf(file)) + kUniqueName;
   return ::mkostemp(&name[0], O_CLOEXEC);
 }
 bool makeUniqueFolder(const std::string& folder, std::string& name) {
@@ -365,10 +353,8 @@ bool renameNew(const std::string& from, const std::string& to) {
   if (errno != EINVAL && errno != ENOSYS) return false;
 #endif
   if (::link(from.c_str(), to.c_str()) != 0) return false;
-  remove(from);
+  std::remove(from.c_str());
   return true;
 }
-
-#endif
 
 }  // namespace platform

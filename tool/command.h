@@ -4,6 +4,7 @@
 #ifndef AMF2JSON_TOOL_COMMAND_H
 #define AMF2JSON_TOOL_COMMAND_H
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,6 +21,13 @@ struct FileResult {
   ExitCode answer = kDone;        // kDone or kNo
   std::vector<Problem> problems;  // told behind the text
 };
+
+// The worst of the answer and the problems.
+inline ExitCode exitCodeOf(const FileResult& result) {
+  ExitCode worst = result.answer;
+  for (const Problem& problem : result.problems) worst = std::max(worst, problem.exitCode);
+  return worst;
+}
 
 struct Example {
   const char* line;  // as typed

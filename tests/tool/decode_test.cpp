@@ -2,10 +2,10 @@
 //
 // amf2json decode, from outside: views, escaping, what is not lost in silence.
 #include <gtest/gtest.h>
+#include <rapidjson/document.h>
 
 #include <AMF2JSON>
 #include <cstdlib>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -17,6 +17,12 @@ namespace {
 using namespace support;
 
 using Decode = ProgramTest;
+
+rapidjson::Document parsed(const std::string& text) {
+  rapidjson::Document document;
+  EXPECT_FALSE(document.Parse(text.c_str()).HasParseError()) << text;
+  return document;
+}
 
 struct DecodeCase {
   const char* name;
@@ -135,15 +141,15 @@ TEST_F(Decode, EscapesSoThatJSONParsersReadWhatThePacketSays) {
   for (const char* layout : {"--compact", "--local-time"}) {
     const Outcome shown = run({"decode", layout, "hostile.amf"});
     EXPECT_EQ(shown.status, 0);
-    const auto text = nlohmann::json::parse(shown.out);
-    std::vector<std::string> names;
-    std::vector<nlohmann::json> values;
-    for (const auto& property : text["content"][0]["value"]["properties"]) {
-      names.push_back(property["name"]);
-      values.push_back(property["value"]);
+    const rapidjson::Document text = parsed(shown.out);
+    std::vector<std::string> names, values;
+    for (const auto& property : text["content"][0]["value"]["properties"].GetArray()) {
+      const auto& value = property["value"];
+      names.push_back(property["name"].GetString());
+      values.push_back(value.IsNull() ? "null" : value.GetString());
     }
     EXPECT_EQ(names, (std::vector<std::string>{"\\\"", "\xE2\x80\xA8", "u", "c", "n"}));
-    EXPECT_EQ(values, (std::vector<nlohmann::json>{"x", "\\n", "\xEF\xBF\xBD(", "\x1B]", nullptr}));
+    EXPECT_EQ(values, (std::vector<std::string>{"x", "\\n", "\xEF\xBF\xBD(", "\x1B]", "null"}));
   }
 }
 
@@ -195,8 +201,7 @@ TEST_F(Decode, KeepsSoftBreaksForExactTextsAlone) {
   EXPECT_TRUE(has("--to js --compact --exact", ",\n"));
   const Outcome compact = run({"decode", "--compact", "long.amf"});
   EXPECT_EQ(compact.out.find('\n'), compact.out.size() - 1);
-  EXPECT_EQ(nlohmann::json::parse(compact.out),
-            nlohmann::json::parse(run({"decode", "long.amf"}).out));
+  EXPECT_TRUE(parsed(compact.out) == parsed(run({"decode", "long.amf"}).out));
 }
 
 TEST_F(Decode, KeepsTemporariesForExactTextsAlone) {

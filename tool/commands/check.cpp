@@ -43,42 +43,42 @@ FileResult inText(const Packet& packet, const Options& options) {
 }
 
 // Every field that there is, in order; a file that cannot be read has the first and the last ones.
-nlohmann::ordered_json emptyLine(const std::string& file) {
-  nlohmann::ordered_json line;
-  line["file"] = file;
+JsonLine emptyLine(const std::string& file) {
+  JsonLine line;
+  line.set("file", file);
   for (const char* const name :
        {"status", "message", "offset", "section", "wrappers", "bytes", "consumed", "left_over",
         "headers", "messages", "nodes", "depth", "tree_bytes", "lying_lengths", "exit_code"}) {
-    line[name] = nullptr;
+    line.set(name, nullptr);
   }
   return line;
 }
 
-void fillProblem(nlohmann::ordered_json& line, const Problem& problem) {
-  line["status"] = problem.status;
-  line["message"] = problem.message;
-  if (problem.offset) line["offset"] = *problem.offset;
-  if (!problem.section.empty()) line["section"] = problem.section;
+void fillProblem(JsonLine& line, const Problem& problem) {
+  line.set("status", problem.status);
+  line.set("message", problem.message);
+  if (problem.offset) line.set("offset", *problem.offset);
+  if (!problem.section.empty()) line.set("section", problem.section);
 }
 
-void fillFigures(nlohmann::ordered_json& line, const Packet& packet) {
+void fillFigures(JsonLine& line, const Packet& packet) {
   const AMFVerifyResult& checked = packet.checked;
-  line["status"] = describe(checked.status);
-  line["wrappers"] = packet.wrappers;
-  line["bytes"] = packet.own().size();
-  line["consumed"] = packet.place(checked.consumed) - packet.skipped;
-  line["left_over"] = packet.bytes.size() - checked.consumed;
-  line["headers"] = checked.headers;
-  line["messages"] = checked.messages;
-  line["nodes"] = checked.nodes;
-  line["depth"] = checked.depth;
-  line["tree_bytes"] = checked.treeBytes;
-  line["lying_lengths"] = checked.lengthMismatches;
+  line.set("status", describe(checked.status));
+  line.set("wrappers", packet.wrappers);
+  line.set("bytes", packet.own().size());
+  line.set("consumed", packet.place(checked.consumed) - packet.skipped);
+  line.set("left_over", packet.bytes.size() - checked.consumed);
+  line.set("headers", checked.headers);
+  line.set("messages", checked.messages);
+  line.set("nodes", checked.nodes);
+  line.set("depth", checked.depth);
+  line.set("tree_bytes", checked.treeBytes);
+  line.set("lying_lengths", checked.lengthMismatches);
 }
 
 FileResult inJSON(const std::string& file, const Options& options) {
   FileResult result;
-  nlohmann::ordered_json line = emptyLine(file);
+  JsonLine line = emptyLine(file);
   try {
     const Packet packet = readPacket(file, options);
     fillFigures(line, packet);
@@ -88,8 +88,8 @@ FileResult inJSON(const std::string& file, const Options& options) {
     result.problems.push_back(problem);
   }
   if (!result.problems.empty()) fillProblem(line, result.problems.front());
-  line["exit_code"] = static_cast<int>(exitCodeOf(result));
-  result.text = jsonLine(line);
+  line.set("exit_code", exitCodeOf(result));
+  result.text = line.text() + '\n';
   return result;
 }
 

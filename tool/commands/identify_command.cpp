@@ -43,28 +43,31 @@ FileResult inText(const std::string& file, const Options& options) {
   return result;
 }
 
-void fill(nlohmann::ordered_json& line, const Identity& identity, const std::string& file) {
-  line["kind"] = identity.kind;
-  line["verdict"] = identity.verdict;
-  line["wrappers"] = identity.wrappers;
+void fill(JsonLine& line, const Identity& identity, const std::string& file) {
+  line.set("kind", identity.kind);
+  line.set("verdict", identity.verdict);
+  line.set("wrappers", identity.wrappers);
   const std::string command = commandFor(identity, file);
-  if (!command.empty()) line["next"] = command;
+  if (!command.empty()) line.set("next", command);
 }
 
 FileResult inJSON(const std::string& file, const Options& options) {
   FileResult result;
-  nlohmann::ordered_json line = {{"file", file},        {"kind", nullptr}, {"verdict", nullptr},
-                                 {"wrappers", nullptr}, {"next", nullptr}, {"message", nullptr}};
+  JsonLine line;
+  line.set("file", file);
+  for (const char* const name : {"kind", "verdict", "wrappers", "next", "message"}) {
+    line.set(name, nullptr);
+  }
   try {
     const Identity identity = identifyFile(file, options);
     result.answer = identity.isKnown ? kDone : kNo;
     fill(line, identity, file);
   } catch (const Problem& problem) {
-    line["message"] = problem.message;
+    line.set("message", problem.message);
     result.problems.push_back(problem);
   }
-  line["exit_code"] = static_cast<int>(exitCodeOf(result));
-  result.text = jsonLine(line);
+  line.set("exit_code", exitCodeOf(result));
+  result.text = line.text() + '\n';
   return result;
 }
 

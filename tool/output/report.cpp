@@ -2,10 +2,11 @@
 #include "tool/output/report.h"
 
 #include <cstdio>
-#include <nlohmann/json.hpp>
 
 #include "tool/text/hex.h"
+#include "tool/text/json_line.h"
 #include "tool/text/printable.h"
+#include "tool/text/utf8.h"
 
 namespace {
 
@@ -46,36 +47,26 @@ std::string hexOf(const std::string& bytes) {
   return text;
 }
 
-bool isUTF8(const std::string& text) {
-  try {
-    static_cast<void>(nlohmann::json(text).dump());
-    return true;
-  } catch (const nlohmann::json::type_error&) {
-    return false;
-  }
-}
-
 // JSON texts are UTF-8, file names need not be: those are told in hexadecimal as well.
 std::string inJSON(const Problem& problem) {
-  nlohmann::ordered_json line;
-  line["file"] = nullptr;
-  if (!problem.file.empty()) line["file"] = problem.file;
-  if (!isUTF8(problem.file)) line["file_bytes"] = hexOf(problem.file);
-  line["offset"] = nullptr;
-  if (problem.offset) line["offset"] = *problem.offset;
-  line["section"] = nullptr;
-  if (!problem.section.empty()) line["section"] = problem.section;
+  JsonLine line;
+  line.set("file", nullptr);
+  if (!problem.file.empty()) line.set("file", problem.file);
+  if (!isUTF8(problem.file)) line.set("file_bytes", hexOf(problem.file));
+  line.set("offset", nullptr);
+  if (problem.offset) line.set("offset", *problem.offset);
+  line.set("section", nullptr);
+  if (!problem.section.empty()) line.set("section", problem.section);
   if (problem.text) {
-    line["path"] = problem.text->path;
-    line["line"] = problem.text->line;
-    line["column"] = problem.text->column;
+    line.set("path", problem.text->path);
+    line.set("line", problem.text->line);
+    line.set("column", problem.text->column);
   }
-  line["status"] = problem.status;
-  line["message"] = isUTF8(problem.message) ? problem.message : printable(problem.message);
-  if (!problem.hint.empty()) line["hint"] = problem.hint;
-  line["exit_code"] = static_cast<int>(problem.exitCode);
-  // ASCII only: no control character gets through, and no byte that is not UTF-8.
-  return line.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace) + "\n";
+  line.set("status", problem.status);
+  line.set("message", isUTF8(problem.message) ? problem.message : printable(problem.message));
+  if (!problem.hint.empty()) line.set("hint", problem.hint);
+  line.set("exit_code", problem.exitCode);
+  return line.text() + "\n";
 }
 
 }  // namespace

@@ -1,24 +1,33 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// One JSON value a line, for `check` and `identify`.
+// A JSON object on one line.
 #ifndef AMF2JSON_TOOL_TEXT_JSON_LINE_H
 #define AMF2JSON_TOOL_TEXT_JSON_LINE_H
 
-#include <algorithm>
-#include <nlohmann/json.hpp>
+#include <cstddef>
+#include <cstdint>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
-#include "tool/command.h"
+// Its members stand in the order in which their names were first set. ASCII only: control
+// characters and all that is not ASCII are escaped, bytes that are not UTF-8 become U+FFFD.
+class JsonLine {
+ public:
+  // Adds a member, or replaces its value.
+  void set(const char* name, std::nullptr_t);
+  void set(const char* name, std::uint64_t value);
+  void set(const char* name, std::string_view value);
+  void set(const char* name, const std::vector<const char*>& values);
 
-// ASCII only: no control character gets through, and no byte that is not UTF-8.
-inline std::string jsonLine(const nlohmann::ordered_json& value) {
-  return value.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace) + "\n";
-}
+  // The object, without a line end.
+  std::string text() const;
 
-inline ExitCode exitCodeOf(const FileResult& result) {
-  ExitCode worst = result.answer;
-  for (const Problem& problem : result.problems) worst = std::max(worst, problem.exitCode);
-  return worst;
-}
+ private:
+  void setValue(std::string_view name, std::string json);
+
+  std::vector<std::pair<std::string, std::string>> members;  // names and values, both as JSON
+};
 
 #endif  // AMF2JSON_TOOL_TEXT_JSON_LINE_H

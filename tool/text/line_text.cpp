@@ -5,7 +5,8 @@
 
 #include <array>
 #include <cstdint>
-#include <nlohmann/json.hpp>
+
+#include "tool/text/json_line.h"
 
 namespace {
 
@@ -116,13 +117,13 @@ std::string toLine(std::string_view bytes, TextForm form) {
 }
 
 std::string errorLine(const Problem& problem) {
-  nlohmann::ordered_json line;
-  line["error"] = problem.message;
-  if (problem.offset) line["offset"] = *problem.offset;
+  JsonLine line;
+  line.set("error", problem.message);
+  if (problem.offset) line.set("offset", *problem.offset);
   if (problem.text) {
-    line["path"] = problem.text->path;
-    line["line"] = problem.text->line;
-    line["column"] = problem.text->column;
+    line.set("path", problem.text->path);
+    line.set("line", problem.text->line);
+    line.set("column", problem.text->column);
   }
-  return line.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
+  return line.text();
 }

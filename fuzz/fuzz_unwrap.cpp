@@ -6,7 +6,7 @@
 //
 // Input: a byte that chooses the size limit, the bytes of the file.
 #include "fuzz/input.h"
-#include "tool/commands/dump.h"
+#include "tool/commands/dump_rows.h"
 #include "tool/input/identify.h"
 #include "tool/input/unwrap.h"
 #include "tool/problem.h"

@@ -10,8 +10,7 @@
 #include "tool/output/terminal.h"
 #include "tool/port/own_stack.h"
 #include "tool/port/platform.h"
-#include "tool/run/file_loop.h"
-#include "tool/run/line_loop.h"
+#include "tool/run/run.h"
 
 namespace {
 

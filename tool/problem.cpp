@@ -4,6 +4,24 @@
 #include <cerrno>
 #include <cstring>
 
+const std::vector<ExitCodeRow>& exitCodes() {
+  static const std::vector<ExitCodeRow> rows = {
+      {kDone, "done; for a question: yes"},
+      {kNo, "the answer is no: other bytes come back, a length field lies"},
+      {kUsage, "wrong command line"},
+      {kLeftOver, "bytes are left over behind the last message"},
+      {kViewCut, "a script view stopped at its output limit; sections were salvaged"},
+      {kTruncated, "the packet ends too early"},
+      {kMalformed, "the packet or the text holds something that is refused"},
+      {kOverLimit, "the packet is over a limit"},
+      {kCannotEncode, "the packet was read, but cannot be written again"},
+      {kFileFailure, "a file cannot be read or written"},
+      {kOutOfMemory, "out of memory"},
+      {kBug, "an error of the program itself"},
+  };
+  return rows;
+}
+
 Problem fileProblem(const std::string& file, const char* action) {
   Problem problem{kFileFailure, "file", std::string("cannot ") + action + ": "};
   problem.message += std::strerror(errno);

@@ -7,8 +7,31 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <vector>
 
-#include "tool/exit_code.h"
+// The exit codes of the program: the one table that --help, the manual and the documents show.
+// Worse outcomes have larger numbers: of several files the largest counts.
+enum ExitCode : int {
+  kDone = 0,
+  kNo = 1,
+  kUsage = 2,
+  kLeftOver = 3,
+  kViewCut = 4,
+  kTruncated = 5,
+  kMalformed = 6,
+  kOverLimit = 7,
+  kCannotEncode = 8,
+  kFileFailure = 9,
+  kOutOfMemory = 10,
+  kBug = 11,
+};
+
+struct ExitCodeRow {
+  ExitCode code;
+  const char* meaning;
+};
+
+const std::vector<ExitCodeRow>& exitCodes();
 
 // A place in a JSON text.
 struct TextPlace {
@@ -35,5 +58,10 @@ struct Problem {
 Problem fileProblem(const std::string& file, const char* action);
 // "cannot write: REASON", about a file that is there and stays as it is.
 Problem notReplaced(const std::string& file, const std::string& reason);
+// --max-output-bytes: the size of the text that is made of one file.
+inline Problem outputTooLarge(std::size_t limit) {
+  return {kOverLimit, "output limit",
+          "output limit: more than --max-output-bytes " + std::to_string(limit)};
+}
 
 #endif  // AMF2JSON_TOOL_PROBLEM_H

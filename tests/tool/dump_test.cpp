@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The rows of amf2json dump: bytes of packets, and what they mean. Exercises tool/commands/dump.cpp,
-// tool/commands/dump_values.cpp and tool/text/quoted.cpp.
-#include "tool/commands/dump.h"
+// The rows of amf2json dump: bytes of packets, and what they mean. Exercises tool/commands/dump_rows.cpp,
+// tool/commands/dump_values.cpp and tool/text/printable.cpp.
+#include "tool/commands/dump_rows.h"
 
 #include <gtest/gtest.h>
 
@@ -10,9 +10,8 @@
 #include <limits>
 
 #include "support/guard_packets.h"
-#include "tool/commands/dump_values.h"
 #include "tool/input/bare_value.h"
-#include "tool/text/quoted.h"
+#include "tool/text/printable.h"
 
 using namespace support;
 

@@ -8,7 +8,7 @@
 
 #include "support/guard_packets.h"
 #include "support/wrappers.h"
-#include "tool/text/quoted.h"
+#include "tool/text/printable.h"
 
 using namespace support;
 

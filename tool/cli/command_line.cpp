@@ -3,14 +3,13 @@
 
 #include <algorithm>
 
-#include "tool/cli/did_you_mean.h"
 #include "tool/cli/help.h"
-#include "tool/cli/manual.h"
-#include "tool/cli/option_parser.h"
+#include "tool/cli/option_table.h"
 #include "tool/input/identify.h"
 #include "tool/input/input.h"
 #include "tool/port/platform.h"
-#include "tool/text/quoted.h"
+#include "tool/text/printable.h"
+#include "tool/text/words.h"
 
 namespace {
 

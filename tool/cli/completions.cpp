@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Completions for bash, zsh and fish.
+#include "tool/cli/help.h"
+
 #include <algorithm>
 
 #include "tool/cli/command_page.h"
-#include "tool/cli/manual.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include "tool/cli/help.h"
 
 #include "tool/cli/about.h"
-#include "tool/cli/wrapped.h"
+#include "tool/text/words.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the program tells about itself on a terminal.
+// What the program tells about itself: on a terminal, as a manual page, to shells.
 #ifndef AMF2JSON_TOOL_CLI_HELP_H
 #define AMF2JSON_TOOL_CLI_HELP_H
 
@@ -18,5 +18,15 @@ std::string longHelp(const CommandPage& page);
 
 // --version: the program's, the library's, and its ABI.
 std::string versionText();
+
+// Files about the program that are made by it: amf2json generate man|bash|zsh|fish. The build runs
+// it.
+std::string manualPage();  // for man
+std::string bashCompletion();
+std::string zshCompletion();
+std::string fishCompletion();
+
+// The file that is asked for; empty where there is none of that name.
+std::string generated(const std::string& name);
 
 #endif  // AMF2JSON_TOOL_CLI_HELP_H

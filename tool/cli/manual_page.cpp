@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The manual page, in the macros of man(7).
+#include "tool/cli/help.h"
+
 #include <algorithm>
 #include <string_view>
 
 #include "tool/cli/about.h"
 #include "tool/cli/command_page.h"
-#include "tool/cli/manual.h"
-#include "tool/cli/wrapped.h"
+#include "tool/text/words.h"
 
 namespace {
 

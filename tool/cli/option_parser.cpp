@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tool/cli/option_parser.h"
+#include "tool/cli/option_table.h"
 
 #include <optional>
 #include <set>
 #include <utility>
 
 #include "tool/cli/command_page.h"
-#include "tool/cli/did_you_mean.h"
 #include "tool/problem.h"
+#include "tool/text/words.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 
 #include <charconv>
 
-#include "tool/cli/did_you_mean.h"
 #include "tool/problem.h"
+#include "tool/text/words.h"
 
 namespace {
 

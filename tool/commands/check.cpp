@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tool/commands/check.h"
+//
+// amf2json check: what the check of untrusted packets says, without decoding anything. Tested by
+// tests/tool_check_test.cpp.
+#include "tool/commands/commands.h"
 
-#include "tool/commands/shared_options.h"
 #include "tool/input/packet.h"
 #include "tool/text/json_line.h"
 #include "tool/text/printable.h"

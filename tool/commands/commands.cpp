@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tool/command.h"
-#include "tool/commands/check.h"
-#include "tool/commands/decode.h"
-#include "tool/commands/dump_command.h"
-#include "tool/commands/export_command.h"
-#include "tool/commands/identify_command.h"
-#include "tool/commands/import_command.h"
-#include "tool/commands/roundtrip.h"
-#include "tool/commands/shared_options.h"
+//
+// The table of the commands, and the options that several of them share. Tested by
+// tests/tool_manual_test.cpp.
+#include "tool/commands/commands.h"
+
+#include <charconv>
+
+#include "tool/problem.h"
 
 const std::vector<Command>& commands() {
   static const std::vector<Command> table = {
@@ -22,4 +21,82 @@ const std::vector<Command>& commands() {
 void declareAll(const Command& command, OptionTable& table, Options& options) {
   command.declare(table, options);
   (command.shared != nullptr ? command.shared : declareShared)(table, options);
+}
+
+// ---- Options
+
+void declareOutput(OptionTable& table, Options& options) {
+  table.text("-o,--output", "FILE", options.output, "File to write; of several inputs, the folder");
+  table.flag("--force", options.force, "Replace read-only files and old results in a folder");
+}
+
+void declareForm(OptionTable& table, Options& options) {
+  table.choice("--as", "FORM", options.form, "What the bytes are",
+               {{"packet", "a packet"},
+                {"amf0", "one AMF0 value; shown in a message without URIs"},
+                {"amf3", "one AMF3 value; the same"}});
+  table.flag("--unwrap", options.unwrap, "Take off hexadecimal, base64, gzip, zlib and HTTP");
+  table.number("--skip", options.skip, "Leave out the first N bytes, once unwrapped", "0");
+}
+
+namespace {
+
+// "CLASS" or "CLASS=VALUES".
+AMFWireExternalClass externalClass(const std::string& word) {
+  const std::size_t mark = word.rfind('=');
+  const std::string name = word.substr(0, mark);
+  AMFWireExternalClass found{name, 1};
+  bool isRead = !name.empty();
+  if (mark != std::string::npos) {
+    const char* const end = word.data() + word.size();
+    const auto number = std::from_chars(word.data() + mark + 1, end, found.values);
+    isRead = isRead && number.ec == std::errc() && number.ptr == end;
+  }
+  if (isRead) return found;
+  throw Problem{kUsage, "usage",
+                "--external: '" + word + "' is not CLASS or CLASS=VALUES, a number of values"};
+}
+
+}  // namespace
+
+void declareExternal(OptionTable& table, Options& options) {
+  table.list(
+      "--external", "CLASS[=VALUES]",
+      [&options](const std::string& word) {
+        options.wire.externalClasses.push_back(externalClass(word));
+      },
+      "A class whose body is so many values (1); repeatable");
+}
+
+void declareFormat(OptionTable& table, Options& options) {
+  table.choice("--format", "FORM", options.format, "Form of the answer",
+               {{"text", "for people"}, {"json", "one JSON object a line for each file"}});
+}
+
+void declareRun(OptionTable& table, Options& options) {
+  table.number("-j,--jobs", options.jobs, "Files to work on at once", "all processors");
+  table.choice("--color", "WHEN", options.color, "Colour of texts and errors",
+               {{"auto", "on a terminal, unless NO_COLOR is set"},
+                {"always", "also into files and pipes"},
+                {"never", "no colour"}});
+  table.choice(
+      "--error-format", "FORM", options.errorFormat, "Form of errors",
+      {{"text", "FILE:OFFSET: MESSAGE (SECTION), and bytes"}, {"json", "one JSON object a line"}});
+}
+
+void declareShared(OptionTable& table, Options& options) {
+  table.flag("--allow-trailing", options.allowTrailing, "Accept bytes behind the last message");
+  declareRun(table, options);
+  AMFVerifyLimits& limits = options.limits;
+  table.limit("--max-packet-bytes", limits.maxPacketBytes,
+              "Bytes of a file, and of the packet in it");
+  table.limit("--max-depth", limits.maxDepth, "Objects and arrays inside one another");
+  table.limit("--max-nodes", limits.maxNodes, "Values, names and URIs");
+  table.limit("--max-tree-bytes", limits.maxTreeBytes, "Memory for all of them");
+  table.limit("--max-copied-bytes", limits.maxCopiedBytes, "The part of it that references copy");
+  table.limit("--max-string-bytes", limits.maxStringBytes, "One string, XML text or byte array");
+  table.limit("--max-switched-references", limits.maxSwitchedReferences,
+              "AMF3 references right behind a switch");
+  table.limit("--max-output-bytes", options.maxOutputBytes, "The text made of one file");
+  table.files(options.files, "Packets to read; - or none: standard input");
 }

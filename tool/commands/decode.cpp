@@ -1,15 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tool/commands/decode.h"
+//
+// amf2json decode: a packet in, a view of it out. Tested by
+// tests/tool_decode_test.cpp.
+#include "tool/commands/commands.h"
 
 #include <limits>
 #include <new>
 #include <utility>
 
-#include "tool/commands/shared_options.h"
 #include "tool/commands/soft_breaks.h"
 #include "tool/input/packet.h"
-#include "tool/output/output_limit.h"
 #include "tool/port/own_stack.h"
+#include "tool/problem.h"
 #include "tool/run/allocation_limit.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Tested by tests/tool_dump_test.cpp.
-#include "tool/commands/dump_values.h"
+#include "tool/commands/dump_rows.h"
 
 #include <charconv>
 #include <cmath>

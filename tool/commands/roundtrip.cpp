@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tool/commands/roundtrip.h"
+//
+// amf2json roundtrip: decodes packets, encodes them again and compares the bytes. Tested by
+// tests/tool_roundtrip_test.cpp.
+#include "tool/commands/commands.h"
 
 #include <algorithm>
 #include <string_view>
 
 #include "tool/commands/field_map.h"
-#include "tool/commands/shared_options.h"
 #include "tool/input/packet.h"
 #include "tool/port/own_stack.h"
 #include "tool/text/hex.h"

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Tested by tests/unwrap_test.cpp.
-#include "tool/input/base64_text.h"
+#include "tool/input/wrappers.h"
 
 #include <algorithm>
-
-#include "tool/input/wrapper_problem.h"
 
 namespace {
 

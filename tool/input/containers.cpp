@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "tool/text/quoted.h"
+#include "tool/text/printable.h"
 
 namespace {
 

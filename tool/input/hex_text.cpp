@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Tested by tests/unwrap_test.cpp.
-#include "tool/input/hex_text.h"
+#include "tool/input/wrappers.h"
 
 #include <algorithm>
 #include <cstdint>
-
-#include "tool/input/wrapper_problem.h"
 
 namespace {
 

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Tested by tests/unwrap_test.cpp.
-#include "tool/input/http_message.h"
+#include "tool/input/wrappers.h"
 
 #include <algorithm>
 #include <cstdint>
 
-#include "tool/input/inflate.h"
-#include "tool/input/wrapper_problem.h"
-#include "tool/text/quoted.h"
+#include "tool/text/printable.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include "tool/input/unwrap.h"
 #include "tool/problem.h"
 #include "tool/text/hex.h"
-#include "tool/text/quoted.h"
+#include "tool/text/printable.h"
 #include "tool/text/words.h"
 
 namespace {

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Tested by tests/unwrap_test.cpp.
-#include "tool/input/inflate.h"
+#include "tool/input/wrappers.h"
 
 #include <algorithm>
 #include <limits>
 #include <new>
-
-#include "tool/input/wrapper_problem.h"
 
 bool isGzip(std::string_view bytes) {
   return bytes.substr(0, 3) == "\x1F\x8B\x08";

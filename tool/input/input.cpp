@@ -50,3 +50,46 @@ std::string readInput(const std::string& file, std::size_t limit, const char* op
   if (in.number < 0) throw fileProblem(file, "read");
   return readOpen(in.number, file, limit, option);
 }
+
+// ---- Lines
+
+void LineReader::takeAll(const Take& take, const std::function<void()>& wait) {
+  do {
+    takeWhole(take);
+    wait();
+  } while (readMore());
+  if (isCut || !buffered.empty()) takeOne(take, buffered);
+}
+
+void LineReader::takeWhole(const Take& take) {
+  std::size_t begin = 0;
+  for (std::size_t end; (end = buffered.find('\n', std::max(begin, searched))) != buffered.npos;
+       begin = end + 1) {
+    takeOne(take, std::string_view(buffered).substr(begin, end - begin));
+  }
+  buffered.erase(0, begin);
+  if (buffered.size() > most) {
+    isCut = true;
+    std::string().swap(buffered);
+  }
+  searched = buffered.size();
+}
+
+void LineReader::takeOne(const Take& take, std::string_view line) {
+  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  const bool isTooLong = isCut || line.size() > most;
+  isCut = false;
+  take(isTooLong ? std::string_view() : line, isTooLong);
+}
+
+bool LineReader::readMore() {
+  const std::size_t present = buffered.size();
+  buffered.resize(present + kBlock);
+  std::ptrdiff_t got = -1;
+  do {
+    got = platform::read(descriptor, &buffered[present], kBlock);
+  } while (got < 0 && errno == EINTR);
+  buffered.resize(present + static_cast<std::size_t>(std::max<std::ptrdiff_t>(got, 0)));
+  if (got < 0) throw fileProblem(name, "read");
+  return got > 0;
+}

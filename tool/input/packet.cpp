@@ -7,7 +7,7 @@
 #include "tool/input/published.h"
 #include "tool/input/unwrap.h"
 #include "tool/text/hex.h"
-#include "tool/text/quoted.h"
+#include "tool/text/printable.h"
 #include "tool/text/words.h"
 
 namespace {

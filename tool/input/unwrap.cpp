@@ -5,11 +5,7 @@
 
 #include <algorithm>
 
-#include "tool/input/base64_text.h"
-#include "tool/input/hex_text.h"
-#include "tool/input/http_message.h"
-#include "tool/input/inflate.h"
-#include "tool/input/wrapper_problem.h"
+#include "tool/input/wrappers.h"
 #include "tool/text/hex.h"
 #include "tool/text/words.h"
 

@@ -78,3 +78,15 @@ std::string wordsFor(const Problem& problem, const ReportStyle& style) {
 void report(const Problem& problem, const ReportStyle& style) {
   std::fputs(wordsFor(problem, style).c_str(), stderr);
 }
+
+std::string errorLine(const Problem& problem) {
+  JsonLine line;
+  line.set("error", problem.message);
+  if (problem.offset) line.set("offset", *problem.offset);
+  if (problem.text) {
+    line.set("path", problem.text->path);
+    line.set("line", problem.text->line);
+    line.set("column", problem.text->column);
+  }
+  return line.text();
+}

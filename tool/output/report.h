@@ -24,4 +24,9 @@ std::string wordsFor(const Problem& problem, const ReportStyle& style);
 
 void report(const Problem& problem, const ReportStyle& style);
 
+// An answer to a line of --lines that is refused, without a line end:
+// {"error":MESSAGE,"offset":N} for bytes, {"error":MESSAGE,"path":PATH,"line":N,"column":N} for a
+// text.
+std::string errorLine(const Problem& problem);
+
 #endif  // AMF2JSON_TOOL_OUTPUT_REPORT_H

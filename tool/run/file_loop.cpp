@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tool/run/file_loop.h"
+#include "tool/run/run.h"
 
 #include <algorithm>
 #include <exception>
@@ -8,7 +8,7 @@
 #include <thread>
 
 #include "tool/output/delivery.h"
-#include "tool/output/output_limit.h"
+#include "tool/problem.h"
 #include "tool/run/ordered_work.h"
 
 namespace {

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Tested by tests/tool_export_test.cpp.
-#include "tool/run/line_loop.h"
+#include "tool/run/run.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <functional>
 #include <map>
@@ -13,6 +12,7 @@
 #include <optional>
 #include <system_error>
 
+#include "tool/input/input.h"
 #include "tool/output/destination.h"
 #include "tool/output/output.h"
 #include "tool/output/output_check.h"
@@ -25,67 +25,6 @@
 namespace {
 
 constexpr std::size_t kBlock = 65536;
-
-// ---- Input
-
-// The lines of a descriptor. One of more than `most` bytes is handed over without its text.
-class Lines {
- public:
-  Lines(int source, std::string sourceName, std::size_t limit)
-      : descriptor(source), name(std::move(sourceName)), most(limit) {}
-
-  using Take = std::function<void(std::string_view line, bool isTooLong)>;
-
-  // `wait` is called before each read, as it may have to wait.
-  void takeAll(const Take& take, const std::function<void()>& wait) {
-    do {
-      takeWhole(take);
-      wait();
-    } while (readMore());
-    if (isCut || !buffered.empty()) takeOne(take, buffered);
-  }
-
- private:
-  void takeWhole(const Take& take) {
-    std::size_t begin = 0;
-    for (std::size_t end; (end = buffered.find('\n', std::max(begin, searched))) != buffered.npos;
-         begin = end + 1) {
-      takeOne(take, std::string_view(buffered).substr(begin, end - begin));
-    }
-    buffered.erase(0, begin);
-    if (buffered.size() > most) {
-      isCut = true;
-      std::string().swap(buffered);
-    }
-    searched = buffered.size();
-  }
-
-  void takeOne(const Take& take, std::string_view line) {
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    const bool isTooLong = isCut || line.size() > most;
-    isCut = false;
-    take(isTooLong ? std::string_view() : line, isTooLong);
-  }
-
-  bool readMore() {
-    const std::size_t present = buffered.size();
-    buffered.resize(present + kBlock);
-    std::ptrdiff_t got = -1;
-    do {
-      got = platform::read(descriptor, &buffered[present], kBlock);
-    } while (got < 0 && errno == EINTR);
-    buffered.resize(present + static_cast<std::size_t>(std::max<std::ptrdiff_t>(got, 0)));
-    if (got < 0) throw fileProblem(name, "read");
-    return got > 0;
-  }
-
-  const int descriptor;
-  const std::string name;
-  const std::size_t most;
-  std::string buffered;
-  std::size_t searched = 0;  // of it, without a line feed
-  bool isCut = false;        // the beginning of the line was dropped
-};
 
 // ---- Answers
 
@@ -157,7 +96,7 @@ Summary answerAll(const Command& command, const Options& options, const Sink& si
   const Descriptor opened(file == "-" ? -1 : platform::openToRead(file));
   if (file != "-" && opened.number < 0) throw fileProblem(file, "read");
   const std::size_t most = longestLine(options);
-  Lines lines(file == "-" ? platform::kInput : opened.number, file, most);
+  LineReader lines(file == "-" ? platform::kInput : opened.number, file, most);
   Summary summary;
   std::string answers;
   const auto flush = [&] {

@@ -6,8 +6,6 @@
 #include <array>
 #include <cstdint>
 
-#include "tool/text/json_line.h"
-
 namespace {
 
 using Digits = std::array<std::int8_t, 256>;  // -1: no digit
@@ -114,16 +112,4 @@ std::optional<Problem> fromLine(std::string_view line, TextForm form, std::strin
 
 std::string toLine(std::string_view bytes, TextForm form) {
   return form == TextForm::hex ? toHex(bytes) : toBase64(bytes);
-}
-
-std::string errorLine(const Problem& problem) {
-  JsonLine line;
-  line.set("error", problem.message);
-  if (problem.offset) line.set("offset", *problem.offset);
-  if (problem.text) {
-    line.set("path", problem.text->path);
-    line.set("line", problem.text->line);
-    line.set("column", problem.text->column);
-  }
-  return line.text();
 }

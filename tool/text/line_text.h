@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// One line of --lines: packets in base64 and hexadecimal, and answers to lines that are refused.
+// One line of --lines: packets in base64 and hexadecimal.
 #ifndef AMF2JSON_TOOL_TEXT_LINE_TEXT_H
 #define AMF2JSON_TOOL_TEXT_LINE_TEXT_H
 
@@ -17,9 +17,5 @@ std::optional<Problem> fromLine(std::string_view line, TextForm form, std::strin
 
 // The line for a packet, without its end: base64 with padding; lower-case digits.
 std::string toLine(std::string_view bytes, TextForm form);
-
-// {"error":MESSAGE,"offset":N} for bytes, {"error":MESSAGE,"path":PATH,"line":N,"column":N} for a
-// text.
-std::string errorLine(const Problem& problem);
 
 #endif  // AMF2JSON_TOOL_TEXT_LINE_TEXT_H

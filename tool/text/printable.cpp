@@ -46,3 +46,43 @@ std::string printable(std::string_view text) {
 std::string printableLines(std::string_view text) {
   return escaped(text, "\n\t");
 }
+
+// ---- In quotes
+
+namespace {
+
+// A backslash in front of each of the characters `marked`.
+std::string withBackslashes(std::string_view bytes, std::string_view marked) {
+  std::string text;
+  for (const char byte : bytes) {
+    if (marked.find(byte) != std::string_view::npos) text += '\\';
+    text += byte;
+  }
+  return text;
+}
+
+bool isPlainInShells(const std::string& word) {
+  constexpr std::string_view kPlain =
+      "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz%+,-./:=@_";
+  return !word.empty() && word.find_first_not_of(kPlain) == std::string::npos;
+}
+
+}  // namespace
+
+std::string quoted(std::string_view bytes, std::size_t most) {
+  constexpr std::string_view kMarked = "\"\\";
+  if (bytes.size() <= most) return '"' + printable(withBackslashes(bytes, kMarked)) + '"';
+  std::size_t shown = most;  // less, not to end inside a character
+  while (shown > 0 && most - shown < 3 && (bytes[shown] & 0xC0) == 0x80) --shown;
+  return '"' + printable(withBackslashes(bytes.substr(0, shown), kMarked)) + "\"... (" +
+         std::to_string(bytes.size()) + " bytes)";
+}
+
+std::string shellWord(const std::string& name) {
+  const std::string file = name.size() > 1 && name[0] == '-' ? "./" + name : name;
+  if (isPlainInShells(file)) return file;
+  if (printable(file) != file) return "$'" + printable(withBackslashes(file, "'\\")) + '\'';
+  std::string word = "'";
+  for (const char c : file) word += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return word + '\'';
+}

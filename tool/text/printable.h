@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Foreign bytes made fit for a terminal.
+// Foreign bytes made fit for a terminal, for quotes and for shells.
 #ifndef AMF2JSON_TOOL_TEXT_PRINTABLE_H
 #define AMF2JSON_TOOL_TEXT_PRINTABLE_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -14,5 +15,12 @@ std::string printable(std::string_view text);
 
 // The same for a text of several lines: line feeds and tabs stay.
 std::string printableLines(std::string_view text);
+
+// "text", printable, \" and \\ for quotes and backslashes in it. Of more than `most` bytes only the
+// first, and how many there are: "text"... (90 bytes).
+std::string quoted(std::string_view bytes, std::size_t most);
+
+// `name` as one printable word of a shell's command line that is a file's name and no option.
+std::string shellWord(const std::string& name);
 
 #endif  // AMF2JSON_TOOL_TEXT_PRINTABLE_H

@@ -1,9 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
-#ifndef AMF2JSON_TOOL_COMMANDS_SHARED_OPTIONS_H
-#define AMF2JSON_TOOL_COMMANDS_SHARED_OPTIONS_H
+//
+// The commands, and the options that several of them share. commands() is in tool/command.h.
+#ifndef AMF2JSON_TOOL_COMMANDS_COMMANDS_H
+#define AMF2JSON_TOOL_COMMANDS_COMMANDS_H
 
-#include "tool/cli/option_table.h"
-#include "tool/options.h"
+#include "tool/command.h"
+
+Command decodeCommand();
+Command checkCommand();
+Command identifyCommand();
+Command dumpCommand();
+Command roundtripCommand();
+// Built where AMFWire is.
+Command exportCommand();
+Command importCommand();
 
 // The options that every command takes: files, colours, forms of errors, limits.
 void declareShared(OptionTable& table, Options& options);
@@ -23,4 +33,4 @@ void declareOutput(OptionTable& table, Options& options);
 // --as, --unwrap, --skip, for commands that look into packets.
 void declareForm(OptionTable& table, Options& options);
 
-#endif  // AMF2JSON_TOOL_COMMANDS_SHARED_OPTIONS_H
+#endif  // AMF2JSON_TOOL_COMMANDS_COMMANDS_H

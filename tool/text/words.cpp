@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tool/cli/did_you_mean.h"
+//
+// Tested by tests/tool_manual_test.cpp.
+#include "tool/text/words.h"
 
 #include <algorithm>
 #include <cstddef>
+
+// ---- Suggestions
 
 namespace {
 
@@ -47,4 +51,39 @@ std::string didYouMean(const std::string& word, const std::vector<std::string>& 
   }
   if (nearest != nullptr) return "; did you mean '" + *nearest + "'?";
   return known.size() <= kLongestList ? listOf(known) : "";
+}
+
+// ---- Lines of limited width
+
+namespace {
+
+// Adds a word to the last line, or to a new one if it is full.
+void addWord(std::string& text, std::string_view word, std::size_t width) {
+  const std::size_t lineStart = text.rfind('\n') + 1;  // 0 where there is none
+  const std::size_t used = text.size() - lineStart;
+  if (used > 0) text += used + 1 + word.size() > width ? '\n' : ' ';
+  text += word;
+}
+
+std::string_view cutOff(std::string_view& text, char end) {
+  const std::string_view piece = text.substr(0, text.find(end));
+  text.remove_prefix(std::min(text.size(), piece.size() + 1));
+  return piece;
+}
+
+}  // namespace
+
+std::string wrapped(std::string_view text, std::size_t width) {
+  std::string lines;
+  bool isInParagraph = false;
+  while (!text.empty()) {
+    std::string_view line = cutOff(text, '\n');
+    const bool isRunning = !line.empty() && line.front() != ' ';
+    if (isInParagraph && !isRunning) lines += '\n';
+    if (!isRunning) lines.append(line).append("\n");
+    while (isRunning && !line.empty()) addWord(lines, cutOff(line, ' '), width);
+    isInParagraph = isRunning;
+  }
+  if (isInParagraph) lines += '\n';
+  return lines;
 }

@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/tool_export_test.cpp.
-#include "tool/commands/export_command.h"
+// amf2json export: bytes of the published formats in, JSON out. Built where AMFWire is. Tested by
+// tests/tool_export_test.cpp.
+#include "tool/commands/commands.h"
 
 #include <utility>
 
-#include "tool/commands/shared_options.h"
 #include "tool/commands/wire_problem.h"
 #include "tool/input/input.h"
 #include "tool/input/published.h"
 #include "tool/input/unwrap.h"
+#include "tool/output/report.h"
 #include "tool/text/hex.h"
 #include "tool/text/line_text.h"
 #include "tool/text/words.h"

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/tool_bytes_test.cpp.
-#include "tool/commands/identify_command.h"
+// amf2json identify: what a file is, and how to go on with it. Tested by
+// tests/tool_bytes_test.cpp.
+#include "tool/commands/commands.h"
 
-#include "tool/commands/shared_options.h"
 #include "tool/input/identify.h"
 #include "tool/input/input.h"
 #include "tool/text/json_line.h"

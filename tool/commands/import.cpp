@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/tool_export_test.cpp.
-#include "tool/commands/import_command.h"
+// amf2json import: the JSON of `export` in, bytes out. Built where AMFWire is. Tested by
+// tests/tool_export_test.cpp.
+#include "tool/commands/commands.h"
 
-#include "tool/commands/shared_options.h"
 #include "tool/commands/wire_problem.h"
 #include "tool/input/input.h"
+#include "tool/output/report.h"
 #include "tool/text/line_text.h"
 
 namespace {

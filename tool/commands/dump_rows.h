@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// amf2json dump: the bytes of a packet, field by field.
-#ifndef AMF2JSON_TOOL_COMMANDS_DUMP_H
-#define AMF2JSON_TOOL_COMMANDS_DUMP_H
+// The rows of amf2json dump, and the single values in them.
+#ifndef AMF2JSON_TOOL_COMMANDS_DUMP_ROWS_H
+#define AMF2JSON_TOOL_COMMANDS_DUMP_ROWS_H
 
 #include <AMFGuard.h>
-
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -24,4 +24,22 @@ struct DumpOptions {
 // `maxText`.
 AMFVerifyResult dumpPacket(std::string_view packet, const DumpOptions& options, std::string& text);
 
-#endif  // AMF2JSON_TOOL_COMMANDS_DUMP_H
+// ---- Single values
+
+// "object"; "unknown" for what no value begins with.
+const char* markerName0(std::uint64_t marker);
+const char* markerName3(std::uint64_t marker);
+
+// The eight bytes at `offset`.
+double numberAt(std::string_view packet, std::size_t offset);
+
+// As short as it reads back the same.
+std::string numberText(double number);
+
+// Milliseconds, and the time in UTC where there is one: "86400000 (1970-01-02T00:00:00.000Z)".
+std::string dateText(double timeMs);
+
+// The two bytes at `offset`, minutes that the readers do not look at.
+std::string zoneText(std::string_view packet, std::size_t offset);
+
+#endif  // AMF2JSON_TOOL_COMMANDS_DUMP_ROWS_H

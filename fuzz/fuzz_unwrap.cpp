@@ -35,7 +35,7 @@ Chosen chosenBy(const std::string& options) {
 }
 
 Unwrapped unwrapped(const std::string& file, const Chosen& chosen, const AMFVerifyLimits& limits) {
-  return unwrap(file, limits.maxPacketBytes, isForm(chosen.form, chosen.skip, limits));
+  return unwrap(file, limits.maxPacketBytes, matchForm(chosen.form, chosen.skip, limits));
 }
 
 void checkUnwrap(const std::string& file, const AMFVerifyLimits& limits) {

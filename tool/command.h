@@ -17,14 +17,14 @@
 struct FileResult {
   std::string text;               // whole, for standard output or the output file
   bool isJSON = false;            // or a script: can be coloured
-  bool isBytes = false;           // no text: written as it stands, has a limit of its own
-  ExitCode answer = kDone;        // kDone or kNo
+  bool isBinary = false;          // no text: written as it stands, has a limit of its own
+  ExitCode exitCode = kDone;      // kDone or kNo
   std::vector<Problem> problems;  // told behind the text
 };
 
 // The worst of the answer and the problems.
 inline ExitCode exitCodeOf(const FileResult& result) {
-  ExitCode worst = result.answer;
+  ExitCode worst = result.exitCode;
   for (const Problem& problem : result.problems) worst = std::max(worst, problem.exitCode);
   return worst;
 }
@@ -40,25 +40,25 @@ struct Command {
   const char* details;  // for --help and the manual: paragraphs
   std::vector<Example> examples;
   // Its own options; the shared ones are added behind them.
-  void (*declare)(OptionTable& table, Options& options);
+  void (*declareOptions)(OptionTable& table, Options& options);
   // One file. May run on any thread, several at once. Throws Problem where the work on this file
   // ends.
-  FileResult (*work)(const std::string& file, const Options& options);
+  FileResult (*runOnFile)(const std::string& file, const Options& options);
   // What is added to the name of a file for that of its result in a folder. Null: the command takes
   // no -o.
   const char* (*extension)(const Options& options) = nullptr;
   // An ending that such a name loses instead, where the file has it. May be null.
-  const char* ending = nullptr;
-  // The options that it shares with others; null: those of declareShared().
-  void (*shared)(OptionTable& table, Options& options) = nullptr;
+  const char* removedExtension = nullptr;
+  // The options that it shares with others; null: those of declareCommonOptions().
+  void (*declareShared)(OptionTable& table, Options& options) = nullptr;
   // Whether it works on lines rather than files. Throws Problem (kUsage) for options that do not go
   // together. Null: never.
   bool (*worksOnLines)(const Options& options) = nullptr;
   // One line without its end: an answer without one. Its problems are warnings, and the refusal
   // that the answer tells of. Throws nothing but std::bad_alloc.
-  FileResult (*answer)(std::string_view line, const Options& options) = nullptr;
+  FileResult (*runOnLine)(std::string_view line, const Options& options) = nullptr;
   // Whether the result is no text, and so nothing for a terminal. Null: never.
-  bool (*writesBytes)(const Options& options) = nullptr;
+  bool (*writesBinary)(const Options& options) = nullptr;
 };
 
 // Declares the options of a command, in the order of its help.

@@ -5,11 +5,11 @@
 #include <new>
 
 #include "tool/cli/command_line.h"
-#include "tool/output/output.h"
 #include "tool/output/report.h"
-#include "tool/output/terminal.h"
-#include "tool/port/own_stack.h"
+#include "tool/output/style.h"
+#include "tool/output/write.h"
 #include "tool/port/platform.h"
+#include "tool/port/stack_thread.h"
 #include "tool/run/run.h"
 
 namespace {
@@ -22,7 +22,7 @@ ExitCode runParsed(const CommandLine& line) {
   if (!line.options.localTime) platform::useUTC();
   const Command& command = *line.command;
   const bool onLines = command.worksOnLines != nullptr && command.worksOnLines(line.options);
-  return onLines ? workOnLines(command, line.options) : workOnFiles(command, line.options);
+  return onLines ? runOnLines(command, line.options) : runOnFiles(command, line.options);
 }
 
 ExitCode run(const std::vector<std::string>& words) {
@@ -37,11 +37,11 @@ ExitCode run(const std::vector<std::string>& words) {
   }
 }
 
-ExitCode runAndTell(const std::vector<std::string>& words) {
+ExitCode runAndReport(const std::vector<std::string>& words) {
   try {
     return run(words);
   } catch (const ClosedPipe&) {
-    platform::endByClosedPipe(kFileFailure);
+    platform::exitByClosedPipe(kFileFailure);
   } catch (const std::bad_alloc&) {
     std::fputs("amf2json: out of memory\n", stderr);
     return kOutOfMemory;
@@ -56,13 +56,13 @@ ExitCode runAndTell(const std::vector<std::string>& words) {
 // Whatever stack the program was started with: all work is done on one of a known size. Ctrl-C and
 // the like are left to the thread that has it.
 int main(int argc, char** argv) {
-  platform::start();
+  platform::prepareProcess();
   ExitCode exitCode = kBug;
-  const platform::SignalsWait signalsWait;
+  const platform::BlockedSignals signalsWait;
   const auto work = [&] {
-    signalsWait.endOnThisThread();
-    exitCode = runAndTell(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
+    signalsWait.unblockOnThisThread();
+    exitCode = runAndReport(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
   };
-  if (!OwnStackThread(kWorkerLevels, work).isRunning()) work();
+  if (!StackThread(kWorkerDepth, work).isRunning()) work();
   return exitCode;
 }

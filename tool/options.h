@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "tool/input/bare_value.h"
+#include "tool/input/form.h"
 
 enum class Color { automatic, always, never };
 enum class ErrorFormat { text, json };
@@ -28,7 +28,7 @@ struct DumpCommandOptions {
   bool full = false;
 };
 
-enum class TextForm { binary, base64, hex };  // how packets are spelled
+enum class PacketEncoding { binary, base64, hex };  // how packets are spelled
 
 // Of export and import.
 struct WireOptions {
@@ -37,7 +37,7 @@ struct WireOptions {
   bool lines = false;
   bool salvage = false;
   bool noOriginals = false;
-  TextForm packets = TextForm::binary;
+  PacketEncoding encoding = PacketEncoding::binary;
   std::vector<AMFWireExternalClass> externalClasses;
   AMFWireLimits limits;
 };

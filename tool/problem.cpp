@@ -9,7 +9,7 @@ const std::vector<ExitCodeRow>& exitCodes() {
       {kDone, "done; for a question: yes"},
       {kNo, "the answer is no: other bytes come back, a length field lies"},
       {kUsage, "wrong command line"},
-      {kLeftOver, "bytes are left over behind the last message"},
+      {kTrailingBytes, "bytes are left over behind the last message"},
       {kViewCut, "a script view stopped at its output limit; sections were salvaged"},
       {kTruncated, "the packet ends too early"},
       {kMalformed, "the packet or the text holds something that is refused"},
@@ -29,7 +29,7 @@ Problem fileProblem(const std::string& file, const char* action) {
   return problem;
 }
 
-Problem notReplaced(const std::string& file, const std::string& reason) {
+Problem notReplacedProblem(const std::string& file, const std::string& reason) {
   Problem problem{kFileFailure, "file", "cannot write: " + reason};
   problem.file = file;
   return problem;

@@ -15,7 +15,7 @@ enum ExitCode : int {
   kDone = 0,
   kNo = 1,
   kUsage = 2,
-  kLeftOver = 3,
+  kTrailingBytes = 3,
   kViewCut = 4,
   kTruncated = 5,
   kMalformed = 6,
@@ -34,7 +34,7 @@ struct ExitCodeRow {
 const std::vector<ExitCodeRow>& exitCodes();
 
 // A place in a JSON text.
-struct TextPlace {
+struct TextPosition {
   std::string path;        // "messages[0].value[2]"; empty: the document itself
   std::size_t line = 0;    // from 1
   std::size_t column = 0;  // from 1, in characters
@@ -48,16 +48,16 @@ struct Problem {
   bool isWarning = false;
   std::string file = {};  // empty: none, "-": standard input or output
   std::optional<std::size_t> offset = {};
-  std::string section = {};  // "header 0", "message 2", "envelope"; empty: unknown
-  std::string bytes = {};    // around the offset, in hexadecimal; empty: none to show
-  std::optional<TextPlace> text = {};
+  std::string section = {};     // "header 0", "message 2", "envelope"; empty: unknown
+  std::string hexContext = {};  // around the offset, in hexadecimal; empty: none to show
+  std::optional<TextPosition> position = {};
   std::string hint = {};  // what to do about it; empty: nothing is known
 };
 
 // "cannot read: REASON" and the like, from errno.
 Problem fileProblem(const std::string& file, const char* action);
 // "cannot write: REASON", about a file that is there and stays as it is.
-Problem notReplaced(const std::string& file, const std::string& reason);
+Problem notReplacedProblem(const std::string& file, const std::string& reason);
 // --max-output-bytes: the size of the text that is made of one file.
 inline Problem outputTooLarge(std::size_t limit) {
   return {kOverLimit, "output limit",

@@ -10,7 +10,7 @@
 #include <limits>
 
 #include "support/guard_packets.h"
-#include "tool/input/bare_value.h"
+#include "tool/input/form.h"
 #include "tool/text/printable.h"
 
 using namespace support;
@@ -352,10 +352,10 @@ TEST(ToolDump, WritesNumbersAndDates) {
 }
 
 TEST(ToolDump, CutsQuotedTextBetweenCharacters) {
-  EXPECT_EQ("\"ab\"", quoted("ab", 2));
-  EXPECT_EQ("\"a\"... (3 bytes)", quoted("a\xC3\xA9", 2));
-  EXPECT_EQ("\"\"... (4 bytes)", quoted("\xF0\x9F\x98\x80", 3));
-  EXPECT_EQ("\"\\x80\"... (6 bytes)", quoted("\x80\x80\x80\x80\x80\x80", 4));
+  EXPECT_EQ("\"ab\"", quoteForDisplay("ab", 2));
+  EXPECT_EQ("\"a\"... (3 bytes)", quoteForDisplay("a\xC3\xA9", 2));
+  EXPECT_EQ("\"\"... (4 bytes)", quoteForDisplay("\xF0\x9F\x98\x80", 3));
+  EXPECT_EQ("\"\\x80\"... (6 bytes)", quoteForDisplay("\x80\x80\x80\x80\x80\x80", 4));
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // What files are taken for, and the commands that go on with them. Exercises tool/input/identify.cpp,
-// tool/input/containers.cpp and tool/input/ruined.cpp. That the commands work is seen in tool/bytes_test.cpp.
+// tool/input/containers.cpp and tool/input/mojibake.cpp. That the commands work is seen in tool/bytes_test.cpp.
 #include "tool/input/identify.h"
 
 #include <gtest/gtest.h>
@@ -258,7 +258,7 @@ TEST(Identify, WritesNamesForShells) {
       {"a\x1B[1m'\\\n", "$'a\\x1B[1m\\'\\\\\\x0A'"},
       {"\xFF", "$'\\xFF'"},
   };
-  for (const auto& row : names) EXPECT_EQ(row[1], shellWord(row[0]));
+  for (const auto& row : names) EXPECT_EQ(row[1], quoteForShell(row[0]));
 }
 
 }  // namespace

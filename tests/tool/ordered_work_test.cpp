@@ -60,7 +60,7 @@ TEST(OrderedWork, ResultsComeInOrderAndOnlySoManyWait) {
         [](const Piece& piece) { return piece.bytes; });
     std::size_t next = 0;
     std::size_t behind = 0;  // what was taken when the last rest came
-    work.takeAll(
+    work.consumeAll(
         [&](Piece piece) {
           EXPECT_EQ(piece.number, next++);
           if (next <= 3)
@@ -86,7 +86,7 @@ TEST(OrderedWork, AnExceptionEndsEverything) {
             return Piece{(++begun, i), 1};
           },
           [](const Piece& piece) { return piece.bytes; });
-      work.takeAll(
+      work.consumeAll(
           [&](const Piece&) {
             if (++taken == 10) throw std::runtime_error("enough");
           },
@@ -108,7 +108,7 @@ TEST(OrderedWork, RestsWhileNothingIsThere) {
       },
       [](const Piece& piece) { return piece.bytes; });
   std::size_t taken = 0;
-  work.takeAll([&](const Piece&) { ++taken; }, [&] { ++rests; });
+  work.consumeAll([&](const Piece&) { ++taken; }, [&] { ++rests; });
   EXPECT_EQ(taken, 1u);
   EXPECT_GE(rests, 4);
 }
@@ -123,11 +123,11 @@ TEST(OrderedWork, ARestMayEndEverything) {
           return Piece{i, 1};
         },
         [](const Piece& piece) { return piece.bytes; });
-    work.takeAll([](const Piece&) {},
-                 [&] {
-                   isOver = true;
-                   throw std::runtime_error("enough");
-                 });
+    work.consumeAll([](const Piece&) {},
+                    [&] {
+                      isOver = true;
+                      throw std::runtime_error("enough");
+                    });
   };
   EXPECT_THROW(run(), std::runtime_error);
 }

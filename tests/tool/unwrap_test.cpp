@@ -2,7 +2,7 @@
 //
 // What packets come wrapped in, and what is wrong with wrappers. Exercises tool/input/unwrap.cpp,
 // tool/input/hex_text.cpp, tool/input/base64_text.cpp, tool/input/inflate.cpp, tool/input/http_message.cpp and
-// tool/input/bare_value.cpp.
+// tool/input/form.cpp.
 #include "tool/input/unwrap.h"
 
 #include <gtest/gtest.h>
@@ -17,9 +17,9 @@ namespace {
 
 constexpr std::size_t kMost = 1 << 20;
 
-Wanted isPacket(std::string_view bytes) {
+Match isPacket(std::string_view bytes) {
   const AMFVerifyResult checked = verifyForm(bytes, Form::packet, AMFVerifyLimits());
-  return checked.status == AMFVerifyStatus::ok ? Wanted::yes : Wanted::no;
+  return checked.status == AMFVerifyStatus::ok ? Match::yes : Match::no;
 }
 
 // The wrappers and the bytes in hexadecimal, or what was wrong.
@@ -29,8 +29,8 @@ std::string lineOf(const std::string& bytes, std::size_t most = kMost) {
     std::string line;
     for (const char* const wrapper : unwrapped.wrappers) line += wrapper + std::string(" > ");
     line += toHex(unwrapped.bytes);
-    for (const Problem& leftOver : unwrapped.leftOvers) {
-      EXPECT_TRUE(leftOver.isWarning && leftOver.exitCode == kLeftOver);
+    for (const Problem& leftOver : unwrapped.trailingWarnings) {
+      EXPECT_TRUE(leftOver.isWarning && leftOver.exitCode == kTrailingBytes);
       line += "; byte " + std::to_string(leftOver.offset.value()) + ": " + leftOver.message;
     }
     return line;
@@ -289,7 +289,7 @@ TEST(Unwrap, TakesCompressionOff) {
 
 TEST(Unwrap, StopsBombs) {
   const std::string million = compressed(std::string(1 << 20, '\0'), 15 + 16);
-  EXPECT_EQ(isPacket(std::string(1 << 20, '\0')), Wanted::yes);
+  EXPECT_EQ(isPacket(std::string(1 << 20, '\0')), Match::yes);
   EXPECT_EQ(0u, lineOf(million, 1 << 20).find("gzip > 00 00"));
   EXPECT_EQ(0u, lineOf(million, (1 << 20) - 1).find("exit 7, packet too large, byte "));
   // Parts of a MiB each, which a gzip file may have: the second is too much, the others are not
@@ -373,11 +373,11 @@ TEST(BareValue, OffsetsAreItsOwn) {
 
 TEST(Unwrap, TakesNothingForAValueThatIsToBeSkipped) {
   const AMFVerifyLimits limits;
-  EXPECT_EQ(isForm(Form::amf0, 0, limits)(hex("05 05")), Wanted::yes);
-  EXPECT_EQ(isForm(Form::amf0, 1, limits)(hex("05 05")), Wanted::no);
-  EXPECT_EQ(isForm(Form::packet, 0, limits)(hex("05 05")), Wanted::no);
-  EXPECT_EQ(isForm(Form::amf0, 0, limits)("\t05"), Wanted::unlessWrapped);
-  EXPECT_EQ(isForm(Form::amf0, 0, limits)("\t"), Wanted::yes);
+  EXPECT_EQ(matchForm(Form::amf0, 0, limits)(hex("05 05")), Match::yes);
+  EXPECT_EQ(matchForm(Form::amf0, 1, limits)(hex("05 05")), Match::no);
+  EXPECT_EQ(matchForm(Form::packet, 0, limits)(hex("05 05")), Match::no);
+  EXPECT_EQ(matchForm(Form::amf0, 0, limits)("\t05"), Match::weak);
+  EXPECT_EQ(matchForm(Form::amf0, 0, limits)("\t"), Match::yes);
 }
 
 TEST(BareValue, EnvelopeDoesNotCount) {

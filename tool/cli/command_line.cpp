@@ -32,7 +32,7 @@ std::string commandForFile(const std::string& name) {
     if (!line.empty()) return line;
   } catch (const Problem&) {  // whatever is wrong with the file, the command will tell
   }
-  return "amf2json decode " + shellWord(name);
+  return "amf2json decode " + quoteForShell(name);
 }
 
 const Command& commandNamed(const std::string& name) {

@@ -38,7 +38,7 @@ std::vector<std::string> choicesOf(const OptionInfo& option) {
 }
 
 // In single quotes, for all three shells.
-std::string quoted(std::string text) {
+std::string singleQuoted(std::string text) {
   for (std::size_t at = 0; (at = text.find('\'', at)) != std::string::npos; at += 4) {
     text.replace(at, 1, "'\\''");
   }
@@ -61,10 +61,11 @@ std::string bashCase(const CommandPage& page) {
     for (const std::string& spelling : spellingsOf(option)) {
       patterns += (patterns.empty() ? "" : "|") + spelling;
     }
-    values += "        " + patterns + ") words=" + quoted(joined(choicesOf(option))) + " ;;\n";
+    values +=
+        "        " + patterns + ") words=" + singleQuoted(joined(choicesOf(option))) + " ;;\n";
   }
   return std::string("    ") + page.command.name +
-         ")\n      options=" + quoted(joined(spellingsOf(page.options))) +
+         ")\n      options=" + singleQuoted(joined(spellingsOf(page.options))) +
          "\n      case $before in\n" + values +
          "        -o|--output) return ;;\n        *) is_value= ;;\n      esac ;;\n";
 }
@@ -99,10 +100,10 @@ std::string zshSpec(const OptionInfo& option) {
   const std::string rest = "[" + zshText(option.help) + "]" + zshValue(option);
   std::string line;
   if (!names.shortName.empty())
-    line += " " + quoted(names.shortName + (option.value.empty() ? "" : "+") + rest);
+    line += " " + singleQuoted(names.shortName + (option.value.empty() ? "" : "+") + rest);
   if (!names.longName.empty())
-    line += " " + quoted((option.isList ? "*" : "") + names.longName +
-                         (option.value.empty() ? "" : "=") + rest);
+    line += " " + singleQuoted((option.isList ? "*" : "") + names.longName +
+                               (option.value.empty() ? "" : "=") + rest);
   return line;
 }
 
@@ -116,7 +117,7 @@ std::string zshCase(const CommandPage& page) {
 
 std::string fishOption(const std::string& condition, const OptionInfo& option) {
   const OptionNames names = namesOf(option);
-  std::string line = "complete -c amf2json -n " + quoted(condition);
+  std::string line = "complete -c amf2json -n " + singleQuoted(condition);
   if (!names.shortName.empty()) line += " -s " + names.shortName.substr(1);
   if (!names.longName.empty()) line += " -l " + names.longName.substr(2);
   if (option.value == "FILE")
@@ -127,9 +128,9 @@ std::string fishOption(const std::string& condition, const OptionInfo& option) {
     std::string choices;
     for (const Choice& choice : option.choices)
       choices += choice.name + "\\t\"" + choice.help + "\"\n";
-    line += " -a " + quoted(choices);
+    line += " -a " + singleQuoted(choices);
   }
-  return line + " -d " + quoted(option.help) + "\n";
+  return line + " -d " + singleQuoted(option.help) + "\n";
 }
 
 }  // namespace
@@ -143,7 +144,7 @@ std::string bashCompletion() {
       "  COMPREPLY=()\n"
       "  if [ \"$COMP_CWORD\" = 1 ]; then\n"
       "    COMPREPLY=($(compgen -W " +
-      quoted(commandNames() + " " + joined(spellingsOf(programOptions()))) +
+      singleQuoted(commandNames() + " " + joined(spellingsOf(programOptions()))) +
       " -- \"$word\"))\n"
       "    return\n"
       "  fi\n"
@@ -172,7 +173,8 @@ std::string zshCompletion() {
       "#compdef amf2json\n# zsh completion for amf2json\n_amf2json() {\n  local -a commands\n  "
       "commands=(\n";
   for (const Command& command : commands()) {
-    text += "    " + quoted(std::string(command.name) + ":" + zshText(command.summary)) + "\n";
+    text +=
+        "    " + singleQuoted(std::string(command.name) + ":" + zshText(command.summary)) + "\n";
   }
   text +=
       "  )\n  if (( CURRENT == 2 )); then\n    _describe -t commands command commands\n    "
@@ -190,10 +192,10 @@ std::string zshCompletion() {
 std::string fishCompletion() {
   const std::string first = "not __fish_seen_subcommand_from " + commandNames();
   std::string text =
-      "# fish completion for amf2json\ncomplete -c amf2json -n " + quoted(first) + " -f\n";
+      "# fish completion for amf2json\ncomplete -c amf2json -n " + singleQuoted(first) + " -f\n";
   for (const Command& command : commands()) {
-    text += "complete -c amf2json -n " + quoted(first) + " -a " + command.name + " -d " +
-            quoted(command.summary) + "\n";
+    text += "complete -c amf2json -n " + singleQuoted(first) + " -a " + command.name + " -d " +
+            singleQuoted(command.summary) + "\n";
   }
   for (const OptionInfo& option : programOptions()) text += fishOption(first, option);
   for (const CommandPage& page : commandPages()) {

@@ -33,37 +33,39 @@ std::string choiceNames(const OptionInfo& option) {
 }
 
 // Those that are not needed to get along: the limits, the help itself.
-bool isForLongHelp(const OptionInfo& option) {
-  return option.isLimit || option.isRare || option.names == "-h" || option.names == "--help";
+bool isOnlyInLongHelp(const OptionInfo& option) {
+  return option.isLimit || option.isHiddenInShortHelp || option.names == "-h" ||
+         option.names == "--help";
 }
 
-std::string briefly(const std::vector<OptionInfo>& options) {
+std::string shortOptions(const std::vector<OptionInfo>& options) {
   std::string text;
   for (const OptionInfo& option : options) {
-    if (!isForLongHelp(option)) text += entryOf(option, option.help + choiceNames(option));
+    if (!isOnlyInLongHelp(option)) text += entryOf(option, option.help + choiceNames(option));
   }
   return text;
 }
 
-std::string atLength(const std::vector<OptionInfo>& options, bool limits) {
+std::string longOptions(const std::vector<OptionInfo>& options, bool limits) {
   std::string text;
   for (const OptionInfo& option : options) {
     if (option.isLimit != limits) continue;
-    const std::string byDefault = option.byDefault.empty() ? "" : " (" + option.byDefault + ")";
-    text += entryOf(option, option.help + byDefault);
+    const std::string defaultText =
+        option.defaultText.empty() ? "" : " (" + option.defaultText + ")";
+    text += entryOf(option, option.help + defaultText);
     for (const Choice& choice : option.choices)
       text += entry("", "  " + choice.name + ": " + choice.help);
   }
   return text;
 }
 
-std::string examplesOf(const std::vector<Example>& examples) {
+std::string exampleLines(const std::vector<Example>& examples) {
   std::string text = "Examples:\n";
   for (const Example& example : examples) text += std::string("  ") + example.line + "\n";
   return text;
 }
 
-std::string exampleWords(const std::vector<Example>& examples) {
+std::string explainedExamples(const std::vector<Example>& examples) {
   std::string text = "Examples:\n";
   for (const Example& example : examples) {
     text += std::string("  ") + example.line + "\n      " + example.what + "\n";
@@ -91,28 +93,29 @@ std::string shortHelp() {
   std::string text =
       "amf2json COMMAND [OPTIONS] [FILE...]\nShows AMF packets and checks them.\n\nCommands:\n";
   for (const Command& command : commands()) text += entry(command.name, command.summary);
-  return text + "\n" + examplesOf(programExamples()) +
+  return text + "\n" + exampleLines(programExamples()) +
          "\nOptions of a command: amf2json COMMAND -h. Exit codes and more: amf2json --help.\n";
 }
 
 std::string shortHelp(const CommandPage& page) {
-  return usageOf(page.command) + briefly(page.options) + "\n" + examplesOf(page.command.examples) +
-         "\nMore, and the limits: amf2json " + page.command.name + " --help\n";
+  return usageOf(page.command) + shortOptions(page.options) + "\n" +
+         exampleLines(page.command.examples) + "\nMore, and the limits: amf2json " +
+         page.command.name + " --help\n";
 }
 
 std::string longHelp() {
-  std::string text = shortHelp() + "\n" + exitCodeLines() + "\n" + wrapped(kAboutProgram, kWidth);
+  std::string text = shortHelp() + "\n" + exitCodeLines() + "\n" + wordWrap(kAboutProgram, kWidth);
   for (const CommandPage& page : commandPages()) {
-    text += std::string("\n") + page.command.name + ":\n" + briefly(page.options);
+    text += std::string("\n") + page.command.name + ":\n" + shortOptions(page.options);
   }
   return text;
 }
 
 std::string longHelp(const CommandPage& page) {
-  return usageOf(page.command) + wrapped(page.command.details, kWidth) + "\nOptions:\n" +
-         atLength(page.options, false) +
+  return usageOf(page.command) + wordWrap(page.command.details, kWidth) + "\nOptions:\n" +
+         longOptions(page.options, false) +
          "\nLimits; a packet that is over one of them is refused:\n" +
-         atLength(page.options, true) + "\n" + exampleWords(page.command.examples) + "\n" +
+         longOptions(page.options, true) + "\n" + explainedExamples(page.command.examples) + "\n" +
          exitCodeLines();
 }
 

@@ -37,7 +37,7 @@ std::string italic(std::string_view text) {
 
 // Paragraphs; lines that are set in keep their form.
 std::string paragraphs(std::string_view text) {
-  const std::string lines = wrapped(text, 70);  // hyphens take two bytes
+  const std::string lines = wordWrap(text, 70);  // hyphens take two bytes
   text = lines;
   std::string page;
   bool isSetIn = false;
@@ -65,7 +65,7 @@ std::string spelled(const OptionInfo& option) {
 
 std::string item(const OptionInfo& option) {
   std::string text = ".TP\n" + spelled(option) + "\n" + plain(option.help);
-  if (!option.byDefault.empty()) text += " (" + plain(option.byDefault) + ")";
+  if (!option.defaultText.empty()) text += " (" + plain(option.defaultText) + ")";
   text += ".\n";
   for (const Choice& choice : option.choices) {
     text += ".br\n" + bold(choice.name) + ": " + plain(choice.help) + ".\n";
@@ -85,7 +85,7 @@ std::string commandSection(const CommandPage& page) {
   return ".SS " + bold(std::string("amf2json ") + page.command.name) + "\n" +
          plain(page.command.summary) + ".\n.PP\n" + paragraphs(page.command.details) +
          items(page.options, false) +
-         (page.command.shared == nullptr ? "" : items(page.options, true));
+         (page.command.declareShared == nullptr ? "" : items(page.options, true));
 }
 
 std::string exampleSection(const std::vector<Example>& examples) {

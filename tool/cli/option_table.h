@@ -21,11 +21,11 @@ struct OptionInfo {
   std::string names;  // "-o,--output"
   std::string value;  // "FILE"; empty: a flag
   std::string help;
-  std::string byDefault = {};        // empty: nothing to tell
+  std::string defaultText = {};      // empty: nothing to tell
   std::vector<Choice> choices = {};  // empty: any value
   bool isLimit = false;
-  bool isList = false;  // may be given several times
-  bool isRare = false;  // left out of -h
+  bool isList = false;               // may be given several times
+  bool isHiddenInShortHelp = false;  // left out of -h
 };
 
 class OptionTable {
@@ -36,7 +36,7 @@ class OptionTable {
   void list(const char* names, const char* value, std::function<void(const std::string&)> add,
             const char* help);
   // The option declared last is left out of the short help.
-  void rare() { table.back().isRare = true; }
+  void hideInShortHelp() { table.back().isHiddenInShortHelp = true; }
   void files(std::vector<std::string>& target, const char* help);
 
   // `choices` in the order of the enumeration.
@@ -50,8 +50,8 @@ class OptionTable {
   }
 
   template <class Number>
-  void number(const char* names, Number& target, const char* help, const char* byDefault) {
-    add({names, "N", help, byDefault}, storeNumber(names, target));
+  void number(const char* names, Number& target, const char* help, const char* defaultText) {
+    add({names, "N", help, defaultText}, storeNumber(names, target));
   }
 
   template <class Number>

@@ -27,20 +27,20 @@ constexpr const char* kDetails =
 
 std::string figures(const Packet& packet) {
   const AMFVerifyResult& checked = packet.checked;
-  return words(checked.headers, "header", "headers") + ", " +
-         words(checked.messages, "message", "messages") + ", " +
-         words(checked.nodes, "node", "nodes") + ", depth " + std::to_string(checked.depth) + ", " +
-         words(checked.treeBytes, "tree byte", "tree bytes") + ", " +
-         words(packet.bytes.size() - checked.consumed, "byte left over", "bytes left over") + ", " +
-         words(checked.lengthMismatches, "length that lies", "lengths that lie");
+  return pluralize(checked.headers, "header", "headers") + ", " +
+         pluralize(checked.messages, "message", "messages") + ", " +
+         pluralize(checked.nodes, "node", "nodes") + ", depth " + std::to_string(checked.depth) +
+         ", " + pluralize(checked.treeBytes, "tree byte", "tree bytes") + ", " +
+         pluralize(packet.bytes.size() - checked.consumed, "byte left over", "bytes left over") +
+         ", " + pluralize(checked.lengthMismatches, "length that lies", "lengths that lie");
 }
 
 FileResult inText(const Packet& packet, const Options& options) {
   FileResult result;
   result.text = printable(packet.file) + ": " + describe(packet.checked.status) + ": " +
                 figures(packet) + "\n";
-  if (packet.checked.lengthMismatches != 0) result.answer = kNo;
-  tellVerdict(result, packet, options);
+  if (packet.checked.lengthMismatches != 0) result.exitCode = kNo;
+  addVerdict(result, packet, options);
   return result;
 }
 
@@ -67,8 +67,8 @@ void fillFigures(JsonLine& line, const Packet& packet) {
   const AMFVerifyResult& checked = packet.checked;
   line.set("status", describe(checked.status));
   line.set("wrappers", packet.wrappers);
-  line.set("bytes", packet.own().size());
-  line.set("consumed", packet.place(checked.consumed) - packet.skipped);
+  line.set("bytes", packet.payload().size());
+  line.set("consumed", packet.fileOffset(checked.consumed) - packet.skipped);
   line.set("left_over", packet.bytes.size() - checked.consumed);
   line.set("headers", checked.headers);
   line.set("messages", checked.messages);
@@ -84,8 +84,8 @@ FileResult inJSON(const std::string& file, const Options& options) {
   try {
     const Packet packet = readPacket(file, options);
     fillFigures(line, packet);
-    if (packet.checked.lengthMismatches != 0) result.answer = kNo;
-    tellVerdict(result, packet, options);
+    if (packet.checked.lengthMismatches != 0) result.exitCode = kNo;
+    addVerdict(result, packet, options);
   } catch (const Problem& problem) {
     result.problems.push_back(problem);
   }
@@ -101,8 +101,8 @@ FileResult check(const std::string& file, const Options& options) {
 }
 
 void declare(OptionTable& table, Options& options) {
-  declareFormat(table, options);
-  declareForm(table, options);
+  declareFormatOption(table, options);
+  declareFormOptions(table, options);
 }
 
 }  // namespace

@@ -19,18 +19,18 @@ const std::vector<Command>& commands() {
 }
 
 void declareAll(const Command& command, OptionTable& table, Options& options) {
-  command.declare(table, options);
-  (command.shared != nullptr ? command.shared : declareShared)(table, options);
+  command.declareOptions(table, options);
+  (command.declareShared != nullptr ? command.declareShared : declareCommonOptions)(table, options);
 }
 
 // ---- Options
 
-void declareOutput(OptionTable& table, Options& options) {
+void declareOutputOptions(OptionTable& table, Options& options) {
   table.text("-o,--output", "FILE", options.output, "File to write; of several inputs, the folder");
   table.flag("--force", options.force, "Replace read-only files and old results in a folder");
 }
 
-void declareForm(OptionTable& table, Options& options) {
+void declareFormOptions(OptionTable& table, Options& options) {
   table.choice("--as", "FORM", options.form, "What the bytes are",
                {{"packet", "a packet"},
                 {"amf0", "one AMF0 value; shown in a message without URIs"},
@@ -59,7 +59,7 @@ AMFWireExternalClass externalClass(const std::string& word) {
 
 }  // namespace
 
-void declareExternal(OptionTable& table, Options& options) {
+void declareExternalOption(OptionTable& table, Options& options) {
   table.list(
       "--external", "CLASS[=VALUES]",
       [&options](const std::string& word) {
@@ -68,12 +68,12 @@ void declareExternal(OptionTable& table, Options& options) {
       "A class whose body is so many values (1); repeatable");
 }
 
-void declareFormat(OptionTable& table, Options& options) {
+void declareFormatOption(OptionTable& table, Options& options) {
   table.choice("--format", "FORM", options.format, "Form of the answer",
                {{"text", "for people"}, {"json", "one JSON object a line for each file"}});
 }
 
-void declareRun(OptionTable& table, Options& options) {
+void declareRunOptions(OptionTable& table, Options& options) {
   table.number("-j,--jobs", options.jobs, "Files to work on at once", "all processors");
   table.choice("--color", "WHEN", options.color, "Colour of texts and errors",
                {{"auto", "on a terminal, unless NO_COLOR is set"},
@@ -84,9 +84,9 @@ void declareRun(OptionTable& table, Options& options) {
       {{"text", "FILE:OFFSET: MESSAGE (SECTION), and bytes"}, {"json", "one JSON object a line"}});
 }
 
-void declareShared(OptionTable& table, Options& options) {
+void declareCommonOptions(OptionTable& table, Options& options) {
   table.flag("--allow-trailing", options.allowTrailing, "Accept bytes behind the last message");
-  declareRun(table, options);
+  declareRunOptions(table, options);
   AMFVerifyLimits& limits = options.limits;
   table.limit("--max-packet-bytes", limits.maxPacketBytes,
               "Bytes of a file, and of the packet in it");

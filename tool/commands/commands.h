@@ -16,21 +16,21 @@ Command exportCommand();
 Command importCommand();
 
 // The options that every command takes: files, colours, forms of errors, limits.
-void declareShared(OptionTable& table, Options& options);
+void declareCommonOptions(OptionTable& table, Options& options);
 
 // The part of them that is not about packets: -j, colours, forms of errors.
-void declareRun(OptionTable& table, Options& options);
+void declareRunOptions(OptionTable& table, Options& options);
 
 // --external, for commands that read or write the published formats.
-void declareExternal(OptionTable& table, Options& options);
+void declareExternalOption(OptionTable& table, Options& options);
 
 // --format, for commands that answer with a line for each file.
-void declareFormat(OptionTable& table, Options& options);
+void declareFormatOption(OptionTable& table, Options& options);
 
 // -o,--output, for commands that write something long.
-void declareOutput(OptionTable& table, Options& options);
+void declareOutputOptions(OptionTable& table, Options& options);
 
 // --as, --unwrap, --skip, for commands that look into packets.
-void declareForm(OptionTable& table, Options& options);
+void declareFormOptions(OptionTable& table, Options& options);
 
 #endif  // AMF2JSON_TOOL_COMMANDS_COMMANDS_H

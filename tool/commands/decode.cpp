@@ -10,7 +10,7 @@
 
 #include "tool/commands/soft_breaks.h"
 #include "tool/input/packet.h"
-#include "tool/port/own_stack.h"
+#include "tool/port/stack_thread.h"
 #include "tool/problem.h"
 #include "tool/run/allocation_limit.h"
 
@@ -39,12 +39,12 @@ const std::string& view(AMFProtocol& protocol, const DecodeOptions& options) {
   return protocol.getPackageInJSON(pretty);
 }
 
-// A text of up to `most` bytes never asks for a larger block than this: its room is doubled when it
+// A text of up to `maxBytes` bytes never asks for a larger block than this: its room is doubled when it
 // is full. The rest is for what does not grow with the text.
-std::size_t largestBlockFor(std::size_t most) {
+std::size_t largestBlockFor(std::size_t maxBytes) {
   constexpr std::size_t kBeside = std::size_t{4} << 20;
   constexpr std::size_t kEndless = std::numeric_limits<std::size_t>::max();
-  return most > (kEndless - kBeside) / 2 ? kEndless : 2 * most + kBeside;
+  return maxBytes > (kEndless - kBeside) / 2 ? kEndless : 2 * maxBytes + kBeside;
 }
 
 // The library has no limit for its texts. Here the rendering ends when one of them grows too large;
@@ -54,7 +54,7 @@ const std::string& boundedView(AMFProtocol& protocol, const Options& options) {
   try {
     return view(protocol, options.decode);
   } catch (const std::bad_alloc&) {
-    if (limit.wasMet()) throw outputTooLarge(options.maxOutputBytes);
+    if (limit.wasExceeded()) throw outputTooLarge(options.maxOutputBytes);
     throw;
   }
 }
@@ -79,8 +79,8 @@ void removeBreaks(std::string& text, const AMFProtocol& protocol, const DecodeOp
 
 // `outputLimitReached` is set in front of the first value that was left out; the JSON view leaves
 // out none.
-std::optional<Problem> cutOf(const AMFProtocol& protocol, const DecodeOptions& options,
-                             std::size_t size) {
+std::optional<Problem> cutWarning(const AMFProtocol& protocol, const DecodeOptions& options,
+                                  std::size_t size) {
   if (!protocol.outputLimitReached || options.view == View::json) return std::nullopt;
   Problem problem{kViewCut, "view cut",
                   "the script view stopped at its output limit, after " + std::to_string(size) +
@@ -106,10 +106,10 @@ FileResult show(const Packet& packet, const Options& options) {
   result.text = textOf(protocol, options);
   removeBreaks(result.text, protocol, options.decode);
   result.isJSON = true;
-  if (const auto cut = cutOf(protocol, options.decode, result.text.size())) {
+  if (const auto cut = cutWarning(protocol, options.decode, result.text.size())) {
     result.problems.push_back(*cut);
   }
-  tellLeftOver(result, packet, options);
+  addTrailingWarning(result, packet, options);
   if (result.text.empty() || result.text.back() != '\n') result.text += '\n';
   return result;
 }
@@ -117,7 +117,7 @@ FileResult show(const Packet& packet, const Options& options) {
 FileResult decode(const std::string& file, const Options& options) {
   const Packet packet = readPacket(file, options);
   FileResult result;
-  runWithLevels(packet.checked.depth, [&] { result = show(packet, options); });
+  runWithStackFor(packet.checked.depth, [&] { result = show(packet, options); });
   return result;
 }
 
@@ -131,8 +131,8 @@ void declare(OptionTable& table, Options& options) {
   table.flag("--exact", options.decode.exact,
              "The library's text: nothing escaped, its soft breaks");
   table.flag("--local-time", options.localTime, "Dates in the local time zone instead of UTC");
-  declareForm(table, options);
-  declareOutput(table, options);
+  declareFormOptions(table, options);
+  declareOutputOptions(table, options);
 }
 
 }  // namespace

@@ -30,14 +30,14 @@ FileResult dump(const std::string& file, const Options& options) {
   dumpOptions.maxText = options.maxOutputBytes;
   dumpOptions.limits = limitsFor(packet.form, options.limits);
   dumpPacket(packet.bytes, dumpOptions, result.text);
-  tellVerdict(result, packet, options);
+  addVerdict(result, packet, options);
   return result;
 }
 
 void declare(OptionTable& table, Options& options) {
   table.flag("--full", options.dump.full, "Long texts and byte arrays to their end");
-  declareForm(table, options);
-  declareOutput(table, options);
+  declareFormOptions(table, options);
+  declareOutputOptions(table, options);
 }
 
 }  // namespace

@@ -23,12 +23,12 @@ constexpr std::size_t kRowBytes = 8;
 constexpr std::size_t kShortenedBytes = 2 * kRowBytes;  // shown of a long payload
 constexpr std::size_t kShortenedText = 64;
 constexpr std::size_t kLabelText = 40;
-constexpr std::uint32_t kMostIndent = 40;  // deeper fields stand no further to the right
+constexpr std::uint32_t kMaxIndent = 40;  // deeper fields stand no further to the right
 constexpr std::uint32_t kUnknownLength = 0xFFFFFFFF;
 constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
 // Some text of the packet.
-struct Text {
+struct Span {
   std::size_t offset;
   std::size_t length;
 };
@@ -36,11 +36,11 @@ struct Text {
 // An entry of a reference table: where it begins, and a string's text or a traits' class name.
 struct Entry {
   std::size_t offset;
-  Text text;
+  Span text;
 };
 
 struct Traits : Entry {
-  std::vector<Text> names;
+  std::vector<Span> names;
 };
 
 // Null: no such entry.
@@ -72,10 +72,10 @@ class Dumper : public AMFVerifyVisitor {
 
  private:
   // Rows. One is kept until it is known which indexes the value got.
-  void begin(std::size_t offset, std::size_t length, std::uint32_t indent, std::string meaning);
-  void flush();
-  void line(std::size_t offset, std::string_view bytes, std::string_view meaning);
-  std::string place(std::size_t offset) const;
+  void beginRow(std::size_t offset, std::size_t length, std::uint32_t indent, std::string meaning);
+  void flushRow();
+  void writeLine(std::size_t offset, std::string_view bytes, std::string_view meaning);
+  std::string offsetText(std::size_t offset) const;
 
   // Sections, the headers and messages
   void enterSection(const Field& field);
@@ -88,21 +88,21 @@ class Dumper : public AMFVerifyVisitor {
   }
   void noteMarker(const Field& field);
   void noteHead(const Field& field);
-  void noteName(Text name);
-  std::string takeLabel(const Field& marker);
+  void noteName(Span name);
+  std::string labelFor(const Field& marker);
 
   // Tables
-  void enter(const Field& field);
+  void noteEntry(const Field& field);
   void noteEnd(const Field& field);
 
   // Meanings
   std::string meaningOf(const Field& field);
   std::string meaningOfHead(const Field& field) const;
   std::string meaningOfReference(const Field& field);
-  std::string target(const char* table, std::uint64_t index, const Entry* entry) const;
-  std::string_view bytesOf(Text some) const { return packet.substr(some.offset, some.length); }
-  std::string shown(Text some) const {
-    return quoted(bytesOf(some), options.full ? packet.size() : kShortenedText);
+  std::string targetText(const char* table, std::uint64_t index, const Entry* entry) const;
+  std::string_view bytesOf(Span some) const { return packet.substr(some.offset, some.length); }
+  std::string quoteSpan(Span some) const {
+    return quoteForDisplay(bytesOf(some), options.full ? packet.size() : kShortenedText);
   }
 
   const std::string_view packet;
@@ -117,7 +117,7 @@ class Dumper : public AMFVerifyVisitor {
   };
   Row row{};
   bool hasRow = false;
-  std::size_t told = 0;  // the fields so far end here
+  std::size_t coveredEnd = 0;  // the fields so far end here
 
   bool inSection = false;
   bool inValue = false;  // of the section
@@ -128,11 +128,11 @@ class Dumper : public AMFVerifyVisitor {
 
   std::vector<Frame> frames;
   Frame opening{};
-  std::vector<Text> sealedNames;  // of the traits being read
+  std::vector<Span> sealedNames;  // of the traits being read
   bool readsTraits = false;
   bool hasName = false;
-  Text name{};       // of the value that follows
-  Text className{};  // of the object begun last
+  Span name{};       // of the value that follows
+  Span className{};  // of the object begun last
   std::size_t markerOffset = 0;
   std::size_t headOffset = 0;
   std::size_t traitsOffset = 0;
@@ -145,37 +145,38 @@ class Dumper : public AMFVerifyVisitor {
 
 // ---- Rows
 
-std::string Dumper::place(std::size_t offset) const {
+std::string Dumper::offsetText(std::size_t offset) const {
   char digits[2 * sizeof offset + 1];
   std::snprintf(digits, sizeof digits, "%08zX", offset - options.hiddenHead + options.firstOffset);
   return digits;
 }
 
-void Dumper::begin(std::size_t offset, std::size_t length, std::uint32_t indent,
-                   std::string meaning) {
-  flush();
+void Dumper::beginRow(std::size_t offset, std::size_t length, std::uint32_t indent,
+                      std::string meaning) {
+  flushRow();
   row = {offset, length, indent, std::move(meaning)};
   if (inSection && options.hiddenHead == 0) ++row.indent;
   hasRow = offset + length > options.hiddenHead;
 }
 
-void Dumper::flush() {
+void Dumper::flushRow() {
   if (!hasRow) return;
   hasRow = false;
   const bool isWhole = options.full || row.length <= 2 * kShortenedBytes;
   const std::size_t length = isWhole ? row.length : kShortenedBytes;
   const std::string_view bytes = packet.substr(row.offset, length);
-  line(row.offset, bytes.substr(0, kRowBytes),
-       std::string(2 * std::min(row.indent, kMostIndent), ' ') + row.meaning);
+  writeLine(row.offset, bytes.substr(0, kRowBytes),
+            std::string(2 * std::min(row.indent, kMaxIndent), ' ') + row.meaning);
   for (std::size_t at = kRowBytes; at < length; at += kRowBytes) {
-    line(row.offset + at, bytes.substr(at, kRowBytes), "");
+    writeLine(row.offset + at, bytes.substr(at, kRowBytes), "");
   }
   if (!isWhole) {
-    text += place(row.offset + length) + "  ... " + words(row.length - length, "byte") + " more\n";
+    text += offsetText(row.offset + length) + "  ... " + pluralize(row.length - length, "byte") +
+            " more\n";
   }
 }
 
-void Dumper::line(std::size_t offset, std::string_view bytes, std::string_view meaning) {
+void Dumper::writeLine(std::size_t offset, std::string_view bytes, std::string_view meaning) {
   std::string hex, ascii;
   for (const char byte : bytes) {
     hex += hexByte(byte) + ' ';
@@ -184,7 +185,7 @@ void Dumper::line(std::size_t offset, std::string_view bytes, std::string_view m
   if (!bytes.empty()) ascii = '|' + ascii + '|';
   hex.resize(3 * kRowBytes, ' ');
   ascii.resize(std::max(ascii.size(), meaning.empty() ? 0 : kRowBytes + 2), ' ');
-  text += place(offset) + "  " + hex + ' ' + ascii;
+  text += offsetText(offset) + "  " + hex + ' ' + ascii;
   if (!meaning.empty()) (text += "  ") += meaning;
   text += '\n';
   if (text.size() > options.maxText) throw outputTooLarge(options.maxText);
@@ -192,14 +193,14 @@ void Dumper::line(std::size_t offset, std::string_view bytes, std::string_view m
 
 void Dumper::finish(const AMFVerifyResult& result) {
   const bool isOk = result.status == AMFVerifyStatus::ok;
-  if (isOk) leaveSection(told);
+  if (isOk) leaveSection(coveredEnd);
   inSection = inValue = false;
-  const std::size_t left = packet.size() - std::max(told, options.hiddenHead);
+  const std::size_t left = packet.size() - std::max(coveredEnd, options.hiddenHead);
   if (left > 0 && result.status != AMFVerifyStatus::packetTooLarge) {
-    begin(packet.size() - left, left, 0,
-          (isOk ? "left over: " : "not read: ") + words(left, "byte"));
+    beginRow(packet.size() - left, left, 0,
+             (isOk ? "left over: " : "not read: ") + pluralize(left, "byte"));
   }
-  flush();
+  flushRow();
 }
 
 // ---- Sections
@@ -210,7 +211,7 @@ void Dumper::enterSection(const Field& field) {
   const bool isMessage = field.of == Kind::targetUri;
   if (isMessage != inMessages) sections = 0;
   inMessages = isMessage;
-  begin(field.offset, 0, 0, (isMessage ? "message " : "header ") + std::to_string(sections++));
+  beginRow(field.offset, 0, 0, (isMessage ? "message " : "header ") + std::to_string(sections++));
   inSection = true;
   for (auto* const table : {&amf0Entries, &objects, &strings}) table->clear();
   traits.clear();
@@ -218,9 +219,9 @@ void Dumper::enterSection(const Field& field) {
 
 void Dumper::leaveSection(std::size_t end) {
   if (inSection && declaredLength != kUnknownLength && declaredLength != end - valueOffset) {
-    begin(end, 0, 0,
-          "the value has " + words(end - valueOffset, "byte") + ", declaredLength says " +
-              std::to_string(declaredLength));
+    beginRow(end, 0, 0,
+             "the value has " + pluralize(end - valueOffset, "byte") + ", declaredLength says " +
+                 std::to_string(declaredLength));
   }
   inSection = inValue = false;
 }
@@ -253,28 +254,28 @@ void Dumper::noteHead(const Field& field) {
   sealedNames.clear();
 }
 
-void Dumper::noteName(Text memberName) {
+void Dumper::noteName(Span memberName) {
   if (readsTraits) return sealedNames.push_back(memberName);
   name = memberName;
   hasName = name.length > 0 || !frames.back().isAMF3;  // an empty one ends a list of AMF3 members
 }
 
 // What the value that begins is called, and ": ".
-std::string Dumper::takeLabel(const Field& marker) {
+std::string Dumper::labelFor(const Field& marker) {
   const bool isNamed = std::exchange(hasName, false);
   if (frames.empty() || (marker.kind == Kind::marker0 && marker.value == 0x09)) return "";
-  if (isNamed) return quoted(bytesOf(name), kLabelText) + ": ";
+  if (isNamed) return quoteForDisplay(bytesOf(name), kLabelText) + ": ";
   Frame& frame = frames.back();
   const std::size_t index = frame.next++;
   if (frame.isArray) return '[' + std::to_string(index) + "]: ";
   const Traits* const known = find(traits, frame.traits);
   if (known == nullptr || index >= known->names.size()) return "";
-  return quoted(bytesOf(known->names[index]), kLabelText) + ": ";
+  return quoteForDisplay(bytesOf(known->names[index]), kLabelText) + ": ";
 }
 
 // ---- Tables
 
-void Dumper::enter(const Field& field) {
+void Dumper::noteEntry(const Field& field) {
   const std::string index = std::to_string(field.value) + ']';
   switch (field.kind) {
     case Kind::objectEntry:
@@ -303,30 +304,31 @@ void Dumper::noteEnd(const Field& field) {
     frames.pop_back();
   }
   if (opening.isAMF3) return;
-  begin(field.offset, 0, field.depth,
-        std::string("end of the ") + (opening.isArray ? "array" : "object") + " at " +
-            place(opening.offset));
+  beginRow(field.offset, 0, field.depth,
+           std::string("end of the ") + (opening.isArray ? "array" : "object") + " at " +
+               offsetText(opening.offset));
 }
 
 // ---- Meanings
 
-std::string Dumper::target(const char* table, std::uint64_t index, const Entry* entry) const {
+std::string Dumper::targetText(const char* table, std::uint64_t index, const Entry* entry) const {
   const std::string named = std::string(table) + ' ' + std::to_string(index);
   if (entry == nullptr) return named + ", which does not exist";
-  return named + " at " + place(entry->offset) +
-         (entry->text.length == 0 ? "" : ", " + quoted(bytesOf(entry->text), kShortenedText));
+  return named + " at " + offsetText(entry->offset) +
+         (entry->text.length == 0 ? ""
+                                  : ", " + quoteForDisplay(bytesOf(entry->text), kShortenedText));
 }
 
 std::string Dumper::meaningOfReference(const Field& field) {
   const std::uint64_t index = field.value >> 1;
   if (field.of != Kind::string && !isName(field.of)) {
-    return target("object", index, find(objects, index));
+    return targetText("object", index, find(objects, index));
   }
   const Entry* const entry = find(strings, index);
-  const Text some = entry == nullptr ? Text{} : entry->text;
+  const Span some = entry == nullptr ? Span{} : entry->text;
   if (field.of == Kind::className) className = some;
   if (field.of == Kind::memberName) noteName(some);
-  return target("string", index, entry);
+  return targetText("string", index, entry);
 }
 
 std::string Dumper::meaningOfHead(const Field& field) const {
@@ -334,23 +336,23 @@ std::string Dumper::meaningOfHead(const Field& field) const {
   if (field.of == Kind::timeMs) return "a date";
   if (field.of == Kind::memberName && value == 1 && !readsTraits) return "no more named members";
   if (field.of != Kind::head) {
-    return describe(field.of) + (" of " + words(value >> 1, "byte"));
+    return describe(field.of) + (" of " + pluralize(value >> 1, "byte"));
   }
-  if (marker3 == 0x09) return words(value >> 1, "dense value");
-  if ((value & 2) == 0) return target("traits", value >> 2, find(traits, value >> 2));
-  return words(value >> 4, "sealed member") + ((value & 8) != 0 ? ", dynamic" : "") +
+  if (marker3 == 0x09) return pluralize(value >> 1, "dense value");
+  if ((value & 2) == 0) return targetText("traits", value >> 2, find(traits, value >> 2));
+  return pluralize(value >> 4, "sealed member") + ((value & 8) != 0 ? ", dynamic" : "") +
          ((value & 4) != 0 ? ", externalizable" : "");
 }
 
 std::string Dumper::meaningOf(const Field& field) {
   const std::string kind = describe(field.kind);
   const std::string number = ' ' + std::to_string(field.value);
-  const Text some = {field.offset, field.length};
+  const Span some = {field.offset, field.length};
   switch (field.kind) {
     case Kind::marker0:
     case Kind::marker3: {
       const bool isAMF3 = field.kind == Kind::marker3;
-      const std::string label = std::exchange(isSwitched, false) ? "" : takeLabel(field);
+      const std::string label = std::exchange(isSwitched, false) ? "" : labelFor(field);
       noteMarker(field);
       return label + kind + ' ' + hexByte(packet[field.offset]) + ' ' +
              (isAMF3 ? markerName3(field.value) : markerName0(field.value));
@@ -368,24 +370,24 @@ std::string Dumper::meaningOf(const Field& field) {
     case Kind::timeZone: return kind + ' ' + zoneText(packet, field.offset);
     case Kind::length: return kind + number + " of " + describe(field.of);
     case Kind::reference0:
-      return kind + ": " + target("reference", field.value, find(amf0Entries, field.value));
+      return kind + ": " + targetText("reference", field.value, find(amf0Entries, field.value));
     case Kind::reference3: return kind + number + ": " + meaningOfReference(field);
     case Kind::head: noteHead(field); return kind + number + ": " + meaningOfHead(field);
-    case Kind::className: className = some; return kind + ' ' + shown(some);
-    case Kind::memberName: noteName(some); return kind + ' ' + shown(some);
+    case Kind::className: className = some; return kind + ' ' + quoteSpan(some);
+    case Kind::memberName: noteName(some); return kind + ' ' + quoteSpan(some);
     case Kind::headerName:
     case Kind::targetUri:
     case Kind::responseUri:
     case Kind::string:
-    case Kind::xml: return kind + ' ' + shown(some);
-    case Kind::byteArray: return kind + " of " + words(field.length, "byte");
+    case Kind::xml: return kind + ' ' + quoteSpan(some);
+    case Kind::byteArray: return kind + " of " + pluralize(field.length, "byte");
     default: return kind + number;  // version, counts, integer
   }
 }
 
 void Dumper::field(const Field& field) {
   followDepth(field);
-  if (field.kind > Kind::end) return enter(field);
+  if (field.kind > Kind::end) return noteEntry(field);
   if (field.kind == Kind::end) return noteEnd(field);
   if (field.kind == Kind::length && (field.of == Kind::headerName || field.of == Kind::targetUri)) {
     enterSection(field);
@@ -398,9 +400,9 @@ void Dumper::field(const Field& field) {
   std::string meaning = meaningOf(field);
   // A name of no bytes has been told by its length.
   if (field.length > 0 || !isName(field.kind)) {
-    begin(field.offset, field.length, field.depth + (isPart ? 1 : 0), std::move(meaning));
+    beginRow(field.offset, field.length, field.depth + (isPart ? 1 : 0), std::move(meaning));
   }
-  told = field.offset + field.length;
+  coveredEnd = field.offset + field.length;
 }
 
 }  // namespace

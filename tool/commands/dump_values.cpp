@@ -16,7 +16,7 @@ const char* nameOf(const char* const (&names)[count], std::uint64_t marker) {
 }
 
 // Towards the past, also before 1970.
-std::int64_t quotient(std::int64_t number, std::int64_t divisor) {
+std::int64_t floorDivision(std::int64_t number, std::int64_t divisor) {
   return number / divisor - (number % divisor < 0 ? 1 : 0);
 }
 
@@ -40,7 +40,7 @@ int daysOf(std::int64_t year, int month) {
 // The calendar repeats itself every 400 years. Not gmtime: Windows lacks the one for threads.
 Date dateOf(std::int64_t daysSince1970) {
   constexpr std::int64_t kCycle = 146097;
-  const std::int64_t cycles = quotient(daysSince1970, kCycle);
+  const std::int64_t cycles = floorDivision(daysSince1970, kCycle);
   std::int64_t left = daysSince1970 - cycles * kCycle;
   Date date{1970 + 400 * cycles, 1, 1};
   for (; left >= (isLeap(date.year) ? 366 : 365); ++date.year)
@@ -89,7 +89,7 @@ std::string dateText(double timeMs) {
   constexpr double kLatest = 8.64e15;  // as far as dates of these clients go
   if (!(std::fabs(timeMs) <= kLatest)) return numberText(timeMs);
   const auto time = static_cast<std::int64_t>(std::floor(timeMs));
-  const std::int64_t days = quotient(time, kDayMs);
+  const std::int64_t days = floorDivision(time, kDayMs);
   const auto ofDay = static_cast<int>(time - days * kDayMs);
   const Date date = dateOf(days);
   char text[80];

@@ -8,11 +8,11 @@
 
 #include "tool/commands/wire_problem.h"
 #include "tool/input/input.h"
-#include "tool/input/published.h"
+#include "tool/input/published_format.h"
 #include "tool/input/unwrap.h"
 #include "tool/output/report.h"
 #include "tool/text/hex.h"
-#include "tool/text/line_text.h"
+#include "tool/text/packet_encoding.h"
 #include "tool/text/words.h"
 
 namespace {
@@ -35,7 +35,7 @@ constexpr const char* kDetails =
     "as other bytes for want of originals, are told on standard error, with exit codes of their "
     "own.\n";
 
-std::size_t oneLess(std::size_t limit) {
+std::size_t minusOne(std::size_t limit) {
   return limit == 0 ? 0 : limit - 1;
 }
 
@@ -44,7 +44,7 @@ AMFWireExportOptions exportOptions(const Options& options) {
   result.form = options.wire.form;
   result.salvage = options.wire.salvage;
   result.limits = options.wire.limits;
-  result.limits.maxTextBytes = oneLess(options.maxOutputBytes);  // the line feed counts
+  result.limits.maxTextBytes = minusOne(options.maxOutputBytes);  // the line feed counts
   result.externalClasses = options.wire.externalClasses;
   result.originals = !options.wire.noOriginals;
   result.pretty = !options.wire.compact && !options.wire.lines;
@@ -59,7 +59,7 @@ Problem warning(ExitCode code, const char* status, const std::string& message) {
   return problem;
 }
 
-const char* lastOf(AMFWireForm form) {
+const char* lastItemOf(AMFWireForm form) {
   switch (form) {
     case AMFWireForm::amf0:
     case AMFWireForm::amf3: return "value";
@@ -70,14 +70,15 @@ const char* lastOf(AMFWireForm form) {
 }
 
 Problem trailingWarning(const AMFWireStatistics& statistics, std::string_view bytes) {
-  const std::string count = words(statistics.trailingBytes, "byte");
-  Problem problem = statistics.trailingError.empty()
-                        ? warning(kLeftOver, "left over",
-                                  count + " left over behind the last " + lastOf(statistics.form))
-                        : warning(kViewCut, "salvaged",
-                                  count + " kept as trailing bytes: " + statistics.trailingError);
+  const std::string count = pluralize(statistics.trailingBytes, "byte");
+  Problem problem =
+      statistics.trailingError.empty()
+          ? warning(kTrailingBytes, "left over",
+                    count + " left over behind the last " + lastItemOf(statistics.form))
+          : warning(kViewCut, "salvaged",
+                    count + " kept as trailing bytes: " + statistics.trailingError);
   problem.offset = bytes.size() - static_cast<std::size_t>(statistics.trailingBytes);
-  problem.bytes = hexAround(bytes, *problem.offset);
+  problem.hexContext = hexAround(bytes, *problem.offset);
   return problem;
 }
 
@@ -90,17 +91,17 @@ void addWarnings(std::vector<Problem>& problems, const AMFWireStatistics& statis
   if (statistics.wrongLengths > 0) {
     problems.push_back(
         warning(kNo, "lying lengths",
-                words(statistics.wrongLengths, "length field lies", "length fields lie")));
+                pluralize(statistics.wrongLengths, "length field lies", "length fields lie")));
   }
   if (statistics.changed > 0) {
     problems.push_back(warning(kNo, "changed",
-                               words(statistics.changed, "section") +
+                               pluralize(statistics.changed, "section") +
                                    " will come back as other bytes, without originals"));
   }
   if (statistics.salvaged > 0) {
     problems.push_back(warning(
         kViewCut, "salvaged",
-        words(statistics.salvaged, "section") + " could not be read and kept as raw bytes"));
+        pluralize(statistics.salvaged, "section") + " could not be read and kept as raw bytes"));
   }
 }
 
@@ -108,17 +109,17 @@ void addWarnings(std::vector<Problem>& problems, const AMFWireStatistics& statis
 
 Unwrapped readBytes(const std::string& file, const AMFWireReadOptions& read,
                     const Options& options) {
-  const std::size_t most = options.wire.limits.maxPacketBytes;
-  std::string bytes = readInput(file, most);
+  const std::size_t maxBytes = options.wire.limits.maxPacketBytes;
+  std::string bytes = readInput(file, maxBytes);
   if (!options.unwrap) return {std::move(bytes), {}};
-  return unwrap(std::move(bytes), most, isPublished(read));
+  return unwrap(std::move(bytes), maxBytes, matchPublished(read));
 }
 
-void place(Problem& problem, const Unwrapped& unwrapped) {
-  if (problem.offset) problem.message += insideOf(unwrapped.wrappers);
+void addWrapperText(Problem& problem, const Unwrapped& unwrapped) {
+  if (problem.offset) problem.message += insideWrappers(unwrapped.wrappers);
 }
 
-FileResult exportFile(const std::string& file, const Options& options) {
+FileResult runOnFile(const std::string& file, const Options& options) {
   const AMFWireExportOptions wanted = exportOptions(options);
   const Unwrapped unwrapped = readBytes(file, wanted, options);
   const std::string& bytes = unwrapped.bytes;
@@ -128,14 +129,14 @@ FileResult exportFile(const std::string& file, const Options& options) {
       amfWireExport(bytes.data(), bytes.size(), result.text, wanted, &statistics);
   if (!done.ok()) {
     Problem problem = exportProblem(done, bytes, wanted, options);
-    place(problem, unwrapped);
+    addWrapperText(problem, unwrapped);
     throw problem;
   }
   result.text += '\n';
   result.isJSON = true;
-  if (!options.allowTrailing) result.problems = unwrapped.leftOvers;
+  if (!options.allowTrailing) result.problems = unwrapped.trailingWarnings;
   addWarnings(result.problems, statistics, bytes, options);
-  for (Problem& problem : result.problems) place(problem, unwrapped);
+  for (Problem& problem : result.problems) addWrapperText(problem, unwrapped);
   return result;
 }
 
@@ -148,10 +149,11 @@ FileResult refusedLine(const Problem& problem) {
   return result;
 }
 
-FileResult answer(std::string_view line, const Options& options) {
+FileResult runOnLine(std::string_view line, const Options& options) {
   const AMFWireExportOptions wanted = exportOptions(options);
   std::string bytes;
-  if (const auto broken = fromLine(line, options.wire.packets, bytes)) return refusedLine(*broken);
+  if (const auto broken = decodePacketLine(line, options.wire.encoding, bytes))
+    return refusedLine(*broken);
   FileResult result;
   AMFWireStatistics statistics;
   const AMFWireResult done =
@@ -162,7 +164,7 @@ FileResult answer(std::string_view line, const Options& options) {
 }
 
 bool worksOnLines(const Options& options) {
-  const bool isSpelled = options.wire.packets != TextForm::binary;
+  const bool isSpelled = options.wire.encoding != PacketEncoding::binary;
   if (isSpelled && !options.wire.lines) {
     throw Problem{kUsage, "usage", "--from: needs --lines; --unwrap reads whole files of text"};
   }
@@ -179,19 +181,19 @@ void declare(OptionTable& table, Options& options) {
                 {"flv", "a video file"}});
   table.flag("--compact", options.wire.compact, "No indentation and no line ends");
   table.flag("--lines", options.wire.lines, "One document a line");
-  table.choice("--from", "FORM", options.wire.packets, "With --lines: one packet a line",
+  table.choice("--from", "FORM", options.wire.encoding, "With --lines: one packet a line",
                {{"binary", "no, whole files"}, {"base64", "in base64"}, {"hex", "in hexadecimal"}});
   table.flag("--salvage", options.wire.salvage, "Keep sections that cannot be read as raw bytes");
   table.flag("--no-originals", options.wire.noOriginals, "Leave out the bytes of odd sections");
-  declareExternal(table, options);
+  declareExternalOption(table, options);
   table.flag("--unwrap", options.unwrap, "Take off hexadecimal, base64, gzip, zlib and HTTP");
-  declareOutput(table, options);
-  table.rare();
+  declareOutputOptions(table, options);
+  table.hideInShortHelp();
 }
 
-void shared(OptionTable& table, Options& options) {
+void declareShared(OptionTable& table, Options& options) {
   table.flag("--allow-trailing", options.allowTrailing, "Accept bytes behind the last message");
-  declareRun(table, options);
+  declareRunOptions(table, options);
   AMFWireLimits& limits = options.wire.limits;
   table.limit("--max-packet-bytes", limits.maxPacketBytes,
               "Bytes of a file, and of the packet in it");
@@ -214,10 +216,10 @@ Command exportCommand() {
                    {"amf2json export packet.amf | amf2json import -o copy.amf", "and back"},
                    {"amf2json export --lines --from hex <capture.txt", "a packet a line"}},
                   declare,
-                  exportFile,
+                  runOnFile,
                   extensionOf};
-  command.shared = shared;
+  command.declareShared = declareShared;
   command.worksOnLines = worksOnLines;
-  command.answer = answer;
+  command.runOnLine = runOnLine;
   return command;
 }

@@ -36,7 +36,7 @@ Identity identifyFile(const std::string& file, const Options& options) {
 FileResult inText(const std::string& file, const Options& options) {
   const Identity identity = identifyFile(file, options);
   FileResult result;
-  result.answer = identity.isKnown ? kDone : kNo;
+  result.exitCode = identity.isKnown ? kDone : kNo;
   result.text = printable(file) + ": " + identity.verdict + '\n';
   const std::string command = commandFor(identity, file);
   if (!command.empty()) result.text += "next: " + command + '\n';
@@ -60,7 +60,7 @@ FileResult inJSON(const std::string& file, const Options& options) {
   }
   try {
     const Identity identity = identifyFile(file, options);
-    result.answer = identity.isKnown ? kDone : kNo;
+    result.exitCode = identity.isKnown ? kDone : kNo;
     fill(line, identity, file);
   } catch (const Problem& problem) {
     line.set("message", problem.message);
@@ -71,12 +71,12 @@ FileResult inJSON(const std::string& file, const Options& options) {
   return result;
 }
 
-FileResult answer(const std::string& file, const Options& options) {
+FileResult runOnFile(const std::string& file, const Options& options) {
   return options.format == ReportFormat::json ? inJSON(file, options) : inText(file, options);
 }
 
 void declare(OptionTable& table, Options& options) {
-  declareFormat(table, options);
+  declareFormatOption(table, options);
 }
 
 }  // namespace
@@ -89,5 +89,5 @@ Command identifyCommand() {
            {"amf2json identify *", "a line or two for each file"},
            {"amf2json identify --format json *", "a line of JSON for each file"}},
           declare,
-          answer};
+          runOnFile};
 }

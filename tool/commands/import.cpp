@@ -7,7 +7,7 @@
 #include "tool/commands/wire_problem.h"
 #include "tool/input/input.h"
 #include "tool/output/report.h"
-#include "tool/text/line_text.h"
+#include "tool/text/packet_encoding.h"
 
 namespace {
 
@@ -28,7 +28,7 @@ AMFWireImportOptions importOptions(const Options& options) {
   return {options.wire.limits, options.wire.externalClasses};
 }
 
-FileResult importFile(const std::string& file, const Options& options) {
+FileResult runOnFile(const std::string& file, const Options& options) {
   const std::string text = readInput(file, options.wire.limits.maxTextBytes, "--max-text-bytes");
   FileResult result;
   const AMFWireResult done =
@@ -38,19 +38,19 @@ FileResult importFile(const std::string& file, const Options& options) {
     problem.file = file;
     throw problem;
   }
-  result.isBytes = true;
-  if (options.wire.packets != TextForm::binary) {
-    result.text = toLine(result.text, options.wire.packets) + '\n';
+  result.isBinary = true;
+  if (options.wire.encoding != PacketEncoding::binary) {
+    result.text = encodePacketLine(result.text, options.wire.encoding) + '\n';
   }
   return result;
 }
 
-FileResult answer(std::string_view line, const Options& options) {
+FileResult runOnLine(std::string_view line, const Options& options) {
   FileResult result;
   std::string bytes;
   const AMFWireResult done = amfWireImport(line.data(), line.size(), bytes, importOptions(options));
   if (done.ok()) {
-    result.text = toLine(bytes, options.wire.packets);
+    result.text = encodePacketLine(bytes, options.wire.encoding);
     return result;
   }
   const Problem problem = importProblem(done, options);
@@ -60,28 +60,28 @@ FileResult answer(std::string_view line, const Options& options) {
 }
 
 bool worksOnLines(const Options& options) {
-  if (options.wire.lines && options.wire.packets == TextForm::binary) {
+  if (options.wire.lines && options.wire.encoding == PacketEncoding::binary) {
     throw Problem{kUsage, "usage", "--lines: needs --to base64 or --to hex"};
   }
   return options.wire.lines;
 }
 
-bool writesBytes(const Options& options) {
-  return options.wire.packets == TextForm::binary;
+bool writesBinary(const Options& options) {
+  return options.wire.encoding == PacketEncoding::binary;
 }
 
 void declare(OptionTable& table, Options& options) {
-  table.choice("--to", "FORM", options.wire.packets, "How packets are written",
+  table.choice("--to", "FORM", options.wire.encoding, "How packets are written",
                {{"binary", "as they are"},
                 {"base64", "in base64, one line each"},
                 {"hex", "in hexadecimal, one line each"}});
   table.flag("--lines", options.wire.lines, "One document a line");
-  declareExternal(table, options);
-  declareOutput(table, options);
+  declareExternalOption(table, options);
+  declareOutputOptions(table, options);
 }
 
-void shared(OptionTable& table, Options& options) {
-  declareRun(table, options);
+void declareShared(OptionTable& table, Options& options) {
+  declareRunOptions(table, options);
   AMFWireLimits& limits = options.wire.limits;
   table.limit("--max-packet-bytes", limits.maxPacketBytes, "The packet made of one file");
   table.limit("--max-depth", limits.maxDepth, "Objects and arrays inside one another");
@@ -90,7 +90,7 @@ void shared(OptionTable& table, Options& options) {
 }
 
 const char* extensionOf(const Options& options) {
-  return options.wire.packets == TextForm::binary ? ".amf" : ".txt";
+  return options.wire.encoding == PacketEncoding::binary ? ".amf" : ".txt";
 }
 
 }  // namespace
@@ -104,12 +104,12 @@ Command importCommand() {
        {"amf2json export packet.amf | amf2json import -o new.amf", "to a file"},
        {"amf2json export --lines *.amf | amf2json import --lines --to base64", "a packet a line"}},
       declare,
-      importFile,
+      runOnFile,
       extensionOf};
-  command.ending = ".json";
-  command.shared = shared;
+  command.removedExtension = ".json";
+  command.declareShared = declareShared;
   command.worksOnLines = worksOnLines;
-  command.answer = answer;
-  command.writesBytes = writesBytes;
+  command.runOnLine = runOnLine;
+  command.writesBinary = writesBinary;
   return command;
 }

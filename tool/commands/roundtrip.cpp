@@ -7,9 +7,9 @@
 #include <algorithm>
 #include <string_view>
 
-#include "tool/commands/field_map.h"
+#include "tool/commands/field_finder.h"
 #include "tool/input/packet.h"
-#include "tool/port/own_stack.h"
+#include "tool/port/stack_thread.h"
 #include "tool/text/hex.h"
 #include "tool/text/printable.h"
 
@@ -70,9 +70,9 @@ FileResult compare(const Packet& packet, const Options& options) {
       std::mismatch(read.begin(), read.begin() + common, written.begin()).first - read.begin());
   const bool isEqual = offset == read.size() && offset == written.size();
   FileResult result;
-  result.answer = isEqual ? kDone : kNo;
+  result.exitCode = isEqual ? kDone : kNo;
   result.text = printable(packet.file) + ": " +
-                (isEqual ? "equal" : difference(read, written, offset, packet.place(offset))) +
+                (isEqual ? "equal" : difference(read, written, offset, packet.fileOffset(offset))) +
                 "\n";
   return result;
 }
@@ -80,12 +80,12 @@ FileResult compare(const Packet& packet, const Options& options) {
 FileResult roundtrip(const std::string& file, const Options& options) {
   const Packet packet = readPacket(file, options);
   FileResult result;
-  runWithLevels(packet.checked.depth, [&] { result = compare(packet, options); });
+  runWithStackFor(packet.checked.depth, [&] { result = compare(packet, options); });
   return result;
 }
 
 void declare(OptionTable& table, Options& options) {
-  declareForm(table, options);
+  declareFormOptions(table, options);
 }
 
 }  // namespace

@@ -77,7 +77,7 @@ Problem exportProblem(const AMFWireResult& result, std::string_view bytes,
                       const AMFWireReadOptions& read, const Options& options) {
   Problem problem{exitCodeOf(result.status), describe(result.status), messageOf(result, options)};
   problem.offset = result.offset;
-  problem.bytes = hexAround(bytes, result.offset);
+  problem.hexContext = hexAround(bytes, result.offset);
   if (result.status == AMFWireStatus::unknownExternal) {
     problem.hint =
         "--external CLASS=VALUES reads it as so many values, --salvage keeps the raw bytes";
@@ -91,6 +91,6 @@ Problem exportProblem(const AMFWireResult& result, std::string_view bytes,
 
 Problem importProblem(const AMFWireResult& result, const Options& options) {
   Problem problem{exitCodeOf(result.status), describe(result.status), messageOf(result, options)};
-  if (result.line != 0) problem.text = TextPlace{result.path, result.line, result.column};
+  if (result.line != 0) problem.position = TextPosition{result.path, result.line, result.column};
   return problem;
 }

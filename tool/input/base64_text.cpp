@@ -20,7 +20,7 @@ int valueOf(char digit) {
 }
 
 // Where the text behind "data:TYPE;base64," begins; 0 if it is no data URI.
-std::size_t behindDataURI(std::string_view text) {
+std::size_t dataURIHeadLength(std::string_view text) {
   constexpr std::string_view kMark = ";base64,";
   if (text.substr(0, 5) != "data:") return 0;
   const std::size_t mark = text.find(kMark);
@@ -55,14 +55,14 @@ Decoded decode(std::string_view text, std::size_t at) {
 
 }  // namespace
 
-std::optional<std::string> fromBase64Text(std::string_view text, std::size_t most) {
-  const std::size_t begin = behindDataURI(text);
+std::optional<std::string> decodeBase64Text(std::string_view text, std::size_t maxBytes) {
+  const std::size_t begin = dataURIHeadLength(text);
   Decoded decoded = decode(text, begin);
   if (decoded.stop < text.size()) {
     if (begin == 0) return std::nullopt;
-    throw brokenWrapper("base64 text: broken", decoded.stop);
+    throw malformedWrapper("base64 text: broken", decoded.stop);
   }
-  if (decoded.bytes.size() > most) throw unwrappedTooLarge("base64 text", most, begin);
+  if (decoded.bytes.size() > maxBytes) throw unwrappedTooLarge("base64 text", maxBytes, begin);
   if (decoded.bytes.empty()) return std::nullopt;
   return std::move(decoded.bytes);
 }

@@ -49,7 +49,7 @@ std::optional<Container> scriptTagAt(std::string_view bytes, std::size_t offset)
   const std::string_view name = cursor.text(cursor.number(2));
   if (!cursor.isInside() || cursor.at > offset + 11 + size) return std::nullopt;
   return Container{"flv", "FLV script tag at byte " + std::to_string(offset), Form::amf0, cursor.at,
-                   quoted(name, kShownName)};
+                   quoteForDisplay(name, kShownName)};
 }
 
 }  // namespace
@@ -65,7 +65,7 @@ std::optional<Container> sharedObjectIn(std::string_view bytes) {
   if (!cursor.isInside()) return std::nullopt;
   Container found{
       "shared object",
-      "shared object (.sol) " + quoted(name, kShownName) + (isAMF3 ? ", AMF3" : ", AMF0"),
+      "shared object (.sol) " + quoteForDisplay(name, kShownName) + (isAMF3 ? ", AMF3" : ", AMF0"),
       isAMF3 ? Form::amf3 : Form::amf0, bytes.size(), ""};
   // The names of AMF3 values: a length in one or two bytes, shifted by a bit that is set.
   std::uint32_t length = cursor.number(isAMF3 ? 1 : 2);
@@ -73,7 +73,7 @@ std::optional<Container> sharedObjectIn(std::string_view bytes) {
   const std::string_view valueName = cursor.text(isAMF3 ? length >> 1 : length);
   if (!valueName.empty() && cursor.at < bytes.size()) {
     found.offset = cursor.at;
-    found.valueName = quoted(valueName, kShownName);
+    found.valueName = quoteForDisplay(valueName, kShownName);
   }
   return found;
 }

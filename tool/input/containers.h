@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "tool/input/bare_value.h"
+#include "tool/input/form.h"
 
 struct Container {
   const char* kind;       // "shared object" or "flv"

@@ -25,7 +25,7 @@ struct Columns {
 
 class HexText {
  public:
-  HexText(std::string_view source, std::size_t mostBytes) : text(source), most(mostBytes) {}
+  HexText(std::string_view source, std::size_t limit) : text(source), maxBytes(limit) {}
 
   std::optional<std::string> bytes() {
     const std::size_t brace = text.find('{');
@@ -56,11 +56,11 @@ class HexText {
   void repeat(std::size_t offset, std::string_view one) {
     const std::string row = found.substr(lastRow);
     if (!isRepeated || row.empty() || offset < found.size()) {
-      throw brokenWrapper(std::string(kWhat) + ": the offset in front of the line is not " +
-                              std::to_string(found.size()),
-                          placeOf(one));
+      throw malformedWrapper(std::string(kWhat) + ": the offset in front of the line is not " +
+                                 std::to_string(found.size()),
+                             offsetOf(one));
     }
-    if (offset > most) throw unwrappedTooLarge(kWhat, most, placeOf(one));
+    if (offset > maxBytes) throw unwrappedTooLarge(kWhat, maxBytes, offsetOf(one));
     while (found.size() < offset) found += row.substr(0, offset - found.size());
     isRepeated = false;
   }
@@ -101,17 +101,17 @@ class HexText {
     const std::size_t stranger = pairs.find_first_not_of(kDigits);
     if (stranger != std::string_view::npos) {
       if (!hasColumns) return false;
-      throw brokenWrapper(std::string(kWhat) + ": not a digit", placeOf(pairs) + stranger);
+      throw malformedWrapper(std::string(kWhat) + ": not a digit", offsetOf(pairs) + stranger);
     }
     if (pairs.size() % 2 != 0) {
       if (text.find_first_not_of("0123456789ABCDEFabcdef \t\r\n") != std::string_view::npos &&
           !hasColumns) {
         return false;  // the word may well not be hexadecimal
       }
-      throw brokenWrapper(std::string(kWhat) + ": an odd number of digits", placeOf(pairs));
+      throw malformedWrapper(std::string(kWhat) + ": an odd number of digits", offsetOf(pairs));
     }
-    if (pairs.size() / 2 > most - found.size())
-      throw unwrappedTooLarge(kWhat, most, placeOf(pairs));
+    if (pairs.size() / 2 > maxBytes - found.size())
+      throw unwrappedTooLarge(kWhat, maxBytes, offsetOf(pairs));
     for (std::size_t i = 0; i < pairs.size(); i += 2) append(pairs.substr(i, 2));
     return true;
   }
@@ -130,7 +130,7 @@ class HexText {
                           item[1] == 'x' &&
                           item.find_first_not_of(kDigits, 2) == std::string_view::npos;
       if (!isByte) return std::nullopt;
-      if (found.size() == most) throw unwrappedTooLarge(kWhat, most, placeOf(item));
+      if (found.size() == maxBytes) throw unwrappedTooLarge(kWhat, maxBytes, offsetOf(item));
       append(item.substr(2));
       at = items.find_first_not_of(kSeparators, stop);
     }
@@ -143,12 +143,12 @@ class HexText {
     found += static_cast<char>(value);
   }
 
-  std::size_t placeOf(std::string_view some) const {
+  std::size_t offsetOf(std::string_view some) const {
     return static_cast<std::size_t>(some.data() - text.data());
   }
 
   const std::string_view text;
-  const std::size_t most;
+  const std::size_t maxBytes;
   std::string found;
   bool hasColumns = false;
   bool isRepeated = false;
@@ -157,6 +157,6 @@ class HexText {
 
 }  // namespace
 
-std::optional<std::string> fromHexText(std::string_view text, std::size_t most) {
-  return HexText(text, most).bytes();
+std::optional<std::string> decodeHexText(std::string_view text, std::size_t maxBytes) {
+  return HexText(text, maxBytes).bytes();
 }

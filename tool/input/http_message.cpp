@@ -20,7 +20,7 @@ std::string lower(std::string_view text) {
 }
 
 std::string shown(std::string_view value) {
-  return quoted(value, 40);
+  return quoteForDisplay(value, 40);
 }
 
 std::string_view trimmed(std::string_view text) {
@@ -54,17 +54,17 @@ std::uint64_t numberIn(std::string_view digits, unsigned base, std::size_t offse
     const std::size_t value =
         known.find(digit >= 'A' && digit <= 'F' ? static_cast<char>(digit + 32) : digit);
     if (value >= base || number > UINT64_MAX / base - 1) {
-      throw brokenWrapper(std::string(kName) + ": not a length", offset);
+      throw malformedWrapper(std::string(kName) + ": not a length", offset);
     }
     number = number * base + value;
   }
-  if (digits.empty()) throw brokenWrapper(std::string(kName) + ": not a length", offset);
+  if (digits.empty()) throw malformedWrapper(std::string(kName) + ": not a length", offset);
   return number;
 }
 
 class Message {
  public:
-  Message(std::string_view source, std::size_t mostBytes) : text(source), most(mostBytes) {}
+  Message(std::string_view source, std::size_t limit) : text(source), maxBytes(limit) {}
 
   std::optional<HTTPBody> body() {
     const auto start = takeLine(text, at);
@@ -87,17 +87,17 @@ class Message {
     for (;;) {
       const std::size_t begin = at;
       const auto line = takeLine(text, at);
-      if ((line ? at : text.size()) > kMostHeadBytes) {
+      if ((line ? at : text.size()) > kMaxHeadBytes) {
         throw wrapperProblem(kOverLimit, "head too large",
                              std::string(kName) + ": a head of more than " +
-                                 std::to_string(kMostHeadBytes) + " bytes",
+                                 std::to_string(kMaxHeadBytes) + " bytes",
                              begin);
       }
-      if (!line) throw cutWrapper(std::string(kName) + ": ends in its head", begin);
+      if (!line) throw truncatedWrapper(std::string(kName) + ": ends in its head", begin);
       if (line->empty()) return;
       const std::size_t colon = line->find(':');
       if (colon == std::string_view::npos) {
-        throw brokenWrapper(std::string(kName) + ": a line of its head has no colon", begin);
+        throw malformedWrapper(std::string(kName) + ": a line of its head has no colon", begin);
       }
       take(lower(line->substr(0, colon)), trimmed(line->substr(colon + 1)), begin);
     }
@@ -111,9 +111,9 @@ class Message {
 
   void takeLength(std::string_view value, std::size_t offset) {
     if (length.isThere && length.text != value) {
-      throw brokenWrapper(std::string(kName) + ": two lengths: Content-Length is " +
-                              shown(length.text) + ", and " + shown(value) + " here",
-                          offset);
+      throw malformedWrapper(std::string(kName) + ": two lengths: Content-Length is " +
+                                 shown(length.text) + ", and " + shown(value) + " here",
+                             offset);
     }
     if (!length.isThere) length = {std::string(value), offset, true};
   }
@@ -134,20 +134,20 @@ class Message {
   }
 
   std::string unframed() {
-    const std::string_view behind = text.substr(at);
+    const std::string_view following = text.substr(at);
     // A tool that shows a body decoded leaves the fields that say how it was sent.
-    if (isChunked() && !behind.empty() && hexDigits(behind) > 0) {
+    if (isChunked() && !following.empty() && hexDigits(following) > 0) {
       refuseLengthOfChunks();
       return unchunked();
     }
-    if (length.text.empty() || isAlreadyDecoded(behind)) return rest();
+    if (length.text.empty() || isAlreadyDecoded(following)) return rest();
     const std::uint64_t size = numberIn(length.text, 10, length.offset);
-    if (size > behind.size()) {
-      throw cutWrapper(std::string(kName) + ": Content-Length is " + std::to_string(size) +
-                           ", but " + std::to_string(behind.size()) + " bytes follow",
-                       text.size());
+    if (size > following.size()) {
+      throw truncatedWrapper(std::string(kName) + ": Content-Length is " + std::to_string(size) +
+                                 ", but " + std::to_string(following.size()) + " bytes follow",
+                             text.size());
     }
-    std::string bytes = limited(behind.substr(0, static_cast<std::size_t>(size)));
+    std::string bytes = limited(following.substr(0, static_cast<std::size_t>(size)));
     at += static_cast<std::size_t>(size);
     return bytes;
   }
@@ -155,9 +155,9 @@ class Message {
   // Receivers differ in which of the two they believe.
   void refuseLengthOfChunks() const {
     if (!length.isThere) return;
-    throw brokenWrapper(std::string(kName) + ": two lengths: Content-Length is " +
-                            shown(length.text) + ", and the body is sent in chunks",
-                        length.offset);
+    throw malformedWrapper(std::string(kName) + ": two lengths: Content-Length is " +
+                               shown(length.text) + ", and the body is sent in chunks",
+                           length.offset);
   }
 
   bool isChunked() const { return transferEncoding.text.find("chunked") != std::string::npos; }
@@ -173,21 +173,22 @@ class Message {
     for (;;) {
       const std::size_t begin = at;
       const auto line = takeLine(text, at);
-      if (!line) throw cutWrapper(std::string(kName) + ": a chunk is missing", begin);
+      if (!line) throw truncatedWrapper(std::string(kName) + ": a chunk is missing", begin);
       const std::uint64_t size = numberIn(line->substr(0, hexDigits(*line)), 16, begin);
       if (size == 0) {
         skipTrailer();
         return body;
       }
-      if (size > most - body.size()) throw unwrappedTooLarge(kName, most, begin);
-      if (size > text.size() - at) throw cutWrapper(std::string(kName) + ": a chunk is cut", at);
+      if (size > maxBytes - body.size()) throw unwrappedTooLarge(kName, maxBytes, begin);
+      if (size > text.size() - at)
+        throw truncatedWrapper(std::string(kName) + ": a chunk is cut", at);
       body += text.substr(at, static_cast<std::size_t>(size));
       at += static_cast<std::size_t>(size);
       const std::size_t end = at;
-      const auto behind = takeLine(text, at);
-      if (!behind) throw cutWrapper(std::string(kName) + ": a chunk is missing", end);
-      if (!behind->empty())
-        throw brokenWrapper(std::string(kName) + ": a chunk does not end where it says", end);
+      const auto following = takeLine(text, at);
+      if (!following) throw truncatedWrapper(std::string(kName) + ": a chunk is missing", end);
+      if (!following->empty())
+        throw malformedWrapper(std::string(kName) + ": a chunk does not end where it says", end);
     }
   }
 
@@ -215,32 +216,32 @@ class Message {
     if (name.empty() || name == "identity" || bytes.empty() || isAlreadyDecoded(bytes))
       return bytes;
     if (name == "gzip" || name == "x-gzip") {
-      return inflated(bytes, Compression::gzip, "gzip body of the HTTP message", most);
+      return inflated(bytes, Compression::gzip, "gzip body of the HTTP message", maxBytes);
     }
     if (name == "deflate") {  // some senders leave the head of zlib out
       return inflated(bytes, isZlib(bytes) ? Compression::zlib : Compression::deflate,
-                      "deflate body of the HTTP message", most);
+                      "deflate body of the HTTP message", maxBytes);
     }
-    throw brokenWrapper(
+    throw malformedWrapper(
         std::string(kName) + ": Content-Encoding " + shown(name) + " is not known here",
         contentEncoding.offset);
   }
 
   std::string limited(std::string_view bytes) const {
-    if (bytes.size() > most) throw unwrappedTooLarge(kName, most, at);
+    if (bytes.size() > maxBytes) throw unwrappedTooLarge(kName, maxBytes, at);
     return std::string(bytes);
   }
 
   const std::string_view text;
-  const std::size_t most;
+  const std::size_t maxBytes;
   std::size_t at = 0;
   Field length, transferEncoding, contentEncoding;
 };
 
 }  // namespace
 
-std::optional<HTTPBody> fromHTTPMessage(std::string_view message, std::size_t most) {
-  return Message(message, most).body();
+std::optional<HTTPBody> decodeHTTPMessage(std::string_view message, std::size_t maxBytes) {
+  return Message(message, maxBytes).body();
 }
 
 bool beginsHTTPMessage(std::string_view bytes) {

@@ -6,10 +6,10 @@
 #include <algorithm>
 #include <optional>
 
-#include "tool/input/bare_value.h"
 #include "tool/input/containers.h"
-#include "tool/input/published.h"
-#include "tool/input/ruined.h"
+#include "tool/input/form.h"
+#include "tool/input/mojibake.h"
+#include "tool/input/published_format.h"
 #include "tool/input/unwrap.h"
 #include "tool/problem.h"
 #include "tool/text/hex.h"
@@ -20,7 +20,7 @@ namespace {
 
 using Status = AMFVerifyStatus;
 
-constexpr std::size_t kMostWrappers = 8;
+constexpr std::size_t kMaxWrappers = 8;
 
 std::string atByte(std::size_t offset) {
   return " at byte " + std::to_string(offset);
@@ -72,9 +72,9 @@ Identity nowExportable(const Identity& refused) {
 
 // The first name or URI: whether somebody can have written it shows whether this is a packet at
 // all.
-class FirstName : public AMFVerifyVisitor {
+class FirstNameFinder : public AMFVerifyVisitor {
  public:
-  explicit FirstName(std::string_view source) : bytes(source) {}
+  explicit FirstNameFinder(std::string_view source) : bytes(source) {}
   void field(const AMFVerifyField& field) override {
     const bool isName =
         field.kind == AMFFieldKind::headerName || field.kind == AMFFieldKind::targetUri;
@@ -87,7 +87,7 @@ class FirstName : public AMFVerifyVisitor {
 };
 
 std::string_view nameIn(std::string_view bytes, const AMFVerifyLimits& limits) {
-  FirstName first(bytes);
+  FirstNameFinder first(bytes);
   visitPacket(bytes.data(), bytes.size(), first, limits);
   return first.name;
 }
@@ -96,15 +96,15 @@ std::string packetText(std::string_view bytes, const AMFVerifyResult& checked) {
   const unsigned version = static_cast<unsigned>(static_cast<unsigned char>(bytes[0])) << 8 |
                            static_cast<unsigned char>(bytes[1]);
   return "AMF packet: version " + std::to_string(version) + ", " +
-         words(checked.headers, "header") + ", " + words(checked.messages, "message") + ", " +
-         words(checked.consumed, "byte");
+         pluralize(checked.headers, "header") + ", " + pluralize(checked.messages, "message") +
+         ", " + pluralize(checked.consumed, "byte");
 }
 
 std::optional<Identity> wholePacket(std::string_view bytes, const AMFVerifyLimits& limits) {
   const AMFVerifyResult checked = verifyForm(bytes, Form::packet, limits);
   if (checked.status != Status::ok || checked.consumed != bytes.size()) return std::nullopt;
   const std::string verdict = packetText(bytes, checked);
-  const char* const otherwise = misread(bytes);
+  const char* const otherwise = dialectDifference(bytes);
   if (otherwise == nullptr) return decodable("packet", verdict, "");
   return exportable("packet", verdict + "; this dialect reads its " + otherwise +
                                   " otherwise than the published format");
@@ -116,15 +116,15 @@ Identity packetAndMore(std::string_view bytes, const AMFVerifyResult& checked,
                        const AMFVerifyLimits& limits) {
   const std::string_view rest = bytes.substr(checked.consumed);
   const std::string verdict =
-      packetText(bytes, checked) + ", and " + words(rest.size(), "byte") + " after it";
-  if (isAnotherPacket(rest, limits)) return decodable("packet", verdict + ": another packet", "");
+      packetText(bytes, checked) + ", and " + pluralize(rest.size(), "byte") + " after it";
+  if (beginsPacket(rest, limits)) return decodable("packet", verdict + ": another packet", "");
   return dumpable("packet", verdict + " that this dialect does not read", "");
 }
 
 Identity refusedPacket(const AMFVerifyResult& checked) {
   const std::string where = std::string(checked.message) + atByte(checked.offset) + ", after " +
-                            words(checked.headers, "header") + " and " +
-                            words(checked.messages, "message");
+                            pluralize(checked.headers, "header") + " and " +
+                            pluralize(checked.messages, "message");
   if (checked.status == Status::truncated) {
     return dumpable("refused packet", "AMF packet, ends too early for this dialect: " + where, "");
   }
@@ -152,9 +152,9 @@ std::optional<Identity> wholeValue(std::string_view bytes, Form form,
   if (checked.status != Status::ok || checked.consumed != bytes.size() || isEndMark) {
     return std::nullopt;
   }
-  return decodable("value",
-                   std::string(nameOf(form)) + " without a packet: " + words(bytes.size(), "byte"),
-                   optionOf(form));
+  return decodable(
+      "value", std::string(nameOf(form)) + " without a packet: " + pluralize(bytes.size(), "byte"),
+      optionOf(form));
 }
 
 // A call or script data: a name and what belongs to it, one AMF0 value behind the other.
@@ -169,8 +169,8 @@ std::optional<Identity> namedValues(std::string_view bytes, const AMFVerifyLimit
     if (number == 0) first = at;
   }
   return dumpable("values",
-                  words(number, "AMF0 value") + " without a packet: the first has " +
-                      words(first, "byte") + ", all have " + std::to_string(bytes.size()),
+                  pluralize(number, "AMF0 value") + " without a packet: the first has " +
+                      pluralize(first, "byte") + ", all have " + std::to_string(bytes.size()),
                   " --as amf0");
 }
 
@@ -201,7 +201,7 @@ std::optional<Identity> inContainer(std::string_view bytes, const std::optional<
   if (isEndMark(rest)) {
     options += " --allow-trailing";
   } else if (!rest.empty()) {
-    verdict += ", and " + words(rest.size(), "byte") + " after it";
+    verdict += ", and " + pluralize(rest.size(), "byte") + " after it";
     if (isPublished) return exportable(found->kind, verdict);
   }
   return decodable(found->kind, verdict, options);
@@ -221,20 +221,21 @@ std::optional<Identity> repaired(const std::optional<std::string>& before, const
   return identity;
 }
 
-std::optional<Identity> ruined(std::string_view bytes, const AMFVerifyLimits& limits) {
+std::optional<Identity> identifyMojibake(std::string_view bytes, const AMFVerifyLimits& limits) {
   if (auto identity =
-          repaired(beforeUTF8(bytes), "bytes from 80 on written as UTF-8 (C2 or C3 in front)",
+          repaired(undoUTF8Encoding(bytes), "bytes from 80 on written as UTF-8 (C2 or C3 in front)",
                    "iconv -f UTF-8 -t ISO-8859-1", limits)) {
     return identity;
   }
-  if (auto identity = repaired(beforeCRLF(bytes), "line ends translated (0D in front of each 0A)",
-                               "sed 's/\\r$//'", limits)) {
+  if (auto identity =
+          repaired(undoCRLFConversion(bytes), "line ends translated (0D in front of each 0A)",
+                   "sed 's/\\r$//'", limits)) {
     return identity;
   }
-  const Replaced replaced = replacedIn(bytes);
+  const Replacements replaced = findReplacements(bytes);
   if (replaced.count == 0 || static_cast<unsigned char>(bytes[0]) >= 0x20) return std::nullopt;
   return known("changed bytes", "bytes lost to a text decoder: U+FFFD (EF BF BD) " +
-                                    words(replaced.count, "time") + ", first" +
+                                    pluralize(replaced.count, "time") + ", first" +
                                     atByte(replaced.first));
 }
 
@@ -255,10 +256,11 @@ std::optional<Identity> otherText(std::string_view bytes) {
   const std::string start = lowerStart(bytes.substr(begin));
   const char last = bytes[std::min(bytes.find_last_not_of(kBlanks), bytes.size() - 1)];
   const auto begins = [&start](std::string_view with) { return start.rfind(with, 0) == 0; };
-  const std::string why = ": begins with " + quoted(bytes.substr(begin, 16), 16) + atByte(begin);
+  const std::string why =
+      ": begins with " + quoteForDisplay(bytes.substr(begin, 16), 16) + atByte(begin);
   if (begins("<!doctype html") || begins("<html")) return known("html", "HTML text" + why);
   if (begins("<") && last == '>') return known("xml", "XML text" + why);
-  if (begins("{") && isDocument(bytes)) {
+  if (begins("{") && isExportDocument(bytes)) {
     Identity document = known("document", "JSON document of amf2json export");
     document.command = "import";
     return document;
@@ -276,14 +278,14 @@ Identity unknown(std::string_view bytes) {
 }
 
 // What no wrapper is.
-std::optional<Identity> bare(std::string_view bytes, const AMFVerifyLimits& limits) {
+std::optional<Identity> identifyBare(std::string_view bytes, const AMFVerifyLimits& limits) {
   if (bytes.empty()) {
     return known("empty", "empty: functions for text stop at a byte 00, with which packets begin");
   }
   if (auto found = wholePacket(bytes, limits)) return found;
   if (auto found = inContainer(bytes, sharedObjectIn(bytes), limits)) return found;
   if (auto found = inContainer(bytes, scriptTagIn(bytes), limits)) return found;
-  if (auto found = ruined(bytes, limits)) return found;
+  if (auto found = identifyMojibake(bytes, limits)) return found;
   if (auto found = almostPacket(bytes, limits)) return found;
   if (auto found = wholeValue(bytes, Form::amf0, limits)) return found;
   if (auto found = wholeValue(bytes, Form::amf3, limits)) return found;
@@ -294,22 +296,22 @@ std::optional<Identity> bare(std::string_view bytes, const AMFVerifyLimits& limi
 Identity identifyInside(std::string_view bytes, const AMFVerifyLimits& limits, std::size_t depth);
 
 // Digits and base64 are called so only if something is in them: a word is base64, too.
-std::optional<Identity> wrapped(std::string_view bytes, const AMFVerifyLimits& limits,
-                                std::size_t depth) {
-  const auto isWanted = [&limits](std::string_view some) {
-    return bare(some, limits) ? Wanted::yes : Wanted::no;
+std::optional<Identity> identifyWrapped(std::string_view bytes, const AMFVerifyLimits& limits,
+                                        std::size_t depth) {
+  const auto match = [&limits](std::string_view some) {
+    return identifyBare(some, limits) ? Match::yes : Match::no;
   };
-  std::optional<Wrapped> found;
+  std::optional<UnwrappedLayer> found;
   try {
-    found = takeOff(bytes, limits.maxPacketBytes, isWanted);
+    found = unwrapOnce(bytes, limits.maxPacketBytes, match);
   } catch (const Problem& problem) {
     return known("broken wrapper", problem.message + atByte(problem.offset.value_or(0)));
   }
-  if (!found || depth == kMostWrappers) return std::nullopt;
+  if (!found || depth == kMaxWrappers) return std::nullopt;
   Identity inside = identifyInside(found->content, limits, depth + 1);
   if (!inside.isKnown && isPlainText(bytes)) return std::nullopt;
   std::string outside = found->name;
-  if (found->leftOver) outside += " (" + leftOverText(*found->leftOver) + ")";
+  if (found->trailing) outside += " (" + trailingBytesText(*found->trailing) + ")";
   inside.verdict = outside + " > " + inside.verdict;
   inside.wrappers.insert(inside.wrappers.begin(), found->name);
   // A repair would have to come between the wrappers.
@@ -319,8 +321,8 @@ std::optional<Identity> wrapped(std::string_view bytes, const AMFVerifyLimits& l
 }
 
 Identity identifyInside(std::string_view bytes, const AMFVerifyLimits& limits, std::size_t depth) {
-  if (auto found = bare(bytes, limits)) return *found;
-  if (auto found = wrapped(bytes, limits, depth)) return *found;
+  if (auto found = identifyBare(bytes, limits)) return *found;
+  if (auto found = identifyWrapped(bytes, limits, depth)) return *found;
   if (auto found = otherText(bytes)) return *found;
   return unknown(bytes);
 }
@@ -334,7 +336,7 @@ Identity identify(std::string_view bytes, const AMFVerifyLimits& limits) {
 std::string commandFor(const Identity& identity, const std::string& file) {
   if (identity.command == nullptr) return "";
   const std::string line = std::string("amf2json ") + identity.command + identity.options;
-  const std::string word = shellWord(file);
+  const std::string word = quoteForShell(file);
   if (identity.filter.empty()) return line + ' ' + word;
   return identity.filter + ' ' + word + " | " + line;
 }

@@ -33,23 +33,24 @@ class Inflater {
   Inflater& operator=(const Inflater&) = delete;
   ~Inflater() { inflateEnd(&stream); }
 
-  // Appends one stream to `out`. False: it would get longer than `most` bytes.
-  bool run(const std::string& name, std::size_t most, std::string& out) {
+  // Appends one stream to `out`. False: it would get longer than `maxBytes` bytes.
+  bool run(const std::string& name, std::size_t maxBytes, std::string& out) {
     constexpr std::size_t kBlock = 65536;
     for (int status = Z_OK; status != Z_STREAM_END;) {
       const std::size_t present = out.size();
-      out.resize(present + std::min(kBlock, most + 1 - present));
+      out.resize(present + std::min(kBlock, maxBytes + 1 - present));
       feed();
       stream.next_out = reinterpret_cast<Bytef*>(&out[present]);
       stream.avail_out = static_cast<uInt>(out.size() - present);
       status = inflate(&stream, Z_NO_FLUSH);
       out.resize(out.size() - stream.avail_out);
       if (status == Z_MEM_ERROR) throw std::bad_alloc();
-      if (status == Z_BUF_ERROR) throw cutWrapper(name + ": ends too early", at());
+      if (status == Z_BUF_ERROR) throw truncatedWrapper(name + ": ends too early", at());
       if (status != Z_OK && status != Z_STREAM_END) {
-        throw brokenWrapper(name + ": " + (stream.msg ? stream.msg : "needs a dictionary"), at());
+        throw malformedWrapper(name + ": " + (stream.msg ? stream.msg : "needs a dictionary"),
+                               at());
       }
-      if (out.size() > most) return false;
+      if (out.size() > maxBytes) return false;
     }
     return true;
   }
@@ -79,16 +80,16 @@ bool isPadding(std::string_view bytes) {
 }  // namespace
 
 std::string inflated(std::string_view bytes, Compression form, const std::string& name,
-                     std::size_t most) {
+                     std::size_t maxBytes) {
   Inflater inflater(bytes, form);
   std::string out;
   for (;;) {
-    if (most == out.max_size()) --most;
-    if (!inflater.run(name, most, out)) throw unwrappedTooLarge(name, most, inflater.at());
+    if (maxBytes == out.max_size()) --maxBytes;
+    if (!inflater.run(name, maxBytes, out)) throw unwrappedTooLarge(name, maxBytes, inflater.at());
     const std::string_view rest = bytes.substr(inflater.at());
     if (isPadding(rest)) return out;
     if (form != Compression::gzip || !isGzip(rest)) {
-      throw brokenWrapper(name + ": something else stands behind it", inflater.at());
+      throw malformedWrapper(name + ": something else stands behind it", inflater.at());
     }
     inflater.restart();
   }

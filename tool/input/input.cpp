@@ -16,11 +16,11 @@ constexpr std::size_t kBlock = 65536;
 // it.
 std::string readAll(int descriptor, const std::string& file, std::size_t first, std::size_t limit,
                     const char* option) {
-  const std::size_t most = limit < std::string().max_size() ? limit + 1 : limit;
-  std::string bytes(std::min(first, most), '\0');
+  const std::size_t maxBytes = limit < std::string().max_size() ? limit + 1 : limit;
+  std::string bytes(std::min(first, maxBytes), '\0');
   for (std::size_t present = 0;;) {
     if (present == bytes.size()) {
-      bytes.resize(present + std::min(std::max(kBlock, present), most - present));
+      bytes.resize(present + std::min(std::max(kBlock, present), maxBytes - present));
     }
     const std::ptrdiff_t got = platform::read(descriptor, &bytes[present], bytes.size() - present);
     if (got < 0 && errno != EINTR) throw fileProblem(file, "read");
@@ -53,7 +53,7 @@ std::string readInput(const std::string& file, std::size_t limit, const char* op
 
 // ---- Lines
 
-void LineReader::takeAll(const Take& take, const std::function<void()>& wait) {
+void LineReader::consumeAll(const Take& take, const std::function<void()>& wait) {
   do {
     takeWhole(take);
     wait();
@@ -68,7 +68,7 @@ void LineReader::takeWhole(const Take& take) {
     takeOne(take, std::string_view(buffered).substr(begin, end - begin));
   }
   buffered.erase(0, begin);
-  if (buffered.size() > most) {
+  if (buffered.size() > maxBytes) {
     isCut = true;
     std::string().swap(buffered);
   }
@@ -77,7 +77,7 @@ void LineReader::takeWhole(const Take& take) {
 
 void LineReader::takeOne(const Take& take, std::string_view line) {
   if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-  const bool isTooLong = isCut || line.size() > most;
+  const bool isTooLong = isCut || line.size() > maxBytes;
   isCut = false;
   take(isTooLong ? std::string_view() : line, isTooLong);
 }

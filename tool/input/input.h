@@ -16,16 +16,16 @@
 std::string readInput(const std::string& file, std::size_t limit,
                       const char* option = "--max-packet-bytes");
 
-// The lines of a descriptor. One of more than `most` bytes is handed over without its text.
+// The lines of a descriptor. One of more than `maxBytes` bytes is handed over without its text.
 class LineReader {
  public:
   LineReader(int source, std::string sourceName, std::size_t limit)
-      : descriptor(source), name(std::move(sourceName)), most(limit) {}
+      : descriptor(source), name(std::move(sourceName)), maxBytes(limit) {}
 
   using Take = std::function<void(std::string_view line, bool isTooLong)>;
 
   // `wait` is called before each read, as it may have to wait. Throws Problem.
-  void takeAll(const Take& take, const std::function<void()>& wait);
+  void consumeAll(const Take& take, const std::function<void()>& wait);
 
  private:
   void takeWhole(const Take& take);
@@ -34,7 +34,7 @@ class LineReader {
 
   const int descriptor;
   const std::string name;
-  const std::size_t most;
+  const std::size_t maxBytes;
   std::string buffered;
   std::size_t searched = 0;  // of it, without a line feed
   bool isCut = false;        // the beginning of the line was dropped

@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "tool/input/input.h"
-#include "tool/input/published.h"
+#include "tool/input/published_format.h"
 #include "tool/input/unwrap.h"
 #include "tool/text/hex.h"
 #include "tool/text/printable.h"
@@ -30,7 +30,7 @@ std::string messageOf(const AMFVerifyResult& checked, const AMFVerifyLimits& lim
   switch (checked.status) {
     case AMFVerifyStatus::truncated:
       return std::string(text) + ": at least " +
-             words(checked.needed, "byte is missing", "bytes are missing");
+             pluralize(checked.needed, "byte is missing", "bytes are missing");
     case AMFVerifyStatus::depthLimit: return overLimit(text, "--max-depth", limits.maxDepth);
     case AMFVerifyStatus::nodeLimit: return overLimit(text, "--max-nodes", limits.maxNodes);
     case AMFVerifyStatus::treeLimit:
@@ -49,7 +49,7 @@ std::string messageOf(const AMFVerifyResult& checked, const AMFVerifyLimits& lim
 Unwrapped unwrapFile(const std::string& file, std::string bytes, const Options& options) {
   try {
     return unwrap(std::move(bytes), options.limits.maxPacketBytes,
-                  isForm(options.form, options.skip, options.limits));
+                  matchForm(options.form, options.skip, options.limits));
   } catch (Problem& problem) {
     problem.file = file;
     throw;
@@ -58,10 +58,11 @@ Unwrapped unwrapFile(const std::string& file, std::string bytes, const Options& 
 
 // The problem at `offset` of the packet's bytes.
 void locate(Problem& problem, const Packet& packet, std::size_t offset) {
-  problem.message += packet.inside;
+  problem.message += packet.wrapperText;
   problem.file = packet.file;
-  problem.offset = packet.place(offset);
-  problem.bytes = hexAround(packet.own(), *problem.offset - packet.skipped, packet.skipped);
+  problem.offset = packet.fileOffset(offset);
+  problem.hexContext =
+      hexAround(packet.payload(), *problem.offset - packet.skipped, packet.skipped);
 }
 
 AMFWireForm publishedForm(Form form) {
@@ -72,16 +73,17 @@ AMFWireForm publishedForm(Form form) {
 
 // What to type where the published format reads what this dialect does not; empty if it does not.
 std::string exportHint(const Packet& packet) {
-  if (packet.skipped != 0 || !readsAsPublished(packet.own(), publishedForm(packet.form))) return "";
+  if (packet.skipped != 0 || !readsAsPublished(packet.payload(), publishedForm(packet.form)))
+    return "";
   std::string line = "the published format reads it: amf2json export";
   if (!packet.wrappers.empty()) line += " --unwrap";
   if (packet.form != Form::packet) line += packet.form == Form::amf0 ? " --as amf0" : " --as amf3";
-  return packet.file == "-" ? line : line + " " + shellWord(packet.file);
+  return packet.file == "-" ? line : line + " " + quoteForShell(packet.file);
 }
 
 }  // namespace
 
-std::size_t Packet::place(std::size_t offset) const {
+std::size_t Packet::fileOffset(std::size_t offset) const {
   return offset - std::min(offset, envelopeOf(form).size()) + skipped;
 }
 
@@ -101,9 +103,9 @@ Packet readPacket(const std::string& file, const Options& options) {
   if (options.unwrap) {
     Unwrapped unwrapped = unwrapFile(file, std::move(packet.bytes), options);
     packet.bytes = std::move(unwrapped.bytes);
-    packet.inside = insideOf(unwrapped.wrappers);
+    packet.wrapperText = insideWrappers(unwrapped.wrappers);
     packet.wrappers = std::move(unwrapped.wrappers);
-    packet.leftOvers = std::move(unwrapped.leftOvers);
+    packet.trailingWarnings = std::move(unwrapped.trailingWarnings);
   }
   packet.skipped = std::min(options.skip, packet.bytes.size());
   packet.bytes.replace(0, packet.skipped, envelopeOf(options.form));
@@ -120,7 +122,7 @@ Problem refusalOf(const Packet& packet, const AMFVerifyLimits& limits) {
   const bool isRefused =
       problem.exitCode == kTruncated || problem.exitCode == kMalformed;  // not by a limit
   if (isRefused) problem.hint = exportHint(packet);
-  for (const Problem& leftOver : packet.leftOvers) problem.message += "; " + leftOver.message;
+  for (const Problem& warning : packet.trailingWarnings) problem.message += "; " + warning.message;
   return problem;
 }
 
@@ -129,9 +131,9 @@ void decodePacket(AMFProtocol& protocol, const Packet& packet, const AMFVerifyLi
   protocol.parse(packet.bytes.data());
 }
 
-void tellLeftOver(FileResult& result, const Packet& packet, const Options& options) {
+void addTrailingWarning(FileResult& result, const Packet& packet, const Options& options) {
   if (options.allowTrailing) return;
-  for (Problem problem : packet.leftOvers) {
+  for (Problem problem : packet.trailingWarnings) {
     problem.file = packet.file;
     result.problems.push_back(problem);
   }
@@ -139,12 +141,12 @@ void tellLeftOver(FileResult& result, const Packet& packet, const Options& optio
   const std::string_view rest = std::string_view(packet.bytes).substr(end);
   if (rest.empty()) return;
   const bool isPacket = packet.form == Form::packet;
-  Problem problem{kLeftOver, "left over",
-                  words(rest.size(), "byte") + " left over behind the " +
+  Problem problem{kTrailingBytes, "left over",
+                  pluralize(rest.size(), "byte") + " left over behind the " +
                       (isPacket ? "last message" : "value")};
-  if (isPacket && isAnotherPacket(rest, options.limits)) {
+  if (isPacket && beginsPacket(rest, options.limits)) {
     problem.message +=
-        ": another packet, which --skip " + std::to_string(packet.place(end)) + " gets at";
+        ": another packet, which --skip " + std::to_string(packet.fileOffset(end)) + " gets at";
   }
   problem.isWarning = true;
   locate(problem, packet, end);
@@ -152,11 +154,11 @@ void tellLeftOver(FileResult& result, const Packet& packet, const Options& optio
   result.problems.push_back(problem);
 }
 
-void tellVerdict(FileResult& result, const Packet& packet, const Options& options) {
+void addVerdict(FileResult& result, const Packet& packet, const Options& options) {
   if (packet.checked.status != AMFVerifyStatus::ok) {
     result.problems.push_back(refusalOf(packet, options.limits));
   } else {
-    tellLeftOver(result, packet, options);
+    addTrailingWarning(result, packet, options);
   }
 }
 

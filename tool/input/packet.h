@@ -22,14 +22,16 @@ struct Packet {
   AMFVerifyResult checked;  // counts in `bytes`
   Form form = Form::packet;
   std::size_t skipped = 0;                 // bytes that were left out in front
-  std::string inside = {};                 // ", in what gzip holds"; empty: nothing was unwrapped
+  std::string wrapperText = {};            // ", in what gzip holds"; empty: nothing was unwrapped
   std::vector<const char*> wrappers = {};  // that were taken off
-  std::vector<Problem> leftOvers = {};     // warnings: what followed the wrappers
+  std::vector<Problem> trailingWarnings = {};  // warnings: what followed the wrappers
 
   // Where the byte at `offset` of `bytes` stands for whoever has the file.
-  std::size_t place(std::size_t offset) const;
+  std::size_t fileOffset(std::size_t offset) const;
   // `bytes` without the envelope that was made for a value.
-  std::string_view own() const { return std::string_view(bytes).substr(envelopeOf(form).size()); }
+  std::string_view payload() const {
+    return std::string_view(bytes).substr(envelopeOf(form).size());
+  }
 };
 
 // Reads and checks; a packet that is refused comes back like any other. Throws Problem when it
@@ -45,9 +47,9 @@ void decodePacket(AMFProtocol& protocol, const Packet& packet, const AMFVerifyLi
 
 // Adds a warning to the result of a sound packet for bytes that follow its last message or the
 // wrapper it came in, unless they are allowed.
-void tellLeftOver(FileResult& result, const Packet& packet, const Options& options);
+void addTrailingWarning(FileResult& result, const Packet& packet, const Options& options);
 // Adds why a packet is refused, or what is left over behind a sound one.
-void tellVerdict(FileResult& result, const Packet& packet, const Options& options);
+void addVerdict(FileResult& result, const Packet& packet, const Options& options);
 
 // "header 0", "message 2", "envelope"; "AMF0 value", "AMF3 value".
 std::string sectionName(const Packet& packet);

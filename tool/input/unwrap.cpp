@@ -11,100 +11,105 @@
 
 namespace {
 
-constexpr std::size_t kMostWrappers = 8;
+constexpr std::size_t kMaxWrappers = 8;
 
-bool isTyped(char byte) {
+bool isTextByte(char byte) {
   const auto value = static_cast<unsigned char>(byte);
   return value >= 0x20 ? value != 0x7F : value >= 0x09 && value <= 0x0D;
 }
 
 // Digits may be those of both: then whichever holds what is wanted, else hexadecimal.
-std::optional<Wrapped> takeOffText(std::string_view text, std::size_t most,
-                                   const IsWanted& isWanted) {
-  auto hex = fromHexText(text, most);
-  if (hex && isWanted(*hex) != Wanted::no) return Wrapped{"hexadecimal text", std::move(*hex)};
-  auto base64 = fromBase64Text(text, most);
-  if (base64 && (!hex || isWanted(*base64) != Wanted::no))
-    return Wrapped{"base64 text", std::move(*base64)};
-  if (hex) return Wrapped{"hexadecimal text", std::move(*hex)};
+std::optional<UnwrappedLayer> takeOffText(std::string_view text, std::size_t maxBytes,
+                                          const Matcher& match) {
+  auto hex = decodeHexText(text, maxBytes);
+  if (hex && match(*hex) != Match::no) return UnwrappedLayer{"hexadecimal text", std::move(*hex)};
+  auto base64 = decodeBase64Text(text, maxBytes);
+  if (base64 && (!hex || match(*base64) != Match::no))
+    return UnwrappedLayer{"base64 text", std::move(*base64)};
+  if (hex) return UnwrappedLayer{"hexadecimal text", std::move(*hex)};
   return std::nullopt;
 }
 
 // The body of a message, and what follows the message.
-Wrapped fromMessage(HTTPBody body, std::string_view bytes) {
-  Wrapped wrapped{"HTTP message", std::move(body.bytes)};
+UnwrappedLayer fromMessage(HTTPBody body, std::string_view bytes) {
+  UnwrappedLayer wrapped{"HTTP message", std::move(body.bytes)};
   const std::string_view rest = bytes.substr(body.end);
-  if (!rest.empty()) wrapped.leftOver = LeftOver{body.end, rest.size(), beginsHTTPMessage(rest)};
+  if (!rest.empty())
+    wrapped.trailing = TrailingBytes{body.end, rest.size(), beginsHTTPMessage(rest)};
   return wrapped;
 }
 
 // A warning about what follows the wrapper around `bytes`.
-Problem leftOverProblem(const LeftOver& leftOver, const Unwrapped& around) {
-  Problem problem = wrapperProblem(
-      kLeftOver, "left over", leftOverText(leftOver) + insideOf(around.wrappers), leftOver.offset);
+Problem trailingBytesProblem(const TrailingBytes& trailing, const Unwrapped& around) {
+  Problem problem = wrapperProblem(kTrailingBytes, "left over",
+                                   trailingBytesText(trailing) + insideWrappers(around.wrappers),
+                                   trailing.offset);
   problem.isWarning = true;
-  problem.bytes = hexAround(around.bytes, leftOver.offset);
+  problem.hexContext = hexAround(around.bytes, trailing.offset);
   return problem;
 }
 
 }  // namespace
 
-IsWanted isForm(Form form, std::size_t skip, const AMFVerifyLimits& limits) {
+Matcher matchForm(Form form, std::size_t skip, const AMFVerifyLimits& limits) {
   return [form, skip, &limits](std::string_view bytes) {
-    if (skip != 0) return Wanted::no;
+    if (skip != 0) return Match::no;
     const AMFVerifyResult checked = verifyForm(bytes, form, limits);
-    if (checked.status != AMFVerifyStatus::ok) return Wanted::no;
+    if (checked.status != AMFVerifyStatus::ok) return Match::no;
     const bool isWhole = checked.consumed == bytes.size();
-    return isWhole || !isPlainText(bytes) ? Wanted::yes : Wanted::unlessWrapped;
+    return isWhole || !isPlainText(bytes) ? Match::yes : Match::weak;
   };
 }
 
 bool isPlainText(std::string_view bytes) {
-  return !bytes.empty() && std::all_of(bytes.begin(), bytes.end(), isTyped);
+  return !bytes.empty() && std::all_of(bytes.begin(), bytes.end(), isTextByte);
 }
 
-std::optional<Wrapped> takeOff(std::string_view bytes, std::size_t most, const IsWanted& isWanted) {
-  if (isGzip(bytes)) return Wrapped{"gzip", inflated(bytes, Compression::gzip, "gzip", most)};
-  if (auto body = fromHTTPMessage(bytes, most)) return fromMessage(std::move(*body), bytes);
+std::optional<UnwrappedLayer> unwrapOnce(std::string_view bytes, std::size_t maxBytes,
+                                         const Matcher& match) {
+  if (isGzip(bytes))
+    return UnwrappedLayer{"gzip", inflated(bytes, Compression::gzip, "gzip", maxBytes)};
+  if (auto body = decodeHTTPMessage(bytes, maxBytes)) return fromMessage(std::move(*body), bytes);
   if (isPlainText(bytes)) {
-    if (auto text = takeOffText(bytes, most, isWanted)) return text;
+    if (auto text = takeOffText(bytes, maxBytes, match)) return text;
   }
-  if (isZlib(bytes)) return Wrapped{"zlib", inflated(bytes, Compression::zlib, "zlib", most)};
+  if (isZlib(bytes))
+    return UnwrappedLayer{"zlib", inflated(bytes, Compression::zlib, "zlib", maxBytes)};
   return std::nullopt;
 }
 
-Unwrapped unwrap(std::string bytes, std::size_t most, const IsWanted& isWanted) {
+Unwrapped unwrap(std::string bytes, std::size_t maxBytes, const Matcher& match) {
   Unwrapped result{std::move(bytes), {}, {}};
   try {
-    for (Wanted wanted; (wanted = isWanted(result.bytes)) != Wanted::yes;) {
-      if (result.wrappers.size() == kMostWrappers) {
+    for (Match wanted; (wanted = match(result.bytes)) != Match::yes;) {
+      if (result.wrappers.size() == kMaxWrappers) {
         throw wrapperProblem(kOverLimit, "too many wrappers", "more than 8 wrappers", 0);
       }
-      auto wrapped = takeOff(result.bytes, most, isWanted);
-      if (!wrapped && wanted == Wanted::no && isPlainText(result.bytes)) {
-        throw brokenWrapper("text that is neither hexadecimal nor base64", 0);
+      auto wrapped = unwrapOnce(result.bytes, maxBytes, match);
+      if (!wrapped && wanted == Match::no && isPlainText(result.bytes)) {
+        throw malformedWrapper("text that is neither hexadecimal nor base64", 0);
       }
       if (!wrapped) break;
-      if (wrapped->leftOver) {
-        result.leftOvers.push_back(leftOverProblem(*wrapped->leftOver, result));
+      if (wrapped->trailing) {
+        result.trailingWarnings.push_back(trailingBytesProblem(*wrapped->trailing, result));
       }
       result.wrappers.push_back(wrapped->name);
       result.bytes = std::move(wrapped->content);
     }
   } catch (Problem& problem) {
-    problem.message += insideOf(result.wrappers);
-    problem.bytes = hexAround(result.bytes, problem.offset.value_or(0));
+    problem.message += insideWrappers(result.wrappers);
+    problem.hexContext = hexAround(result.bytes, problem.offset.value_or(0));
     throw;
   }
   return result;
 }
 
-std::string leftOverText(const LeftOver& leftOver) {
-  return words(leftOver.length, "byte") + " left over after the body of the HTTP message" +
-         (leftOver.isMessage ? ": another HTTP message" : "");
+std::string trailingBytesText(const TrailingBytes& trailing) {
+  return pluralize(trailing.length, "byte") + " left over after the body of the HTTP message" +
+         (trailing.isMessage ? ": another HTTP message" : "");
 }
 
-std::string insideOf(const std::vector<const char*>& wrappers) {
+std::string insideWrappers(const std::vector<const char*>& wrappers) {
   std::string text;
   for (const char* const wrapper : wrappers)
     text += (text.empty() ? "" : " > ") + std::string(wrapper);

@@ -20,20 +20,21 @@ inline Problem wrapperProblem(ExitCode exitCode, const char* status, const std::
   return problem;
 }
 
-inline Problem brokenWrapper(const std::string& message, std::size_t offset) {
+inline Problem malformedWrapper(const std::string& message, std::size_t offset) {
   return wrapperProblem(kMalformed, "malformed wrapper", message, offset);
 }
 
-inline Problem cutWrapper(const std::string& message, std::size_t offset) {
+inline Problem truncatedWrapper(const std::string& message, std::size_t offset) {
   return wrapperProblem(kTruncated, "truncated wrapper", message, offset);
 }
 
-// What comes out would be more than `most` bytes.
-inline Problem unwrappedTooLarge(const std::string& wrapper, std::size_t most, std::size_t offset) {
-  return wrapperProblem(
-      kOverLimit, "packet too large",
-      "packet too large: " + wrapper + " of more than --max-packet-bytes " + std::to_string(most),
-      offset);
+// What comes out would be more than `maxBytes` bytes.
+inline Problem unwrappedTooLarge(const std::string& wrapper, std::size_t maxBytes,
+                                 std::size_t offset) {
+  return wrapperProblem(kOverLimit, "packet too large",
+                        "packet too large: " + wrapper + " of more than --max-packet-bytes " +
+                            std::to_string(maxBytes),
+                        offset);
 }
 
 // ---- Compressed data, by zlib where the program was built with it
@@ -44,15 +45,15 @@ enum class Compression { gzip, zlib, deflate };
 bool isGzip(std::string_view bytes);
 bool isZlib(std::string_view bytes);
 
-// What `bytes` hold; `name` names them in messages. Throws Problem: broken, cut, more than `most`
+// What `bytes` hold; `name` names them in messages. Throws Problem: broken, cut, more than `maxBytes`
 // bytes (found before they take memory), built without zlib.
 std::string inflated(std::string_view bytes, Compression form, const std::string& name,
-                     std::size_t most);
+                     std::size_t maxBytes);
 
 // ---- HTTP messages
 
 // The start line and the fields of a message, to the empty line after them.
-constexpr std::size_t kMostHeadBytes = 1 << 20;
+constexpr std::size_t kMaxHeadBytes = 1 << 20;
 
 struct HTTPBody {
   std::string bytes;
@@ -62,8 +63,8 @@ struct HTTPBody {
 // The body of an HTTP/1 request or response, its framing and content codings taken off; of an
 // interim response (1xx), what follows it. Nothing: it is no HTTP message. Throws Problem for one
 // that is broken or cut, or whose lengths contradict one another, for a head of more than
-// kMostHeadBytes, and for more than `most` bytes.
-std::optional<HTTPBody> fromHTTPMessage(std::string_view message, std::size_t most);
+// kMaxHeadBytes, and for more than `maxBytes` bytes.
+std::optional<HTTPBody> decodeHTTPMessage(std::string_view message, std::size_t maxBytes);
 
 // Whether it begins with the first line of a request or response.
 bool beginsHTTPMessage(std::string_view bytes);
@@ -72,14 +73,14 @@ bool beginsHTTPMessage(std::string_view bytes);
 
 // The bytes that a hexadecimal text spells: digits in pairs, blanks and "#" comments between them;
 // the columns of xxd, hexdump -C and the like; a C array. Nothing: it is no such text. Throws
-// Problem for one that is broken, or spells more than `most` bytes.
-std::optional<std::string> fromHexText(std::string_view text, std::size_t most);
+// Problem for one that is broken, or spells more than `maxBytes` bytes.
+std::optional<std::string> decodeHexText(std::string_view text, std::size_t maxBytes);
 
 // ---- base64 text
 
 // The bytes that a base64 text spells: of both alphabets, with or without "=" at its end, in lines,
 // as a data URI. Nothing: it is no such text. Throws Problem for a data URI that is broken, and for
-// more than `most` bytes.
-std::optional<std::string> fromBase64Text(std::string_view text, std::size_t most);
+// more than `maxBytes` bytes.
+std::optional<std::string> decodeBase64Text(std::string_view text, std::size_t maxBytes);
 
 #endif  // AMF2JSON_TOOL_INPUT_WRAPPERS_H

@@ -3,7 +3,7 @@
 // Tested by tests/tool_files_test.cpp.
 #include "tool/output/destination.h"
 
-#include "tool/output/output.h"
+#include "tool/output/write.h"
 #include "tool/port/platform.h"
 #include "tool/problem.h"
 
@@ -23,13 +23,13 @@ Destination::Destination(const Options& options) : name(options.output), opened(
     number = platform::kOutput;
     return;
   }
-  const platform::Place place = platform::placeOf(options.output);
+  const platform::ResolvedPath place = platform::resolvePath(options.output);
   const platform::Status status = platform::statusOf(options.output);
   target = place.file;
   number = place.descriptor;
   if (number < 0 && isStandardOutput(status)) number = platform::kOutput;
   if (number >= 0) return;
-  const bool isFile = !status.exists || (status.isRegular && !place.isForeign);
+  const bool isFile = !status.exists || (status.isRegular && !place.isForeignDescriptor);
   if (platform::isFolder(options.output) || (isFile && options.files.size() > 1)) {
     is = Kind::folder;
     target = options.output;

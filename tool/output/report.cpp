@@ -21,22 +21,22 @@ std::string painted(const std::string& text, const char* color, bool isOn) {
 
 std::string placeOf(const Problem& problem) {
   if (problem.offset) return problem.file + ":" + std::to_string(*problem.offset);
-  if (problem.text) {
-    return problem.file + ":" + std::to_string(problem.text->line) + ":" +
-           std::to_string(problem.text->column);
+  if (problem.position) {
+    return problem.file + ":" + std::to_string(problem.position->line) + ":" +
+           std::to_string(problem.position->column);
   }
   return problem.file.empty() ? "amf2json" : "amf2json: " + problem.file;
 }
 
-std::string inWords(const Problem& problem, bool color) {
+std::string asText(const Problem& problem, bool color) {
   std::string text = painted(printable(placeOf(problem)) + ":", kBold, color) + " ";
   if (problem.isWarning) text += painted("warning:", kYellow, color) + " ";
   text += painted(printable(problem.message), problem.isWarning ? kBold : kRed, color);
   if (!problem.section.empty()) text += " (" + problem.section + ")";
-  if (problem.text && !problem.text->path.empty())
-    text += " (" + printable(problem.text->path) + ")";
+  if (problem.position && !problem.position->path.empty())
+    text += " (" + printable(problem.position->path) + ")";
   text += "\n";
-  if (!problem.bytes.empty()) text += "    " + problem.bytes + "\n";
+  if (!problem.hexContext.empty()) text += "    " + problem.hexContext + "\n";
   if (!problem.hint.empty()) text += "    " + printable(problem.hint) + "\n";
   return text;
 }
@@ -57,10 +57,10 @@ std::string inJSON(const Problem& problem) {
   if (problem.offset) line.set("offset", *problem.offset);
   line.set("section", nullptr);
   if (!problem.section.empty()) line.set("section", problem.section);
-  if (problem.text) {
-    line.set("path", problem.text->path);
-    line.set("line", problem.text->line);
-    line.set("column", problem.text->column);
+  if (problem.position) {
+    line.set("path", problem.position->path);
+    line.set("line", problem.position->line);
+    line.set("column", problem.position->column);
   }
   line.set("status", problem.status);
   line.set("message", isUTF8(problem.message) ? problem.message : printable(problem.message));
@@ -71,22 +71,22 @@ std::string inJSON(const Problem& problem) {
 
 }  // namespace
 
-std::string wordsFor(const Problem& problem, const ReportStyle& style) {
-  return style.json ? inJSON(problem) : inWords(problem, style.color);
+std::string formatProblem(const Problem& problem, const ReportStyle& style) {
+  return style.json ? inJSON(problem) : asText(problem, style.color);
 }
 
 void report(const Problem& problem, const ReportStyle& style) {
-  std::fputs(wordsFor(problem, style).c_str(), stderr);
+  std::fputs(formatProblem(problem, style).c_str(), stderr);
 }
 
 std::string errorLine(const Problem& problem) {
   JsonLine line;
   line.set("error", problem.message);
   if (problem.offset) line.set("offset", *problem.offset);
-  if (problem.text) {
-    line.set("path", problem.text->path);
-    line.set("line", problem.text->line);
-    line.set("column", problem.text->column);
+  if (problem.position) {
+    line.set("path", problem.position->path);
+    line.set("line", problem.position->line);
+    line.set("column", problem.position->column);
   }
   return line.text();
 }

@@ -20,7 +20,7 @@ struct ReportStyle {
 // is FILE:LINE:COLUMN, with its path for the section. A hint has a line of its own. Control
 // characters are made visible whether or not somebody looks at a terminal. In JSON a file name that
 // is not UTF-8 has U+FFFD in "file", and stands byte for byte in "file_bytes", in hexadecimal.
-std::string wordsFor(const Problem& problem, const ReportStyle& style);
+std::string formatProblem(const Problem& problem, const ReportStyle& style);
 
 void report(const Problem& problem, const ReportStyle& style);
 

@@ -13,13 +13,13 @@
 
 // Work that several threads may do at once, until one wants to be sure that nobody is at it. Both
 // calls wait for their turn; it ends with what they return.
-class Gate {
+class FairSharedMutex {
  public:
-  std::shared_lock<std::shared_mutex> enter() {
+  std::shared_lock<std::shared_mutex> lockShared() {
     const std::lock_guard<std::mutex> turn(door);
     return std::shared_lock<std::shared_mutex>(inside);
   }
-  std::unique_lock<std::shared_mutex> enterAlone() {
+  std::unique_lock<std::shared_mutex> lockExclusive() {
     const std::lock_guard<std::mutex> turn(door);
     return std::unique_lock<std::shared_mutex>(inside);
   }
@@ -37,11 +37,11 @@ constexpr int kErrors = 2;
 
 // Before anything is opened or written: standard descriptors that are closed stay taken, bytes pass
 // unchanged, closed pipes and files that may not grow show as failed writes.
-void start();
+void prepareProcess();
 // No output depends on where it is made.
 void useUTC();
 // Ends as a program ends that has nobody to write to, with `status` where there is no such way.
-[[noreturn]] void endByClosedPipe(int status);
+[[noreturn]] void exitByClosedPipe(int status);
 
 bool isTerminal(int descriptor);
 // Whether it was opened for writing.
@@ -87,67 +87,67 @@ Status statusOf(int descriptor);
 Status statusOfLink(const std::string& file);
 
 // Where bytes for a name go. Links are followed, also one whose target does not exist.
-struct Place {
+struct ResolvedPath {
   std::string file;
-  int descriptor = -1;     // of this process, where the name leads to one
-  bool isForeign = false;  // a descriptor of another process: no file to be replaced
+  int descriptor = -1;               // of this process, where the name leads to one
+  bool isForeignDescriptor = false;  // a descriptor of another process: no file to be replaced
 };
 // Throws Problem where links lead round in a circle.
-Place placeOf(const std::string& name);
+ResolvedPath resolvePath(const std::string& name);
 
 // Where the last part of a path begins.
-std::size_t lastPartOf(const std::string& path);
+std::size_t fileNameOffset(const std::string& path);
 // Short, so that a name of any length that the system allows can have a file beside it.
-constexpr const char* kUniqueName = ".amf2json.XXXXXX";
+constexpr const char* kTemporaryName = ".amf2json.XXXXXX";
 // A new file, and a new folder, in the same folder as `file`; `name` is set.
-int makeUniqueBeside(const std::string& file, std::string& name);
-bool makeUniqueFolder(const std::string& folder, std::string& name);
+int createTemporaryFile(const std::string& file, std::string& name);
+bool createTemporaryFolder(const std::string& folder, std::string& name);
 void removeFolder(const std::string& folder);
 // -1 where the name is taken.
-int openNew(const std::string& file);
+int createNew(const std::string& file);
 
-unsigned modeOfNewFile();
+unsigned defaultMode();
 bool setMode(int descriptor, unsigned mode);
 // Whether the permissions of a file allow to write to it; for root as well, who needs none.
 bool isReadOnly(const std::string& file, const Status& status);
 // Gives a new file the owner, group and permissions of `file`, which it is to replace. What the
 // process may not keep makes the permissions fewer: nobody gets more than before. Never a bit that
 // makes a program run as somebody else.
-bool takeRights(int descriptor, const std::string& file, const Status& old);
+bool copyPermissions(int descriptor, const std::string& file, const Status& old);
 // Has the bytes of a file written out.
-bool flush(int descriptor);
+bool syncToDisk(int descriptor);
 // Takes the place of a file that has the name, in one step.
 bool rename(const std::string& from, const std::string& to);
 // Fails where the name is taken.
 bool renameNew(const std::string& from, const std::string& to);
 
 // Ctrl-C and the like wait until the end of the scope.
-class SignalsWait {
+class BlockedSignals {
  public:
-  SignalsWait();
-  SignalsWait(const SignalsWait&) = delete;
-  SignalsWait& operator=(const SignalsWait&) = delete;
-  ~SignalsWait();
+  BlockedSignals();
+  BlockedSignals(const BlockedSignals&) = delete;
+  BlockedSignals& operator=(const BlockedSignals&) = delete;
+  ~BlockedSignals();
   // The calling thread takes them as the one did that made this.
-  void endOnThisThread() const;
+  void unblockOnThisThread() const;
 
  private:
-  struct Before;
-  Before* before;  // owned
+  struct PreviousMask;
+  PreviousMask* previous;  // owned
 };
 
 // While it lives, they end the program only when nobody is in the gate. To be made before the
 // threads that enter it. Throws std::system_error where there is no thread to be had.
-class SignalsAtGate {
+class DeferredSignals {
  public:
-  explicit SignalsAtGate(Gate& gate);
-  SignalsAtGate(const SignalsAtGate&) = delete;
-  SignalsAtGate& operator=(const SignalsAtGate&) = delete;
-  ~SignalsAtGate();
+  explicit DeferredSignals(FairSharedMutex& mutex);
+  DeferredSignals(const DeferredSignals&) = delete;
+  DeferredSignals& operator=(const DeferredSignals&) = delete;
+  ~DeferredSignals();
 
  private:
-  struct Watch;
-  std::unique_ptr<Watch> watch;
+  struct Watcher;
+  std::unique_ptr<Watcher> watcher;
 };
 
 }  // namespace platform

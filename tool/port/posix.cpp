@@ -16,7 +16,7 @@
 #include <ctime>
 #include <system_error>
 
-#include "tool/port/own_stack.h"
+#include "tool/port/stack_thread.h"
 #include "tool/problem.h"
 
 #ifdef __GLIBC__
@@ -46,7 +46,7 @@ void keepFreedMemory() {
 
 }  // namespace
 
-void start() {
+void prepareProcess() {
   keepFreedMemory();
   // Numbers 0 to 2 are taken: no file that is opened later gets in the place of a closed one, where
   // messages would be written into it. Reading from what was closed, and writing to it, still
@@ -64,7 +64,7 @@ void useUTC() {
   ::tzset();
 }
 
-void endByClosedPipe(int status) {
+void exitByClosedPipe(int status) {
   std::signal(SIGPIPE, SIG_DFL);
   std::raise(SIGPIPE);
   std::_Exit(status);  // only where SIGPIPE is blocked
@@ -107,7 +107,7 @@ sigset_t endingSignals() {
 }
 
 // What the signal does by itself. It waits on the calling thread.
-void pass(int number) {
+void raiseDefault(int number) {
   sigset_t one;
   sigemptyset(&one);
   sigaddset(&one, number);
@@ -118,51 +118,52 @@ void pass(int number) {
 
 }  // namespace
 
-struct SignalsWait::Before {
+struct BlockedSignals::PreviousMask {
   sigset_t signals;
 };
-SignalsWait::SignalsWait() : before(new Before) {
+BlockedSignals::BlockedSignals() : previous(new PreviousMask) {
   const sigset_t waiting = endingSignals();
-  pthread_sigmask(SIG_BLOCK, &waiting, &before->signals);
+  pthread_sigmask(SIG_BLOCK, &waiting, &previous->signals);
 }
-SignalsWait::~SignalsWait() {
-  endOnThisThread();
-  delete before;
+BlockedSignals::~BlockedSignals() {
+  unblockOnThisThread();
+  delete previous;
 }
-void SignalsWait::endOnThisThread() const {
-  pthread_sigmask(SIG_SETMASK, &before->signals, nullptr);
+void BlockedSignals::unblockOnThisThread() const {
+  pthread_sigmask(SIG_SETMASK, &previous->signals, nullptr);
 }
 
 // A thread takes the signals; all others have them wait.
-struct SignalsAtGate::Watch {
-  explicit Watch(Gate& watched) : gate(watched), thread(0, [this] { run(); }) {
+struct DeferredSignals::Watcher {
+  explicit Watcher(FairSharedMutex& watched) : mutex(watched), thread(0, [this] { run(); }) {
     if (!thread.isRunning()) throw std::system_error(EAGAIN, std::generic_category());
   }
-  ~Watch() {
+  ~Watcher() {
     isOver = true;
     pthread_kill(thread.handle(), SIGTERM);  // seen before any that the process gets
   }
   void run() {
     const sigset_t signals = endingSignals();
     for (int number = 0; sigwait(&signals, &number) == 0 && !isOver;) {
-      const auto alone = gate.enterAlone();
-      pass(number);
+      const auto lock = mutex.lockExclusive();
+      raiseDefault(number);
     }
   }
 
-  const SignalsWait signalsWait;
-  Gate& gate;
+  const BlockedSignals signalsWait;
+  FairSharedMutex& mutex;
   std::atomic<bool> isOver{false};
-  const OwnStackThread thread;  // joined first
+  const StackThread thread;  // joined first
 };
-SignalsAtGate::SignalsAtGate(Gate& gate) : watch(std::make_unique<Watch>(gate)) {}
-SignalsAtGate::~SignalsAtGate() = default;
+DeferredSignals::DeferredSignals(FairSharedMutex& mutex)
+    : watcher(std::make_unique<Watcher>(mutex)) {}
+DeferredSignals::~DeferredSignals() = default;
 
 // ---- Files
 
 namespace {
 
-constexpr int kMostLinks = 40;
+constexpr int kMaxLinks = 40;
 
 Status statusFrom(const struct stat& found) {
   Status status;
@@ -214,7 +215,7 @@ std::string linkTarget(const std::string& path) {
 
 }  // namespace
 
-std::size_t lastPartOf(const std::string& path) {
+std::size_t fileNameOffset(const std::string& path) {
   return path.rfind('/') + 1;  // 0 where there is none
 }
 
@@ -243,11 +244,11 @@ Status statusOfLink(const std::string& file) {
 }
 
 // The links in /proc say what they lead to in words that are no path: they are not read.
-Place placeOf(const std::string& name) {
-  Place place;
+ResolvedPath resolvePath(const std::string& name) {
+  ResolvedPath place;
   place.file = name;
-  for (int links = 0; links < kMostLinks; ++links) {
-    const std::size_t last = lastPartOf(place.file);
+  for (int links = 0; links < kMaxLinks; ++links) {
+    const std::size_t last = fileNameOffset(place.file);
     const std::string folder = realPathOf(place.file.substr(0, last));
     const std::string word = place.file.substr(last);
     if (holdsOwnDescriptors(folder) && isNumber(word)) {
@@ -256,35 +257,35 @@ Place placeOf(const std::string& name) {
     }
     const std::string target = linkTarget(place.file);
     if (target.empty()) return place;
-    place.isForeign = startsWith(folder, "/proc/");
-    if (place.isForeign) return place;
+    place.isForeignDescriptor = startsWith(folder, "/proc/");
+    if (place.isForeignDescriptor) return place;
     place.file = target[0] == '/' ? target : place.file.substr(0, last) + target;
   }
   errno = ELOOP;
   throw fileProblem(name, "write");
 }
 
-int makeUniqueBeside(const std::string& file, std::string& name) {
-  name = file.substr(0, lastPartOf(file)) + kUniqueName;
+int createTemporaryFile(const std::string& file, std::string& name) {
+  name = file.substr(0, fileNameOffset(file)) + kTemporaryName;
   return ::mkostemp(&name[0], O_CLOEXEC);
 }
-bool makeUniqueFolder(const std::string& folder, std::string& name) {
-  name = folder + "/" + kUniqueName;
+bool createTemporaryFolder(const std::string& folder, std::string& name) {
+  name = folder + "/" + kTemporaryName;
   return ::mkdtemp(&name[0]) != nullptr;
 }
 void removeFolder(const std::string& folder) {
   ::rmdir(folder.c_str());
 }
-int openNew(const std::string& file) {
+int createNew(const std::string& file) {
   return ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
 }
 
-unsigned modeOfNewFile() {
+unsigned defaultMode() {
   // Once: no other thread may see what the mask is in between.
   static const mode_t mask = [] {
-    const mode_t before = ::umask(0);
-    ::umask(before);
-    return before;
+    const mode_t previous = ::umask(0);
+    ::umask(previous);
+    return previous;
   }();
   return 0666u & ~static_cast<unsigned>(mask);
 }
@@ -298,7 +299,7 @@ bool isReadOnly(const std::string& file, const Status& status) {
 namespace {
 
 // False where the new file cannot get the access control list of the old one.
-bool takeList(int descriptor, const std::string& file) {
+bool copyAccessList(int descriptor, const std::string& file) {
 #ifdef __linux__
   constexpr const char* kList = "system.posix_acl_access";
   char list[65536];  // as large as an attribute may be
@@ -323,7 +324,7 @@ unsigned narrowed(unsigned mode, unsigned from, unsigned to) {
 }  // namespace
 
 // Whoever was the owner, or in the group, may get the permissions of the classes further down.
-bool takeRights(int descriptor, const std::string& file, const Status& old) {
+bool copyPermissions(int descriptor, const std::string& file, const Status& old) {
   const Status now = statusOf(descriptor);
   constexpr auto kSame = static_cast<uid_t>(-1);
   const bool hasGroup =
@@ -333,11 +334,11 @@ bool takeRights(int descriptor, const std::string& file, const Status& old) {
   unsigned mode = old.mode & 0777u;
   if (!hasOwner) mode = narrowed(narrowed(mode, 6, 3), 6, 0);
   if (!hasGroup) mode = narrowed(narrowed(mode, 3, 0), 0, 3);
-  if (!takeList(descriptor, file)) mode &= 0700u;
+  if (!copyAccessList(descriptor, file)) mode &= 0700u;
   return setMode(descriptor, mode);
 }
 
-bool flush(int descriptor) {
+bool syncToDisk(int descriptor) {
   return ::fsync(descriptor) == 0;
 }
 bool rename(const std::string& from, const std::string& to) {

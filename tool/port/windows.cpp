@@ -18,7 +18,7 @@ namespace platform {
 
 // ---- The process, descriptors
 
-void start() {
+void prepareProcess() {
   for (const int number : {kInput, kOutput, kErrors}) ::_setmode(number, _O_BINARY);
 }
 
@@ -27,7 +27,7 @@ void useUTC() {
   ::_tzset();
 }
 
-void endByClosedPipe(int status) {
+void exitByClosedPipe(int status) {
   std::_Exit(status);
 }
 
@@ -66,13 +66,13 @@ std::ptrdiff_t write(int descriptor, const char* bytes, std::size_t count) {
 
 // ---- Signals
 
-SignalsWait::SignalsWait() : before(nullptr) {}
-SignalsWait::~SignalsWait() = default;
-void SignalsWait::endOnThisThread() const {}
+BlockedSignals::BlockedSignals() : previous(nullptr) {}
+BlockedSignals::~BlockedSignals() = default;
+void BlockedSignals::unblockOnThisThread() const {}
 
-struct SignalsAtGate::Watch {};
-SignalsAtGate::SignalsAtGate(Gate&) {}
-SignalsAtGate::~SignalsAtGate() = default;
+struct DeferredSignals::Watcher {};
+DeferredSignals::DeferredSignals(FairSharedMutex&) {}
+DeferredSignals::~DeferredSignals() = default;
 
 // ---- Files
 
@@ -110,7 +110,7 @@ bool failed() {
 
 }  // namespace
 
-std::size_t lastPartOf(const std::string& path) {
+std::size_t fileNameOffset(const std::string& path) {
   return path.find_last_of("/\\:") + 1;  // 0 where there is none
 }
 
@@ -154,24 +154,24 @@ Status statusOfLink(const std::string& file) {
   return status;
 }
 
-Place placeOf(const std::string& name) {
-  Place place;
+ResolvedPath resolvePath(const std::string& name) {
+  ResolvedPath place;
   place.file = name;
   return place;
 }
 
 // Two threads may get the same name before either has created its file: the second one tries again.
-int makeUniqueBeside(const std::string& file, std::string& name) {
+int createTemporaryFile(const std::string& file, std::string& name) {
   for (;;) {
-    name = file.substr(0, lastPartOf(file)) + kUniqueName;
+    name = file.substr(0, fileNameOffset(file)) + kTemporaryName;
     if (::_mktemp_s(&name[0], name.size() + 1) != 0) return -1;
-    const int descriptor = openNew(name);
+    const int descriptor = createNew(name);
     if (descriptor >= 0 || errno != EEXIST) return descriptor;
   }
 }
-bool makeUniqueFolder(const std::string& folder, std::string& name) {
+bool createTemporaryFolder(const std::string& folder, std::string& name) {
   do {
-    name = folder + "\\" + kUniqueName;
+    name = folder + "\\" + kTemporaryName;
     if (::_mktemp_s(&name[0], name.size() + 1) != 0) return false;
     if (::_mkdir(name.c_str()) == 0) return true;
   } while (errno == EEXIST);
@@ -180,11 +180,11 @@ bool makeUniqueFolder(const std::string& folder, std::string& name) {
 void removeFolder(const std::string& folder) {
   ::_rmdir(folder.c_str());
 }
-int openNew(const std::string& file) {
+int createNew(const std::string& file) {
   return ::_open(file.c_str(), _O_RDWR | _O_CREAT | _O_EXCL | _O_BINARY, _S_IREAD | _S_IWRITE);
 }
 
-unsigned modeOfNewFile() {
+unsigned defaultMode() {
   return 0666;
 }
 bool setMode(int, unsigned) {
@@ -193,10 +193,10 @@ bool setMode(int, unsigned) {
 bool isReadOnly(const std::string& file, const Status&) {
   return ::_access(file.c_str(), 2) != 0;
 }
-bool takeRights(int, const std::string&, const Status&) {
+bool copyPermissions(int, const std::string&, const Status&) {
   return true;  // they follow from the folder
 }
-bool flush(int descriptor) {
+bool syncToDisk(int descriptor) {
   return ::_commit(descriptor) == 0;
 }
 bool rename(const std::string& from, const std::string& to) {

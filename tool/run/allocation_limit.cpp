@@ -9,28 +9,28 @@
 
 namespace {
 
-thread_local std::size_t largest = SIZE_MAX;
-thread_local bool isMet = false;
+thread_local std::size_t maxBlockBytes = SIZE_MAX;
+thread_local bool isExceeded = false;
 
 }  // namespace
 
-AllocationLimit::AllocationLimit(std::size_t most) {
-  isMet = false;
-  largest = most;
+AllocationLimit::AllocationLimit(std::size_t maxBytes) {
+  isExceeded = false;
+  maxBlockBytes = maxBytes;
 }
 
 AllocationLimit::~AllocationLimit() {
-  largest = SIZE_MAX;
+  maxBlockBytes = SIZE_MAX;
 }
 
-bool AllocationLimit::wasMet() const {
-  return isMet;
+bool AllocationLimit::wasExceeded() const {
+  return isExceeded;
 }
 
 // All forms but those for types with an alignment of their own, which no text has.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  if (size <= largest) return std::malloc(size != 0 ? size : 1);
-  isMet = true;
+  if (size <= maxBlockBytes) return std::malloc(size != 0 ? size : 1);
+  isExceeded = true;
   return nullptr;
 }
 

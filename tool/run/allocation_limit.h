@@ -6,17 +6,17 @@
 
 #include <cstddef>
 
-// While it lives, operator new throws std::bad_alloc on this thread for a block of more than `most`
+// While it lives, operator new throws std::bad_alloc on this thread for a block of more than `maxBytes`
 // bytes: a text that grows ends there. In force where the library's calls reach the program's
 // operator new: not on Windows.
 class AllocationLimit {
  public:
-  explicit AllocationLimit(std::size_t most);
+  explicit AllocationLimit(std::size_t maxBytes);
   AllocationLimit(const AllocationLimit&) = delete;
   AllocationLimit& operator=(const AllocationLimit&) = delete;
   ~AllocationLimit();
 
-  bool wasMet() const;
+  bool wasExceeded() const;
 };
 
 #endif  // AMF2JSON_TOOL_RUN_ALLOCATION_LIMIT_H

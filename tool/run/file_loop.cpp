@@ -7,7 +7,7 @@
 #include <optional>
 #include <thread>
 
-#include "tool/output/delivery.h"
+#include "tool/output/result_writer.h"
 #include "tool/problem.h"
 #include "tool/run/ordered_work.h"
 
@@ -22,12 +22,12 @@ struct Finished {
 // Problems without a file are about the one worked on. Nothing here takes memory that may be
 // missing.
 Finished workOn(const Command& command, const std::string& file, const Options& options,
-                Delivery& delivery) {
+                ResultWriter& writer) {
   try {
-    Finished finished{command.work(file, options), std::nullopt};
-    if (!finished.result.isBytes && finished.result.text.size() > options.maxOutputBytes)
+    Finished finished{command.runOnFile(file, options), std::nullopt};
+    if (!finished.result.isBinary && finished.result.text.size() > options.maxOutputBytes)
       throw outputTooLarge(options.maxOutputBytes);
-    delivery.prepare(file, finished.result);
+    writer.prepare(file, finished.result);
     return finished;
   } catch (const Problem& problem) {
     return {{}, problem};
@@ -52,21 +52,22 @@ void refuseSecondStandardInput(const std::vector<std::string>& files) {
 
 }  // namespace
 
-ExitCode workOnFiles(const Command& command, const Options& options) {
+ExitCode runOnFiles(const Command& command, const Options& options) {
   const std::vector<std::string>& files = options.files;
   refuseSecondStandardInput(files);
   const bool hasOutput = command.extension != nullptr;
-  Delivery delivery(options, {hasOutput ? command.extension(options) : "", command.ending});
-  if (command.writesBytes != nullptr && command.writesBytes(options)) delivery.refuseTerminal();
+  ResultWriter writer(options,
+                      {hasOutput ? command.extension(options) : "", command.removedExtension});
+  if (command.writesBinary != nullptr && command.writesBinary(options)) writer.refuseTerminal();
   OrderedWork<Finished> work(
       files.size(), threadsFor(options),
-      [&](std::size_t i) { return workOn(command, files[i], options, delivery); },
+      [&](std::size_t i) { return workOn(command, files[i], options, writer); },
       [](const Finished& finished) { return finished.result.text.size(); });
   std::size_t taken = 0;
-  work.takeAll(
+  work.consumeAll(
       [&](const Finished& finished) {
-        delivery.take(files[taken++], finished.result, finished.problem);
+        writer.take(files[taken++], finished.result, finished.problem);
       },
-      [&] { delivery.flush(); });
-  return delivery.worstSoFar();
+      [&] { writer.flush(); });
+  return writer.worstSoFar();
 }

@@ -14,12 +14,12 @@
 
 #include "tool/input/input.h"
 #include "tool/output/destination.h"
-#include "tool/output/output.h"
-#include "tool/output/output_check.h"
+#include "tool/output/overwrite_check.h"
 #include "tool/output/report.h"
-#include "tool/output/terminal.h"
+#include "tool/output/style.h"
+#include "tool/output/write.h"
 #include "tool/port/platform.h"
-#include "tool/text/line_text.h"
+#include "tool/text/packet_encoding.h"
 #include "tool/text/words.h"
 
 namespace {
@@ -28,18 +28,18 @@ constexpr std::size_t kBlock = 65536;
 
 // ---- Answers
 
-FileResult tooLong(std::size_t most) {
+FileResult tooLongLine(std::size_t maxBytes) {
   Problem problem{kOverLimit, "line limit",
-                  "line limit: more than " + words(most, "byte") + " in one line"};
-  problem.offset = most;
+                  "line limit: more than " + pluralize(maxBytes, "byte") + " in one line"};
+  problem.offset = maxBytes;
   FileResult result;
   result.text = errorLine(problem);
   result.problems.push_back(problem);
   return result;
 }
 
-FileResult answerTo(const Command& command, std::string_view line, const Options& options) try {
-  return command.answer(line, options);
+FileResult answerLine(const Command& command, std::string_view line, const Options& options) try {
+  return command.runOnLine(line, options);
 } catch (const std::bad_alloc&) {
   const Problem problem{kOutOfMemory, "out of memory", "out of memory"};
   FileResult result;
@@ -63,8 +63,9 @@ class Summary {
   ExitCode tell(const std::string& file, const ReportStyle& style) const {
     ExitCode worst = kDone;
     for (const auto& [status, row] : rows) {
-      Problem problem{row.exitCode, status,
-                      words(row.count, "line") + " of " + std::to_string(lines) + ": " + status};
+      Problem problem{
+          row.exitCode, status,
+          pluralize(row.count, "line") + " of " + std::to_string(lines) + ": " + status};
       problem.isWarning = row.isWarning;
       problem.file = file;
       report(problem, style);
@@ -84,7 +85,7 @@ class Summary {
 };
 
 // The longest line that can stand for something within the limits.
-std::size_t longestLine(const Options& options) {
+std::size_t maxLineBytes(const Options& options) {
   const AMFWireLimits& limits = options.wire.limits;
   return std::max(limits.maxTextBytes, limits.maxPacketBytes > std::string().max_size() / 4
                                            ? std::string().max_size() / 2
@@ -95,17 +96,18 @@ Summary answerAll(const Command& command, const Options& options, const Sink& si
   const std::string& file = options.files.front();
   const Descriptor opened(file == "-" ? -1 : platform::openToRead(file));
   if (file != "-" && opened.number < 0) throw fileProblem(file, "read");
-  const std::size_t most = longestLine(options);
-  LineReader lines(file == "-" ? platform::kInput : opened.number, file, most);
+  const std::size_t maxBytes = maxLineBytes(options);
+  LineReader lines(file == "-" ? platform::kInput : opened.number, file, maxBytes);
   Summary summary;
   std::string answers;
   const auto flush = [&] {
     if (!answers.empty()) sink(answers);
     answers.clear();
   };
-  lines.takeAll(
+  lines.consumeAll(
       [&](std::string_view line, bool isTooLong) {
-        const FileResult result = isTooLong ? tooLong(most) : answerTo(command, line, options);
+        const FileResult result =
+            isTooLong ? tooLongLine(maxBytes) : answerLine(command, line, options);
         summary.add(result);
         answers.append(result.text).append(1, '\n');
         if (answers.size() > kBlock) flush();
@@ -119,9 +121,9 @@ Summary answerAll(const Command& command, const Options& options, const Sink& si
 
 // A file that has no name and goes with the program: answers wait there for the end of the input,
 // so that an output file is whole, and nothing remains where the program is ended before.
-class Waiting {
+class SpoolFile {
  public:
-  Waiting() : file(std::tmpfile(), std::fclose) {
+  SpoolFile() : file(std::tmpfile(), std::fclose) {
     if (file == nullptr) throw fileProblem("a temporary file", "write");
   }
   void put(std::string_view piece) {
@@ -142,31 +144,31 @@ class Waiting {
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> file;
 };
 
-Summary toFile(const Command& command, const Options& options, const std::string& path) {
+Summary answerToFile(const Command& command, const Options& options, const std::string& path) {
   checkFile(path, options);
-  Waiting waiting;
+  SpoolFile spool;
   const Summary summary =
-      answerAll(command, options, [&](std::string_view piece) { waiting.put(piece); });
-  Gate writing;
-  const platform::SignalsAtGate signals(writing);
+      answerAll(command, options, [&](std::string_view piece) { spool.put(piece); });
+  FairSharedMutex fileMutex;
+  const platform::DeferredSignals signals(fileMutex);
   writeFile(
-      path, [&](const Sink& sink) { waiting.pour(sink); }, Existing::replace, writing);
+      path, [&](const Sink& sink) { spool.pour(sink); }, Existing::replace, fileMutex);
   return summary;
 }
 
-Summary toStream(const Command& command, const Options& options, Destination& destination) {
+Summary answerToStream(const Command& command, const Options& options, Destination& destination) {
   const TextStyle style = textStyle(options, destination);
   return answerAll(command, options, [&](std::string_view piece) {
     if (!style.printable) return destination.write(piece);
     FileResult answers;
     answers.text = piece;
-    dress(answers, {true, false}, [&](std::string_view part) { destination.write(part); });
+    writeStyled(answers, {true, false}, [&](std::string_view part) { destination.write(part); });
   });
 }
 
 }  // namespace
 
-ExitCode workOnLines(const Command& command, const Options& options) {
+ExitCode runOnLines(const Command& command, const Options& options) {
   if (options.files.size() > 1) {
     throw Problem{kUsage, "usage", "lines are read from one file, or from standard input"};
   }
@@ -175,7 +177,7 @@ ExitCode workOnLines(const Command& command, const Options& options) {
     throw Problem{kUsage, "usage", "-o: lines are written to a file, not to a folder"};
   }
   const Summary summary = destination.kind() == Destination::Kind::file
-                              ? toFile(command, options, destination.path())
-                              : toStream(command, options, destination);
+                              ? answerToFile(command, options, destination.path())
+                              : answerToStream(command, options, destination);
   return summary.tell(options.files.front(), reportStyle(options));
 }

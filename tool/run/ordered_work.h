@@ -16,12 +16,12 @@
 #include <utility>
 #include <vector>
 
-#include "tool/port/own_stack.h"
+#include "tool/port/stack_thread.h"
 #include "tool/problem.h"
 
 // Makes the results of 0 to `count` - 1 and takes them in that order, on the calling thread. A
 // bounded number of results waits, and of large ones fewer. `make` runs on threads with stack for
-// kWorkerLevels and must not throw; what `take` throws ends everything.
+// kWorkerDepth and must not throw; what `take` throws ends everything.
 template <class Result>
 class OrderedWork {
  public:
@@ -32,7 +32,7 @@ class OrderedWork {
       : count(pieces),
         make(std::move(maker)),
         sizeOf(std::move(sizer)),
-        waiting(threads * kWaitingMost) {
+        waiting(threads * kMaxWaitingPerThread) {
     workers.reserve(threads);
     while (workers.size() < threads && addWorker()) {
     }
@@ -45,11 +45,11 @@ class OrderedWork {
       const std::lock_guard<std::mutex> lock(mutex);
       next = count;
     }
-    roomThere.notify_all();
+    spaceAvailable.notify_all();
   }
 
   // `rest` is called behind each batch of results, and again and again while there are none.
-  void takeAll(const std::function<void(Result)>& take, const std::function<void()>& rest) {
+  void consumeAll(const std::function<void(Result)>& take, const std::function<void()>& rest) {
     for (std::size_t done = 0; done < count; rest()) {
       std::vector<Result> batch = takeReady();
       done += batch.size();
@@ -60,7 +60,7 @@ class OrderedWork {
  private:
   // False where there is none to be had: fewer will do.
   bool addWorker() try {
-    auto worker = std::make_unique<OwnStackThread>(kWorkerLevels, [this] { work(); });
+    auto worker = std::make_unique<StackThread>(kWorkerDepth, [this] { work(); });
     if (!worker->isRunning()) return false;
     workers.push_back(std::move(worker));
     return true;
@@ -71,18 +71,18 @@ class OrderedWork {
   std::optional<Result>& placeOf(std::size_t i) { return waiting[i % waiting.size()]; }
 
   // The one that is to be taken next is always made.
-  bool hasRoom() const {
-    return next == taken || (next < taken + waiting.size() && waitingBytes < kWaitingBytes);
+  bool hasSpace() const {
+    return next == taken || (next < taken + waiting.size() && waitingBytes < kMaxWaitingBytes);
   }
   bool isBatch() const {
     return ready == count || ready - taken >= kBatch ||
-           (ready > taken && waitingBytes >= kWaitingBytes);
+           (ready > taken && waitingBytes >= kMaxWaitingBytes);
   }
 
   void work() {
     std::unique_lock<std::mutex> lock(mutex);
     for (;;) {
-      roomThere.wait(lock, [this] { return next >= count || hasRoom(); });
+      spaceAvailable.wait(lock, [this] { return next >= count || hasSpace(); });
       if (next >= count) return;
       const std::size_t i = next++;
       lock.unlock();
@@ -92,7 +92,7 @@ class OrderedWork {
       placeOf(i) = std::move(result);
       waitingBytes += size;
       while (ready < taken + waiting.size() && placeOf(ready)) ++ready;
-      if (isBatch()) resultThere.notify_one();
+      if (isBatch()) resultAvailable.notify_one();
     }
   }
 
@@ -100,21 +100,21 @@ class OrderedWork {
   std::vector<Result> takeReady() {
     std::vector<Result> batch;
     std::unique_lock<std::mutex> lock(mutex);
-    resultThere.wait_for(lock, kPatience, [this] { return isBatch(); });
+    resultAvailable.wait_for(lock, kIdleInterval, [this] { return isBatch(); });
     batch.reserve(ready - taken);
     for (; taken < ready; ++taken) {
       waitingBytes -= sizeOf(*placeOf(taken));
       batch.push_back(std::move(*placeOf(taken)));
       placeOf(taken).reset();
     }
-    roomThere.notify_all();
+    spaceAvailable.notify_all();
     return batch;
   }
 
-  static constexpr std::size_t kWaitingMost = 256;  // for each thread
-  static constexpr std::size_t kWaitingBytes = std::size_t{1} << 26;
+  static constexpr std::size_t kMaxWaitingPerThread = 256;  // for each thread
+  static constexpr std::size_t kMaxWaitingBytes = std::size_t{1} << 26;
   static constexpr std::size_t kBatch = 64;
-  static constexpr std::chrono::milliseconds kPatience{2};
+  static constexpr std::chrono::milliseconds kIdleInterval{2};
 
   const std::size_t count;
   const Maker make;
@@ -125,9 +125,9 @@ class OrderedWork {
   std::size_t taken = 0;  // all before it are taken
   std::size_t waitingBytes = 0;
   std::vector<std::optional<Result>> waiting;
-  std::condition_variable roomThere;
-  std::condition_variable resultThere;
-  std::vector<std::unique_ptr<OwnStackThread>> workers;  // joined first
+  std::condition_variable spaceAvailable;
+  std::condition_variable resultAvailable;
+  std::vector<std::unique_ptr<StackThread>> workers;  // joined first
 };
 
 #endif  // AMF2JSON_TOOL_RUN_ORDERED_WORK_H

@@ -10,12 +10,12 @@
 // One file after another, going on after an error.
 // Texts go out and problems are reported in the order of the files. Returns the worst exit code.
 // Throws ClosedPipe, and Problem when standard output cannot be written.
-ExitCode workOnFiles(const Command& command, const Options& options);
+ExitCode runOnFiles(const Command& command, const Options& options);
 
 // As a filter: one answer for each line, in order.
 // Answers what was read before it waits for more. Memory does not grow with the number of lines.
 // Returns the worst exit code. Throws ClosedPipe, and Problem when the input cannot be read or the
 // output cannot be written.
-ExitCode workOnLines(const Command& command, const Options& options);
+ExitCode runOnLines(const Command& command, const Options& options);
 
 #endif  // AMF2JSON_TOOL_RUN_RUN_H

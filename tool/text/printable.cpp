@@ -61,7 +61,7 @@ std::string withBackslashes(std::string_view bytes, std::string_view marked) {
   return text;
 }
 
-bool isPlainInShells(const std::string& word) {
+bool needsNoShellQuotes(const std::string& word) {
   constexpr std::string_view kPlain =
       "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz%+,-./:=@_";
   return !word.empty() && word.find_first_not_of(kPlain) == std::string::npos;
@@ -69,18 +69,18 @@ bool isPlainInShells(const std::string& word) {
 
 }  // namespace
 
-std::string quoted(std::string_view bytes, std::size_t most) {
+std::string quoteForDisplay(std::string_view bytes, std::size_t maxBytes) {
   constexpr std::string_view kMarked = "\"\\";
-  if (bytes.size() <= most) return '"' + printable(withBackslashes(bytes, kMarked)) + '"';
-  std::size_t shown = most;  // less, not to end inside a character
-  while (shown > 0 && most - shown < 3 && (bytes[shown] & 0xC0) == 0x80) --shown;
+  if (bytes.size() <= maxBytes) return '"' + printable(withBackslashes(bytes, kMarked)) + '"';
+  std::size_t shown = maxBytes;  // less, not to end inside a character
+  while (shown > 0 && maxBytes - shown < 3 && (bytes[shown] & 0xC0) == 0x80) --shown;
   return '"' + printable(withBackslashes(bytes.substr(0, shown), kMarked)) + "\"... (" +
          std::to_string(bytes.size()) + " bytes)";
 }
 
-std::string shellWord(const std::string& name) {
+std::string quoteForShell(const std::string& name) {
   const std::string file = name.size() > 1 && name[0] == '-' ? "./" + name : name;
-  if (isPlainInShells(file)) return file;
+  if (needsNoShellQuotes(file)) return file;
   if (printable(file) != file) return "$'" + printable(withBackslashes(file, "'\\")) + '\'';
   std::string word = "'";
   for (const char c : file) word += c == '\'' ? std::string("'\\''") : std::string(1, c);

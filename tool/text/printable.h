@@ -16,11 +16,11 @@ std::string printable(std::string_view text);
 // The same for a text of several lines: line feeds and tabs stay.
 std::string printableLines(std::string_view text);
 
-// "text", printable, \" and \\ for quotes and backslashes in it. Of more than `most` bytes only the
+// "text", printable, \" and \\ for quotes and backslashes in it. Of more than `maxBytes` bytes only the
 // first, and how many there are: "text"... (90 bytes).
-std::string quoted(std::string_view bytes, std::size_t most);
+std::string quoteForDisplay(std::string_view bytes, std::size_t maxBytes);
 
 // `name` as one printable word of a shell's command line that is a file's name and no option.
-std::string shellWord(const std::string& name);
+std::string quoteForShell(const std::string& name);
 
 #endif  // AMF2JSON_TOOL_TEXT_PRINTABLE_H

@@ -65,7 +65,7 @@ void addWord(std::string& text, std::string_view word, std::size_t width) {
   text += word;
 }
 
-std::string_view cutOff(std::string_view& text, char end) {
+std::string_view takeUntil(std::string_view& text, char end) {
   const std::string_view piece = text.substr(0, text.find(end));
   text.remove_prefix(std::min(text.size(), piece.size() + 1));
   return piece;
@@ -73,15 +73,15 @@ std::string_view cutOff(std::string_view& text, char end) {
 
 }  // namespace
 
-std::string wrapped(std::string_view text, std::size_t width) {
+std::string wordWrap(std::string_view text, std::size_t width) {
   std::string lines;
   bool isInParagraph = false;
   while (!text.empty()) {
-    std::string_view line = cutOff(text, '\n');
+    std::string_view line = takeUntil(text, '\n');
     const bool isRunning = !line.empty() && line.front() != ' ';
     if (isInParagraph && !isRunning) lines += '\n';
     if (!isRunning) lines.append(line).append("\n");
-    while (isRunning && !line.empty()) addWord(lines, cutOff(line, ' '), width);
+    while (isRunning && !line.empty()) addWord(lines, takeUntil(line, ' '), width);
     isInParagraph = isRunning;
   }
   if (isInParagraph) lines += '\n';

@@ -10,13 +10,13 @@
 #include <vector>
 
 // "1 byte", "2 bytes".
-inline std::string words(std::uint64_t number, const char* one, const char* more) {
+inline std::string pluralize(std::uint64_t number, const char* one, const char* more) {
   return std::to_string(number) + " " + (number == 1 ? one : more);
 }
 
 // The same for a word that takes an s.
-inline std::string words(std::uint64_t number, const std::string& one) {
-  return words(number, one.c_str(), (one + "s").c_str());
+inline std::string pluralize(std::uint64_t number, const std::string& one) {
+  return pluralize(number, one.c_str(), (one + "s").c_str());
 }
 
 // "; did you mean 'decode'?". Where nothing known is near, "; there are decode, check" if that is a
@@ -24,6 +24,6 @@ inline std::string words(std::uint64_t number, const std::string& one) {
 std::string didYouMean(const std::string& word, const std::vector<std::string>& known);
 
 // Paragraphs in lines of up to `width` bytes. Lines that begin with a space stay as they are.
-std::string wrapped(std::string_view text, std::size_t width);
+std::string wordWrap(std::string_view text, std::size_t width);
 
 #endif  // AMF2JSON_TOOL_TEXT_WORDS_H

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Tested by tests/tool_export_test.cpp.
-#include "tool/text/line_text.h"
+#include "tool/text/packet_encoding.h"
 
 #include <array>
 #include <cstdint>
@@ -106,10 +106,11 @@ std::string toHex(std::string_view bytes) {
 
 }  // namespace
 
-std::optional<Problem> fromLine(std::string_view line, TextForm form, std::string& bytes) {
-  return form == TextForm::hex ? fromHex(line, bytes) : fromBase64(line, bytes);
+std::optional<Problem> decodePacketLine(std::string_view line, PacketEncoding form,
+                                        std::string& bytes) {
+  return form == PacketEncoding::hex ? fromHex(line, bytes) : fromBase64(line, bytes);
 }
 
-std::string toLine(std::string_view bytes, TextForm form) {
-  return form == TextForm::hex ? toHex(bytes) : toBase64(bytes);
+std::string encodePacketLine(std::string_view bytes, PacketEncoding form) {
+  return form == PacketEncoding::hex ? toHex(bytes) : toBase64(bytes);
 }

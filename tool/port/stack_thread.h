@@ -2,8 +2,8 @@
 //
 // Threads with a stack of a known size. Reading, copying, showing, writing and deleting a tree all
 // recurse along it, and the stack that the program was started with may be small.
-#ifndef AMF2JSON_TOOL_PORT_OWN_STACK_H
-#define AMF2JSON_TOOL_PORT_OWN_STACK_H
+#ifndef AMF2JSON_TOOL_PORT_STACK_THREAD_H
+#define AMF2JSON_TOOL_PORT_STACK_THREAD_H
 
 #include <pthread.h>
 
@@ -11,16 +11,16 @@
 #include <functional>
 
 // Objects and arrays inside one another that every worker thread has stack for.
-constexpr std::uint32_t kWorkerLevels = 64;
+constexpr std::uint32_t kWorkerDepth = 64;
 
 // A thread with stack for a tree of so many levels, joined at the end of the scope. The work must
 // not throw.
-class OwnStackThread {
+class StackThread {
  public:
-  OwnStackThread(std::uint32_t levels, std::function<void()> wanted);
-  OwnStackThread(const OwnStackThread&) = delete;
-  OwnStackThread& operator=(const OwnStackThread&) = delete;
-  ~OwnStackThread();
+  StackThread(std::uint32_t levels, std::function<void()> wanted);
+  StackThread(const StackThread&) = delete;
+  StackThread& operator=(const StackThread&) = delete;
+  ~StackThread();
 
   // False where the system has no thread or no stack of that size to give: nothing runs then.
   bool isRunning() const { return running; }
@@ -37,6 +37,6 @@ class OwnStackThread {
 // Runs `work` on a stack for `levels`: here, on a worker thread, if that is enough, else on a
 // thread of its own. Exceptions come back from it. Throws Problem (kOutOfMemory) where that stack
 // cannot be had.
-void runWithLevels(std::uint32_t levels, const std::function<void()>& work);
+void runWithStackFor(std::uint32_t levels, const std::function<void()>& work);
 
-#endif  // AMF2JSON_TOOL_PORT_OWN_STACK_H
+#endif  // AMF2JSON_TOOL_PORT_STACK_THREAD_H

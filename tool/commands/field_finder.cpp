@@ -2,7 +2,7 @@
 //
 // Finds the field at an offset among the fields that the check of untrusted packets tells, and
 // knows which of them are written in one way only. Tested by tests/tool_test.cpp.
-#include "tool/commands/field_map.h"
+#include "tool/commands/field_finder.h"
 
 #include <AMFGuard.h>
 
@@ -24,7 +24,7 @@ constexpr const char* kLargeU29 =
 constexpr const char* kDateBits = "the bits beside the inline bit are not kept and written as 01";
 constexpr const char* kExternalizable = "the sealed count and the dynamic bit are written as 07";
 constexpr const char* kXMLReference = "a reference is written with the marker of the text it names";
-constexpr const char* kLeftOver = "bytes behind the last message belong to no field";
+constexpr const char* kTrailingReason = "bytes behind the last message belong to no field";
 
 // Keeps the field at the wanted offset, the one before it and the two behind it.
 class FieldFinder : public AMFVerifyVisitor {
@@ -38,15 +38,15 @@ class FieldFinder : public AMFVerifyVisitor {
     } else if (found == 0) {
       enterSection(seen.kind);
       if (wantedOffset - seen.offset < seen.length) window[found++] = seen;
-      if (found == 0) before = seen;
+      if (found == 0) previous = seen;
     }
   }
 
   bool isFound() const { return found > 0; }
   const AMFVerifyField& wanted() const { return window[0]; }
-  const AMFVerifyField& behind(unsigned distance) const { return window[distance]; }
+  const AMFVerifyField& following(unsigned distance) const { return window[distance]; }
 
-  AMFVerifyField before{};
+  AMFVerifyField previous{};
   std::string section;  // " in message 0"; empty before the first header or message
 
  private:
@@ -80,14 +80,14 @@ const char* reasonOfU29(const AMFVerifyField& field, unsigned char lastByte) {
 
 const char* reasonOfHead(const FieldFinder& fields, unsigned char lastByte) {
   const AMFVerifyField& head = fields.wanted();
-  if (isMarker(fields.before, Kind::marker3, 0x08) && head.value != 1) return kDateBits;
-  if (isMarker(fields.before, Kind::marker3, 0x0A) && (head.value & 7) == 7 && head.value != 7)
+  if (isMarker(fields.previous, Kind::marker3, 0x08) && head.value != 1) return kDateBits;
+  if (isMarker(fields.previous, Kind::marker3, 0x0A) && (head.value & 7) == 7 && head.value != 7)
     return kExternalizable;
   return reasonOfU29(head, lastByte);
 }
 
 const char* reasonOfMarker0(const FieldFinder& fields) {
-  const std::uint64_t nextValue = fields.behind(1).value;  // a length, for the last two
+  const std::uint64_t nextValue = fields.following(1).value;  // a length, for the last two
   switch (fields.wanted().value) {
     case 0x09: return kUndefined;
     case 0x0C: return nextValue <= 0xFFFF ? kShortString : nullptr;
@@ -99,7 +99,7 @@ const char* reasonOfMarker0(const FieldFinder& fields) {
 const char* reasonOfMarker3(const FieldFinder& fields) {
   const std::uint64_t marker = fields.wanted().value;
   const bool isXML = marker == 0x07 || marker == 0x0B;
-  return isXML && fields.behind(1).kind == Kind::reference3 ? kXMLReference : nullptr;
+  return isXML && fields.following(1).kind == Kind::reference3 ? kXMLReference : nullptr;
 }
 
 const char* reasonOf(const FieldFinder& fields, unsigned char lastByte) {
@@ -110,7 +110,7 @@ const char* reasonOf(const FieldFinder& fields, unsigned char lastByte) {
     case Kind::marker0: return reasonOfMarker0(fields);
     case Kind::marker3: return reasonOfMarker3(fields);
     case Kind::length:
-      return isMarker(fields.behind(2), Kind::marker0, 0x09) ? kEndMarkName : nullptr;
+      return isMarker(fields.following(2), Kind::marker0, 0x09) ? kEndMarkName : nullptr;
     case Kind::head: return reasonOfHead(fields, lastByte);
     case Kind::reference3:
     case Kind::integer: return reasonOfU29(fields.wanted(), lastByte);
@@ -126,7 +126,7 @@ Field fieldAt(const char* packet, std::size_t length, std::size_t offset) {
       visitPacket(packet, length, fields, AMFVerifyLimits::unlimited()).consumed;
   if (!fields.isFound()) {
     if (end == length) return {"end of the packet", nullptr};
-    return {"left-over bytes", kLeftOver};
+    return {"left-over bytes", kTrailingReason};
   }
   const AMFVerifyField& wanted = fields.wanted();
   const auto lastByte = static_cast<unsigned char>(packet[wanted.offset + wanted.length - 1]);

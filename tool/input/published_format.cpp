@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Tested by tests/identify_test.cpp and tests/tool_export_test.cpp.
-#include "tool/input/published.h"
+#include "tool/input/published_format.h"
 
 #include <string>
 #include <vector>
@@ -59,13 +59,13 @@ class Differences : public AMFWireSink {
 
 }  // namespace
 
-IsWanted isPublished(const AMFWireReadOptions& options) {
+Matcher matchPublished(const AMFWireReadOptions& options) {
   return [&options](std::string_view bytes) {
     AMFWireReadOptions strict = options;
     strict.salvage = false;
     TrailingLength trailing;
-    if (!amfWireRead(bytes.data(), bytes.size(), trailing, strict).ok()) return Wanted::no;
-    return trailing.length == 0 || !isPlainText(bytes) ? Wanted::yes : Wanted::unlessWrapped;
+    if (!amfWireRead(bytes.data(), bytes.size(), trailing, strict).ok()) return Match::no;
+    return trailing.length == 0 || !isPlainText(bytes) ? Match::yes : Match::weak;
   };
 }
 
@@ -76,12 +76,12 @@ bool readsAsPublished(std::string_view bytes, AMFWireForm form) {
   return amfWireRead(bytes.data(), bytes.size(), trailing, options).ok() && trailing.length == 0;
 }
 
-bool isDocument(std::string_view text) {
+bool isExportDocument(std::string_view text) {
   std::string bytes;
   return amfWireImport(text.data(), text.size(), bytes).ok();
 }
 
-const char* misread(std::string_view packet) {
+const char* dialectDifference(std::string_view packet) {
   AMFWireReadOptions options;
   options.form = AMFWireForm::packet;
   Differences differences;
@@ -91,19 +91,19 @@ const char* misread(std::string_view packet) {
 
 #else
 
-IsWanted isPublished(const AMFWireReadOptions&) {
-  return [](std::string_view) { return Wanted::no; };
+Matcher matchPublished(const AMFWireReadOptions&) {
+  return [](std::string_view) { return Match::no; };
 }
 
 bool readsAsPublished(std::string_view, AMFWireForm) {
   return false;
 }
 
-bool isDocument(std::string_view) {
+bool isExportDocument(std::string_view) {
   return false;
 }
 
-const char* misread(std::string_view) {
+const char* dialectDifference(std::string_view) {
   return nullptr;
 }
 

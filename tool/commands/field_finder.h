@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Names the field that stands at an offset of a packet.
-#ifndef AMF2JSON_TOOL_COMMANDS_FIELD_MAP_H
-#define AMF2JSON_TOOL_COMMANDS_FIELD_MAP_H
+#ifndef AMF2JSON_TOOL_COMMANDS_FIELD_FINDER_H
+#define AMF2JSON_TOOL_COMMANDS_FIELD_FINDER_H
 
 #include <cstddef>
 #include <string>
@@ -15,4 +15,4 @@ struct Field {
 // `packet` is one that the library decodes.
 Field fieldAt(const char* packet, std::size_t length, std::size_t offset);
 
-#endif  // AMF2JSON_TOOL_COMMANDS_FIELD_MAP_H
+#endif  // AMF2JSON_TOOL_COMMANDS_FIELD_FINDER_H

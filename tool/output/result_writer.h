@@ -3,8 +3,8 @@
 // What becomes of the results: texts go to a stream or to files, problems are told. Texts for a
 // stream are joined as long as nothing has to be told between them; files in a folder are written
 // by the threads that made their texts.
-#ifndef AMF2JSON_TOOL_OUTPUT_DELIVERY_H
-#define AMF2JSON_TOOL_OUTPUT_DELIVERY_H
+#ifndef AMF2JSON_TOOL_OUTPUT_RESULT_WRITER_H
+#define AMF2JSON_TOOL_OUTPUT_RESULT_WRITER_H
 
 #include <optional>
 #include <string>
@@ -13,23 +13,23 @@
 #include "tool/command.h"
 #include "tool/options.h"
 #include "tool/output/destination.h"
-#include "tool/output/output.h"
 #include "tool/output/progress.h"
 #include "tool/output/report.h"
-#include "tool/output/terminal.h"
+#include "tool/output/style.h"
+#include "tool/output/write.h"
 #include "tool/port/platform.h"
 
 // How files in a folder are called, as in Command.
 struct ResultNames {
   const char* extension = "";
-  const char* ending = nullptr;
+  const char* removedExtension = nullptr;
 };
 
-class Delivery {
+class ResultWriter {
  public:
   // Throws Problem where an output would destroy what it must not,
   // and where the output folder cannot be made: nothing was written then.
-  Delivery(const Options& chosen, const ResultNames& resultNames);
+  ResultWriter(const Options& chosen, const ResultNames& resultNames);
 
   // For results that are no texts. Throws Problem.
   void refuseTerminal() const;
@@ -43,14 +43,14 @@ class Delivery {
   // Writes what was joined. Throws as take.
   void flush();
 
-  ExitCode worstSoFar() const { return worst; }
+  ExitCode worstSoFar() const { return worstCode; }
 
  private:
   bool isFolder() const { return destination.kind() == Destination::Kind::folder; }
-  void tell(Problem problem, const std::string& file);
-  Pour pourOf(const FileResult& result) const;
+  void reportProblem(Problem problem, const std::string& file);
+  PieceSource piecesOf(const FileResult& result) const;
   void write(const FileResult& result);
-  void join(std::string_view piece);
+  void buffer(std::string_view piece);
 
   const Options& options;
   const ResultNames names;
@@ -58,10 +58,10 @@ class Delivery {
   const TextStyle textStyle;
   const ReportStyle reportStyle;
   Progress progress;
-  std::string joined;  // texts for a stream
-  Gate writing;        // files, where a signal must find none half-written
-  std::optional<platform::SignalsAtGate> signals;
-  ExitCode worst = kDone;
+  std::string buffered;       // texts for a stream
+  FairSharedMutex fileMutex;  // files, where a signal must find none half-written
+  std::optional<platform::DeferredSignals> signals;
+  ExitCode worstCode = kDone;
 };
 
-#endif  // AMF2JSON_TOOL_OUTPUT_DELIVERY_H
+#endif  // AMF2JSON_TOOL_OUTPUT_RESULT_WRITER_H

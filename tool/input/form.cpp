@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Tested by tests/unwrap_test.cpp.
-#include "tool/input/bare_value.h"
+#include "tool/input/form.h"
 
 #include <algorithm>
 #include <limits>
@@ -38,7 +38,7 @@ bool hasPacketVersion(std::string_view bytes) {
   return bytes.size() >= 2 && bytes[0] == 0 && (bytes[1] == 0 || bytes[1] == 1 || bytes[1] == 3);
 }
 
-bool isAnotherPacket(std::string_view bytes, const AMFVerifyLimits& limits) {
+bool beginsPacket(std::string_view bytes, const AMFVerifyLimits& limits) {
   if (!hasPacketVersion(bytes)) return false;
   const AMFVerifyResult checked = verifyForm(bytes, Form::packet, limits);
   return checked.status == AMFVerifyStatus::ok && checked.headers + checked.messages > 0;

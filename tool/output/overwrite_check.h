@@ -2,8 +2,8 @@
 //
 // What is looked at before the first byte is written: that no input is overwritten, no result by
 // another one, and nothing that nobody named.
-#ifndef AMF2JSON_TOOL_OUTPUT_OUTPUT_CHECK_H
-#define AMF2JSON_TOOL_OUTPUT_OUTPUT_CHECK_H
+#ifndef AMF2JSON_TOOL_OUTPUT_OVERWRITE_CHECK_H
+#define AMF2JSON_TOOL_OUTPUT_OVERWRITE_CHECK_H
 
 #include <string>
 #include <vector>
@@ -19,4 +19,4 @@ void checkFile(const std::string& file, const Options& options);
 void checkFolder(const std::string& folder, const std::vector<std::string>& results,
                  const Options& options);
 
-#endif  // AMF2JSON_TOOL_OUTPUT_OUTPUT_CHECK_H
+#endif  // AMF2JSON_TOOL_OUTPUT_OVERWRITE_CHECK_H

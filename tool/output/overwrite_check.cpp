@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Tested by tests/tool_files_test.cpp.
-#include "tool/output/output_check.h"
+#include "tool/output/overwrite_check.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -17,10 +17,10 @@ using platform::FileIdentity;
 using platform::Status;
 
 // The regular files that are read, and how they were named.
-using Inputs = std::map<FileIdentity, std::string>;
+using InputFiles = std::map<FileIdentity, std::string>;
 
-Inputs inputsOf(const Options& options) {
-  Inputs inputs;
+InputFiles inputFilesOf(const Options& options) {
+  InputFiles inputs;
   for (const std::string& file : options.files) {
     const Status status =
         file == "-" ? platform::statusOf(platform::kInput) : platform::statusOf(file);
@@ -29,7 +29,7 @@ Inputs inputsOf(const Options& options) {
   return inputs;
 }
 
-void refuseInput(const Status& status, const std::string& target, const Inputs& inputs) {
+void refuseInput(const Status& status, const std::string& target, const InputFiles& inputs) {
   if (!status.isRegular) return;
   const auto input = inputs.find(status.identity);
   if (input == inputs.end()) return;
@@ -51,13 +51,13 @@ void refuseSameNames(const std::vector<std::string>& results, const Options& opt
 // Without --force whatever has the name is in the way; with it, all but a regular file.
 void refuseExisting(const Status& status, const std::string& target, bool force) {
   if (!status.exists) return;
-  if (!force) throw notReplaced(target, "the file exists; --force replaces it");
-  if (!status.isRegular) throw notReplaced(target, "not a regular file");
+  if (!force) throw notReplacedProblem(target, "the file exists; --force replaces it");
+  if (!status.isRegular) throw notReplacedProblem(target, "not a regular file");
 }
 
 void refuseExistingResults(const std::string& folder, const std::vector<std::string>& results,
                            const Options& options) {
-  const Inputs inputs = inputsOf(options);
+  const InputFiles inputs = inputFilesOf(options);
   std::map<FileIdentity, std::size_t> first;
   for (std::size_t i = 0; i < results.size(); ++i) {
     const std::string target = folder + '/' + results[i];
@@ -83,7 +83,7 @@ std::string inLowerCase(std::string name) {
 
 // Whether some of these differ only in ways that some file systems ignore: the case, and whatever
 // may be the case or the spelling of other characters.
-bool areAlike(const std::vector<std::string>& names) {
+bool mayCollide(const std::vector<std::string>& names) {
   std::set<std::string> lower;
   for (const std::string& name : names) {
     if (!isASCII(name) || !lower.insert(inLowerCase(name)).second) return true;
@@ -92,21 +92,21 @@ bool areAlike(const std::vector<std::string>& names) {
 }
 
 // Empty files in a folder of their own: removed at the end of the scope.
-class Trial {
+class ProbeFolder {
  public:
-  explicit Trial(const std::string& folder) {
-    if (!platform::makeUniqueFolder(folder, own)) throw fileProblem(folder, "write");
+  explicit ProbeFolder(const std::string& folder) {
+    if (!platform::createTemporaryFolder(folder, own)) throw fileProblem(folder, "write");
   }
-  Trial(const Trial&) = delete;
-  Trial& operator=(const Trial&) = delete;
-  ~Trial() {
+  ProbeFolder(const ProbeFolder&) = delete;
+  ProbeFolder& operator=(const ProbeFolder&) = delete;
+  ~ProbeFolder() {
     for (const std::string& file : made) std::remove(file.c_str());
     platform::removeFolder(own);
   }
   // False where another one has the name already.
   bool add(const std::string& name) {
     const std::string file = own + '/' + name;
-    const Descriptor opened(platform::openNew(file));
+    const Descriptor opened(platform::createNew(file));
     if (opened.number < 0) return !platform::statusOfLink(file).exists;
     made.push_back(file);
     return true;
@@ -119,10 +119,10 @@ class Trial {
 
 void refuseOneNameOfTwo(const std::string& folder, const std::vector<std::string>& results,
                         const Options& options) {
-  if (!areAlike(results)) return;
-  Trial trial(folder);
+  if (!mayCollide(results)) return;
+  ProbeFolder probe(folder);
   for (std::size_t i = 0; i < results.size(); ++i) {
-    if (trial.add(results[i])) continue;
+    if (probe.add(results[i])) continue;
     throw Problem{kUsage, "usage",
                   "-o: to the file system of " + folder + ", the result of " + options.files[i] +
                       " has the name of another one"};
@@ -133,9 +133,9 @@ void refuseOneNameOfTwo(const std::string& folder, const std::vector<std::string
 
 void checkFile(const std::string& file, const Options& options) {
   const Status status = platform::statusOf(file);
-  refuseInput(status, file, inputsOf(options));
+  refuseInput(status, file, inputFilesOf(options));
   if (status.exists && !options.force && platform::isReadOnly(file, status)) {
-    throw notReplaced(file, "the file is read-only; --force replaces it");
+    throw notReplacedProblem(file, "the file is read-only; --force replaces it");
   }
 }
 

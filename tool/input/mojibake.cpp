@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Tested by tests/identify_test.cpp.
-#include "tool/input/ruined.h"
+#include "tool/input/mojibake.h"
 
-std::optional<std::string> beforeUTF8(std::string_view bytes) {
+std::optional<std::string> undoUTF8Encoding(std::string_view bytes) {
   std::string before;
   for (std::size_t i = 0; i < bytes.size(); ++i) {
     const auto byte = static_cast<unsigned char>(bytes[i]);
@@ -20,7 +20,7 @@ std::optional<std::string> beforeUTF8(std::string_view bytes) {
   return before;
 }
 
-std::optional<std::string> beforeCRLF(std::string_view bytes) {
+std::optional<std::string> undoCRLFConversion(std::string_view bytes) {
   std::string before;
   for (std::size_t i = 0; i < bytes.size(); ++i) {
     if (bytes[i] == '\n' && (before.empty() || bytes[i - 1] != '\r')) return std::nullopt;
@@ -31,9 +31,9 @@ std::optional<std::string> beforeCRLF(std::string_view bytes) {
   return before;
 }
 
-Replaced replacedIn(std::string_view bytes) {
+Replacements findReplacements(std::string_view bytes) {
   constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
-  Replaced found{0, 0};
+  Replacements found{0, 0};
   for (std::size_t at = bytes.find(kReplacement); at != std::string_view::npos;
        at = bytes.find(kReplacement, at + kReplacement.size())) {
     if (found.count++ == 0) found.first = at;

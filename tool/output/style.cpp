@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Tested by tests/tool_terminal_test.cpp.
-#include "tool/output/terminal.h"
+#include "tool/output/style.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -121,9 +121,9 @@ void highlight(std::string_view text, const Sink& put, const Sink& putCode) {
 namespace {
 
 // Joins pieces to larger ones.
-class Joiner {
+class PieceBuffer {
  public:
-  explicit Joiner(const Sink& next) : sink(next) {}
+  explicit PieceBuffer(const Sink& next) : sink(next) {}
   void put(std::string_view piece) {
     if (joined.size() + piece.size() > kBlock) flush();
     if (piece.size() > kBlock) return sink(piece);
@@ -155,10 +155,10 @@ class Joiner {
 
 }  // namespace
 
-void dress(const FileResult& result, const TextStyle& style, const Sink& sink) {
+void writeStyled(const FileResult& result, const TextStyle& style, const Sink& sink) {
   const bool color = style.color && result.isJSON;
-  if (result.isBytes || (!style.printable && !color)) return sink(result.text);
-  Joiner joiner(sink);
+  if (result.isBinary || (!style.printable && !color)) return sink(result.text);
+  PieceBuffer joiner(sink);
   const auto put = [&](std::string_view piece) {
     if (style.printable) return joiner.putPrintable(piece);
     joiner.put(piece);

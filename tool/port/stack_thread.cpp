@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Tested by tests/tool_hostile_test.cpp: trees of many levels, also under the sanitizers.
-#include "tool/port/own_stack.h"
+#include "tool/port/stack_thread.h"
 
 #include <exception>
 #include <limits>
@@ -25,33 +25,33 @@ std::uint64_t stackBytes(std::uint32_t levels) {
 
 }  // namespace
 
-OwnStackThread::OwnStackThread(std::uint32_t levels, std::function<void()> wanted)
+StackThread::StackThread(std::uint32_t levels, std::function<void()> wanted)
     : work(std::move(wanted)) {
   const std::uint64_t bytes = stackBytes(levels);
   if (bytes > std::numeric_limits<std::size_t>::max()) return;
   pthread_attr_t attributes;
   if (pthread_attr_init(&attributes) != 0) return;
   // The thread leaves Ctrl-C and the like to the main one, which may have reasons to let them wait.
-  const platform::SignalsWait signalsWait;
+  const platform::BlockedSignals signalsWait;
   running = pthread_attr_setstacksize(&attributes, static_cast<std::size_t>(bytes)) == 0 &&
             pthread_create(&thread, &attributes, enter, this) == 0;
   pthread_attr_destroy(&attributes);
 }
 
-OwnStackThread::~OwnStackThread() {
+StackThread::~StackThread() {
   if (running) pthread_join(thread, nullptr);
 }
 
-void* OwnStackThread::enter(void* self) {
-  static_cast<OwnStackThread*>(self)->work();
+void* StackThread::enter(void* self) {
+  static_cast<StackThread*>(self)->work();
   return nullptr;
 }
 
-void runWithLevels(std::uint32_t levels, const std::function<void()>& work) {
-  if (levels <= kWorkerLevels) return work();
+void runWithStackFor(std::uint32_t levels, const std::function<void()>& work) {
+  if (levels <= kWorkerDepth) return work();
   std::exception_ptr thrown;
   {
-    const OwnStackThread thread(levels, [&work, &thrown] {
+    const StackThread thread(levels, [&work, &thrown] {
       try {
         work();
       } catch (...) {

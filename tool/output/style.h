@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // What depends on whether somebody looks at a terminal.
-#ifndef AMF2JSON_TOOL_OUTPUT_TERMINAL_H
-#define AMF2JSON_TOOL_OUTPUT_TERMINAL_H
+#ifndef AMF2JSON_TOOL_OUTPUT_STYLE_H
+#define AMF2JSON_TOOL_OUTPUT_STYLE_H
 
 #include "tool/command.h"
 #include "tool/options.h"
 #include "tool/output/destination.h"
-#include "tool/output/output.h"
 #include "tool/output/report.h"
+#include "tool/output/write.h"
 
 ReportStyle reportStyle(const Options& options);
 
@@ -22,6 +22,6 @@ TextStyle textStyle(const Options& options, const Destination& destination);
 // Bytes that are no text do harm to a terminal. Throws Problem (kUsage) for one, unless --force.
 void refuseTerminal(const Destination& destination, const Options& options);
 // Passes the text on in pieces: no second one of its size is made.
-void dress(const FileResult& result, const TextStyle& style, const Sink& sink);
+void writeStyled(const FileResult& result, const TextStyle& style, const Sink& sink);
 
-#endif  // AMF2JSON_TOOL_OUTPUT_TERMINAL_H
+#endif  // AMF2JSON_TOOL_OUTPUT_STYLE_H

@@ -2,8 +2,8 @@
 //
 // What the bytes of a file are: a packet, or a value alone. A value is checked and decoded inside
 // of an envelope made for it: one message without URIs, length unknown.
-#ifndef AMF2JSON_TOOL_INPUT_BARE_VALUE_H
-#define AMF2JSON_TOOL_INPUT_BARE_VALUE_H
+#ifndef AMF2JSON_TOOL_INPUT_FORM_H
+#define AMF2JSON_TOOL_INPUT_FORM_H
 
 #include <AMFGuard.h>
 
@@ -26,6 +26,6 @@ AMFVerifyResult verifyForm(std::string_view bytes, Form form, const AMFVerifyLim
 bool hasPacketVersion(std::string_view bytes);
 
 // Whether bytes that follow a packet begin with another one that holds something.
-bool isAnotherPacket(std::string_view bytes, const AMFVerifyLimits& limits);
+bool beginsPacket(std::string_view bytes, const AMFVerifyLimits& limits);
 
-#endif  // AMF2JSON_TOOL_INPUT_BARE_VALUE_H
+#endif  // AMF2JSON_TOOL_INPUT_FORM_H

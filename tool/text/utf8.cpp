@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/tool/json_line_test.cpp and tests/tool_terminal_test.cpp.
+// Tested by tests/tool/json_line_test.cpp and tests/tool/terminal_test.cpp.
 #include "tool/text/utf8.h"
 
 namespace {

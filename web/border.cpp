@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The border between JavaScript and the calls. core.js asks for memory (web_input), copies the bytes there, sets the
+// options, makes a call, takes result and facts, and has everything freed (web_release). Nothing is thrown across the
+// border, and between two calls nothing is kept. Tested by web/tests/.
+#include <AMF2JSON.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <limits>
+#include <new>
+#include <stdexcept>
+
+#include "web/calls.h"
+
+using namespace web;
+
+namespace {
+
+// One call runs at a time: a WebAssembly instance belongs to one thread.
+char* input = nullptr;
+std::size_t inputSize = 0;
+web::Options options;
+std::vector<AMFWireExternalClass> external;
+Reply reply;
+const char* memoryFailure = nullptr;
+
+constexpr char kMemory[] = R"({"code":"memory","message":"out of memory"})";
+
+template <class Call>
+int run(Call call) {
+  try {
+    call(Request{{input, inputSize}, options, external}, reply);
+    return reply.isDone ? 1 : 0;
+  } catch (const std::bad_alloc&) {
+    memoryFailure = kMemory;
+  } catch (const std::length_error&) {  // a string beyond what 32 bits count
+    memoryFailure = kMemory;
+  } catch (const AMFException& e) {
+    reply.facts = failure("bug", e.message);
+  } catch (const std::exception& e) {
+    reply.facts = failure("bug", e.what());
+  } catch (...) {
+    reply.facts = failure("bug", "unknown exception");
+  }
+  return 0;
+}
+
+}  // namespace
+
+extern "C" {
+
+// Memory for `size` bytes of input; null where there is none.
+char* web_input(std::size_t size) {
+  input = static_cast<char*>(std::malloc(size == 0 ? 1 : size));
+  inputSize = size;
+  return input;
+}
+
+// Where the options stand, none of them set.
+web::Options* web_options() {
+  double* const values = &options.as;
+  for (std::size_t i = 0; i < sizeof options / sizeof(double); ++i) {
+    values[i] = std::numeric_limits<double>::quiet_NaN();
+  }
+  return &options;
+}
+
+// An externalizable class whose name is the input, which is freed. 0: out of memory.
+int web_external(double values) {
+  return run([values](const Request& request, Reply& result) {
+    external.push_back({std::string(request.bytes), static_cast<std::uint32_t>(values)});
+    std::free(input);
+    input = nullptr;
+    result.isDone = true;
+  });
+}
+
+// The calls: 1 when done, 0 after a failure.
+int web_export() {
+  return run(exportJson);
+}
+int web_import() {
+  return run(importJson);
+}
+int web_identify() {
+  return run(identify);
+}
+int web_check() {
+  return run(check);
+}
+int web_decode() {
+  return run(decode);
+}
+int web_fields() {
+  return run(fields);
+}
+
+const char* web_result() {
+  return reply.result.data();
+}
+std::size_t web_result_size() {
+  return reply.result.size();
+}
+const char* web_facts() {
+  return memoryFailure != nullptr ? memoryFailure : reply.facts.data();
+}
+std::size_t web_facts_size() {
+  return memoryFailure != nullptr ? std::strlen(memoryFailure) : reply.facts.size();
+}
+const char* web_version() {
+  return AMF2JSON_VERSION;
+}
+
+void web_release() {
+  std::free(input);
+  input = nullptr;
+  inputSize = 0;
+  std::vector<AMFWireExternalClass>().swap(external);
+  reply = Reply();
+  memoryFailure = nullptr;
+}
+
+}  // extern "C"

@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The calls for the library's own dialect, which the program's commands check, decode and identify answer likewise:
+// tool/check.cpp, tool/decode.cpp, tool/identify.cpp. Tested by web/tests/same_as_program.test.mjs.
+#include <AMFGuard.h>
+
+#include <algorithm>
+
+#include "tool/bare_value.h"
+#include "tool/identify.h"
+#include "tool/published.h"
+#include "tool/soft_breaks.h"
+#include "tool/words.h"
+#include "web/calls.h"
+#include "web/json_text.h"
+
+namespace web {
+
+namespace {
+
+enum class View { json, js, both, script };  // in the order of core.js
+
+// The names of core.d.ts.
+const char* codeOf(AMFVerifyStatus status) {
+  switch (status) {
+    case AMFVerifyStatus::packetTooLarge: return "packetLimit";
+    case AMFVerifyStatus::truncated: return "truncated";
+    case AMFVerifyStatus::malformed: return "malformed";
+    case AMFVerifyStatus::depthLimit: return "depthLimit";
+    case AMFVerifyStatus::nodeLimit: return "nodeLimit";
+    case AMFVerifyStatus::treeLimit: return "treeLimit";
+    case AMFVerifyStatus::copyLimit: return "copyLimit";
+    case AMFVerifyStatus::stringLimit: return "stringLimit";
+    case AMFVerifyStatus::switchedReferenceLimit: return "switchedReferenceLimit";
+    case AMFVerifyStatus::outOfMemory: return "memory";
+    default: return "bug";
+  }
+}
+
+// A packet, or a value in an envelope made for it.
+class Guarded {
+ public:
+  explicit Guarded(const Request& request) {
+    const double as = request.options.as;
+    if (isSet(as)) {
+      const auto wanted = static_cast<AMFWireForm>(static_cast<std::uint32_t>(as));
+      form = wanted == AMFWireForm::amf0   ? Form::amf0
+             : wanted == AMFWireForm::amf3 ? Form::amf3
+                                           : Form::packet;
+    }
+    envelope = envelopeOf(form);
+    bytes.reserve(envelope.size() + request.bytes.size());
+    bytes.append(envelope).append(request.bytes);
+    checked = verifyPacket(bytes.data(), bytes.size(), limitsFor(form, limits(request.options)));
+  }
+
+  // Counted from the first byte that the host gave.
+  std::size_t place(std::size_t offset) const { return offset - std::min(offset, envelope.size()); }
+  bool isOk() const { return checked.status == AMFVerifyStatus::ok; }
+  std::string message() const {
+    if (isOk()) return "";
+    if (checked.status != AMFVerifyStatus::truncated) return checked.message;
+    return std::string(checked.message) + ": at least " +
+           words(checked.needed, "byte is missing", "bytes are missing");
+  }
+
+  Form form = Form::packet;
+  std::string_view envelope;
+  std::string bytes;
+  AMFVerifyResult checked;
+
+ private:
+  static AMFVerifyLimits limits(const Options& options) {
+    AMFVerifyLimits result;
+    setLimit(result.maxPacketBytes, options.maxPacketBytes);
+    setLimit(result.maxDepth, options.maxDepth);
+    setLimit(result.maxNodes, options.maxNodes);
+    setLimit(result.maxTreeBytes, options.maxTreeBytes);
+    setLimit(result.maxCopiedBytes, options.maxCopiedBytes);
+    setLimit(result.maxStringBytes, options.maxStringBytes);
+    setLimit(result.maxSwitchedReferences, options.maxSwitchedReferences);
+    return result;
+  }
+};
+
+const std::string& textOf(AMFProtocol& protocol, View view, bool pretty) {
+  switch (view) {
+    case View::js: return protocol.getPackageInJS(pretty);
+    case View::both: return protocol.getPackageInJSON_and_JS(pretty);
+    case View::script: return protocol.getPackageAsJSView(pretty);
+    case View::json: break;
+  }
+  return protocol.getPackageInJSON(pretty);
+}
+
+// The library's line feeds in long texts.
+void removeBreaks(std::string& text, const AMFProtocol& protocol, View view, bool pretty) {
+  constexpr std::size_t kAssignmentLength = 8;  // "\n amf = ", in front of the JSON of js
+  if (view == View::script) return;
+  removeSoftBreaks(text, {static_cast<std::uint32_t>(protocol.lineBreakCount) - 1,
+                          view == View::js ? kAssignmentLength : 0, pretty});
+}
+
+// The forms that exportJson reads to the last byte; null where there is none.
+const char* publishedForm(std::string_view bytes) {
+  const AMFWireForm form = amfWireIdentify(bytes.data(), bytes.size());
+  return readsAsPublished(bytes, form) ? describe(form) : nullptr;
+}
+
+}  // namespace
+
+void decode(const Request& request, Reply& reply) {
+  const Guarded packet(request);
+  if (!packet.isOk()) {
+    reply.facts = failure(codeOf(packet.checked.status), packet.message(),
+                          packet.place(packet.checked.offset));
+    return;
+  }
+  const View view = isSet(request.options.view)
+                        ? static_cast<View>(static_cast<int>(request.options.view))
+                        : View::json;
+  const bool pretty = flag(request.options.pretty, true);
+  AMFProtocol protocol;
+  protocol.parse(packet.bytes.data());
+  escapeForViews(protocol.package, view == View::json ? AMFEscapeFor::json : AMFEscapeFor::script);
+  protocol.useTemporaries = false;
+  reply.result = textOf(protocol, view, pretty);
+  removeBreaks(reply.result, protocol, view, pretty);
+  reply.isDone = true;
+}
+
+void check(const Request& request, Reply& reply) {
+  const Guarded packet(request);
+  const AMFVerifyResult& checked = packet.checked;
+  const std::size_t consumed = packet.place(checked.consumed);
+  JsonText json;
+  const auto put = [&json](const char* name, std::uint64_t value) {
+    json.key(name);
+    json.number(value);
+  };
+  json.open('{');
+  json.key("ok");
+  json.word(packet.isOk() ? "true" : "false");
+  json.key("status");
+  json.text(describe(checked.status));
+  json.key("message");
+  json.text(packet.message());
+  put("offset", packet.place(checked.offset));
+  put("bytes", request.bytes.size());
+  put("consumed", consumed);
+  put("leftOver", request.bytes.size() - consumed);
+  put("headers", checked.headers);
+  put("messages", checked.messages);
+  put("nodes", checked.nodes);
+  put("depth", checked.depth);
+  put("treeBytes", checked.treeBytes);
+  put("lyingLengths", checked.lengthMismatches);
+  json.close('}');
+  reply.facts = std::move(json.out);
+  reply.isDone = true;
+}
+
+void identify(const Request& request, Reply& reply) {
+  const Identity identity = ::identify(request.bytes, AMFVerifyLimits());
+  JsonText json;
+  json.open('{');
+  json.key("known");
+  json.word(identity.isKnown ? "true" : "false");
+  json.key("kind");
+  json.text(identity.kind);
+  json.key("reason");
+  json.text(identity.verdict);
+  json.key("wrappers");
+  json.open('[');
+  for (const char* const wrapper : identity.wrappers) json.text(wrapper);
+  json.close(']');
+  json.key("form");
+  const char* const form = publishedForm(request.bytes);
+  if (form != nullptr) {
+    json.text(form);
+  } else {
+    json.word("null");
+  }
+  json.key("hints");
+  json.open('[');
+  const std::string command = commandFor(identity, "FILE");
+  if (!command.empty()) json.text(command);
+  json.close(']');
+  json.close('}');
+  reply.facts = std::move(json.out);
+  reply.isDone = true;
+}
+
+}  // namespace web

@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The calls for the published formats: exportJson and importJson. Warnings are worded as the program's export words
+// them (tool/export_command.cpp). Tested by web/tests/same_as_program.test.mjs and web/tests/errors.test.mjs.
+#include "tool/words.h"
+#include "web/calls.h"
+#include "web/json_text.h"
+
+namespace web {
+
+namespace {
+
+// The names of core.d.ts.
+const char* codeOf(AMFWireStatus status) {
+  switch (status) {
+    case AMFWireStatus::truncated: return "truncated";
+    case AMFWireStatus::malformed: return "malformed";
+    case AMFWireStatus::unknownExternal: return "unknownExternal";
+    case AMFWireStatus::packetLimit: return "packetLimit";
+    case AMFWireStatus::depthLimit: return "depthLimit";
+    case AMFWireStatus::textLimit: return "textLimit";
+    case AMFWireStatus::flagLimit: return "flagLimit";
+    case AMFWireStatus::syntax: return "syntax";
+    case AMFWireStatus::content: return "content";
+    default: return "bug";
+  }
+}
+
+AMFWireLimits limits(const Options& options) {
+  AMFWireLimits result;
+  setLimit(result.maxPacketBytes, options.maxPacketBytes);
+  setLimit(result.maxTextBytes, options.maxTextBytes);
+  setLimit(result.maxDepth, options.maxDepth);
+  return result;
+}
+
+const char* lastOf(AMFWireForm form) {
+  switch (form) {
+    case AMFWireForm::amf0:
+    case AMFWireForm::amf3: return "value";
+    case AMFWireForm::sharedObject: return "entry";
+    case AMFWireForm::flv: return "tag";
+    default: return "message";
+  }
+}
+
+void putWarnings(JsonText& json, const AMFWireStatistics& found) {
+  if (found.trailingBytes > 0) {
+    const std::string count = words(found.trailingBytes, "byte");
+    json.text(found.trailingError.empty()
+                  ? count + " left over behind the last " + lastOf(found.form)
+                  : count + " kept as trailing bytes: " + found.trailingError);
+  } else if (!found.trailingError.empty()) {
+    json.text("0 bytes kept as trailing bytes: " + found.trailingError);
+  }
+  if (found.wrongLengths > 0)
+    json.text(words(found.wrongLengths, "length field lies", "length fields lie"));
+  if (found.changed > 0) {
+    json.text(words(found.changed, "section") +
+              " will come back as other bytes, without originals");
+  }
+  if (found.salvaged > 0) {
+    json.text(words(found.salvaged, "section") + " could not be read and kept as raw bytes");
+  }
+}
+
+}  // namespace
+
+AMFWireReadOptions readOptions(const Request& request) {
+  AMFWireReadOptions result;
+  if (isSet(request.options.as)) {
+    result.form = static_cast<AMFWireForm>(static_cast<std::uint32_t>(request.options.as));
+  }
+  result.salvage = flag(request.options.salvage, false);
+  result.limits = limits(request.options);
+  result.externalClasses = request.external;
+  return result;
+}
+
+std::string failure(const char* code, std::string_view message) {
+  JsonText json;
+  json.open('{');
+  json.key("code");
+  json.text(code);
+  json.key("message");
+  json.text(message);
+  json.close('}');
+  return json.out;
+}
+
+std::string failure(const char* code, std::string_view message, std::size_t offset) {
+  std::string facts = failure(code, message);
+  facts.back() = ',';
+  return facts + "\"offset\":" + std::to_string(offset) + '}';
+}
+
+std::string failure(const AMFWireResult& result) {
+  const char* const code = codeOf(result.status);
+  if (result.line == 0) return failure(code, result.message, result.offset);
+  JsonText json;
+  json.open('{');
+  json.key("code");
+  json.text(code);
+  json.key("message");
+  json.text(result.message);
+  json.key("path");
+  json.text(result.path);
+  json.key("line");
+  json.number(result.line);
+  json.key("column");
+  json.number(result.column);
+  json.close('}');
+  return json.out;
+}
+
+void exportJson(const Request& request, Reply& reply) {
+  AMFWireExportOptions options;
+  static_cast<AMFWireReadOptions&>(options) = readOptions(request);
+  options.originals = flag(request.options.originals, true);
+  options.pretty = !flag(request.options.compact, false);
+  AMFWireStatistics found;
+  const AMFWireResult result =
+      amfWireExport(request.bytes.data(), request.bytes.size(), reply.result, options, &found);
+  if (!result.ok()) {
+    reply.facts = failure(result);
+    return;
+  }
+  JsonText json;
+  json.open('{');
+  json.key("form");
+  json.text(describe(found.form));
+  json.key("warnings");
+  json.open('[');
+  putWarnings(json, found);
+  json.close(']');
+  json.close('}');
+  reply.facts = std::move(json.out);
+  reply.isDone = true;
+}
+
+void importJson(const Request& request, Reply& reply) {
+  const AMFWireImportOptions options{limits(request.options), request.external};
+  const AMFWireResult result =
+      amfWireImport(request.bytes.data(), request.bytes.size(), reply.result, options);
+  if (!result.ok()) reply.facts = failure(result);
+  reply.isDone = result.ok();
+}
+
+}  // namespace web

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Bytes and their spellings: base64, hexadecimal, text. Tested by test/parse_input.test.mjs.
+
+const hexDigits = Array.from({ length: 256 }, (_, byte) => byte.toString(16).padStart(2, "0"));
+
+export const hexByte = (byte) => hexDigits[byte];
+
+export function toHex(bytes, separator = " ", bytesPerLine = 16) {
+  const lines = [];
+  for (let at = 0; at < bytes.length; at += bytesPerLine) {
+    lines.push(Array.from(bytes.subarray(at, at + bytesPerLine), hexByte).join(separator));
+  }
+  return lines.join("\n");
+}
+
+export function toBase64(bytes) {
+  const parts = [];
+  for (let at = 0; at < bytes.length; at += 0x6000) {  // a multiple of 3: no padding between the parts
+    parts.push(btoa(String.fromCharCode(...bytes.subarray(at, at + 0x6000))));
+  }
+  return parts.join("");
+}
+
+// Both alphabets, blanks ignored, with or without padding. Null: this is no base64.
+export function fromBase64(text) {
+  const digits = text.replace(/[\s=]/g, "").replace(/-/g, "+").replace(/_/g, "/");
+  if (digits === "" || /[^A-Za-z0-9+/]/.test(digits) || digits.length % 4 === 1) return null;
+  return fromLatin1(atob(digits));
+}
+
+// One byte for each character; null where a character is above U+00FF.
+export function fromLatin1(text) {
+  const bytes = new Uint8Array(text.length);
+  for (let i = 0; i < text.length; i += 1) {
+    const code = text.charCodeAt(i);
+    if (code > 0xff) return null;
+    bytes[i] = code;
+  }
+  return bytes;
+}
+
+export const utf8 = (text) => new TextEncoder().encode(text);
+
+// EF BF BD, U+FFFD: what text decoders write for bytes that are not UTF-8. What those were is lost.
+export function countReplaced(bytes) {
+  let count = 0;
+  for (let at = bytes.indexOf(0xef); at >= 0; at = bytes.indexOf(0xef, at + 1)) {
+    if (bytes[at + 1] === 0xbf && bytes[at + 2] === 0xbd) count += 1;
+  }
+  return count;
+}
+
+export function words(count, noun) {
+  return `${count.toLocaleString("en")} ${noun}${count === 1 ? "" : "s"}`;
+}

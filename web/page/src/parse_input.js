@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What somebody drops or pastes, as packets: binary files, hexadecimal, base64, HTTP messages, gzip, archives (HAR),
+// documents. Enter at parseInput(). Tested by test/parse_input.test.mjs.
+import { countReplaced, fromBase64, fromLatin1, utf8 } from "./bytes.js";
+import { looksLikeHar, readHar } from "./har.js";
+import { beginsHttp, inflate, parseHttp } from "./http_message.js";
+
+const mostWrappers = 8;
+
+// Returns { kind: "bytes", bytes, wrappers, notes, source }, { kind: "har", entries } or { kind: "document", text }.
+// Throws Error with a sentence for the user.
+export async function parseInput(bytes) {
+  const wrappers = [];
+  const notes = [];
+  let source = {};
+  let content = bytes;
+  for (;;) {
+    const text = typedText(content);
+    if (text !== null && looksLikeHar(text)) return { kind: "har", entries: readHar(text) };
+    if (text !== null && looksLikeDocument(text)) return { kind: "document", text };
+    const inner = await takeOff(content, text);
+    if (!inner) break;
+    if (wrappers.length === mostWrappers) throw new Error("more than 8 wrappers");
+    wrappers.push(inner.name);
+    notes.push(...(inner.notes ?? []));
+    source = { ...source, ...inner.source };
+    content = inner.bytes;
+  }
+  if (content.length === 0) throw new Error("There are no bytes in it.");
+  if (typedText(content) !== null && wrappers.length === 0) {
+    throw new Error("This is text, but neither hexadecimal nor base64, an HTTP message, an archive or a document.");
+  }
+  const replaced = countReplaced(content);
+  if (replaced > 0) {
+    notes.push(`EF BF BD stands ${replaced} times in it: a text decoder has replaced bytes. What they were is lost.`);
+  }
+  return { kind: "bytes", bytes: content, wrappers, notes, source };
+}
+
+// A paste is text: characters up to U+00FF may be bytes of a binary body, others make it UTF-8.
+export function bytesOfPaste(text) {
+  return /^HTTP\//.test(text) ? fromLatin1(text) ?? utf8(text) : utf8(text);
+}
+
+// Text that somebody can have typed, or null.
+function typedText(bytes) {
+  if (bytes.length === 0 || bytes.subarray(0, 4096).some((byte) => byte < 32 && (byte < 9 || byte > 13))) return null;
+  try {
+    return new TextDecoder("utf-8", { fatal: true }).decode(bytes);
+  } catch {
+    return null;
+  }
+}
+
+function looksLikeDocument(text) {
+  return /^\s*\{/.test(text) && /"(amf|amf0|amf3|sol|flv)"\s*:/.test(text);
+}
+
+async function takeOff(bytes, text) {
+  if (bytes[0] === 0x1f && bytes[1] === 0x8b) return { name: "gzip", bytes: await inflate(bytes, "gzip") };
+  if (beginsHttp(bytes)) {
+    const { start, fields, body, missing } = await parseHttp(bytes);
+    const notes = missing > 0 ? [`The head says ${missing} bytes more than follow.`] : [];
+    return { name: "HTTP message", bytes: body, notes, source: sourceOf(start, fields) };
+  }
+  if (text === null) return null;
+  const hex = fromHexText(text);
+  if (hex) return { name: "hexadecimal", bytes: hex };
+  const base64 = fromBase64(text.trim().replace(/^data:[^,]*;base64,/i, ""));
+  return base64 ? { name: "base64", bytes: base64 } : null;
+}
+
+function sourceOf(start, fields) {
+  const request = /^([A-Z]+) (\S+) HTTP/.exec(start);
+  if (!request) return { direction: "response" };
+  const host = fields.get("host");
+  return { direction: "request", url: /^\//.test(request[2]) && host ? `http://${host}${request[2]}` : request[2] };
+}
+
+// Pairs of digits with blanks, commas, 0x and # comments; the columns of xxd, hexdump -C and od -Ax -tx1z.
+// Null: this is something else.
+export function fromHexText(text) {
+  const lines = text.split(/\r?\n/).map((line) => line.replace(/(^|\s)#.*/, "")).filter((line) => line.trim() !== "");
+  const digits = lines.map(isDump(lines) ? dumpDigits : plainDigits);
+  if (digits.some((some) => some === null)) return null;
+  const all = digits.join("");
+  if (all === "" || all.length % 2 !== 0) return null;
+  return Uint8Array.from({ length: all.length / 2 }, (_, i) => parseInt(all.slice(2 * i, 2 * i + 2), 16));
+}
+
+// Offsets stand in front: the first is 0 with a colon or two blanks behind it, or the second is that of byte 16.
+function isDump(lines) {
+  if (!lines.every((line) => /^\s*[0-9a-fA-F]{6,16}(:?\s|:?$)/.test(line))) return false;
+  return /^\s*0{6,16}(:|\s\s)/.test(lines[0]) || (lines.length > 1 && /^\s*0+ /.test(lines[0]) && /^\s*0+[12]0 /.test(lines[1]));
+}
+
+function plainDigits(line) {
+  const digits = line.replace(/0x|\\x/gi, "").replace(/[\s,;:{}]/g, "");
+  return /^[0-9a-fA-F]*$/.test(digits) ? digits : null;
+}
+
+function dumpDigits(line) {
+  const columns = line.replace(/^\s*[0-9a-fA-F]+:?/, "").replace(/\s+[|>].*$/, "");
+  const digits = /^((?:\s{0,2}[0-9a-fA-F]{2})+)(?:\s{2,}.*)?$/.exec(columns.replace(/\s+$/, ""));
+  if (columns.trim() === "") return "";
+  return digits ? digits[1].replace(/\s/g, "") : null;
+}

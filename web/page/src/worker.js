@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What takes time runs here: reading what was dropped, the module's calls, the flat arrays, differences. A request is
+// { id, task, ... }, its answer { id, result } or { id, error }. No task remembers anything: the page may end the
+// worker at any time and start another. Enter at `tasks`. Tested by test/page.test.mjs.
+import { instantiate } from "amf2json-module";
+import { diffDocuments } from "./diff.js";
+import { Document } from "./document.js";
+import { buffersOf, scanJson } from "./json_scan.js";
+import { linkBuffers, linkFields } from "./links.js";
+import { parseInput } from "./parse_input.js";
+
+const compactFrom = 1 << 20;        // bytes: longer packets are shown without indentation
+const mostTextBytes = 192 << 20;    // longer texts are refused: memory of the page
+const mostLinkedBytes = 8 << 20;
+const mostDocumentNodes = 3_000_000;
+let api = null;
+
+const limits = { maxTextBytes: mostTextBytes };
+
+function documentOf(json) {
+  const tree = scanJson(json);
+  if (tree.count > mostDocumentNodes) {
+    throw new Error(`The document has ${tree.count} values; the page shows up to ${mostDocumentNodes}.`);
+  }
+  return new Document(json, tree);
+}
+
+const tasks = {
+  start: async ({ wasm }) => {
+    api = await instantiate(Uint8Array.from(atob(wasm), (c) => c.charCodeAt(0)));
+    return { result: { version: api.version } };
+  },
+
+  parse: async ({ bytes }) => ({ result: await parseInput(bytes) }),
+
+  identify: ({ bytes }) => ({ result: api.identify(bytes) }),
+
+  open: ({ bytes, options }) => {
+    const compact = bytes.length > compactFrom;
+    const { json, form, warnings } = api.exportJson(bytes, { ...limits, ...options, compact });
+    const { tree } = documentOf(json);
+    return { result: { json, form, warnings, tree }, transfer: buffersOf(tree) };
+  },
+
+  // Bytes that are refused have fields up to the refused one, and no document.
+  link: ({ bytes, options, json }) => {
+    if (bytes.length > mostLinkedBytes) return { result: null };
+    const links = linkFields(documentOf(json ?? "null"), api.fields(bytes, { ...limits, ...options }));
+    return { result: links, transfer: linkBuffers(links) };
+  },
+
+  import: ({ text, external }) => {
+    const bytes = api.importJson(text, { ...limits, external });
+    return { result: bytes, transfer: [bytes.buffer] };
+  },
+
+  decode: ({ bytes, view, pretty }) => {
+    const verdict = api.check(bytes);
+    return { result: { verdict, text: verdict.ok ? api.decode(bytes, { view, pretty }) : "" } };
+  },
+
+  diff: ({ left, right, options }) => {
+    const [a, b] = [left, right].map((bytes) =>
+      documentOf(api.exportJson(bytes, { ...limits, ...options, compact: true, originals: false }).json));
+    const rows = diffDocuments(a, b);
+    return {
+      result: { rows, left: { json: a.text, tree: a.tree }, right: { json: b.text, tree: b.tree } },
+      transfer: [...buffersOf(a.tree), ...buffersOf(b.tree)],
+    };
+  },
+};
+
+function plainError(error) {
+  const { message, offset, path, line, column, code } = error;
+  return { message: String(message ?? error), offset, path, line, column, code };
+}
+
+self.addEventListener("message", async ({ data }) => {
+  try {
+    const { result, transfer } = await tasks[data.task](data);
+    self.postMessage({ id: data.id, result }, transfer ?? []);
+  } catch (error) {
+    self.postMessage({ id: data.id, error: plainError(error) });
+  }
+});

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Archives: which bodies carry AMF, and what the recorder left of them. Exercises src/har.js.
+import assert from "node:assert/strict";
+import { test } from "node:test";
+import { utf8 } from "../src/bytes.js";
+import { looksLikeHar, readHar } from "../src/har.js";
+import { parseInput } from "../src/parse_input.js";
+
+const packet = Buffer.from("00000000000100017400017200000009" + "004045400000000000", "hex");
+const decoded = new TextDecoder().decode(Buffer.from("0003000000010004ff9980e9", "hex"));
+const latin1 = Buffer.from("000300ff80", "hex").toString("latin1");
+
+function har(request, response) {
+  return JSON.stringify({
+    log: {
+      entries: [{
+        startedDateTime: "2026-01-02T03:04:05.678Z",
+        request: { method: "POST", url: "https://a.example/gateway", headers: [], ...request },
+        response: { status: 200, headers: [], ...response },
+      }],
+    },
+  });
+}
+
+const amf = { mimeType: "application/x-amf" };
+const content = (body) => har({}, { content: { ...amf, ...body } });
+
+test("base64", () => {
+  const [entry] = readHar(content({ text: packet.toString("base64"), encoding: "base64", size: packet.length }));
+  assert.deepEqual(
+    { ...entry, bytes: Buffer.from(entry.bytes) },
+    { index: 0, direction: "response", method: "POST", url: "https://a.example/gateway", status: 200,
+      time: "2026-01-02T03:04:05.678Z", bytes: packet, how: "base64", replaced: 0, missing: 0, isAmf: true });
+});
+
+test("code points", () => {
+  const [entry] = readHar(har({ bodySize: 5, postData: { ...amf, text: latin1 } }, {}));
+  assert.equal(entry.direction, "request");
+  assert.equal(Buffer.from(entry.bytes).toString("hex"), "000300ff80");
+  assert.equal(entry.how, "code points");
+});
+
+test("decoded as UTF-8: what is lost is counted", () => {
+  const [entry] = readHar(content({ text: decoded, size: 12 }));
+  assert.equal(entry.how, "text");
+  assert.equal(entry.replaced, 4);
+});
+
+test("decoded, and put into base64 after that", () => {
+  const [entry] = readHar(content({ text: Buffer.from(utf8(decoded)).toString("base64"), encoding: "base64" }));
+  assert.equal(entry.replaced, 4);
+});
+
+test("a U+FFFD beside bytes that are no UTF-8 was written by the sender", () => {
+  const bytes = Buffer.concat([packet, utf8("\ufffd"), Buffer.from([0xff])]);
+  const [entry] = readHar(content({ text: bytes.toString("base64"), encoding: "base64" }));
+  assert.equal(entry.replaced, 0);
+});
+
+test("a body that was not recorded", () => {
+  const [entry] = readHar(content({ size: 1234 }));
+  assert.equal(entry.missing, 1234);
+});
+
+test("both directions of an entry, the request first", () => {
+  const body = { ...amf, text: packet.toString("base64"), encoding: "base64" };
+  const entries = readHar(har({ postData: body }, { content: body }));
+  assert.deepEqual(entries.map((entry) => entry.direction), ["request", "response"]);
+});
+
+test("the type may stand in the fields of the head, or be missing", () => {
+  const body = { text: packet.toString("base64"), encoding: "base64" };
+  const headers = [{ name: "Content-Type", value: "application/x-amf" }];
+  assert.equal(readHar(har({}, { headers, content: body })).length, 1);
+  assert.equal(readHar(har({}, { content: body })).length, 1);
+  assert.equal(readHar(har({}, { content: { ...body, mimeType: "image/png" } })).length, 0);
+});
+
+test("entries of other shapes do no harm", () => {
+  const entries = [null, 5, {}, { request: 5, response: [] }, { request: { headers: 7, postData: null }, response: { content: "x" } },
+    { response: { content: { mimeType: {}, text: {} } } }];
+  assert.deepEqual(readHar(JSON.stringify({ log: { entries } })), []);
+  assert.throws(() => readHar("{}"), /no log.entries/);
+  assert.throws(() => readHar('{"log":{"entries":{}}}'), /no log.entries/);
+});
+
+test("archives are recognised", async () => {
+  const text = content({ text: "AAMAAAAA", encoding: "base64" });
+  assert.ok(looksLikeHar(text));
+  assert.ok(!looksLikeHar('{"amf":0}'));
+  const input = await parseInput(utf8(text));
+  assert.equal(input.kind, "har");
+  assert.equal(input.entries.length, 1);
+});

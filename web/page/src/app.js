@@ -4,7 +4,7 @@
 // Tested by test/page.test.mjs.
 import { toHex, words } from "./bytes.js";
 import { CompareView } from "./compare_view.js";
-import { Document } from "./document.js";
+import { Document, documentOf } from "./document.js";
 import { Editor } from "./editor.js";
 import { HexView } from "./hex_view.js";
 import { fieldAt, meaningOf } from "./links.js";
@@ -69,7 +69,7 @@ class App {
   connectPanels() {
     this.tree.addEventListener("select", (event) => this.nodeSelected(event.detail.node));
     this.hex.addEventListener("select", (event) => this.byteSelected(event.detail.offset));
-    this.editor.addEventListener("edit", (event) => this.edit(event.detail.text));
+    this.editor.addEventListener("edit", (event) => this.edit(event.detail));
     $("expand").addEventListener("click", () => this.tree.expandAll());
     $("collapse").addEventListener("click", () => this.tree.collapseAll());
     $("edit-value").addEventListener("click", () => this.editValue());
@@ -79,7 +79,7 @@ class App {
     $("revert").addEventListener("click", () => this.showPacket(this.current.packet));
     $("download").addEventListener("click", () => download(this.current.bytes, this.fileName(".amf"), "application/x-amf"));
     $("download-json").addEventListener("click", () =>
-      download(this.current.doc?.text ?? "", this.fileName(".json"), "application/json"));
+      download(this.current.doc?.bytes ?? "", this.fileName(".json"), "application/json"));
     $("out-form").addEventListener("change", () => this.showOutput());
     $("copy").addEventListener("click", () => this.copy());
     for (const id of ["core-view", "core-pretty"]) $(id).addEventListener("change", () => this.showCore());
@@ -131,7 +131,7 @@ class App {
   async openBytes(bytes, name) {
     this.fail(null);
     try {
-      const input = await this.work.ask("parse", { bytes });
+      const input = await this.work.ask("parse", { bytes }, [bytes.buffer]);
       const packets = await this.packetsOf(input, name);
       if (packets.length === 0) throw new Error(`${name}: no entry of this archive carries AMF.`);
       const first = this.list.add(packets);
@@ -218,7 +218,7 @@ class App {
     const offset = error.offset ?? -1;
     this.hex.show(bytes, offset);
     $("tree").hidden = true;
-    this.editor.show(new Document("null", { count: 1, start: [0], end: [4], key: [-1], parent: [-1] }), 0, false);
+    this.editor.show(documentOf("null"), 0, false);
     this.fail(new Error(offset >= 0 ? `${error.message}, at byte ${offset} (hexadecimal ${offset.toString(16)})` : error.message));
     if (error.code !== "textLimit" && !$("salvage").checked) this.offerSalvage();
   }
@@ -238,7 +238,7 @@ class App {
     try {
       const identity = await this.work.ask("identify", { bytes });
       if (turn === this.turn) $("what").textContent = identity.reason;
-      const links = await this.work.ask("link", { bytes, options, json: this.current.doc?.text });
+      const links = await this.work.ask("link", { bytes, options, json: this.current.doc?.bytes });
       if (turn !== this.turn) return;
       this.current.links = links;
       if (this.current.doc) this.nodeSelected(this.tree.node);
@@ -314,10 +314,10 @@ class App {
 
   // ---- JSON to bytes
 
-  async edit(text) {
+  async edit(part) {
     const turn = this.turn += 1;
     try {
-      const bytes = await this.work.ask("import", { text, external: this.options.external });
+      const bytes = await this.work.ask("import", { ...part, external: this.options.external });
       if (turn !== this.turn) return;
       this.fail(null);
       this.editor.report(null, `${comparison(this.current.packet.bytes, bytes)}`);
@@ -393,7 +393,10 @@ class App {
     const turn = this.turn;
     try {
       const answer = await this.work.ask("diff", { left: other.bytes, right: bytes, options: this.options });
-      if (turn === this.turn) this.compare.show(answer);
+      if (turn !== this.turn) return;
+      this.compare.show(answer);
+      const name = value === "opened" ? "as it was opened" : other.name;
+      $("diff-sides").textContent = `On the left: ${name}. On the right: ${packet.name}.`;
     } catch (error) {
       this.compare.clear(error.message);
       $("diff-state").classList.add("bad");

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A document of exportJson(): its text and the flat arrays of json_scan.js, with what the JSON means: names, kinds,
+// A document of exportJson(): its text as UTF-8 and the flat arrays of json_scan.js, with what the JSON means: names, kinds,
 // children as they are shown, paths. Enter at the class. Tested by test/document.test.mjs.
-import { kinds } from "./json_scan.js";
+import { arrays, kinds, scanJson } from "./json_scan.js";
 
 // Objects that stand for one value without members: shown on one line.
 const leafKeys = new Set(["$date", "$double", "$undefined", "$unsupported", "$string64", "$xml", "$xmldoc", "$bytes",
@@ -13,10 +13,24 @@ const labels = new Map([
   ["$ref", "reference to"], ["$class", ""], ["$external", "external"], ["$vector", "vector of"],
   ["$dictionary", "dictionary"], ["$ecma", "ECMA array"]]);
 const previewLength = 160;
+const quote = 34;
+const dollar = 36;
+const decoder = new TextDecoder();
+
+// A document from its text.
+export function documentOf(text) {
+  const bytes = new TextEncoder().encode(text);
+  return new Document(bytes, scanJson(bytes));
+}
+
+// What a worker hands over without a copy.
+export function buffersOf(doc) {
+  return [doc.bytes.buffer, ...Object.keys(arrays).map((name) => doc.tree[name].buffer)];
+}
 
 export class Document {
-  constructor(text, tree) {
-    this.text = text;
+  constructor(bytes, tree) {
+    this.bytes = bytes;
     this.tree = tree;
     this.childLists = new Map();  // node -> Int32Array, made when they are asked for
   }
@@ -54,19 +68,33 @@ export class Document {
   key(node) {
     const at = this.tree.key[node];
     if (at < 0) return null;
-    const end = this.tree.start[node];
-    return JSON.parse(this.text.slice(at, this.text.lastIndexOf('"', end - 1) + 1));
+    return JSON.parse(this.slice(at, this.keyEnd(node)));
   }
 
-  source(node) {
-    return this.text.slice(this.tree.start[node], this.tree.end[node]);
+  // Behind the closing quote of the name.
+  keyEnd(node) {
+    return this.bytes.lastIndexOf(quote, this.tree.start[node] - 1) + 1;
+  }
+
+  // Where the node begins, with its name.
+  begin(node) {
+    return this.tree.key[node] < 0 ? this.tree.start[node] : this.tree.key[node];
+  }
+
+  slice(start, end) {
+    return decoder.decode(this.bytes.subarray(start, end));
+  }
+
+  source(node, limit = Infinity) {
+    return this.slice(this.tree.start[node], Math.min(this.tree.end[node], this.tree.start[node] + limit));
   }
 
   // A string or number; for long strings the beginning.
   scalar(node, limit = Infinity) {
-    const source = this.source(node);
-    if (this.tree.kind[node] !== kinds.string || source.length <= limit) return JSON.parse(source);
-    const [safe] = /^"(?:[^"\\]|\\u[0-9a-fA-F]{4}|\\[^u])*/.exec(source.slice(0, limit));  // no half escapes
+    const isWhole = this.tree.end[node] - this.tree.start[node] <= limit;
+    if (this.tree.kind[node] !== kinds.string || isWhole) return JSON.parse(this.source(node));
+    const source = this.source(node, limit).replace(/\ufffd$/, "");  // half a character
+    const [safe] = /^"(?:[^"\\]|\\u[0-9a-fA-F]{4}|\\[^u])*/.exec(source);  // no half escapes
     return JSON.parse(`${safe}"`) + "…";
   }
 
@@ -75,7 +103,7 @@ export class Document {
     if (this.tree.kind[node] !== kinds.object) return "";
     const limit = node + this.tree.size[node];
     for (let child = node + 1; child < limit; child += this.tree.size[child]) {
-      if (this.text.charCodeAt(this.tree.key[child] + 1) !== 36) break;
+      if (this.bytes[this.tree.key[child] + 1] !== dollar) break;
       const key = this.key(child);
       if (labels.has(key)) return key;
     }
@@ -137,14 +165,13 @@ export class Document {
     return steps.reverse().join("").replace(/^\./, "");
   }
 
-  // The node whose name or value stands at an offset of the text.
+  // The node whose name or value stands at an offset of the bytes.
   nodeAt(offset) {
     let low = 0;
     let high = this.count - 1;
     while (low < high) {
       const middle = (low + high + 1) >> 1;
-      const begin = this.tree.key[middle] < 0 ? this.tree.start[middle] : this.tree.key[middle];
-      if (begin <= offset) low = middle;
+      if (this.begin(middle) <= offset) low = middle;
       else high = middle - 1;
     }
     return low;

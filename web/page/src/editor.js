@@ -8,12 +8,12 @@ const lineHeight = 20;
 const pauseMs = 250;
 
 export class Editor extends EventTarget {
-  // Dispatches "edit" with { text }, the whole document, some time after the last key.
+  // Dispatches "edit" with { text, json, start, end } some time after the last key: the text stands for these bytes
+  // of the document `json`.
   constructor({ text, lines, state, scope, goTo }) {
     super();
     Object.assign(this, { text, lines, state, scope, goTo });
-    this.front = "";
-    this.back = "";
+    this.part = { json: new Uint8Array(), start: 0, end: 0 };
     this.problem = null;
     this.shownLines = 0;
     text.addEventListener("input", () => this.changed());
@@ -23,19 +23,18 @@ export class Editor extends EventTarget {
 
   // Shows the document, or of a long one the value `node`.
   show(doc, node, canEdit) {
-    const isWhole = doc.text.length <= mostCharacters;
+    const isWhole = doc.bytes.length <= mostCharacters;
     const start = isWhole ? 0 : doc.tree.start[node];
-    const end = isWhole ? doc.text.length : doc.tree.end[node];
+    const end = isWhole ? doc.bytes.length : doc.tree.end[node];
     const isShort = end - start <= mostCharacters;
-    this.front = doc.text.slice(0, start);
-    this.back = doc.text.slice(end);
-    this.text.value = isShort ? doc.text.slice(start, end) : "";
+    this.part = { json: doc.bytes, start, end };
+    this.text.value = isShort ? indented(doc.slice(start, end)) : "";
     this.text.readOnly = !isShort || !canEdit;
     const name = doc.path(node) || "document";
     const length = (end - start).toLocaleString("en");
     if (isWhole) this.scope.textContent = "The whole document.";
     else if (isShort) this.scope.textContent = `The document is long: this is ${name} of it.`;
-    else this.scope.textContent = `${name} has ${length} characters, which is too long to change here. Select a smaller value in the tree.`;
+    else this.scope.textContent = `${name} has ${length} bytes as text, which is too long to change here. Select a smaller value in the tree.`;
     if (!canEdit) this.scope.textContent += " FLV is only read: the text cannot be changed here.";
     this.report(null, "");
   }
@@ -48,8 +47,7 @@ export class Editor extends EventTarget {
     this.number();
     clearTimeout(this.timer);
     this.timer = setTimeout(() => {
-      const text = this.front + this.text.value + this.back;
-      this.dispatchEvent(new CustomEvent("edit", { detail: { text } }));
+      this.dispatchEvent(new CustomEvent("edit", { detail: { text: this.text.value, ...this.part } }));
     }, pauseMs);
   }
 
@@ -68,9 +66,8 @@ export class Editor extends EventTarget {
   // Lines and columns count in the whole text.
   placeHere({ line, column }) {
     if (!line) return null;
-    const breaks = this.front.split("\n");
-    const here = line - (breaks.length - 1);
-    return { line: here, column: here === 1 ? column - [...breaks.at(-1)].length : column };
+    const { lines, characters } = extent(this.part.json.subarray(0, this.part.start));
+    return { line: line - lines, column: line - lines === 1 ? column - characters : column };
   }
 
   number() {
@@ -103,4 +100,18 @@ export class Editor extends EventTarget {
     this.text.scrollTop = Math.max(0, (line - 4) * lineHeight);
     this.scroll();
   }
+}
+
+// Long documents come without indentation. Their numbers are written as JavaScript writes them: nothing is lost.
+function indented(text) {
+  return text.includes("\n") ? text : JSON.stringify(JSON.parse(text), null, 2);
+}
+
+// Line ends in UTF-8, and characters behind the last one.
+function extent(bytes) {
+  let lines = 0;
+  for (let at = bytes.indexOf(10); at >= 0; at = bytes.indexOf(10, at + 1)) lines += 1;
+  let characters = 0;
+  for (let at = bytes.lastIndexOf(10) + 1; at < bytes.length; at += 1) characters += (bytes[at] & 0xc0) === 0x80 ? 0 : 1;
+  return { lines, characters };
 }

@@ -49,7 +49,7 @@ class PathFinder {
 }
 
 // Returns flat arrays. fieldStart, fieldLength, fieldNode (-1: no value) and meaningEnd have an entry a field; the
-// meanings are one text. nodeStart and nodeEnd have an entry a node: the bytes of it and of all below; -1: none.
+// meanings are one text in UTF-8. nodeStart and nodeEnd have an entry a node: the bytes of it and of all below; -1: none.
 export function linkFields(doc, fields) {
   const finder = new PathFinder(doc);
   const links = {
@@ -59,26 +59,43 @@ export function linkFields(doc, fields) {
     meaningEnd: new Uint32Array(fields.length),
     nodeStart: new Int32Array(doc.count).fill(-1),
     nodeEnd: new Int32Array(doc.count).fill(-1),
-    meanings: "",
+    meanings: new Uint8Array(),
   };
-  const meanings = [];
-  let end = 0;
+  const meanings = new Texts();
   fields.forEach((field, i) => {
     const node = field.path === undefined ? -1 : finder.find(field.path);
     links.fieldStart[i] = field.offset;
     links.fieldLength[i] = field.length;
     links.fieldNode[i] = node;
-    meanings.push(field.meaning);
-    links.meaningEnd[i] = end += field.meaning.length;
+    links.meaningEnd[i] = meanings.add(field.meaning);
     if (node >= 0) include(links, node, field.offset, field.offset + field.length);
   });
-  links.meanings = meanings.join("");
+  links.meanings = meanings.bytes.slice(0, meanings.length);
   for (let node = doc.count - 1; node > 0; node -= 1) {
     if (links.nodeStart[node] >= 0) {
       include(links, doc.tree.parent[node], links.nodeStart[node], links.nodeEnd[node]);
     }
   }
   return links;
+}
+
+// Texts one behind the other, in UTF-8.
+class Texts {
+  constructor() {
+    this.encoder = new TextEncoder();
+    this.bytes = new Uint8Array(4096);
+    this.length = 0;
+  }
+
+  // Returns where the text ends.
+  add(text) {
+    if (this.bytes.length - this.length < text.length * 3) {
+      const larger = new Uint8Array(this.bytes.length * 2 + text.length * 3);
+      larger.set(this.bytes);
+      this.bytes = larger;
+    }
+    return this.length += this.encoder.encodeInto(text, this.bytes.subarray(this.length)).written;
+  }
 }
 
 function include(links, node, start, end) {
@@ -100,10 +117,11 @@ export function fieldAt(links, offset) {
 }
 
 export function meaningOf(links, field) {
-  return links.meanings.slice(field === 0 ? 0 : links.meaningEnd[field - 1], links.meaningEnd[field]);
+  const begin = field === 0 ? 0 : links.meaningEnd[field - 1];
+  return new TextDecoder().decode(links.meanings.subarray(begin, links.meaningEnd[field]));
 }
 
 export function linkBuffers(links) {
-  return ["fieldStart", "fieldLength", "fieldNode", "meaningEnd", "nodeStart", "nodeEnd"]
+  return ["fieldStart", "fieldLength", "fieldNode", "meaningEnd", "nodeStart", "nodeEnd", "meanings"]
     .map((name) => links[name].buffer);
 }

@@ -12,26 +12,23 @@ export class Search {
     const escaped = JSON.stringify(needle).slice(1, -1).replace(/[.*+?^${}()|[\]\\]/g, "\\$&");
     this.pattern = new RegExp(escaped, "gi");
     this.isEmpty = needle === "";
-    this.overlap = escaped.length * 2;
+    this.overlap = escaped.length * 3;
   }
 
   // The next node behind (or with `isBack` in front of) `from`, around the end; -1: there is none.
   // `pause` is awaited between two slices.
   async next(from, isBack, pause) {
     if (this.isEmpty) return -1;
-    const { text, tree } = this.doc;
-    const here = tree.key[from] < 0 ? tree.start[from] : tree.key[from];
-    const behind = from + 1 < tree.count ? this.begin(from + 1) : text.length;
-    const ranges = isBack ? [[0, here], [here, text.length]] : [[behind, text.length], [0, behind]];
+    const { doc } = this;
+    const { length } = doc.bytes;
+    const here = doc.begin(from);
+    const behind = from + 1 < doc.count ? doc.begin(from + 1) : length;
+    const ranges = isBack ? [[0, here], [here, length]] : [[behind, length], [0, behind]];
     for (const [begin, end] of ranges) {
       const found = await (isBack ? this.last(begin, end, pause) : this.first(begin, end, pause));
       if (found >= 0) return found;
     }
     return -1;
-  }
-
-  begin(node) {
-    return this.doc.tree.key[node] < 0 ? this.doc.tree.start[node] : this.doc.tree.key[node];
   }
 
   async first(begin, end, pause) {
@@ -53,25 +50,34 @@ export class Search {
     return -1;
   }
 
-  // Nodes of the matches that begin in a slice. Punctuation of the JSON is no match.
+  // Nodes of the matches that begin in a slice. Punctuation of the JSON is no match. Slices begin and end at borders
+  // of characters; offsets count bytes.
   * inSlice(begin, sliceEnd, end) {
-    const slice = this.doc.text.slice(begin, Math.min(end, sliceEnd + this.overlap));
+    const from = this.border(begin);
+    const slice = this.doc.slice(from, this.border(Math.min(end, sliceEnd + this.overlap)));
+    const encoder = new TextEncoder();
+    let at = from;
+    let counted = 0;
     this.pattern.lastIndex = 0;
     for (let match = this.pattern.exec(slice); match; match = this.pattern.exec(slice)) {
-      const at = begin + match.index;
+      at += encoder.encode(slice.slice(counted, match.index)).length;
+      counted = match.index;
       if (at >= sliceEnd) return;
       const node = this.doc.nodeAt(at);
-      if (this.isInside(node, at, at + match[0].length)) yield node;
+      if (this.isInside(node, at, at + encoder.encode(match[0]).length)) yield node;
       this.pattern.lastIndex = match.index + 1;
     }
   }
 
+  border(offset) {
+    let at = offset;
+    while (at < this.doc.bytes.length && (this.doc.bytes[at] & 0xc0) === 0x80) at += 1;
+    return at;
+  }
+
   isInside(node, begin, end) {
-    const { tree, doc } = { tree: this.doc.tree, doc: this.doc };
-    if (tree.key[node] >= 0 && begin > tree.key[node]) {
-      const keyEnd = doc.text.lastIndexOf('"', tree.start[node] - 1);
-      if (end <= keyEnd) return true;
-    }
+    const { tree } = this.doc;
+    if (tree.key[node] >= 0 && begin > tree.key[node] && end < this.doc.keyEnd(node)) return true;
     return tree.kind[node] > kinds.array && begin >= tree.start[node] && end <= tree.end[node];
   }
 }

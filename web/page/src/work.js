@@ -25,16 +25,17 @@ export class Work extends EventTarget {
   }
 
   // The answer of a task of worker.js. Rejects with its error, which has offset, line, column, path and code.
-  async ask(task, data) {
+  // `transfer`: buffers that go to the worker without a copy.
+  async ask(task, data, transfer) {
     await this.ready;
-    return this.send(task, data);
+    return this.send(task, data, transfer);
   }
 
-  send(task, data) {
+  send(task, data, transfer = []) {
     const id = this.nextId += 1;
     return new Promise((resolve, reject) => {
       this.waiting.set(id, { resolve, reject });
-      this.worker.postMessage({ id, task, ...data });
+      this.worker.postMessage({ id, task, ...data }, transfer);
       if (this.waiting.size === 1) this.dispatchEvent(new Event("busy"));
     });
   }

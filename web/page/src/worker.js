@@ -5,8 +5,8 @@
 // worker at any time and start another. Enter at `tasks`. Tested by test/page.test.mjs.
 import { instantiate } from "amf2json-module";
 import { diffDocuments } from "./diff.js";
-import { Document } from "./document.js";
-import { buffersOf, scanJson } from "./json_scan.js";
+import { Document, buffersOf, documentOf } from "./document.js";
+import { scanJson } from "./json_scan.js";
 import { linkBuffers, linkFields } from "./links.js";
 import { parseInput } from "./parse_input.js";
 
@@ -18,13 +18,15 @@ let api = null;
 
 const limits = { maxTextBytes: mostTextBytes };
 
-function documentOf(json) {
-  const tree = scanJson(json);
-  if (tree.count > mostDocumentNodes) {
-    throw new Error(`The document has ${tree.count} values; the page shows up to ${mostDocumentNodes}.`);
+function readDocument(json) {
+  const doc = documentOf(json);
+  if (doc.count > mostDocumentNodes) {
+    throw new Error(`The document has ${doc.count} values; the page shows up to ${mostDocumentNodes}.`);
   }
-  return new Document(json, tree);
+  return doc;
 }
+
+const decode = (bytes) => new TextDecoder().decode(bytes);
 
 const tasks = {
   start: async ({ wasm }) => {
@@ -32,26 +34,32 @@ const tasks = {
     return { result: { version: api.version } };
   },
 
-  parse: async ({ bytes }) => ({ result: await parseInput(bytes) }),
+  parse: async ({ bytes }) => {
+    const result = await parseInput(bytes);
+    return { result, transfer: result.kind === "bytes" ? [result.bytes.buffer] : [] };
+  },
 
   identify: ({ bytes }) => ({ result: api.identify(bytes) }),
 
   open: ({ bytes, options }) => {
     const compact = bytes.length > compactFrom;
     const { json, form, warnings } = api.exportJson(bytes, { ...limits, ...options, compact });
-    const { tree } = documentOf(json);
-    return { result: { json, form, warnings, tree }, transfer: buffersOf(tree) };
+    const doc = readDocument(json);
+    return { result: { json: doc.bytes, form, warnings, tree: doc.tree }, transfer: buffersOf(doc) };
   },
 
   // Bytes that are refused have fields up to the refused one, and no document.
   link: ({ bytes, options, json }) => {
     if (bytes.length > mostLinkedBytes) return { result: null };
-    const links = linkFields(documentOf(json ?? "null"), api.fields(bytes, { ...limits, ...options }));
+    const doc = json ? new Document(json, scanJson(json)) : documentOf("null");
+    const links = linkFields(doc, api.fields(bytes, { ...limits, ...options }));
     return { result: links, transfer: linkBuffers(links) };
   },
 
-  import: ({ text, external }) => {
-    const bytes = api.importJson(text, { ...limits, external });
+  // `text` is a document, or stands for the bytes from `start` to `end` of the document `json`.
+  import: ({ text, json, start, end, external }) => {
+    const whole = json ? decode(json.subarray(0, start)) + text + decode(json.subarray(end)) : text;
+    const bytes = api.importJson(whole, { ...limits, external });
     return { result: bytes, transfer: [bytes.buffer] };
   },
 
@@ -62,11 +70,11 @@ const tasks = {
 
   diff: ({ left, right, options }) => {
     const [a, b] = [left, right].map((bytes) =>
-      documentOf(api.exportJson(bytes, { ...limits, ...options, compact: true, originals: false }).json));
+      readDocument(api.exportJson(bytes, { ...limits, ...options, compact: true, originals: false }).json));
     const rows = diffDocuments(a, b);
     return {
-      result: { rows, left: { json: a.text, tree: a.tree }, right: { json: b.text, tree: b.tree } },
-      transfer: [...buffersOf(a.tree), ...buffersOf(b.tree)],
+      result: { rows, left: { json: a.bytes, tree: a.tree }, right: { json: b.bytes, tree: b.tree } },
+      transfer: [...buffersOf(a), ...buffersOf(b)],
     };
   },
 };

@@ -4,13 +4,9 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import { diffDocuments, states } from "../src/diff.js";
-import { Document } from "../src/document.js";
-import { scanJson } from "../src/json_scan.js";
+import { documentOf } from "../src/document.js";
 
-const docOf = (value) => {
-  const text = JSON.stringify(value);
-  return new Document(text, scanJson(text));
-};
+const docOf = (value) => documentOf(JSON.stringify(value));
 
 // "path: state" for each row that is a difference.
 function differences(left, right) {

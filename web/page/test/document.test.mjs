@@ -3,13 +3,10 @@
 // Flat arrays of a text, and what a document says of its nodes. Exercises src/json_scan.js and src/document.js.
 import assert from "node:assert/strict";
 import { test } from "node:test";
-import { Document } from "../src/document.js";
+import { documentOf } from "../src/document.js";
 import { scanJson } from "../src/json_scan.js";
 
-const docOf = (value, indent = 2) => {
-  const text = JSON.stringify(value, null, indent);
-  return new Document(text, scanJson(text));
-};
+const docOf = (value, indent = 2) => documentOf(JSON.stringify(value, null, indent));
 
 // The value again, out of the arrays.
 function rebuilt(doc, node) {
@@ -18,6 +15,8 @@ function rebuilt(doc, node) {
   if (doc.source(node)[0] === "[") return children.map((child) => rebuilt(doc, child));
   return Object.fromEntries(children.map((child) => [doc.key(child), rebuilt(doc, child)]));
 }
+
+const scan = (text) => scanJson(new TextEncoder().encode(text));
 
 const values = [
   null, true, false, 0, -1.5e-7, "", "a\"b\\", "\\\\", "\u0000\u20ac\ud83d\ude00", [], {}, [[]], [{}], { "": "" },
@@ -46,11 +45,11 @@ test("sizes, depths, parents and indexes", () => {
 
 test("nothing recurses: 100,000 levels", () => {
   const text = "[".repeat(60000) + "]".repeat(60000);
-  assert.equal(scanJson(text).count, 60000);
+  assert.equal(scan(text).count, 60000);
 });
 
 test("a cut text is refused", () => {
-  for (const text of ['{"a', '{"a":1', "[", '"a']) assert.throws(() => scanJson(text), SyntaxError);
+  for (const text of ['{"a', '{"a":1', "[", '"a']) assert.throws(() => scan(text), SyntaxError);
 });
 
 const previews = [
@@ -98,7 +97,7 @@ test("paths", () => {
 
 test("the node at an offset", () => {
   const doc = docOf({ ab: [10, "cd"] }, 0);
-  assert.equal(doc.text, '{"ab":[10,"cd"]}');
-  const nodes = Array.from(doc.text, (_, offset) => doc.nodeAt(offset));
+  assert.equal(doc.slice(0), '{"ab":[10,"cd"]}');
+  const nodes = Array.from(doc.bytes, (_, offset) => doc.nodeAt(offset));
   assert.deepEqual(nodes, [0, 1, 1, 1, 1, 1, 1, 2, 2, 2, 3, 3, 3, 3, 3, 3]);
 });

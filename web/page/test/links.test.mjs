@@ -3,15 +3,11 @@
 // Fields joined with nodes. Exercises src/links.js and src/parse_path.js.
 import assert from "node:assert/strict";
 import { test } from "node:test";
-import { Document } from "../src/document.js";
-import { scanJson } from "../src/json_scan.js";
+import { documentOf } from "../src/document.js";
 import { fieldAt, linkFields, meaningOf } from "../src/links.js";
 import { stepsOf } from "../src/parse_path.js";
 
-const docOf = (value) => {
-  const text = JSON.stringify(value);
-  return new Document(text, scanJson(text));
-};
+const docOf = (value) => documentOf(JSON.stringify(value));
 const field = (offset, length, path) => ({ offset, length, kind: "string", meaning: `at ${offset}`, path });
 
 test("steps of paths", () => {

@@ -3,15 +3,11 @@
 // Rows of a tree: folding, pages of long lists, finding a node. Exercises src/tree_rows.js and src/search.js.
 import assert from "node:assert/strict";
 import { test } from "node:test";
-import { Document } from "../src/document.js";
-import { scanJson } from "../src/json_scan.js";
+import { documentOf } from "../src/document.js";
 import { Search } from "../src/search.js";
 import { TreeRows } from "../src/tree_rows.js";
 
-const docOf = (value) => {
-  const text = JSON.stringify(value);
-  return new Document(text, scanJson(text));
-};
+const docOf = (value) => documentOf(JSON.stringify(value));
 const textOf = (rows) => rows.rows.map(({ node, level, page }) =>
   " ".repeat(level - 1) + (page ? `${page.first}+${page.count}` : rows.doc.path(node)));
 

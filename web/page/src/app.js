@@ -218,6 +218,8 @@ class App {
     const offset = error.offset ?? -1;
     this.hex.show(bytes, offset);
     $("tree").hidden = true;
+    $("what").textContent = "This cannot be read.";
+    $("place").textContent = "";
     this.editor.show(documentOf("null"), 0, false);
     this.fail(new Error(offset >= 0 ? `${error.message}, at byte ${offset} (hexadecimal ${offset.toString(16)})` : error.message));
     if (error.code !== "textLimit" && !$("salvage").checked) this.offerSalvage();
@@ -237,7 +239,8 @@ class App {
   async describe(turn, bytes, options) {
     try {
       const identity = await this.work.ask("identify", { bytes });
-      if (turn === this.turn) $("what").textContent = identity.reason;
+      if (turn !== this.turn) return;
+      $("identity").textContent = `${identity.reason}.`;
       const links = await this.work.ask("link", { bytes, options, json: this.current.doc?.bytes });
       if (turn !== this.turn) return;
       this.current.links = links;
@@ -250,6 +253,7 @@ class App {
 
   tell(warnings) {
     const { packet } = this.current;
+    $("what").textContent = headline(this.current.form, this.current.doc);
     $("notes").replaceChildren(...[...packet.notes, ...warnings].map(listItem));
     const what = `${packet.name}: ${words(this.current.doc.count, "value")} in ${words(this.current.bytes.length, "byte")}.`;
     if (packet.source.index === undefined) $("status").textContent = what;
@@ -266,7 +270,7 @@ class App {
     $("place").textContent = doc.path(node) || "document";
     if (!links) return;
     const start = links.nodeStart[node];
-    if (start < 0) return;
+    if (start < 0 || node === 0) return this.hex.mark(0, 0);
     const end = links.nodeEnd[node];
     this.hex.mark(start, end);
     $("place").textContent += `: bytes ${start.toString(16)} to ${(end - 1).toString(16)}, ${words(end - start, "byte")}`;
@@ -413,6 +417,21 @@ function listItem(text) {
   const element = document.createElement("li");
   element.textContent = text;
   return element;
+}
+
+const formNames = { packet: "Packet", amf0: "AMF0 values", amf3: "AMF3 values", sol: "Shared object", flv: "FLV" };
+const mostTargets = 5;
+
+// "Packet, version 0, one message: save": what a document is, and whom it calls.
+function headline(form, doc) {
+  if (form !== "packet") return `${formNames[form]}.`;
+  const messages = doc.children(doc.member(0, "messages"));
+  const targets = [...messages.subarray(0, mostTargets)].map((message) => doc.member(message, "target"))
+    .map((target) => (target < 0 ? "" : doc.preview(target).text.replace(/^"|"$/g, "")));
+  const more = messages.length > mostTargets ? ", …" : "";
+  const calls = messages.length > 0 ? `: ${targets.join(", ")}${more}` : "";
+  const headers = doc.children(doc.member(0, "headers")).length;
+  return `Packet, version ${doc.source(doc.member(0, "amf"))}, ${words(headers, "header")}, ${words(messages.length, "message")}${calls}`;
 }
 
 function harNotes(entry) {

@@ -35,13 +35,15 @@ class Differ {
 
   compare(left, right, level) {
     if (this.isSame(left, right)) return this.row(left, right, states.same, level);
-    const kind = this.left.tree.kind[left];
-    const isOpen = kind <= kinds.array && kind === this.right.tree.kind[right] &&
-      this.left.kindKey(left) === this.right.kindKey(right) && !this.left.isLeaf(left) && !this.right.isLeaf(right);
+    const a = this.left.shown(left);
+    const b = this.right.shown(right);
+    const kind = this.left.tree.kind[a];
+    const isOpen = kind <= kinds.array && kind === this.right.tree.kind[b] && (a === left) === (b === right) &&
+      this.left.kindKey(a) === this.right.kindKey(b) && !this.left.isLeaf(a) && !this.right.isLeaf(b);
     if (!isOpen) return this.row(left, right, states.changed, level);
     this.row(left, right, states.inside, level);
-    if (kind === kinds.object) this.compareMembers(left, right, level + 1);
-    else this.compareElements(this.left.children(left), this.right.children(right), level + 1);
+    if (kind === kinds.object) this.compareMembers(a, b, level + 1);
+    else this.compareElements(this.left.children(a), this.right.children(b), level + 1);
   }
 
   compareMembers(left, right, level) {

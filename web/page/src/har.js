@@ -8,11 +8,13 @@ const amfType = /^\s*application\/(x-amf|amf)\b/i;
 
 // A list of { index, direction, method, url, status, time, bytes, how, replaced, missing, isAmf }:
 // how: "base64", "code points" or "text"; replaced: number of U+FFFD, in `bytes` as EF BF BD;
-// missing: bytes that the archive counts and does not hold. Throws Error where it is no archive.
-export function readHar(text) {
+// missing: bytes that the archive counts and does not hold. `isRead(bytes)` says whether bytes are AMF to the last one.
+// Throws Error where it is no archive.
+export function readHar(text, isRead = () => false) {
   const entries = JSON.parse(text)?.log?.entries;
   if (!Array.isArray(entries)) throw new Error("HAR: no log.entries");
-  return entries.flatMap((entry, index) => [request(entry, index), response(entry, index)].filter((one) => one.isAmf));
+  return entries.flatMap((entry, index) => [request(entry, index, isRead), response(entry, index, isRead)])
+    .filter((one) => one.isAmf);
 }
 
 export function looksLikeHar(text) {
@@ -30,17 +32,17 @@ function common(entry, index, direction) {
   };
 }
 
-function request(entry, index) {
+function request(entry, index, isRead) {
   const data = entry?.request?.postData;
   const type = data?.mimeType || fieldOf(entry?.request, "content-type");
-  const body = bodyOf(data, entry?.request?.bodySize);
+  const body = bodyOf(data, entry?.request?.bodySize, isRead);
   return { ...common(entry, index, "request"), ...body, isAmf: data !== undefined && isAmf(type, body.bytes) };
 }
 
-function response(entry, index) {
+function response(entry, index, isRead) {
   const content = entry?.response?.content;
   const type = content?.mimeType || fieldOf(entry?.response, "content-type");
-  const body = bodyOf(content, content?.size);
+  const body = bodyOf(content, content?.size, isRead);
   const isKept = body.bytes.length > 0 || body.missing > 0;
   return { ...common(entry, index, "response"), ...body, isAmf: isKept && isAmf(type, body.bytes) };
 }
@@ -57,7 +59,7 @@ function isAmf(type, bytes) {
 }
 
 // Three ways to hold bytes in JSON: base64; one character a byte; UTF-8 that was decoded, which loses bytes.
-function bodyOf(holder, size) {
+function bodyOf(holder, size, isRead) {
   const text = String(holder?.text ?? "");
   const counted = Number.isInteger(size) && size > 0 ? size : 0;
   const missing = text === "" ? counted : 0;
@@ -66,11 +68,10 @@ function bodyOf(holder, size) {
     if (bytes) return { bytes, how: "base64", replaced: countReplacedBody(bytes), missing };
   }
   const latin1 = fromLatin1(text);
-  if (latin1 && latin1.some((byte) => byte > 0x7f)) {
-    return { bytes: latin1, how: "code points", replaced: 0, missing };
-  }
   const bytes = utf8(text);
-  return { bytes, how: latin1 ? "code points" : "text", replaced: countReplaced(bytes), missing };
+  const isText = !latin1 || (bytes.length === counted || isRead(bytes)) && !(latin1.length === counted || isRead(latin1));
+  return isText ? { bytes, how: "text", replaced: countReplaced(bytes), missing }
+    : { bytes: latin1, how: "code points", replaced: 0, missing };
 }
 
 // In base64, too, may stand what a recorder had decoded before: then there are many. A packet of its own right may

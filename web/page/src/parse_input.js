@@ -10,14 +10,15 @@ const mostWrappers = 8;
 
 // Returns { kind: "bytes", bytes, wrappers, notes, source }, { kind: "har", entries } or { kind: "document", text }.
 // Throws Error with a sentence for the user.
-export async function parseInput(bytes) {
+// `isRead(bytes)` says whether bytes are AMF to the last one.
+export async function parseInput(bytes, isRead) {
   const wrappers = [];
   const notes = [];
   let source = {};
   let content = bytes;
   for (;;) {
     const text = typedText(content);
-    if (text !== null && looksLikeHar(text)) return { kind: "har", entries: readHar(text) };
+    if (text !== null && looksLikeHar(text)) return { kind: "har", entries: readHar(text, isRead) };
     if (text !== null && looksLikeDocument(text)) return { kind: "document", text };
     const inner = await takeOff(content, text);
     if (!inner) break;

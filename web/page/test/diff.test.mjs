@@ -36,6 +36,8 @@ const cases = [
   ["another kind of object", { a: { $vector: "int", $items: [1] } }, { a: { $ecma: true, b: 1 } }, ["a: changed"]],
   ["another class", { $class: "a", x: 1 }, { $class: "b", x: 1 }, ["$class: changed"]],
   ["dates are one value", { $date: 1, $zone: 2 }, { $date: 1, $zone: 3 }, [": changed"]],
+  ["within an AMF3 value", [{ $amf3: [1, 2] }], [{ $amf3: [1, 3] }], ["[0].$amf3[1]: changed"]],
+  ["AMF3 beside AMF0", [{ $amf3: [1] }], [[1]], ["[0]: changed"]],
   ["nothing in common", [1, 2], [3], ["[0]: changed", "[1]: removed"]],
 ];
 

@@ -2,10 +2,13 @@
 //
 // Archives: which bodies carry AMF, and what the recorder left of them. Exercises src/har.js.
 import assert from "node:assert/strict";
+import { readFileSync } from "node:fs";
+import path from "node:path";
 import { test } from "node:test";
 import { utf8 } from "../src/bytes.js";
 import { looksLikeHar, readHar } from "../src/har.js";
 import { parseInput } from "../src/parse_input.js";
+import { project, sample } from "./support.mjs";
 
 const packet = Buffer.from("00000000000100017400017200000009" + "004045400000000000", "hex");
 const decoded = new TextDecoder().decode(Buffer.from("0003000000010004ff9980e9", "hex"));
@@ -39,6 +42,15 @@ test("code points", () => {
   assert.equal(entry.direction, "request");
   assert.equal(Buffer.from(entry.bytes).toString("hex"), "000300ff80");
   assert.equal(entry.how, "code points");
+});
+
+test("characters up to U+00FF: the size says whether they are bytes, else what can be read", () => {
+  const how = (size, isRead) => readHar(content({ text: "\u0000\u0003\u00e9", size }), isRead)[0].how;
+  assert.equal(how(3), "code points");
+  assert.equal(how(4), "text");
+  assert.equal(how(-1), "code points");
+  assert.equal(how(-1, (bytes) => bytes.length === 4), "text");
+  assert.equal(how(-1, (bytes) => bytes.length === 3), "code points");
 });
 
 test("decoded as UTF-8: what is lost is counted", () => {
@@ -92,4 +104,23 @@ test("archives are recognised", async () => {
   const input = await parseInput(utf8(text));
   assert.equal(input.kind, "har");
   assert.equal(input.entries.length, 1);
+});
+
+// ---- As recorders write them: script/make-har
+
+const recorded = (name) => readHar(readFileSync(path.join(project, "samples/har", name), "utf8"));
+const sentAndAnswered = ["wire/poll", "wire/poll_reply", "echo_string", "wire/books_before", "object_members", "empty_packet"];
+
+test("a recording of the DevTools protocol holds all bytes", () => {
+  const entries = recorded("protocol.har");
+  assert.deepEqual(entries.map((entry) => Buffer.from(entry.bytes)), sentAndAnswered.map(sample));
+  assert.ok(entries.every((entry) => entry.replaced === 0 && entry.missing === 0));
+});
+
+test("a recorder of a browser's driver destroys what is posted", () => {
+  const entries = recorded("recorder.har");
+  assert.deepEqual(entries.map((entry) => entry.replaced), [3, 0, 0, 0, 1, 0]);
+  entries.forEach((entry, i) => {
+    if (entry.replaced === 0) assert.deepEqual(Buffer.from(entry.bytes), sample(sentAndAnswered[i]));
+  });
 });

@@ -8,7 +8,7 @@ import http from "node:http";
 import { tmpdir } from "node:os";
 import path from "node:path";
 import { after, before, test } from "node:test";
-import { drop, hex, launch, markedBytes, openPage, packetOf, pageUrl, sample, settle, treeRow, treeText } from "./support.mjs";
+import { drop, hex, launch, markedBytes, openPage, packetOf, pageUrl, project, sample, settle, treeRow, treeText } from "./support.mjs";
 
 let browser;
 before(async () => { browser = await launch(); });
@@ -47,7 +47,8 @@ const call = { name: "save.amf", bytes: sample("object_members") };
 
 inPage("a packet is dropped: its method and its values are seen", async (page) => {
   await drop(page, call);
-  assert.equal(await page.textContent("#what"), "AMF packet: version 0, 0 headers, 1 message, 51 bytes");
+  assert.equal(await page.textContent("#what"), "Packet, version 0, 0 headers, 1 message: save");
+  assert.equal(await page.textContent("#identity"), "AMF packet: version 0, 0 headers, 1 message, 51 bytes.");
   const rows = await treeText(page);
   assert.ok(rows.includes('target"save"'), rows.join("\n"));
   assert.ok(rows.includes("ontrue"));
@@ -198,6 +199,25 @@ inPage("search", async (page) => {
   await page.fill("#search", "none of it");
   await page.click("#search-next");
   await page.waitForFunction(() => document.getElementById("found").textContent === "Not found");
+});
+
+inPage("an archive lists its bodies and says which ones are destroyed", async (page) => {
+  await drop(page, { name: "recorder.har", bytes: readFileSync(path.join(project, "samples/har/recorder.har")) });
+  const rows = await page.$$eval("#packet-rows tr", (list) => list.map((row) => [...row.children].map((cell) => cell.textContent)));
+  assert.deepEqual(rows.map(([url, direction, , , state]) => [new URL(url).pathname, direction, state]), [
+    ["/poll", "request", "destroyed by the recorder: EF BF BD 3 times"], ["/poll", "response", "whole"],
+    ["/books", "request", "whole"], ["/books", "response", "whole"],
+    ["/save", "request", "destroyed by the recorder: EF BF BD 1 time"], ["/save", "response", "whole"],
+  ]);
+  assert.match(rows[0][2], /^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}$/);
+  assert.equal(await page.textContent("#status"), "recorder.har: 6 AMF bodies, 2 of them lost to the recorder.");
+  await page.click("#packet-rows tr:nth-child(3) button");
+  await settle(page);
+  assert.equal(await page.textContent("#problem"), "");
+  assert.ok((await treeText(page)).includes('target"echo"'));
+  await page.click("#tab-out");
+  await page.selectOption("#out-form", "curl");
+  assert.match(await page.inputValue("#out-text"), /--url 'http:\/\/127\.0\.0\.1:8931\/books'/);
 });
 
 // ---- Keys alone

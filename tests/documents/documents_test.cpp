@@ -4,6 +4,7 @@
 // compiles or stands in an example, every script has its row, and every text of a refusal is told.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -126,6 +127,25 @@ TEST(Documents, TheFrontPageLeadsToEveryPage) {
     if (entry.path().extension() != ".md" || name == "README.md") continue;
     EXPECT_EQ(1u, links.count(name)) << name;
   }
+}
+
+// The table of README.md: its bytes are those of the sample, and its JSON is the one that the
+// page shows for `amf2json export`, which tests/tool/cookbook_test.cpp runs.
+TEST(Documents, TheFrontPageShowsTheBytesOfASample) {
+  const std::string page = contents(kRoot / "README.md");
+  const std::regex row("\n\\| ((?:`[0-9A-F ]+`)) \\| [^|]* \\| `([^`]*)` \\|");
+  std::string bytes;
+  std::string json;
+  for (std::sregex_iterator i(page.begin(), page.end(), row), end; i != end; ++i) {
+    bytes += (*i)[1].str();
+    json += (*i)[2].str();
+  }
+  bytes.erase(std::remove(bytes.begin(), bytes.end(), '`'), bytes.end());
+  std::istringstream lines(contents(kRoot / "samples/object_members.hex"));
+  std::string sample;
+  for (std::string line; std::getline(lines, line);) sample += line.substr(0, line.find('#'));
+  EXPECT_EQ(squeezed(sample), squeezed(bytes));
+  EXPECT_NE(std::string::npos, page.find("\n" + json + "\n")) << json;
 }
 
 TEST(Documents, NamedFilesExist) {

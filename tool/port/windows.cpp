@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// platform.h on Windows. script/build-windows builds it, and runs it where Wine is installed.
+// platform.h on Windows. script/package --windows builds it, and runs it where Wine is installed.
 // posix.cpp is the same for POSIX systems.
 #include "tool/port/platform.h"
 

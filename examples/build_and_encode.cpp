@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Builds a call by hand, encodes it, and tells how many bytes OUT received:
+// Builds a call by hand, encodes it, and prints how many bytes it wrote to OUT:
 //
 //   build_and_encode OUT
 //
-// The call is inbox.store(7, ["apple", "apple"]): AMF0 around an AMF3 array whose second text is a
-// reference to the first. docs/building-trees.md tells the rules.
+// The call is inbox.store(7, ["apple", "apple"]): AMF0, and in it an AMF3 array whose second
+// string is a reference to the first. docs/building-trees.md has the rules.
 #include <AMFEdit.h>
 #include <AMF2JSON>
 
@@ -21,7 +21,7 @@ static std::unique_ptr<AMFString> text(AMFVersion version, const std::string& ch
   return node;
 }
 
-// The array owns the child from here on. appendChild may throw: the child is still ours then.
+// The array owns the child after this call. If appendChild throws, the caller still owns it.
 template <class Child>
 static void adopt(AMFArray& array, std::unique_ptr<Child> child) {
   array.appendChild(child.get(), false);
@@ -32,7 +32,7 @@ int main(int argc, char** argv) {
   auto fruits = std::make_unique<AMFArray>(AMF_VERSION_3);
   auto apple = text(AMF_VERSION_3, "apple");
   std::unique_ptr<AMFString> again(apple->clone());
-  again->referenceIndex = 0;  // the first text in the message has number 0
+  again->referenceIndex = 0;  // the first string in the message has the index 0
   adopt(*fruits, std::move(apple));
   adopt(*fruits, std::move(again));
   auto seven = std::make_unique<AMFDouble>(AMF_VERSION_0);
@@ -47,7 +47,7 @@ int main(int argc, char** argv) {
   call.setResponseUri(text(AMF_VERSION_0, "/1").release(), false);
   call.setValue(arguments.release(), false);
   AMFPackage package(AMF_VERSION_3);
-  package.appendMessage(&call, true);  // a copy: `call` stays ours
+  package.appendMessage(&call, true);  // a copy: `call` still belongs to main
   setTrueLengths(&package);            // the length of the message's value
 
   AMFProtocol protocol;

@@ -4,7 +4,7 @@
 //
 //   decode_and_print PACKET
 //
-// `parse` gets no length and believes what it reads. For packets from elsewhere see
+// `parse` receives no length and trusts what it reads. For packets from somebody else see
 // verify_then_decode.cpp.
 #include <AMF2JSON>
 

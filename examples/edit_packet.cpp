@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Changes the first text in a packet's messages and encodes it again, without references and with
-// true lengths:
+// Replaces the first string in the messages of a packet, and encodes the packet again, without
+// references and with correct lengths:
 //
 //   edit_packet IN OUT TEXT
 #include <AMFEdit.h>
@@ -13,7 +13,7 @@
 #include <iterator>
 #include <string>
 
-// The first string value in the subtree, names left aside; null when there is none.
+// The first string value in the subtree, without names; null if there is none.
 static AMFString* firstText(AMFNode* node) {
   if (node == nullptr) return nullptr;
   if (node->type == AMFNode::AMF_STRING) return static_cast<AMFString*>(node);
@@ -42,8 +42,8 @@ int main(int argc, char** argv) {
   }
   found->setValue(newText.data(), static_cast<unsigned>(newText.size()));
 
-  // References to the old text, or to what it stands in, hold copies of their own. Without the
-  // indexes each of them is written as it stands in the tree.
+  // References to the old text, or to a value that contains it, hold copies of their own. Without
+  // the indexes each copy is written as it is in the tree.
   clearReferences(package);
   setTrueLengths(package);
   protocol.compile(package);

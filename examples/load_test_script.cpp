@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Turns a captured call into JavaScript for a load test: a function whose result is the call as an
-// object, made afresh each time. One statement for each value shows where to put another one:
+// Turns a captured call into JavaScript for a load test: a function that returns the call as a new
+// object. It has one statement for each value, where a load test puts a value of its own:
 //
 //   load_test_script PACKET
 #include <AMFGuard.h>
@@ -21,7 +21,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "load_test_script: %s\n", checked.message);
     return 1;
   }
-  // Without these two lines a text in the packet could get out of its quotes and run.
+  // Without these two lines a text in the packet could end its quotes and run as code.
   escapeForViews(protocol.package);
   protocol.useTemporaries = false;
 

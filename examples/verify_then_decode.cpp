@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a host does with bytes from elsewhere: checks them within limits of its own, then decodes:
+// Decodes a packet from somebody else: checks the bytes within limits, then decodes them:
 //
 //   verify_then_decode < PACKET
 //
-// Exit code 3 when the packet is refused, with the reason and the place on standard error.
+// The exit code is 3 if the packet is refused. Standard error has the reason and the offset.
 #include <AMFGuard.h>
 #include <AMF2JSON>
 
@@ -19,7 +19,7 @@ static int receive(const std::string& bytes) {
   limits.maxPacketBytes = 65536;
   limits.maxDepth = 16;
 
-  AMFProtocol protocol;  // a fresh one for each foreign packet
+  AMFProtocol protocol;  // a new object for each packet
   AMFVerifyResult checked;
   const AMFPackage* const package =
       parseVerified(protocol, bytes.data(), bytes.size(), limits, &checked);
@@ -45,7 +45,7 @@ int main() {
                           std::istreambuf_iterator<char>());
   try {
     return receive(bytes);
-  } catch (const std::bad_alloc&) {  // memory for the tree: the one error left after the check
+  } catch (const std::bad_alloc&) {  // the tree needs memory: the only error after the check
     std::fputs("verify_then_decode: out of memory\n", stderr);
     return 1;
   }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Walks the tree of a packet and prints one line for each node, indented as deep as it stands:
+// Walks the tree of a packet and prints one line for each node, indented by its depth:
 //
 //   walk_tree PACKET
 #include <AMFGuard.h>
@@ -22,7 +22,7 @@ static std::string textOf(const AMFString* text) {
 static void walk(const AMFNode* node, int depth) {
   if (node == nullptr) return;
   std::string line(static_cast<std::size_t>(2 * depth), ' ');
-  line += kKinds[node->type];  // the kind says the class, so static_cast is enough below
+  line += kKinds[node->type];  // each kind has one class, so static_cast is enough below
   const AMFNode* value = nullptr;
   switch (node->type) {
     case AMFNode::AMF_STRING: line += textOf(static_cast<const AMFString*>(node)); break;

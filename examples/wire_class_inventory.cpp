@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A sink of the host's own: which classes a packet of Flash or Flex holds, and how many objects of
-// each, without a tree and without JSON:
+// Counts the objects of each class in a packet of Flash or Flex, with a sink of its own. It needs
+// neither a tree nor JSON:
 //
 //   wire_class_inventory < PACKET
 //
-// Exit code 3 when the packet cannot be read, with the reason and the place on standard error.
+// The exit code is 3 if the packet cannot be read. Standard error has the reason and the offset.
 #include <AMFWire.h>
 
 #include <cstdio>

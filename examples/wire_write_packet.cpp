@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A packet from the host's own data, as a Flex client would send it, and its JSON:
+// Writes a packet from the program's own data, as a Flex client would, and prints its JSON:
 //
 //   wire_write_packet OUT
 //
-// The AMF writer makes references of strings and traits that repeat by itself.
+// The AMF writer writes a repeated string, or repeated traits, as a reference.
 #include <AMFWire.h>
 
 #include <cstdio>

@@ -43,10 +43,13 @@ bool TextBuffer::escapedSlowly(const char* from, const char* last) {
   const auto most = static_cast<std::size_t>(last - from) * kLongestEscape;
   if (left() < most && firstBroken(from, last) != last) return false;
   while (from < last) {
-    if (last - from >= 8 && specialBytes(loadFew(from, 8)) == 0) {
-      characters(from, 8);
-      from += 8;
-      continue;
+    if (last - from >= 8 && left() >= 8) {
+      const std::uint64_t special = specialBytes(loadFew(from, 8));
+      std::memcpy(at, from, 8);
+      const std::size_t plain = special == 0 ? 8 : plainBytes(special);
+      at += plain;
+      from += plain;
+      if (special == 0) continue;
     }
     const std::size_t length = sequenceLength(from, last);
     if (length == 0) return false;

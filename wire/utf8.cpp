@@ -69,10 +69,12 @@ Text slowTextOf(const char* data, std::size_t length) {
   const char* const end = data + length;
   std::size_t escaped = 0;
   while (data < end) {
-    if (end - data >= 8 && specialBytes(loadFew(data, 8)) == 0) {
-      data += 8;
-      escaped += 8;
-      continue;
+    if (end - data >= 8) {
+      const std::uint64_t special = specialBytes(loadFew(data, 8));
+      const std::size_t plain = special == 0 ? 8 : plainBytes(special);
+      data += plain;
+      escaped += plain;
+      if (special == 0) continue;
     }
     const std::size_t sequence = sequenceLength(data, end);
     if (sequence == 0) return {false, 0};

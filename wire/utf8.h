@@ -23,6 +23,12 @@ inline std::uint64_t specialBytes(std::uint64_t word) {
          kHigh;
 }
 
+// How many bytes of a word are plain before the first of its special bytes; 0 where the processor's
+// byte order makes that expensive to find.
+inline std::size_t plainBytes(std::uint64_t special) {
+  return kLowestFirst ? static_cast<std::size_t>(__builtin_ctzll(special)) / 8 : 0;
+}
+
 // The length of the UTF-8 sequence at `at`, 0 where there is none. At least one byte is there.
 std::size_t sequenceLength(const char* at, const char* end);
 

@@ -44,13 +44,14 @@ constexpr std::uint32_t since(std::uint32_t start, std::uint32_t total) {
 /// Heap of one block of `bytes` bytes. malloc rounds up to 16 and puts a header in front; it may
 /// also hand out 16 bytes more than asked when the rest of a free block is too small to be one of
 /// its own. Blocks that have 128 KiB with their header are mapped by whole pages, with a second
-/// header.
+/// header; in 32-bit programs they are aligned once more.
 constexpr std::uint64_t block(std::uint64_t bytes) {
   constexpr std::uint64_t kMapped = 131072;
   constexpr std::uint64_t kPage = 4096;
   constexpr std::uint64_t kHeader = 8;
+  constexpr std::uint64_t kSecondHeader = sizeof(void*) < 8 ? 20 : 8;
   const std::uint64_t withHeader = (bytes + kHeader + 15) / 16 * 16;
-  if (withHeader >= kMapped) return (withHeader + kHeader + kPage - 1) / kPage * kPage;
+  if (withHeader >= kMapped) return (withHeader + kSecondHeader + kPage - 1) / kPage * kPage;
   return bytes == 0 ? 0 : (bytes + 15) / 16 * 16 + 16;
 }
 

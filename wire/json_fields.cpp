@@ -118,15 +118,17 @@ double JsonReader::needWhole(std::uint32_t token, double least, double most) {
                   ", expected a whole number from " + shown(least) + " to " + shown(most));
 }
 
-// What $double has: a number or a word.
-double JsonReader::needDouble(std::uint32_t token) {
-  if (!index.isString(token)) return needNumber(token);
+// What $double has: a number or a word. Not a result: on 32-bit x86 a returned signalling NaN
+// becomes a quiet one.
+void JsonReader::needDouble(std::uint32_t token, double& number) {
+  if (!index.isString(token)) {
+    number = needNumber(token);
+    return;
+  }
   const AMFWireString word = index.text(token);
-  double number = 0;
   if (!readWord(word.data, word.length, number)) {
     fail(token, "expected NaN, Infinity, -Infinity, -0, or 0x and the 16 digits of a NaN");
   }
-  return number;
 }
 
 // The $ keys of an object, and whether they go together.

@@ -301,7 +301,7 @@ void JsonReader::vectorItems(std::uint32_t list, AMFWireVectorKind kind) {
       if (isKind(item, '{')) {
         const Object wrapped = sorted(item);
         if (wrapped.kind != Key::number) fail(item, "expected a number or $double");
-        number = needDouble(wrapped[Key::number]);
+        needDouble(wrapped[Key::number], number);
       } else {
         number = needNumber(item);
       }

@@ -215,6 +215,12 @@ void JsonReader::date(const Object& object) {
   sink.date(timeMs, zone);
 }
 
+void JsonReader::doubleValue(std::uint32_t token) {
+  double number = 0;
+  needDouble(token, number);
+  sink.number(number);
+}
+
 // Kinds without values inside.
 bool JsonReader::simple(const Object& object) {
   const std::uint32_t token = object[object.kind];
@@ -222,7 +228,7 @@ bool JsonReader::simple(const Object& object) {
     case Key::undefined: needTrue(token); return sink.undefined(), false;
     case Key::unsupported: needTrue(token); return sink.unsupported(), false;
     case Key::string64: return sink.string(needBase64(token)), false;
-    case Key::number: return sink.number(needDouble(token)), false;
+    case Key::number: return doubleValue(token), false;
     case Key::date: return date(object), false;
     case Key::ref: return reference(token), false;
     default: break;

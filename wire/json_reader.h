@@ -153,7 +153,8 @@ class JsonReader {
   AMFWireString needBase64(std::uint32_t token);
   double needNumber(std::uint32_t token);
   double needWhole(std::uint32_t token, double least, double most);
-  double needDouble(std::uint32_t token);
+  void doubleValue(std::uint32_t token);
+  void needDouble(std::uint32_t token, double& number);
   bool isSpecial(std::uint32_t key) const;
   AMFWireString memberName(std::uint32_t key) const;
   bool isKind(std::uint32_t token, char c) const { return index.kind(token) == c; }

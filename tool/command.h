@@ -9,9 +9,10 @@
 #include <string_view>
 #include <vector>
 
-#include "tool/cli/option_table.h"
 #include "tool/options.h"
 #include "tool/problem.h"
+
+class OptionTable;
 
 // What became of one file.
 struct FileResult {

@@ -11,8 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "tool/input/form.h"
-
+enum class Form { packet, amf0, amf3 };  // what the bytes are: a packet, or one value
 enum class Color { automatic, always, never };
 enum class ErrorFormat { text, json };
 enum class ReportFormat { text, json };

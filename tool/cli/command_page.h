@@ -6,6 +6,7 @@
 
 #include <vector>
 
+#include "tool/cli/option_table.h"
 #include "tool/command.h"
 
 struct CommandPage {

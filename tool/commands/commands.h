@@ -4,6 +4,7 @@
 #ifndef AMF2JSON_TOOL_COMMANDS_COMMANDS_H
 #define AMF2JSON_TOOL_COMMANDS_COMMANDS_H
 
+#include "tool/cli/option_table.h"
 #include "tool/command.h"
 
 Command decodeCommand();

@@ -5,6 +5,7 @@
 #include "tool/commands/commands.h"
 
 #include "tool/commands/dump_rows.h"
+#include "tool/input/form.h"
 #include "tool/input/packet.h"
 
 namespace {

@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-enum class Form { packet, amf0, amf3 };
+#include "tool/options.h"
 
 // What stands in front of a value of this form to make it a packet; empty for a packet.
 std::string_view envelopeOf(Form form);

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "tool/command.h"
+#include "tool/input/form.h"
 #include "tool/options.h"
 #include "tool/problem.h"
 

@@ -66,5 +66,6 @@ struct Command {
 void declareAll(const Command& command, OptionTable& table, Options& options);
 
 const std::vector<Command>& commands();
+std::vector<std::string> commandNames();
 
 #endif  // AMF2JSON_TOOL_COMMAND_H

@@ -34,3 +34,11 @@ Problem notReplacedProblem(const std::string& file, const std::string& reason) {
   problem.file = file;
   return problem;
 }
+
+Problem usageProblem(const std::string& message) {
+  return {kUsage, "usage", message};
+}
+
+Problem outOfMemory(const std::string& message) {
+  return {kOutOfMemory, "out of memory", message};
+}

@@ -5,6 +5,7 @@
 #define AMF2JSON_TOOL_PROBLEM_H
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -58,10 +59,17 @@ struct Problem {
 Problem fileProblem(const std::string& file, const char* action);
 // "cannot write: REASON", about a file that is there and stays as it is.
 Problem notReplacedProblem(const std::string& file, const std::string& reason);
+Problem usageProblem(const std::string& message);
+Problem outOfMemory(const std::string& message = "out of memory");
+
+// "depth limit: more than --max-depth 64".
+inline std::string overLimit(const std::string& name, const char* option, std::uint64_t limit) {
+  return name + ": more than " + option + " " + std::to_string(limit);
+}
+
 // --max-output-bytes: the size of the text that is made of one file.
 inline Problem outputTooLarge(std::size_t limit) {
-  return {kOverLimit, "output limit",
-          "output limit: more than --max-output-bytes " + std::to_string(limit)};
+  return {kOverLimit, "output limit", overLimit("output limit", "--max-output-bytes", limit)};
 }
 
 #endif  // AMF2JSON_TOOL_PROBLEM_H

@@ -13,16 +13,6 @@
 
 namespace {
 
-Problem usageProblem(const std::string& message) {
-  return {kUsage, "usage", message};
-}
-
-std::vector<std::string> commandNames() {
-  std::vector<std::string> names;
-  for (const Command& command : commands()) names.push_back(command.name);
-  return names;
-}
-
 // What shows a file; "decode" where that is not known.
 std::string commandForFile(const std::string& name) {
   try {

@@ -6,14 +6,9 @@
 #include <algorithm>
 
 #include "tool/cli/command_page.h"
+#include "tool/text/words.h"
 
 namespace {
-
-std::string joined(const std::vector<std::string>& words) {
-  std::string line;
-  for (const std::string& word : words) line += (line.empty() ? "" : " ") + word;
-  return line;
-}
 
 std::vector<std::string> spellingsOf(const OptionInfo& option) {
   const OptionNames names = namesOf(option);
@@ -45,22 +40,13 @@ std::string singleQuoted(std::string text) {
   return "'" + text + "'";
 }
 
-std::string commandNames() {
-  std::vector<std::string> names;
-  for (const Command& command : commands()) names.push_back(command.name);
-  return joined(names);
-}
-
 // ---- bash
 
 std::string bashCase(const CommandPage& page) {
   std::string values;
   for (const OptionInfo& option : page.options) {
     if (option.value.empty() || option.value == "FILE") continue;
-    std::string patterns;
-    for (const std::string& spelling : spellingsOf(option)) {
-      patterns += (patterns.empty() ? "" : "|") + spelling;
-    }
+    const std::string patterns = joined(spellingsOf(option), "|");
     values +=
         "        " + patterns + ") words=" + singleQuoted(joined(choicesOf(option))) + " ;;\n";
   }
@@ -144,7 +130,7 @@ std::string bashCompletion() {
       "  COMPREPLY=()\n"
       "  if [ \"$COMP_CWORD\" = 1 ]; then\n"
       "    COMPREPLY=($(compgen -W " +
-      singleQuoted(commandNames() + " " + joined(spellingsOf(programOptions()))) +
+      singleQuoted(joined(commandNames()) + " " + joined(spellingsOf(programOptions()))) +
       " -- \"$word\"))\n"
       "    return\n"
       "  fi\n"
@@ -190,7 +176,7 @@ std::string zshCompletion() {
 }
 
 std::string fishCompletion() {
-  const std::string first = "not __fish_seen_subcommand_from " + commandNames();
+  const std::string first = "not __fish_seen_subcommand_from " + joined(commandNames());
   std::string text =
       "# fish completion for amf2json\ncomplete -c amf2json -n " + singleQuoted(first) + " -f\n";
   for (const Command& command : commands()) {

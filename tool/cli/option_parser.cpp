@@ -11,10 +11,6 @@
 
 namespace {
 
-Problem usageProblem(const std::string& message) {
-  return {kUsage, "usage", message};
-}
-
 class Parser {
  public:
   Parser(const OptionTable& known, const std::vector<std::string>& given)

@@ -41,8 +41,7 @@ std::size_t OptionTable::indexOf(const std::string& word, const std::vector<Choi
     if (choice.name == word) return known.size();
     known.push_back(choice.name);
   }
-  throw Problem{kUsage, "usage",
-                longName(names) + ": no '" + word + "' here" + didYouMean(word, known)};
+  throw usageProblem(longName(names) + ": no '" + word + "' here" + didYouMean(word, known));
 }
 
 std::uint64_t OptionTable::numberIn(const std::string& word, std::uint64_t largest,
@@ -51,7 +50,6 @@ std::uint64_t OptionTable::numberIn(const std::string& word, std::uint64_t large
   const char* const end = word.data() + word.size();
   const std::from_chars_result parsed = std::from_chars(word.data(), end, number);
   if (parsed.ec == std::errc() && parsed.ptr == end && number <= largest) return number;
-  throw Problem{kUsage, "usage",
-                longName(names) + ": '" + word + "' is not a whole number from 0 to " +
-                    std::to_string(largest)};
+  throw usageProblem(longName(names) + ": '" + word + "' is not a whole number from 0 to " +
+                     std::to_string(largest));
 }

@@ -18,6 +18,12 @@ const std::vector<Command>& commands() {
   return table;
 }
 
+std::vector<std::string> commandNames() {
+  std::vector<std::string> names;
+  for (const Command& command : commands()) names.push_back(command.name);
+  return names;
+}
+
 void declareAll(const Command& command, OptionTable& table, Options& options) {
   command.declareOptions(table, options);
   (command.declareShared != nullptr ? command.declareShared : declareCommonOptions)(table, options);
@@ -30,12 +36,20 @@ void declareOutputOptions(OptionTable& table, Options& options) {
   table.flag("--force", options.force, "Replace read-only files and old results in a folder");
 }
 
+void declareUnwrapOption(OptionTable& table, Options& options) {
+  table.flag("--unwrap", options.unwrap, "Take off hexadecimal, base64, gzip, zlib and HTTP");
+}
+
+void declareTrailingOption(OptionTable& table, Options& options) {
+  table.flag("--allow-trailing", options.allowTrailing, "Accept bytes behind the last message");
+}
+
 void declareFormOptions(OptionTable& table, Options& options) {
   table.choice("--as", "FORM", options.form, "What the bytes are",
                {{"packet", "a packet"},
                 {"amf0", "one AMF0 value; shown in a message without URIs"},
                 {"amf3", "one AMF3 value; the same"}});
-  table.flag("--unwrap", options.unwrap, "Take off hexadecimal, base64, gzip, zlib and HTTP");
+  declareUnwrapOption(table, options);
   table.number("--skip", options.skip, "Leave out the first N bytes, once unwrapped", "0");
 }
 
@@ -53,8 +67,7 @@ AMFWireExternalClass externalClass(const std::string& word) {
     isRead = isRead && number.ec == std::errc() && number.ptr == end;
   }
   if (isRead) return found;
-  throw Problem{kUsage, "usage",
-                "--external: '" + word + "' is not CLASS or CLASS=VALUES, a number of values"};
+  throw usageProblem("--external: '" + word + "' is not CLASS or CLASS=VALUES, a number of values");
 }
 
 }  // namespace
@@ -85,7 +98,7 @@ void declareRunOptions(OptionTable& table, Options& options) {
 }
 
 void declareCommonOptions(OptionTable& table, Options& options) {
-  table.flag("--allow-trailing", options.allowTrailing, "Accept bytes behind the last message");
+  declareTrailingOption(table, options);
   declareRunOptions(table, options);
   AMFVerifyLimits& limits = options.limits;
   table.limit("--max-packet-bytes", limits.maxPacketBytes,

@@ -31,6 +31,12 @@ void declareFormatOption(OptionTable& table, Options& options);
 // -o,--output, for commands that write something long.
 void declareOutputOptions(OptionTable& table, Options& options);
 
+// --unwrap.
+void declareUnwrapOption(OptionTable& table, Options& options);
+
+// --allow-trailing.
+void declareTrailingOption(OptionTable& table, Options& options);
+
 // --as, --unwrap, --skip, for commands that look into packets.
 void declareFormOptions(OptionTable& table, Options& options);
 

@@ -142,13 +142,6 @@ FileResult runOnFile(const std::string& file, const Options& options) {
 
 // ---- Lines
 
-FileResult refusedLine(const Problem& problem) {
-  FileResult result;
-  result.text = errorLine(problem);
-  result.problems.push_back(problem);
-  return result;
-}
-
 FileResult runOnLine(std::string_view line, const Options& options) {
   const AMFWireExportOptions wanted = exportOptions(options);
   std::string bytes;
@@ -166,7 +159,7 @@ FileResult runOnLine(std::string_view line, const Options& options) {
 bool worksOnLines(const Options& options) {
   const bool isSpelled = options.wire.encoding != PacketEncoding::binary;
   if (isSpelled && !options.wire.lines) {
-    throw Problem{kUsage, "usage", "--from: needs --lines; --unwrap reads whole files of text"};
+    throw usageProblem("--from: needs --lines; --unwrap reads whole files of text");
   }
   return isSpelled;
 }
@@ -186,13 +179,13 @@ void declare(OptionTable& table, Options& options) {
   table.flag("--salvage", options.wire.salvage, "Keep sections that cannot be read as raw bytes");
   table.flag("--no-originals", options.wire.noOriginals, "Leave out the bytes of odd sections");
   declareExternalOption(table, options);
-  table.flag("--unwrap", options.unwrap, "Take off hexadecimal, base64, gzip, zlib and HTTP");
+  declareUnwrapOption(table, options);
   declareOutputOptions(table, options);
   table.hideInShortHelp();
 }
 
 void declareShared(OptionTable& table, Options& options) {
-  table.flag("--allow-trailing", options.allowTrailing, "Accept bytes behind the last message");
+  declareTrailingOption(table, options);
   declareRunOptions(table, options);
   AMFWireLimits& limits = options.wire.limits;
   table.limit("--max-packet-bytes", limits.maxPacketBytes,

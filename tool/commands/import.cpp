@@ -53,15 +53,12 @@ FileResult runOnLine(std::string_view line, const Options& options) {
     result.text = encodePacketLine(bytes, options.wire.encoding);
     return result;
   }
-  const Problem problem = importProblem(done, options);
-  result.text = errorLine(problem);
-  result.problems.push_back(problem);
-  return result;
+  return refusedLine(importProblem(done, options));
 }
 
 bool worksOnLines(const Options& options) {
   if (options.wire.lines && options.wire.encoding == PacketEncoding::binary) {
-    throw Problem{kUsage, "usage", "--lines: needs --to base64 or --to hex"};
+    throw usageProblem("--lines: needs --to base64 or --to hex");
   }
   return options.wire.lines;
 }

@@ -42,10 +42,6 @@ class SectionFinder : public AMFWireSink {
   bool isHeader = false;
 };
 
-std::string overLimit(AMFWireStatus status, const char* option, std::uint64_t limit) {
-  return std::string(describe(status)) + ": more than " + option + " " + std::to_string(limit);
-}
-
 }  // namespace
 
 ExitCode exitCodeOf(AMFWireStatus status) {
@@ -65,10 +61,11 @@ std::string messageOf(const AMFWireResult& result, const Options& options) {
   const AMFWireLimits& limits = options.wire.limits;
   switch (result.status) {
     case AMFWireStatus::packetLimit:
-      return overLimit(result.status, "--max-packet-bytes", limits.maxPacketBytes);
-    case AMFWireStatus::depthLimit: return overLimit(result.status, "--max-depth", limits.maxDepth);
+      return overLimit(describe(result.status), "--max-packet-bytes", limits.maxPacketBytes);
+    case AMFWireStatus::depthLimit:
+      return overLimit(describe(result.status), "--max-depth", limits.maxDepth);
     case AMFWireStatus::textLimit:
-      return overLimit(result.status, "--max-output-bytes", options.maxOutputBytes);
+      return overLimit(describe(result.status), "--max-output-bytes", options.maxOutputBytes);
     default: return result.message;
   }
 }

@@ -5,19 +5,11 @@
 
 #include <algorithm>
 
+#include "tool/text/digits.h"
+
 namespace {
 
 constexpr std::string_view kBlanks = " \t\r\n";
-
-// -1: no digit.
-int valueOf(char digit) {
-  constexpr std::string_view kAlphabet =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  if (digit == '-') return 62;
-  if (digit == '_') return 63;
-  const std::size_t value = kAlphabet.find(digit);
-  return value == std::string_view::npos ? -1 : static_cast<int>(value);
-}
 
 // Where the text behind "data:TYPE;base64," begins; 0 if it is no data URI.
 std::size_t dataURIHeadLength(std::string_view text) {
@@ -39,7 +31,7 @@ Decoded decode(std::string_view text, std::size_t at) {
   std::size_t digits = 0, padding = 0;
   for (; at < text.size(); ++at) {
     if (kBlanks.find(text[at]) != std::string_view::npos) continue;
-    const int value = valueOf(text[at]);
+    const int value = base64Value(text[at]);
     if (text[at] == '=') {
       if (++padding > 2) break;
       continue;

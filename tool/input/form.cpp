@@ -17,6 +17,14 @@ std::string_view envelopeOf(Form form) {
   }
 }
 
+const char* nameOfValue(Form form) {
+  return form == Form::amf0 ? "AMF0 value" : form == Form::amf3 ? "AMF3 value" : "";
+}
+
+const char* optionFor(Form form) {
+  return form == Form::amf0 ? " --as amf0" : form == Form::amf3 ? " --as amf3" : "";
+}
+
 AMFVerifyLimits limitsFor(Form form, AMFVerifyLimits limits) {
   const std::size_t room = std::numeric_limits<std::size_t>::max() - limits.maxPacketBytes;
   limits.maxPacketBytes += std::min(envelopeOf(form).size(), room);

@@ -13,6 +13,11 @@
 
 #include "tool/options.h"
 
+// "AMF0 value"; of a packet, nothing.
+const char* nameOfValue(Form form);
+// " --as amf0", what is to be typed for it; empty for a packet.
+const char* optionFor(Form form);
+
 // What stands in front of a value of this form to make it a packet; empty for a packet.
 std::string_view envelopeOf(Form form);
 

@@ -6,16 +6,12 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "tool/text/digits.h"
+
 namespace {
 
 constexpr std::string_view kBlanks = " \t\r\n";
-constexpr std::string_view kDigits = "0123456789ABCDEFabcdef";
 constexpr const char* kWhat = "hexadecimal text";
-
-unsigned digitValue(char digit) {
-  const auto index = static_cast<unsigned>(kDigits.find(digit));
-  return index < 16 ? index : index - 6;
-}
 
 // What a line of columns consists of: "00000010: 2f31 ...", "00000010  2f 31 ...".
 struct Columns {
@@ -68,7 +64,7 @@ class HexText {
   // An offset of four digits or more with a colon or two blanks behind it; only the offset at the
   // end.
   std::optional<Columns> columnsOf(std::string_view one) const {
-    const std::size_t length = std::min(one.find_first_not_of(kDigits), one.size());
+    const std::size_t length = std::min(one.find_first_not_of(kHexDigits), one.size());
     if (length < 4 || length > 16) return std::nullopt;
     std::string_view rest = one.substr(length);
     const bool hasColon = !rest.empty() && rest[0] == ':';
@@ -83,7 +79,8 @@ class HexText {
       return std::nullopt;
     }
     std::uint64_t offset = 0;
-    for (const char digit : one.substr(0, length)) offset = offset << 4 | digitValue(digit);
+    for (const char digit : one.substr(0, length))
+      offset = offset << 4 | static_cast<unsigned>(hexValue(digit));
     return Columns{static_cast<std::size_t>(offset), rest};
   }
 
@@ -98,13 +95,14 @@ class HexText {
   }
 
   bool word(std::string_view pairs) {
-    const std::size_t stranger = pairs.find_first_not_of(kDigits);
+    const std::size_t stranger = pairs.find_first_not_of(kHexDigits);
     if (stranger != std::string_view::npos) {
       if (!hasColumns) return false;
       throw malformedWrapper(std::string(kWhat) + ": not a digit", offsetOf(pairs) + stranger);
     }
     if (pairs.size() % 2 != 0) {
-      if (text.find_first_not_of("0123456789ABCDEFabcdef \t\r\n") != std::string_view::npos &&
+      if (text.find_first_not_of(std::string(kHexDigits).append(kBlanks)) !=
+              std::string_view::npos &&
           !hasColumns) {
         return false;  // the word may well not be hexadecimal
       }
@@ -128,7 +126,7 @@ class HexText {
       const std::string_view item = items.substr(at, stop - at);
       const bool isByte = item.size() >= 3 && item.size() <= 4 && item[0] == '0' &&
                           item[1] == 'x' &&
-                          item.find_first_not_of(kDigits, 2) == std::string_view::npos;
+                          item.find_first_not_of(kHexDigits, 2) == std::string_view::npos;
       if (!isByte) return std::nullopt;
       if (found.size() == maxBytes) throw unwrappedTooLarge(kWhat, maxBytes, offsetOf(item));
       append(item.substr(2));
@@ -139,7 +137,7 @@ class HexText {
 
   void append(std::string_view one) {
     unsigned value = 0;
-    for (const char digit : one) value = value << 4 | digitValue(digit);
+    for (const char digit : one) value = value << 4 | static_cast<unsigned>(hexValue(digit));
     found += static_cast<char>(value);
   }
 

@@ -6,18 +6,14 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "tool/text/digits.h"
 #include "tool/text/printable.h"
+#include "tool/text/words.h"
 
 namespace {
 
 constexpr const char* kName = "HTTP message";
 constexpr std::string_view kBlanks = " \t";
-
-std::string lower(std::string_view text) {
-  std::string small(text);
-  for (char& c : small) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
-  return small;
-}
 
 std::string shown(std::string_view value) {
   return quoteForDisplay(value, 40);
@@ -50,13 +46,11 @@ bool isStartLine(std::string_view line) {
 std::uint64_t numberIn(std::string_view digits, unsigned base, std::size_t offset) {
   std::uint64_t number = 0;
   for (const char digit : digits) {
-    const std::string_view known = "0123456789abcdef";
-    const std::size_t value =
-        known.find(digit >= 'A' && digit <= 'F' ? static_cast<char>(digit + 32) : digit);
-    if (value >= base || number > UINT64_MAX / base - 1) {
+    const int value = hexValue(digit);
+    if (value < 0 || static_cast<unsigned>(value) >= base || number > UINT64_MAX / base - 1) {
       throw malformedWrapper(std::string(kName) + ": not a length", offset);
     }
-    number = number * base + value;
+    number = number * base + static_cast<unsigned>(value);
   }
   if (digits.empty()) throw malformedWrapper(std::string(kName) + ": not a length", offset);
   return number;
@@ -99,7 +93,7 @@ class Message {
       if (colon == std::string_view::npos) {
         throw malformedWrapper(std::string(kName) + ": a line of its head has no colon", begin);
       }
-      take(lower(line->substr(0, colon)), trimmed(line->substr(colon + 1)), begin);
+      take(lowerCase(std::string(line->substr(0, colon))), trimmed(line->substr(colon + 1)), begin);
     }
   }
 
@@ -122,7 +116,7 @@ class Message {
   static void addTo(Field& field, std::string_view value, std::size_t offset) {
     if (!field.isThere) field.offset = offset;
     if (!field.text.empty() && !value.empty()) field.text += ", ";
-    field.text += lower(value);
+    field.text += lowerCase(std::string(value));
     field.isThere = true;
   }
 
@@ -163,7 +157,7 @@ class Message {
   bool isChunked() const { return transferEncoding.text.find("chunked") != std::string::npos; }
 
   static std::size_t hexDigits(std::string_view some) {
-    return std::min(some.find_first_not_of("0123456789ABCDEFabcdef"), some.size());
+    return std::min(some.find_first_not_of(kHexDigits), some.size());
   }
 
   // Each chunk: its length in hexadecimal, extensions, a line end, the bytes, a line end. The empty

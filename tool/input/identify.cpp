@@ -26,14 +26,6 @@ std::string atByte(std::size_t offset) {
   return " at byte " + std::to_string(offset);
 }
 
-const char* nameOf(Form form) {
-  return form == Form::amf0 ? "AMF0 value" : "AMF3 value";
-}
-
-const char* optionOf(Form form) {
-  return form == Form::amf0 ? " --as amf0" : form == Form::amf3 ? " --as amf3" : "";
-}
-
 Identity known(const char* kind, std::string verdict) {
   Identity identity;
   identity.isKnown = true;
@@ -153,8 +145,9 @@ std::optional<Identity> wholeValue(std::string_view bytes, Form form,
     return std::nullopt;
   }
   return decodable(
-      "value", std::string(nameOf(form)) + " without a packet: " + pluralize(bytes.size(), "byte"),
-      optionOf(form));
+      "value",
+      std::string(nameOfValue(form)) + " without a packet: " + pluralize(bytes.size(), "byte"),
+      optionFor(form));
 }
 
 // A call or script data: a name and what belongs to it, one AMF0 value behind the other.
@@ -189,15 +182,15 @@ std::optional<Identity> inContainer(std::string_view bytes, const std::optional<
   if (found->offset >= bytes.size()) return known(found->kind, found->what);
   const std::string_view own = bytes.substr(found->offset);
   const AMFVerifyResult checked = verifyForm(own, found->form, limits);
-  std::string verdict =
-      found->what + ", " + nameOf(found->form) + ' ' + found->valueName + atByte(found->offset);
+  std::string verdict = found->what + ", " + nameOfValue(found->form) + ' ' + found->valueName +
+                        atByte(found->offset);
   if (checked.status != Status::ok || checked.references > 0) {
     verdict += ", which cannot be decoded alone";
     return isPublished ? exportable(found->kind, verdict) : known(found->kind, verdict);
   }
   const std::string_view rest = own.substr(checked.consumed);
   std::string options =
-      std::string(optionOf(found->form)) + " --skip " + std::to_string(found->offset);
+      std::string(optionFor(found->form)) + " --skip " + std::to_string(found->offset);
   if (isEndMark(rest)) {
     options += " --allow-trailing";
   } else if (!rest.empty()) {
@@ -241,19 +234,13 @@ std::optional<Identity> identifyMojibake(std::string_view bytes, const AMFVerify
 
 // ---- Texts
 
-std::string lowerStart(std::string_view text) {
-  std::string start(text.substr(0, 64));
-  for (char& c : start) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
-  return start;
-}
-
 std::optional<Identity> otherText(std::string_view bytes) {
   if (!isPlainText(bytes)) return std::nullopt;
   constexpr std::string_view kBlanks = " \t\r\n";
   const std::string_view byteOrderMark = "\xEF\xBB\xBF";
   std::size_t begin = bytes.substr(0, 3) == byteOrderMark ? 3 : 0;
   begin = std::min(bytes.find_first_not_of(kBlanks, begin), bytes.size() - 1);
-  const std::string start = lowerStart(bytes.substr(begin));
+  const std::string start = lowerCase(std::string(bytes.substr(begin, 64)));
   const char last = bytes[std::min(bytes.find_last_not_of(kBlanks), bytes.size() - 1)];
   const auto begins = [&start](std::string_view with) { return start.rfind(with, 0) == 0; };
   const std::string why =

@@ -1,16 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool/input/input.h"
 
+#include <AMFGuard.h>
+
 #include <algorithm>
 #include <cerrno>
 
-#include "tool/input/packet.h"
 #include "tool/port/platform.h"
 #include "tool/problem.h"
 
 namespace {
 
 constexpr std::size_t kBlock = 65536;
+
+// `size` is empty where it is not known.
+Problem tooLarge(const std::string& file, const std::string& size, std::size_t limit,
+                 const char* option) {
+  const bool isPacket = std::string_view(option) == "--max-packet-bytes";
+  Problem problem{kOverLimit, isPacket ? describe(AMFVerifyStatus::packetTooLarge) : "text limit",
+                  ""};
+  problem.message = overLimit(problem.status.c_str(), option, limit);
+  if (!size.empty()) problem.message += " (" + size + " bytes)";
+  problem.file = file;
+  return problem;
+}
 
 // Begins with room for `first` bytes; more than `limit` are not read, but for the one that shows
 // it.

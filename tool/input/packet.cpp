@@ -21,10 +21,6 @@ ExitCode exitCodeOf(AMFVerifyStatus status) {
   }
 }
 
-std::string overLimit(const char* name, const char* option, std::uint64_t limit) {
-  return std::string(name) + ": more than " + option + " " + std::to_string(limit);
-}
-
 std::string messageOf(const AMFVerifyResult& checked, const AMFVerifyLimits& limits) {
   const char* const text = checked.message;
   switch (checked.status) {
@@ -77,7 +73,7 @@ std::string exportHint(const Packet& packet) {
     return "";
   std::string line = "the published format reads it: amf2json export";
   if (!packet.wrappers.empty()) line += " --unwrap";
-  if (packet.form != Form::packet) line += packet.form == Form::amf0 ? " --as amf0" : " --as amf3";
+  line += optionFor(packet.form);
   return packet.file == "-" ? line : line + " " + quoteForShell(packet.file);
 }
 
@@ -85,17 +81,6 @@ std::string exportHint(const Packet& packet) {
 
 std::size_t Packet::fileOffset(std::size_t offset) const {
   return offset - std::min(offset, envelopeOf(form).size()) + skipped;
-}
-
-Problem tooLarge(const std::string& file, const std::string& size, std::size_t limit,
-                 const char* option) {
-  const bool isPacket = std::string_view(option) == "--max-packet-bytes";
-  Problem problem{kOverLimit, isPacket ? describe(AMFVerifyStatus::packetTooLarge) : "text limit",
-                  ""};
-  problem.message = overLimit(problem.status.c_str(), option, limit);
-  if (!size.empty()) problem.message += " (" + size + " bytes)";
-  problem.file = file;
-  return problem;
 }
 
 Packet readPacket(const std::string& file, const Options& options) {
@@ -163,7 +148,7 @@ void addVerdict(FileResult& result, const Packet& packet, const Options& options
 }
 
 std::string sectionName(const Packet& packet) {
-  if (packet.form != Form::packet) return packet.form == Form::amf0 ? "AMF0 value" : "AMF3 value";
+  if (packet.form != Form::packet) return nameOfValue(packet.form);
   const std::uint32_t section = packet.checked.section;
   if (section == AMFVerifyResult::kEnvelope) return "envelope";
   // Bytes 2 and 3, which were read if a section was: how many headers there are.

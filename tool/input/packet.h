@@ -55,9 +55,4 @@ void addVerdict(FileResult& result, const Packet& packet, const Options& options
 // "header 0", "message 2", "envelope"; "AMF0 value", "AMF3 value".
 std::string sectionName(const Packet& packet);
 
-// Above the limit of `option`, --max-packet-bytes or another; `size` is empty where it is not
-// known.
-Problem tooLarge(const std::string& file, const std::string& size, std::size_t limit,
-                 const char* option);
-
 #endif  // AMF2JSON_TOOL_INPUT_PACKET_H

@@ -10,6 +10,7 @@
 
 #include "tool/port/platform.h"
 #include "tool/problem.h"
+#include "tool/text/words.h"
 
 namespace {
 
@@ -33,11 +34,11 @@ void refuseInput(const Status& status, const std::string& target, const InputFil
   if (!status.isRegular) return;
   const auto input = inputs.find(status.identity);
   if (input == inputs.end()) return;
-  throw Problem{kUsage, "usage", "-o: " + target + " would overwrite the input " + input->second};
+  throw usageProblem("-o: " + target + " would overwrite the input " + input->second);
 }
 
 Problem sameFile(const std::string& one, const std::string& other) {
-  return {kUsage, "usage", "-o: " + one + " and " + other + " would be written to the same file"};
+  return usageProblem("-o: " + one + " and " + other + " would be written to the same file");
 }
 
 void refuseSameNames(const std::vector<std::string>& results, const Options& options) {
@@ -76,17 +77,12 @@ bool isASCII(const std::string& name) {
   return std::all_of(name.begin(), name.end(), [](char c) { return (c & 0x80) == 0; });
 }
 
-std::string inLowerCase(std::string name) {
-  for (char& c : name) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
-  return name;
-}
-
 // Whether some of these differ only in ways that some file systems ignore: the case, and whatever
 // may be the case or the spelling of other characters.
 bool mayCollide(const std::vector<std::string>& names) {
   std::set<std::string> lower;
   for (const std::string& name : names) {
-    if (!isASCII(name) || !lower.insert(inLowerCase(name)).second) return true;
+    if (!isASCII(name) || !lower.insert(lowerCase(name)).second) return true;
   }
   return false;
 }
@@ -123,9 +119,8 @@ void refuseOneNameOfTwo(const std::string& folder, const std::vector<std::string
   ProbeFolder probe(folder);
   for (std::size_t i = 0; i < results.size(); ++i) {
     if (probe.add(results[i])) continue;
-    throw Problem{kUsage, "usage",
-                  "-o: to the file system of " + folder + ", the result of " + options.files[i] +
-                      " has the name of another one"};
+    throw usageProblem("-o: to the file system of " + folder + ", the result of " +
+                       options.files[i] + " has the name of another one");
   }
 }
 

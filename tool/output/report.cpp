@@ -79,7 +79,7 @@ void report(const Problem& problem, const ReportStyle& style) {
   std::fputs(formatProblem(problem, style).c_str(), stderr);
 }
 
-std::string errorLine(const Problem& problem) {
+FileResult refusedLine(const Problem& problem) {
   JsonLine line;
   line.set("error", problem.message);
   if (problem.offset) line.set("offset", *problem.offset);
@@ -88,5 +88,8 @@ std::string errorLine(const Problem& problem) {
     line.set("line", problem.position->line);
     line.set("column", problem.position->column);
   }
-  return line.text();
+  FileResult result;
+  result.text = line.text();
+  result.problems.push_back(problem);
+  return result;
 }

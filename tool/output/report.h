@@ -6,6 +6,7 @@
 
 #include <string>
 
+#include "tool/command.h"
 #include "tool/problem.h"
 
 struct ReportStyle {
@@ -24,9 +25,8 @@ std::string formatProblem(const Problem& problem, const ReportStyle& style);
 
 void report(const Problem& problem, const ReportStyle& style);
 
-// An answer to a line of --lines that is refused, without a line end:
-// {"error":MESSAGE,"offset":N} for bytes, {"error":MESSAGE,"path":PATH,"line":N,"column":N} for a
-// text.
-std::string errorLine(const Problem& problem);
+// The answer to a refused line of --lines: {"error":MESSAGE,"offset":N} for bytes,
+// {"error":MESSAGE,"path":PATH,"line":N,"column":N} for a text.
+FileResult refusedLine(const Problem& problem);
 
 #endif  // AMF2JSON_TOOL_OUTPUT_REPORT_H

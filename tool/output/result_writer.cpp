@@ -44,7 +44,7 @@ ResultWriter::ResultWriter(const Options& chosen, const ResultNames& resultNames
   try {
     signals.emplace(fileMutex);
   } catch (const std::system_error&) {
-    throw Problem{kOutOfMemory, "out of memory", "no thread to be had"};
+    throw outOfMemory("no thread to be had");
   }
 }
 

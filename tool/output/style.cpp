@@ -35,9 +35,9 @@ TextStyle textStyle(const Options& options, const Destination& destination) {
 
 void refuseTerminal(const Destination& destination, const Options& options) {
   if (options.force || !destination.isTerminal()) return;
-  throw Problem{kUsage, "usage",
-                "packets are binary and not written to a terminal; -o FILE writes a file, --to hex "
-                "a text, --force the bytes"};
+  throw usageProblem(
+      "packets are binary and not written to a terminal; -o FILE writes a file, --to hex "
+      "a text, --force the bytes");
 }
 
 // ---- Colours

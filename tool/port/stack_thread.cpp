@@ -59,9 +59,9 @@ void runWithStackFor(std::uint32_t levels, const std::function<void()>& work) {
       }
     });
     if (!thread.isRunning()) {
-      throw Problem{kOutOfMemory, "out of memory",
-                    "no stack of " + std::to_string(stackBytes(levels)) + " bytes to be had for " +
-                        std::to_string(levels) + " objects and arrays inside one another"};
+      throw outOfMemory("no stack of " + std::to_string(stackBytes(levels)) +
+                        " bytes to be had for " + std::to_string(levels) +
+                        " objects and arrays inside one another");
     }
   }
   if (thrown) std::rethrow_exception(thrown);

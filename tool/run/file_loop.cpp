@@ -32,7 +32,7 @@ Finished workOn(const Command& command, const std::string& file, const Options& 
   } catch (const Problem& problem) {
     return {{}, problem};
   } catch (const std::bad_alloc&) {
-    return {{}, Problem{kOutOfMemory, "out of memory", "out of memory"}};
+    return {{}, outOfMemory()};
   } catch (const AMFException& e) {
     return {{}, Problem{kBug, "bug", e.message}};
   } catch (const std::exception& e) {
@@ -47,7 +47,7 @@ std::size_t threadsFor(const Options& options) {
 
 void refuseSecondStandardInput(const std::vector<std::string>& files) {
   if (std::count(files.begin(), files.end(), "-") < 2) return;
-  throw Problem{kUsage, "usage", "standard input (-) can be read only once"};
+  throw usageProblem("standard input (-) can be read only once");
 }
 
 }  // namespace

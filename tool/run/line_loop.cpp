@@ -32,20 +32,13 @@ FileResult tooLongLine(std::size_t maxBytes) {
   Problem problem{kOverLimit, "line limit",
                   "line limit: more than " + pluralize(maxBytes, "byte") + " in one line"};
   problem.offset = maxBytes;
-  FileResult result;
-  result.text = errorLine(problem);
-  result.problems.push_back(problem);
-  return result;
+  return refusedLine(problem);
 }
 
 FileResult answerLine(const Command& command, std::string_view line, const Options& options) try {
   return command.runOnLine(line, options);
 } catch (const std::bad_alloc&) {
-  const Problem problem{kOutOfMemory, "out of memory", "out of memory"};
-  FileResult result;
-  result.text = errorLine(problem);
-  result.problems.push_back(problem);
-  return result;
+  return refusedLine(outOfMemory());
 }
 
 // How many lines had which problems. Each is told once, at the end: the answers have the rest.
@@ -170,11 +163,11 @@ Summary answerToStream(const Command& command, const Options& options, Destinati
 
 ExitCode runOnLines(const Command& command, const Options& options) {
   if (options.files.size() > 1) {
-    throw Problem{kUsage, "usage", "lines are read from one file, or from standard input"};
+    throw usageProblem("lines are read from one file, or from standard input");
   }
   Destination destination(options);
   if (destination.kind() == Destination::Kind::folder) {
-    throw Problem{kUsage, "usage", "-o: lines are written to a file, not to a folder"};
+    throw usageProblem("-o: lines are written to a file, not to a folder");
   }
   const Summary summary = destination.kind() == Destination::Kind::file
                               ? answerToFile(command, options, destination.path())

@@ -36,7 +36,7 @@ class OrderedWork {
     workers.reserve(threads);
     while (workers.size() < threads && addWorker()) {
     }
-    if (workers.empty()) throw Problem{kOutOfMemory, "out of memory", "no thread to be had"};
+    if (workers.empty()) throw outOfMemory("no thread to be had");
   }
   OrderedWork(const OrderedWork&) = delete;
   OrderedWork& operator=(const OrderedWork&) = delete;

@@ -3,38 +3,20 @@
 // Tested by tests/tool_export_test.cpp.
 #include "tool/text/packet_encoding.h"
 
-#include <array>
 #include <cstdint>
+
+#include "tool/text/digits.h"
 
 namespace {
 
-using Digits = std::array<std::int8_t, 256>;  // -1: no digit
+constexpr std::string_view kLowerHex = "0123456789abcdef";
 
-constexpr std::string_view kBase64 =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-constexpr std::string_view kHex = "0123456789abcdef";
-
-Digits digitsOf(std::string_view alphabet, std::string_view others, std::size_t othersFirst) {
-  Digits digits;
-  digits.fill(-1);
-  for (std::size_t i = 0; i < alphabet.size(); ++i)
-    digits[static_cast<unsigned char>(alphabet[i])] = static_cast<std::int8_t>(i);
-  for (std::size_t i = 0; i < others.size(); ++i)
-    digits[static_cast<unsigned char>(others[i])] = static_cast<std::int8_t>(othersFirst + i);
-  return digits;
-}
-
-const Digits kFromBase64 = digitsOf(kBase64, "-_", 62);
-const Digits kFromHex = digitsOf(kHex, "ABCDEF", 10);
-
-unsigned digitAt(const Digits& digits, std::string_view line, std::size_t at) {
-  return static_cast<unsigned>(digits[static_cast<unsigned char>(line[at])]);
-}
+using ValueOf = int (*)(char);
 
 // Where `line` stops being digits; its length where it does not.
-std::size_t firstOther(const Digits& digits, std::string_view line) {
+std::size_t firstOther(ValueOf valueOf, std::string_view line) {
   std::size_t at = 0;
-  while (at < line.size() && digits[static_cast<unsigned char>(line[at])] >= 0) ++at;
+  while (at < line.size() && valueOf(line[at]) >= 0) ++at;
   return at;
 }
 
@@ -55,25 +37,24 @@ Problem brokenLine(const char* form, std::size_t at) {
 
 std::optional<Problem> fromBase64(std::string_view line, std::string& bytes) {
   const std::string_view digits = withoutPadding(line);
-  const std::size_t end = firstOther(kFromBase64, digits);
+  const std::size_t end = firstOther(base64Value, digits);
   if (end < digits.size() || digits.size() % 4 == 1) return brokenLine("base64", end);
   bytes.resize(digits.size() * 3 / 4);
   std::size_t at = 0;
   std::uint32_t bits = 0;
   for (std::size_t i = 0; i < digits.size(); ++i) {
-    bits = bits << 6 | digitAt(kFromBase64, digits, i);
+    bits = bits << 6 | static_cast<unsigned>(base64Value(digits[i]));
     if (i % 4 != 0) bytes[at++] = static_cast<char>(bits >> (6 - 2 * (i % 4)) & 0xFFu);
   }
   return std::nullopt;
 }
 
 std::optional<Problem> fromHex(std::string_view line, std::string& bytes) {
-  const std::size_t end = firstOther(kFromHex, line);
+  const std::size_t end = firstOther(hexValue, line);
   if (end < line.size() || line.size() % 2 != 0) return brokenLine("hexadecimal", end);
   bytes.resize(line.size() / 2);
   for (std::size_t i = 0; i < bytes.size(); ++i) {
-    bytes[i] =
-        static_cast<char>(digitAt(kFromHex, line, 2 * i) << 4 | digitAt(kFromHex, line, 2 * i + 1));
+    bytes[i] = static_cast<char>(hexValue(line[2 * i]) << 4 | hexValue(line[2 * i + 1]));
   }
   return std::nullopt;
 }
@@ -88,7 +69,8 @@ std::string toBase64(std::string_view bytes) {
   for (std::size_t i = 0; i < bytes.size(); i += 3) {
     const unsigned bits = byteAt(bytes, i) << 16 | byteAt(bytes, i + 1) << 8 | byteAt(bytes, i + 2);
     const std::size_t digits = i + 3 <= bytes.size() ? 4 : bytes.size() - i + 1;
-    for (std::size_t j = 0; j < digits; ++j) line[at + j] = kBase64[bits >> (18 - 6 * j) & 63u];
+    for (std::size_t j = 0; j < digits; ++j)
+      line[at + j] = kBase64Digits[bits >> (18 - 6 * j) & 63u];
     at += 4;
   }
   return line;
@@ -98,8 +80,8 @@ std::string toHex(std::string_view bytes) {
   std::string line;
   line.reserve(2 * bytes.size());
   for (const char byte : bytes) {
-    line += kHex[static_cast<unsigned char>(byte) >> 4];
-    line += kHex[static_cast<unsigned char>(byte) & 15u];
+    line += kLowerHex[static_cast<unsigned char>(byte) >> 4];
+    line += kLowerHex[static_cast<unsigned char>(byte) & 15u];
   }
   return line;
 }

@@ -6,6 +6,20 @@
 #include <algorithm>
 #include <cstddef>
 
+std::string joined(const std::vector<std::string>& words, const char* separator) {
+  std::string line;
+  for (const std::string& word : words) {
+    if (&word != &words.front()) line += separator;
+    line += word;
+  }
+  return line;
+}
+
+std::string lowerCase(std::string text) {
+  for (char& c : text) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
+  return text;
+}
+
 // ---- Suggestions
 
 namespace {
@@ -27,12 +41,6 @@ std::size_t distanceOf(const std::string& a, const std::string& b) {
   return steps[a.size()][b.size()];
 }
 
-std::string listOf(const std::vector<std::string>& known) {
-  std::string list = "; there are ";
-  for (const std::string& word : known) list += (&word == &known.front() ? "" : ", ") + word;
-  return list;
-}
-
 }  // namespace
 
 std::string didYouMean(const std::string& word, const std::vector<std::string>& known) {
@@ -50,7 +58,7 @@ std::string didYouMean(const std::string& word, const std::vector<std::string>& 
     nearest = &candidate;
   }
   if (nearest != nullptr) return "; did you mean '" + *nearest + "'?";
-  return known.size() <= kLongestList ? listOf(known) : "";
+  return known.size() <= kLongestList ? "; there are " + joined(known, ", ") : "";
 }
 
 // ---- Lines of limited width

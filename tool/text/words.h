@@ -19,6 +19,11 @@ inline std::string pluralize(std::uint64_t number, const std::string& one) {
   return pluralize(number, one.c_str(), (one + "s").c_str());
 }
 
+std::string joined(const std::vector<std::string>& words, const char* separator = " ");
+
+// ASCII letters alone change.
+std::string lowerCase(std::string text);
+
 // "; did you mean 'decode'?". Where nothing known is near, "; there are decode, check" if that is a
 // short list, else nothing.
 std::string didYouMean(const std::string& word, const std::vector<std::string>& known);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The commands of the program, in one table.
+// What a command is: its texts, its options, and the functions that run it. commands() is the table
+// of all.
 #ifndef AMF2JSON_TOOL_COMMAND_H
 #define AMF2JSON_TOOL_COMMAND_H
 
@@ -14,16 +15,16 @@
 
 class OptionTable;
 
-// What became of one file.
+// The result of running a command on one file or one line.
 struct FileResult {
-  std::string text;               // whole, for standard output or the output file
-  bool isJSON = false;            // or a script: can be coloured
-  bool isBinary = false;          // no text: written as it stands, has a limit of its own
+  std::string text;               // complete, for standard output or the output file
+  bool isJSON = false;            // JSON or a script: may be coloured
+  bool isBinary = false;          // written unchanged; --max-output-bytes does not apply
   ExitCode exitCode = kDone;      // kDone or kNo
-  std::vector<Problem> problems;  // told behind the text
+  std::vector<Problem> problems;  // reported after the text
 };
 
-// The worst of the answer and the problems.
+// The largest exit code of the result and its problems.
 inline ExitCode exitCodeOf(const FileResult& result) {
   ExitCode worst = result.exitCode;
   for (const Problem& problem : result.problems) worst = std::max(worst, problem.exitCode);
@@ -40,25 +41,26 @@ struct Command {
   const char* summary;  // one line, no full stop
   const char* details;  // for --help and the manual: paragraphs
   std::vector<Example> examples;
-  // Its own options; the shared ones are added behind them.
+  // Declares the options of this command. The shared options follow them.
   void (*declareOptions)(OptionTable& table, Options& options);
-  // One file. May run on any thread, several at once. Throws Problem where the work on this file
-  // ends.
+  // Runs the command on one file. May run on several threads at once. Throws Problem if the command
+  // cannot finish this file.
   FileResult (*runOnFile)(const std::string& file, const Options& options);
-  // What is added to the name of a file for that of its result in a folder. Null: the command takes
-  // no -o.
+  // The extension that is appended to the name of an input for the name of its result in a
+  // directory. Null: the command has no -o.
   const char* (*extension)(const Options& options) = nullptr;
-  // An ending that such a name loses instead, where the file has it. May be null.
+  // An extension that is removed from the input's name instead, if the name has it. May be null.
   const char* removedExtension = nullptr;
-  // The options that it shares with others; null: those of declareCommonOptions().
+  // Declares the options that are shared with other commands. Null: declareCommonOptions().
   void (*declareShared)(OptionTable& table, Options& options) = nullptr;
-  // Whether it works on lines rather than files. Throws Problem (kUsage) for options that do not go
-  // together. Null: never.
+  // Whether the command reads lines instead of whole files. Throws Problem (kUsage) for options
+  // that exclude each other. Null: never.
   bool (*worksOnLines)(const Options& options) = nullptr;
-  // One line without its end: an answer without one. Its problems are warnings, and the refusal
-  // that the answer tells of. Throws nothing but std::bad_alloc.
+  // Runs the command on one line; line and result have no line feed at the end. The problems of the
+  // result are warnings and, if the line was refused, the refusal that the text reports. Throws
+  // only std::bad_alloc.
   FileResult (*runOnLine)(std::string_view line, const Options& options) = nullptr;
-  // Whether the result is no text, and so nothing for a terminal. Null: never.
+  // Whether the result is binary and must not be written to a terminal. Null: never.
   bool (*writesBinary)(const Options& options) = nullptr;
 };
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// amf2json. Tested from outside by tests/tool_*_test.cpp.
+// amf2json. Tested from outside by tests/tool/*_test.cpp.
 #include <cstdio>
 #include <new>
 
@@ -53,8 +53,8 @@ ExitCode runAndReport(const std::vector<std::string>& words) {
 
 }  // namespace
 
-// Whatever stack the program was started with: all work is done on one of a known size. Ctrl-C and
-// the like are left to the thread that has it.
+// All work runs on a thread with a stack of known size, whatever stack the program was started
+// with. Signals are unblocked on that thread only.
 int main(int argc, char** argv) {
   platform::prepareProcess();
   ExitCode exitCode = kBug;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the command line can say. Commands that have options of their own keep them in a member
-// here.
+// The values of all options. Options of one command are grouped in a struct of their own.
 #ifndef AMF2JSON_TOOL_OPTIONS_H
 #define AMF2JSON_TOOL_OPTIONS_H
 
@@ -11,7 +10,7 @@
 #include <string>
 #include <vector>
 
-enum class Form { packet, amf0, amf3 };  // what the bytes are: a packet, or one value
+enum class Form { packet, amf0, amf3 };  // a packet, or a single value without a packet
 enum class Color { automatic, always, never };
 enum class ErrorFormat { text, json };
 enum class ReportFormat { text, json };
@@ -27,9 +26,9 @@ struct DumpCommandOptions {
   bool full = false;
 };
 
-enum class PacketEncoding { binary, base64, hex };  // how packets are spelled
+enum class PacketEncoding { binary, base64, hex };  // how packets are written as text
 
-// Of export and import.
+// Options of export and import.
 struct WireOptions {
   AMFWireForm form = AMFWireForm::automatic;
   bool compact = false;
@@ -44,18 +43,18 @@ struct WireOptions {
 struct Options {
   std::vector<std::string> files = {"-"};
   std::string output = "-";
-  bool force = false;      // replaces files that -o otherwise leaves alone
-  std::uint32_t jobs = 0;  // threads; 0: as many as there are processors
+  bool force = false;      // overwrite files that -o otherwise does not overwrite
+  std::uint32_t jobs = 0;  // threads; 0: one for each processor
   bool allowTrailing = false;
   bool localTime = false;
   Color color = Color::automatic;
   ErrorFormat errorFormat = ErrorFormat::text;
-  Form form = Form::packet;  // what the bytes are
+  Form form = Form::packet;  // form of the input
   bool unwrap = false;
   std::size_t skip = 0;
-  ReportFormat format = ReportFormat::text;  // of check and identify
+  ReportFormat format = ReportFormat::text;  // output of check and identify
   AMFVerifyLimits limits;
-  std::size_t maxOutputBytes = std::size_t{1} << 28;  // of the text of one file
+  std::size_t maxOutputBytes = std::size_t{1} << 28;  // limit for the output of one file
   DecodeOptions decode;
   DumpCommandOptions dump;
   WireOptions wire;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What can go wrong with a file or a command line, before it is worded for somebody.
+// Exit codes, and problems: errors and warnings before they are formatted for the user.
 #ifndef AMF2JSON_TOOL_PROBLEM_H
 #define AMF2JSON_TOOL_PROBLEM_H
 
@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-// The exit codes of the program: the one table that --help, the manual and the documents show.
-// Worse outcomes have larger numbers: of several files the largest counts.
+// The exit codes of the program. --help, the manual page and the documents show this table. Worse
+// outcomes have larger codes; the largest code of all files is the exit code of the program.
 enum ExitCode : int {
   kDone = 0,
   kNo = 1,
@@ -34,30 +34,30 @@ struct ExitCodeRow {
 
 const std::vector<ExitCodeRow>& exitCodes();
 
-// A place in a JSON text.
+// A position in a JSON text.
 struct TextPosition {
   std::string path;        // "messages[0].value[2]"; empty: the document itself
   std::size_t line = 0;    // from 1
   std::size_t column = 0;  // from 1, in characters
 };
 
-// Thrown where the work on a file ends; kept beside the result where it goes on (a warning).
+// An error is thrown and ends the work on a file. A warning is stored in the result.
 struct Problem {
   ExitCode exitCode;
-  std::string status;  // one of a few words for machines: "malformed", "depth limit", "file", ...
+  std::string status;  // a fixed word for programs: "malformed", "depth limit", "file", ...
   std::string message;
   bool isWarning = false;
-  std::string file = {};  // empty: none, "-": standard input or output
+  std::string file = {};  // empty: no file; "-": standard input or output
   std::optional<std::size_t> offset = {};
   std::string section = {};     // "header 0", "message 2", "envelope"; empty: unknown
-  std::string hexContext = {};  // around the offset, in hexadecimal; empty: none to show
+  std::string hexContext = {};  // the bytes around the offset in hexadecimal; may be empty
   std::optional<TextPosition> position = {};
-  std::string hint = {};  // what to do about it; empty: nothing is known
+  std::string hint = {};  // what the user can do; may be empty
 };
 
-// "cannot read: REASON" and the like, from errno.
+// "cannot read: REASON", with the reason from errno.
 Problem fileProblem(const std::string& file, const char* action);
-// "cannot write: REASON", about a file that is there and stays as it is.
+// "cannot write: REASON", for an existing file that is not overwritten.
 Problem notReplacedProblem(const std::string& file, const std::string& reason);
 Problem usageProblem(const std::string& message);
 Problem outOfMemory(const std::string& message = "out of memory");
@@ -67,7 +67,7 @@ inline std::string overLimit(const std::string& name, const char* option, std::u
   return name + ": more than " + option + " " + std::to_string(limit);
 }
 
-// --max-output-bytes: the size of the text that is made of one file.
+// The output of one file is larger than --max-output-bytes.
 inline Problem outputTooLarge(std::size_t limit) {
   return {kOverLimit, "output limit", overLimit("output limit", "--max-output-bytes", limit)};
 }

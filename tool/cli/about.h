@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What holds for every command, in words, for --help and the manual.
+// Help that applies to all commands, for --help and the manual page.
 #ifndef AMF2JSON_TOOL_CLI_ABOUT_H
 #define AMF2JSON_TOOL_CLI_ABOUT_H
 

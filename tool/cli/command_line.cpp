@@ -13,14 +13,14 @@
 
 namespace {
 
-// What shows a file; "decode" where that is not known.
+// The command that shows the file; "decode" if that is not known.
 std::string commandForFile(const std::string& name) {
   try {
     const AMFVerifyLimits limits;
     const std::string line =
         commandFor(identify(readInput(name, limits.maxPacketBytes), limits), name);
     if (!line.empty()) return line;
-  } catch (const Problem&) {  // whatever is wrong with the file, the command will tell
+  } catch (const Problem&) {  // the suggested command will report it
   }
   return "amf2json decode " + quoteForShell(name);
 }
@@ -36,7 +36,7 @@ const Command& commandNamed(const std::string& name) {
   throw usageProblem(problem + didYouMean(name, commandNames()));
 }
 
-// The program without a command: it only tells about itself.
+// The program without a command only shows help and versions.
 CommandLine parseProgram(const std::vector<std::string>& words) {
   const std::string word = words.empty() ? "" : words.front();
   if (word == "-h") return {nullptr, {}, shortHelp()};

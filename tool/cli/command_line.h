@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The command line of the program.
+// Parses the command line.
 #ifndef AMF2JSON_TOOL_CLI_COMMAND_LINE_H
 #define AMF2JSON_TOOL_CLI_COMMAND_LINE_H
 
@@ -14,13 +14,13 @@
 struct CommandLine {
   const Command* command = nullptr;
   Options options;
-  std::string answer;  // --help, --version: to be shown; there is no command then
+  std::string answer;  // output of --help and the like; then there is no command
 };
 
-// The words behind the program's name. Throws Problem (kUsage).
+// Parses the words after the program's name. Throws Problem (kUsage).
 CommandLine parseCommandLine(const std::vector<std::string>& words);
 
-// Whether a command line that could not be parsed asks for errors as JSON.
+// Whether an invalid command line asks for errors as JSON.
 bool asksForJSONErrors(const std::vector<std::string>& words);
 
 #endif  // AMF2JSON_TOOL_CLI_COMMAND_LINE_H

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A command as it is told about: by --help, the manual and the completions.
+// A command and all its options, for --help, the manual page and the completions.
 #ifndef AMF2JSON_TOOL_CLI_COMMAND_PAGE_H
 #define AMF2JSON_TOOL_CLI_COMMAND_PAGE_H
 
@@ -17,7 +17,7 @@ struct CommandPage {
 CommandPage pageOf(const Command& command);
 std::vector<CommandPage> commandPages();
 
-// The options that the program has without a command.
+// The options of the program without a command.
 const std::vector<OptionInfo>& programOptions();
 
 struct OptionNames {

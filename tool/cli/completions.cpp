@@ -32,7 +32,7 @@ std::vector<std::string> choicesOf(const OptionInfo& option) {
   return names;
 }
 
-// In single quotes, for all three shells.
+// Quotes a text for all three shells.
 std::string singleQuoted(std::string text) {
   for (std::size_t at = 0; (at = text.find('\'', at)) != std::string::npos; at += 4) {
     text.replace(at, 1, "'\\''");
@@ -58,7 +58,7 @@ std::string bashCase(const CommandPage& page) {
 
 // ---- zsh
 
-// Inside [] and :: of _arguments.
+// Escapes a text inside [] and :: of _arguments.
 std::string zshText(const std::string& text) {
   std::string safe;
   for (const char c : text) {

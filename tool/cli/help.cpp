@@ -7,7 +7,7 @@
 namespace {
 
 constexpr std::size_t kWidth = 79;
-constexpr std::size_t kColumn = 23;  // where explanations begin
+constexpr std::size_t kColumn = 23;  // column of the explanations
 
 // "  NAME   TEXT", the text on a line of its own if the name is too long.
 std::string entry(const std::string& name, const std::string& text) {
@@ -32,7 +32,7 @@ std::string choiceNames(const OptionInfo& option) {
   return names;
 }
 
-// Those that are not needed to get along: the limits, the help itself.
+// The limits, and the help itself.
 bool isOnlyInLongHelp(const OptionInfo& option) {
   return option.isLimit || option.isHiddenInShortHelp || option.names == "-h" ||
          option.names == "--help";

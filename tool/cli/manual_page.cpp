@@ -12,7 +12,7 @@
 
 namespace {
 
-// Text as it is: no macro at the start of a line, and hyphens that are found when searched for.
+// Escapes text: no macro at the start of a line, and hyphens that searches find.
 std::string plain(std::string_view text) {
   std::string safe;
   for (const char c : text) {
@@ -35,9 +35,9 @@ std::string italic(std::string_view text) {
   return "\\fI" + plain(text) + "\\fR";
 }
 
-// Paragraphs; lines that are set in keep their form.
+// Paragraphs. Indented lines keep their layout.
 std::string paragraphs(std::string_view text) {
-  const std::string lines = wordWrap(text, 70);  // hyphens take two bytes
+  const std::string lines = wordWrap(text, 70);  // escaped hyphens take two bytes
   text = lines;
   std::string page;
   bool isSetIn = false;

@@ -19,10 +19,10 @@ class Parser {
   HelpWanted run();
 
  private:
-  // An option as it is spelled in a word.
+  // An option as written in one word.
   struct Spelled {
     std::string name;
-    std::optional<std::string> value;  // in the same word
+    std::optional<std::string> value;  // if it is in the same word
   };
 
   static Spelled spelledIn(const std::string& word);

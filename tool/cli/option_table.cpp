@@ -8,7 +8,7 @@
 
 namespace {
 
-// "-o,--output" is spoken of as "--output".
+// Messages name "-o,--output" by its long form "--output".
 std::string longName(const std::string& names) {
   return names.substr(names.find("--"));
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The options of one command: each is told once, here, and then parsed, explained by --help and the
-// manual, and completed by the shells. Tested by tests/tool_manual_test.cpp.
+// The options of one command. Each is declared once, and then parsed, shown in --help and the
+// manual page, and completed by shells. Tested by tests/tool/manual_test.cpp.
 #ifndef AMF2JSON_TOOL_CLI_OPTION_TABLE_H
 #define AMF2JSON_TOOL_CLI_OPTION_TABLE_H
 
@@ -21,25 +21,25 @@ struct OptionInfo {
   std::string names;  // "-o,--output"
   std::string value;  // "FILE"; empty: a flag
   std::string help;
-  std::string defaultText = {};      // empty: nothing to tell
+  std::string defaultText = {};      // empty: not shown
   std::vector<Choice> choices = {};  // empty: any value
   bool isLimit = false;
-  bool isList = false;               // may be given several times
-  bool isHiddenInShortHelp = false;  // left out of -h
+  bool isList = false;               // may be repeated
+  bool isHiddenInShortHelp = false;  // not shown by -h
 };
 
 class OptionTable {
  public:
   void flag(const char* names, bool& target, const char* help);
   void text(const char* names, const char* value, std::string& target, const char* help);
-  // May be given several times: `add` receives each value, and throws Problem (kUsage).
+  // The option may be repeated: `add` receives each value, and throws Problem (kUsage).
   void list(const char* names, const char* value, std::function<void(const std::string&)> add,
             const char* help);
-  // The option declared last is left out of the short help.
+  // Hides the option declared last in the short help.
   void hideInShortHelp() { table.back().isHiddenInShortHelp = true; }
   void files(std::vector<std::string>& target, const char* help);
 
-  // `choices` in the order of the enumeration.
+  // `choices` are in the order of the enumerators.
   template <class Enum>
   void choice(const char* names, const char* value, Enum& target, const char* help,
               const std::vector<Choice>& choices) {
@@ -59,8 +59,8 @@ class OptionTable {
     add({names, "N", help, std::to_string(target), {}, true}, storeNumber(names, target));
   }
 
-  // For the parser: the value of option `index`, "" for a flag, and the files in their place.
-  // Throws Problem (kUsage).
+  // For the parser: stores the value of option `index` ("" for a flag), and the files. Throws
+  // Problem (kUsage).
   void store(std::size_t index, const std::string& value) const { stores[index](value); }
   void storeFiles(std::vector<std::string> names) const { *fileNames = std::move(names); }
 
@@ -95,9 +95,9 @@ class OptionTable {
 
 enum class HelpWanted { none, brief, full };
 
-// Stores what the words say. An option that needs a value takes what stands behind =, or else the
-// next word; that value, and each word that is no option, is taken byte for byte. After -- all
-// words are files. Ends at the first word that asks for help. Throws Problem (kUsage).
+// Parses the words of a command line and stores the values. A value follows "=" or is the next
+// word. Values and files are used byte for byte. After "--" all words are files. Stops at the first
+// -h or --help. Throws Problem (kUsage).
 HelpWanted parseOptions(const OptionTable& table, const std::vector<std::string>& words);
 
 #endif  // AMF2JSON_TOOL_CLI_OPTION_TABLE_H

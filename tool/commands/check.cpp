@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// amf2json check: what the check of untrusted packets says, without decoding anything. Tested by
-// tests/tool_check_test.cpp.
+// amf2json check: the result of the check of untrusted packets, without decoding them. Tested by
+// tests/tool/check_test.cpp.
 #include "tool/commands/commands.h"
 
 #include "tool/input/packet.h"
@@ -44,7 +44,8 @@ FileResult inText(const Packet& packet, const Options& options) {
   return result;
 }
 
-// Every field that there is, in order; a file that cannot be read has the first and the last ones.
+// All fields in order. For a file that cannot be read, all but the first and the last ones stay
+// null.
 JsonLine emptyLine(const std::string& file) {
   JsonLine line;
   line.set("file", file);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The table of the commands, and the options that several of them share. Tested by
-// tests/tool_manual_test.cpp.
+// tests/tool/manual_test.cpp.
 #include "tool/commands/commands.h"
 
 #include <charconv>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The commands, and the options that several of them share. commands() is in tool/command.h.
+// All commands, and the options that several of them share. commands() is declared in
+// tool/command.h.
 #ifndef AMF2JSON_TOOL_COMMANDS_COMMANDS_H
 #define AMF2JSON_TOOL_COMMANDS_COMMANDS_H
 
@@ -12,23 +13,23 @@ Command checkCommand();
 Command identifyCommand();
 Command dumpCommand();
 Command roundtripCommand();
-// Built where AMFWire is.
+// Only in builds with AMFWire.
 Command exportCommand();
 Command importCommand();
 
-// The options that every command takes: files, colours, forms of errors, limits.
+// The options of most commands: files, colours, form of errors, limits.
 void declareCommonOptions(OptionTable& table, Options& options);
 
-// The part of them that is not about packets: -j, colours, forms of errors.
+// The options that every command has: -j, colours, form of errors.
 void declareRunOptions(OptionTable& table, Options& options);
 
 // --external, for commands that read or write the published formats.
 void declareExternalOption(OptionTable& table, Options& options);
 
-// --format, for commands that answer with a line for each file.
+// --format, for commands that write one line for each file.
 void declareFormatOption(OptionTable& table, Options& options);
 
-// -o,--output, for commands that write something long.
+// -o,--output and --force, for commands with long output.
 void declareOutputOptions(OptionTable& table, Options& options);
 
 // --unwrap.
@@ -37,7 +38,7 @@ void declareUnwrapOption(OptionTable& table, Options& options);
 // --allow-trailing.
 void declareTrailingOption(OptionTable& table, Options& options);
 
-// --as, --unwrap, --skip, for commands that look into packets.
+// --as, --unwrap, --skip, for commands that read packets of the dialect.
 void declareFormOptions(OptionTable& table, Options& options);
 
 #endif  // AMF2JSON_TOOL_COMMANDS_COMMANDS_H

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// amf2json decode: a packet in, a view of it out. Tested by
-// tests/tool_decode_test.cpp.
+// amf2json decode: shows a packet as JSON or JavaScript. Tested by tests/tool/decode_test.cpp.
 #include "tool/commands/commands.h"
 
 #include <limits>
@@ -39,16 +38,16 @@ const std::string& view(AMFProtocol& protocol, const DecodeOptions& options) {
   return protocol.getPackageInJSON(pretty);
 }
 
-// A text of up to `maxBytes` bytes never asks for a larger block than this: its room is doubled when it
-// is full. The rest is for what does not grow with the text.
+// The largest block that a text of up to `maxBytes` bytes allocates: its capacity is doubled when
+// it is full. kBeside is for blocks that do not depend on the text.
 std::size_t largestBlockFor(std::size_t maxBytes) {
   constexpr std::size_t kBeside = std::size_t{4} << 20;
   constexpr std::size_t kEndless = std::numeric_limits<std::size_t>::max();
   return maxBytes > (kEndless - kBeside) / 2 ? kEndless : 2 * maxBytes + kBeside;
 }
 
-// The library has no limit for its texts. Here the rendering ends when one of them grows too large;
-// whatever is a little over the limit is refused once it is made.
+// The library does not limit its texts. Rendering stops here if one grows far too large; a text
+// that is slightly too large is refused afterwards.
 const std::string& boundedView(AMFProtocol& protocol, const Options& options) {
   const AllocationLimit limit(largestBlockFor(options.maxOutputBytes));
   try {
@@ -59,26 +58,25 @@ const std::string& boundedView(AMFProtocol& protocol, const Options& options) {
   }
 }
 
-// A long text leaves the protocol object, which goes; a short one is copied, as the storage is of
-// use to the next object.
+// A long text is moved out of the protocol object, which is destroyed soon. A short one is copied,
+// because the next object can reuse the buffer.
 std::string textOf(AMFProtocol& protocol, const Options& options) {
   constexpr std::size_t kLong = 524288;
   const std::string& text = boundedView(protocol, options);
   if (text.size() < kLong) return text;
-  return std::move(const_cast<std::string&>(text));  // one of the object's public members
+  return std::move(const_cast<std::string&>(text));  // a public member of the object
 }
 
-constexpr std::size_t kAssignmentLength = 8;  // "\n amf = ", in front of the JSON of --to js
+constexpr std::size_t kAssignmentLength = 8;  // "\n amf = ", before the JSON of --to js
 
-// Of a text without what --exact keeps. The statements have no such breaks.
+// Removes the soft breaks, unless --exact is given. The statements have none.
 void removeBreaks(std::string& text, const AMFProtocol& protocol, const DecodeOptions& options) {
   if (options.exact || options.view == View::script) return;
   removeSoftBreaks(text, {static_cast<std::uint32_t>(protocol.lineBreakCount) - 1,
                           options.view == View::js ? kAssignmentLength : 0, !options.compact});
 }
 
-// `outputLimitReached` is set in front of the first value that was left out; the JSON view leaves
-// out none.
+// `outputLimitReached` is set at the first value that was left out. The JSON view leaves out none.
 std::optional<Problem> cutWarning(const AMFProtocol& protocol, const DecodeOptions& options,
                                   std::size_t size) {
   if (!protocol.outputLimitReached || options.view == View::json) return std::nullopt;

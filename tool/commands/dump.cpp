@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // amf2json dump: the bytes of a packet, field by field. Tested by
-// tests/tool_bytes_test.cpp.
+// tests/tool/bytes_test.cpp.
 #include "tool/commands/commands.h"
 
 #include "tool/commands/dump_rows.h"

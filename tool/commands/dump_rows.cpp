@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The rows of amf2json dump, made of what the check of untrusted packets tells: it alone reads the
-// packet. Enter at dumpPacket(). Tested by tests/tool_dump_test.cpp.
+// The rows of amf2json dump. The check of untrusted packets reads the packet and reports each
+// field; this visitor only formats them. Enter at dumpPacket(). Tested by tests/tool/dump_test.cpp.
 #include "tool/commands/dump_rows.h"
 
 #include <algorithm>
@@ -20,20 +20,20 @@ using Field = AMFVerifyField;
 using Kind = AMFFieldKind;
 
 constexpr std::size_t kRowBytes = 8;
-constexpr std::size_t kShortenedBytes = 2 * kRowBytes;  // shown of a long payload
+constexpr std::size_t kShortenedBytes = 2 * kRowBytes;  // how much of a long payload is shown
 constexpr std::size_t kShortenedText = 64;
 constexpr std::size_t kLabelText = 40;
-constexpr std::uint32_t kMaxIndent = 40;  // deeper fields stand no further to the right
+constexpr std::uint32_t kMaxIndent = 40;  // deeper fields are not indented further
 constexpr std::uint32_t kUnknownLength = 0xFFFFFFFF;
 constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
-// Some text of the packet.
+// A part of the packet.
 struct Span {
   std::size_t offset;
   std::size_t length;
 };
 
-// An entry of a reference table: where it begins, and a string's text or a traits' class name.
+// An entry of a reference table: its offset, and the string or the class name of traits.
 struct Entry {
   std::size_t offset;
   Span text;
@@ -43,7 +43,7 @@ struct Traits : Entry {
   std::vector<Span> names;
 };
 
-// Null: no such entry.
+// Returns null if there is no such entry.
 template <class Table>
 const typename Table::value_type* find(const Table& table, std::uint64_t index) {
   return index < table.size() ? &table[static_cast<std::size_t>(index)] : nullptr;
@@ -55,7 +55,7 @@ struct Frame {
   bool isArray;
   bool isAMF3;
   std::size_t traits;  // kNone: none
-  std::size_t next;    // number of the next value without a name of its own
+  std::size_t next;    // index of the next value without a name
 };
 
 bool isName(Kind kind) {
@@ -71,7 +71,7 @@ class Dumper : public AMFVerifyVisitor {
   void finish(const AMFVerifyResult& result);
 
  private:
-  // Rows. One is kept until it is known which indexes the value got.
+  // Rows. The last row is kept until it is known which indexes its value has.
   void beginRow(std::size_t offset, std::size_t length, std::uint32_t indent, std::string meaning);
   void flushRow();
   void writeLine(std::size_t offset, std::string_view bytes, std::string_view meaning);
@@ -117,12 +117,12 @@ class Dumper : public AMFVerifyVisitor {
   };
   Row row{};
   bool hasRow = false;
-  std::size_t coveredEnd = 0;  // the fields so far end here
+  std::size_t coveredEnd = 0;  // end of the fields so far
 
   bool inSection = false;
-  bool inValue = false;  // of the section
+  bool inValue = false;  // inside the section's value
   bool inMessages = false;
-  std::uint32_t sections = 0;  // of this kind, so far
+  std::uint32_t sections = 0;  // headers or messages so far
   std::uint64_t declaredLength = kUnknownLength;
   std::size_t valueOffset = 0;
 
@@ -132,7 +132,7 @@ class Dumper : public AMFVerifyVisitor {
   bool readsTraits = false;
   bool hasName = false;
   Span name{};       // of the value that follows
-  Span className{};  // of the object begun last
+  Span className{};  // of the current object
   std::size_t markerOffset = 0;
   std::size_t headOffset = 0;
   std::size_t traitsOffset = 0;
@@ -260,7 +260,7 @@ void Dumper::noteName(Span memberName) {
   hasName = name.length > 0 || !frames.back().isAMF3;  // an empty one ends a list of AMF3 members
 }
 
-// What the value that begins is called, and ": ".
+// The name or index of the value that begins, and ": ".
 std::string Dumper::labelFor(const Field& marker) {
   const bool isNamed = std::exchange(hasName, false);
   if (frames.empty() || (marker.kind == Kind::marker0 && marker.value == 0x09)) return "";
@@ -297,9 +297,9 @@ void Dumper::noteEntry(const Field& field) {
   }
 }
 
-// An AMF0 object or array gets its index here, so its end is shown.
+// An AMF0 object or array gets its index at its end, so the end is shown.
 void Dumper::noteEnd(const Field& field) {
-  if (frames.size() > field.depth) {  // else it was empty
+  if (frames.size() > field.depth) {  // else the object was empty
     opening = frames.back();
     frames.pop_back();
   }
@@ -395,10 +395,10 @@ void Dumper::field(const Field& field) {
   if (field.kind == Kind::messageCount) leaveSection(field.offset);
   const bool isMarker = field.kind == Kind::marker0 || field.kind == Kind::marker3;
   if (isMarker) markerOffset = field.offset;
-  // What a value consists of stands one step to the right of its marker.
+  // Parts of a value are indented one step more than its marker.
   const bool isPart = !isMarker && inValue && !isName(field.of);
   std::string meaning = meaningOf(field);
-  // A name of no bytes has been told by its length.
+  // An empty name has no row: its length was shown.
   if (field.length > 0 || !isName(field.kind)) {
     beginRow(field.offset, field.length, field.depth + (isPart ? 1 : 0), std::move(meaning));
   }

@@ -11,35 +11,35 @@
 #include <string_view>
 
 struct DumpOptions {
-  bool full = false;                                   // long payloads to their end
-  std::size_t hiddenHead = 0;                          // bytes in front that are not shown
-  std::size_t firstOffset = 0;                         // what the first one shown counts as
+  bool full = false;                                   // show long payloads completely
+  std::size_t hiddenHead = 0;                          // bytes at the start that are not shown
+  std::size_t firstOffset = 0;                         // the offset of the first byte that is shown
   std::size_t maxText = static_cast<std::size_t>(-1);  // bytes
   AMFVerifyLimits limits;
 };
 
-// Appends to `text` a row for each field of `packet`: offset, hexadecimal, ASCII, meaning. Up to
-// the place where it is refused; what stands there and behind the packet follows as such. Nothing
-// for a packet over the size limit. Throws Problem (kOverLimit) where the text gets larger than
-// `maxText`.
+// Appends a row to `text` for each field of `packet`: offset, hexadecimal, ASCII, meaning. If the
+// packet is refused, the bytes from there on follow as "not read"; bytes after the packet follow as
+// "left over". Appends nothing for a packet over the size limit. Throws Problem (kOverLimit) if the
+// text becomes larger than `maxText`.
 AMFVerifyResult dumpPacket(std::string_view packet, const DumpOptions& options, std::string& text);
 
 // ---- Single values
 
-// "object"; "unknown" for what no value begins with.
+// The name of a marker: "object"; "unknown" if no value begins with it.
 const char* markerName0(std::uint64_t marker);
 const char* markerName3(std::uint64_t marker);
 
-// The eight bytes at `offset`.
+// Reads the eight bytes at `offset`.
 double numberAt(std::string_view packet, std::size_t offset);
 
-// As short as it reads back the same.
+// The shortest text that is read back as the same number.
 std::string numberText(double number);
 
-// Milliseconds, and the time in UTC where there is one: "86400000 (1970-01-02T00:00:00.000Z)".
+// Milliseconds, and the time in UTC if it is in range: "86400000 (1970-01-02T00:00:00.000Z)".
 std::string dateText(double timeMs);
 
-// The two bytes at `offset`, minutes that the readers do not look at.
+// The time zone at `offset`, two bytes, in minutes. Readers ignore it.
 std::string zoneText(std::string_view packet, std::size_t offset);
 
 #endif  // AMF2JSON_TOOL_COMMANDS_DUMP_ROWS_H

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/tool_dump_test.cpp.
+// Tested by tests/tool/dump_test.cpp.
 #include "tool/commands/dump_rows.h"
 
 #include <charconv>
@@ -15,7 +15,7 @@ const char* nameOf(const char* const (&names)[count], std::uint64_t marker) {
   return marker < count ? names[marker] : "unknown";
 }
 
-// Towards the past, also before 1970.
+// Rounds down, also for times before 1970.
 std::int64_t floorDivision(std::int64_t number, std::int64_t divisor) {
   return number / divisor - (number % divisor < 0 ? 1 : 0);
 }
@@ -37,7 +37,7 @@ int daysOf(std::int64_t year, int month) {
   return month == 4 || month == 6 || month == 9 || month == 11 ? 30 : 31;
 }
 
-// The calendar repeats itself every 400 years. Not gmtime: Windows lacks the one for threads.
+// The calendar repeats every 400 years. Not gmtime_r(), which Windows does not have.
 Date dateOf(std::int64_t daysSince1970) {
   constexpr std::int64_t kCycle = 146097;
   const std::int64_t cycles = floorDivision(daysSince1970, kCycle);
@@ -86,7 +86,7 @@ std::string numberText(double number) {
 }
 
 std::string dateText(double timeMs) {
-  constexpr double kLatest = 8.64e15;  // as far as dates of these clients go
+  constexpr double kLatest = 8.64e15;  // the latest date of ECMAScript
   if (!(std::fabs(timeMs) <= kLatest)) return numberText(timeMs);
   const auto time = static_cast<std::int64_t>(std::floor(timeMs));
   const std::int64_t days = floorDivision(time, kDayMs);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// amf2json export: bytes of the published formats in, JSON out. Built where AMFWire is. Tested by
-// tests/tool_export_test.cpp.
+// amf2json export: published formats to JSON. Only in builds with AMFWire. Tested by
+// tests/tool/export_test.cpp.
 #include "tool/commands/commands.h"
 
 #include <utility>
@@ -44,7 +44,7 @@ AMFWireExportOptions exportOptions(const Options& options) {
   result.form = options.wire.form;
   result.salvage = options.wire.salvage;
   result.limits = options.wire.limits;
-  result.limits.maxTextBytes = minusOne(options.maxOutputBytes);  // the line feed counts
+  result.limits.maxTextBytes = minusOne(options.maxOutputBytes);  // leaves space for the line feed
   result.externalClasses = options.wire.externalClasses;
   result.originals = !options.wire.noOriginals;
   result.pretty = !options.wire.compact && !options.wire.lines;

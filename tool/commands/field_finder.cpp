@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Finds the field at an offset among the fields that the check of untrusted packets tells, and
-// knows which of them are written in one way only. Tested by tests/tool_test.cpp.
+// Finds the field at an offset, and knows which fields the library encodes in one way only. The
+// check of untrusted packets reports the fields. Tested by tests/tool/roundtrip_test.cpp.
 #include "tool/commands/field_finder.h"
 
 #include <AMFGuard.h>
@@ -26,7 +26,7 @@ constexpr const char* kExternalizable = "the sealed count and the dynamic bit ar
 constexpr const char* kXMLReference = "a reference is written with the marker of the text it names";
 constexpr const char* kTrailingReason = "bytes behind the last message belong to no field";
 
-// Keeps the field at the wanted offset, the one before it and the two behind it.
+// Keeps the wanted field, the one before it and the two after it.
 class FieldFinder : public AMFVerifyVisitor {
  public:
   explicit FieldFinder(std::size_t offset) : wantedOffset(offset) {}
@@ -58,7 +58,7 @@ class FieldFinder : public AMFVerifyVisitor {
     if (kind == Kind::targetUri) section = " in message " + std::to_string(messages++);
   }
 
-  std::size_t wantedOffset;  // never before the field seen
+  std::size_t wantedOffset;  // fields are seen in the order of their offsets
   AMFVerifyField window[kWindow] = {};
   unsigned found = 0;
   unsigned headers = 0;
@@ -69,7 +69,7 @@ bool isMarker(const AMFVerifyField& field, Kind kind, std::uint64_t marker) {
   return field.kind == kind && field.value == marker;
 }
 
-// A U29 that is written from the same number.
+// A U29 that is encoded with the same value but other bytes.
 const char* reasonOfU29(const AMFVerifyField& field, unsigned char lastByte) {
   const std::uint64_t value = field.value;
   const std::size_t needed = value < 0x80 ? 1 : value < 0x4000 ? 2 : value < 0x200000 ? 3 : 4;

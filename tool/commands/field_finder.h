@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Names the field that stands at an offset of a packet.
+// Finds the field at an offset of a packet.
 #ifndef AMF2JSON_TOOL_COMMANDS_FIELD_FINDER_H
 #define AMF2JSON_TOOL_COMMANDS_FIELD_FINDER_H
 
@@ -9,10 +9,10 @@
 
 struct Field {
   std::string name;    // "boolean in message 0"
-  const char* reason;  // why it is written otherwise than it was read; null: it should not be
+  const char* reason;  // why it is encoded in another way than it was read; null: it should not be
 };
 
-// `packet` is one that the library decodes.
+// `packet` must be one that the library decodes.
 Field fieldAt(const char* packet, std::size_t length, std::size_t offset);
 
 #endif  // AMF2JSON_TOOL_COMMANDS_FIELD_FINDER_H

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// amf2json identify: what a file is, and how to go on with it. Tested by
-// tests/tool_bytes_test.cpp.
+// amf2json identify: what a file is, and which command shows it. Tested by
+// tests/tool/bytes_test.cpp.
 #include "tool/commands/commands.h"
 
 #include "tool/input/identify.h"

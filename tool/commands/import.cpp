@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// amf2json import: the JSON of `export` in, bytes out. Built where AMFWire is. Tested by
-// tests/tool_export_test.cpp.
+// amf2json import: the JSON of export to bytes. Only in builds with AMFWire. Tested by
+// tests/tool/export_test.cpp.
 #include "tool/commands/commands.h"
 
 #include "tool/commands/wire_problem.h"

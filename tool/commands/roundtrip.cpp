@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // amf2json roundtrip: decodes packets, encodes them again and compares the bytes. Tested by
-// tests/tool_roundtrip_test.cpp.
+// tests/tool/roundtrip_test.cpp.
 #include "tool/commands/commands.h"
 
 #include <algorithm>
@@ -25,12 +25,12 @@ constexpr const char* kDetails =
     "one\n"
     "way only; a difference without a reason should not happen.\n";
 
-// The byte at `offset`, or that there is none.
+// The byte at `offset`, or "nothing" after the end.
 std::string byteAt(std::string_view bytes, std::size_t offset) {
   return offset < bytes.size() ? hexByte(bytes[offset]) : "nothing";
 }
 
-// What the refused package's encoding got to shows in how many bytes were written before it.
+// The offset is the number of bytes that were encoded before the error.
 Problem cannotEncode(const AMFProtocol& protocol, const char* message) {
   std::size_t written = 0;
   for (const AMFOutputChunks::Chunk& chunk : protocol.outputChunks) written += chunk.length;

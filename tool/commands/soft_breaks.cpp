@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/soft_breaks_test.cpp.
+// Tested by tests/tool/soft_breaks_test.cpp.
 #include "tool/commands/soft_breaks.h"
 
 #include <algorithm>
@@ -8,11 +8,11 @@
 
 namespace {
 
-// Break number k, from 1, is written where a block opens or a member begins, once the JSON has
-// 500 * k bytes.
+// Soft break k, counted from 1, is written where a block opens or a member begins, once the JSON
+// has 500 * k bytes.
 constexpr std::size_t kEvery = 500;
 
-// The next break at or behind `from`; npos if there is none.
+// The next break at or after `from`; npos if there is none.
 std::size_t nextBreak(const std::string& text, std::size_t from, bool pretty) {
   if (!pretty) return text.find('\n', from);
   const std::size_t lineEnd = text.find("\n\n", from - 1);
@@ -22,8 +22,8 @@ std::size_t nextBreak(const std::string& text, std::size_t from, bool pretty) {
 }  // namespace
 
 void removeSoftBreaks(std::string& text, const SoftBreaks& breaks) {
-  std::size_t kept = 0;  // bytes of the new text
-  std::size_t from = 0;  // in the old one
+  std::size_t kept = 0;  // length of the new text
+  std::size_t from = 0;  // offset in the old text
   const auto keepUntil = [&](std::size_t end) {
     if (kept != from) std::memmove(&text[kept], &text[from], end - from);
     kept += end - from;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The line feeds that the library's views add to long JSON texts.
+// The soft breaks: line feeds that the library's views add to long JSON texts.
 #ifndef AMF2JSON_TOOL_COMMANDS_SOFT_BREAKS_H
 #define AMF2JSON_TOOL_COMMANDS_SOFT_BREAKS_H
 
@@ -9,12 +9,13 @@
 
 struct SoftBreaks {
   std::size_t count;  // AMFProtocol::lineBreakCount - 1
-  std::size_t begin;  // of the JSON in the text
-  bool pretty;        // they stand as empty lines
+  std::size_t begin;  // offset of the JSON in the text
+  bool pretty;        // then soft breaks are empty lines
 };
 
-// Removes them from a view of an escaped tree (escapeForViews), in whose JSON every other line feed
-// is one line end of the pretty layout. Only the places where one can stand are looked at.
+// Removes the soft breaks from a view of an escaped tree (see escapeForViews), where every other
+// line feed in the JSON is a line end of the pretty layout. Only places where a soft break can be
+// are examined.
 void removeSoftBreaks(std::string& text, const SoftBreaks& breaks);
 
 #endif  // AMF2JSON_TOOL_COMMANDS_SOFT_BREAKS_H

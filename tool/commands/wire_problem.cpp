@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/tool_export_test.cpp.
+// Tested by tests/tool/export_test.cpp.
 #include "tool/commands/wire_problem.h"
 
 #include "tool/text/hex.h"
 
 namespace {
 
-// Counts sections up to where reading stops.
+// Counts sections until reading stops.
 class SectionFinder : public AMFWireSink {
  public:
   void beginDocument(const AMFWireDocument& document) override {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What AMFWire reports, as problems of the program.
+// Converts errors of AMFWire to problems.
 #ifndef AMF2JSON_TOOL_COMMANDS_WIRE_PROBLEM_H
 #define AMF2JSON_TOOL_COMMANDS_WIRE_PROBLEM_H
 
@@ -12,14 +12,14 @@
 #include "tool/options.h"
 #include "tool/problem.h"
 
-// The refusal of bytes. Its section is found by reading them once more.
+// An error of export. The bytes are read again to find the section.
 Problem exportProblem(const AMFWireResult& result, std::string_view bytes,
                       const AMFWireReadOptions& read, const Options& options);
 
-// The refusal of a text.
+// An error of import.
 Problem importProblem(const AMFWireResult& result, const Options& options);
 
-// The message alone: a limit is named by its option.
+// Only the message; a limit is named by its option.
 std::string messageOf(const AMFWireResult& result, const Options& options);
 ExitCode exitCodeOf(AMFWireStatus status);
 

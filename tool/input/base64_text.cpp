@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/unwrap_test.cpp.
+// Tested by tests/tool/unwrap_test.cpp.
 #include "tool/input/wrappers.h"
 
 #include <algorithm>
@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::string_view kBlanks = " \t\r\n";
 
-// Where the text behind "data:TYPE;base64," begins; 0 if it is no data URI.
+// The offset of the digits after "data:TYPE;base64,"; 0 if the text is no data URI.
 std::size_t dataURIHeadLength(std::string_view text) {
   constexpr std::string_view kMark = ";base64,";
   if (text.substr(0, 5) != "data:") return 0;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/identify_test.cpp.
+// Tested by tests/tool/identify_test.cpp.
 #include "tool/input/containers.h"
 
 #include <algorithm>
@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kShownName = 40;
 
-// Whole numbers and texts, one behind the other; zeros and nothing behind the end.
+// Reads whole numbers and texts. After the end it returns zeros and empty texts.
 class Cursor {
  public:
   explicit Cursor(std::string_view source) : bytes(source) {}
@@ -67,7 +67,7 @@ std::optional<Container> sharedObjectIn(std::string_view bytes) {
       "shared object",
       "shared object (.sol) " + quoteForDisplay(name, kShownName) + (isAMF3 ? ", AMF3" : ", AMF0"),
       isAMF3 ? Form::amf3 : Form::amf0, bytes.size(), ""};
-  // The names of AMF3 values: a length in one or two bytes, shifted by a bit that is set.
+  // Lengths of names in AMF3: one or two bytes, shifted left by one, with the lowest bit set.
   std::uint32_t length = cursor.number(isAMF3 ? 1 : 2);
   if (isAMF3 && length >= 0x80) length = (length & 0x7F) << 7 | cursor.number(1);
   const std::string_view valueName = cursor.text(isAMF3 ? length >> 1 : length);
@@ -78,8 +78,8 @@ std::optional<Container> sharedObjectIn(std::string_view bytes) {
   return found;
 }
 
-// "FLV", u8 version 1, u8 flags, u32 size of this head; then tags, each behind the u32 size of the
-// one before.
+// "FLV", u8 version 1, u8 flags, u32 size of this header; then tags, each after the u32 size of the
+// previous one.
 std::optional<Container> scriptTagIn(std::string_view bytes) {
   constexpr std::uint32_t kHeadSize = 9;
   if (bytes.substr(0, 4) != "FLV\x01") return scriptTagAt(bytes, 0);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Values of AMF inside of other files.
+// AMF values inside other file formats.
 #ifndef AMF2JSON_TOOL_INPUT_CONTAINERS_H
 #define AMF2JSON_TOOL_INPUT_CONTAINERS_H
 
@@ -15,14 +15,14 @@ struct Container {
   const char* kind;       // "shared object" or "flv"
   std::string what;       // "shared object (.sol) "settings", AMF0"
   Form form;              // of its first value
-  std::size_t offset;     // of its first value; that of the end if there is none
+  std::size_t offset;     // of its first value; the end of the file if there is none
   std::string valueName;  // printable; may be empty
 };
 
-// A local shared object: 00 BF, its size, "TCSO". Its values are named.
+// A local shared object: 00 BF, size, "TCSO". Its values have names.
 std::optional<Container> sharedObjectIn(std::string_view bytes);
 
-// The first script tag of an FLV file, or a tag alone. The value behind its name.
+// The first script tag of an FLV file, or of a single tag. The value follows its name.
 std::optional<Container> scriptTagIn(std::string_view bytes);
 
 #endif  // AMF2JSON_TOOL_INPUT_CONTAINERS_H

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/unwrap_test.cpp.
+// Tested by tests/tool/unwrap_test.cpp.
 #include "tool/input/form.h"
 
 #include <algorithm>

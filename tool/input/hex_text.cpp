@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/unwrap_test.cpp.
+// Tested by tests/tool/unwrap_test.cpp.
 #include "tool/input/wrappers.h"
 
 #include <algorithm>
@@ -13,7 +13,7 @@ namespace {
 constexpr std::string_view kBlanks = " \t\r\n";
 constexpr const char* kWhat = "hexadecimal text";
 
-// What a line of columns consists of: "00000010: 2f31 ...", "00000010  2f 31 ...".
+// A line of columns: "00000010: 2f31 ...", "00000010  2f 31 ...".
 struct Columns {
   std::size_t offset;
   std::string_view data;
@@ -48,7 +48,7 @@ class HexText {
     return digits(one.substr(0, one.find('#')));
   }
 
-  // Rows that were the same as the one before are left out, with a "*" in their place.
+  // Rows that repeat the previous row are left out; a "*" stands for them.
   void repeat(std::size_t offset, std::string_view one) {
     const std::string row = found.substr(lastRow);
     if (!isRepeated || row.empty() || offset < found.size()) {
@@ -61,8 +61,8 @@ class HexText {
     isRepeated = false;
   }
 
-  // An offset of four digits or more with a colon or two blanks behind it; only the offset at the
-  // end.
+  // An offset of at least four digits, followed by a colon or two blanks. The last line may have
+  // only the offset.
   std::optional<Columns> columnsOf(std::string_view one) const {
     const std::size_t length = std::min(one.find_first_not_of(kHexDigits), one.size());
     if (length < 4 || length > 16) return std::nullopt;
@@ -71,7 +71,7 @@ class HexText {
     if (hasColon) {
       rest = rest.substr(1);
       rest = rest.substr(std::min(rest.find_first_not_of(' '), rest.size()));
-      rest = rest.substr(0, rest.find("  "));  // characters follow
+      rest = rest.substr(0, rest.find("  "));  // the characters follow
     } else if (rest.substr(0, 2) == "  ") {
       rest = rest.substr(std::min(rest.find_first_not_of(' '), rest.size()));
       rest = rest.substr(0, std::min(rest.find('|'), rest.find("   ")));
@@ -84,7 +84,7 @@ class HexText {
     return Columns{static_cast<std::size_t>(offset), rest};
   }
 
-  // Pairs of digits, blanks between them. False: something else stands there.
+  // Pairs of digits with blanks between them. False if there is anything else.
   bool digits(std::string_view some) {
     for (std::size_t at = some.find_first_not_of(kBlanks); at != std::string_view::npos;) {
       const std::size_t end = std::min(some.find_first_of(kBlanks, at), some.size());
@@ -104,7 +104,7 @@ class HexText {
       if (text.find_first_not_of(std::string(kHexDigits).append(kBlanks)) !=
               std::string_view::npos &&
           !hasColumns) {
-        return false;  // the word may well not be hexadecimal
+        return false;  // the word need not be hexadecimal
       }
       throw malformedWrapper(std::string(kWhat) + ": an odd number of digits", offsetOf(pairs));
     }
@@ -114,7 +114,7 @@ class HexText {
     return true;
   }
 
-  // 0x00, 0x03: inside of braces, if there are any.
+  // 0x00, 0x03: inside braces, if there are any.
   std::optional<std::string> array(std::size_t brace) {
     const std::size_t begin = brace == std::string_view::npos ? 0 : brace + 1;
     const std::size_t end = brace == std::string_view::npos ? text.size() : text.find('}', begin);
@@ -150,7 +150,7 @@ class HexText {
   std::string found;
   bool hasColumns = false;
   bool isRepeated = false;
-  std::size_t lastRow = 0;  // where the bytes of the last line begin
+  std::size_t lastRow = 0;  // offset of the bytes of the last line
 };
 
 }  // namespace

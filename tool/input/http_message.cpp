@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/unwrap_test.cpp.
+// Tested by tests/tool/unwrap_test.cpp.
 #include "tool/input/wrappers.h"
 
 #include <algorithm>
@@ -24,7 +24,8 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
 }
 
-// The line at `at`, without its end; `at` goes to the next one. Nothing: it has no end.
+// Returns the line at `at` without its end and moves `at` to the next line. Returns nothing if the
+// line has no end.
 std::optional<std::string_view> takeLine(std::string_view text, std::size_t& at) {
   const std::size_t end = text.find('\n', at);
   if (end == std::string_view::npos) return std::nullopt;
@@ -70,7 +71,7 @@ class Message {
   }
 
  private:
-  // Of all fields only those that say how the body was sent are kept.
+  // A header field; only those about length and encoding are kept.
   struct Field {
     std::string text;
     std::size_t offset = 0;
@@ -112,7 +113,7 @@ class Message {
     if (!length.isThere) length = {std::string(value), offset, true};
   }
 
-  // A field that comes twice is one list.
+  // A repeated field is one list.
   static void addTo(Field& field, std::string_view value, std::size_t offset) {
     if (!field.isThere) field.offset = offset;
     if (!field.text.empty() && !value.empty()) field.text += ", ";
@@ -120,7 +121,7 @@ class Message {
     field.isThere = true;
   }
 
-  // All that follows.
+  // The rest of the bytes.
   std::string rest() {
     std::string bytes = limited(text.substr(at));
     at = text.size();
@@ -129,7 +130,7 @@ class Message {
 
   std::string unframed() {
     const std::string_view following = text.substr(at);
-    // A tool that shows a body decoded leaves the fields that say how it was sent.
+    // Tools that show a decoded body often keep the header fields of the encoded one.
     if (isChunked() && !following.empty() && hexDigits(following) > 0) {
       refuseLengthOfChunks();
       return unchunked();
@@ -146,7 +147,7 @@ class Message {
     return bytes;
   }
 
-  // Receivers differ in which of the two they believe.
+  // Receivers differ in which length they use.
   void refuseLengthOfChunks() const {
     if (!length.isThere) return;
     throw malformedWrapper(std::string(kName) + ": two lengths: Content-Length is " +
@@ -160,8 +161,8 @@ class Message {
     return std::min(some.find_first_not_of(kHexDigits), some.size());
   }
 
-  // Each chunk: its length in hexadecimal, extensions, a line end, the bytes, a line end. The empty
-  // one is the last.
+  // Each chunk: length in hexadecimal, extensions, line end, bytes, line end. The last chunk is
+  // empty.
   std::string unchunked() {
     std::string body;
     for (;;) {
@@ -186,8 +187,8 @@ class Message {
     }
   }
 
-  // Fields after the last chunk, which nothing here needs, and the empty line after them. Where
-  // that is missing, what is no field does not belong to the message.
+  // Skips the fields after the last chunk and the empty line after them. If that line is missing,
+  // the message ends before the first line that is not a field.
   void skipTrailer() {
     for (;;) {
       std::size_t next = at;
@@ -212,7 +213,7 @@ class Message {
     if (name == "gzip" || name == "x-gzip") {
       return inflated(bytes, Compression::gzip, "gzip body of the HTTP message", maxBytes);
     }
-    if (name == "deflate") {  // some senders leave the head of zlib out
+    if (name == "deflate") {  // some senders omit the zlib header
       return inflated(bytes, isZlib(bytes) ? Compression::zlib : Compression::deflate,
                       "deflate body of the HTTP message", maxBytes);
     }

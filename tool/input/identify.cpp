@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/identify_test.cpp and tests/tool_bytes_test.cpp.
+// Tested by tests/tool/identify_test.cpp and tests/tool/bytes_test.cpp.
 #include "tool/input/identify.h"
 
 #include <algorithm>
@@ -41,29 +41,28 @@ Identity decodable(const char* kind, std::string verdict, std::string options) {
   return identity;
 }
 
-// A dump shows every byte: those that are read as fields, the others as they are.
+// A dump shows every byte, also those that are not read as fields.
 Identity dumpable(const char* kind, std::string verdict, std::string options) {
   Identity identity = decodable(kind, std::move(verdict), std::move(options));
   identity.command = "dump --full";
   return identity;
 }
 
-// For what this dialect does not read, or reads otherwise.
+// For bytes that this dialect does not read, or reads in another way.
 Identity exportable(const char* kind, std::string verdict) {
   Identity identity = known(kind, std::move(verdict));
   identity.command = "export";
   return identity;
 }
 
-// Adds that the published format reads it all.
+// Adds that the published format reads all of it.
 Identity nowExportable(const Identity& refused) {
   return exportable(refused.kind, refused.verdict + "; the published format reads it");
 }
 
 // ---- Packets
 
-// The first name or URI: whether somebody can have written it shows whether this is a packet at
-// all.
+// Finds the first name or URI. If it is not plain text, the bytes are probably no packet.
 class FirstNameFinder : public AMFVerifyVisitor {
  public:
   explicit FirstNameFinder(std::string_view source) : bytes(source) {}
@@ -102,8 +101,8 @@ std::optional<Identity> wholePacket(std::string_view bytes, const AMFVerifyLimit
                                   " otherwise than the published format");
 }
 
-// Read to its end, with bytes after it. They may belong to it: the published formats read some
-// values further than this dialect does.
+// A packet with bytes after it. They may belong to it: the published formats read some values
+// further than this dialect.
 Identity packetAndMore(std::string_view bytes, const AMFVerifyResult& checked,
                        const AMFVerifyLimits& limits) {
   const std::string_view rest = bytes.substr(checked.consumed);
@@ -126,7 +125,7 @@ Identity refusedPacket(const AMFVerifyResult& checked) {
   return known("refused packet", "AMF packet, over a limit: " + where);
 }
 
-// Not read from its first byte to its last, but enough of it to be one.
+// A packet that is not read completely, but enough to be recognised.
 std::optional<Identity> almostPacket(std::string_view bytes, const AMFVerifyLimits& limits) {
   if (!hasPacketVersion(bytes) || !isPlainText(nameIn(bytes, limits))) return std::nullopt;
   const AMFVerifyResult checked = verifyForm(bytes, Form::packet, limits);
@@ -150,7 +149,7 @@ std::optional<Identity> wholeValue(std::string_view bytes, Form form,
       optionFor(form));
 }
 
-// A call or script data: a name and what belongs to it, one AMF0 value behind the other.
+// A call or script data: a name and its arguments, as consecutive AMF0 values.
 std::optional<Identity> namedValues(std::string_view bytes, const AMFVerifyLimits& limits) {
   constexpr std::size_t kMost = 16;
   if (bytes[0] != 0x02) return std::nullopt;
@@ -167,14 +166,14 @@ std::optional<Identity> namedValues(std::string_view bytes, const AMFVerifyLimit
                   " --as amf0");
 }
 
-// What may follow the value of a container and says nothing: the end mark of an AMF0 object, which
-// some write behind an array too, and the byte behind each value of a shared object.
+// Bytes after the value of a container that mean nothing: the end mark of an AMF0 object, which
+// some writers add to an array too, and the byte after each value of a shared object.
 bool isEndMark(std::string_view bytes) {
   using namespace std::string_view_literals;
   return bytes == "\0"sv || bytes == "\0\0\x09"sv;
 }
 
-// AMF3 references in a container may lead to what stands in front of the value.
+// AMF3 references in a container may refer to bytes before the value.
 std::optional<Identity> inContainer(std::string_view bytes, const std::optional<Container>& found,
                                     const AMFVerifyLimits& limits) {
   if (!found) return std::nullopt;
@@ -200,9 +199,9 @@ std::optional<Identity> inContainer(std::string_view bytes, const std::optional<
   return decodable(found->kind, verdict, options);
 }
 
-// ---- Ruined bytes
+// ---- Mojibake
 
-// What the bytes were, and that they can be read again.
+// Identifies the original bytes, and the filter that restores them.
 std::optional<Identity> repaired(const std::optional<std::string>& before, const char* what,
                                  const char* filter, const AMFVerifyLimits& limits) {
   if (!before) return std::nullopt;
@@ -264,7 +263,7 @@ Identity unknown(std::string_view bytes) {
   return identity;
 }
 
-// What no wrapper is.
+// Identifies bytes that are not wrapped.
 std::optional<Identity> identifyBare(std::string_view bytes, const AMFVerifyLimits& limits) {
   if (bytes.empty()) {
     return known("empty", "empty: functions for text stop at a byte 00, with which packets begin");
@@ -282,7 +281,8 @@ std::optional<Identity> identifyBare(std::string_view bytes, const AMFVerifyLimi
 
 Identity identifyInside(std::string_view bytes, const AMFVerifyLimits& limits, std::size_t depth);
 
-// Digits and base64 are called so only if something is in them: a word is base64, too.
+// Digits and base64 are called wrappers only if their content is known, because any word can be
+// base64.
 std::optional<Identity> identifyWrapped(std::string_view bytes, const AMFVerifyLimits& limits,
                                         std::size_t depth) {
   const auto match = [&limits](std::string_view some) {
@@ -301,7 +301,7 @@ std::optional<Identity> identifyWrapped(std::string_view bytes, const AMFVerifyL
   if (found->trailing) outside += " (" + trailingBytesText(*found->trailing) + ")";
   inside.verdict = outside + " > " + inside.verdict;
   inside.wrappers.insert(inside.wrappers.begin(), found->name);
-  // A repair would have to come between the wrappers.
+  // A repair would be needed between the wrappers.
   if (!inside.filter.empty()) inside.command = nullptr;
   if (inside.options.find(" --unwrap") == std::string::npos) inside.options.insert(0, " --unwrap");
   return inside;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// amf2json identify: what the bytes of a file are.
+// Identifies the content of a file, for amf2json identify.
 #ifndef AMF2JSON_TOOL_INPUT_IDENTIFY_H
 #define AMF2JSON_TOOL_INPUT_IDENTIFY_H
 
@@ -12,19 +12,20 @@
 
 struct Identity {
   bool isKnown = false;
-  const char* kind = "unknown";            // a word for machines; docs/json.md lists them
+  const char* kind = "unknown";            // a fixed word for programs, listed in docs/json.md
   std::string verdict = {};                // "gzip > AMF packet: version 3, 1 message, 54 bytes"
-  std::vector<const char*> wrappers = {};  // around it, the outermost first
+  std::vector<const char*> wrappers = {};  // the outermost first
   const char* command = nullptr;           // "decode" or "dump --full"; null: there is none
-  std::string options = {};                // that it needs for these bytes, " --unwrap"
-  std::string filter = {};                 // what repairs the bytes in front of it; or empty
+  std::string options = {};                // of the command, for example " --unwrap"
+  std::string filter = {};  // a shell filter that repairs the bytes first; may be empty
 };
 
-// By looking inside: a packet or value is called one when the library can read all of it.
+// Looks at the content: bytes are called a packet or value only if the library can read all of
+// them.
 Identity identify(std::string_view bytes, const AMFVerifyLimits& limits);
 
-// The command that shows all of what was identified in `file`, or all that can be shown and how
-// much remains; empty if there is none.
+// The command that shows all of the file, or as much as can be shown and how much remains. Empty if
+// there is none.
 std::string commandFor(const Identity& identity, const std::string& file);
 
 #endif  // AMF2JSON_TOOL_INPUT_IDENTIFY_H

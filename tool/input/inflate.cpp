@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/unwrap_test.cpp.
+// Tested by tests/tool/unwrap_test.cpp.
 #include "tool/input/wrappers.h"
 
 #include <algorithm>
@@ -11,7 +11,7 @@ bool isGzip(std::string_view bytes) {
   return bytes.substr(0, 3) == "\x1F\x8B\x08";
 }
 
-// With the largest window, as everybody writes it: "x", and two bytes that 31 divides.
+// The usual zlib header: "x" for the largest window, and two bytes that are divisible by 31.
 bool isZlib(std::string_view bytes) {
   return bytes.size() >= 2 && bytes[0] == 0x78 &&
          (0x7800 + static_cast<unsigned char>(bytes[1])) % 31 == 0;
@@ -33,7 +33,7 @@ class Inflater {
   Inflater& operator=(const Inflater&) = delete;
   ~Inflater() { inflateEnd(&stream); }
 
-  // Appends one stream to `out`. False: it would get longer than `maxBytes` bytes.
+  // Decompresses one stream and appends it to `out`. False if it would be longer than `maxBytes`.
   bool run(const std::string& name, std::size_t maxBytes, std::string& out) {
     constexpr std::size_t kBlock = 65536;
     for (int status = Z_OK; status != Z_STREAM_END;) {
@@ -72,7 +72,7 @@ class Inflater {
   z_stream stream{};
 };
 
-// Blocks of zeros fill tapes and disks.
+// Zeros that fill the blocks of tapes and disks.
 bool isPadding(std::string_view bytes) {
   return bytes.find_first_not_of('\0') == std::string_view::npos;
 }

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kBlock = 65536;
 
-// `size` is empty where it is not known.
+// `size` is empty if it is not known.
 Problem tooLarge(const std::string& file, const std::string& size, std::size_t limit,
                  const char* option) {
   const bool isPacket = std::string_view(option) == "--max-packet-bytes";
@@ -25,8 +25,8 @@ Problem tooLarge(const std::string& file, const std::string& size, std::size_t l
   return problem;
 }
 
-// Begins with room for `first` bytes; more than `limit` are not read, but for the one that shows
-// it.
+// Starts with a buffer of `first` bytes. Reads at most one byte more than `limit`, which shows that
+// the limit is exceeded.
 std::string readAll(int descriptor, const std::string& file, std::size_t first, std::size_t limit,
                     const char* option) {
   const std::size_t maxBytes = limit < std::string().max_size() ? limit + 1 : limit;
@@ -51,7 +51,7 @@ std::string readOpen(int descriptor, const std::string& file, std::size_t limit,
   if (!status.isRegular || status.size == 0)
     return readAll(descriptor, file, kBlock, limit, option);
   if (status.size > limit) throw tooLarge(file, std::to_string(status.size), limit, option);
-  // The byte more shows the end.
+  // The additional byte shows the end of the file.
   return readAll(descriptor, file, static_cast<std::size_t>(status.size) + 1, limit, option);
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Files and lines that are read.
+// Reads files and lines.
 #ifndef AMF2JSON_TOOL_INPUT_INPUT_H
 #define AMF2JSON_TOOL_INPUT_INPUT_H
 
@@ -10,13 +10,14 @@
 #include <string_view>
 #include <utility>
 
-// All bytes of `file`, "-" being standard input. Of a regular file above `limit` bytes none is
-// read; of anything else not more than one byte beyond. Throws Problem,
-// which names `option` for the limit.
+// Reads a whole file, "-" for standard input. A regular file larger than `limit` is not read at
+// all; of other files at most one byte more than `limit` is read. Throws Problem, which names
+// `option` for the limit.
 std::string readInput(const std::string& file, std::size_t limit,
                       const char* option = "--max-packet-bytes");
 
-// The lines of a descriptor. One of more than `maxBytes` bytes is handed over without its text.
+// Reads the lines of a descriptor. A line of more than `maxBytes` bytes is passed on without its
+// text.
 class LineReader {
  public:
   LineReader(int source, std::string sourceName, std::size_t limit)
@@ -24,7 +25,7 @@ class LineReader {
 
   using Take = std::function<void(std::string_view line, bool isTooLong)>;
 
-  // `wait` is called before each read, as it may have to wait. Throws Problem.
+  // Calls `wait` before each read, which may block. Throws Problem.
   void consumeAll(const Take& take, const std::function<void()>& wait);
 
  private:
@@ -36,8 +37,8 @@ class LineReader {
   const std::string name;
   const std::size_t maxBytes;
   std::string buffered;
-  std::size_t searched = 0;  // of it, without a line feed
-  bool isCut = false;        // the beginning of the line was dropped
+  std::size_t searched = 0;  // length of its start without a line feed
+  bool isCut = false;        // the start of a long line was dropped
 };
 
 #endif  // AMF2JSON_TOOL_INPUT_INPUT_H

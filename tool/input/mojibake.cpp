@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/identify_test.cpp.
+// Tested by tests/tool/identify_test.cpp.
 #include "tool/input/mojibake.h"
 
 std::optional<std::string> undoUTF8Encoding(std::string_view bytes) {

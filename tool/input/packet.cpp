@@ -41,7 +41,7 @@ std::string messageOf(const AMFVerifyResult& checked, const AMFVerifyLimits& lim
   }
 }
 
-// Problems of wrappers, as those of the file.
+// Adds the file name to problems of wrappers.
 Unwrapped unwrapFile(const std::string& file, std::string bytes, const Options& options) {
   try {
     return unwrap(std::move(bytes), options.limits.maxPacketBytes,
@@ -52,7 +52,7 @@ Unwrapped unwrapFile(const std::string& file, std::string bytes, const Options& 
   }
 }
 
-// The problem at `offset` of the packet's bytes.
+// Adds the place `offset` of the packet to the problem.
 void locate(Problem& problem, const Packet& packet, std::size_t offset) {
   problem.message += packet.wrapperText;
   problem.file = packet.file;
@@ -67,7 +67,8 @@ AMFWireForm publishedForm(Form form) {
                               : AMFWireForm::amf3;
 }
 
-// What to type where the published format reads what this dialect does not; empty if it does not.
+// The command to run if the published format reads the packet and this dialect does not; else
+// empty.
 std::string exportHint(const Packet& packet) {
   if (packet.skipped != 0 || !readsAsPublished(packet.payload(), publishedForm(packet.form)))
     return "";
@@ -105,7 +106,7 @@ Problem refusalOf(const Packet& packet, const AMFVerifyLimits& limits) {
   problem.section = sectionName(packet);
   locate(problem, packet, checked.offset);
   const bool isRefused =
-      problem.exitCode == kTruncated || problem.exitCode == kMalformed;  // not by a limit
+      problem.exitCode == kTruncated || problem.exitCode == kMalformed;  // not because of a limit
   if (isRefused) problem.hint = exportHint(packet);
   for (const Problem& warning : packet.trailingWarnings) problem.message += "; " + warning.message;
   return problem;
@@ -151,7 +152,7 @@ std::string sectionName(const Packet& packet) {
   if (packet.form != Form::packet) return nameOfValue(packet.form);
   const std::uint32_t section = packet.checked.section;
   if (section == AMFVerifyResult::kEnvelope) return "envelope";
-  // Bytes 2 and 3, which were read if a section was: how many headers there are.
+  // Bytes 2 and 3 are the number of headers. They were read if a section was.
   const auto byteAt = [&packet](std::size_t i) {
     return static_cast<std::uint32_t>(static_cast<unsigned char>(packet.bytes[i]));
   };

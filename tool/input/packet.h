@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// One packet, from the file to the tree, past the check of untrusted bytes. A value without a
-// packet is put into an envelope first; problems tell offsets of the file, or of what was unwrapped
+// Reads a packet from a file, checks it and decodes it. A value without a packet is put into an
+// envelope first. Offsets in problems count from the start of the file, or of the bytes unwrapped
 // from it.
 #ifndef AMF2JSON_TOOL_INPUT_PACKET_H
 #define AMF2JSON_TOOL_INPUT_PACKET_H
@@ -20,36 +20,37 @@
 struct Packet {
   std::string file;
   std::string bytes;
-  AMFVerifyResult checked;  // counts in `bytes`
+  AMFVerifyResult checked;  // offsets count in `bytes`
   Form form = Form::packet;
-  std::size_t skipped = 0;                 // bytes that were left out in front
-  std::string wrapperText = {};            // ", in what gzip holds"; empty: nothing was unwrapped
-  std::vector<const char*> wrappers = {};  // that were taken off
-  std::vector<Problem> trailingWarnings = {};  // warnings: what followed the wrappers
+  std::size_t skipped = 0;                     // bytes skipped at the start
+  std::string wrapperText = {};                // ", in what gzip holds"; may be empty
+  std::vector<const char*> wrappers = {};      // that were removed
+  std::vector<Problem> trailingWarnings = {};  // bytes after the wrappers
 
-  // Where the byte at `offset` of `bytes` stands for whoever has the file.
+  // The offset in the file for an offset in `bytes`.
   std::size_t fileOffset(std::size_t offset) const;
-  // `bytes` without the envelope that was made for a value.
+  // `bytes` without the envelope of a value.
   std::string_view payload() const {
     return std::string_view(bytes).substr(envelopeOf(form).size());
   }
 };
 
-// Reads and checks; a packet that is refused comes back like any other. Throws Problem when it
-// cannot be read or is too large.
+// Reads and checks a packet. A refused packet is returned like any other. Throws Problem if the
+// file cannot be read or is too large.
 Packet readPacket(const std::string& file, const Options& options);
 
-// The problem of a packet that was refused.
+// Describes why a packet was refused.
 Problem refusalOf(const Packet& packet, const AMFVerifyLimits& limits);
 
-// The tree, owned by `protocol`: a fresh object for each packet. Throws refusalOf. The one place
-// where bytes meet the readers, which believe every length: nothing gets there unchecked.
+// Decodes the packet. The tree is owned by `protocol`, a new object for each packet. Throws
+// refusalOf(packet). The readers trust every length, so this is the only function that calls them,
+// and only for checked packets.
 void decodePacket(AMFProtocol& protocol, const Packet& packet, const AMFVerifyLimits& limits);
 
-// Adds a warning to the result of a sound packet for bytes that follow its last message or the
-// wrapper it came in, unless they are allowed.
+// Adds a warning to the result of a valid packet for bytes after its last message or after its
+// wrapper, unless they are allowed.
 void addTrailingWarning(FileResult& result, const Packet& packet, const Options& options);
-// Adds why a packet is refused, or what is left over behind a sound one.
+// Adds the refusal, or a warning about trailing bytes.
 void addVerdict(FileResult& result, const Packet& packet, const Options& options);
 
 // "header 0", "message 2", "envelope"; "AMF0 value", "AMF3 value".

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/identify_test.cpp and tests/tool_export_test.cpp.
+// Tested by tests/tool/identify_test.cpp and tests/tool/export_test.cpp.
 #include "tool/input/published_format.h"
 
 #include <string>
@@ -18,7 +18,7 @@ class TrailingLength : public AMFWireSink {
   std::size_t length = 0;
 };
 
-// Looks for what the dialect reads otherwise.
+// Finds what the dialect reads in another way.
 class Differences : public AMFWireSink {
  public:
   void beginSection(const AMFWireSection&) override {
@@ -53,8 +53,8 @@ class Differences : public AMFWireSink {
 
   bool isAmf3 = false;
   std::uint32_t begun = 0;
-  std::vector<std::uint32_t> open;   // numbers of values as they began
-  std::vector<std::uint32_t> ended;  // the same, in the order in which they ended
+  std::vector<std::uint32_t> open;   // values in the order in which they began
+  std::vector<std::uint32_t> ended;  // values in the order in which they ended
 };
 
 }  // namespace

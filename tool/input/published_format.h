@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What AMFWire makes of bytes. Where the program is built without it, nothing is ever read.
+// What AMFWire reads. In builds without AMFWire it reads nothing.
 #ifndef AMF2JSON_TOOL_INPUT_PUBLISHED_FORMAT_H
 #define AMF2JSON_TOOL_INPUT_PUBLISHED_FORMAT_H
 
@@ -10,18 +10,20 @@
 
 #include "tool/input/unwrap.h"
 
-// Wanted are bytes that AMFWire reads, as matchForm() for the dialect. `options` must outlive it.
+// Matches bytes that AMFWire reads, as matchForm() does for the dialect. `options` must outlive the
+// matcher.
 Matcher matchPublished(const AMFWireReadOptions& options);
 
-// Whether AMFWire reads bytes of this form to the last one.
+// Whether AMFWire reads all of these bytes.
 bool readsAsPublished(std::string_view bytes, AMFWireForm form);
 
-// Whether a text is a document that AMFWire writes as bytes.
+// Whether a text is a document of amf2json export.
 bool isExportDocument(std::string_view text);
 
-// What of a packet that both read the dialect reads as something else: "AMF0 references"; null
-// where nothing was found. References count from where objects begin, here from where they end; an
-// AMF3 integer of four bytes differs in its last byte.
+// What the dialect reads in another way than the published format, in a packet that both read:
+// "AMF0 references"; null if nothing. References are numbered by the start of objects in the
+// published format and by their end in the dialect. AMF3 integers of four bytes differ in the last
+// byte.
 const char* dialectDifference(std::string_view packet);
 
 #endif  // AMF2JSON_TOOL_INPUT_PUBLISHED_FORMAT_H

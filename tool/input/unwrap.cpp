@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/unwrap_test.cpp.
+// Tested by tests/tool/unwrap_test.cpp.
 #include "tool/input/unwrap.h"
 
 #include <algorithm>
@@ -18,7 +18,8 @@ bool isTextByte(char byte) {
   return value >= 0x20 ? value != 0x7F : value >= 0x09 && value <= 0x0D;
 }
 
-// Digits may be those of both: then whichever holds what is wanted, else hexadecimal.
+// Digits may be both hexadecimal and base64. The one whose content matches is used, else
+// hexadecimal.
 std::optional<UnwrappedLayer> takeOffText(std::string_view text, std::size_t maxBytes,
                                           const Matcher& match) {
   auto hex = decodeHexText(text, maxBytes);
@@ -30,7 +31,7 @@ std::optional<UnwrappedLayer> takeOffText(std::string_view text, std::size_t max
   return std::nullopt;
 }
 
-// The body of a message, and what follows the message.
+// The body of a message, and the bytes after the message.
 UnwrappedLayer fromMessage(HTTPBody body, std::string_view bytes) {
   UnwrappedLayer wrapped{"HTTP message", std::move(body.bytes)};
   const std::string_view rest = bytes.substr(body.end);
@@ -39,7 +40,7 @@ UnwrappedLayer fromMessage(HTTPBody body, std::string_view bytes) {
   return wrapped;
 }
 
-// A warning about what follows the wrapper around `bytes`.
+// A warning about bytes after the wrapper around `bytes`.
 Problem trailingBytesProblem(const TrailingBytes& trailing, const Unwrapped& around) {
   Problem problem = wrapperProblem(kTrailingBytes, "left over",
                                    trailingBytesText(trailing) + insideWrappers(around.wrappers),

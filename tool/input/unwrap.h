@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// amf2json --unwrap: takes off what packets are sent and pasted in.
+// Removes the wrappers that packets are sent or pasted in, for --unwrap.
 #ifndef AMF2JSON_TOOL_INPUT_UNWRAP_H
 #define AMF2JSON_TOOL_INPUT_UNWRAP_H
 
@@ -14,21 +14,21 @@
 #include "tool/input/form.h"
 #include "tool/problem.h"
 
-// Whether these bytes are what is looked for, so that nothing is to be taken off; or would do if
-// there is nothing to take off.
+// Whether bytes are what the caller wants: `yes` stops unwrapping, `weak` is accepted if there is
+// no further wrapper.
 enum class Match { no, weak, yes };
 using Matcher = std::function<Match(std::string_view)>;
 
-// Wanted are bytes of this form. A value of typed characters with others behind it may be a wrapper
-// as well: a tab in front of digits is an AMF0 end mark. With `skip` bytes in front of them nothing
-// is wanted: a wrapper would soon be taken for a value. `limits` must outlive it.
+// Matches bytes of this form. A value that is plain text and has trailing bytes is a weak match,
+// because it may be a wrapper: a tab before digits is an AMF0 end mark. With `skip` nothing
+// matches, because the rest of a wrapper may look like a value. `limits` must outlive the matcher.
 Matcher matchForm(Form form, std::size_t skip, const AMFVerifyLimits& limits);
 
-// What follows a wrapper in the same bytes, and belongs to nothing.
+// Bytes that follow a wrapper.
 struct TrailingBytes {
   std::size_t offset;
   std::size_t length;
-  bool isMessage;  // it begins as another HTTP message does
+  bool isMessage;  // they begin like another HTTP message
 };
 
 struct UnwrappedLayer {
@@ -37,19 +37,19 @@ struct UnwrappedLayer {
   std::optional<TrailingBytes> trailing = {};
 };
 
-// The outermost wrapper and what is in it; nothing if there is none. Throws Problem for one that is
-// broken or too large, its offset in `bytes`.
+// Removes the outermost wrapper. Returns nothing if there is none. Throws Problem, with its offset
+// in `bytes`, if the wrapper is malformed or its content too large.
 std::optional<UnwrappedLayer> unwrapOnce(std::string_view bytes, std::size_t maxBytes,
                                          const Matcher& match);
 
 struct Unwrapped {
   std::string bytes;
-  std::vector<const char*> wrappers;           // that were taken off, the outermost first
-  std::vector<Problem> trailingWarnings = {};  // warnings, offsets in the bytes of that wrapper
+  std::vector<const char*> wrappers;           // that were removed, the outermost first
+  std::vector<Problem> trailingWarnings = {};  // offsets count in the bytes of the wrapper
 };
 
-// Wrapper by wrapper, down to what is wanted or to what is no wrapper. Throws Problem as above, its
-// message naming the wrappers outside of it; and for text that is no wrapper.
+// Removes wrappers until the bytes match or there is no wrapper. Throws Problem as above, with the
+// outer wrappers in its message, and for text that is not a wrapper.
 Unwrapped unwrap(std::string bytes, std::size_t maxBytes, const Matcher& match);
 
 // "12 bytes left over after the body of the HTTP message: another HTTP message"
@@ -58,7 +58,7 @@ std::string trailingBytesText(const TrailingBytes& trailing);
 // " in what hexadecimal text > gzip holds"; empty for none.
 std::string insideWrappers(const std::vector<const char*>& wrappers);
 
-// Bytes that somebody can have typed: no control bytes but blanks and line ends.
+// Whether all bytes are text: no control characters but blanks and line ends. False for no bytes.
 bool isPlainText(std::string_view bytes);
 
 #endif  // AMF2JSON_TOOL_INPUT_UNWRAP_H

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What packets are sent and pasted in, one kind of wrapper each; unwrap.h chooses among them.
+// The kinds of wrappers. unwrap.h chooses among them.
 #ifndef AMF2JSON_TOOL_INPUT_WRAPPERS_H
 #define AMF2JSON_TOOL_INPUT_WRAPPERS_H
 
@@ -28,7 +28,7 @@ inline Problem truncatedWrapper(const std::string& message, std::size_t offset) 
   return wrapperProblem(kTruncated, "truncated wrapper", message, offset);
 }
 
-// What comes out would be more than `maxBytes` bytes.
+// The content would have more than `maxBytes` bytes.
 inline Problem unwrappedTooLarge(const std::string& wrapper, std::size_t maxBytes,
                                  std::size_t offset) {
   return wrapperProblem(kOverLimit, "packet too large",
@@ -41,46 +41,47 @@ inline Problem unwrappedTooLarge(const std::string& wrapper, std::size_t maxByte
 
 enum class Compression { gzip, zlib, deflate };
 
-// By their first bytes.
+// By the first bytes.
 bool isGzip(std::string_view bytes);
 bool isZlib(std::string_view bytes);
 
-// What `bytes` hold; `name` names them in messages. Throws Problem: broken, cut, more than `maxBytes`
-// bytes (found before they take memory), built without zlib.
+// Decompresses `bytes`; `name` names them in messages. Throws Problem if they are malformed or
+// truncated, if the content has more than `maxBytes` bytes (before they are allocated), or in
+// builds without zlib.
 std::string inflated(std::string_view bytes, Compression form, const std::string& name,
                      std::size_t maxBytes);
 
 // ---- HTTP messages
 
-// The start line and the fields of a message, to the empty line after them.
+// The limit for the start line and the header fields.
 constexpr std::size_t kMaxHeadBytes = 1 << 20;
 
 struct HTTPBody {
   std::string bytes;
-  std::size_t end;  // of the message: what follows belongs to no body
+  std::size_t end;  // end of the message
 };
 
-// The body of an HTTP/1 request or response, its framing and content codings taken off; of an
-// interim response (1xx), what follows it. Nothing: it is no HTTP message. Throws Problem for one
-// that is broken or cut, or whose lengths contradict one another, for a head of more than
-// kMaxHeadBytes, and for more than `maxBytes` bytes.
+// The body of an HTTP/1 request or response, after removing framing and content codings; for an
+// interim response (1xx), the bytes after it. Returns nothing if it is no HTTP message. Throws
+// Problem if it is malformed or truncated, if its lengths contradict one another, if its head is
+// longer than kMaxHeadBytes, or if the body has more than `maxBytes` bytes.
 std::optional<HTTPBody> decodeHTTPMessage(std::string_view message, std::size_t maxBytes);
 
-// Whether it begins with the first line of a request or response.
+// Whether the bytes begin with the first line of a request or response.
 bool beginsHTTPMessage(std::string_view bytes);
 
 // ---- Hexadecimal text
 
-// The bytes that a hexadecimal text spells: digits in pairs, blanks and "#" comments between them;
-// the columns of xxd, hexdump -C and the like; a C array. Nothing: it is no such text. Throws
-// Problem for one that is broken, or spells more than `maxBytes` bytes.
+// Decodes hexadecimal text: pairs of digits with blanks and "#" comments between them, the columns
+// of xxd, hexdump -C and similar tools, or a C array. Returns nothing if it is no such text. Throws
+// Problem if it is malformed or has more than `maxBytes` bytes.
 std::optional<std::string> decodeHexText(std::string_view text, std::size_t maxBytes);
 
 // ---- base64 text
 
-// The bytes that a base64 text spells: of both alphabets, with or without "=" at its end, in lines,
-// as a data URI. Nothing: it is no such text. Throws Problem for a data URI that is broken, and for
-// more than `maxBytes` bytes.
+// Decodes base64 text: either alphabet, with or without padding, in lines, or as a data URI.
+// Returns nothing if it is no such text. Throws Problem for a malformed data URI, and for more than
+// `maxBytes` bytes.
 std::optional<std::string> decodeBase64Text(std::string_view text, std::size_t maxBytes);
 
 #endif  // AMF2JSON_TOOL_INPUT_WRAPPERS_H

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/tool_files_test.cpp.
+// Tested by tests/tool/files_test.cpp.
 #include "tool/output/destination.h"
 
 #include "tool/output/write.h"
@@ -9,7 +9,8 @@
 
 namespace {
 
-// Standard output has many names, and what it leads to may have a name as well.
+// Whether a name leads to standard output: /dev/stdout, /proc/self/fd/1, or the file that it was
+// redirected to.
 bool isStandardOutput(const platform::Status& status) {
   return status.exists && platform::isWritable(platform::kOutput) &&
          status.identity == platform::statusOf(platform::kOutput).identity;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Where -o leads: to a descriptor, a file, or a folder.
+// The destination that -o names: a stream, a file, or a directory.
 #ifndef AMF2JSON_TOOL_OUTPUT_DESTINATION_H
 #define AMF2JSON_TOOL_OUTPUT_DESTINATION_H
 
@@ -12,18 +12,18 @@
 
 class Destination {
  public:
-  // Opens devices. Throws Problem where that fails.
+  // Opens devices. Throws Problem if that fails.
   explicit Destination(const Options& options);
 
   enum class Kind { stream, file, folder };
   Kind kind() const { return is; }
-  // Of a file, the target of a link; of a folder.
+  // The file (the target of a link) or the directory.
   const std::string& path() const { return target; }
 
-  // Of a stream. A named pipe is opened by the first writing, as that waits for a reader.
+  // For streams. A named pipe is opened by the first write(), because opening waits for a reader.
   bool isTerminal() const;
-  int descriptor() const { return number; }  // -1: not opened yet
-  // Throws as writeTo.
+  int descriptor() const { return number; }  // -1: not open yet
+  // Throws like writeTo().
   void write(std::string_view text);
 
  private:
@@ -33,7 +33,7 @@ class Destination {
   std::string name;  // for messages
   std::string target;
   int number = -1;
-  Descriptor opened;  // not what the program was started with
+  Descriptor opened;  // opened by this object; standard output is not
 };
 
 #endif  // AMF2JSON_TOOL_OUTPUT_DESTINATION_H

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/tool_files_test.cpp.
+// Tested by tests/tool/files_test.cpp.
 #include "tool/output/overwrite_check.h"
 
 #include <algorithm>
@@ -17,7 +17,7 @@ namespace {
 using platform::FileIdentity;
 using platform::Status;
 
-// The regular files that are read, and how they were named.
+// The inputs that are regular files, with the names that the user gave.
 using InputFiles = std::map<FileIdentity, std::string>;
 
 InputFiles inputFilesOf(const Options& options) {
@@ -49,7 +49,7 @@ void refuseSameNames(const std::vector<std::string>& results, const Options& opt
   }
 }
 
-// Without --force whatever has the name is in the way; with it, all but a regular file.
+// Without --force nothing is replaced, with it only regular files.
 void refuseExisting(const Status& status, const std::string& target, bool force) {
   if (!status.exists) return;
   if (!force) throw notReplacedProblem(target, "the file exists; --force replaces it");
@@ -77,8 +77,8 @@ bool isASCII(const std::string& name) {
   return std::all_of(name.begin(), name.end(), [](char c) { return (c & 0x80) == 0; });
 }
 
-// Whether some of these differ only in ways that some file systems ignore: the case, and whatever
-// may be the case or the spelling of other characters.
+// Whether some names may be the same to a file system: names that differ only in case, and all
+// names that are not ASCII.
 bool mayCollide(const std::vector<std::string>& names) {
   std::set<std::string> lower;
   for (const std::string& name : names) {
@@ -87,7 +87,8 @@ bool mayCollide(const std::vector<std::string>& names) {
   return false;
 }
 
-// Empty files in a folder of their own: removed at the end of the scope.
+// Creates empty files in a temporary directory, to see which names collide. Removed at the end of
+// the scope.
 class ProbeFolder {
  public:
   explicit ProbeFolder(const std::string& folder) {
@@ -99,7 +100,7 @@ class ProbeFolder {
     for (const std::string& file : made) std::remove(file.c_str());
     platform::removeFolder(own);
   }
-  // False where another one has the name already.
+  // False if the name collides with another.
   bool add(const std::string& name) {
     const std::string file = own + '/' + name;
     const Descriptor opened(platform::createNew(file));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What is looked at before the first byte is written: that no input is overwritten, no result by
-// another one, and nothing that nobody named.
+// Checks before the first byte is written: no input is overwritten, no result overwrites another,
+// and no existing file is overwritten by accident.
 #ifndef AMF2JSON_TOOL_OUTPUT_OVERWRITE_CHECK_H
 #define AMF2JSON_TOOL_OUTPUT_OVERWRITE_CHECK_H
 
@@ -10,12 +10,12 @@
 
 #include "tool/options.h"
 
-// For `file`, which the user named: it is replaced, but no input, and no read-only file unless
-// --force is given. Throws Problem.
+// For an output file that the user named: it is replaced, unless it is an input, or read-only
+// without --force. Throws Problem.
 void checkFile(const std::string& file, const Options& options);
 
-// The same for result files in `folder`, which is made if it is missing: of each input one, in that
-// order. A file that is there is replaced only with --force. Throws Problem.
+// For the results in a directory, one for each input, in the order of the inputs. Creates the
+// directory. Existing files are replaced only with --force. Throws Problem.
 void checkFolder(const std::string& folder, const std::vector<std::string>& results,
                  const Options& options);
 

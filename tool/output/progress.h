@@ -5,8 +5,8 @@
 #include <chrono>
 #include <cstddef>
 
-// "123 of 4000 files" on standard error, while work takes long and somebody looks: only where
-// standard error is a terminal that standard output does not go to as well.
+// Shows "123 of 4000 files" on standard error if work takes long. Only if standard error is a
+// terminal and standard output is not the same terminal.
 class Progress {
  public:
   Progress(std::size_t files, bool outputElsewhere);
@@ -15,7 +15,7 @@ class Progress {
   ~Progress() { clear(); }
 
   void step();
-  void clear();  // makes the line empty, for other text
+  void clear();  // erases the line before other output
 
  private:
   using Clock = std::chrono::steady_clock;

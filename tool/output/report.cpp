@@ -47,7 +47,7 @@ std::string hexOf(const std::string& bytes) {
   return text;
 }
 
-// JSON texts are UTF-8, file names need not be: those are told in hexadecimal as well.
+// JSON is UTF-8, but file names need not be: their bytes are added in hexadecimal.
 std::string inJSON(const Problem& problem) {
   JsonLine line;
   line.set("file", nullptr);

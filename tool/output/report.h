@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The one place that words problems and writes them to standard error.
+// Formats problems and writes them to standard error.
 #ifndef AMF2JSON_TOOL_OUTPUT_REPORT_H
 #define AMF2JSON_TOOL_OUTPUT_REPORT_H
 
@@ -10,17 +10,17 @@
 #include "tool/problem.h"
 
 struct ReportStyle {
-  bool json = false;   // one JSON object a line
-  bool color = false;  // of the text form
+  bool json = false;   // one JSON object per line
+  bool color = false;  // colours in the text form
 };
 
-// The lines for a problem, each with its end:
+// Formats a problem, with a line feed at the end of each line:
 //   FILE:OFFSET: MESSAGE (SECTION)
 //       at 13: 00 02 2F | 31
-// or, where it is not about a place in a packet, "amf2json: FILE: MESSAGE". A place in a JSON text
-// is FILE:LINE:COLUMN, with its path for the section. A hint has a line of its own. Control
-// characters are made visible whether or not somebody looks at a terminal. In JSON a file name that
-// is not UTF-8 has U+FFFD in "file", and stands byte for byte in "file_bytes", in hexadecimal.
+// A problem without an offset is "amf2json: FILE: MESSAGE"; in a JSON text it is FILE:LINE:COLUMN
+// with the path in place of the section. A hint has its own line. Control characters are always
+// made visible. In JSON, a file name that is not UTF-8 has U+FFFD in "file", and its bytes in
+// hexadecimal in "file_bytes".
 std::string formatProblem(const Problem& problem, const ReportStyle& style);
 
 void report(const Problem& problem, const ReportStyle& style);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/tool_files_test.cpp.
+// Tested by tests/tool/files_test.cpp.
 #include "tool/output/result_writer.h"
 
 #include <algorithm>

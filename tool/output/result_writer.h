@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What becomes of the results: texts go to a stream or to files, problems are told. Texts for a
-// stream are joined as long as nothing has to be told between them; files in a folder are written
-// by the threads that made their texts.
+// Writes the results to a stream or to files, and reports the problems. Texts for a stream are
+// buffered until a problem must be reported between them. Files in a directory are written by the
+// threads that produced them.
 #ifndef AMF2JSON_TOOL_OUTPUT_RESULT_WRITER_H
 #define AMF2JSON_TOOL_OUTPUT_RESULT_WRITER_H
 
@@ -19,7 +19,7 @@
 #include "tool/output/write.h"
 #include "tool/port/platform.h"
 
-// How files in a folder are called, as in Command.
+// The names of results in a directory; see Command.
 struct ResultNames {
   const char* extension = "";
   const char* removedExtension = nullptr;
@@ -27,20 +27,21 @@ struct ResultNames {
 
 class ResultWriter {
  public:
-  // Throws Problem where an output would destroy what it must not,
-  // and where the output folder cannot be made: nothing was written then.
+  // Throws Problem, before anything is written, if an output would overwrite what it must not, or
+  // if the directory cannot be created.
   ResultWriter(const Options& chosen, const ResultNames& resultNames);
 
-  // For results that are no texts. Throws Problem.
+  // For binary results. Throws Problem if the destination is a terminal.
   void refuseTerminal() const;
 
-  // What can be done before the result's turn comes. On any thread, several at once.
+  // Writes the result if it goes to a file in a directory. May be called by several threads at
+  // once.
   void prepare(const std::string& file, FileResult& result);
-  // The result for a file, or the problem that stood in its way. Throws ClosedPipe, and Problem
-  // when a stream cannot be written. Here and below, on one thread.
+  // Takes the result for a file, or the problem that prevented it. Throws ClosedPipe, and Problem
+  // if a stream cannot be written. This function and those below are called by one thread.
   void take(const std::string& file, const FileResult& result,
             const std::optional<Problem>& problem);
-  // Writes what was joined. Throws as take.
+  // Writes the buffered text. Throws like take().
   void flush();
 
   ExitCode worstSoFar() const { return worstCode; }
@@ -59,7 +60,7 @@ class ResultWriter {
   const ReportStyle reportStyle;
   Progress progress;
   std::string buffered;       // texts for a stream
-  FairSharedMutex fileMutex;  // files, where a signal must find none half-written
+  FairSharedMutex fileMutex;  // held while a file is written; signals wait for it
   std::optional<platform::DeferredSignals> signals;
   ExitCode worstCode = kDone;
 };

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/tool_terminal_test.cpp.
+// Tested by tests/tool/terminal_test.cpp.
 #include "tool/output/style.h"
 
 #include <algorithm>
@@ -58,7 +58,7 @@ bool isLetter(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
 }
 
-// End of the string that begins at `begin`: behind the quote that closes it.
+// The end of the string that begins at `begin`, after the closing quote.
 std::size_t endOfString(std::string_view text, std::size_t begin) {
   for (std::size_t i = begin + 1; i < text.size(); ++i) {
     if (text[i] == '\\') {
@@ -88,10 +88,10 @@ const char* colorOfWord(std::string_view word) {
   return word == "true" || word == "false" || word == "null" ? kWord : nullptr;
 }
 
-// Colours names, strings, numbers and words of a text in JSON or JavaScript: passes the text to
-// `put`, piece by piece, and in front of and behind pieces the codes of terminals to `putCode`.
+// Colours names, strings, numbers and words of JSON or JavaScript. Passes the text to `put` in
+// pieces, and the escape sequences around coloured pieces to `putCode`.
 void highlight(std::string_view text, const Sink& put, const Sink& putCode) {
-  std::size_t plain = 0;  // begin of what has no colour and was not put yet
+  std::size_t plain = 0;  // begin of the text that was not passed on yet
   for (std::size_t i = 0; i < text.size();) {
     std::size_t end = i + 1;
     const char* color = nullptr;
@@ -120,7 +120,7 @@ void highlight(std::string_view text, const Sink& put, const Sink& putCode) {
 
 namespace {
 
-// Joins pieces to larger ones.
+// Buffers small pieces.
 class PieceBuffer {
  public:
   explicit PieceBuffer(const Sink& next) : sink(next) {}
@@ -129,7 +129,7 @@ class PieceBuffer {
     if (piece.size() > kBlock) return sink(piece);
     joined += piece;
   }
-  // In blocks that end between two characters.
+  // Splits the text between two characters.
   void putPrintable(std::string_view text) {
     while (!text.empty()) {
       std::size_t length = std::min(text.size(), kBlock);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What depends on whether somebody looks at a terminal.
+// Colours and printable text: what depends on whether the output is a terminal.
 #ifndef AMF2JSON_TOOL_OUTPUT_STYLE_H
 #define AMF2JSON_TOOL_OUTPUT_STYLE_H
 
@@ -12,16 +12,17 @@
 
 ReportStyle reportStyle(const Options& options);
 
-// What is done to texts on their way out.
+// How texts are changed before they are written.
 struct TextStyle {
-  bool printable = false;  // no control byte of a packet gets to a terminal
+  bool printable = false;  // escape control characters of packets
   bool color = false;
 };
-// By what the bytes go to, however it was named.
+// Depends on the destination, not on the name the user gave it.
 TextStyle textStyle(const Options& options, const Destination& destination);
-// Bytes that are no text do harm to a terminal. Throws Problem (kUsage) for one, unless --force.
+// Binary output can damage a terminal. Throws Problem (kUsage) if the destination is a terminal,
+// unless --force is given.
 void refuseTerminal(const Destination& destination, const Options& options);
-// Passes the text on in pieces: no second one of its size is made.
+// Passes the text to `sink` in pieces, so that it is not copied as a whole.
 void writeStyled(const FileResult& result, const TextStyle& style, const Sink& sink);
 
 #endif  // AMF2JSON_TOOL_OUTPUT_STYLE_H

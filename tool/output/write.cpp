@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/tool_files_test.cpp.
+// Tested by tests/tool/files_test.cpp.
 #include "tool/output/write.h"
 
 #include <cerrno>
@@ -11,7 +11,7 @@
 
 namespace {
 
-// A file without its name until it is complete; removed unless it was renamed.
+// A temporary file; removed unless it was renamed.
 struct TemporaryFile {
   explicit TemporaryFile(const std::string& file)
       : opened(platform::createTemporaryFile(file, name)), isThere(opened.number >= 0) {}
@@ -26,7 +26,7 @@ struct TemporaryFile {
   bool isThere;
 };
 
-// A file that was there is given up only for one that is on the disk.
+// An existing file is replaced only by one that is on the disk.
 bool complete(TemporaryFile& temporary, const std::string& file, const platform::Status& old) {
   const int number = temporary.opened.number;
   if (!old.exists) {

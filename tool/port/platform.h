@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the program needs of the system beyond ISO C++, but for threads with a stack of a given size
-// (own_stack.h). posix.cpp or windows.cpp has it. Failures leave their reason in errno.
+// System calls that ISO C++ does not have. CMake builds posix.cpp or windows.cpp. Threads with a
+// given stack size are in stack_thread.h. Functions that fail set errno.
 #ifndef AMF2JSON_TOOL_PORT_PLATFORM_H
 #define AMF2JSON_TOOL_PORT_PLATFORM_H
 
@@ -11,8 +11,8 @@
 #include <shared_mutex>
 #include <string>
 
-// Work that several threads may do at once, until one wants to be sure that nobody is at it. Both
-// calls wait for their turn; it ends with what they return.
+// A shared mutex for which readers cannot starve a writer: while one waits for the exclusive lock,
+// later calls wait too. A lock ends with the returned object.
 class FairSharedMutex {
  public:
   std::shared_lock<std::shared_mutex> lockShared() {
@@ -25,7 +25,7 @@ class FairSharedMutex {
   }
 
  private:
-  std::mutex door;  // so that who wants to be alone is not passed by others for ever
+  std::mutex door;  // held while waiting, so that later calls cannot overtake
   std::shared_mutex inside;
 };
 
@@ -35,30 +35,31 @@ constexpr int kInput = 0;
 constexpr int kOutput = 1;
 constexpr int kErrors = 2;
 
-// Before anything is opened or written: standard descriptors that are closed stay taken, bytes pass
-// unchanged, closed pipes and files that may not grow show as failed writes.
+// Prepares the process; called before any file is opened or written. Closed standard descriptors
+// are opened on the null device, streams are binary, and a closed pipe or a file size limit becomes
+// a failed write instead of a signal.
 void prepareProcess();
-// No output depends on where it is made.
+// Sets the time zone to UTC, so that output does not depend on the machine.
 void useUTC();
-// Ends as a program ends that has nobody to write to, with `status` where there is no such way.
+// Ends the process by SIGPIPE, or with `status` on systems without that signal.
 [[noreturn]] void exitByClosedPipe(int status);
 
 bool isTerminal(int descriptor);
-// Whether it was opened for writing.
+// Whether the descriptor is open for writing.
 bool isWritable(int descriptor);
 bool isFolder(const std::string& path);
-// True as well when it was there.
+// Also true if the directory exists already.
 bool makeFolder(const std::string& path);
 
-// Descriptors, -1 for failures.
+// Return a descriptor, -1 for failure.
 int openToRead(const std::string& file);
 int openToWrite(const std::string& file);
 bool close(int descriptor);
-// Bytes read or written, 0 at the end of the input, -1 for failures.
+// Return the number of bytes, 0 at the end of the input, -1 for failure.
 std::ptrdiff_t read(int descriptor, char* bytes, std::size_t count);
 std::ptrdiff_t write(int descriptor, const char* bytes, std::size_t count);
 
-// Two names of one file have the same.
+// Identifies a file: equal for all names of the same file.
 struct FileIdentity {
   unsigned long long device = 0;
   unsigned long long file = 0;
@@ -70,7 +71,7 @@ inline bool operator==(const FileIdentity& a, const FileIdentity& b) {
   return a.device == b.device && a.file == b.file;
 }
 
-// What is there under a name; for a descriptor, what was opened.
+// The status of a file or of an open descriptor.
 struct Status {
   bool exists = false;
   bool isRegular = false;
@@ -83,52 +84,53 @@ struct Status {
 };
 Status statusOf(const std::string& file);
 Status statusOf(int descriptor);
-// Of a link itself.
+// Does not follow a link.
 Status statusOfLink(const std::string& file);
 
-// Where bytes for a name go. Links are followed, also one whose target does not exist.
+// The file or descriptor that a name leads to. Links are followed, even if the target does not
+// exist.
 struct ResolvedPath {
   std::string file;
-  int descriptor = -1;               // of this process, where the name leads to one
-  bool isForeignDescriptor = false;  // a descriptor of another process: no file to be replaced
+  int descriptor = -1;               // if the name leads to a descriptor of this process; else -1
+  bool isForeignDescriptor = false;  // a descriptor of another process: must not be replaced
 };
-// Throws Problem where links lead round in a circle.
+// Throws Problem for a cycle of links.
 ResolvedPath resolvePath(const std::string& name);
 
-// Where the last part of a path begins.
+// The offset of the last component of a path.
 std::size_t fileNameOffset(const std::string& path);
-// Short, so that a name of any length that the system allows can have a file beside it.
+// The name of temporary files. It is short, so that it fits wherever the name of the output fits.
 constexpr const char* kTemporaryName = ".amf2json.XXXXXX";
-// A new file, and a new folder, in the same folder as `file`; `name` is set.
+// Create a file in the directory of `file`, and a subdirectory of `folder`. They set `name`.
 int createTemporaryFile(const std::string& file, std::string& name);
 bool createTemporaryFolder(const std::string& folder, std::string& name);
 void removeFolder(const std::string& folder);
-// -1 where the name is taken.
+// Returns -1 if the name is taken.
 int createNew(const std::string& file);
 
 unsigned defaultMode();
 bool setMode(int descriptor, unsigned mode);
-// Whether the permissions of a file allow to write to it; for root as well, who needs none.
+// Whether the permissions forbid writing to a file; root is not exempt.
 bool isReadOnly(const std::string& file, const Status& status);
-// Gives a new file the owner, group and permissions of `file`, which it is to replace. What the
-// process may not keep makes the permissions fewer: nobody gets more than before. Never a bit that
-// makes a program run as somebody else.
+// Copies owner, group and permissions of `file`, which the new file will replace. If the owner or
+// group cannot be set, permissions are removed, so that nobody gets more access than before.
+// Set-user-ID and set-group-ID bits are never copied.
 bool copyPermissions(int descriptor, const std::string& file, const Status& old);
-// Has the bytes of a file written out.
+// Flushes the file to the disk.
 bool syncToDisk(int descriptor);
-// Takes the place of a file that has the name, in one step.
+// Atomic rename; replaces an existing file.
 bool rename(const std::string& from, const std::string& to);
-// Fails where the name is taken.
+// Rename that fails if the name is taken.
 bool renameNew(const std::string& from, const std::string& to);
 
-// Ctrl-C and the like wait until the end of the scope.
+// Blocks the signals that end the program (Ctrl-C and others) until the end of the scope.
 class BlockedSignals {
  public:
   BlockedSignals();
   BlockedSignals(const BlockedSignals&) = delete;
   BlockedSignals& operator=(const BlockedSignals&) = delete;
   ~BlockedSignals();
-  // The calling thread takes them as the one did that made this.
+  // Restores the previous signal mask on the calling thread.
   void unblockOnThisThread() const;
 
  private:
@@ -136,8 +138,9 @@ class BlockedSignals {
   PreviousMask* previous;  // owned
 };
 
-// While it lives, they end the program only when nobody is in the gate. To be made before the
-// threads that enter it. Throws std::system_error where there is no thread to be had.
+// While it exists, a signal that ends the program takes effect only while nobody holds the mutex.
+// Must be created before the threads that lock the mutex. Throws std::system_error if no thread can
+// be created.
 class DeferredSignals {
  public:
   explicit DeferredSignals(FairSharedMutex& mutex);
@@ -152,13 +155,13 @@ class DeferredSignals {
 
 }  // namespace platform
 
-// An open file, closed at the end of its scope.
+// An open descriptor, closed at the end of the scope.
 struct Descriptor {
   explicit Descriptor(int opened) : number(opened) {}
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
   ~Descriptor() { close(); }
-  // False where bytes written before got lost.
+  // False if bytes written earlier were lost.
   bool close() {
     const int open = number;
     number = -1;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// platform.h on POSIX systems: processes, descriptors, signals, files. Tested by
-// tests/tool_files_test.cpp. windows.cpp is the same for Windows.
+// platform.h for POSIX systems: process, descriptors, signals, files. Tested by
+// tests/tool/files_test.cpp. windows.cpp is its counterpart.
 #include "tool/port/platform.h"
 
 #include <fcntl.h>
@@ -33,8 +33,8 @@ namespace platform {
 
 namespace {
 
-// A protocol object holds texts of megabytes, and each packet gets a fresh one: their memory stays
-// with the program, since having it from the system anew costs more than decoding most packets.
+// Every packet gets a new protocol object with buffers of megabytes. Freed memory stays in the
+// process, because getting it from the system again costs more than decoding most packets.
 void keepFreedMemory() {
 #ifdef __GLIBC__
   constexpr int kMegabyte = 1 << 20;
@@ -48,15 +48,15 @@ void keepFreedMemory() {
 
 void prepareProcess() {
   keepFreedMemory();
-  // Numbers 0 to 2 are taken: no file that is opened later gets in the place of a closed one, where
-  // messages would be written into it. Reading from what was closed, and writing to it, still
-  // fails.
+  // Descriptors 0 to 2 must not be closed: a file opened later would get the number, and messages
+  // would be written into it. The null device is opened so that reading from closed input and
+  // writing to closed output still fail.
   for (const int number : {kInput, kOutput, kErrors}) {
     const int flags = number == kOutput ? O_RDONLY : O_WRONLY;
     if (::fcntl(number, F_GETFD) < 0) ::open("/dev/null", flags);
   }
-  std::signal(SIGPIPE, SIG_IGN);  // a closed pipe then shows as a failed write,
-  std::signal(SIGXFSZ, SIG_IGN);  // and so does a file that may not grow
+  std::signal(SIGPIPE, SIG_IGN);  // writing to a closed pipe then fails with EPIPE
+  std::signal(SIGXFSZ, SIG_IGN);  // exceeding the file size limit then fails with EFBIG
 }
 
 void useUTC() {
@@ -67,7 +67,7 @@ void useUTC() {
 void exitByClosedPipe(int status) {
   std::signal(SIGPIPE, SIG_DFL);
   std::raise(SIGPIPE);
-  std::_Exit(status);  // only where SIGPIPE is blocked
+  std::_Exit(status);  // reached only if SIGPIPE is blocked
 }
 
 bool isTerminal(int descriptor) {
@@ -106,7 +106,7 @@ sigset_t endingSignals() {
   return signals;
 }
 
-// What the signal does by itself. It waits on the calling thread.
+// Lets the signal, which is blocked on this thread, have its default effect.
 void raiseDefault(int number) {
   sigset_t one;
   sigemptyset(&one);
@@ -133,14 +133,15 @@ void BlockedSignals::unblockOnThisThread() const {
   pthread_sigmask(SIG_SETMASK, &previous->signals, nullptr);
 }
 
-// A thread takes the signals; all others have them wait.
+// One thread waits for the signals. They are blocked on all other threads.
 struct DeferredSignals::Watcher {
   explicit Watcher(FairSharedMutex& watched) : mutex(watched), thread(0, [this] { run(); }) {
     if (!thread.isRunning()) throw std::system_error(EAGAIN, std::generic_category());
   }
   ~Watcher() {
     isOver = true;
-    pthread_kill(thread.handle(), SIGTERM);  // seen before any that the process gets
+    pthread_kill(thread.handle(),
+                 SIGTERM);  // delivered before signals that are sent to the process
   }
   void run() {
     const sigset_t signals = endingSignals();
@@ -179,7 +180,7 @@ Status statusFrom(const struct stat& found) {
   return status;
 }
 
-// Empty where there is no such folder.
+// Returns an empty path if the directory does not exist.
 std::string realPathOf(const std::string& folder) {
   char* const path = ::realpath(folder.empty() ? "." : folder.c_str(), nullptr);
   if (path == nullptr) return {};
@@ -197,8 +198,8 @@ bool startsWith(const std::string& text, const std::string& start) {
   return text.compare(0, start.size(), start) == 0;
 }
 
-// /proc/PID/fd, /proc/PID/task/TID/fd and, where it is no link to them, /dev/fd: the descriptors of
-// this process.
+// Whether a directory lists the descriptors of this process: /proc/PID/fd, /proc/PID/task/TID/fd,
+// and /dev/fd if it is not a link to one of them.
 bool holdsOwnDescriptors(const std::string& folder) {
   if (folder == "/dev/fd") return true;
   const std::string own = "/proc/" + std::to_string(::getpid()) + "/";
@@ -206,7 +207,7 @@ bool holdsOwnDescriptors(const std::string& folder) {
   return endsInFd && startsWith(folder, own);
 }
 
-// Empty where `path` is no link.
+// Returns an empty path if `path` is not a link.
 std::string linkTarget(const std::string& path) {
   char target[4096];  // PATH_MAX
   const ssize_t length = ::readlink(path.c_str(), target, sizeof target);
@@ -216,7 +217,7 @@ std::string linkTarget(const std::string& path) {
 }  // namespace
 
 std::size_t fileNameOffset(const std::string& path) {
-  return path.rfind('/') + 1;  // 0 where there is none
+  return path.rfind('/') + 1;  // 0 if there is none
 }
 
 bool isFolder(const std::string& path) {
@@ -243,7 +244,7 @@ Status statusOfLink(const std::string& file) {
   return ::lstat(file.c_str(), &found) == 0 ? statusFrom(found) : Status();
 }
 
-// The links in /proc say what they lead to in words that are no path: they are not read.
+// Links in /proc are not followed: their text is not always a path.
 ResolvedPath resolvePath(const std::string& name) {
   ResolvedPath place;
   place.file = name;
@@ -281,7 +282,7 @@ int createNew(const std::string& file) {
 }
 
 unsigned defaultMode() {
-  // Once: no other thread may see what the mask is in between.
+  // Read once: reading sets the mask for a moment, which other threads must not see.
   static const mode_t mask = [] {
     const mode_t previous = ::umask(0);
     ::umask(previous);
@@ -298,11 +299,11 @@ bool isReadOnly(const std::string& file, const Status& status) {
 
 namespace {
 
-// False where the new file cannot get the access control list of the old one.
+// False if the access control list cannot be copied.
 bool copyAccessList(int descriptor, const std::string& file) {
 #ifdef __linux__
   constexpr const char* kList = "system.posix_acl_access";
-  char list[65536];  // as large as an attribute may be
+  char list[65536];  // the largest possible attribute
   const ssize_t size = ::getxattr(file.c_str(), kList, list, sizeof list);
   if (size > 0) {
     return ::fsetxattr(descriptor, kList, list, static_cast<std::size_t>(size), 0) == 0;
@@ -315,7 +316,7 @@ bool copyAccessList(int descriptor, const std::string& file) {
 #endif
 }
 
-// The permissions of the class to the right of `from` may be no more than those of `from`.
+// Limits the permissions of one class (shifted by `to`) to those of another (shifted by `from`).
 unsigned narrowed(unsigned mode, unsigned from, unsigned to) {
   const unsigned most = mode >> from & 7u;
   return mode & ~((7u & ~most) << to);
@@ -323,7 +324,7 @@ unsigned narrowed(unsigned mode, unsigned from, unsigned to) {
 
 }  // namespace
 
-// Whoever was the owner, or in the group, may get the permissions of the classes further down.
+// A user who was the owner, or in the group, may now belong to a lower class.
 bool copyPermissions(int descriptor, const std::string& file, const Status& old) {
   const Status now = statusOf(descriptor);
   constexpr auto kSame = static_cast<uid_t>(-1);
@@ -344,7 +345,7 @@ bool syncToDisk(int descriptor) {
 bool rename(const std::string& from, const std::string& to) {
   return std::rename(from.c_str(), to.c_str()) == 0;
 }
-// A file system without the one call may have the other.
+// Not every file system has renameat2; link() is the fallback.
 bool renameNew(const std::string& from, const std::string& to) {
 #ifdef SYS_renameat2
   constexpr unsigned kNoReplace = 1;

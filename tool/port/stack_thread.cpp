@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/tool_hostile_test.cpp: trees of many levels, also under the sanitizers.
+// Tested by tests/tool/hostile_test.cpp: deep trees, also under the sanitizers.
 #include "tool/port/stack_thread.h"
 
 #include <exception>
@@ -13,9 +13,9 @@
 
 namespace {
 
-// Measured for every form of nesting: at most 640 bytes a level optimised, 656 not optimised, 1872
-// under the sanitizers (all in the views). Twice the largest; the rest is for what does not
-// recurse.
+// Measured for every kind of nesting: at most 640 bytes per level with optimisation, 656 without,
+// 1872 under the sanitizers (all in the views). The constant is twice the largest. kBytesBeside is
+// for code that is not recursive.
 constexpr std::uint64_t kBytesPerLevel = 4096;
 constexpr std::uint64_t kBytesBeside = 256 * 1024;
 
@@ -31,7 +31,7 @@ StackThread::StackThread(std::uint32_t levels, std::function<void()> wanted)
   if (bytes > std::numeric_limits<std::size_t>::max()) return;
   pthread_attr_t attributes;
   if (pthread_attr_init(&attributes) != 0) return;
-  // The thread leaves Ctrl-C and the like to the main one, which may have reasons to let them wait.
+  // Signals are blocked on this thread; the main thread handles or defers them.
   const platform::BlockedSignals signalsWait;
   running = pthread_attr_setstacksize(&attributes, static_cast<std::size_t>(bytes)) == 0 &&
             pthread_create(&thread, &attributes, enter, this) == 0;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Threads with a stack of a known size. Reading, copying, showing, writing and deleting a tree all
-// recurse along it, and the stack that the program was started with may be small.
+// Threads with a given stack size. Reading, copying, rendering, writing and deleting a tree are
+// recursive, and the stack of the main thread may be small.
 #ifndef AMF2JSON_TOOL_PORT_STACK_THREAD_H
 #define AMF2JSON_TOOL_PORT_STACK_THREAD_H
 
@@ -10,11 +10,12 @@
 #include <cstdint>
 #include <functional>
 
-// Objects and arrays inside one another that every worker thread has stack for.
+// The nesting depth of objects and arrays that the stack of every worker thread is large enough
+// for.
 constexpr std::uint32_t kWorkerDepth = 64;
 
-// A thread with stack for a tree of so many levels, joined at the end of the scope. The work must
-// not throw.
+// A thread whose stack is large enough for trees of the given depth; joined at the end of the
+// scope. The function must not throw.
 class StackThread {
  public:
   StackThread(std::uint32_t levels, std::function<void()> wanted);
@@ -22,7 +23,7 @@ class StackThread {
   StackThread& operator=(const StackThread&) = delete;
   ~StackThread();
 
-  // False where the system has no thread or no stack of that size to give: nothing runs then.
+  // False if the thread could not be created; then nothing runs.
   bool isRunning() const { return running; }
   pthread_t handle() const { return thread; }
 
@@ -34,9 +35,9 @@ class StackThread {
   bool running = false;
 };
 
-// Runs `work` on a stack for `levels`: here, on a worker thread, if that is enough, else on a
-// thread of its own. Exceptions come back from it. Throws Problem (kOutOfMemory) where that stack
-// cannot be had.
+// Runs `work` on a stack that is large enough for trees of this depth: on the calling worker thread
+// if possible, else on a new thread. Rethrows exceptions. Throws Problem (kOutOfMemory) if the
+// thread cannot be created.
 void runWithStackFor(std::uint32_t levels, const std::function<void()>& work);
 
 #endif  // AMF2JSON_TOOL_PORT_STACK_THREAD_H

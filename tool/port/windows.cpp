@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// platform.h on Windows. script/package --windows builds it, and runs it where Wine is installed.
-// posix.cpp is the same for POSIX systems.
+// platform.h for Windows. script/package --windows builds it, and runs it if Wine is installed.
+// posix.cpp is its counterpart.
 #include "tool/port/platform.h"
 
 #include <direct.h>
@@ -35,7 +35,7 @@ bool isTerminal(int descriptor) {
   return ::_isatty(descriptor) != 0;
 }
 bool isWritable(int) {
-  return true;  // not to be asked
+  return true;  // Windows has no way to ask
 }
 
 int openToRead(const std::string& file) {
@@ -50,7 +50,7 @@ bool close(int descriptor) {
 
 namespace {
 
-// The largest piece that one call takes.
+// The most that one call accepts.
 unsigned pieceOf(std::size_t count) {
   return static_cast<unsigned>(count < 0x40000000u ? count : 0x40000000u);
 }
@@ -88,7 +88,7 @@ Status statusFrom(const struct _stat64& found) {
   return status;
 }
 
-// The number of a file on its volume, which stat does not tell.
+// The number of a file on its volume, which stat() does not return.
 FileIdentity identityOf(HANDLE handle) {
   BY_HANDLE_FILE_INFORMATION found{};
   if (handle == INVALID_HANDLE_VALUE || GetFileInformationByHandle(handle, &found) == 0) return {};
@@ -96,7 +96,7 @@ FileIdentity identityOf(HANDLE handle) {
           static_cast<unsigned long long>(found.nFileIndexHigh) << 32 | found.nFileIndexLow};
 }
 
-// What strerror words of what Windows calls it.
+// Translates the Windows error to errno; returns false.
 bool failed() {
   switch (GetLastError()) {
     case ERROR_ALREADY_EXISTS:
@@ -111,7 +111,7 @@ bool failed() {
 }  // namespace
 
 std::size_t fileNameOffset(const std::string& path) {
-  return path.find_last_of("/\\:") + 1;  // 0 where there is none
+  return path.find_last_of("/\\:") + 1;  // 0 if there is none
 }
 
 bool isFolder(const std::string& path) {
@@ -149,7 +149,7 @@ Status statusOfLink(const std::string& file) {
   Status status = statusOf(file);
   const DWORD attributes = GetFileAttributesA(file.c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES) return status;
-  status.exists = true;  // also where a link leads nowhere
+  status.exists = true;  // also for a link without a target
   if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) status.isRegular = false;
   return status;
 }
@@ -194,7 +194,7 @@ bool isReadOnly(const std::string& file, const Status&) {
   return ::_access(file.c_str(), 2) != 0;
 }
 bool copyPermissions(int, const std::string&, const Status&) {
-  return true;  // they follow from the folder
+  return true;  // permissions are inherited from the directory
 }
 bool syncToDisk(int descriptor) {
   return ::_commit(descriptor) == 0;

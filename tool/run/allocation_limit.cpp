@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The program's operator new. Tested by tests/tool_hostile_test.cpp.
+// Replaces operator new. Tested by tests/tool/hostile_test.cpp.
 #include "tool/run/allocation_limit.h"
 
 #include <cstdint>
@@ -27,7 +27,7 @@ bool AllocationLimit::wasExceeded() const {
   return isExceeded;
 }
 
-// All forms but those for types with an alignment of their own, which no text has.
+// All overloads but those for types with extended alignment, which texts do not use.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   if (size <= maxBlockBytes) return std::malloc(size != 0 ? size : 1);
   isExceeded = true;
@@ -36,7 +36,7 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
 
 void* operator new(std::size_t size) {
   if (void* const block = operator new(size, std::nothrow)) return block;
-  throw std::bad_alloc();  // nothing sets a handler
+  throw std::bad_alloc();  // the program sets no new-handler
 }
 
 void* operator new[](std::size_t size) {

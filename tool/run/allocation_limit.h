@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A limit for single blocks of memory.
+// A limit for the size of memory blocks.
 #ifndef AMF2JSON_TOOL_RUN_ALLOCATION_LIMIT_H
 #define AMF2JSON_TOOL_RUN_ALLOCATION_LIMIT_H
 
 #include <cstddef>
 
-// While it lives, operator new throws std::bad_alloc on this thread for a block of more than `maxBytes`
-// bytes: a text that grows ends there. In force where the library's calls reach the program's
-// operator new: not on Windows.
+// While it exists, operator new throws std::bad_alloc on this thread for a block of more than
+// `maxBytes` bytes. This stops a text that grows too large. Has no effect on Windows, where the
+// library does not call the program's operator new.
 class AllocationLimit {
  public:
   explicit AllocationLimit(std::size_t maxBytes);

@@ -13,14 +13,13 @@
 
 namespace {
 
-// A result, or the problem that stood in its way.
+// A result, or the problem that prevented it.
 struct Finished {
   FileResult result;
   std::optional<Problem> problem;
 };
 
-// Problems without a file are about the one worked on. Nothing here takes memory that may be
-// missing.
+// Problems that name no file are about this file. The handlers for std::bad_alloc allocate nothing.
 Finished workOn(const Command& command, const std::string& file, const Options& options,
                 ResultWriter& writer) {
   try {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/tool_export_test.cpp.
+// Tested by tests/tool/export_test.cpp.
 #include "tool/run/run.h"
 
 #include <algorithm>
@@ -41,7 +41,8 @@ FileResult answerLine(const Command& command, std::string_view line, const Optio
   return refusedLine(outOfMemory());
 }
 
-// How many lines had which problems. Each is told once, at the end: the answers have the rest.
+// Counts the lines with each kind of problem, and reports each kind once at the end: details are in
+// the results.
 class Summary {
  public:
   void add(const FileResult& result) {
@@ -77,7 +78,7 @@ class Summary {
   std::uint64_t lines = 0;
 };
 
-// The longest line that can stand for something within the limits.
+// The longest line that can be valid within the limits.
 std::size_t maxLineBytes(const Options& options) {
   const AMFWireLimits& limits = options.wire.limits;
   return std::max(limits.maxTextBytes, limits.maxPacketBytes > std::string().max_size() / 4
@@ -112,8 +113,8 @@ Summary answerAll(const Command& command, const Options& options, const Sink& si
 
 // ---- Output
 
-// A file that has no name and goes with the program: answers wait there for the end of the input,
-// so that an output file is whole, and nothing remains where the program is ended before.
+// A temporary file without a name. Results wait there for the end of the input, so that the output
+// file is complete, and nothing remains if the program is ended earlier.
 class SpoolFile {
  public:
   SpoolFile() : file(std::tmpfile(), std::fclose) {

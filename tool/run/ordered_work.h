@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Many pieces of work on several threads, with the results taken in order. Tested by
-// tests/ordered_work_test.cpp.
+// A thread pool that returns the results in order. Tested by tests/tool/ordered_work_test.cpp.
 #ifndef AMF2JSON_TOOL_RUN_ORDERED_WORK_H
 #define AMF2JSON_TOOL_RUN_ORDERED_WORK_H
 
@@ -19,14 +18,14 @@
 #include "tool/port/stack_thread.h"
 #include "tool/problem.h"
 
-// Makes the results of 0 to `count` - 1 and takes them in that order, on the calling thread. A
-// bounded number of results waits, and of large ones fewer. `make` runs on threads with stack for
-// kWorkerDepth and must not throw; what `take` throws ends everything.
+// Worker threads call `make` for 0 to `count` - 1; the calling thread takes the results in that
+// order. The number and the bytes of waiting results are bounded. Worker threads have stack for
+// trees of kWorkerDepth. `make` must not throw; an exception of `take` ends everything.
 template <class Result>
 class OrderedWork {
  public:
   using Maker = std::function<Result(std::size_t)>;
-  using Sizer = std::function<std::size_t(const Result&)>;  // bytes of one that waits
+  using Sizer = std::function<std::size_t(const Result&)>;  // bytes of a waiting result
 
   OrderedWork(std::size_t pieces, std::size_t threads, Maker maker, Sizer sizer)
       : count(pieces),
@@ -48,7 +47,7 @@ class OrderedWork {
     spaceAvailable.notify_all();
   }
 
-  // `rest` is called behind each batch of results, and again and again while there are none.
+  // Calls `rest` after each batch of results, and repeatedly while there are no results.
   void consumeAll(const std::function<void(Result)>& take, const std::function<void()>& rest) {
     for (std::size_t done = 0; done < count; rest()) {
       std::vector<Result> batch = takeReady();
@@ -58,7 +57,7 @@ class OrderedWork {
   }
 
  private:
-  // False where there is none to be had: fewer will do.
+  // False if the thread cannot be created: fewer are enough.
   bool addWorker() try {
     auto worker = std::make_unique<StackThread>(kWorkerDepth, [this] { work(); });
     if (!worker->isRunning()) return false;
@@ -70,7 +69,7 @@ class OrderedWork {
 
   std::optional<Result>& placeOf(std::size_t i) { return waiting[i % waiting.size()]; }
 
-  // The one that is to be taken next is always made.
+  // The next result to be taken is always made, so that there is no deadlock.
   bool hasSpace() const {
     return next == taken || (next < taken + waiting.size() && waitingBytes < kMaxWaitingBytes);
   }
@@ -96,7 +95,8 @@ class OrderedWork {
     }
   }
 
-  // Small results come in batches, as waking up costs as much as making some.
+  // Small results are taken in batches, because waking the thread costs as much as making some of
+  // them.
   std::vector<Result> takeReady() {
     std::vector<Result> batch;
     std::unique_lock<std::mutex> lock(mutex);
@@ -120,14 +120,14 @@ class OrderedWork {
   const Maker make;
   const Sizer sizeOf;
   std::mutex mutex;       // guards the next five
-  std::size_t next = 0;   // to be made
-  std::size_t ready = 0;  // all before it are made
-  std::size_t taken = 0;  // all before it are taken
+  std::size_t next = 0;   // the next to make
+  std::size_t ready = 0;  // all results before it are made
+  std::size_t taken = 0;  // all results before it are taken
   std::size_t waitingBytes = 0;
   std::vector<std::optional<Result>> waiting;
   std::condition_variable spaceAvailable;
   std::condition_variable resultAvailable;
-  std::vector<std::unique_ptr<StackThread>> workers;  // joined first
+  std::vector<std::unique_ptr<StackThread>> workers;  // destroyed first, which joins them
 };
 
 #endif  // AMF2JSON_TOOL_RUN_ORDERED_WORK_H

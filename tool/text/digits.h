@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Digits of hexadecimal and base64. Tested by tests/unwrap_test.cpp and tests/tool_export_test.cpp.
+// Digits of hexadecimal and base64. Tested by tests/tool/unwrap_test.cpp and tests/tool/export_test.cpp.
 #ifndef AMF2JSON_TOOL_TEXT_DIGITS_H
 #define AMF2JSON_TOOL_TEXT_DIGITS_H
 

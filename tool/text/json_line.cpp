@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/tool/json_line_test.cpp. Not the writer of a JSON library: one may leave DEL and
-// bytes that are not UTF-8 as they are.
+// Tested by tests/tool/json_line_test.cpp. A JSON library's writer may write DEL and bytes that are not
+// UTF-8 unchanged.
 #include "tool/text/json_line.h"
 
 #include <algorithm>

@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
-// Its members stand in the order in which their names were first set. ASCII only: control
-// characters and all that is not ASCII are escaped, bytes that are not UTF-8 become U+FFFD.
+// Members keep the order in which their names were first set. The text is ASCII: other characters
+// and control characters are escaped, bytes that are not UTF-8 become U+FFFD.
 class JsonLine {
  public:
   // Adds a member, or replaces its value.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/tool_export_test.cpp.
+// Tested by tests/tool/export_test.cpp.
 #include "tool/text/packet_encoding.h"
 
 #include <cstdint>
@@ -13,14 +13,14 @@ constexpr std::string_view kLowerHex = "0123456789abcdef";
 
 using ValueOf = int (*)(char);
 
-// Where `line` stops being digits; its length where it does not.
+// The offset of the first character that is not a digit; the length of the line if there is none.
 std::size_t firstOther(ValueOf valueOf, std::string_view line) {
   std::size_t at = 0;
   while (at < line.size() && valueOf(line[at]) >= 0) ++at;
   return at;
 }
 
-// Without the padding, whose length must fit if there is any.
+// Removes the padding if its length is right.
 std::string_view withoutPadding(std::string_view line) {
   if (line.size() % 4 != 0) return line;
   for (int i = 0; i < 2 && !line.empty() && line.back() == '='; ++i) line.remove_suffix(1);

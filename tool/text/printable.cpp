@@ -9,7 +9,7 @@
 
 namespace {
 
-// Characters that change the order or the lines in which a terminal shows what follows.
+// Characters that change the order or the line in which a terminal shows the following text.
 bool reorders(std::uint32_t code) {
   return code == 0x061C || code == 0x200E || code == 0x200F || (code >= 0x2028 && code <= 0x202E) ||
          (code >= 0x2066 && code <= 0x2069);
@@ -51,7 +51,7 @@ std::string printableLines(std::string_view text) {
 
 namespace {
 
-// A backslash in front of each of the characters `marked`.
+// Puts a backslash before each of the `marked` characters.
 std::string withBackslashes(std::string_view bytes, std::string_view marked) {
   std::string text;
   for (const char byte : bytes) {
@@ -72,7 +72,7 @@ bool needsNoShellQuotes(const std::string& word) {
 std::string quoteForDisplay(std::string_view bytes, std::size_t maxBytes) {
   constexpr std::string_view kMarked = "\"\\";
   if (bytes.size() <= maxBytes) return '"' + printable(withBackslashes(bytes, kMarked)) + '"';
-  std::size_t shown = maxBytes;  // less, not to end inside a character
+  std::size_t shown = maxBytes;  // reduced below, so that no character is split
   while (shown > 0 && maxBytes - shown < 3 && (bytes[shown] & 0xC0) == 0x80) --shown;
   return '"' + printable(withBackslashes(bytes.substr(0, shown), kMarked)) + "\"... (" +
          std::to_string(bytes.size()) + " bytes)";

@@ -5,18 +5,18 @@
 
 namespace {
 
-// What the first byte of a character says about it.
+// What the first byte of a character determines.
 struct Lead {
-  std::size_t length;                      // of the character, in bytes; 0: no character begins so
-  std::uint32_t bits;                      // of its code
-  unsigned lowest = 0x80, highest = 0xBF;  // of the second byte
+  std::size_t length;                      // of the character in bytes; 0: invalid
+  std::uint32_t bits;                      // of the code point
+  unsigned lowest = 0x80, highest = 0xBF;  // range of the second byte
 };
 
 Lead leadOf(unsigned byte) {
   if (byte < 0x80) return {1, byte};
   if (byte < 0xC2 || byte > 0xF4) return {0, 0};
   if (byte < 0xE0) return {2, byte & 0x1F};
-  // Not what a shorter form can say, not half of a surrogate pair, nothing above U+10FFFF.
+  // No overlong forms, no surrogates, nothing above U+10FFFF.
   if (byte < 0xF0)
     return {3, byte & 0x0F, byte == 0xE0 ? 0xA0u : 0x80u, byte == 0xED ? 0x9Fu : 0xBFu};
   return {4, byte & 0x07, byte == 0xF0 ? 0x90u : 0x80u, byte == 0xF4 ? 0x8Fu : 0xBFu};

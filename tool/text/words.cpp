@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tested by tests/tool_manual_test.cpp.
+// Tested by tests/tool/manual_test.cpp.
 #include "tool/text/words.h"
 
 #include <algorithm>
@@ -24,7 +24,7 @@ std::string lowerCase(std::string text) {
 
 namespace {
 
-// Characters to add, drop, replace or swap with their neighbour to make one word of the other.
+// The edit distance: characters to insert, delete, replace or swap with their neighbour.
 std::size_t distanceOf(const std::string& a, const std::string& b) {
   std::vector<std::vector<std::size_t>> steps(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
   for (std::size_t i = 0; i <= a.size(); ++i) steps[i][0] = i;
@@ -44,7 +44,7 @@ std::size_t distanceOf(const std::string& a, const std::string& b) {
 }  // namespace
 
 std::string didYouMean(const std::string& word, const std::vector<std::string>& known) {
-  constexpr std::size_t kLongestWord = 64;  // nobody means more than that
+  constexpr std::size_t kLongestWord = 64;  // longer words are not compared
   constexpr std::size_t kLongestList = 8;
   const std::string* nearest = nullptr;
   std::size_t shortest = std::max<std::size_t>(1, word.size() / 3) + 1;
@@ -65,9 +65,9 @@ std::string didYouMean(const std::string& word, const std::vector<std::string>& 
 
 namespace {
 
-// Adds a word to the last line, or to a new one if it is full.
+// Adds a word to the last line, or to a new line if it does not fit.
 void addWord(std::string& text, std::string_view word, std::size_t width) {
-  const std::size_t lineStart = text.rfind('\n') + 1;  // 0 where there is none
+  const std::size_t lineStart = text.rfind('\n') + 1;  // 0 if there is none
   const std::size_t used = text.size() - lineStart;
   if (used > 0) text += used + 1 + word.size() > width ? '\n' : ' ';
   text += word;

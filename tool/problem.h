@@ -36,7 +36,7 @@ const std::vector<ExitCodeRow>& exitCodes();
 
 // A position in a JSON text.
 struct TextPosition {
-  std::string path;        // "messages[0].value[2]"; empty: the document itself
+  std::string path;        // "messages[0].value[2]"; empty: the whole document
   std::size_t line = 0;    // from 1
   std::size_t column = 0;  // from 1, in characters
 };

@@ -29,11 +29,6 @@ void OptionTable::list(const char* names, const char* value,
   add({names, value, help, "", {}, false, true}, std::move(addValue));
 }
 
-void OptionTable::files(std::vector<std::string>& target, const char* help) {
-  fileArgument = help;
-  fileNames = &target;
-}
-
 std::size_t OptionTable::indexOf(const std::string& word, const std::vector<Choice>& choices,
                                  const char* names) {
   std::vector<std::string> known;

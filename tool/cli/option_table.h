@@ -37,7 +37,7 @@ class OptionTable {
             const char* help);
   // Hides the option declared last in the short help.
   void hideInShortHelp() { table.back().isHiddenInShortHelp = true; }
-  void files(std::vector<std::string>& target, const char* help);
+  void files(std::vector<std::string>& target) { fileNames = &target; }
 
   // `choices` are in the order of the enumerators.
   template <class Enum>
@@ -65,7 +65,6 @@ class OptionTable {
   void storeFiles(std::vector<std::string> names) const { *fileNames = std::move(names); }
 
   const std::vector<OptionInfo>& all() const { return table; }
-  const std::string& filesHelp() const { return fileArgument; }
 
  private:
   using Store = std::function<void(const std::string&)>;  // throws Problem (kUsage)
@@ -90,7 +89,6 @@ class OptionTable {
   std::vector<OptionInfo> table;
   std::vector<Store> stores;  // of the options in `table`
   std::vector<std::string>* fileNames = nullptr;
-  std::string fileArgument;
 };
 
 enum class HelpWanted { none, brief, full };

@@ -111,5 +111,5 @@ void declareCommonOptions(OptionTable& table, Options& options) {
   table.limit("--max-switched-references", limits.maxSwitchedReferences,
               "AMF3 references right behind a switch");
   table.limit("--max-output-bytes", options.maxOutputBytes, "The text made of one file");
-  table.files(options.files, "Packets to read; - or none: standard input");
+  table.files(options.files);
 }

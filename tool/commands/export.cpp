@@ -192,7 +192,7 @@ void declareShared(OptionTable& table, Options& options) {
               "Bytes of a file, and of the packet in it");
   table.limit("--max-depth", limits.maxDepth, "Objects and arrays inside one another");
   table.limit("--max-output-bytes", options.maxOutputBytes, "The text made of one file");
-  table.files(options.files, "Packets to read; - or none: standard input");
+  table.files(options.files);
 }
 
 const char* extensionOf(const Options&) {

@@ -83,7 +83,7 @@ void declareShared(OptionTable& table, Options& options) {
   table.limit("--max-packet-bytes", limits.maxPacketBytes, "The packet made of one file");
   table.limit("--max-depth", limits.maxDepth, "Objects and arrays inside one another");
   table.limit("--max-text-bytes", limits.maxTextBytes, "Bytes of a file");
-  table.files(options.files, "Documents to read; - or none: standard input");
+  table.files(options.files);
 }
 
 const char* extensionOf(const Options& options) {

@@ -42,8 +42,6 @@ class SectionFinder : public AMFWireSink {
   bool isHeader = false;
 };
 
-}  // namespace
-
 ExitCode exitCodeOf(AMFWireStatus status) {
   switch (status) {
     case AMFWireStatus::ok: return kDone;
@@ -57,6 +55,7 @@ ExitCode exitCodeOf(AMFWireStatus status) {
   }
 }
 
+// A limit is named by its option.
 std::string messageOf(const AMFWireResult& result, const Options& options) {
   const AMFWireLimits& limits = options.wire.limits;
   switch (result.status) {
@@ -69,6 +68,8 @@ std::string messageOf(const AMFWireResult& result, const Options& options) {
     default: return result.message;
   }
 }
+
+}  // namespace
 
 Problem exportProblem(const AMFWireResult& result, std::string_view bytes,
                       const AMFWireReadOptions& read, const Options& options) {

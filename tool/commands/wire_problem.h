@@ -19,8 +19,4 @@ Problem exportProblem(const AMFWireResult& result, std::string_view bytes,
 // An error of import.
 Problem importProblem(const AMFWireResult& result, const Options& options);
 
-// Only the message; a limit is named by its option.
-std::string messageOf(const AMFWireResult& result, const Options& options);
-ExitCode exitCodeOf(AMFWireStatus status);
-
 #endif  // AMF2JSON_TOOL_COMMANDS_WIRE_PROBLEM_H

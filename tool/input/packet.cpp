@@ -78,6 +78,20 @@ std::string exportHint(const Packet& packet) {
   return packet.file == "-" ? line : line + " " + quoteForShell(packet.file);
 }
 
+// "header 0", "message 2", "envelope"; "AMF0 value", "AMF3 value".
+std::string sectionName(const Packet& packet) {
+  if (packet.form != Form::packet) return nameOfValue(packet.form);
+  const std::uint32_t section = packet.checked.section;
+  if (section == AMFVerifyResult::kEnvelope) return "envelope";
+  // Bytes 2 and 3 are the number of headers. They were read if a section was.
+  const auto byteAt = [&packet](std::size_t i) {
+    return static_cast<std::uint32_t>(static_cast<unsigned char>(packet.bytes[i]));
+  };
+  const std::uint32_t headers = byteAt(2) << 8 | byteAt(3);
+  return section < headers ? "header " + std::to_string(section)
+                           : "message " + std::to_string(section - headers);
+}
+
 }  // namespace
 
 std::size_t Packet::fileOffset(std::size_t offset) const {
@@ -146,17 +160,4 @@ void addVerdict(FileResult& result, const Packet& packet, const Options& options
   } else {
     addTrailingWarning(result, packet, options);
   }
-}
-
-std::string sectionName(const Packet& packet) {
-  if (packet.form != Form::packet) return nameOfValue(packet.form);
-  const std::uint32_t section = packet.checked.section;
-  if (section == AMFVerifyResult::kEnvelope) return "envelope";
-  // Bytes 2 and 3 are the number of headers. They were read if a section was.
-  const auto byteAt = [&packet](std::size_t i) {
-    return static_cast<std::uint32_t>(static_cast<unsigned char>(packet.bytes[i]));
-  };
-  const std::uint32_t headers = byteAt(2) << 8 | byteAt(3);
-  return section < headers ? "header " + std::to_string(section)
-                           : "message " + std::to_string(section - headers);
 }

@@ -53,7 +53,4 @@ void addTrailingWarning(FileResult& result, const Packet& packet, const Options&
 // Adds the refusal, or a warning about trailing bytes.
 void addVerdict(FileResult& result, const Packet& packet, const Options& options);
 
-// "header 0", "message 2", "envelope"; "AMF0 value", "AMF3 value".
-std::string sectionName(const Packet& packet);
-
 #endif  // AMF2JSON_TOOL_INPUT_PACKET_H

@@ -48,7 +48,7 @@ std::string hexOf(const std::string& bytes) {
 }
 
 // JSON is UTF-8, but file names need not be: their bytes are added in hexadecimal.
-std::string inJSON(const Problem& problem) {
+std::string asJSON(const Problem& problem) {
   JsonLine line;
   line.set("file", nullptr);
   if (!problem.file.empty()) line.set("file", problem.file);
@@ -71,12 +71,9 @@ std::string inJSON(const Problem& problem) {
 
 }  // namespace
 
-std::string formatProblem(const Problem& problem, const ReportStyle& style) {
-  return style.json ? inJSON(problem) : asText(problem, style.color);
-}
-
 void report(const Problem& problem, const ReportStyle& style) {
-  std::fputs(formatProblem(problem, style).c_str(), stderr);
+  const std::string text = style.json ? asJSON(problem) : asText(problem, style.color);
+  std::fputs(text.c_str(), stderr);
 }
 
 FileResult refusedLine(const Problem& problem) {

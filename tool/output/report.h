@@ -14,15 +14,13 @@ struct ReportStyle {
   bool color = false;  // colours in the text form
 };
 
-// Formats a problem, with a line feed at the end of each line:
+// Writes a problem to standard error:
 //   FILE:OFFSET: MESSAGE (SECTION)
 //       at 13: 00 02 2F | 31
 // A problem without an offset is "amf2json: FILE: MESSAGE"; in a JSON text it is FILE:LINE:COLUMN
 // with the path in place of the section. A hint has its own line. Control characters are always
 // made visible. In JSON, a file name that is not UTF-8 has U+FFFD in "file", and its bytes in
 // hexadecimal in "file_bytes".
-std::string formatProblem(const Problem& problem, const ReportStyle& style);
-
 void report(const Problem& problem, const ReportStyle& style);
 
 // The answer to a refused line of --lines: {"error":MESSAGE,"offset":N} for bytes,

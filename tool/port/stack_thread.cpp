@@ -19,15 +19,15 @@ namespace {
 constexpr std::uint64_t kBytesPerLevel = 4096;
 constexpr std::uint64_t kBytesBeside = 256 * 1024;
 
-std::uint64_t stackBytes(std::uint32_t levels) {
-  return kBytesBeside + kBytesPerLevel * levels;
+std::uint64_t stackBytes(std::uint32_t depth) {
+  return kBytesBeside + kBytesPerLevel * depth;
 }
 
 }  // namespace
 
-StackThread::StackThread(std::uint32_t levels, std::function<void()> wanted)
-    : work(std::move(wanted)) {
-  const std::uint64_t bytes = stackBytes(levels);
+StackThread::StackThread(std::uint32_t depth, std::function<void()> function)
+    : work(std::move(function)) {
+  const std::uint64_t bytes = stackBytes(depth);
   if (bytes > std::numeric_limits<std::size_t>::max()) return;
   pthread_attr_t attributes;
   if (pthread_attr_init(&attributes) != 0) return;
@@ -47,11 +47,11 @@ void* StackThread::enter(void* self) {
   return nullptr;
 }
 
-void runWithStackFor(std::uint32_t levels, const std::function<void()>& work) {
-  if (levels <= kWorkerDepth) return work();
+void runWithStackFor(std::uint32_t depth, const std::function<void()>& work) {
+  if (depth <= kWorkerDepth) return work();
   std::exception_ptr thrown;
   {
-    const StackThread thread(levels, [&work, &thrown] {
+    const StackThread thread(depth, [&work, &thrown] {
       try {
         work();
       } catch (...) {
@@ -59,8 +59,8 @@ void runWithStackFor(std::uint32_t levels, const std::function<void()>& work) {
       }
     });
     if (!thread.isRunning()) {
-      throw outOfMemory("no stack of " + std::to_string(stackBytes(levels)) +
-                        " bytes to be had for " + std::to_string(levels) +
+      throw outOfMemory("no stack of " + std::to_string(stackBytes(depth)) +
+                        " bytes to be had for " + std::to_string(depth) +
                         " objects and arrays inside one another");
     }
   }

@@ -18,7 +18,7 @@ constexpr std::uint32_t kWorkerDepth = 64;
 // scope. The function must not throw.
 class StackThread {
  public:
-  StackThread(std::uint32_t levels, std::function<void()> wanted);
+  StackThread(std::uint32_t depth, std::function<void()> function);
   StackThread(const StackThread&) = delete;
   StackThread& operator=(const StackThread&) = delete;
   ~StackThread();
@@ -38,6 +38,6 @@ class StackThread {
 // Runs `work` on a stack that is large enough for trees of this depth: on the calling worker thread
 // if possible, else on a new thread. Rethrows exceptions. Throws Problem (kOutOfMemory) if the
 // thread cannot be created.
-void runWithStackFor(std::uint32_t levels, const std::function<void()>& work);
+void runWithStackFor(std::uint32_t depth, const std::function<void()>& work);
 
 #endif  // AMF2JSON_TOOL_PORT_STACK_THREAD_H

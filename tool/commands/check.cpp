@@ -91,7 +91,7 @@ FileResult inJSON(const std::string& file, const Options& options) {
     result.problems.push_back(problem);
   }
   if (!result.problems.empty()) fillProblem(line, result.problems.front());
-  line.set("exit_code", exitCodeOf(result));
+  line.set("exit_code", static_cast<unsigned>(exitCodeOf(result)));
   result.text = line.text() + '\n';
   return result;
 }

@@ -66,7 +66,7 @@ FileResult inJSON(const std::string& file, const Options& options) {
     line.set("message", problem.message);
     result.problems.push_back(problem);
   }
-  line.set("exit_code", exitCodeOf(result));
+  line.set("exit_code", static_cast<unsigned>(exitCodeOf(result)));
   result.text = line.text() + '\n';
   return result;
 }

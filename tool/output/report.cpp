@@ -65,7 +65,7 @@ std::string asJSON(const Problem& problem) {
   line.set("status", problem.status);
   line.set("message", isUTF8(problem.message) ? problem.message : printable(problem.message));
   if (!problem.hint.empty()) line.set("hint", problem.hint);
-  line.set("exit_code", problem.exitCode);
+  line.set("exit_code", static_cast<unsigned>(problem.exitCode));
   return line.text() + "\n";
 }
 

@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The calls for the library's own dialect, which the program's commands check, decode and identify answer likewise:
-// tool/check.cpp, tool/decode.cpp, tool/identify.cpp. Tested by web/tests/same_as_program.test.mjs.
+// tool/commands/check.cpp, tool/commands/decode.cpp, tool/input/identify.cpp. Tested by web/tests/same_as_program.test.mjs.
 #include <AMFGuard.h>
 
 #include <algorithm>
 
-#include "tool/bare_value.h"
-#include "tool/identify.h"
-#include "tool/published.h"
-#include "tool/soft_breaks.h"
-#include "tool/words.h"
+#include "tool/commands/soft_breaks.h"
+#include "tool/input/form.h"
+#include "tool/input/identify.h"
+#include "tool/input/published_format.h"
+#include "tool/text/words.h"
 #include "web/calls.h"
 #include "web/json_text.h"
 
@@ -61,7 +61,7 @@ class Guarded {
     if (isOk()) return "";
     if (checked.status != AMFVerifyStatus::truncated) return checked.message;
     return std::string(checked.message) + ": at least " +
-           words(checked.needed, "byte is missing", "bytes are missing");
+           pluralize(checked.needed, "byte is missing", "bytes are missing");
   }
 
   Form form = Form::packet;

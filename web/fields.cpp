@@ -4,9 +4,9 @@
 // Tested by web/tests/fields.test.mjs.
 #include <AMFGuard.h>
 
-#include "tool/dump_values.h"
-#include "tool/hex.h"
-#include "tool/quoted.h"
+#include "tool/commands/dump_rows.h"
+#include "tool/text/hex.h"
+#include "tool/text/printable.h"
 #include "web/calls.h"
 #include "web/fields_wire.h"
 
@@ -51,7 +51,7 @@ class DialectFields : public AMFVerifyVisitor {
       case AMFFieldKind::memberName:
       case AMFFieldKind::string:
       case AMFFieldKind::xml:
-        return kind + ' ' + quoted(bytes.substr(field.offset, field.length), kShownText);
+        return kind + ' ' + quoteForDisplay(bytes.substr(field.offset, field.length), kShownText);
       default: return kind + ' ' + std::to_string(field.value);
     }
   }

@@ -3,8 +3,8 @@
 // What stands around the values: packets, shared objects, FLV files. Tested by web/tests/fields.test.mjs.
 #include <algorithm>
 
-#include "tool/quoted.h"
-#include "tool/words.h"
+#include "tool/text/printable.h"
+#include "tool/text/words.h"
 #include "web/fields_wire.h"
 
 namespace web {
@@ -109,7 +109,7 @@ void WireFields::endSection() {
 void WireFields::endDocument(const AMFWireString& trailing, const AMFWireString& error) {
   const std::size_t begin = bytes.size() - trailing.length;
   if (form == AMFWireForm::flv) tagsUpTo(begin);
-  std::string meaning = "trailing: " + words(trailing.length, "byte");
+  std::string meaning = "trailing: " + pluralize(trailing.length, "byte");
   if (error.length > 0) meaning += ", " + std::string(error.data, error.length);
   fields.add("trailing", trailing.length, paths.key(kDocument, "trailing"), meaning);
 }
@@ -160,7 +160,7 @@ void WireFields::tagsUpTo(std::size_t offset) {
     fields.add("tag", 3, place, "stream number");
     hasFirstByte = isWanted && (type & 0x1F) == 15;
     if (!isWanted)
-      fields.add("raw", length, kDocument, "a tag without values: " + words(length, "byte"));
+      fields.add("raw", length, kDocument, "a tag without values: " + pluralize(length, "byte"));
   }
 }
 

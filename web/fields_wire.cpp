@@ -5,10 +5,10 @@
 
 #include <utility>
 
-#include "tool/dump_values.h"
-#include "tool/hex.h"
-#include "tool/quoted.h"
-#include "tool/words.h"
+#include "tool/commands/dump_rows.h"
+#include "tool/text/hex.h"
+#include "tool/text/printable.h"
+#include "tool/text/words.h"
 
 namespace web {
 
@@ -100,7 +100,8 @@ void WireFields::payload(const char* kind, std::size_t length, Place place) {
   const std::string_view shown = bytes.substr(fields.position(), length);
   const bool isText = std::string_view(kind) != "byteArray";
   fields.add(kind, length, place,
-             kind + (isText ? ' ' + quoted(shown, kShownText) : " of " + words(length, "byte")));
+             kind + (isText ? ' ' + quoteForDisplay(shown, kShownText)
+                            : " of " + pluralize(length, "byte")));
 }
 
 void WireFields::string16(const char* kind, Place place) {

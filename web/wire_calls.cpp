@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The calls for the published formats: exportJson and importJson. Warnings are worded as the program's export words
-// them (tool/export_command.cpp). Tested by web/tests/same_as_program.test.mjs and web/tests/errors.test.mjs.
-#include "tool/words.h"
+// them (tool/commands/export.cpp). Tested by web/tests/same_as_program.test.mjs and web/tests/errors.test.mjs.
+#include "tool/text/words.h"
 #include "web/calls.h"
 #include "web/json_text.h"
 
@@ -46,7 +46,7 @@ const char* lastOf(AMFWireForm form) {
 
 void putWarnings(JsonText& json, const AMFWireStatistics& found) {
   if (found.trailingBytes > 0) {
-    const std::string count = words(found.trailingBytes, "byte");
+    const std::string count = pluralize(found.trailingBytes, "byte");
     json.text(found.trailingError.empty()
                   ? count + " left over behind the last " + lastOf(found.form)
                   : count + " kept as trailing bytes: " + found.trailingError);
@@ -54,13 +54,13 @@ void putWarnings(JsonText& json, const AMFWireStatistics& found) {
     json.text("0 bytes kept as trailing bytes: " + found.trailingError);
   }
   if (found.wrongLengths > 0)
-    json.text(words(found.wrongLengths, "length field lies", "length fields lie"));
+    json.text(pluralize(found.wrongLengths, "length field lies", "length fields lie"));
   if (found.changed > 0) {
-    json.text(words(found.changed, "section") +
+    json.text(pluralize(found.changed, "section") +
               " will come back as other bytes, without originals");
   }
   if (found.salvaged > 0) {
-    json.text(words(found.salvaged, "section") + " could not be read and kept as raw bytes");
+    json.text(pluralize(found.salvaged, "section") + " could not be read and kept as raw bytes");
   }
 }
 

@@ -104,7 +104,7 @@ std::string between(const std::string& text, const std::string& begin, const std
   return text.substr(from, text.size() - end.size() - from);
 }
 
-// The member line is never left: each byte behind a backslash is taken as it is.
+// The member line is never left: each byte after a backslash is taken as it is.
 void checkAttr(const std::string& text, const Flags& flags) {
   AMFProtocol library;
   support::PlainRenderer plain;
@@ -234,7 +234,7 @@ void checkPrepared(const std::string& text, bool pretty, AMFEscapeFor view) {
   prepare(library, {true, true, false, false, false, pretty});
   library.jsonText.clear();
   library.appendNode(&node, AMF_VERSION_0);
-  // A bare string takes the place behind the line it stands on, and has no name of its own.
+  // A bare string takes the place after the line it stands on, and has no name of its own.
   const std::string json = between(library.jsonText, "\"", "\"," + library.newLine);
   const std::string script = between(library.scriptText, "amf = \"", "\";\n");
   require(json == script, "the same in both texts");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Property: the check stays inside the packet; limits only subtract, and strike above their value;
-// bytes behind the packet change nothing, bytes missing from its end are missed; the visitor sees
+// bytes after the packet change nothing, bytes missing from its end are missed; the visitor sees
 // every byte once, but for those of an integer that is cut.
 //
 // Input: a byte of bits that choose limits, a byte for each limit chosen, the packet.

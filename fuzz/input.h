@@ -71,7 +71,7 @@ class Exact {
 };
 
 /// One object for all packets that are only read, because each new one fills a megabyte. The tables
-/// that a packet leaves behind are part of the test: parse starts anew. The tree goes with each
+/// that a packet leaves are part of the test: parse starts anew. The tree goes with each
 /// run, else the fuzzer takes it for a leak and runs the input once more.
 class Reader {
  public:

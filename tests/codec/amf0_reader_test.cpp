@@ -8,11 +8,12 @@
 #include <memory>
 #include <string>
 
-#include "support/build.h"
 #include "support/dump.h"
 #include "support/hex.h"
+#include "support/kinds.h"
 #include "support/reader_run.h"
 #include "support/refusal.h"
+#include "support/trees.h"
 
 namespace {
 
@@ -247,7 +248,7 @@ TEST(Amf0Reader, AReferenceCopiesWhateverTheTableHolds) {
 
 // ---- every marker
 
-// Eleven zero bytes behind the marker are a body for every form but the two that need an end mark.
+// Eleven zero bytes after the marker are a body for every form but the two that need an end mark.
 TEST(Amf0Reader, AllMarkers) {
   for (unsigned marker = 0; marker < 256; ++marker) {
     SCOPED_TRACE(marker);

@@ -260,7 +260,7 @@ TEST(Amf0Writer, WritersAppendBehindEarlierPieces) {
 }
 
 // ---------------------------------------------------------------------------------------------------
-// Refusals, with the pieces that stay behind
+// Refusals, with the pieces that remain
 
 struct RefusalRow {
   const char* name;

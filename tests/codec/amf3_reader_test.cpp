@@ -10,11 +10,12 @@
 #include <string>
 #include <vector>
 
-#include "support/build.h"
 #include "support/dump.h"
 #include "support/hex.h"
+#include "support/kinds.h"
 #include "support/reader_run.h"
 #include "support/refusal.h"
+#include "support/trees.h"
 
 namespace {
 
@@ -585,7 +586,7 @@ TEST(Amf3Reader, MarkersWidenWithTheirSign) {
 struct DirectRow {
   const char* name;
   AMFNode* (*read)(AMFProtocol&);
-  const char* bytes;  // one byte FF behind what is read
+  const char* bytes;  // one byte FF after what is read
   const char* tree;
 };
 const DirectRow kDirect[] = {

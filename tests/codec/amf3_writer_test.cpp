@@ -29,7 +29,7 @@ const char kTooLarge[] = "setAMF3Integer(): integer value is to large";
 // ---------------------------------------------------------------------------------------------------
 // U29
 
-// What is written for a number, and what the reader makes of it with 2A 2A 2A behind: where it
+// What is written for a number, and what the reader makes of it with 2A 2A 2A after: where it
 // differs from the number the integer has drifted, and where more bytes are read than were written
 // it runs on.
 struct U29Row {
@@ -374,7 +374,7 @@ TEST(Amf3Writer, WritersCalledAlone) {
 }
 
 // ---------------------------------------------------------------------------------------------------
-// Refusals, with the pieces that stay behind
+// Refusals, with the pieces that remain
 
 struct RefusalRow {
   const char* name;

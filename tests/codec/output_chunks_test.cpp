@@ -4,7 +4,6 @@
 // and what failing allocations leave. This program counts every allocation of its own.
 #include <AMF2JSON.h>
 #include <gtest/gtest.h>
-#include <malloc.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -13,64 +12,25 @@
 #include <string>
 #include <vector>
 
+#include "support/counted_heap.h"
 #include "support/hex.h"
 #include "support/pieces.h"
 #include "support/trees.h"
 
 namespace {
 
-std::size_t liveBytes = 0;
-std::size_t liveBlocks = 0;
-std::size_t allocationsLeft = SIZE_MAX;  // the one after so many fails
-
-void* countedAllocation(std::size_t size) {
-  if (allocationsLeft == 0) throw std::bad_alloc();
-  if (allocationsLeft != SIZE_MAX) --allocationsLeft;
-  void* const block = std::malloc(size == 0 ? 1 : size);
-  if (block == nullptr) throw std::bad_alloc();
-  liveBytes += malloc_usable_size(block);
-  ++liveBlocks;
-  return block;
-}
-
-void countedRelease(void* block) noexcept {
-  if (block == nullptr) return;
-  liveBytes -= malloc_usable_size(block);
-  --liveBlocks;
-  std::free(block);
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  return countedAllocation(size);
-}
-void* operator new[](std::size_t size) {
-  return countedAllocation(size);
-}
-void operator delete(void* block) noexcept {
-  countedRelease(block);
-}
-void operator delete[](void* block) noexcept {
-  countedRelease(block);
-}
-void operator delete(void* block, std::size_t) noexcept {
-  countedRelease(block);
-}
-void operator delete[](void* block, std::size_t) noexcept {
-  countedRelease(block);
-}
-
-namespace {
-
 using namespace trees;
+using support::liveBlocks;
+using support::liveBytes;
 using support::pieces;
 
 // Lets `count` allocations pass and fails all further ones, while it lives.
 class FailingAfter {
  public:
-  explicit FailingAfter(std::size_t count) { allocationsLeft = count; }
-  ~FailingAfter() { allocationsLeft = SIZE_MAX; }
+  explicit FailingAfter(std::size_t count) {
+    support::failAllocation(count, support::Failing::fromThenOn);
+  }
+  ~FailingAfter() { support::failNothing(); }
   FailingAfter(const FailingAfter&) = delete;
   FailingAfter& operator=(const FailingAfter&) = delete;
 };
@@ -78,13 +38,13 @@ class FailingAfter {
 // Small and large pieces, both versions, references.
 std::unique_ptr<AMFPackage> samplePackage(std::size_t largeBytes = 5000) {
   return std::unique_ptr<AMFPackage>(
-      package(k3, {header("h", array(k3, {string(k3, "a"), reference(string(k3, "a"), 0)}), true)},
-              {message("target", "/1",
-                       array(k0,
-                             {raw(k3, std::string(largeBytes, 'r')), number(k0, 1),
-                              string(k0, std::string(largeBytes, 's')),
-                              object(k0, "C", {member(k0, "m", date(k0, 2))})},
-                             1))}));
+      package(k3, {header("h", array(k3, {string(k3, "a"), reference(string(k3, "a"), 0)}), true),
+                   message("target", "/1",
+                           array(k0,
+                                 {raw(k3, std::string(largeBytes, 'r')), number(k0, 1),
+                                  string(k0, std::string(largeBytes, 's')),
+                                  object(k0, "C", {member(k0, "m", date(k0, 2))})},
+                                 1))}));
 }
 
 std::string result(const AMFProtocol& protocol) {
@@ -195,7 +155,7 @@ TEST(OutputChunks, CleanAfterEachCompileKeepsMemoryFlat) {
   AMFProtocol protocol;
   protocol.compile(tree.get());
   protocol.clean();
-  const std::size_t before = liveBytes;
+  const std::uint64_t before = liveBytes;
   for (int i = 0; i < 1000; ++i) {
     protocol.compile(tree.get());
     protocol.clean();
@@ -206,7 +166,7 @@ TEST(OutputChunks, CleanAfterEachCompileKeepsMemoryFlat) {
 TEST(OutputChunks, CleanReleasesWhatItLists) {
   const auto tree = samplePackage(100000);
   AMFProtocol protocol;
-  const std::size_t before = liveBytes;
+  const std::uint64_t before = liveBytes;
   protocol.compile(tree.get());
   EXPECT_GT(liveBytes, before + 400000);  // the pieces and the joined packet
   protocol.clean();
@@ -216,11 +176,11 @@ TEST(OutputChunks, CleanReleasesWhatItLists) {
 // A second compile lists anew. What the first one listed keeps its bytes until the object goes.
 TEST(OutputChunks, WithoutCleanTheEarlierPiecesAreKept) {
   const auto tree = samplePackage();
-  const std::size_t outside = liveBlocks;
+  const std::uint64_t outside = liveBlocks;
   {
     AMFProtocol protocol;
     std::vector<std::vector<AMFOutputChunks::Chunk>> runs;
-    std::size_t lastLive = 0;
+    std::uint64_t lastLive = 0;
     for (int i = 0; i < 50; ++i) {
       protocol.compile(tree.get());
       EXPECT_EQ(protocol.outputChunks.size(),
@@ -243,9 +203,8 @@ TEST(OutputChunks, WithoutCleanTheEarlierPiecesAreKept) {
 
 TEST(OutputChunks, ARefusedCompileLeavesPiecesForClean) {
   const std::unique_ptr<AMFPackage> refused(package(
-      k3, {},
-      {message("t", "r", array(k0, {raw(k3, std::string(9000, 'r')), integer(k0, 1)}, 1))}));
-  const std::size_t outside = liveBlocks;
+      k3, {message("t", "r", array(k0, {raw(k3, std::string(9000, 'r')), integer(k0, 1)}, 1))}));
+  const std::uint64_t outside = liveBlocks;
   {
     AMFProtocol protocol;
     EXPECT_THROW(protocol.compile(refused.get()), AMFException);
@@ -265,7 +224,7 @@ TEST(OutputChunks, FailingAllocations) {
   AMFProtocol whole;
   whole.compile(tree.get());
   const std::string expected = result(whole);
-  const std::size_t outside = liveBlocks;
+  const std::uint64_t outside = liveBlocks;
   bool succeeded = false;
   std::size_t count = 0;
   for (; !succeeded && count < 10000; ++count) {
@@ -289,11 +248,11 @@ TEST(OutputChunks, FailingAllocations) {
 
 TEST(OutputChunks, FailingAllocationsOfALaterCompile) {
   const auto tree = samplePackage();
-  const std::unique_ptr<AMFPackage> small(package(k3, {}, {}));
+  const std::unique_ptr<AMFPackage> small(package(k3, {}));
   AMFProtocol whole;
   whole.compile(tree.get());
   const std::string expected = result(whole);
-  const std::size_t outside = liveBlocks;
+  const std::uint64_t outside = liveBlocks;
   bool succeeded = false;
   int earlierKept = 0;
   int earlierGone = 0;
@@ -324,7 +283,7 @@ TEST(OutputChunks, FailingAllocationsOfALaterCompile) {
 
 TEST(OutputChunks, FailingAllocationsOfASingleWriter) {
   const std::unique_ptr<AMFRaw> large(raw(k3, std::string(100000, 'r')));
-  const std::size_t outside = liveBlocks;
+  const std::uint64_t outside = liveBlocks;
   bool succeeded = false;
   for (std::size_t count = 0; !succeeded && count < 100; ++count) {
     AMFProtocol protocol;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The packet envelope: version, headers, messages, declared lengths; what a parse replaces, keeps
-// and leaves behind, refused or not; the two texts that it prepares.
+// and leaves, refused or not; the two texts that it prepares.
 #include <AMF2JSON.h>
 #include <gtest/gtest.h>
 
@@ -11,11 +11,11 @@
 #include <thread>
 
 #include "memory/node_pool.h"
-#include "support/build.h"
 #include "support/dump.h"
 #include "support/hex.h"
 #include "support/reader_run.h"
 #include "support/refusal.h"
+#include "support/trees.h"
 #include "support/witness.h"
 
 using namespace amf2json;
@@ -272,7 +272,7 @@ TEST(PacketReader, AParseLeavesTheEncodersSideAlone) {
   EXPECT_EQ(p.outputChunks.size(), pieces);
 }
 
-// ---- what a refusal leaves behind
+// ---- what a refusal leaves
 
 struct Refused {
   const char* name;
@@ -507,7 +507,7 @@ TEST(PacketReader, TextsAreBlankAfterEveryParse) {
   }
 }
 
-// What a host leaves in the middle tells whether a text was filled.
+// What a host leaves in the middle shows whether a text was filled.
 void mark(AMFProtocol& p) {
   p.jsonText[1000] = 'm';
   p.scriptText[1000] = 'm';

@@ -10,11 +10,12 @@
 #include <string>
 #include <vector>
 
-#include "support/build.h"
 #include "support/dump.h"
 #include "support/hex.h"
+#include "support/kinds.h"
 #include "support/reader_run.h"
 #include "support/refusal.h"
+#include "support/trees.h"
 
 namespace {
 
@@ -371,11 +372,11 @@ std::string throughTraits(AMFObject& entry) {
 }
 
 TEST(ReaderRefusals, Amf3HostMadeTraits) {
-  const auto value = support::makeInt(1);
+  const auto value = trees::own(trees::integer(trees::k3, 1));
   AMFObject entry(AMF_VERSION_3);
   entry.sealedCount = 2;
   EXPECT_EQ(throughTraits(entry), kSealed) << "no members at all";
-  entry.appendChild(support::makePair(AMF_VERSION_3, "a", *value).release(), false);
+  entry.appendChild(trees::member(trees::k3, "a", value->clone()), false);
   EXPECT_EQ(throughTraits(entry), kSealed) << "one member fewer than it says";
   entry.children.push_back(nullptr);
   EXPECT_EQ(throughTraits(entry), kSealed) << "a null member";

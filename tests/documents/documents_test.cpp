@@ -240,7 +240,8 @@ TEST(Documents, EveryScriptHasARowAmongTheScripts) {
 TEST(Documents, EveryTextOfARefusalIsTold) {
   const std::string errors = contents(kRoot / "docs/errors.md");
   std::size_t texts = 0;
-  for (const char* const list : {"tests/documents/provoked_texts.txt", "tests/documents/unreachable_texts.txt"}) {
+  for (const char* const list :
+       {"tests/documents/provoked_texts.txt", "tests/documents/unreachable_texts.txt"}) {
     std::istringstream lines(contents(kRoot / list));
     for (std::string line; std::getline(lines, line);) {
       if (line.empty() || line[0] == '#') continue;

@@ -83,7 +83,9 @@ TEST(Samples, ViewsGiveTheExpectedTexts) {
         AMFProtocol protocol;
         protocol.parse(packet.data());
         const std::string text = (protocol.*view.view)(pretty);
-        EXPECT_TRUE(text == contents(std::string(AMF2JSON_SOURCES "/samples/expected") + "/" + file)) << file;
+        EXPECT_TRUE(text ==
+                    contents(std::string(AMF2JSON_SOURCES "/samples/expected") + "/" + file))
+            << file;
         support::PlainRenderer plain;
         plain.package = protocol.package;
         EXPECT_TRUE(text == (plain.*view.plain)(pretty)) << file << " against the plain renderer";

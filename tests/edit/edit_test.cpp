@@ -96,7 +96,7 @@ const MemberRow kMembers[] = {
      kNone},
     {"not of a message", TREE(message("a", "a", object(k0, "", {member(k0, "a", null(k0))}))), "a",
      kNone},
-    {"not of a package", TREE(package(k0, {header("a", null(k0))}, {})), "a", kNone},
+    {"not of a package", TREE(package(k0, {header("a", null(k0))})), "a", kNone},
     {"not of a string", TREE(string(k0, "a")), "a", kNone},
 };
 
@@ -281,8 +281,8 @@ TEST(SetTrueLengths, HeadersAndMessages) {
   for (const LengthRow& row : kLengths) {
     SCOPED_TRACE(row.name);
     const std::unique_ptr<AMFPackage> tree(
-        package(k3, {header("", row.value()), header("name", row.value(), true, 1)},
-                {message("", "", row.value(), 2), message("target", "/1", row.value())}));
+        package(k3, {header("", row.value()), header("name", row.value(), true, 1),
+                     message("", "", row.value(), 2), message("target", "/1", row.value())}));
     setTrueLengths(tree.get());
     EXPECT_EQ(tree->getHeader(0)->length, row.length);
     EXPECT_EQ(tree->getHeader(1)->length, row.length);
@@ -294,8 +294,8 @@ TEST(SetTrueLengths, HeadersAndMessages) {
 // What setTrueLengths stores is the distance between the length field and the next section.
 TEST(SetTrueLengths, AreTheBytesInThePacket) {
   const std::unique_ptr<AMFPackage> tree(
-      package(k3, {header("h", array(k3, {string(k3, "a"), reference(string(k3, "a"), 0)}))},
-              {message("t", "/1", object(k0, "", {member(k0, "n", number(k0, 1))}))}));
+      package(k3, {header("h", array(k3, {string(k3, "a"), reference(string(k3, "a"), 0)})),
+                   message("t", "/1", object(k0, "", {member(k0, "n", number(k0, 1))}))}));
   setTrueLengths(tree.get());
   AMFProtocol protocol;
   EXPECT_EQ(toHex(compiled(protocol, tree.get())),
@@ -337,19 +337,19 @@ AMFPackage* countingHeaders(AMFPackage* node, std::uint32_t count) {
 
 const RefusalRow kRefusals[] = {
     {"a value that cannot be written, in front",
-     TREE(package(k3, {header("h", integer(k0, 1), false, 7)},
-                  {message("t", "r", null(k0), 8), message("t", "r", null(k0), 9)})),
+     TREE(package(k3, {header("h", integer(k0, 1), false, 7), message("t", "r", null(k0), 8),
+                       message("t", "r", null(k0), 9)})),
      "setNodeValue(): integer type is not supported in AMF0 use double instead"},
     {"a value that cannot be written, at the end",
-     TREE(package(k3, {header("h", null(k0), false, 7)},
-                  {message("t", "r", null(k0), 8), message("t", "r", raw(k0, "x"), 9)})),
+     TREE(package(k3, {header("h", null(k0), false, 7), message("t", "r", null(k0), 8),
+                       message("t", "r", raw(k0, "x"), 9)})),
      "setNodeValue(): byte array type is not supported in AMF0 version of protocol"},
     {"a name that cannot be written",
-     TREE(package(k3, {header("h", null(k0), false, 7)},
-                  {message(std::string(65536, 't'), "r", null(k0), 8)})),
+     TREE(package(k3, {header("h", null(k0), false, 7),
+                       message(std::string(65536, 't'), "r", null(k0), 8)})),
      "setAMF0String(): string is too large"},
     {"a missing value",
-     TREE(withChild(package(k3, {header("h", null(k0), false, 7)}, {}),
+     TREE(withChild(package(k3, {header("h", null(k0), false, 7)}),
                     [] {
                       AMFMessage* const one = new AMFMessage();
                       delete one->value;
@@ -358,10 +358,10 @@ const RefusalRow kRefusals[] = {
                     }())),
      "setNodeValue(): lack of value type node"},
     {"more headers counted than there are",
-     TREE(countingHeaders(package(k3, {header("h", null(k0), false, 7)}, {}), 3)),
+     TREE(countingHeaders(package(k3, {header("h", null(k0), false, 7)}), 3)),
      "setHeader(): lack of header type node"},
     {"a null message", TREE([] {
-       AMFPackage* const tree = package(k3, {header("h", null(k0), false, 7)}, {});
+       AMFPackage* const tree = package(k3, {header("h", null(k0), false, 7)});
        tree->children.push_back(nullptr);
        return tree;
      }()),

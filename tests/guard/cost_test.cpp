@@ -59,7 +59,7 @@ void everything(const std::string& packet) {
   escapeForViews(copy.get());
 }
 
-// Runs on a stack of `size` bytes below which lies a page that nobody may touch, and tells how many
+// Runs on a stack of `size` bytes below which lies a page that nobody may touch, and returns how many
 // of them were ever written.
 std::size_t stackUsed(std::size_t size, const std::string& packet) {
   constexpr std::size_t kFence = 4096;
@@ -118,7 +118,7 @@ TEST(GuardCost, TemporariesStandInFrontOfWhatTheOutputLimitCounts) {
 
 // At most ten lines for a node, of at most 34 bytes that are not its text; a tab for each level
 // around it in the pretty layout: three for an object, two for an array, one for each reference
-// behind a switch so far, and those of package and message. Texts grow by backslashes, bytes become
+// after a switch so far, and those of package and message. Texts grow by backslashes, bytes become
 // up to eight characters.
 std::uint64_t mostJson(const AMFVerifyResult& checked, bool pretty) {
   constexpr std::uint64_t kLines = 10, kLine = 34, kEnvelopeTabs = 5;

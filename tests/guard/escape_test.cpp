@@ -11,10 +11,10 @@
 #include <string>
 #include <vector>
 
-#include "support/build.h"
 #include "support/counted_heap.h"
 #include "support/dump.h"
 #include "support/guard_packets.h"
+#include "support/trees.h"
 
 using namespace support;
 
@@ -111,7 +111,7 @@ TEST(GuardEscape, EveryByteOfAText) {
   for (const TextCase& row : kTexts) {
     for (const AMFEscapeFor view : kBoth) {
       SCOPED_TRACE(row.name);
-      const auto node = makeString(AMF_VERSION_3, hex(row.bytes), 4);
+      const auto node = trees::own(trees::reference(trees::string(trees::k3, hex(row.bytes)), 4));
       escapeForViews(node.get(), view);
       EXPECT_EQ(toHex(expectedBytes(row, view)), toHex(textOf(node.get())));
       EXPECT_EQ(4u, node->referenceIndex);
@@ -122,7 +122,7 @@ TEST(GuardEscape, EveryByteOfAText) {
 TEST(GuardEscape, WithoutAnArgumentItIsForEveryView) {
   for (const TextCase& row : kTexts) {
     SCOPED_TRACE(row.name);
-    const auto node = makeString(AMF_VERSION_3, hex(row.bytes));
+    const auto node = trees::own(trees::string(trees::k3, hex(row.bytes)));
     escapeForViews(node.get());
     EXPECT_EQ(toHex(expectedBytes(row, AMFEscapeFor::script)), toHex(textOf(node.get())));
   }
@@ -135,12 +135,12 @@ TEST(GuardEscape, EveryByteAtEveryPlace) {
     const unsigned byte = i / 2;
     const AMFEscapeFor view = kBoth[i % 2];
     const std::string single(1, static_cast<char>(byte));
-    const auto alone = makeString(AMF_VERSION_3, single);
+    const auto alone = trees::own(trees::string(trees::k3, single));
     escapeForViews(alone.get(), view);
     for (std::size_t at = 0; at < kLength; ++at) {
       const std::string before(at, 'a');
       const std::string behind(kLength - 1 - at, '~');
-      const auto node = makeString(AMF_VERSION_3, before + single + behind);
+      const auto node = trees::own(trees::string(trees::k3, before + single + behind));
       escapeForViews(node.get(), view);
       ASSERT_EQ(before + textOf(alone.get()) + behind, textOf(node.get())) << byte << " at " << at;
     }
@@ -257,13 +257,13 @@ TEST(GuardEscape, HandMadeTrees) {
 }
 
 TEST(GuardEscape, TextsThatNeedNothingStayWhereTheyAre) {
-  const auto plain = makeString(AMF_VERSION_0, "longer than a short string");
+  const auto plain = trees::own(trees::string(trees::k0, "longer than a short string"));
   const char* const bytes = plain->data;
   const std::uint64_t before = allocations;
   escapeForViews(plain.get());
   EXPECT_EQ(bytes, plain->data);
   EXPECT_EQ(before, allocations);
-  const auto umlaut = makeString(AMF_VERSION_0, "longer than a short string, \xC3\xA4");
+  const auto umlaut = trees::own(trees::string(trees::k0, "longer than a short string, \xC3\xA4"));
   const char* const kept = umlaut->data;
   const std::uint64_t then = allocations;
   escapeForViews(umlaut.get(), AMFEscapeFor::json);
@@ -289,7 +289,7 @@ TEST(GuardEscape, NumbersInNumbersBecomeNullWithThem) {
     place->appendChild(number.release(), false);
     place = next;
   }
-  place->appendChild(makeString(AMF_VERSION_3, "<").release(), false);
+  place->appendChild(trees::string(trees::k3, "<"), false);
   escapeForViews(&array);
   EXPECT_EQ("arr3{null3}!open", dump(&array));
 }
@@ -307,7 +307,7 @@ TEST(GuardEscape, PairsInPairsNeedNoStack) {
     innermost = next.release();
     all.push_back(innermost);
   }
-  innermost->setName(makeString(AMF_VERSION_0, "<").release(), false);
+  innermost->setName(trees::string(trees::k0, "<"), false);
   escapeForViews(&root);
   EXPECT_EQ("\\u003C", textOf(innermost->name));
   root.children.clear();
@@ -327,7 +327,7 @@ TEST(GuardEscape, DeepTreesNeedNoStack) {
     innermost->appendChild(level.release(), false);
     innermost = next;
   }
-  auto text = makeString(AMF_VERSION_0, "<");
+  auto text = trees::own(trees::string(trees::k0, "<"));
   AMFString* const string = text.get();
   innermost->appendChild(text.release(), false);
   escapeForViews(root.get());
@@ -471,7 +471,7 @@ const char* const kHostile[] = {
 
 // Broken sequences as a reader of UTF-8 shows them; tested byte by byte above.
 std::string readable(const std::string& text, AMFEscapeFor escapeFor) {
-  const auto node = makeString(AMF_VERSION_0, text);
+  const auto node = trees::own(trees::string(trees::k0, text));
   escapeForViews(node.get(), escapeFor);
   return scan('"' +
               [&] {

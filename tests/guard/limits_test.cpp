@@ -162,7 +162,7 @@ TEST(GuardLimits, DepthIsExact) {
 
 struct Strike {
   const char* value;
-  std::uint64_t nodes;  // limit, behind the four of the envelope
+  std::uint64_t nodes;  // limit, after the four of the envelope
   std::size_t offset;   // from the value's first byte
 };
 
@@ -249,7 +249,7 @@ struct LongString {
   std::size_t offset;
 };
 
-// Each holds one string of 5 bytes; the offset is that behind its length.
+// Each holds one string of 5 bytes; the offset is that after its length.
 const LongString kLongStrings[] = {
     {"0000 0001 0005 'abcde'", 6},
     {"0000 0000 0001 0005 'abcde'", 8},
@@ -434,7 +434,7 @@ const Measure kMeasures[] = {
 };
 
 // The field that crosses a limit is the first one with which the sum over the bytes up to it is
-// above. What is measured of a cut packet tells that sum. An AMF0 name counts once the byte behind
+// above. What is measured of a cut packet shows that sum. An AMF0 name counts once the byte after
 // it is known.
 void expectStrikesWhereTheSumCrosses(const std::string& packet, const Measure& measure,
                                      std::uint64_t limit) {

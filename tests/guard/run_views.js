@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Runs the texts of views and tells what they did: node run_views.js FILE
+// Runs the texts of views and reports what they did: node run_views.js FILE
 //
-// FILE holds blobs, each behind its length (32 bits, little-endian). Two kinds of records:
+// FILE holds blobs, each after its length (32 bits, little-endian). Two kinds of records:
 //   "shape"  name, the four views of a packet whose texts are w0, w1, ...
 //   "packet" group, name, the name of its shape, the number of texts, the texts themselves, the four views
 // The views come in the order of kViews. Printed is a line for each view of each packet: group, name, view and

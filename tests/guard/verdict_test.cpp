@@ -21,7 +21,7 @@ namespace {
 // ---- What the readers refuse -------------------------------------------------------------------
 
 struct Refusal {
-  const char* value;  // behind the envelope
+  const char* value;  // after the envelope
   const char* text;
   std::size_t offset;  // from the value's first byte
 };
@@ -469,7 +469,7 @@ TEST(GuardVerdict, BytesBehindTheLastMessageAreNoError) {
     EXPECT_EQ(Status::ok, result.status);
     EXPECT_EQ(packet.size(), result.consumed);
   }
-  // Members behind an associative array that says it has none.
+  // Members after an associative array that says it has none.
   const AMFVerifyResult left = verify(packetOf("08 00000000 0001 'a' 05 000009"));
   EXPECT_EQ(Status::ok, left.status);
   EXPECT_EQ(21u, left.consumed);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The fields that visitPacket tells: every byte once and in order, what each of them is, and the
+// The fields that visitPacket reports: every byte once and in order, what each of them is, and the
 // index each value gets in its table. Exercises guard/visit.cpp.
 #include <AMF2JSON.h>
 #include <AMFGuard.h>
@@ -143,7 +143,7 @@ TEST(GuardVisit, SaysTheSameAndCoversEveryByteOnce) {
       ASSERT_TRUE(field.kind < Kind::end || field.length == 0);
       at += field.length;
     }
-    // Only the first bytes of an integer that is cut can lie behind the last whole field.
+    // Only the first bytes of an integer that is cut can lie after the last whole field.
     for (; at < result.consumed; ++at) {
       ASSERT_EQ(Status::truncated, result.status);
       ASSERT_NE(0, packet[at] & 0x80);
@@ -197,7 +197,7 @@ class Thrower : public AMFVerifyVisitor {
 };
 
 TEST(GuardVisit, LetsTheVisitorsExceptionPass) {
-  // Behind tables that have memory of their own.
+  // After tables that have memory of their own.
   const std::string packet =
       packetWith(hex("0A 000000C8") + repeat(hex("0A 00000000"), 199) + hex("02 0000"));
   Thrower thrower;

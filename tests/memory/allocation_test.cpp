@@ -11,14 +11,15 @@
 #include <new>
 #include <string>
 
-#include "support/build.h"
+#include "support/counted_heap.h"
 #include "support/dump.h"
-#include "support/failing_new.h"
 #include "support/hex.h"
+#include "support/kinds.h"
+#include "support/trees.h"
 
 namespace {
 
-using failing_new::Mode;
+using support::Failing;
 
 constexpr std::uint64_t kMostAllocations = 100000;  // no operation here needs so many
 
@@ -57,19 +58,19 @@ std::uint64_t injected = 0;  // failures of the running test
 
 // Runs `work` with its allocation number `call` failing. True: one has failed, and `work` threw
 // std::bad_alloc; false: `work` needs no such allocation, and was done.
-bool failsAt(std::uint64_t call, Mode mode, const std::function<void()>& work) {
+bool failsAt(std::uint64_t call, Failing mode, const std::function<void()>& work) {
   bool thrown = false;
-  failing_new::arm(call, mode);
+  support::failAllocation(call, mode);
   try {
     work();
   } catch (const std::bad_alloc&) {
     thrown = true;
   } catch (...) {
-    failing_new::disarm();
+    support::failNothing();
     throw;
   }
-  failing_new::disarm();
-  const bool failed = failing_new::failures() > 0;
+  support::failNothing();
+  const bool failed = support::failures > 0;
   EXPECT_EQ(thrown, failed) << "at allocation " << call;
   injected += failed ? 1 : 0;
   return failed;
@@ -85,22 +86,22 @@ void settleTexts() {
   }
 }
 
-// `attempt(call, mode)` builds what it needs, calls failsAt and hands back its result; all it made
+// `attempt(call, mode)` builds what it needs, calls failsAt and returns its result; all it made
 // is gone when it returns.
 template <class Attempt>
 void failEach(const char* name, const Attempt& attempt) {
-  attempt(kMostAllocations, Mode::once);  // what is kept for good is there from now on
+  attempt(kMostAllocations, Failing::once);  // what is kept for good is there from now on
   injected = 0;
-  for (const Mode mode : {Mode::once, Mode::fromThenOn}) {
+  for (const Failing mode : {Failing::once, Failing::fromThenOn}) {
     std::uint64_t call = 0;
     const bool failedBefore = testing::Test::HasFailure();
     for (bool failed = true; failed && testing::Test::HasFailure() == failedBefore; ++call) {
       ASSERT_LT(call, kMostAllocations);
       settleTexts();
-      const std::int64_t before = failing_new::live();
+      const std::uint64_t before = support::liveBlocks;
       failed = attempt(call, mode);
       settleTexts();
-      ASSERT_EQ(failing_new::live(), before) << name << ", allocation " << call;
+      ASSERT_EQ(support::liveBlocks, before) << name << ", allocation " << call;
     }
   }
   std::printf("%-44s %6llu failures injected\n", name, static_cast<unsigned long long>(injected));
@@ -127,7 +128,7 @@ std::string expectedDump() {
 
 TEST(Allocation, Parse) {
   const std::string expected = expectedDump();
-  failEach("parse, fresh object", [&](std::uint64_t call, Mode mode) {
+  failEach("parse, fresh object", [&](std::uint64_t call, Failing mode) {
     AMFProtocol protocol;
     const bool failed = failsAt(call, mode, [&] { protocol.parse(everyForm().data()); });
     if (!failed) {
@@ -140,7 +141,7 @@ TEST(Allocation, Parse) {
 
 // The package goes as soon as the version has been read, whatever fails then.
 TEST(Allocation, ParseThatFailsLeavesNoOldPackage) {
-  failEach("parse, what is left", [&](std::uint64_t call, Mode mode) {
+  failEach("parse, what is left", [&](std::uint64_t call, Failing mode) {
     AMFProtocol protocol;
     parse(protocol, support::hex("0003 0000 0001 0000 0000 00000000 0A 00000001 05"));
     const std::string empty = support::hex("0000 0000 0000");
@@ -152,7 +153,7 @@ TEST(Allocation, ParseThatFailsLeavesNoOldPackage) {
 
 TEST(Allocation, SecondParse) {
   const std::string expected = expectedDump();
-  failEach("parse, object in use", [&](std::uint64_t call, Mode mode) {
+  failEach("parse, object in use", [&](std::uint64_t call, Failing mode) {
     AMFProtocol protocol;
     parse(protocol, everyForm());
     protocol.getPackageInJSON(true);
@@ -166,7 +167,7 @@ TEST(Allocation, Clone) {
   const std::string expected = expectedDump();
   AMFProtocol protocol;
   parse(protocol, everyForm());
-  failEach("clone", [&](std::uint64_t call, Mode mode) {
+  failEach("clone", [&](std::uint64_t call, Failing mode) {
     std::unique_ptr<AMFPackage> copy;
     const bool failed = failsAt(call, mode, [&] { copy.reset(protocol.package->clone()); });
     EXPECT_EQ(support::dump(protocol.package), expected);
@@ -180,7 +181,7 @@ TEST(Allocation, Clone) {
 TEST(Allocation, CloneOfEachKind) {
   for (std::uint32_t kind = 0; kind <= support::kLastKind; ++kind) {
     const std::unique_ptr<AMFNode> node = support::makeKind(kind);
-    failEach(support::kKindDumps[kind], [&](std::uint64_t call, Mode mode) {
+    failEach(support::kKindDumps[kind], [&](std::uint64_t call, Failing mode) {
       std::unique_ptr<AMFNode> copy;
       const bool failed = failsAt(call, mode, [&] { copy.reset(node->clone()); });
       if (!failed) {
@@ -198,7 +199,7 @@ TEST(Allocation, Compile) {
   AMFProtocol calm;
   calm.compile(reader.package);
   const std::string expectedBytes(calm.resultBuffer, calm.getResultLength());
-  failEach("compile", [&](std::uint64_t call, Mode mode) {
+  failEach("compile", [&](std::uint64_t call, Failing mode) {
     AMFProtocol writer;
     const bool failed = failsAt(call, mode, [&] { writer.compile(reader.package); });
     EXPECT_EQ(support::dump(reader.package), expected);
@@ -214,7 +215,7 @@ TEST(Allocation, Compile) {
 TEST(Allocation, CompileOfLongTexts) {
   AMFProtocol reader;
   parse(reader, longTexts());
-  failEach("compile, after an earlier result", [&](std::uint64_t call, Mode mode) {
+  failEach("compile, after an earlier result", [&](std::uint64_t call, Failing mode) {
     AMFProtocol writer;
     writer.compile(reader.package);
     const char* const earlier = writer.resultBuffer;
@@ -252,7 +253,7 @@ void failEachOfViews(const std::string& packet, const char* packetName) {
       ASSERT_FALSE(expected.empty());
       const std::string name =
           std::string(row.name) + (pretty ? ", pretty, " : ", compact, ") + packetName;
-      failEach(name.c_str(), [&](std::uint64_t call, Mode mode) {
+      failEach(name.c_str(), [&](std::uint64_t call, Failing mode) {
         AMFProtocol protocol;
         parse(protocol, packet);
         const std::string* text = nullptr;
@@ -278,7 +279,7 @@ TEST(Allocation, ViewsOfLongTexts) {
 TEST(Allocation, FormatString) {
   std::string text = support::hex("'a' 5C 22 0A '/*' C3A9 'x'*200");
   const std::string expected = formatString(text, false);
-  failEach("formatString", [&](std::uint64_t call, Mode mode) {
+  failEach("formatString", [&](std::uint64_t call, Failing mode) {
     std::string made;
     const bool failed = failsAt(call, mode, [&] { made = formatString(text, false); });
     if (!failed) {
@@ -307,7 +308,7 @@ const ConstructorRow kConstructors[] = {
 
 TEST(Allocation, Constructors) {
   for (const ConstructorRow& row : kConstructors) {
-    failEach(row.name, [&](std::uint64_t call, Mode mode) {
+    failEach(row.name, [&](std::uint64_t call, Failing mode) {
       std::unique_ptr<AMFNode> node;
       return failsAt(call, mode, [&] { node.reset(row.make()); });
     });
@@ -390,7 +391,7 @@ const SetterRow kSetters[] = {
 
 void failEachOfSetter(const SetterRow& row, bool copy) {
   const std::string name = std::string(row.name) + (copy ? ", copy" : ", adopt");
-  failEach(name.c_str(), [&](std::uint64_t call, Mode mode) {
+  failEach(name.c_str(), [&](std::uint64_t call, Failing mode) {
     const std::unique_ptr<AMFNode> target = support::makeKind(row.targetKind);
     std::unique_ptr<AMFNode> node = support::makeKind(row.nodeKind);
     const std::string before = support::dump(target.get());
@@ -416,17 +417,17 @@ TEST(Allocation, Setters) {
 }
 
 TEST(Allocation, RawSetValue) {
-  failEach("AMFRaw::setValue", [](std::uint64_t call, Mode mode) {
+  failEach("AMFRaw::setValue", [](std::uint64_t call, Failing mode) {
     AMFRaw node(AMF_VERSION_3);
     node.setValue("old", 3);
     const bool failed = failsAt(call, mode, [&] { node.setValue("newer", 5); });
     EXPECT_EQ(support::dump(&node), failed ? "raw3 [6F6C64]" : "raw3 [6E65776572]");
     return failed;
   });
-  failEach("AMFXML::setValue", [](std::uint64_t call, Mode mode) {
+  failEach("AMFXML::setValue", [](std::uint64_t call, Failing mode) {
     AMFXML node(AMF_VERSION_3);
     node.setValue("old", 3);
-    const std::unique_ptr<AMFString> text = support::makeString(AMF_VERSION_3, "newer");
+    const std::unique_ptr<AMFString> text = trees::own(trees::string(trees::k3, "newer"));
     const bool failed = failsAt(call, mode, [&] { node.setValue(text.get()); });
     EXPECT_EQ(support::dump(&node), failed ? "xml3{doc=0 'old'}" : "xml3{doc=0 'newer'}");
     return failed;

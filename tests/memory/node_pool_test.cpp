@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Where nodes come from: pieces of chunks, or blocks of their own; hosts' classes; bytes that stand
-// behind their node; how much memory is kept. Threads are in pool_threads_test.cpp.
+// after their node; how much memory is kept. Threads are in pool_threads_test.cpp.
 #include "memory/node_pool.h"
 #include "support/pooled_nodes.h"
 
@@ -21,8 +21,9 @@
 #include <vector>
 
 #include "base/pages.h"
-#include "support/build.h"
+#include "support/kinds.h"
 #include "support/process.h"
+#include "support/trees.h"
 
 #if defined(TESTS_ADDRESS_SANITIZER)
 #include <sanitizer/asan_interface.h>
@@ -114,7 +115,7 @@ const ClassRow kClasses[] = {
     classRow<Holding<Page>>("alignment 4096"),
 };
 
-// Fills what a class has behind its AMFNode part, and looks at it later.
+// Fills what a class has after its AMFNode part, and looks at it later.
 void fill(AMFNode* node, std::size_t size, unsigned char value) {
   std::memset(reinterpret_cast<unsigned char*>(node) + sizeof(AMFDouble), value,
               size - sizeof(AMFDouble));
@@ -304,7 +305,7 @@ TEST(NodePool, DeletesNothing) {
   EXPECT_EQ(chunksOfThisThread(), chunks);
 }
 
-// ---- Bytes behind their node -------------------------------------------------------------------
+// ---- Bytes after their node -------------------------------------------------------------------
 
 struct BytesRow {
   std::uint32_t count;
@@ -329,7 +330,7 @@ std::string bytesOf(const Node& node) {
   return node.length == 0 ? std::string() : std::string(node.data, node.length);
 }
 
-// Behind the node or not: the node, its copies and its new values are the same.
+// After the node or not: the node, its copies and its new values are the same.
 template <class Node>
 void checkBytes(std::unique_ptr<Node> (*makeNode)(AMFVersion, const char*, std::uint32_t),
                 AMFNode::AMFType type) {

@@ -22,7 +22,7 @@ using namespace amf2json;
 
 namespace {
 
-// Heap of the tree alone: the chunks its thread has taken, and what deleting it gives back.
+// Heap of the tree alone: the chunks its thread has taken, and what deleting it returns.
 std::uint64_t heapOf(const std::string& packet) {
   std::uint64_t heap = 0;
   std::thread([&] {

@@ -17,9 +17,9 @@
 #include <ranges>
 #endif
 
-#include "support/build.h"
 #include "support/dump.h"
 #include "support/refusal.h"
+#include "support/trees.h"
 
 namespace {
 
@@ -103,7 +103,7 @@ TEST(Interface, ClassesOfAHostAreMadeFromTheLibrarys) {
 TEST(Interface, AnObjectsChildrenArePairs) {
   AMFObject object = {AMF_VERSION_3, nullptr};
   auto named = std::make_unique<AMFPair>(AMF_VERSION_3);
-  named->setName(support::makeString(AMF_VERSION_3, "n").release(), false);
+  named->setName(trees::string(trees::k3, "n"), false);
   object.appendChild(named.release(), false);
   const AMFPair* const pair = object.getChild(0);
   EXPECT_EQ(support::dump(pair->name), "str3 'n'");
@@ -246,7 +246,7 @@ template <class Pair>
 std::string objectWith() {
   AMFObject object(AMF_VERSION_3);
   auto pair = std::make_unique<Pair>(AMF_VERSION_3);
-  pair->setName(support::makeString(AMF_VERSION_3, "n").release(), false);
+  pair->setName(trees::string(trees::k3, "n"), false);
   pair->setValue(new AMFNull(AMF_VERSION_3), false);
   object.children.push_back(pair.release());
   object.dynamic = true;

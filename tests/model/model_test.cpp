@@ -10,17 +10,15 @@
 #include <string>
 #include <type_traits>
 
-#include "support/build.h"
 #include "support/dump.h"
+#include "support/kinds.h"
 #include "support/refusal.h"
+#include "support/trees.h"
 
 namespace {
 
 using support::dump;
-using support::makeInt;
 using support::makeKind;
-using support::makePair;
-using support::makeString;
 using support::refusal;
 
 TEST(Kinds, CodesAndWidths) {
@@ -142,7 +140,7 @@ TEST(Defaults, APairTakesItsKind) {
 TEST(Dump, ShowsWhatIsOdd) {
   AMFArray array(AMF_VERSION_3);
   array.children.push_back(nullptr);
-  array.appendChild(makeInt(1).release(), false);
+  array.appendChild(trees::integer(trees::k3, 1), false);
   array.children[1]->parent = nullptr;
   array.strict = 2;
   array.referenceIndex = 7;
@@ -163,7 +161,7 @@ TEST(Dump, ShowsWhatIsOdd) {
   AMFNull null(AMF_VERSION_0);
   null.complete = true;
   null.type = static_cast<AMFNode::AMFType>(40);
-  null.appendChild(makeInt(1).release(), false);
+  null.appendChild(trees::integer(trees::k3, 1), false);
   EXPECT_EQ(dump(&null), "null0!complete!kind40+[int3 1]");
 
   AMFDouble number(AMF_VERSION_0);
@@ -180,7 +178,7 @@ TEST(Dump, ShowsWhatIsOdd) {
 TEST(Children, OutOfRangeGetChildIsNull) {
   AMFArray array(AMF_VERSION_3);
   EXPECT_EQ(array.getChild(0), nullptr);
-  array.appendChild(makeInt(1).release(), false);
+  array.appendChild(trees::integer(trees::k3, 1), false);
   EXPECT_EQ(dump(array.getChild(0)), "int3 1");
   EXPECT_EQ(array.getChild(1), nullptr);
   EXPECT_EQ(array.getChild(0xFFFFFFFFu), nullptr);
@@ -190,7 +188,7 @@ TEST(Children, OutOfRangeGetChildIsNull) {
 
 TEST(Children, AnyNodeTakesChildren) {
   AMFNull null(AMF_VERSION_0);
-  null.appendChild(makeInt(1).release(), false);
+  null.appendChild(trees::integer(trees::k3, 1), false);
   null.appendChild(nullptr, false);
   null.appendChild(nullptr, true);
   EXPECT_EQ(dump(&null), "null0+[int3 1]");
@@ -198,8 +196,8 @@ TEST(Children, AnyNodeTakesChildren) {
 
 TEST(Children, SetChildReplacesOneOnly) {
   AMFArray array(AMF_VERSION_3);
-  for (std::uint32_t i = 0; i < 3; ++i) array.appendChild(makeInt(i).release(), false);
-  array.setChild(1, makeInt(8).release(), false);
+  for (std::uint32_t i = 0; i < 3; ++i) array.appendChild(trees::integer(trees::k3, i), false);
+  array.setChild(1, trees::integer(trees::k3, 8), false);
   array.setChild(2, nullptr, false);
   EXPECT_EQ(dump(&array), "arr3{dense=3 int3 0, int3 8, int3 2}!open");
 }
@@ -207,16 +205,16 @@ TEST(Children, SetChildReplacesOneOnly) {
 TEST(Children, SetChildFillsANullEntry) {
   AMFArray array(AMF_VERSION_3);
   array.children.push_back(nullptr);
-  array.setChild(0, makeInt(8).release(), false);
+  array.setChild(0, trees::integer(trees::k3, 8), false);
   EXPECT_EQ(dump(&array), "arr3{int3 8}!open");
 }
 
 TEST(Children, ObjectsForwardWithoutChecks) {
   AMFObject object(AMF_VERSION_3);
   object.appendChild(static_cast<AMFPair*>(nullptr), false);
-  object.appendChild(makePair(AMF_VERSION_3, "a", *makeInt(1)).release(), false);
+  object.appendChild(trees::member(trees::k3, "a", trees::integer(trees::k3, 1)), false);
   object.appendChild(new AMFHeader(), false);
-  object.setChild(0, makePair(AMF_VERSION_3, "b", *makeInt(2)).release(), false);
+  object.setChild(0, trees::member(trees::k3, "b", trees::integer(trees::k3, 2)), false);
   object.setChild(1, nullptr, false);
   EXPECT_EQ(dump(&object), "obj3{'b':int3 2, header{'' len=? undef0}}!open");
   EXPECT_EQ(dump(object.getChild(0)), "pair3{'b':int3 2}");
@@ -322,7 +320,7 @@ TEST(KindChecks, ArrayIgnoresNullUncounted) {
 
 TEST(KindChecks, ArraySetChildIsThePlainOne) {
   AMFArray array(AMF_VERSION_3);
-  array.appendChild(makeInt(1).release(), false);
+  array.appendChild(trees::integer(trees::k3, 1), false);
   array.setChild(0, new AMFHeader(), false);
   EXPECT_EQ(dump(&array), "arr3{dense=1 header{'' len=? undef0}}!open");
   array.setChild(0, new AMFPair(AMF_VERSION_3), false);
@@ -392,13 +390,13 @@ TEST(KindChecks, TheNamedEdges) {
 
 std::unique_ptr<AMFHeader> namedHeader(const char* name) {
   auto header = std::make_unique<AMFHeader>();
-  header->setName(makeString(AMF_VERSION_0, name).release(), false);
+  header->setName(trees::string(trees::k0, name), false);
   return header;
 }
 
 std::unique_ptr<AMFMessage> namedMessage(const char* target) {
   auto message = std::make_unique<AMFMessage>();
-  message->setTargetUri(makeString(AMF_VERSION_0, target).release(), false);
+  message->setTargetUri(trees::string(trees::k0, target), false);
   return message;
 }
 

@@ -12,19 +12,17 @@
 #include <string>
 #include <typeinfo>
 
-#include "support/build.h"
 #include "support/dump.h"
+#include "support/kinds.h"
 #include "support/refusal.h"
+#include "support/trees.h"
 #include "support/witness.h"
 
 namespace {
 
 using support::Diary;
 using support::dump;
-using support::makeInt;
 using support::makeKind;
-using support::makePair;
-using support::makeString;
 using support::refusal;
 using support::Witness;
 using support::WitnessPair;
@@ -46,7 +44,7 @@ Node& as(AMFNode& node) {
 
 std::unique_ptr<AMFNode> arrayOfOne() {
   auto array = std::make_unique<AMFArray>(AMF_VERSION_3);
-  array->appendChild(makeInt(1).release(), false);
+  array->appendChild(trees::integer(trees::k3, 1), false);
   return array;
 }
 
@@ -91,7 +89,7 @@ TEST(CopyFlag, TrueAttachesADeepCopy) {
     auto owner = row.owner();
     {
       Witness node(diary, "n");
-      node.appendChild(makeInt(9).release(), false);
+      node.appendChild(trees::integer(trees::k3, 9), false);
       row.attach(*owner, &node, true);
       EXPECT_NE(row.held(*owner), &node) << row.name;
       EXPECT_EQ(node.parent, nullptr) << row.name;
@@ -210,7 +208,8 @@ TEST(StringSetters, FalseAdopts) {
 TEST(StringSetters, TrueCopiesBytesVersionAndReference) {
   for (const StringSetter& row : kStringSetters) {
     auto owner = row.owner();
-    auto text = makeString(AMF_VERSION_3, std::string_view("n\0m", 3), 5);
+    auto text =
+        trees::own(trees::reference(trees::string(trees::k3, std::string_view("n\0m", 3)), 5));
     row.set(*owner, text.get(), true);
     EXPECT_NE(row.held(*owner), text.get()) << row.name;
     EXPECT_NE(row.held(*owner)->data, text->data) << row.name;
@@ -235,15 +234,15 @@ TEST(StringSetters, ANullMemberIsFilled) {
   AMFObject object(AMF_VERSION_3);
   delete object.className;
   object.className = nullptr;
-  object.setClassName(makeString(AMF_VERSION_3, "C").release(), false);
+  object.setClassName(trees::string(trees::k3, "C"), false);
   EXPECT_EQ(dump(&object), "obj3{class='C'}!open");
   AMFPair pair(AMF_VERSION_3);
   delete pair.name;
   delete pair.value;
   pair.name = nullptr;
   pair.value = nullptr;
-  pair.setName(makeString(AMF_VERSION_3, "a").release(), false);
-  pair.setValue(makeInt(1).release(), false);
+  pair.setName(trees::string(trees::k3, "a"), false);
+  pair.setValue(trees::integer(trees::k3, 1), false);
   EXPECT_EQ(dump(&pair), "pair3{'a':int3 1}");
 }
 
@@ -264,10 +263,10 @@ TEST(Refused, SetChildOutOfRangeLeavesTheNodeWithTheCaller) {
         EXPECT_EQ(array.children.size(), count);
       }
     }
-    array.appendChild(makeInt(1).release(), false);
+    array.appendChild(trees::integer(trees::k3, 1), false);
   }
   AMFObject object(AMF_VERSION_3);
-  const auto pair = makePair(AMF_VERSION_3, "a", *makeInt(1));
+  const auto pair = trees::own(trees::member(trees::k3, "a", trees::integer(trees::k3, 1)));
   object.setChild(0, pair.get(), false);
   EXPECT_EQ(pair->parent, nullptr);
   EXPECT_TRUE(object.children.empty());
@@ -303,7 +302,7 @@ TEST(Members, ObjectAppendAndSetFollowTheFlag) {
   object->appendChild(pair, false);
   EXPECT_EQ(object->getChild(0), pair);
   EXPECT_EQ(pair->parent, object.get());
-  const auto other = makePair(AMF_VERSION_0, "o", *makeInt(1));
+  const auto other = trees::own(trees::member(trees::k0, "o", trees::integer(trees::k3, 1)));
   object->setChild(0, other.get(), true);
   EXPECT_EQ(diary, "-p ");
   EXPECT_NE(object->getChild(0), other.get());
@@ -376,15 +375,15 @@ std::unique_ptr<AMFPackage> everything() {
     list->appendChild(node.release(), false);
   }
   auto outer = std::make_unique<AMFObject>(AMF_VERSION_0);
-  outer->appendChild(makePair(AMF_VERSION_0, "list", *list).release(), false);
+  outer->appendChild(trees::member(trees::k0, "list", list->clone()), false);
   auto header = std::make_unique<AMFHeader>();
   header->setValue(outer.release(), false);
-  header->appendChild(makeInt(11).release(), false);
+  header->appendChild(trees::integer(trees::k3, 11), false);
   package->appendHeader(header.release(), false);
   package->appendHeader(static_cast<AMFHeader*>(makeKind(AMFNode::AMF_HEADER).release()), false);
   package->appendMessage(static_cast<AMFMessage*>(makeKind(AMFNode::AMF_MESSAGE).release()), false);
   package->getMessage(0)->setValue(list.release(), false);
-  package->getMessage(0)->appendChild(makeInt(12).release(), false);
+  package->getMessage(0)->appendChild(trees::integer(trees::k3, 12), false);
   return package;
 }
 
@@ -394,7 +393,7 @@ TEST(DeepCopy, EveryKindIsEqualAndIndependent) {
     auto node = makeKind(code);
     node->referenceIndex = 3 + code;
     node->complete = true;
-    node->appendChild(makeInt(77).release(), false);
+    node->appendChild(trees::integer(trees::k3, 77), false);
     node->parent = &formerParent;
     const std::unique_ptr<AMFNode> copy(node->clone());
     EXPECT_EQ(dump(copy.get()), dump(node.get())) << code;
@@ -417,7 +416,7 @@ TEST(DeepCopy, AWholeTree) {
   EXPECT_EQ(copy->parent, nullptr);
   EXPECT_EQ(copy->getHeader(0)->parent, copy.get());
   expectIndependent(*package, *copy, "package");
-  copy->getMessage(0)->setValue(makeInt(1).release(), false);
+  copy->getMessage(0)->setValue(trees::integer(trees::k3, 1), false);
   copy->getHeader(0)->name->setValue("changed", 7);
   EXPECT_EQ(dump(package.get()), before) << "a change of the copy stays there";
 }
@@ -489,10 +488,10 @@ TEST(DeepCopy, NullMembersStayNull) {
 
 TEST(DeepCopy, OwnedStringsKeepVersionAndReference) {
   AMFObject object(AMF_VERSION_0);
-  object.setClassName(makeString(AMF_VERSION_3, "C", 2).release(), false);
+  object.setClassName(trees::reference(trees::string(trees::k3, "C"), 2), false);
   object.appendChild(new AMFPair(AMF_VERSION_3), false);
   auto& pair = static_cast<AMFPair&>(*object.getChild(0));
-  pair.setName(makeString(AMF_VERSION_0, "n", 0).release(), false);
+  pair.setName(trees::reference(trees::string(trees::k0, "n"), 0), false);
   pair.referenceIndex = 8;
   EXPECT_EQ(dump(std::unique_ptr<AMFNode>(object.clone()).get()),
             "obj0{class='C'v3#ref2 pair3{'n'v0#ref0:undef3}#ref8}");

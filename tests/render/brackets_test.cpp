@@ -8,22 +8,13 @@
 #include <cstdint>
 #include <string>
 
-#include "support/plain_renderer.h"
+#include "support/render_suite.h"
 
 namespace {
 
 using namespace std::string_literals;
 
-template <class Renderer>
-class RenderBrackets : public ::testing::Test {};
-using Renderers = ::testing::Types<AMFProtocol, support::PlainRenderer>;
-TYPED_TEST_SUITE(RenderBrackets, Renderers, support::RendererNames);
-
-template <class Renderer>
-void layout(Renderer& r, bool pretty) {
-  r.newLine = pretty ? "\n" : "";
-  r.indentUnit = pretty ? "\t" : "";
-}
+RENDERER_SUITE(RenderBrackets);
 
 // '{', '[' and '<' open a block, '}', ']' and '>' close one (whatever it was opened with), 'a' is
 // the attribute line "a" : 1, 'x' one byte of the host's own.
@@ -83,7 +74,7 @@ TYPED_TEST(RenderBrackets, Blocks) {
   for (const BlockCase& row : kBlocks) {
     SCOPED_TRACE(row.name);
     TypeParam r;
-    layout(r, row.pretty);
+    support::layout(r, row.pretty);
     run(r, row.steps);
     EXPECT_EQ(r.jsonText, row.json);
     EXPECT_EQ(r.closerStack, row.closers);
@@ -164,7 +155,7 @@ TYPED_TEST(RenderBrackets, CloseTakesTheFirstByteOfAMixedIndentation) {
 
 TYPED_TEST(RenderBrackets, DeepIndentation) {
   TypeParam r;
-  layout(r, true);
+  support::layout(r, true);
   r.lineBreakCount = -1;  // no soft breaks
   std::string expected;
   for (std::size_t depth = 0; depth < 40; ++depth) {

@@ -14,12 +14,13 @@
 #include <random>
 #include <string>
 
-#include "support/plain_renderer.h"
-#include "support/render_trees.h"
+#include "support/render_suite.h"
+#include "support/trees.h"
 
 namespace {
 
 using namespace support;
+using namespace trees;
 
 // Sets TZ for one scope.
 class TimeZone {
@@ -46,19 +47,16 @@ class TimeZone {
   std::string before;
 };
 
-template <class Renderer>
-class RenderDates : public ::testing::Test {};
-using Renderers = ::testing::Types<AMFProtocol, PlainRenderer>;
-TYPED_TEST_SUITE(RenderDates, Renderers, support::RendererNames);
+RENDERER_SUITE(RenderDates);
 
 // The value between the quotes of the member "value".
 template <class Renderer>
 std::string dateText(double milliseconds) {
   Renderer r;
   r.jsonOnly = true;
-  AMFDate node(v0);
+  AMFDate node(k0);
   node.value = milliseconds;
-  r.appendNode(&node, v0);
+  r.appendNode(&node, k0);
   const std::string front = R"({"type" : "date","value" : ")";
   const std::string back = "\"}";
   if (r.jsonText.size() < front.size() + back.size()) return r.jsonText;
@@ -105,7 +103,7 @@ const DateCase kDates[] = {
     {"year 0", -62167219200000.0, "Sat Jan  1 00:00:00 0"},
     {"year -1", -62167219201000.0, "Fri Dec 31 23:59:59 -1"},
     {"year 999", -30610224001000.0, "Tue Dec 31 23:59:59 999"},
-    // The year is a 32-bit number; behind it the C library refuses.
+    // The year is a 32-bit number; after it the C library refuses.
     {"far beyond", 67768036191676799000.0, kEpoch},
     {"beyond what the year holds", 68e18, kEpoch},
     {"beyond, negative", -68e18, kEpoch},

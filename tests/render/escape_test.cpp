@@ -8,15 +8,13 @@
 #include <string>
 
 #include "support/plain_renderer.h"
+#include "support/render_suite.h"
 
 namespace {
 
 using namespace std::string_literals;
 
-template <class Renderer>
-class RenderEscape : public ::testing::Test {};
-using Renderers = ::testing::Types<AMFProtocol, support::PlainRenderer>;
-TYPED_TEST_SUITE(RenderEscape, Renderers, support::RendererNames);
+RENDERER_SUITE(RenderEscape);
 
 struct EscapeCase {
   const char* name;

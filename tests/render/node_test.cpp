@@ -17,23 +17,21 @@
 #include <random>
 #include <string>
 
-#include "support/plain_renderer.h"
-#include "support/render_trees.h"
+#include "support/render_suite.h"
+#include "support/trees.h"
 
 namespace {
 
 using namespace std::string_literals;
 using namespace support;
+using namespace trees;
 
-template <class Renderer>
-class RenderNode : public ::testing::Test {};
-using Renderers = ::testing::Types<AMFProtocol, PlainRenderer>;
-TYPED_TEST_SUITE(RenderNode, Renderers, support::RendererNames);
+RENDERER_SUITE(RenderNode);
 
 // The node as the member "v" of an AMF0 place: {"v" : ...}. Takes the node over.
 template <class Renderer>
 void renderMember(Renderer& r, AMFNode* node, bool jsonOnly, bool pretty = false,
-                  AMFVersion place = v0) {
+                  AMFVersion place = k0) {
   const std::unique_ptr<AMFNode> owner(node);
   r.jsonOnly = jsonOnly;
   r.newLine = pretty ? "\n" : "";
@@ -45,7 +43,7 @@ void renderMember(Renderer& r, AMFNode* node, bool jsonOnly, bool pretty = false
 }
 
 template <class Renderer>
-std::string jsonOf(AMFNode* node, AMFVersion place = v0) {
+std::string jsonOf(AMFNode* node, AMFVersion place = k0) {
   Renderer r;
   renderMember(r, node, true, false, place);
   EXPECT_EQ(r.scriptText, "");
@@ -82,40 +80,29 @@ void check(const NodeCase& row) {
 }
 
 const NodeCase kScalars[] = {
-    {"null", [] { return static_cast<AMFNode*>(null()); }, v0, "{\"v\" : null}", "amf.v = null;\n",
-     ""},
-    {"true", [] { return static_cast<AMFNode*>(boolean(true)); }, v0, "{\"v\" : true}",
-     "amf.v = true;\n", ""},
-    {"false", [] { return static_cast<AMFNode*>(boolean(false)); }, v0, "{\"v\" : false}",
-     "amf.v = false;\n", ""},
-    {"integer in AMF3", [] { return static_cast<AMFNode*>(integer(5)); }, v3, "{\"v\" : 5}",
-     "amf.v = 5;\n", ""},
-    {"integer with all bits", [] { return static_cast<AMFNode*>(integer(0xFFFFFFFFu)); }, v3,
-     "{\"v\" : 4294967295}", "amf.v = 4294967295;\n", ""},
-    {"integer with the top bit", [] { return static_cast<AMFNode*>(integer(0x80000000u)); }, v3,
-     "{\"v\" : 2147483648}", "amf.v = 2147483648;\n", ""},
-    {"integer 0", [] { return static_cast<AMFNode*>(integer(0)); }, v3, "{\"v\" : 0}",
-     "amf.v = 0;\n", ""},
-    {"double", [] { return static_cast<AMFNode*>(number(3.5)); }, v0, "{\"v\" : 3.500000}",
-     "amf.v = 3.500000;\n", ""},
-    {"string", [] { return static_cast<AMFNode*>(text("hi")); }, v0, "{\"v\" : \"hi\"}",
-     "amf.v = \"hi\";\n", ""},
-    {"empty string", [] { return static_cast<AMFNode*>(text("")); }, v0, "{\"v\" : \"\"}",
-     "amf.v = \"\";\n", ""},
-    {"string with NUL, tab, quote, slash",
-     [] { return static_cast<AMFNode*>(text("a\0\t\"/\\"s)); }, v0, "{\"v\" : \"a\0\\\"/\\\"}"s,
-     "amf.v = \"a\0\\\"/\\\";\n"s, ""},
-    {"undefined is a quoted text", [] { return static_cast<AMFNode*>(undefined()); }, v0,
-     "{\"v\" : \"undefined\"}", "amf.v = \"undefined\";\n", ""},
-    {"kind code 15", [] { return static_cast<AMFNode*>(unknown(15)); }, v0,
-     "{\"v\" : \"undefined\"}", "amf.v = \"undefined\";\n", ""},
-    {"kind code 4294967295", [] { return static_cast<AMFNode*>(unknown(0xFFFFFFFFu)); }, v0,
-     "{\"v\" : \"undefined\"}", "amf.v = \"undefined\";\n", ""},
-    {"AMF0 in AMF3", [] { return static_cast<AMFNode*>(text("hi")); }, v3, "{\"v\" : \"hi\"}",
-     "amf.v = \"hi\";\n", ""},
-    {"AMF3 in AMF3", [] { return static_cast<AMFNode*>(text("hi", v3)); }, v3, "{\"v\" : \"hi\"}",
-     "amf.v = \"hi\";\n", ""},
-    {"null pointer", [] { return static_cast<AMFNode*>(nullptr); }, v0, "{\"v\" : null}", "", ""},
+    {"null", TREE(null(k0)), k0, "{\"v\" : null}", "amf.v = null;\n", ""},
+    {"true", TREE(boolean(k0, true)), k0, "{\"v\" : true}", "amf.v = true;\n", ""},
+    {"false", TREE(boolean(k0, false)), k0, "{\"v\" : false}", "amf.v = false;\n", ""},
+    {"integer in AMF3", TREE(integer(k3, 5)), k3, "{\"v\" : 5}", "amf.v = 5;\n", ""},
+    {"integer with all bits", TREE(integer(k3, 0xFFFFFFFFu)), k3, "{\"v\" : 4294967295}",
+     "amf.v = 4294967295;\n", ""},
+    {"integer with the top bit", TREE(integer(k3, 0x80000000u)), k3, "{\"v\" : 2147483648}",
+     "amf.v = 2147483648;\n", ""},
+    {"integer 0", TREE(integer(k3, 0)), k3, "{\"v\" : 0}", "amf.v = 0;\n", ""},
+    {"double", TREE(number(k0, 3.5)), k0, "{\"v\" : 3.500000}", "amf.v = 3.500000;\n", ""},
+    {"string", TREE(string(k0, "hi")), k0, "{\"v\" : \"hi\"}", "amf.v = \"hi\";\n", ""},
+    {"empty string", TREE(string(k0, "")), k0, "{\"v\" : \"\"}", "amf.v = \"\";\n", ""},
+    {"string with NUL, tab, quote, slash", TREE(string(k0, "a\0\t\"/\\"s)), k0,
+     "{\"v\" : \"a\0\\\"/\\\"}"s, "amf.v = \"a\0\\\"/\\\";\n"s, ""},
+    {"undefined is a quoted text", TREE(undefined(k0)), k0, "{\"v\" : \"undefined\"}",
+     "amf.v = \"undefined\";\n", ""},
+    {"kind code 15", TREE(unknown(k0, 15)), k0, "{\"v\" : \"undefined\"}",
+     "amf.v = \"undefined\";\n", ""},
+    {"kind code 4294967295", TREE(unknown(k0, 0xFFFFFFFFu)), k0, "{\"v\" : \"undefined\"}",
+     "amf.v = \"undefined\";\n", ""},
+    {"AMF0 in AMF3", TREE(string(k0, "hi")), k3, "{\"v\" : \"hi\"}", "amf.v = \"hi\";\n", ""},
+    {"AMF3 in AMF3", TREE(string(k3, "hi")), k3, "{\"v\" : \"hi\"}", "amf.v = \"hi\";\n", ""},
+    {"null pointer", TREE(nullptr), k0, "{\"v\" : null}", "", ""},
 };
 
 TYPED_TEST(RenderNode, Scalars) {
@@ -124,46 +111,43 @@ TYPED_TEST(RenderNode, Scalars) {
 
 // Wrapped: the statement that the member has begun stands in front of the one that the value makes.
 const NodeCase kWrapped[] = {
-    {"switched null", [] { return static_cast<AMFNode*>(null(v3)); }, v0,
+    {"switched null", TREE(null(k3)), k0,
      R"({"v" : {"version" : "AMF3","type" : "null","value" : null}})",
      "amf.v = amf.v.value = null;\n", ""},
-    {"switched boolean", [] { return static_cast<AMFNode*>(boolean(true, v3)); }, v0,
+    {"switched boolean", TREE(boolean(k3, true)), k0,
      R"({"v" : {"version" : "AMF3","type" : "boolen","value" : true}})",
      "amf.v = amf.v.value = true;\n", ""},
-    {"switched integer", [] { return static_cast<AMFNode*>(integer(7)); }, v0,
+    {"switched integer", TREE(integer(k3, 7)), k0,
      R"({"v" : {"version" : "AMF3","type" : "integer","value" : 7}})", "amf.v = amf.v.value = 7;\n",
      ""},
-    {"switched double", [] { return static_cast<AMFNode*>(number(-0.25, v3)); }, v0,
+    {"switched double", TREE(number(k3, -0.25)), k0,
      R"({"v" : {"version" : "AMF3","type" : "double","value" : -0.250000}})",
      "amf.v = amf.v.value = -0.250000;\n", ""},
-    {"switched string", [] { return static_cast<AMFNode*>(text("hi", v3)); }, v0,
+    {"switched string", TREE(string(k3, "hi")), k0,
      R"({"v" : {"version" : "AMF3","type" : "string","value" : "hi"}})",
      "amf.v = amf.v.value = \"hi\";\n", ""},
-    {"switched undefined has no type", [] { return static_cast<AMFNode*>(undefined(v3)); }, v0,
+    {"switched undefined has no type", TREE(undefined(k3)), k0,
      R"({"v" : {"version" : "AMF3","value" : "undefined"}})",
      "amf.v = amf.v.value = \"undefined\";\n", ""},
-    {"switched kind code 99", [] { return static_cast<AMFNode*>(unknown(99, v3)); }, v0,
+    {"switched kind code 99", TREE(unknown(k3, 99)), k0,
      R"({"v" : {"version" : "AMF3","value" : "undefined"}})",
      "amf.v = amf.v.value = \"undefined\";\n", ""},
-    {"referenced string", [] { return static_cast<AMFNode*>(referenced(text("s"), 2)); }, v0,
+    {"referenced string", TREE(reference(string(k0, "s"), 2)), k0,
      R"({"v" : {"type" : "string","reference" : 2,"type" : "string","value" : "s"}})",
      "amf.v = amf.v.value = \"s\";\n", ""},
-    {"referenced AMF3 string in AMF3",
-     [] { return static_cast<AMFNode*>(referenced(text("s", v3), 0)); }, v3,
+    {"referenced AMF3 string in AMF3", TREE(reference(string(k3, "s"), 0)), k3,
      R"({"v" : {"type" : "string","reference" : 0,"type" : "string","value" : "s"}})",
      "amf.v = amf.v.value = \"s\";\n", ""},
-    {"largest reference",
-     [] { return static_cast<AMFNode*>(referenced(boolean(false), 0xFFFFFFFEu)); }, v0,
+    {"largest reference", TREE(reference(boolean(k0, false), 0xFFFFFFFEu)), k0,
      R"({"v" : {"type" : "boolen","reference" : 4294967294,"type" : "boolen","value" : false}})",
      "amf.v = amf.v.value = false;\n", ""},
-    {"referenced undefined: the value twice",
-     [] { return static_cast<AMFNode*>(referenced(undefined(), 3)); }, v0,
+    {"referenced undefined: the value twice", TREE(reference(undefined(k0), 3)), k0,
      R"({"v" : {"value" : "undefined","reference" : 3,"value" : "undefined"}})",
      "amf.v = amf.v.value = \"undefined\";\namf.v.value = \"undefined\";\n", ""},
-    {"referenced kind code 15", [] { return static_cast<AMFNode*>(referenced(unknown(15), 3)); },
-     v0, R"({"v" : {"value" : "undefined","reference" : 3,"value" : "undefined"}})",
+    {"referenced kind code 15", TREE(reference(unknown(k0, 15), 3)), k0,
+     R"({"v" : {"value" : "undefined","reference" : 3,"value" : "undefined"}})",
      "amf.v = amf.v.value = \"undefined\";\namf.v.value = \"undefined\";\n", ""},
-    {"referenced null", [] { return static_cast<AMFNode*>(referenced(null(), 1)); }, v0,
+    {"referenced null", TREE(reference(null(k0), 1)), k0,
      R"({"v" : {"type" : "null","reference" : 1,"type" : "null","value" : null}})",
      "amf.v = amf.v.value = null;\n", ""},
 };
@@ -173,34 +157,34 @@ TYPED_TEST(RenderNode, WrappedScalars) {
 }
 
 const NodeCase kBlobs[] = {
-    {"date", [] { return static_cast<AMFNode*>(date(0)); }, v0,
+    {"date", TREE(date(k0, 0)), k0,
      R"({"v" : {"type" : "date","value" : "Thu Jan  1 00:00:00 1970"}})",
      "amf.v = amf.v.value = \"Thu Jan  1 00:00:00 1970\";\n", ""},
-    {"switched date", [] { return static_cast<AMFNode*>(date(0, v3)); }, v0,
+    {"switched date", TREE(date(k3, 0)), k0,
      R"({"v" : {"version" : "AMF3","type" : "date","value" : "Thu Jan  1 00:00:00 1970"}})",
      "amf.v = amf.v.value = \"Thu Jan  1 00:00:00 1970\";\n", ""},
-    {"referenced date", [] { return static_cast<AMFNode*>(referenced(date(0, v3), 4)); }, v3,
+    {"referenced date", TREE(reference(date(k3, 0), 4)), k3,
      R"({"v" : {"type" : "date","reference" : 4,"type" : "date","value" : "Thu Jan  1 00:00:00 1970"}})",
      "amf.v = amf.v.value = \"Thu Jan  1 00:00:00 1970\";\n", ""},
-    {"XML document", [] { return static_cast<AMFNode*>(xml("<a b=\"c\"/>", 1)); }, v0,
+    {"XML document", TREE(xml(k0, "<a b=\"c\"/>", 1)), k0,
      R"({"v" : {"type" : "xml","value" : "<a b=\"c\"/>"}})",
      "amf.v = amf.v.value = \"<a b=\\\"c\\\"/>\";\n", ""},
-    {"E4X XML", [] { return static_cast<AMFNode*>(xml("<a/>", 0, v3)); }, v3,
+    {"E4X XML", TREE(xml(k3, "<a/>", 0)), k3,
      R"({"v" : {"type" : "xml","xml_type" : "XML","value" : "<a/>"}})",
      "amf.v = amf.v.value = \"<a/>\";\n", ""},
-    {"any other document number", [] { return static_cast<AMFNode*>(xml("", 2, v3)); }, v3,
+    {"any other document number", TREE(xml(k3, "", 2)), k3,
      R"({"v" : {"type" : "xml","value" : ""}})", "amf.v = amf.v.value = \"\";\n", ""},
-    {"XML with line ends", [] { return static_cast<AMFNode*>(xml("<a>\r\n\t</a>", 1)); }, v0,
+    {"XML with line ends", TREE(xml(k0, "<a>\r\n\t</a>", 1)), k0,
      R"({"v" : {"type" : "xml","value" : "<a></a>"}})", "amf.v = amf.v.value = \"<a></a>\";\n", ""},
-    {"referenced E4X XML", [] { return static_cast<AMFNode*>(referenced(xml("", 0, v3), 9)); }, v3,
+    {"referenced E4X XML", TREE(reference(xml(k3, "", 0), 9)), k3,
      R"({"v" : {"type" : "xml","reference" : 9,"type" : "xml","xml_type" : "XML","value" : ""}})",
      "amf.v = amf.v.value = \"\";\n", ""},
-    {"byte array", [] { return static_cast<AMFNode*>(raw("\x00\x7F\x80\xFF"s)); }, v3,
+    {"byte array", TREE(raw(k3, "\x00\x7F\x80\xFF"s)), k3,
      R"({"v" : {"type" : "bytearray","value" : "007FFFFFFF80FFFFFFFF"}})",
      "amf.v = amf.v.value = \"007FFFFFFF80FFFFFFFF\";\n", ""},
-    {"empty byte array", [] { return static_cast<AMFNode*>(raw("")); }, v3,
-     R"({"v" : {"type" : "bytearray","value" : ""}})", "amf.v = amf.v.value = \"\";\n", ""},
-    {"switched byte array", [] { return static_cast<AMFNode*>(raw("\n")); }, v0,
+    {"empty byte array", TREE(raw(k3, "")), k3, R"({"v" : {"type" : "bytearray","value" : ""}})",
+     "amf.v = amf.v.value = \"\";\n", ""},
+    {"switched byte array", TREE(raw(k3, "\n")), k0,
      R"({"v" : {"version" : "AMF3","type" : "bytearray","value" : "0A"}})",
      "amf.v = amf.v.value = \"0A\";\n", ""},
 };
@@ -219,12 +203,12 @@ TYPED_TEST(RenderNode, EveryByteOfAByteArray) {
     expected += kDigits[i / 16];
     expected += kDigits[i % 16];
   }
-  EXPECT_EQ(jsonOf<TypeParam>(raw(bytes), v3),
+  EXPECT_EQ(jsonOf<TypeParam>(raw(k3, bytes), k3),
             R"({"v" : {"type" : "bytearray","value" : ")" + expected + "\"}}");
 }
 
 AMFObject* fullObject() {
-  AMFObject* node = object({pair("a", null(v3), v3)}, v3, "Cls");
+  AMFObject* node = object(k3, "Cls", {member(k3, "a", null(k3))});
   node->sealedCount = 1;
   node->traitsIndex = 0;
   node->dynamic = true;
@@ -233,23 +217,23 @@ AMFObject* fullObject() {
 }
 
 const NodeCase kObjects[] = {
-    {"empty AMF0 object", [] { return static_cast<AMFNode*>(object({})); }, v0,
+    {"empty AMF0 object", TREE(object(k0, "", {})), k0,
      R"({"v" : {"type" : "object","properties" : []}})", "", ""},
     {"AMF0 object has none of the AMF3 keys",
      [] {
-       AMFObject* node = object({});
+       AMFObject* node = object(k0, "", {});
        node->sealedCount = 3;
        node->traitsIndex = 1;
        node->dynamic = node->externalizable = true;
        return static_cast<AMFNode*>(node);
      },
-     v0, R"({"v" : {"type" : "object","properties" : []}})", "", ""},
-    {"empty AMF3 object: the size alone", [] { return static_cast<AMFNode*>(object({}, v3)); }, v3,
+     k0, R"({"v" : {"type" : "object","properties" : []}})", "", ""},
+    {"empty AMF3 object: the size alone", TREE(object(k3, "", {})), k3,
      R"({"v" : {"type" : "object","sealed_size" : 0,"properties" : []}})", "", ""},
-    {"switched object", [] { return static_cast<AMFNode*>(object({}, v3)); }, v0,
+    {"switched object", TREE(object(k3, "", {})), k0,
      R"({"v" : {"version" : "AMF3","type" : "object","sealed_size" : 0,"properties" : []}})", "",
      ""},
-    {"all AMF3 keys", [] { return static_cast<AMFNode*>(fullObject()); }, v3,
+    {"all AMF3 keys", TREE(fullObject()), k3,
      R"({"v" : {"type" : "object","sealed_size" : 1,"traits_reference" : 0,"have_dynamic" : true,)"
      R"("externalizable" : true,"classname" : "Cls","properties" : [)"
      R"({"type" : "property","name" : "a","value" : null}]}})",
@@ -259,61 +243,58 @@ const NodeCase kObjects[] = {
      R"({"type" : "property","value" : null,"name" : "a"}]}})"},
     {"dynamic alone",
      [] {
-       AMFObject* node = object({}, v3);
+       AMFObject* node = object(k3, "", {});
        node->dynamic = true;
        return static_cast<AMFNode*>(node);
      },
-     v3, R"({"v" : {"type" : "object","sealed_size" : 0,"have_dynamic" : true,"properties" : []}})",
+     k3, R"({"v" : {"type" : "object","sealed_size" : 0,"have_dynamic" : true,"properties" : []}})",
      "", ""},
     {"largest counts",
      [] {
-       AMFObject* node = object({}, v3);
+       AMFObject* node = object(k3, "", {});
        node->sealedCount = 0xFFFFFFFFu;
        node->traitsIndex = 0xFFFFFFFEu;
        return static_cast<AMFNode*>(node);
      },
-     v3,
+     k3,
      R"({"v" : {"type" : "object","sealed_size" : 4294967295,"traits_reference" : 4294967294,)"
      R"("properties" : []}})",
      "", ""},
-    {"class name", [] { return static_cast<AMFNode*>(object({}, v0, "a.B")); }, v0,
+    {"class name", TREE(object(k0, "a.B", {})), k0,
      R"({"v" : {"type" : "object","classname" : "a.B","properties" : []}})",
      "amf.v.classname = \"a.B\";\n", ""},
     {"no class name at all",
      [] {
-       AMFObject* node = object({});
+       AMFObject* node = object(k0, "", {});
        delete node->className;
        node->className = nullptr;
        return static_cast<AMFNode*>(node);
      },
-     v0, R"({"v" : {"type" : "object","properties" : []}})", "", ""},
+     k0, R"({"v" : {"type" : "object","properties" : []}})", "", ""},
     {"class name by reference",
      [] {
-       AMFObject* node = object({}, v3, "C");
+       AMFObject* node = object(k3, "C", {});
        node->className->referenceIndex = 6;
        return static_cast<AMFNode*>(node);
      },
-     v3,
+     k3,
      R"({"v" : {"type" : "object","sealed_size" : 0,"classname" : )"
      R"({"type" : "string","reference" : 6,"type" : "string","value" : "C"},"properties" : []}})",
      "amf.v.classname = amf.v.classname.value = \"C\";\n", ""},
     {"AMF3 class name in an AMF0 object",
      [] {
-       AMFObject* node = object({});
-       node->setClassName(text("C", v3), false);
+       AMFObject* node = object(k0, "", {});
+       node->setClassName(string(k3, "C"), false);
        return static_cast<AMFNode*>(node);
      },
-     v0,
+     k0,
      R"({"v" : {"type" : "object","classname" : {"version" : "AMF3","type" : "string","value" : "C"},)"
      R"("properties" : []}})",
      "amf.v.classname = amf.v.classname.value = \"C\";\n", ""},
-    {"referenced object", [] { return static_cast<AMFNode*>(referenced(object({}), 1)); }, v0,
+    {"referenced object", TREE(reference(object(k0, "", {}), 1)), k0,
      R"({"v" : {"type" : "object","reference" : 1,"type" : "object","properties" : []}})", "", ""},
     {"members in turn",
-     [] {
-       return static_cast<AMFNode*>(object({pair("a", number(1)), pair("b", text("x"))}));
-     },
-     v0,
+     TREE(object(k0, "", {member(k0, "a", number(k0, 1)), member(k0, "b", string(k0, "x"))})), k0,
      R"({"v" : {"type" : "object","properties" : [{"type" : "property","name" : "a","value" : 1.000000},)"
      R"({"type" : "property","name" : "b","value" : "x"}]}})",
      "amf.v.properties[0].value = 1.000000; // \"a\"\n"
@@ -321,10 +302,7 @@ const NodeCase kObjects[] = {
      R"({"v" : {"type" : "object","properties" : [{"type" : "property","value" : 1.000000,"name" : "a"},)"
      R"({"type" : "property","value" : "x","name" : "b"}]}})"},
     {"null child is skipped, its index too",
-     [] {
-       return static_cast<AMFNode*>(object({pair("a", null()), nullptr, pair("b", null())}));
-     },
-     v0,
+     TREE(object(k0, "", {member(k0, "a", null(k0)), nullptr, member(k0, "b", null(k0))})), k0,
      R"({"v" : {"type" : "object","properties" : [{"type" : "property","name" : "a","value" : null},)"
      R"({"type" : "property","name" : "b","value" : null}]}})",
      "amf.v.properties[0].value = null; // \"a\"\namf.v.properties[2].value = null; // \"b\"\n",
@@ -337,75 +315,58 @@ TYPED_TEST(RenderNode, Objects) {
 }
 
 const NodeCase kArrays[] = {
-    {"empty ECMA array", [] { return static_cast<AMFNode*>(array({})); }, v0,
+    {"empty ECMA array", TREE(array(k0, {})), k0,
      R"({"v" : {"type" : "array","array_type" : "ECMA","value" : []}})", "", ""},
-    {"empty strict array", [] { return static_cast<AMFNode*>(array({}, v0, 1)); }, v0,
+    {"empty strict array", TREE(array(k0, {}, 1)), k0,
      R"({"v" : {"type" : "array","array_type" : "strict","value" : []}})", "", ""},
-    {"strict is any number but 0", [] { return static_cast<AMFNode*>(array({}, v0, 2)); }, v0,
+    {"strict is any number but 0", TREE(array(k0, {}, 2)), k0,
      R"({"v" : {"type" : "array","array_type" : "strict","value" : []}})", "", ""},
-    {"AMF3 array", [] { return static_cast<AMFNode*>(array({}, v3)); }, v3,
+    {"AMF3 array", TREE(array(k3, {})), k3,
      R"({"v" : {"type" : "array","dense_size" : 0,"value" : []}})", "", ""},
-    {"AMF3 array marked strict", [] { return static_cast<AMFNode*>(array({}, v3, 1)); }, v0,
+    {"AMF3 array marked strict", TREE(array(k3, {}, 1)), k0,
      R"({"v" : {"version" : "AMF3","type" : "array","dense_size" : 0,"value" : []}})", "", ""},
     {"elements",
-     [] {
-       return static_cast<AMFNode*>(
-           array({integer(1), text("a", v3), null(v3), undefined(v3), boolean(true, v3)}, v3));
-     },
-     v3, R"({"v" : {"type" : "array","dense_size" : 5,"value" : [1,"a",null,"undefined",true]}})",
+     TREE(array(k3, {integer(k3, 1), string(k3, "a"), null(k3), undefined(k3), boolean(k3, true)})),
+     k3, R"({"v" : {"type" : "array","dense_size" : 5,"value" : [1,"a",null,"undefined",true]}})",
      "amf.v.value[0] = 1;\namf.v.value[1] = \"a\";\namf.v.value[2] = null;\n"
      "amf.v.value[3] = \"undefined\";\namf.v.value[4] = true;\n",
      ""},
     {"dense count is what the node says",
      [] {
-       AMFArray* node = array({integer(1)}, v3);
+       AMFArray* node = array(k3, {integer(k3, 1)});
        node->denseCount = 0xFFFFFFFFu;
        return static_cast<AMFNode*>(node);
      },
-     v3, R"({"v" : {"type" : "array","dense_size" : 4294967295,"value" : [1]}})",
+     k3, R"({"v" : {"type" : "array","dense_size" : 4294967295,"value" : [1]}})",
      "amf.v.value[0] = 1;\n", ""},
-    {"null entry leaves no trace but its index",
-     [] {
-       return static_cast<AMFNode*>(array({null(), nullptr, null()}));
-     },
-     v0, R"({"v" : {"type" : "array","array_type" : "ECMA","value" : [null,null]}})",
+    {"null entry leaves no trace but its index", TREE(array(k0, {null(k0), nullptr, null(k0)})), k0,
+     R"({"v" : {"type" : "array","array_type" : "ECMA","value" : [null,null]}})",
      "amf.v.value[0] = null;\namf.v.value[2] = null;\n", ""},
-    {"only a null entry", [] { return static_cast<AMFNode*>(array({nullptr})); }, v0,
+    {"only a null entry", TREE(array(k0, {nullptr})), k0,
      R"({"v" : {"type" : "array","array_type" : "ECMA","value" : []}})", "", ""},
-    {"arrays in arrays",
-     [] {
-       return static_cast<AMFNode*>(array({array({integer(1)}, v3), array({}, v3)}, v3));
-     },
-     v3,
+    {"arrays in arrays", TREE(array(k3, {array(k3, {integer(k3, 1)}), array(k3, {})})), k3,
      R"({"v" : {"type" : "array","dense_size" : 2,"value" : [)"
      R"({"type" : "array","dense_size" : 1,"value" : [1]},{"type" : "array","dense_size" : 0,"value" : []}]}})",
      "amf.v.value[0].value[0] = 1;\n", ""},
     {"pair in an array, then an element",
-     [] {
-       return static_cast<AMFNode*>(array({pair("k", integer(1), v3), integer(2)}, v3));
-     },
-     v3,
+     TREE(array(k3, {member(k3, "k", integer(k3, 1)), integer(k3, 2)})), k3,
      R"({"v" : {"type" : "array","dense_size" : 1,"value" : [{"type" : "property","name" : "k","value" : 1},2]}})",
      "amf.v.value[0].value = 1; // \"k\"\namf.v.value[1] = 2;\n",
      R"({"v" : {"type" : "array","dense_size" : 1,"value" : [{"type" : "property","value" : 1,"name" : "k"},2]}})"},
-    {"switched elements in an AMF0 array",
-     [] {
-       return static_cast<AMFNode*>(array({integer(1), text("a")}, v0, 1));
-     },
-     v0,
+    {"switched elements in an AMF0 array", TREE(array(k0, {integer(k3, 1), string(k0, "a")}, 1)),
+     k0,
      R"({"v" : {"type" : "array","array_type" : "strict","value" : [)"
      R"({"version" : "AMF3","type" : "integer","value" : 1},"a"]}})",
      "amf.v.value[0].value = 1;\namf.v.value[1] = \"a\";\n", ""},
-    {"AMF0 element in an AMF3 array has no version",
-     [] { return static_cast<AMFNode*>(array({text("a")}, v3)); }, v3,
+    {"AMF0 element in an AMF3 array has no version", TREE(array(k3, {string(k0, "a")})), k3,
      R"({"v" : {"type" : "array","dense_size" : 1,"value" : ["a"]}})", "amf.v.value[0] = \"a\";\n",
      ""},
     {"AMF3 below AMF0 below AMF3 is marked again",
-     [] { return static_cast<AMFNode*>(array({array({integer(1)}, v0, 1)}, v3)); }, v3,
+     TREE(array(k3, {array(k0, {integer(k3, 1)}, 1)})), k3,
      R"({"v" : {"type" : "array","dense_size" : 1,"value" : [{"type" : "array","array_type" : "strict",)"
      R"("value" : [{"version" : "AMF3","type" : "integer","value" : 1}]}]}})",
      "amf.v.value[0].value[0].value = 1;\n", ""},
-    {"dates in arrays", [] { return static_cast<AMFNode*>(array({date(0)})); }, v0,
+    {"dates in arrays", TREE(array(k0, {date(k0, 0)})), k0,
      R"({"v" : {"type" : "array","array_type" : "ECMA","value" : [)"
      R"({"type" : "date","value" : "Thu Jan  1 00:00:00 1970"}]}})",
      "amf.v.value[0].value = \"Thu Jan  1 00:00:00 1970\";\n", ""},
@@ -416,71 +377,64 @@ TYPED_TEST(RenderNode, Arrays) {
 }
 
 const NodeCase kPairs[] = {
-    {"two scalars: value first in the script rendering",
-     [] { return static_cast<AMFNode*>(pair("k", text("x"))); }, v0,
+    {"two scalars: value first in the script rendering", TREE(member(k0, "k", string(k0, "x"))), k0,
      R"({"v" : {"type" : "property","name" : "k","value" : "x"}})",
      "amf.v = amf.v.value = \"x\"; // \"k\"\n",
      R"({"v" : {"type" : "property","value" : "x","name" : "k"}})"},
-    {"default pair", [] { return static_cast<AMFNode*>(new AMFPair(v0)); }, v0,
+    {"default pair", TREE(new AMFPair(k0)), k0,
      R"({"v" : {"type" : "property","name" : "","value" : "undefined"}})",
      "amf.v = amf.v.value = \"undefined\"; // \"\"\n",
      R"({"v" : {"type" : "property","value" : "undefined","name" : ""}})"},
-    {"object value: name first, no line",
-     [] { return static_cast<AMFNode*>(pair("k", object({}))); }, v0,
+    {"object value: name first, no line", TREE(member(k0, "k", object(k0, "", {}))), k0,
      R"({"v" : {"type" : "property","name" : "k","value" : {"type" : "object","properties" : []}}})",
      "amf.v = amf.v.name = \"k\";\n", ""},
-    {"array value", [] { return static_cast<AMFNode*>(pair("k", array({null()}))); }, v0,
+    {"array value", TREE(member(k0, "k", array(k0, {null(k0)}))), k0,
      R"({"v" : {"type" : "property","name" : "k","value" : )"
      R"({"type" : "array","array_type" : "ECMA","value" : [null]}}})",
      "amf.v = amf.v.name = \"k\";\namf.v.value.value[0] = null;\n", ""},
-    {"no name",
-     [] { return static_cast<AMFNode*>(pair(static_cast<AMFString*>(nullptr), null())); }, v0,
+    {"no name", TREE(member(k0, static_cast<AMFString*>(nullptr), null(k0))), k0,
      R"({"v" : {"type" : "property","name" : null,"value" : null}})",
      "amf.v = amf.v.value = null;\n", ""},
-    {"no value", [] { return static_cast<AMFNode*>(pair("k", nullptr)); }, v0,
+    {"no value", TREE(member(k0, "k", nullptr)), k0,
      R"({"v" : {"type" : "property","name" : "k","value" : null}})",
      "amf.v = amf.v.name = \"k\";\n", ""},
-    {"neither",
-     [] { return static_cast<AMFNode*>(pair(static_cast<AMFString*>(nullptr), nullptr)); }, v0,
+    {"neither", TREE(member(k0, static_cast<AMFString*>(nullptr), nullptr)), k0,
      R"({"v" : {"type" : "property","name" : null,"value" : null}})", "amf.v = ", ""},
-    {"date value stays on the line", [] { return static_cast<AMFNode*>(pair("k", date(0))); }, v0,
+    {"date value stays on the line", TREE(member(k0, "k", date(k0, 0))), k0,
      R"({"v" : {"type" : "property","name" : "k","value" : {"type" : "date","value" : "Thu Jan  1 00:00:00 1970"}}})",
      "amf.v = amf.v.value = \"Thu Jan  1 00:00:00 1970\"; // \"k\"\n",
      R"({"v" : {"type" : "property","value" : {"type" : "date","value" : "Thu Jan  1 00:00:00 1970"},"name" : "k"}})"},
-    {"switched value in an AMF0 pair", [] { return static_cast<AMFNode*>(pair("k", integer(5))); },
-     v0,
+    {"switched value in an AMF0 pair", TREE(member(k0, "k", integer(k3, 5))), k0,
      R"({"v" : {"type" : "property","name" : "k","value" : {"version" : "AMF3","type" : "integer","value" : 5}}})",
      "amf.v = amf.v.value = 5; // \"k\"\n",
      R"({"v" : {"type" : "property","value" : {"version" : "AMF3","type" : "integer","value" : 5},"name" : "k"}})"},
-    {"switched pair", [] { return static_cast<AMFNode*>(pair("k", integer(5), v3)); }, v0,
+    {"switched pair", TREE(member(k3, "k", integer(k3, 5))), k0,
      R"({"v" : {"version" : "AMF3","type" : "property","name" : "k","value" : 5}})",
      "amf.v = amf.v.value = 5; // \"k\"\n",
      R"({"v" : {"version" : "AMF3","type" : "property","value" : 5,"name" : "k"}})"},
-    {"name by reference",
-     [] { return static_cast<AMFNode*>(pair(referenced(text("k", v3), 2), integer(5), v3)); }, v3,
+    {"name by reference", TREE(member(k3, reference(string(k3, "k"), 2), integer(k3, 5))), k3,
      R"({"v" : {"type" : "property","name" : {"type" : "string","reference" : 2,"type" : "string","value" : "k"},"value" : 5}})",
      "amf.v = amf.v.value = 5; // \"k\"\n",
      R"({"v" : {"type" : "property","value" : 5,"name" : {"type" : "string","reference" : 2,"type" : "string","value" : "k"}}})"},
     {"referenced undefined value: twice on the line",
-     [] { return static_cast<AMFNode*>(pair("k", referenced(undefined(), 1))); }, v0,
+     TREE(member(k0, "k", reference(undefined(k0), 1))), k0,
      R"({"v" : {"type" : "property","name" : "k","value" : {"value" : "undefined","reference" : 1,"value" : "undefined"}}})",
      "amf.v = amf.v.value = \"undefined\"\"undefined\"; // \"k\"\n",
      R"({"v" : {"type" : "property","value" : {"value" : "undefined","reference" : 1,"value" : "undefined"},"name" : "k"}})"},
-    {"referenced pair", [] { return static_cast<AMFNode*>(referenced(pair("k", null()), 8)); }, v0,
+    {"referenced pair", TREE(reference(member(k0, "k", null(k0)), 8)), k0,
      R"({"v" : {"type" : "property","reference" : 8,"type" : "property","name" : "k","value" : null}})",
      "amf.v = amf.v.value = null; // \"k\"\n",
      R"({"v" : {"type" : "property","reference" : 8,"type" : "property","value" : null,"name" : "k"}})"},
     {"pair in a pair: the inner one ends the line's mark",
-     [] { return static_cast<AMFNode*>(pair("k", pair("i", null()))); }, v0,
+     TREE(member(k0, "k", member(k0, "i", null(k0)))), k0,
      R"({"v" : {"type" : "property","name" : "k","value" : {"type" : "property","name" : "i","value" : null}}})",
      "amf.v = amf.v.value = amf.v.value = null; // \"i\"\n; // amf.v = \"k\";\n\n",
      R"({"v" : {"type" : "property","value" : {"type" : "property","value" : null,"name" : "i"},"name" : "k"}})"},
-    {"kind code 15 as value", [] { return static_cast<AMFNode*>(pair("k", unknown(15))); }, v0,
+    {"kind code 15 as value", TREE(member(k0, "k", unknown(k0, 15))), k0,
      R"({"v" : {"type" : "property","name" : "k","value" : "undefined"}})",
      "amf.v = amf.v.value = \"undefined\"; // \"k\"\n",
      R"({"v" : {"type" : "property","value" : "undefined","name" : "k"}})"},
-    {"name with a quote and a line end",
-     [] { return static_cast<AMFNode*>(pair("a\"\nb", null())); }, v0,
+    {"name with a quote and a line end", TREE(member(k0, "a\"\nb", null(k0))), k0,
      R"({"v" : {"type" : "property","name" : "a\"b","value" : null}})",
      "amf.v = amf.v.value = null; // \"a\\\"b\"\n",
      R"({"v" : {"type" : "property","value" : null,"name" : "a\"b"}})"},
@@ -491,29 +445,26 @@ TYPED_TEST(RenderNode, Pairs) {
 }
 
 const NodeCase kEnvelope[] = {
-    {"header", [] { return static_cast<AMFNode*>(header("h", null())); }, v0,
+    {"header", TREE(header("h", null(k0))), k0,
      R"({"v" : {"type" : "header","name" : "h","value" : null}})",
      "amf.v = amf.v.value = null; // \"h\"\n",
      R"({"v" : {"type" : "header","value" : null,"name" : "h"}})"},
-    {"header with all keys", [] { return static_cast<AMFNode*>(header("h", null(), true, 14)); },
-     v0,
+    {"header with all keys", TREE(header("h", null(k0), true, 14)), k0,
      R"({"v" : {"type" : "header","must_understand" : true,"length" : 14,"name" : "h","value" : null}})",
      "amf.v = amf.v.value = null; // \"h\"\n",
      R"({"v" : {"type" : "header","must_understand" : true,"length" : 14,"value" : null,"name" : "h"}})"},
-    {"header, length 0", [] { return static_cast<AMFNode*>(header("h", object({}), false, 0)); },
-     v0,
+    {"header, length 0", TREE(header("h", object(k0, "", {}), false, 0)), k0,
      R"({"v" : {"type" : "header","length" : 0,"name" : "h","value" : {"type" : "object","properties" : []}}})",
      "amf.v = amf.v.name = \"h\";\n", ""},
-    {"header, largest known length",
-     [] { return static_cast<AMFNode*>(header("h", array({}), false, 0xFFFFFFFEu)); }, v0,
+    {"header, largest known length", TREE(header("h", array(k0, {}), false, 0xFFFFFFFEu)), k0,
      R"({"v" : {"type" : "header","length" : 4294967294,"name" : "h","value" : )"
      R"({"type" : "array","array_type" : "ECMA","value" : []}}})",
      "amf.v = amf.v.name = \"h\";\n", ""},
-    {"default message", [] { return static_cast<AMFNode*>(new AMFMessage()); }, v0,
+    {"default message", TREE(new AMFMessage()), k0,
      R"({"v" : {"type" : "message","targetUri" : "","responseUri" : "","value" : "undefined"}})",
      "amf.v = amf.v.targetUri = \"\";\namf.v.responseUri = \"\";\namf.v.value = \"undefined\";\n",
      ""},
-    {"message", [] { return static_cast<AMFNode*>(message("t", "/1", number(1), 9)); }, v0,
+    {"message", TREE(message("t", "/1", number(k0, 1), 9)), k0,
      R"({"v" : {"type" : "message","length" : 9,"targetUri" : "t","responseUri" : "/1","value" : 1.000000}})",
      "amf.v = amf.v.targetUri = \"t\";\namf.v.responseUri = \"/1\";\namf.v.value = 1.000000;\n",
      ""},
@@ -527,22 +478,21 @@ const NodeCase kEnvelope[] = {
        node->value = nullptr;
        return static_cast<AMFNode*>(node);
      },
-     v0, R"({"v" : {"type" : "message","targetUri" : null,"responseUri" : null,"value" : null}})",
+     k0, R"({"v" : {"type" : "message","targetUri" : null,"responseUri" : null,"value" : null}})",
      "amf.v = ", ""},
-    {"package", [] { return static_cast<AMFNode*>(packet({})); }, v0,
-     R"({"v" : {"type" : "package","content" : []}})", "amf.v = ", ""},
-    {"package of version 3", [] { return static_cast<AMFNode*>(packet({}, v3)); }, v0,
+    {"package", TREE(package(k0, {})), k0, R"({"v" : {"type" : "package","content" : []}})",
+     "amf.v = ", ""},
+    {"package of version 3", TREE(package(k3, {})), k0,
      R"({"v" : {"version" : "AMF3","type" : "package","content" : []}})", "amf.v = ", ""},
-    {"package of version 7",
-     [] { return static_cast<AMFNode*>(packet({}, static_cast<AMFVersion>(7))); }, v0,
+    {"package of version 7", TREE(package(static_cast<AMFVersion>(7), {})), k0,
      R"({"v" : {"type" : "package","content" : []}})", "amf.v = ", ""},
     {"AMF3 message in a package of version 7 has no version",
      [] {
-       AMFMessage* inner = message("", "", null());
-       inner->version = v3;
-       return static_cast<AMFNode*>(packet({inner}, static_cast<AMFVersion>(7)));
+       AMFMessage* inner = message("", "", null(k0));
+       inner->version = k3;
+       return static_cast<AMFNode*>(package(static_cast<AMFVersion>(7), {inner}));
      },
-     v0,
+     k0,
      R"({"v" : {"type" : "package","content" : [{"type" : "message","targetUri" : "","responseUri" : "",)"
      R"("value" : null}]}})",
      "amf.v = amf.v.content[0].targetUri = \"\";\namf.v.content[0].responseUri = \"\";\n"
@@ -557,7 +507,7 @@ TYPED_TEST(RenderNode, HeadersMessagesPackages) {
 TYPED_TEST(RenderNode, NullNodeWritesNothing) {
   TypeParam r;
   r.jsonText = "x";
-  r.appendNode(nullptr, v0);
+  r.appendNode(nullptr, k0);
   r.appendChildren("n", nullptr);
   EXPECT_EQ(r.jsonText, "x");
   EXPECT_EQ(r.scriptText, "");
@@ -577,8 +527,8 @@ TYPED_TEST(RenderNode, AMissingListChangesNoState) {
 
 TYPED_TEST(RenderNode, PrettyScalarsOfAListAreGlued) {
   TypeParam r;
-  renderMember(r, array({integer(1), text("a", v3), array({}, v3), null(v3), null(v3)}, v3), true,
-               true, v3);
+  renderMember(r, array(k3, {integer(k3, 1), string(k3, "a"), array(k3, {}), null(k3), null(k3)}),
+               true, true, k3);
   EXPECT_EQ(r.jsonText,
             "{\n"
             "\t\"v\" : \n"
@@ -601,7 +551,7 @@ TYPED_TEST(RenderNode, PrettyScalarsOfAListAreGlued) {
 
 TYPED_TEST(RenderNode, PrettyObject) {
   TypeParam r;
-  renderMember(r, fullObject(), false, true, v0);
+  renderMember(r, fullObject(), false, true, k0);
   EXPECT_EQ(r.jsonText,
             "{\n"
             "\t\"v\" : \n"
@@ -632,9 +582,9 @@ TYPED_TEST(RenderNode, PrettyObject) {
 TYPED_TEST(RenderNode, ReferenceAndSwitchLeaveOneBlockOpen) {
   TypeParam r;
   r.jsonOnly = true;
-  const std::unique_ptr<AMFNode> node(referenced(text("s", v3), 2));
+  const std::unique_ptr<AMFNode> node(reference(string(k3, "s"), 2));
   r.openBrackets('<', '>');
-  r.appendChild("v", node.get(), v0, false);
+  r.appendChild("v", node.get(), k0, false);
   EXPECT_EQ(
       r.jsonText,
       R"(<"v" : {"type" : "string","reference" : 2,{"version" : "AMF3","type" : "string","value" : "s"},)");
@@ -652,22 +602,22 @@ TYPED_TEST(RenderNode, ReferenceAndSwitchOfEveryKind) {
     AMFNode* node;
     const char* json;
   } rows[] = {
-      {"undefined", undefined(v3),
+      {"undefined", undefined(k3),
        R"(<"v" : {"value" : "undefined","reference" : 1,{"version" : "AMF3","value" : "undefined"},)"},
-      {"object", object({}, v3),
+      {"object", object(k3, "", {}),
        R"(<"v" : {"type" : "object","reference" : 1,{"version" : "AMF3","type" : "object","sealed_size" : 0,"properties" : []},)"},
-      {"date", date(0, v3),
+      {"date", date(k3, 0),
        R"(<"v" : {"type" : "date","reference" : 1,{"version" : "AMF3","type" : "date","value" : "Thu Jan  1 00:00:00 1970"},)"},
-      {"byte array", raw("A"),
+      {"byte array", raw(k3, "A"),
        R"(<"v" : {"type" : "bytearray","reference" : 1,{"version" : "AMF3","type" : "bytearray","value" : "41"},)"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
-    const std::unique_ptr<AMFNode> node(referenced(row.node, 1));
+    const std::unique_ptr<AMFNode> node(reference(row.node, 1));
     TypeParam r;
     r.jsonOnly = true;
     r.openBrackets('<', '>');
-    r.appendChild("v", node.get(), v0, false);
+    r.appendChild("v", node.get(), k0, false);
     EXPECT_EQ(r.jsonText, row.json);
     EXPECT_EQ(r.closerStack, ">}");
   }
@@ -709,8 +659,8 @@ TYPED_TEST(RenderNode, OutputLimit) {
     r.outputLimitReached = row.reachedBefore;
     r.jsonText.assign(row.json, 'j');
     r.scriptText.assign(row.script, 's');
-    AMFNull node(v0);
-    r.appendNode(&node, v0);
+    AMFNull node(k0);
+    r.appendNode(&node, k0);
     EXPECT_EQ(r.outputLimitReached, row.reachedAfter);
     EXPECT_TRUE(r.jsonText == std::string(row.json, 'j') + (row.written ? "null," : ""));
     EXPECT_TRUE(r.scriptText == std::string(row.script, 's') +
@@ -722,8 +672,11 @@ TYPED_TEST(RenderNode, LimitIsTestedForEveryNodeBeforeIt) {
   TypeParam r;
   r.useTemporaries = false;
   r.lineBreakCount = -1;
-  renderMember(r, array({text(std::string(249980, 'x')), text("second"), text("third")}, v0, 1),
-               false);
+  renderMember(
+      r,
+      array(k0, {string(k0, std::string(249980, 'x')), string(k0, "second"), string(k0, "third")},
+            1),
+      false);
   // 249980 bytes twice, the lines around them: past the limit before the second element.
   EXPECT_TRUE(r.jsonText == R"({"v" : {"type" : "array","array_type" : "strict","value" : [")" +
                                 std::string(249980, 'x') + "\"]}}");
@@ -734,7 +687,7 @@ TYPED_TEST(RenderNode, LimitIsTestedForEveryNodeBeforeIt) {
 TYPED_TEST(RenderNode, LimitOfANullNodeIsNotNoted) {
   TypeParam r;
   r.jsonText.assign(500000, 'j');
-  r.appendNode(nullptr, v0);
+  r.appendNode(nullptr, k0);
   EXPECT_FALSE(r.outputLimitReached);
 }
 
@@ -785,7 +738,7 @@ TYPED_TEST(RenderNode, Doubles) {
   };
   for (const DoubleCase& row : rows) {
     SCOPED_TRACE(row.name);
-    EXPECT_EQ(jsonOf<TypeParam>(number(row.value)), "{\"v\" : " + row.text + "}");
+    EXPECT_EQ(jsonOf<TypeParam>(number(k0, row.value)), "{\"v\" : " + row.text + "}");
   }
 }
 
@@ -793,12 +746,12 @@ TYPED_TEST(RenderNode, LargestDoubles) {
   char buffer[400];
   for (const double value : {1e300, -1e300, DBL_MAX, -DBL_MAX}) {
     std::snprintf(buffer, sizeof buffer, "%f", value);
-    EXPECT_EQ(jsonOf<TypeParam>(number(value)), std::string("{\"v\" : ") + buffer + "}");
+    EXPECT_EQ(jsonOf<TypeParam>(number(k0, value)), std::string("{\"v\" : ") + buffer + "}");
   }
-  const std::string found = jsonOf<TypeParam>(number(1e300));
+  const std::string found = jsonOf<TypeParam>(number(k0, 1e300));
   EXPECT_EQ(found.substr(0, 24), "{\"v\" : 10000000000000000");
   EXPECT_EQ(found.size(), std::string("{\"v\" : .000000}").size() + 301);
-  EXPECT_EQ(jsonOf<TypeParam>(number(-DBL_MAX)).size(),
+  EXPECT_EQ(jsonOf<TypeParam>(number(k0, -DBL_MAX)).size(),
             std::string("{\"v\" : -.000000}").size() + 309);
 }
 
@@ -835,7 +788,7 @@ template <class Renderer>
 int countDoubleMismatches(int count, std::uint64_t seed) {
   std::mt19937_64 random(seed);
   int mismatches = 0;
-  AMFDouble node(v0);
+  AMFDouble node(k0);
   Renderer r;
   r.jsonOnly = true;
   for (int i = 0; i < count; ++i) {
@@ -843,7 +796,7 @@ int countDoubleMismatches(int count, std::uint64_t seed) {
     char expected[400];
     std::snprintf(expected, sizeof expected, "%f,", node.value);
     r.jsonText.clear();
-    r.appendNode(&node, v0);
+    r.appendNode(&node, k0);
     if (r.jsonText == expected) continue;
     if (++mismatches <= 5) ADD_FAILURE() << "expected " << expected << " found " << r.jsonText;
   }
@@ -865,12 +818,13 @@ class CommaAndGroups : public std::numpunct<char> {
 
 // Numbers of every sort: double, integer, counts, a reference, hex digits, list indexes.
 AMFNode* allNumbers() {
-  AMFObject* counted = object({}, v3);
+  AMFObject* counted = object(k3, "", {});
   counted->sealedCount = 1234567;
   counted->traitsIndex = 7654321;
-  AMFArray* list = array({number(1234567.25, v3), integer(4294967295u), raw("\xFF"), counted}, v3);
+  AMFArray* list =
+      array(k3, {number(k3, 1234567.25), integer(k3, 4294967295u), raw(k3, "\xFF"), counted});
   list->denseCount = 1000000;
-  return referenced(list, 1000000);
+  return reference(list, 1000000);
 }
 
 const char kAllNumbers[] =
@@ -881,7 +835,7 @@ const char kAllNumbers[] =
 TEST(RenderNodeLocale, GlobalStreamLocaleIsNotFollowed) {
   const std::locale before =
       std::locale::global(std::locale(std::locale::classic(), new CommaAndGroups));
-  const std::string found = jsonOf<AMFProtocol>(allNumbers(), v3);
+  const std::string found = jsonOf<AMFProtocol>(allNumbers(), k3);
   std::locale::global(before);
   EXPECT_EQ(found, kAllNumbers);
 }
@@ -897,8 +851,8 @@ TEST(RenderNodeLocale, ProcessLocaleIsNotFollowed) {
     std::snprintf(sample, sizeof sample, "%.1f", 0.5);
     if (std::string(sample) != "0,5") continue;
     found = true;
-    const std::string json = jsonOf<AMFProtocol>(allNumbers(), v3);
-    const std::string dates = jsonOf<AMFProtocol>(date(86400000.0 * 70));
+    const std::string json = jsonOf<AMFProtocol>(allNumbers(), k3);
+    const std::string dates = jsonOf<AMFProtocol>(date(k0, 86400000.0 * 70));
     std::setlocale(LC_ALL, before.c_str());
     EXPECT_EQ(json, kAllNumbers);
     EXPECT_EQ(dates, R"({"v" : {"type" : "date","value" : "Thu Mar 12 00:00:00 1970"}})");

@@ -17,12 +17,13 @@
 #include <string>
 
 #include "support/plain_renderer.h"
-#include "support/render_trees.h"
+#include "support/trees.h"
 
 namespace {
 
 using namespace std::string_literals;
 using namespace support;
+using namespace trees;
 
 std::uint64_t setting(const char* name, std::uint64_t otherwise) {
   const char* const text = std::getenv(name);
@@ -41,16 +42,14 @@ class Trees {
   AMFPackage* package() {
     left = oneIn(40) ? 3000 : static_cast<int>(below(60));
     longStrings = oneIn(60);
-    AMFPackage* node = new AMFPackage(oneIn(4) ? v3 : v0);
+    auto node = std::make_unique<AMFPackage>(oneIn(4) ? k3 : k0);
     if (oneIn(20)) node->version = static_cast<AMFVersion>(below(70000));
-    const std::unique_ptr<AMFPackage> owner(node);
     for (std::uint32_t i = below(3); i > 0; --i) node->appendHeader(someHeader(), false);
     for (std::uint32_t i = below(5); i > 0; --i) node->appendMessage(someMessage(), false);
     while (left > 0 && !oneIn(20)) node->appendMessage(someMessage(), false);
     if (oneIn(30)) node->children.push_back(nullptr);
-    decorate(node, 60);
-    std::unique_ptr<AMFPackage>& handed = const_cast<std::unique_ptr<AMFPackage>&>(owner);
-    return handed.release();
+    decorate(node.get(), 60);
+    return node.release();
   }
 
   AMFNode* value(int depth) {
@@ -96,7 +95,7 @@ class Trees {
     return result;
   }
 
-  AMFVersion version() { return oneIn(2) ? v0 : v3; }
+  AMFVersion version() { return oneIn(2) ? k0 : k3; }
 
   template <class Node>
   void decorate(Node* node, std::uint32_t rarity) {
@@ -104,8 +103,8 @@ class Trees {
     if (oneIn(50)) node->complete = true;
   }
 
-  AMFString* string() {
-    AMFString* node = text(oneIn(2) ? bytes() : name(), version());
+  AMFString* someString() {
+    AMFString* node = string(version(), oneIn(2) ? bytes() : name());
     decorate(node, 25);
     return node;
   }
@@ -133,19 +132,19 @@ class Trees {
     const bool leaf = depth <= 0 || left <= 0;
     switch (below(leaf ? 11 : 17)) {
       case 0: return null(version());
-      case 1: return boolean(oneIn(2), version());
+      case 1: return boolean(version(), oneIn(2));
       case 2:
-        return integer(oneIn(4) ? 0xFFFFFFFFu - below(5) : static_cast<std::uint32_t>(random()),
-                       version());
-      case 3: return number(someNumber(), version());
+        return integer(version(),
+                       oneIn(4) ? 0xFFFFFFFFu - below(5) : static_cast<std::uint32_t>(random()));
+      case 3: return number(version(), someNumber());
       case 4:
       case 5:
-      case 6: return string();
-      case 7: return date(someNumber(), version());
-      case 8: return xml(bytes(), below(3), version());
-      case 9: return raw(bytes(), version());
+      case 6: return someString();
+      case 7: return date(version(), someNumber());
+      case 8: return xml(version(), bytes(), below(3));
+      case 9: return raw(version(), bytes());
       case 10:
-        return oneIn(3) ? unknown(oneIn(2) ? 15 + below(100) : 0xFFFFFFFFu - below(9), version())
+        return oneIn(3) ? unknown(version(), oneIn(2) ? 15 + below(100) : 0xFFFFFFFFu - below(9))
                         : undefined(version());
       case 11:
       case 12:
@@ -156,20 +155,17 @@ class Trees {
   }
 
   AMFPair* somePair(int depth) {
-    AMFString* key = oneIn(40) ? nullptr : text(name(), version());
+    AMFString* key = oneIn(40) ? nullptr : string(version(), name());
     if (key) decorate(key, 25);
-    AMFPair* node = pair(key, oneIn(40) ? nullptr : value(depth - 1), version());
+    AMFPair* node = member(version(), key, oneIn(40) ? nullptr : value(depth - 1));
     decorate(node, 60);
     return node;
   }
 
   AMFObject* someObject(int depth) {
-    AMFObject* node = object({}, version(), oneIn(2) ? std::string() : name());
-    if (oneIn(10)) node->setClassName(string(), false);
-    if (oneIn(40)) {
-      delete node->className;
-      node->className = nullptr;
-    }
+    AMFObject* node = object(version(), oneIn(2) ? std::string() : name(), {});
+    if (oneIn(10)) node->setClassName(someString(), false);
+    if (oneIn(40)) classless(node);
     node->sealedCount = oneIn(10) ? 0xFFFFFFFFu : below(5);
     if (oneIn(3)) node->traitsIndex = below(4000000000u);
     node->dynamic = oneIn(2);
@@ -184,7 +180,7 @@ class Trees {
   }
 
   AMFArray* someArray(int depth) {
-    AMFArray* node = array({}, version(), below(3));
+    AMFArray* node = array(version(), {}, below(3));
     for (std::uint32_t i = below(oneIn(10) ? 30 : 5); i > 0; --i) {
       if (oneIn(50))
         node->children.push_back(nullptr);
@@ -200,11 +196,8 @@ class Trees {
   AMFHeader* someHeader() {
     AMFHeader* node = header(name(), oneIn(30) ? nullptr : value(4), oneIn(2),
                              oneIn(2) ? 0xFFFFFFFFu : static_cast<std::uint32_t>(random()));
-    if (oneIn(30)) {
-      delete node->name;
-      node->name = nullptr;
-    }
-    if (oneIn(20)) node->version = v3;
+    if (oneIn(30)) put(node->name, static_cast<AMFString*>(nullptr));
+    if (oneIn(20)) node->version = k3;
     decorate(node, 60);
     return node;
   }
@@ -212,16 +205,10 @@ class Trees {
   AMFMessage* someMessage() {
     AMFMessage* node = message(name(), bytes(), value(6),
                                oneIn(2) ? 0xFFFFFFFFu : static_cast<std::uint32_t>(random()));
-    if (oneIn(30)) {
-      delete node->targetUri;
-      node->targetUri = nullptr;
-    }
-    if (oneIn(30)) {
-      delete node->value;
-      node->value = nullptr;
-    }
-    if (oneIn(10)) node->setResponseUri(string(), false);
-    if (oneIn(20)) node->version = v3;
+    if (oneIn(30)) put(node->targetUri, static_cast<AMFString*>(nullptr));
+    if (oneIn(30)) put(node->value, static_cast<AMFNode*>(nullptr));
+    if (oneIn(10)) node->setResponseUri(someString(), false);
+    if (oneIn(20)) node->version = k3;
     decorate(node, 60);
     return node;
   }
@@ -373,13 +360,13 @@ std::string randomStep(Trees& trees, Both& both) {
     case 12: {
       if (!hasRoot || plain.jsonText.size() <= plain.newLine.size()) return "";
       const std::unique_ptr<AMFNode> node(trees.value(3));
-      both.each([&](auto& r) { r.appendNode(node.get(), flag ? v3 : v0); });
+      both.each([&](auto& r) { r.appendNode(node.get(), flag ? k3 : k0); });
       return "appendNode";
     }
     case 13: {
       if (!hasRoot || plain.jsonText.size() <= plain.newLine.size()) return "";
       const std::unique_ptr<AMFNode> node(trees.oneIn(5) ? nullptr : trees.value(3));
-      both.each([&](auto& r) { r.appendChild(name, node.get(), flag ? v3 : v0, other); });
+      both.each([&](auto& r) { r.appendChild(name, node.get(), flag ? k3 : k0, other); });
       return "appendChild";
     }
     case 14: {

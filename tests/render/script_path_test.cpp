@@ -8,17 +8,14 @@
 #include <string>
 #include <vector>
 
-#include "support/plain_renderer.h"
-#include "support/render_trees.h"
+#include "support/render_suite.h"
+#include "support/trees.h"
 
 namespace {
 
 using namespace std::string_literals;
 
-template <class Renderer>
-class ScriptPath : public ::testing::Test {};
-using Renderers = ::testing::Types<AMFProtocol, support::PlainRenderer>;
-TYPED_TEST_SUITE(ScriptPath, Renderers, support::RendererNames);
+RENDERER_SUITE(ScriptPath);
 
 template <class Renderer>
 std::string path(Renderer& r) {
@@ -198,7 +195,7 @@ TYPED_TEST(ScriptPath, ListElementsArePushedWithTheirIndexAndCut) {
     r.closerStack = "}";
     r.lineBreakCount = -1;  // no soft breaks
     AMFArray list(AMF_VERSION_0);
-    list.appendChild(support::null(), false);
+    list.appendChild(trees::null(trees::k0), false);
     r.appendChildren(row.given, &list);
     EXPECT_EQ(r.scriptText, "amf." + row.pushed + " = null;\n");
     EXPECT_EQ(r.jsonText, "\"" + row.given + "\" : [null],");
@@ -212,7 +209,7 @@ TYPED_TEST(ScriptPath, ListIndexesAreDecimal) {
   AMFArray list(AMF_VERSION_0);
   std::string expected;
   for (int i = 0; i < 112; ++i) {
-    list.appendChild(support::null(), false);
+    list.appendChild(trees::null(trees::k0), false);
     expected += "amf.l[" + std::to_string(i) + "] = null;\n";
   }
   r.appendChildren("l", &list);
@@ -229,7 +226,7 @@ TYPED_TEST(ScriptPath, NothingIsPushedForJsonAloneAndInlineMembers) {
   r.valueInline = false;
   r.jsonOnly = true;
   AMFArray list(AMF_VERSION_0);
-  list.appendChild(support::null(), false);
+  list.appendChild(trees::null(trees::k0), false);
   r.closerStack = "}";
   r.appendChildren("l", &list);
   r.appendChild("m", &node, AMF_VERSION_0, false);
@@ -278,13 +275,13 @@ TYPED_TEST(ScriptPath, EveryElementOfAFirstLevelListIsBare) {
     r.trackDepth = true;
     r.childDepth = firstLevel ? 0 : 1;
     AMFArray list(AMF_VERSION_0);
-    list.appendChild(support::null(), false);
+    list.appendChild(trees::null(trees::k0), false);
     list.children.push_back(nullptr);
-    list.appendChild(support::null(), false);
+    list.appendChild(trees::null(trees::k0), false);
     r.appendChildren("l", &list);
     EXPECT_EQ(r.scriptText,
               firstLevel ? "l[0] = null;\nl[2] = null;\n" : ".l[0] = null;\n.l[2] = null;\n");
-    EXPECT_EQ(r.nextPrefixBare, firstLevel);  // left behind for the next name
+    EXPECT_EQ(r.nextPrefixBare, firstLevel);  // left for the next name
   }
 }
 

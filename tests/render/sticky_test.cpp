@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What one view, parse or primitive leaves behind for the next call on the same object. Rows that
+// What one view, parse or primitive leaves for the next call on the same object. Rows that
 // need no parse are run on the library and on the plain renderer.
 #include <AMF2JSON.h>
 #include <gtest/gtest.h>
@@ -11,16 +11,15 @@
 
 #include "support/hex.h"
 #include "support/plain_renderer.h"
-#include "support/render_trees.h"
+#include "support/render_suite.h"
+#include "support/trees.h"
 
 namespace {
 
 using namespace support;
+using namespace trees;
 
-template <class Renderer>
-class RenderSticky : public ::testing::Test {};
-using Renderers = ::testing::Types<AMFProtocol, PlainRenderer>;
-TYPED_TEST_SUITE(RenderSticky, Renderers, support::RendererNames);
+RENDERER_SUITE(RenderSticky);
 
 // 'J' JSON, 'S' script, 'B' both, 'V' statements alone; lower case: compact.
 template <class Renderer>
@@ -37,7 +36,7 @@ std::string view(Renderer& r, char which) {
 }
 
 AMFPackage* twoMessages() {
-  return packet({message("a", "", null()), message("b", "", null())});
+  return package(k0, {message("a", "", null(k0)), message("b", "", null(k0))});
 }
 
 constexpr char kTwoLiteral[] =
@@ -122,7 +121,7 @@ TYPED_TEST(RenderSticky, ChildDepthIsKept) {
 }
 
 TYPED_TEST(RenderSticky, BareNameLeftByAViewMeetsTheHostsNextName) {
-  WithPackage<TypeParam> host(packet({}));
+  WithPackage<TypeParam> host(package(k0, {}));
   host.renderer.getPackageAsJSView(false);
   EXPECT_TRUE(host.renderer.nextPrefixBare);
   host.renderer.AddOnePrefix("x");
@@ -134,7 +133,7 @@ TYPED_TEST(RenderSticky, BareNameLeftByAViewMeetsTheHostsNextName) {
 // ---- Temporaries
 
 AMFPackage* longMessage() {
-  return packet({message("", "", text(std::string(400, 'x')))});
+  return package(k0, {message("", "", string(k0, std::string(400, 'x')))});
 }
 
 struct TemporaryCase {
@@ -175,7 +174,7 @@ TYPED_TEST(RenderSticky, JsonLeavesThePreambleOfTheScriptBefore) {
   const std::string script = host.renderer.getPackageInJS(true);
   host.renderer.getPackageInJSON(false);
   EXPECT_EQ(host.renderer.scriptPreamble, script);
-  host.show(packet({}));
+  host.show(package(k0, {}));
   host.renderer.getPackageInJSON(false);
   EXPECT_EQ(host.renderer.scriptPreamble, script);
   EXPECT_EQ(host.renderer.getPackageInJS(false),
@@ -186,7 +185,7 @@ TYPED_TEST(RenderSticky, JsonLeavesThePreambleOfTheScriptBefore) {
 // ---- Closing brackets left over
 
 AMFPackage* switchedReference() {
-  return packet({message("t", "r", referenced(text("s", v3), 2))});
+  return package(k0, {message("t", "r", reference(string(k3, "s"), 2))});
 }
 
 constexpr char kSwitchedReferencePretty[] =
@@ -227,7 +226,7 @@ TYPED_TEST(RenderSticky, ClosersLeftByOneRenderingCloseTheNext) {
   EXPECT_EQ(r.getPackageInJSON(false), kSwitchedReferenceCompact);
   EXPECT_EQ(r.closerStack, "}}}");
   // A sound package: its outermost bracket is an inner one now.
-  host.show(packet({}));
+  host.show(package(k0, {}));
   EXPECT_EQ(r.getPackageInJSON(true),
             "{\n\t\"type\" : \"package\",\n\t\"content\" : \n\t[\n\t]\n},\n");
   EXPECT_EQ(r.closerStack, "}}}");
@@ -250,7 +249,7 @@ TYPED_TEST(RenderSticky, ClosersOfTheScriptViews) {
 }
 
 TYPED_TEST(RenderSticky, BothPreludesOfAPackage) {
-  WithPackage<TypeParam> host(referenced(packet({}, v3), 7));
+  WithPackage<TypeParam> host(reference(package(k3, {}), 7));
   TypeParam& r = host.renderer;
   EXPECT_EQ(
       r.getPackageInJSON(false),
@@ -259,7 +258,7 @@ TYPED_TEST(RenderSticky, BothPreludesOfAPackage) {
 }
 
 TYPED_TEST(RenderSticky, ClosersOfTheHostCloseABlockOfTheView) {
-  WithPackage<TypeParam> host(packet({}));
+  WithPackage<TypeParam> host(package(k0, {}));
   TypeParam& r = host.renderer;
   r.closerStack = "ab";
   EXPECT_EQ(r.getPackageInJSON(false), R"({"type" : "package","content" : []},)");
@@ -284,7 +283,7 @@ TYPED_TEST(RenderSticky, FlagsThatNoViewResets) {
 }
 
 TYPED_TEST(RenderSticky, StatementEndIsTheHosts) {
-  WithPackage<TypeParam> host(packet({message("t", "", object({}))}));
+  WithPackage<TypeParam> host(package(k0, {message("t", "", object(k0, "", {}))}));
   host.renderer.scriptNewLine = "\r\n";
   EXPECT_EQ(host.renderer.getPackageAsJSView(false),
             "content[0].targetUri = \"t\";\r\ncontent[0].responseUri = \"\";\r\n");
@@ -309,8 +308,8 @@ void expectOnlyFraming(WithPackage<Renderer>& host) {
 
 TYPED_TEST(RenderSticky, LimitReachedByAScriptView) {
   const std::string x(500000, 'x');
-  WithPackage<TypeParam> host(packet({message(x, "r", null()), message("b", "", null())}));
-  // The members behind it keep their names and have no values; the second message is left out.
+  WithPackage<TypeParam> host(package(k0, {message(x, "r", null(k0)), message("b", "", null(k0))}));
+  // The members after it keep their names and have no values; the second message is left out.
   EXPECT_TRUE(host.renderer.getPackageAsJSView(false) ==
               "content[0].targetUri = \"" + x +
                   "\";\ncontent[0].responseUri = content[0].value = ");
@@ -324,7 +323,7 @@ TYPED_TEST(RenderSticky, LimitReachedByAScriptView) {
 
 TYPED_TEST(RenderSticky, LimitReachedByJsonAlone) {
   const std::string x(500000, 'x');
-  WithPackage<TypeParam> host(packet({message(x, "r", null())}));
+  WithPackage<TypeParam> host(package(k0, {message(x, "r", null(k0))}));
   EXPECT_TRUE(host.renderer.getPackageInJSON(false) ==
               R"({"type" : "package","content" : [{"type" : "message","targetUri" : ")" + x +
                   "\",\n\"responseUri\" : \"r\",\n\"value\" : null}]}");
@@ -333,7 +332,7 @@ TYPED_TEST(RenderSticky, LimitReachedByJsonAlone) {
 
 TYPED_TEST(RenderSticky, LimitReachedByTheScriptViewWithALiteral) {
   const std::string x(250000, 'x');  // stands twice
-  WithPackage<TypeParam> host(packet({message("t", x, null()), message("b", "", null())}));
+  WithPackage<TypeParam> host(package(k0, {message("t", x, null(k0)), message("b", "", null(k0))}));
   host.renderer.useTemporaries = false;
   const std::string found = host.renderer.getPackageInJS(false);
   EXPECT_TRUE(found ==
@@ -346,7 +345,7 @@ TYPED_TEST(RenderSticky, LimitReachedByTheScriptViewWithALiteral) {
 
 TYPED_TEST(RenderSticky, LimitIsNotReachedByTheLastNode) {
   const std::string x(600000, 'x');
-  WithPackage<TypeParam> host(packet({message("", "", text(x))}));
+  WithPackage<TypeParam> host(package(k0, {message("", "", string(k0, x))}));
   EXPECT_TRUE(host.renderer.getPackageAsJSView(false) ==
               "content[0].targetUri = \"\";\ncontent[0].responseUri = \"\";\n"
               "content[0].value = \"" +
@@ -377,7 +376,7 @@ TYPED_TEST(RenderSticky, LimitIsMetToTheByteInEveryScriptView) {
       fixed += length.size();
       const std::string x((sum - fixed) / (json ? 1 : 2), 'x');
       WithPackage<TypeParam> host(
-          packet({message("t", x, null(), length.empty() ? 0xFFFFFFFFu : 9)}));
+          package(k0, {message("t", x, null(k0), length.empty() ? 0xFFFFFFFFu : 9)}));
       host.renderer.useTemporaries = false;
       view(host.renderer, which);
       const bool reached = sum > 499999;
@@ -399,7 +398,7 @@ TYPED_TEST(RenderSticky, LimitIsMetToTheByteInEveryScriptView) {
 }
 
 TYPED_TEST(RenderSticky, TheReturnedTextsOfAViewDoNotCountInTheNext) {
-  WithPackage<TypeParam> host(packet({message("", "", text(std::string(600000, 'x')))}));
+  WithPackage<TypeParam> host(package(k0, {message("", "", string(k0, std::string(600000, 'x')))}));
   host.renderer.getPackageAsJSView(false);
   host.show(twoMessages());
   EXPECT_EQ(host.renderer.getPackageAsJSView(false), twoStatements(""));
@@ -461,9 +460,9 @@ TEST(RenderTexts, BlankWhateverWasLeftThere) {
         r.openBrackets('{', '}');
         r.closeBrackets();
       },
-      [](AMFProtocol& r) { r.appendChild("n", nullptr, v0, false); },
+      [](AMFProtocol& r) { r.appendChild("n", nullptr, k0, false); },
       [](AMFProtocol& r) {
-        AMFArray list(v0);
+        AMFArray list(k0);
         r.CreatePrefix();
         r.appendChildren("n", &list);
       },
@@ -519,11 +518,11 @@ TEST(RenderTexts, BlankWhateverWasLeftThere) {
         r.scriptText.resize(kScriptSize, 'x');
       },
       [](AMFProtocol& r) {
-        AMFNull node(v0);
+        AMFNull node(k0);
         r.jsonOnly = false;
         r.useTemporaries = false;
         r.outputLimitReached = false;
-        r.appendNode(&node, v0);
+        r.appendNode(&node, k0);
       },
   };
   AMFProtocol r;
@@ -559,8 +558,8 @@ TEST(RenderTexts, BlanksCountForTheLimit) {
   const std::string packetBytes = hex(kEchoPacket);
   AMFProtocol r;
   r.parse(packetBytes.data());
-  AMFNull node(v0);
-  r.appendNode(&node, v0);
+  AMFNull node(k0);
+  r.appendNode(&node, k0);
   EXPECT_TRUE(r.outputLimitReached);
   expectBlank(r);
 }

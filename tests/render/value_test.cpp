@@ -9,16 +9,13 @@
 #include <utility>
 #include <vector>
 
-#include "support/plain_renderer.h"
+#include "support/render_suite.h"
 
 namespace {
 
 using namespace std::string_literals;
 
-template <class Renderer>
-class RenderValue : public ::testing::Test {};
-using Renderers = ::testing::Types<AMFProtocol, support::PlainRenderer>;
-TYPED_TEST_SUITE(RenderValue, Renderers, support::RendererNames);
+RENDERER_SUITE(RenderValue);
 
 enum Flags : unsigned {
   kQuote = 1,
@@ -35,7 +32,7 @@ struct ValueCase {
   const char* name;
   unsigned flags;
   std::string value;
-  std::string json;    // behind the "?\n" that stands there before (pretty), or "?" (compact)
+  std::string json;    // after the "?\n" that stands there before (pretty), or "?" (compact)
   std::string script;  // the path is amf.p
   bool statementStartAfter;
 };

@@ -8,18 +8,16 @@
 #include <memory>
 #include <string>
 
-#include "support/plain_renderer.h"
-#include "support/render_trees.h"
+#include "support/render_suite.h"
+#include "support/trees.h"
 
 namespace {
 
 using namespace std::string_literals;
 using namespace support;
+using namespace trees;
 
-template <class Renderer>
-class RenderViews : public ::testing::Test {};
-using Renderers = ::testing::Types<AMFProtocol, PlainRenderer>;
-TYPED_TEST_SUITE(RenderViews, Renderers, support::RendererNames);
+RENDERER_SUITE(RenderViews);
 
 struct ViewCase {
   const char* name;
@@ -42,27 +40,29 @@ std::string withRoot(const std::string& script, const std::string& root) {
 }
 
 AMFPackage* echoPacket() {
-  return packet({message("echo", "", text("hi"), 14)});
+  return package(k0, {message("echo", "", string(k0, "hi"), 14)});
 }
 AMFPackage* switchedPacket() {
-  return packet({message("echo", "", text("hi", v3), 14)});
+  return package(k0, {message("echo", "", string(k3, "hi"), 14)});
 }
 AMFPackage* headerPacket() {
-  return packet({header("id", text("A1"), true, 5), header("opt", object({})),
-                 message("ping", "/3", null(), 1)});
+  return package(k0, {header("id", string(k0, "A1"), true, 5), header("opt", object(k0, "", {})),
+                      message("ping", "/3", null(k0), 1)});
 }
 AMFPackage* membersPacket() {
-  return packet({message(
-      "t", "", object({pair("a", number(3.5)), pair("b", array({null(), date(0)}, v0, 1))}))});
+  return package(k0, {message("t", "",
+                              object(k0, "",
+                                     {member(k0, "a", number(k0, 3.5)),
+                                      member(k0, "b", array(k0, {null(k0), date(k0, 0)}, 1))}))});
 }
 
 const ViewCase kViews[] = {
-    {"empty package, pretty", [] { return packet({}); }, true,
+    {"empty package, pretty", [] { return package(k0, {}); }, true,
      "{\n\t\"type\" : \"package\",\n\t\"content\" : \n\t[\n\t]\n}",
      "{\n\t\"type\" : \"package\",\n\t\"content\" : \n\t[\n\t]\n}", ""},
-    {"empty package, compact", [] { return packet({}); }, false,
+    {"empty package, compact", [] { return package(k0, {}); }, false,
      R"({"type" : "package","content" : []})", R"({"type" : "package","content" : []})", ""},
-    {"package of version 3", [] { return packet({}, v3); }, false,
+    {"package of version 3", [] { return package(k3, {}); }, false,
      R"({"version" : "AMF3","type" : "package","content" : []})",
      R"({"version" : "AMF3","type" : "package","content" : []})", ""},
     {"one AMF0 string, pretty", echoPacket, true,
@@ -372,7 +372,7 @@ TYPED_TEST(RenderViews, ModesWithAPackage) {
     TypeParam& r = host.renderer;
     view(r, row.which, true);
     EXPECT_EQ(r.trackDepth, row.tracked);
-    EXPECT_EQ(r.nextPrefixBare, row.tracked);  // set again behind the last element
+    EXPECT_EQ(r.nextPrefixBare, row.tracked);  // set again after the last element
     EXPECT_EQ(r.childDepth, 0);
     EXPECT_FALSE(r.valueInline);
     EXPECT_TRUE(r.scriptStatementStart);
@@ -397,7 +397,7 @@ TYPED_TEST(RenderViews, LongStringsPerView) {
   const std::string quoted = "\"" + x1000 + "\"";
   for (int which = 0; which < 4; ++which) {
     SCOPED_TRACE(which);
-    WithPackage<TypeParam> host(packet({message("t", "", text(x1000))}));
+    WithPackage<TypeParam> host(package(k0, {message("t", "", string(k0, x1000))}));
     TypeParam& r = host.renderer;
     const std::string& found = view(r, which, false);
     if (which == 0) {
@@ -424,7 +424,7 @@ TYPED_TEST(RenderViews, LongStringsPerView) {
 TYPED_TEST(RenderViews, TemporariesOfAHeaderLine) {
   const std::string name(400, 'n');
   const std::string value(400, 'v');
-  WithPackage<TypeParam> host(packet({header(name, text(value))}));
+  WithPackage<TypeParam> host(package(k0, {header(name, string(k0, value))}));
   const std::string found = host.renderer.getPackageInJS(false);
   EXPECT_EQ(found,
             "\nqxAmfTemporary1 = \"" + value + "\"\n\nqxAmfTemporary2 = \"" + name + "\"\n" +
@@ -435,7 +435,7 @@ TYPED_TEST(RenderViews, TemporariesOfAHeaderLine) {
 }
 
 TYPED_TEST(RenderViews, ByteArraysBecomeTemporariesToo) {
-  WithPackage<TypeParam> host(packet({message("", "", raw(std::string(200, '\x41'), v0))}));
+  WithPackage<TypeParam> host(package(k0, {message("", "", raw(k0, std::string(200, '\x41')))}));
   const std::string found = host.renderer.getPackageInJS(false);
   std::string hex;
   for (int i = 0; i < 200; ++i) hex += "41";
@@ -471,7 +471,7 @@ TYPED_TEST(RenderViews, SoftBreakInACompactText) {
   for (const auto& row : rows) {
     SCOPED_TRACE(row.target);
     const std::string target(row.target, 't');
-    WithPackage<TypeParam> host(packet({message(target, "", null())}));
+    WithPackage<TypeParam> host(package(k0, {message(target, "", null(k0))}));
     EXPECT_EQ(host.renderer.getPackageInJSON(false), front + target + "\"," + row.before +
                                                          R"("responseUri" : "",)" + row.between +
                                                          R"("value" : null}]})");
@@ -481,7 +481,7 @@ TYPED_TEST(RenderViews, SoftBreakInACompactText) {
 
 TYPED_TEST(RenderViews, SoftBreakInAPrettyTextIsAnEmptyLine) {
   const std::string target(600, 't');
-  WithPackage<TypeParam> host(packet({message(target, "", object({}))}));
+  WithPackage<TypeParam> host(package(k0, {message(target, "", object(k0, "", {}))}));
   EXPECT_EQ(host.renderer.getPackageInJSON(true),
             "{\n\t\"type\" : \"package\",\n\t\"content\" : \n\t[\n\t\t{\n"
             "\t\t\t\"type\" : \"message\",\n\t\t\t\"targetUri\" : \"" +
@@ -493,14 +493,14 @@ TYPED_TEST(RenderViews, SoftBreakInAPrettyTextIsAnEmptyLine) {
 
 TYPED_TEST(RenderViews, SoftBreakBeforeTheBracketOfAList) {
   const std::string name(600, 'n');
-  WithPackage<TypeParam> host(packet({header(name, array({}))}));
+  WithPackage<TypeParam> host(package(k0, {header(name, array(k0, {}))}));
   EXPECT_EQ(host.renderer.getPackageInJSON(false),
             R"({"type" : "package","content" : [{"type" : "header","name" : ")" + name +
                 "\",\n"
                 R"("value" : {"type" : "array","array_type" : "ECMA","value" : []}}]})");
-  // 62 + 929 + 2 = 993 bytes behind the name, a break, 1004 behind "value" : and another break.
+  // 62 + 929 + 2 = 993 bytes after the name, a break, 1004 after "value" : and another break.
   const std::string longer(929, 'n');
-  WithPackage<TypeParam> second(packet({header(longer, array({}))}));
+  WithPackage<TypeParam> second(package(k0, {header(longer, array(k0, {}))}));
   const std::string found = second.renderer.getPackageInJSON(false);
   EXPECT_EQ(found, R"({"type" : "package","content" : [{"type" : "header","name" : ")" + longer +
                        "\",\n\"value\" : \n"
@@ -510,10 +510,10 @@ TYPED_TEST(RenderViews, SoftBreakBeforeTheBracketOfAList) {
 // ---- Missing parts
 
 TYPED_TEST(RenderViews, MissingTargetIsNullAndHasNoStatement) {
-  AMFMessage* shown = message("", "r", null());
+  AMFMessage* shown = message("", "r", null(k0));
   delete shown->targetUri;
   shown->targetUri = nullptr;
-  WithPackage<TypeParam> host(packet({shown}));
+  WithPackage<TypeParam> host(package(k0, {shown}));
   EXPECT_EQ(host.renderer.getPackageInJSON_and_JS(false),
             R"({"type" : "package","content" : [{"type" : "message","targetUri" : null,)"
             R"("responseUri" : "r","value" : null}]})"
@@ -521,9 +521,9 @@ TYPED_TEST(RenderViews, MissingTargetIsNullAndHasNoStatement) {
 }
 
 TYPED_TEST(RenderViews, NullMessageIsSkippedButCounted) {
-  AMFPackage* shown = packet({});
+  AMFPackage* shown = package(k0, {});
   shown->children.push_back(nullptr);
-  shown->appendMessage(message("t", "", object({})), false);
+  shown->appendMessage(message("t", "", object(k0, "", {})), false);
   WithPackage<TypeParam> host(shown);
   EXPECT_EQ(host.renderer.getPackageAsJSView(false),
             "content[1].targetUri = \"t\";\ncontent[1].responseUri = \"\";\n");

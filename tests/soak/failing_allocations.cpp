@@ -17,7 +17,7 @@
 #include <new>
 #include <string>
 
-#include "support/failing_new.h"
+#include "support/counted_heap.h"
 #include "support/guard_packets.h"
 #include "support/hex.h"
 #include "support/packet_generator.h"
@@ -25,7 +25,7 @@
 
 namespace {
 
-using failing_new::Mode;
+using support::Failing;
 using support::sameTree;
 
 // What one packet is turned into when nothing fails, and the objects that are used over and over.
@@ -57,26 +57,26 @@ void require(bool condition, const char* what) {
   if (!condition) throw what;
 }
 
-// `work` hands back whether it reported a failure itself; `check(failed)` looks at what it left.
+// `work` returns whether it reported a failure itself; `check(failed)` looks at what it left.
 template <class Work, class Check>
 void Trial::fail(const char* name, const Work& work, const Check& check) {
   std::uint64_t& count = failures[name];
-  for (const Mode mode : {Mode::once, Mode::fromThenOn}) {
+  for (const Failing mode : {Failing::once, Failing::fromThenOn}) {
     bool failed = true;
     for (std::uint64_t call = 0; failed; ++call) {
-      const std::int64_t before = failing_new::live();
+      const std::uint64_t before = support::liveBlocks;
       bool reported = false;
-      failing_new::arm(call, mode);
+      support::failAllocation(call, mode);
       try {
         reported = work();
       } catch (const std::bad_alloc&) {
         reported = true;
       }
-      failing_new::disarm();
-      failed = failing_new::failures() != 0;
+      support::failNothing();
+      failed = support::failures != 0;
       require(reported == failed, "a failure is reported, and nothing else is");
       check(failed);
-      require(failing_new::live() == before, "blocks are left");
+      require(support::liveBlocks == before, "blocks are left");
       count += failed ? 1 : 0;
       total += failed ? 1 : 0;
     }

@@ -147,7 +147,7 @@ bool Sweep::bodies() {
 
 // ---- Cuts and changes --------------------------------------------------------------------------
 
-// Cut before the end of what is read, a packet is truncated; cut behind it, all is as before.
+// Cut before the end of what is read, a packet is truncated; cut after it, all is as before.
 bool Sweep::prefixes(const std::string& packet) {
   const AMFVerifyResult all = verify(packet, packet.size());
   // The whole is truncated itself: its end is where bytes are missing.
@@ -307,7 +307,7 @@ bool Sweep::limitsStrike(const std::string& packet) {
 
 // ---- What makes no difference ------------------------------------------------------------------
 
-// Bytes behind the end of what is read.
+// Bytes after the end of what is read.
 bool Sweep::bytesBehind(const std::string& packet) {
   const AMFVerifyResult alone = verify(packet, packet.size());
   if (alone.status == Status::truncated) return true;
@@ -340,7 +340,7 @@ bool Sweep::raisedLimits(const std::string& packet) {
   return true;
 }
 
-// Pages that nobody may touch, right behind the last byte and in front of the first.
+// Pages that nobody may touch, directly after the last byte and in front of the first.
 bool Sweep::fenced(const std::string& packet) {
   support::FencedPages pages(packet.size());
   for (std::size_t length = 0; length <= packet.size(); ++length) {

@@ -32,7 +32,7 @@ struct Verdict {
   std::size_t offset = 0;
 };
 
-// Bytes in a block of exactly their size, so that a sanitizer sees the first byte read behind them.
+// Bytes in a block of exactly their size, so that a sanitizer sees the first byte read after them.
 struct Packet {
   std::unique_ptr<char[]> bytes;
   std::size_t length = 0;

@@ -95,7 +95,7 @@ void checkView(AMFProtocol& protocol, View view, Totals& totals) {
   const std::string pretty = (protocol.*view)(true);
   const std::string& compact = (protocol.*view)(false);
   totals.textBytes += pretty.size() + compact.size();
-  // Two things of one view are left to the next: brackets behind a reference that follows a switch,
+  // Two things of one view are left to the next: brackets after a reference that follows a switch,
   // and the mark of the output limit.
   if (!protocol.closerStack.empty() || protocol.outputLimitReached) return;
   require(sameButLayout(pretty, compact), "both layouts say the same");

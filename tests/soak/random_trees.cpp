@@ -11,7 +11,7 @@
 // format
 //   foretell, in the very tree they foretell, or in bytes that stop making sense to a reader for a
 //   reason with a name. A tree for which they name no loss comes back as it is.
-// The bytes are decoded with unreadable memory behind them. Only a packet that is known to make no
+// The bytes are decoded with unreadable memory after them. Only a packet that is known to make no
 // sense may reach it; it is decoded by a child process, which then ends by that fault.
 #include <AMF2JSON.h>
 #include <signal.h>
@@ -58,7 +58,7 @@ void requireSameTree(const AMFNode* actual, const AMFNode* expected, const char*
 }
 
 // ---------------------------------------------------------------------------------------------------
-// Bytes with unreadable memory behind them
+// Bytes with unreadable memory after them
 
 class GuardedBytes {
  public:

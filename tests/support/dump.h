@@ -8,7 +8,7 @@
 //   header{'n' must len=? null0}  message{'target' 'response' len=4 str0 ''}  package3{headers=1
 //   ...}
 //
-// - "#ref2" behind a node or a string: its referenceIndex. "len=?": 0xFFFFFFFF.
+// - "#ref2" after a node or a string: its referenceIndex. "len=?": 0xFFFFFFFF.
 // - A member is 'name':value while the pair itself has nothing to tell; else pair3{'name':value}.
 // - Text: printable ASCII as it is; \' \\ \xHH; nine and more equal bytes as \{61*1200}, in raw
 // [61*1200].

@@ -130,7 +130,7 @@ bool strikesInPlace(const std::string& packet, const Measure& measure, std::uint
   ++counts.statuses[struck.status];
   AGREE("status above the limit", struck.status, measure.status);
   const std::size_t expected = crossing(packet, measure, limit);
-  // An AMF0 name counts once the byte behind it is known.
+  // An AMF0 name counts once the byte after it is known.
   const AMFVerifyResult before = verifyPacket(packet.data(), struck.offset, unlimited);
   const bool lookedAhead =
       expected == struck.offset + 1 && before.offset == struck.offset && before.needed == 1;

@@ -3,7 +3,7 @@
 // Bytes of the test tables. hex("02 0003 'abc'") gives 02 00 03 61 62 63:
 //   - pairs of hex digits, blanks and line ends ignored between bytes;
 //   - 'text' stands for its ASCII bytes (no escapes; a quote is 27);
-//   - *N behind a byte, a text or a (group) repeats it N times in all: 61*1200, 'ab'*3, (06
+//   - *N after a byte, a text or a (group) repeats it N times in all: 61*1200, 'ab'*3, (06
 //   01)*500.
 // Anything else throws std::invalid_argument, so a mistyped row fails loudly.
 #ifndef TESTS_SUPPORT_HEX_H

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // What a generated packet can contain: every marker, reference, traits form, length step and odd
-// value, by name, so that a run can tell how often each of them was met. Filled by
+// value, by name, so that a run can report how often each of them was met. Filled by
 // packet_generator.cpp, reported by random_packets.cpp.
 #ifndef TESTS_SUPPORT_PACKET_FEATURES_H
 #define TESTS_SUPPORT_PACKET_FEATURES_H

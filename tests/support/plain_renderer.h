@@ -11,7 +11,6 @@
 
 #include <cstdint>
 #include <string>
-#include <type_traits>
 
 namespace support {
 
@@ -85,14 +84,6 @@ class PlainRenderer {
   void appendArray(AMFArray* array);
   void appendPair(AMFPair* pair);
   void appendMessage(AMFMessage* message);
-};
-
-/// Names the two instances of a typed test: "library" and "plain".
-struct RendererNames {
-  template <class Renderer>
-  static std::string GetName(int) {
-    return std::is_same<Renderer, PlainRenderer>::value ? "plain" : "library";
-  }
 };
 
 /// What the library's formatString must return.

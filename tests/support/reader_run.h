@@ -46,7 +46,7 @@ class ReaderRun {
   explicit ReaderRun(std::string_view hexBytes) : bytes(hex(hexBytes)) {
     protocol.readCursor = bytes.data();
   }
-  /// Bytes behind the cursor.
+  /// Bytes after the cursor.
   std::size_t consumed() const {
     return static_cast<std::size_t>(protocol.readCursor - bytes.data());
   }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Trees built by hand in one expression, through the public constructors and setters only. Every
-// function returns a new node that the caller owns; a node passed in is adopted. Owner holds the
-// finished tree.
+// Trees built by hand in one expression, through the public interface only. Every function returns
+// a new node that the caller owns; a node passed in is adopted, unchecked: null pointers and nodes
+// that the setters refuse stay where they are put. Owner holds the finished tree.
 //
 //   const Owner tree(object(k3, "C", {member(k3, "v", boolean(k3, false))}, sealed(1)));
 #ifndef TESTS_SUPPORT_TREES_H
@@ -23,6 +23,10 @@
 namespace trees {
 
 using Owner = std::unique_ptr<AMFNode>;
+template <class Node>
+std::unique_ptr<Node> own(Node* node) {
+  return std::unique_ptr<Node>(node);
+}
 
 inline constexpr AMFVersion k0 = AMF_VERSION_0;
 inline constexpr AMFVersion k3 = AMF_VERSION_3;
@@ -38,6 +42,10 @@ class Stranger : public AMFNode {
       : AMFNode(static_cast<AMFType>(kind), nodeVersion, nullptr) {}
   Stranger* clone() const override { return new Stranger(*this); }
 };
+
+inline AMFNode* unknown(AMFVersion version, std::uint32_t kind) {
+  return new Stranger(kind, version);
+}
 
 /// The same node, marked as read through reference `index`.
 template <class Node>
@@ -120,10 +128,17 @@ Node* withoutBytes(Node* node, std::uint32_t length) {
   return node;
 }
 
+/// `node` in `place`, instead of what is there.
+template <class Node>
+void put(Node*& place, Node* node) {
+  delete place;
+  place = node;
+}
+
 inline AMFPair* member(AMFVersion version, AMFString* name, AMFNode* value) {
   auto* const pair = new AMFPair(version);
-  pair->setName(name, false);
-  pair->setValue(value, false);
+  put(pair->name, name);
+  put(pair->value, value);
   return pair;
 }
 
@@ -132,29 +147,31 @@ inline AMFPair* member(AMFVersion version, std::string_view name, AMFNode* value
 }
 
 inline AMFPair* nameless(AMFPair* pair) {
-  delete pair->name;
-  pair->name = nullptr;
+  put(pair->name, static_cast<AMFString*>(nullptr));
   return pair;
 }
 
 inline AMFPair* valueless(AMFPair* pair) {
-  delete pair->value;
-  pair->value = nullptr;
+  put(pair->value, static_cast<AMFNode*>(nullptr));
   return pair;
 }
 
-/// Pairs are attached without counting, values are counted in denseCount; null becomes a null
-/// child.
+/// Any node or a null pointer at the end of a node's children.
+template <class Node>
+Node* withChild(Node* parent, AMFNode* child) {
+  parent->children.push_back(child);
+  if (child != nullptr) child->parent = parent;
+  return parent;
+}
+
+/// What is neither null nor a pair is counted in denseCount.
 inline AMFArray* array(AMFVersion version, std::initializer_list<AMFNode*> children,
                        std::uint32_t strict = 0) {
   auto* const node = new AMFArray(version);
   node->strict = strict;
   for (AMFNode* const child : children) {
-    if (child != nullptr) {
-      node->appendChild(child, false);
-    } else {
-      node->children.push_back(nullptr);
-    }
+    withChild(node, child);
+    if (child != nullptr && child->type != AMFNode::AMF_PAIR) ++node->denseCount;
   }
   return node;
 }
@@ -183,46 +200,32 @@ inline constexpr Traits externalizable() {
 }
 
 inline AMFObject* object(AMFVersion version, AMFString* className,
-                         std::initializer_list<AMFPair*> members, const Traits& traits = {}) {
+                         std::initializer_list<AMFNode*> members, const Traits& traits = {}) {
   auto* const node = new AMFObject(version);
-  node->setClassName(className, false);
+  put(node->className, className);
   node->sealedCount = traits.sealedCount;
   node->dynamic = traits.dynamic;
   node->traitsIndex = traits.traitsIndex;
   node->externalizable = traits.externalizable;
-  for (AMFPair* const pair : members) {
-    if (pair != nullptr) {
-      node->appendChild(pair, false);
-    } else {
-      node->children.push_back(nullptr);
-    }
-  }
+  for (AMFNode* const one : members) withChild(node, one);
   return node;
 }
 
 inline AMFObject* object(AMFVersion version, std::string_view className,
-                         std::initializer_list<AMFPair*> members, const Traits& traits = {}) {
+                         std::initializer_list<AMFNode*> members, const Traits& traits = {}) {
   return object(version, string(version, className), members, traits);
 }
 
 inline AMFObject* classless(AMFObject* node) {
-  delete node->className;
-  node->className = nullptr;
+  put(node->className, static_cast<AMFString*>(nullptr));
   return node;
-}
-
-/// Any node among an object's or an array's children, unchecked.
-template <class Node>
-Node* withChild(Node* parent, AMFNode* child) {
-  parent->AMFNode::appendChild(child, false);
-  return parent;
 }
 
 inline AMFHeader* header(std::string_view name, AMFNode* value, bool mustUnderstand = false,
                          std::uint32_t length = 0xFFFFFFFFu) {
   auto* const node = new AMFHeader();
-  node->setName(string(k0, name), false);
-  node->setValue(value, false);
+  put(node->name, string(k0, name));
+  put(node->value, value);
   node->mustUnderstand = mustUnderstand;
   node->length = length;
   return node;
@@ -231,18 +234,20 @@ inline AMFHeader* header(std::string_view name, AMFNode* value, bool mustUnderst
 inline AMFMessage* message(std::string_view target, std::string_view response, AMFNode* value,
                            std::uint32_t length = 0xFFFFFFFFu) {
   auto* const node = new AMFMessage();
-  node->setTargetUri(string(k0, target), false);
-  node->setResponseUri(string(k0, response), false);
-  node->setValue(value, false);
+  put(node->targetUri, string(k0, target));
+  put(node->responseUri, string(k0, response));
+  put(node->value, value);
   node->length = length;
   return node;
 }
 
-inline AMFPackage* package(AMFVersion version, std::initializer_list<AMFHeader*> headers,
-                           std::initializer_list<AMFMessage*> messages) {
+/// Headers first, then messages.
+inline AMFPackage* package(AMFVersion version, std::initializer_list<AMFNode*> content) {
   auto* const node = new AMFPackage(version);
-  for (AMFHeader* const one : headers) node->appendHeader(one, false);
-  for (AMFMessage* const one : messages) node->appendMessage(one, false);
+  for (AMFNode* const one : content) {
+    if (one->type == AMFNode::AMF_HEADER) ++node->headerCount;
+    withChild(node, one);
+  }
   return node;
 }
 

@@ -35,7 +35,7 @@ inline std::string readBack(const std::string& bytes, AMFNode* (AMFProtocol::*re
   return dump(node.get());
 }
 
-/// That each row's tree is written as its pieces, behind those given.
+/// That each row's tree is written as its pieces, after those given.
 template <class Rows>
 void expectWritten(const Rows& rows, AMFVersion version, const std::string& inFront = "") {
   for (const ValueRow& row : rows) {

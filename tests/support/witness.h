@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Nodes that tell a diary when they are cloned and deleted, and that can refuse to be cloned: what
+// Nodes that note in a diary when they are cloned and deleted, and that can refuse to be cloned: what
 // the ownership rules promise is seen from outside.
 #ifndef TESTS_SUPPORT_WITNESS_H
 #define TESTS_SUPPORT_WITNESS_H

@@ -260,8 +260,8 @@ class Schema : public WirePage {
   std::vector<std::string> verdicts(const std::string& documents) {
     for (const char* const python : {"python3", "/usr/bin/python3"}) {
       const Outcome outcome =
-          runShell(std::string(python) + " " AMF2JSON_SOURCES "/tests/tool/check_schema.py " + kDocs +
-                       "/wire-json.schema.json <stdin",
+          runShell(std::string(python) + " " AMF2JSON_SOURCES "/tests/tool/check_schema.py " +
+                       kDocs + "/wire-json.schema.json <stdin",
                    documents);
       if (outcome.status == 0) return linesOf(outcome.out);
       EXPECT_TRUE(outcome.status == 3 || outcome.status == 127) << outcome.err;

@@ -49,7 +49,8 @@ TEST_F(Docs, EveryConventionIsShownByItsCommand) {
 
 TEST_F(Docs, ExitCodesAreThoseOfTheProgram) {
   std::string table;
-  for (const std::vector<std::string>& row : rowsOf(readFile(AMF2JSON_SOURCES "/docs/program.md"), 2)) {
+  for (const std::vector<std::string>& row :
+       rowsOf(readFile(AMF2JSON_SOURCES "/docs/program.md"), 2)) {
     table += std::string(4 - row[0].size(), ' ') + row[0] + "  " + row[1] + "\n";
   }
   const std::string help = run({"--help"}).out;

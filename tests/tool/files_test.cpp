@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Files of the program: what cannot be read or written, what is left behind, what is written where.
+// Files of the program: what cannot be read or written, what remains, what is written where.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -50,7 +50,7 @@ std::string scriptTag(const char* value) {
 const std::string kSharedObject =
     sharedObject("00000000", "0004 'name' 02 0005 'value' 00 0001 'n' 05 00");
 const std::string kSharedObject3 = sharedObject("00000003", "09 'name' 06 0B 'value' 00");
-// With the end mark that others write behind such an array.
+// With the end mark that others write after such an array.
 const std::string kScriptTag = scriptTag("08 00000001 0001 'w' 00 4074000000000000 000009");
 const std::string kFLV =
     hex("'FLV' 01 05 00000009 00000000 08 000002 000000 00 000000 AF00 0000000D") + kScriptTag;

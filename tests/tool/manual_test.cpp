@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the program tells about itself: help, manual page, completions, and words that are nearly
+// What the program says about itself: help, manual page, completions, and words that are nearly
 // right.
 #include <gtest/gtest.h>
 

@@ -18,8 +18,8 @@ struct RoundtripCase {
   const char* name;
   std::string packet;
   int status;
-  const char* verdict;     // behind "packet.amf: "
-  const char* error = "";  // behind "packet.amf:"
+  const char* verdict;     // after "packet.amf: "
+  const char* error = "";  // after "packet.amf:"
 };
 
 const RoundtripCase kRoundtripCases[] = {

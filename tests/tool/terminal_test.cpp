@@ -65,7 +65,7 @@ TEST_F(Terminal, GetsNoControlByteOfAFileName) {
   EXPECT_EQ(runShell("$amf2json check --error-format json $'a\\033[31m\\n'"), json);
 }
 
-// U+202E and U+2066 turn the text behind them round, U+2028 ends a line, U+061C is one of them too.
+// U+202E and U+2066 turn the text after them round, U+2028 ends a line, U+061C is one of them too.
 TEST_F(Terminal, GetsNoCharacterThatReordersText) {
   const std::string marks = "\xE2\x80\xAE\xE2\x81\xA6\xE2\x80\xA8\xD8\x9C";
   const std::string shown = "\\xE2\\x80\\xAE\\xE2\\x81\\xA6\\xE2\\x80\\xA8\\xD8\\x9C";

@@ -6,7 +6,7 @@
 #include <functional>
 #include <new>
 
-#include "support/failing_new.h"
+#include "support/counted_heap.h"
 #include "support/fenced_pages.h"
 #include "support/hex.h"
 #include "wire/calls.h"
@@ -183,7 +183,7 @@ TEST(WireLimits, ReferencesOfAmf0) {
             std::string::npos);
 }
 
-// Every cut of bytes whose end is fenced is read, or refused, without a look behind the end.
+// Every cut of bytes whose end is fenced is read, or refused, without reading past the end.
 template <std::size_t N>
 void checkCuts(const wire_tests::Row (&rows)[N], AMFWireForm form) {
   for (const wire_tests::Row& row : rows) {
@@ -229,17 +229,17 @@ TEST(WireFencedPages, Texts) {
 void failEach(const char* name, const std::function<void()>& call, const std::string& untouched,
               const std::string& result) {
   for (std::uint64_t number = 0;; ++number) {
-    const std::int64_t before = failing_new::live();
-    failing_new::arm(number, failing_new::Mode::once);
+    const std::uint64_t before = support::liveBlocks;
+    support::failAllocation(number, support::Failing::once);
     try {
       call();
-      failing_new::disarm();
+      support::failNothing();
       ASSERT_GT(number, 3u) << name;
       return;
     } catch (const std::bad_alloc&) {
-      failing_new::disarm();
+      support::failNothing();
     }
-    ASSERT_EQ(failing_new::live(), before) << name << ", allocation " << number;
+    ASSERT_EQ(support::liveBlocks, before) << name << ", allocation " << number;
     ASSERT_EQ(untouched, result) << name << ", allocation " << number;
   }
 }

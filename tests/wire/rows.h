@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Runs of values and their JSON: bytes -> text -> bytes in one row. Bytes are written as hex.h
-// reads them. `json` is what stands in {"amf0":[...]} or {"amf3":[...]}, with the marks behind it
+// reads them. `json` is what stands in {"amf0":[...]} or {"amf3":[...]}, with the marks after it
 // where there are any.
 #ifndef TESTS_WIRE_ROWS_H
 #define TESTS_WIRE_ROWS_H

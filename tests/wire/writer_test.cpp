@@ -81,7 +81,7 @@ struct Misuse {
   std::function<void(AMFWireWriter&)> events;
 };
 
-// Behind beginDocument and beginSection of the form.
+// After beginDocument and beginSection of the form.
 std::string misused(AMFWireForm form, const Misuse& row) {
   AMFWireWriter writer;
   AMFWireDocument document;

@@ -20,7 +20,7 @@ FORM_KEYS = {
     "sol": ("sol", "amf", "size", "entries", "trailing") + SECTION_KEYS,
 }
 ALL_KEYS = {key for keys in FORM_KEYS.values() for key in keys} | {"source", "flv"}
-# The keys that tell which form a document has.
+# The keys that show which form a document has.
 KEY_FORMS = {"headers": "packet", "messages": "packet", "amf0": "amf0", "amf3": "amf3", "sol": "sol", "flv": "flv"}
 
 

@@ -147,7 +147,7 @@ def array_index(name):
 def plain_names(members):
     """The names as text if a JSON object can carry the members, else None."""
     names = []
-    largest = -1  # of the array indexes; None behind a name that is none
+    largest = -1  # of the array indexes; None after a name that is none
     for data, _ in members:
         try:
             name = data.decode("utf-8")

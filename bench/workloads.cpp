@@ -59,7 +59,7 @@ class Writer {
     out += text;
     if (!text.empty()) strings.emplace(text, static_cast<std::uint32_t>(strings.size()));
   }
-  // One message for `target`; its value is written behind it.
+  // One message for `target`; its value is written after it.
   void begin(unsigned version, const std::string& target) {
     u16(version);
     u16(0);

@@ -19,8 +19,10 @@
 #include <string>
 #include <vector>
 
+#include "support/command.h"
 #include "support/guard_packets.h"
 
+using support::command;
 using support::hex;
 using support::u16;
 
@@ -118,7 +120,7 @@ std::string replaced(std::string text, const std::string& what, const std::strin
 
 struct Kind {
   const char* extension;
-  const char* opening;  // behind it the first script
+  const char* opening;  // after it the first script
   const char* loader;   // the attribute that names a script's file
   const char* closing;
   bool isXML;
@@ -206,7 +208,8 @@ std::string pageOf(const Kind& kind, const std::string& encoding, AMFEscapeFor e
     page = "<?xml version='1.0' encoding='" + encoding + "'?>" + page;
   if (!encoding.empty() && !kind.isXML) page += "<meta charset='" + encoding + "'>";
   if (encoding.empty() && !kind.isXML) page += "<body><p>" + hex(kJapanese) + "</p>\n";
-  page += std::string("<script ") + kind.loader + "='file://" AMF2JSON_SOURCES "/tests/guard/view_page.js'></script>\n";
+  page += std::string("<script ") + kind.loader +
+          "='file://" AMF2JSON_SOURCES "/tests/guard/view_page.js'></script>\n";
   for (const Attack& attack : kAttacks) {
     if (escapeFor == AMFEscapeFor::script || isKnown(attack, kind.isXML))
       page += shown(attack, kind, escapeFor);
@@ -219,15 +222,6 @@ std::string pageOf(const Kind& kind, const std::string& encoding, AMFEscapeFor e
 struct Report {
   std::string encoding, ran, wrong;
 };
-
-bool command(const std::string& line, std::string& output) {
-  FILE* const pipe = popen(line.c_str(), "r");
-  if (!pipe) return false;
-  char buffer[4096];
-  while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, pipe))
-    output.append(buffer, count);
-  return pclose(pipe) == 0;
-}
 
 void write(const std::string& path, const std::string& text) {
   std::ofstream out(path, std::ios::binary);

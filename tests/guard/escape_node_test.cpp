@@ -17,9 +17,11 @@
 #include <string>
 #include <vector>
 
+#include "support/command.h"
 #include "support/guard_packets.h"
 #include "support/random.h"
 
+using support::command;
 using support::hex;
 using support::u16;
 using support::u29;
@@ -263,7 +265,7 @@ class Shape {
     string3();
     value3(depth + 1);
   }
-  // A sealed member and a dynamic one; or one that has ended again, also right behind a switch.
+  // A sealed member and a dynamic one; or one that has ended again, also directly after a switch.
   void object3(unsigned depth) {
     if (!ended.empty() && random.chance(400)) {
       out += hex("0A") + u29(ended[random.below(ended.size())] << 1);
@@ -479,15 +481,6 @@ struct Verdict {
 };
 using Verdicts = std::map<std::string, std::vector<Verdict>>;  // by group
 
-bool command(const std::string& line, std::string& output) {
-  FILE* const pipe = popen(line.c_str(), "r");
-  if (!pipe) return false;
-  char buffer[4096];
-  while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, pipe))
-    output.append(buffer, count);
-  return pclose(pipe) == 0;
-}
-
 Verdicts parsed(const std::string& output) {
   Verdicts verdicts;
   for (std::size_t at = 0; at < output.size();) {
@@ -521,7 +514,8 @@ class EscapeNode : public testing::Test {
     for (int shape = 0; shape < kShapes; ++shape) addGenerated(records, shape);
     ASSERT_TRUE(records.close());
     std::string output;
-    const bool done = command("node '" AMF2JSON_SOURCES "/tests/guard/run_views.js' '" + path + "'", output);
+    const bool done =
+        command("node '" AMF2JSON_SOURCES "/tests/guard/run_views.js' '" + path + "'", output);
     std::remove(path.c_str());
     ASSERT_TRUE(done);
     verdicts = parsed(output);

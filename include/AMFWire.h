@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// AMFWire: AMF0 and AMF3 as Flash Player, Flex and their servers write them, to JSON and back.
+/// AMFWire converts AMF0 and AMF3, as Flash Player, Flex and their servers write them, to JSON and
+/// back.
 ///
 ///     #include <AMFWire.h>
 ///
@@ -11,29 +12,30 @@
 ///       return false;
 ///     }
 ///
-/// The library of AMF2JSON.h has a dialect of its own. This library reads and writes the published
-/// formats instead. It needs nothing of the other one. docs/wire-json.md specifies the JSON.
+/// The library of AMF2JSON.h has its own dialect. This library reads and writes the published
+/// formats instead, and does not depend on the other one. docs/wire-json.md specifies the JSON.
 ///
-/// Four parts share one vocabulary of events, AMFWireSink:
+/// Four parts exchange events, the calls of AMFWireSink:
 ///
 ///     bytes --AMF reader--> events --JSON writer--> text          amfWireExport
 ///     text --JSON reader--> events --AMF writer---> bytes         amfWireImport
 ///
-/// A host can give the AMF reader a sink of its own (amfWireRead), and can drive the AMF writer
-/// itself (AMFWireWriter).
+/// A host can read events with its own sink (amfWireRead), and can write bytes from its own events
+/// (AMFWireWriter).
 ///
-/// Round trip: with originals, which is the default, amfWireImport of what amfWireExport wrote is
-/// the bytes that were exported, for packets, runs of values and shared objects.
+/// Round trip: with originals, which is the default, amfWireImport turns what amfWireExport wrote
+/// into the same bytes. This is true for packets, runs of values and shared objects.
 ///
-/// Trust: no call trusts its input. Every read is held against the end of the input, nothing is
-/// reserved for a count before the items are there, nothing recurses, and all bounds are in
-/// AMFWireLimits. Time is linear in input plus output.
+/// Trust: no call trusts its input. Every read is checked against the end of the input. No memory
+/// is reserved for items that the input only announces. Nothing recurses. AMFWireLimits has all
+/// limits. Time is linear in input plus output.
 ///
-/// Errors: each call returns an AMFWireResult. Its strings receive a value only when the call
-/// succeeds. Memory that cannot be had is std::bad_alloc; nothing else is thrown but what a host's
-/// own sink throws. After an exception the caller's strings are as they were.
+/// Errors: each call returns an AMFWireResult. The strings of the caller are changed only if the
+/// call succeeds. The calls throw std::bad_alloc, and what the sink of a host throws, and nothing
+/// else. After an exception the strings of the caller are unchanged.
 ///
-/// Threads: no global state, no locks. Separate calls may run on separate threads.
+/// Threads: there is no global state and there are no locks. Separate calls may run on separate
+/// threads.
 #ifndef AMFWIRE_H
 #define AMFWIRE_H
 
@@ -44,7 +46,7 @@
 #include <vector>
 
 /// @def AMFWIRE_API
-/// What the library exports. Define AMFWIRE_STATIC to use the static library on Windows.
+/// Marks what the library exports. Define AMFWIRE_STATIC to use the static library on Windows.
 #if defined(AMFWIRE_STATIC)
 #define AMFWIRE_API
 #elif defined(_WIN32)
@@ -58,11 +60,11 @@
 #endif
 
 // ---------------------------------------------------------------------------------------------------
-// Forms, bounds, results
+// Forms, limits, results
 
-/// What the bytes are.
+/// The forms of input.
 enum class AMFWireForm : std::uint32_t {
-  automatic,     ///< found out by amfWireIdentify
+  automatic,     ///< amfWireIdentify decides
   packet,        ///< a remoting packet: version, headers, messages
   amf0,          ///< a run of AMF0 values
   amf3,          ///< a run of AMF3 values
@@ -73,111 +75,112 @@ enum class AMFWireForm : std::uint32_t {
 /// The name of a form: "automatic", "packet", "amf0", "amf3", "sol" or "flv". Never null.
 AMFWIRE_API const char* describe(AMFWireForm form) noexcept;
 
-/// How a call ended.
+/// The outcome of a call.
 enum class AMFWireStatus : std::uint32_t {
   ok = 0,
-  truncated,        ///< bytes: the next field does not lie in the input
+  truncated,        ///< bytes: the input ends before the end of the next field
   malformed,        ///< bytes: a field is refused
-  unknownExternal,  ///< bytes: an externalizable class whose body is not known
+  unknownExternal,  ///< bytes: an externalizable class with an unknown body
   packetLimit,      ///< above maxPacketBytes
   depthLimit,       ///< above maxDepth
   textLimit,        ///< above maxTextBytes
   flagLimit,        ///< above AMFWireLimits::kMaxFlagBytes
   syntax,           ///< text: not JSON, or not UTF-8
-  content,          ///< text: JSON that stands for no document of this format
-  misuse            ///< AMFWireWriter: the events do not follow one another
+  content,          ///< text: JSON that is no document of this format
+  misuse            ///< AMFWireWriter: an event came at the wrong time
 };
 
 /// A short English text for a status, such as "depth limit". Never null.
 AMFWIRE_API const char* describe(AMFWireStatus status) noexcept;
 
-/// The bounds of one call. All are inclusive: a value equal to its limit is accepted.
+/// The limits of one call. All are inclusive: a value equal to its limit is accepted.
 struct AMFWIRE_API AMFWireLimits {
   /// Size of the bytes that are read or written.
   std::size_t maxPacketBytes = std::size_t{64} << 20;
-  /// Size of the JSON text that is written or read. A short packet can stand for a long text: a
-  /// string or a traits entry may be referred to often. No text above 4 GiB is read.
+  /// Size of the JSON text that is written or read. A short packet can make a long text, because
+  /// many references may refer to one string or traits entry. No text above 4 GiB is read.
   std::size_t maxTextBytes = std::size_t{256} << 20;
-  /// Objects, arrays, vectors of objects, dictionaries and externalizables inside one another.
+  /// Depth of nested objects, arrays, vectors of objects, dictionaries and externalizables.
   std::uint32_t maxDepth = 512;
-  /// Flag bytes in one group of a small message. Not adjustable.
+  /// Flag bytes in one group of a small message. This limit cannot be changed.
   static constexpr std::uint32_t kMaxFlagBytes = 16;
 };
 
 /// The outcome of a call.
 struct AMFWIRE_API AMFWireResult {
-  AMFWireStatus status = AMFWireStatus::ok;  ///< how the call ended
-  /// What was found and what was expected; empty when ok.
+  AMFWireStatus status = AMFWireStatus::ok;  ///< the outcome
+  /// What was found and what was expected; empty if ok.
   std::string message;
-  /// Bytes: the first byte of the field that is refused or does not fit. For a depth limit the
-  /// marker, for an unknown externalizable class the first byte of its body, for a text limit the
-  /// value with which the text becomes too long, for a packet limit 0.
+  /// For errors in bytes: the first byte of the field that is refused or incomplete. For a depth
+  /// limit, the marker. For an unknown externalizable class, the first byte of its body. For a text
+  /// limit, the value with which the text becomes too long. For a packet limit, 0.
   std::size_t offset = 0;
-  /// Text: line and column, from 1, in characters. 0 where the error is not in a text.
+  /// For errors in text: line and column, from 1, in characters. Otherwise 0.
   std::size_t line = 0;
   std::size_t column = 0;  ///< as `line`
-  /// Text: where in the document, such as `messages[0].value[2].name` or `a["odd name"]`. The
-  /// document itself is the empty path. A missing key is an error of its object.
+  /// For errors in text: the place in the document, such as `messages[0].value[2].name` or
+  /// `a["odd name"]`. The path of the document itself is empty. A missing key is an error of its
+  /// object.
   std::string path;
 
   /// Whether the call succeeded.
   bool ok() const noexcept { return status == AMFWireStatus::ok; }
 };
 
-/// An externalizable class that a host knows: its body is `values` AMF3 values, one after another.
-/// These are built in, with one value each: flex.messaging.io.ArrayCollection, ArrayList,
-/// ObjectProxy and SerializationProxy, mx.collections.ArrayCollection and ArrayList,
-/// mx.utils.ObjectProxy; so are the small messages DSA, DSC, DSK and their long names. A class
-/// that is named here replaces a built-in class of the same name.
+/// An externalizable class that the host knows. Its body is `values` AMF3 values, one after
+/// another. Built in, with one value each, are flex.messaging.io.ArrayCollection, ArrayList,
+/// ObjectProxy and SerializationProxy, mx.collections.ArrayCollection and ArrayList, and
+/// mx.utils.ObjectProxy. The small messages DSA, DSC and DSK and their long names are built in,
+/// too. A class in this list replaces a built-in class of the same name.
 struct AMFWIRE_API AMFWireExternalClass {
   std::string name;          ///< the class name, byte for byte
   std::uint32_t values = 1;  ///< number of AMF3 values in the body
 };
 
 // ---------------------------------------------------------------------------------------------------
-// The two usual calls
+// Export and import
 
 /// How bytes are read.
 struct AMFWIRE_API AMFWireReadOptions {
   AMFWireForm form = AMFWireForm::automatic;  ///< what the bytes are
-  /// A section (a header, a message, a script tag) that cannot be read is kept as raw bytes, and
-  /// reading goes on behind it, where that is possible. See docs/wire-json.md.
+  /// Keep a section (a header, a message, a script tag) that cannot be read as raw bytes, and go on
+  /// with the next section if possible. See docs/wire-json.md.
   bool salvage = false;
-  AMFWireLimits limits;                               ///< the bounds of the call
+  AMFWireLimits limits;                               ///< the limits of the call
   std::vector<AMFWireExternalClass> externalClasses;  ///< classes that the host knows
 };
 
 /// How bytes become JSON.
 struct AMFWIRE_API AMFWireExportOptions : AMFWireReadOptions {
-  /// A section whose bytes the values alone would not bring back gets a key `original` with them.
+  /// Write a key `original` with the bytes of each section that its values alone do not reproduce.
   bool originals = true;
-  /// The same document, indented by two blanks, as JSON.stringify(document, null, 2) writes it.
-  /// maxTextBytes counts what is written.
+  /// Indent by two spaces, as JSON.stringify(document, null, 2) does. maxTextBytes counts the
+  /// indented text.
   bool pretty = false;
 };
 
-/// What an export met. Filled by a call that succeeded; else all zero.
+/// What an export found. A call that succeeds fills it; otherwise all numbers are zero.
 struct AMFWIRE_API AMFWireStatistics {
   AMFWireForm form = AMFWireForm::automatic;  ///< the form that was read
-  std::uint64_t sections = 0;                 ///< headers, messages, script tags; 1 for others
-  /// Sections whose bytes the values alone would not bring back: they carry `original`, unless
-  /// originals are left out; then they will come back otherwise. Script tags are not counted.
+  std::uint64_t sections = 0;  ///< headers, messages or script tags; 1 for other forms
+  /// Sections whose values alone do not reproduce their bytes. They have a key `original`, unless
+  /// originals are switched off. Script tags are not counted.
   std::uint64_t originals = 0;
-  /// Sections that will come back as other bytes. `originals` where these are left out, else 0.
+  /// Sections that import will write as other bytes: `originals` if these are switched off, else 0.
   std::uint64_t changed = 0;
-  /// Lengths that lie: declared lengths of headers and messages that are neither FFFFFFFF nor the
-  /// true one, and the size of a shared object.
+  /// Wrong lengths: declared lengths of headers and messages that are neither FFFFFFFF nor correct,
+  /// and a wrong size of a shared object.
   std::uint64_t wrongLengths = 0;
   std::uint64_t unknownLengths = 0;  ///< declared lengths of FFFFFFFF
-  std::uint64_t salvaged = 0;        ///< sections kept as raw bytes
-  std::uint64_t trailingBytes = 0;   ///< bytes behind what was read
-  /// Salvage: why trailing bytes begin where a section begins; empty where that is not so.
+  std::uint64_t salvaged = 0;        ///< sections that were kept as raw bytes
+  std::uint64_t trailingBytes = 0;   ///< bytes after the last one that was read
+  /// With salvage: why trailing bytes begin where a section begins; empty if they do not.
   std::string trailingError;
 };
 
-/// Reads bytes and writes the JSON document, UTF-8, without a line end behind it.
-/// `json` and `statistics` (unless null) are replaced when the call succeeds. `bytes` may be null
-/// when `size` is 0. Memory: the text, and tables of at most twice the packet.
+/// Reads bytes and writes the JSON document, in UTF-8, without a line end after it. `json` and
+/// `statistics` (unless null) are replaced if the call succeeds. `bytes` may be null if `size` is
+/// 0. Memory: the text, and tables of at most twice the packet.
 AMFWIRE_API AMFWireResult amfWireExport(const void* bytes, std::size_t size, std::string& json,
                                         const AMFWireExportOptions& options = {},
                                         AMFWireStatistics* statistics = nullptr);
@@ -188,35 +191,38 @@ struct AMFWIRE_API AMFWireImportOptions {
   std::vector<AMFWireExternalClass> externalClasses;  ///< classes that the host knows
 };
 
-/// Reads a JSON document and writes the bytes that it stands for. `bytes` is replaced when the
-/// call succeeds, `form` (unless null) then receives the document's form. Memory: at most 12 times
-/// the text.
+/// Reads a JSON document and writes its bytes. If the call succeeds, `bytes` is replaced, and
+/// `form` (unless null) receives the form of the document. Memory: at most 12 times the text.
 AMFWIRE_API AMFWireResult amfWireImport(const char* text, std::size_t size, std::string& bytes,
                                         const AMFWireImportOptions& options = {},
                                         AMFWireForm* form = nullptr);
 
-/// Recognises the form of bytes; never returns `automatic`. In this order: `FLV` at the front is an
-/// FLV file; 00 BF at the front and TCSO at byte 6 is a shared object; what reads as a packet to
-/// the last byte is one; then what reads as a run of AMF0 values to the last byte, or as one of
-/// AMF3 values. Six bytes or more that begin with 00 03 are no run of values, and none of AMF3 if
-/// they begin with 00 00: they are a damaged packet. Everything else, no bytes too, is taken for a
-/// packet: it has trailing bytes, or the packet's error is the one to show. `options.form` and
-/// `options.salvage` are ignored.
+/// Recognises the form of bytes. Never returns `automatic`. The first rule that applies decides:
+/// - Bytes that begin with `FLV` are an FLV file.
+/// - Bytes that begin with 00 BF and have TCSO at byte 6 are a shared object.
+/// - Bytes that can be read as a packet to the last byte are a packet.
+/// - Bytes that can be read as AMF0 values to the last byte are a run of AMF0 values, and in the
+///   same way AMF3 values. Exceptions: six or more bytes that begin with 00 03 are no run of
+///   values, and six or more that begin with 00 00 are no run of AMF3 values. They are damaged
+///   packets.
+/// - Everything else, also an empty input, is a packet: it has trailing bytes or an error.
+///
+/// `options.form` and `options.salvage` are ignored.
 AMFWIRE_API AMFWireForm amfWireIdentify(const void* bytes, std::size_t size,
                                         const AMFWireReadOptions& options = {});
 
 // ---------------------------------------------------------------------------------------------------
 // Events
 
-/// Bytes of a string or name. They belong to the source of the event and are valid during the call
-/// only. Senders are asked for UTF-8 and do not always write it.
+/// Bytes of a string or name. The caller of the sink owns them, and they are valid during the call
+/// only. They should be UTF-8, but some senders write other bytes.
 struct AMFWIRE_API AMFWireString {
   AMFWireString() = default;
   /// `count` bytes, which must outlive the object.
   AMFWireString(const char* bytes, std::size_t count) : data(bytes), length(count) {}
   /// The string must outlive the object.
   AMFWireString(const std::string& text) : data(text.data()), length(text.size()) {}
-  AMFWireString(const char* text);  ///< up to the NUL
+  AMFWireString(const char* text);  ///< the bytes before the NUL
 
   const char* data = "";   ///< not owned, not terminated
   std::size_t length = 0;  ///< bytes in `data`
@@ -224,21 +230,21 @@ struct AMFWIRE_API AMFWireString {
 
 /// The beginning of a document.
 struct AMFWIRE_API AMFWireDocument {
-  AMFWireForm form = AMFWireForm::packet;  ///< which form begins
-  /// Packet: any. Shared object: 0 or 3, the format of its values. Otherwise 0.
+  AMFWireForm form = AMFWireForm::packet;  ///< its form
+  /// Packet: any number. Shared object: 0 or 3, the format of its values. Otherwise 0.
   std::uint16_t version = 0;
   AMFWireString name;  ///< of a shared object
   /// Packet: the declared number of headers, unless `trueCounts`.
   std::uint32_t headerCount = 0;
-  /// For the writer: write the numbers of headers and messages that come; beginMessages() may be
-  /// left out. The reader clears it.
+  /// For the writer: write the true numbers of headers and messages. beginMessages() may be omitted
+  /// then. The reader sets it to false.
   bool trueCounts = true;
   /// Shared object: the declared size of what follows the size field, unless `trueSize`.
   std::uint32_t declaredSize = 0;
-  bool trueSize = true;  ///< for the writer: write the true size. The reader clears it.
+  bool trueSize = true;  ///< for the writer: write the true size. The reader sets it to false.
 };
 
-/// What a section is.
+/// The kinds of sections.
 enum class AMFWireSectionKind : std::uint32_t {
   header,    ///< one AMF0 value
   message,   ///< one AMF0 value
@@ -247,36 +253,36 @@ enum class AMFWireSectionKind : std::uint32_t {
   scriptTag  ///< of an FLV file: AMF0 values
 };
 
-/// The beginning of a section: all tables are empty.
+/// The beginning of a section. All reference tables are empty here.
 struct AMFWIRE_API AMFWireSection {
-  AMFWireSectionKind kind = AMFWireSectionKind::message;  ///< which section begins
+  AMFWireSectionKind kind = AMFWireSectionKind::message;  ///< its kind
   AMFWireString name;                                     ///< of a header; the target of a message
   AMFWireString response;                                 ///< of a message
   std::uint8_t mustUnderstand = 0;                        ///< of a header
   std::uint32_t declaredLength = kUnknownLength;  ///< of a header or message, unless `trueLength`
-  bool trueLength = true;   ///< for the writer: write the true length. The reader clears it.
+  bool trueLength = true;   ///< for the writer: write the true length. The reader sets it to false.
   std::int32_t timeMs = 0;  ///< of a script tag
-  std::size_t offset = 0;   ///< from the reader: where the section's value begins
-  /// For the writer. False: every string in full. False: all traits in full. False: every AMF3
-  /// number as a double. The reader leaves them true.
+  std::size_t offset = 0;   ///< from the reader: where the value of the section begins
+  /// For the writer: write repeated strings as references. The reader never changes this, nor the
+  /// next two.
   bool stringReferences = true;
-  bool traitsReferences = true;  ///< as stringReferences
-  bool integers = true;          ///< as stringReferences
+  bool traitsReferences = true;  ///< for the writer: write repeated traits as references
+  bool integers = true;          ///< for the writer: write AMF3 whole numbers as integers
 
-  /// A declared length that says nothing.
+  /// The declared length that means unknown.
   static constexpr std::uint32_t kUnknownLength = 0xFFFFFFFFu;
 };
 
-/// The sealed names of an object, in order. An object of this class belongs to the source of the
-/// event.
+/// The names of the sealed members of an object, in order. The caller of the sink owns the object
+/// of this class.
 class AMFWIRE_API AMFWireNames {
  public:
   virtual ~AMFWireNames();
-  virtual void rewind() = 0;         ///< the next name is the first again
-  virtual AMFWireString next() = 0;  ///< to be called as often as there are names
+  virtual void rewind() = 0;         ///< next() returns the first name again
+  virtual AMFWireString next() = 0;  ///< call it at most once for each name
 };
 
-/// Sealed names for AMFWireWriter from a list that outlives this object.
+/// Sealed names for AMFWireWriter, from a list.
 class AMFWIRE_API AMFWireNameList : public AMFWireNames {
  public:
   /// The names of `list`, which must outlive the object.
@@ -289,29 +295,29 @@ class AMFWIRE_API AMFWireNameList : public AMFWireNames {
   std::size_t index = 0;
 };
 
-/// An array: strict (AMF0), or dense values behind members (AMF3).
+/// An array: strict (AMF0), or members and then the dense part (AMF3).
 struct AMFWIRE_API AMFWireArray {
-  std::uint32_t count = 0;  ///< values that come without a name, behind all members
-  bool hasMembers = false;  ///< AMF3 only
+  std::uint32_t count = 0;  ///< number of values without a name, after all members
+  bool hasMembers = false;  ///< whether there are members; AMF3 only
 };
 
 /// An object. AMF0 objects have members only.
 struct AMFWIRE_API AMFWireObject {
   bool typed = false;       ///< AMF0: marker 10. AMF3: the class name is not empty.
-  AMFWireString className;  ///< empty where there is none
-  /// AMF3: so many members come first, in the order of `names`, each announced by member() too.
+  AMFWireString className;  ///< empty if there is none
+  /// AMF3: so many members come first, in the order of `names`. member() is called for them, too.
   std::uint32_t sealedCount = 0;
-  AMFWireNames* names = nullptr;  ///< null where sealedCount is 0; not owned
-  bool dynamic = true;            ///< AMF3: other members may follow
-  /// From the AMF reader: index in the section's traits table.
+  AMFWireNames* names = nullptr;  ///< null if sealedCount is 0; not owned
+  bool dynamic = true;            ///< AMF3: dynamic members may follow
+  /// From the AMF reader: the index in the traits table of the section.
   std::uint32_t traits = kNoTraits;
 
-  /// `traits` of an object that has none.
+  /// `traits` of an object without traits.
   static constexpr std::uint32_t kNoTraits = 0xFFFFFFFFu;
 };
 
-/// The flags of one group of a small message: bit n of `bits[b]` says that flag byte b, bit n has a
-/// value. Bit 7 is clear.
+/// The flags of one group of a small message. Bit n of `bits[b]` says that a value follows for bit
+/// n of flag byte b. Bit 7 is clear.
 struct AMFWIRE_API AMFWireFlags {
   std::uint32_t group = 0;                               ///< from 0
   std::uint8_t bits[AMFWireLimits::kMaxFlagBytes] = {};  ///< the flag bytes without bit 7
@@ -322,19 +328,19 @@ struct AMFWIRE_API AMFWireField {
   std::uint32_t group = 0;     ///< from 0
   std::uint32_t byte = 0;      ///< flag byte of the group, from 0
   std::uint32_t bit = 0;       ///< 0 to 6, lowest first
-  const char* name = nullptr;  ///< null where the format names none
+  const char* name = nullptr;  ///< null if the field has no name
 };
 
-/// An externalizable. Its values follow. Those of a small message come in groups: fieldGroup() for
-/// each group of the class, then field() and a value for each flag that is set.
+/// An externalizable object. Its values follow. Those of a small message come in groups:
+/// fieldGroup() for each group of the class, then field() and a value for each flag that is set.
 struct AMFWIRE_API AMFWireExternal {
   AMFWireString className;    ///< of the traits
-  bool dynamic = false;       ///< the traits have that bit
-  bool smallMessage = false;  ///< the body is that of a small message
-  std::uint32_t count = 0;    ///< values that follow, where it is none
+  bool dynamic = false;       ///< the traits have the dynamic bit
+  bool smallMessage = false;  ///< the body has the fields of a small message
+  std::uint32_t count = 0;    ///< number of values, if it is no small message
 };
 
-/// What the items of a vector are.
+/// The kinds of vectors.
 enum class AMFWireVectorKind : std::uint8_t {
   int32,    ///< s32
   uint32,   ///< u32
@@ -342,41 +348,43 @@ enum class AMFWireVectorKind : std::uint8_t {
   object    ///< values
 };
 
-/// A vector. The items of the first three kinds come by vectorItems(), those of objects as values.
+/// A vector. vectorItems() passes the items of the first three kinds. Those of objects are values.
 struct AMFWIRE_API AMFWireVector {
-  AMFWireVectorKind kind = AMFWireVectorKind::int32;  ///< what its items are
+  AMFWireVectorKind kind = AMFWireVectorKind::int32;  ///< the kind of its items
   bool fixed = false;                                 ///< its length is fixed
   std::uint32_t count = 0;                            ///< number of items
-  AMFWireString typeName;                             ///< of object vectors
+  AMFWireString typeName;                             ///< vectors of objects: the class name
 };
 
-/// What a packet, a run of values, a shared object or an FLV file is made of, in the order of the
-/// bytes: beginDocument, sections, endDocument. A section is beginSection, values, endSection; in a
-/// salvaged one, rawSection stands for the values. A value is one call, or a begin call, its
-/// content, and end(). The calls do nothing here: a sink overrides those that it needs.
+/// The receiver of the events of a packet, a run of values, a shared object or an FLV file, in the
+/// order of the bytes:
+/// - a document: beginDocument, sections, endDocument;
+/// - a section: beginSection, values, endSection; a salvaged section has rawSection in place of the
+///   values;
+/// - a value: one call, or a begin call, its content, and end().
 ///
-/// In a header, a message or a script tag values are AMF0 until beginAmf3(), and again from
-/// endAmf3().
+/// The calls do nothing in this class: a sink overrides those that it needs. In a header, a message
+/// or a script tag, values are AMF0, except between beginAmf3() and endAmf3().
 class AMFWIRE_API AMFWireSink {
  public:
   virtual ~AMFWireSink();
 
-  virtual void beginDocument(const AMFWireDocument& document);  ///< first of all
-  /// Packets, behind the last header. `declaredCount` is the number of messages as it stands in the
-  /// packet. A salvaged packet that breaks in a header has no such call.
+  virtual void beginDocument(const AMFWireDocument& document);  ///< the first event
+  /// Packets: after the last header. `declaredCount` is the number of messages in the packet. This
+  /// call is missing if a salvaged packet ends in a header.
   virtual void beginMessages(std::uint32_t declaredCount);
-  /// `trailing`: the bytes behind what was read. `error`: in a salvaged document, why reading ended
-  /// there; else empty.
+  /// `trailing`: the bytes after the last one that was read. `error`: with salvage, why reading
+  /// ended there; else empty.
   virtual void endDocument(const AMFWireString& trailing, const AMFWireString& error);
   virtual void beginSection(const AMFWireSection& section);  ///< its values follow
-  /// Salvage: the bytes of a section that cannot be read, and why.
+  /// With salvage: the bytes of a section that cannot be read, and the reason.
   virtual void rawSection(const AMFWireString& bytes, const AMFWireString& error);
-  virtual void endSection();  ///< of the section that has begun
+  virtual void endSection();  ///< the section ends
 
   virtual void undefined();                              ///< undefined
   virtual void null();                                   ///< null
   virtual void unsupported();                            ///< AMF0
-  virtual void boolean(bool value);                      ///< true for every byte but 00 in AMF0
+  virtual void boolean(bool value);                      ///< AMF0: true for every byte except 00
   virtual void integer(std::int32_t value);              ///< AMF3: -268435456 to 268435455
   virtual void number(double value);                     ///< AMF0 number, AMF3 double
   virtual void string(const AMFWireString& value);       ///< a string
@@ -385,42 +393,43 @@ class AMFWIRE_API AMFWireSink {
   /// Milliseconds since 1970-01-01 UTC; minutes of time zone in AMF0, 0 in AMF3.
   virtual void date(double timeMs, std::int16_t zone);
   virtual void byteArray(const AMFWireString& value);  ///< AMF3
-  /// A value that has begun before: its index in the table of the format at hand. In AMF0 objects
-  /// and arrays are numbered from 0 in the order in which they begin, in an AMF0 shared object from
-  /// 1, where 0 is the shared object itself. In AMF3 XML, dates, arrays, objects, externalizables,
-  /// byte arrays, vectors and dictionaries are.
+  /// A reference to an earlier value: its index in the table of the current format. In AMF0,
+  /// objects and arrays are numbered in the order in which they begin, from 0. In an AMF0 shared
+  /// object they are numbered from 1, and 0 is the shared object itself. In AMF3, XML, dates,
+  /// arrays, objects, externalizables, byte arrays, vectors and dictionaries are numbered in the
+  /// order in which they begin, from 0.
   virtual void reference(std::uint32_t index);
 
-  virtual void beginAmf3();                                     ///< one AMF3 value in an AMF0 place
-  virtual void endAmf3();                                       ///< after that value
-  virtual void beginArray(const AMFWireArray& array);           ///< members, denseItems(), values
-  virtual void beginEcmaArray(std::uint32_t declaredCount);     ///< AMF0; members
-  virtual void beginObject(const AMFWireObject& object);        ///< members
-  virtual void beginExternal(const AMFWireExternal& external);  ///< values or fields
-  virtual void beginVector(const AMFWireVector& vector);        ///< items
+  virtual void beginAmf3();                            ///< one AMF3 value follows, within AMF0
+  virtual void endAmf3();                              ///< after that value
+  virtual void beginArray(const AMFWireArray& array);  ///< then members, denseItems(), values
+  virtual void beginEcmaArray(std::uint32_t declaredCount);     ///< AMF0; then members
+  virtual void beginObject(const AMFWireObject& object);        ///< then members
+  virtual void beginExternal(const AMFWireExternal& external);  ///< then values or fields
+  virtual void beginVector(const AMFWireVector& vector);        ///< then items
   /// The next items of a vector of numbers: `count` items, 4 or 8 bytes each, big-endian.
   virtual void vectorItems(const char* items, std::uint32_t count);
-  /// `count` times a key value and a value.
+  /// Then `count` pairs of values: a key and its value.
   virtual void beginDictionary(std::uint32_t count, bool weak);
   virtual void member(const AMFWireString& name);  ///< the next value has this name
-  /// AMF3 arrays that have members: behind the last member, also where no dense value follows.
+  /// AMF3 arrays with members: after the last member, also if no dense value follows.
   virtual void denseItems();
   virtual void fieldGroup(const AMFWireFlags& flags);  ///< small messages: a group begins
   virtual void field(const AMFWireField& field);       ///< the next value is this field
-  virtual void end();                                  ///< of what began last and has not ended
+  virtual void end();                                  ///< the innermost open value ends
 };
 
-/// Reads bytes and calls `sink` as it reads: after a failure the sink has seen everything up to it.
-/// With salvage each section is read twice, so that a damaged one shows as rawSection() alone.
-/// What the sink throws passes through. Memory: 4 bytes for each AMF3 string, 1 for each object, a
-/// few dozen for each traits entry and each level of depth.
+/// Reads bytes and calls `sink` while it reads. After an error the sink has received all events up
+/// to the error. With salvage each section is read twice, so that a damaged one is reported by
+/// rawSection() only. An exception of the sink leaves this call. Memory: 4 bytes for each AMF3
+/// string, 1 for each object, a few dozen for each traits entry and each level of depth.
 AMFWIRE_API AMFWireResult amfWireRead(const void* bytes, std::size_t size, AMFWireSink& sink,
                                       const AMFWireReadOptions& options = {});
 
 // ---------------------------------------------------------------------------------------------------
-// Packets from a host's own data
+// Packets from the data of a host
 
-/// Writes the bytes of a document from events. Strings and traits become references by themselves.
+/// Writes the bytes of a document from events. It writes repeated strings and traits as references.
 ///
 ///     AMFWireWriter writer;
 ///     writer.beginDocument({});                    // a packet, version 0
@@ -436,20 +445,20 @@ AMFWIRE_API AMFWireResult amfWireRead(const void* bytes, std::size_t size, AMFWi
 ///     std::string bytes;
 ///     const AMFWireResult result = writer.finish(bytes);
 ///
-/// Each call checks that it may come now. The first one that may not is the outcome of finish();
-/// what follows it is ignored. FLV documents are not written.
+/// Each call checks that it is allowed at this place. The first one that is not becomes the result
+/// of finish(), and all later calls are ignored. FLV documents cannot be written.
 class AMFWIRE_API AMFWireWriter : public AMFWireSink {
  public:
-  /// Ready for a document; `options` are copied.
+  /// A writer that is ready for a document. `options` are copied.
   explicit AMFWireWriter(const AMFWireImportOptions& options = {});
   ~AMFWireWriter() override;
   AMFWireWriter(const AMFWireWriter&) = delete;
   AMFWireWriter& operator=(const AMFWireWriter&) = delete;
 
-  /// Moves what was written into `bytes`, which stays as it is after a failure, and makes the
-  /// writer ready for another document.
+  /// Moves the written bytes to `bytes`, and makes the writer ready for another document. After an
+  /// error `bytes` is unchanged.
   AMFWireResult finish(std::string& bytes);
-  /// What reference() needs to point at the value that began last, in its format.
+  /// The argument of reference() for the value that began last.
   std::uint32_t lastIndex() const noexcept;
 
   /// @name The events of AMFWireSink

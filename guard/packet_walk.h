@@ -162,7 +162,7 @@ bool Walker<Sink>::readShortText(Kind kind, Text& text) {
 
 template <class Sink>
 bool Walker<Sink>::truncated(std::uint32_t length) {
-  result.needed = length - left();
+  result.needed = length - remainingBytes();
   return fail(AMFVerifyStatus::truncated);
 }
 
@@ -236,7 +236,7 @@ template <class Sink>
 bool Walker<Sink>::chargeReference(const Cost& cost, std::uint32_t height,
                                    std::uint32_t switchedReferences) {
   if (!reachDepth(std::uint64_t{frames.size()} + height)) return false;
-  contain(height);
+  raiseHeight(height);
   result.references = plus(result.references, 1u);
   result.switchedReferences = plus(result.switchedReferences, switchedReferences);
   return chargeCopy(cost);
@@ -270,14 +270,14 @@ bool Walker<Sink>::close() {
   const Frame& frame = frames.top();  // stays readable behind pop()
   const Cost cost = since(frame.start, total);
   frames.pop();
-  contain(frame.height);
+  raiseHeight(frame.height);
   note(Kind::end, 0, 0);
   return frame.kind < FrameKind::assoc3 ? close0(frame, cost) : close3(frame, cost);
 }
 
 // The innermost open object or array holds something of this height.
 template <class Sink>
-void Walker<Sink>::contain(std::uint32_t height) {
+void Walker<Sink>::raiseHeight(std::uint32_t height) {
   if (!frames.empty()) frames.top().height = std::max(frames.top().height, plus(height, 1u));
 }
 

@@ -7,7 +7,7 @@
 namespace amf2json::guard {
 
 bool Segments::add(std::size_t bytes, std::size_t most) {
-  if (count == room && !grow(most)) return false;
+  if (count == capacity && !grow(most)) return false;
   directory[count].reset(::operator new(bytes, std::nothrow));
   if (!directory[count]) return false;
   ++count;
@@ -15,13 +15,13 @@ bool Segments::add(std::size_t bytes, std::size_t most) {
 }
 
 bool Segments::grow(std::size_t most) {
-  const std::size_t wanted = std::min(most, room == 0 ? 4 : 2 * room);
-  if (wanted == room) return false;
-  std::unique_ptr<Segment[]> grown(new (std::nothrow) Segment[wanted]);
+  const std::size_t newCapacity = std::min(most, capacity == 0 ? 4 : 2 * capacity);
+  if (newCapacity == capacity) return false;
+  std::unique_ptr<Segment[]> grown(new (std::nothrow) Segment[newCapacity]);
   if (!grown) return false;
   std::move(directory.get(), directory.get() + count, grown.get());
   directory = std::move(grown);
-  room = wanted;
+  capacity = newCapacity;
   return true;
 }
 

@@ -28,7 +28,7 @@ class Segments {
 
   void clear() {
     directory.reset();
-    count = room = 0;
+    count = capacity = 0;
   }
 
  private:
@@ -41,7 +41,7 @@ class Segments {
 
   std::unique_ptr<Segment[]> directory;
   std::size_t count = 0;
-  std::size_t room = 0;
+  std::size_t capacity = 0;
 };
 
 template <class Entry, std::size_t MostSegments = Segments::kMost>

@@ -115,9 +115,9 @@ class Walker {
   bool step();
 
   // Fields
-  std::size_t left() const { return static_cast<std::size_t>(end - cursor); }
+  std::size_t remainingBytes() const { return static_cast<std::size_t>(end - cursor); }
   std::size_t offset() const { return static_cast<std::size_t>(cursor - begin); }
-  bool need(std::uint32_t length) { return length <= left() ? true : truncated(length); }
+  bool need(std::uint32_t length) { return length <= remainingBytes() ? true : truncated(length); }
   bool readU8(Kind kind, std::uint32_t& value);
   bool readU16(Kind kind, std::uint32_t& value, Kind of);
   bool readU32(Kind kind, std::uint32_t& value, Kind of);
@@ -160,7 +160,7 @@ class Walker {
   // Objects and arrays
   bool open(FrameKind kind, std::uint32_t remaining, std::uint64_t bytes);
   bool close();
-  void contain(std::uint32_t height);
+  void raiseHeight(std::uint32_t height);
 
   // AMF0
   bool value0(std::uint32_t marker);

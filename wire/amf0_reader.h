@@ -32,7 +32,7 @@ bool AmfReader<Sink>::value0() {
     case 0x0B: return date0(), false;
     case 0x0C: {
       const std::uint32_t length = readU32("the length of a long string");
-      if (length <= 0xFFFF) tables.odd = true;
+      if (length <= 0xFFFF) tables.nonCanonical = true;
       return sink.string(readBytes(length, "a long string")), false;
     }
     case 0x0D: return sink.unsupported(), false;

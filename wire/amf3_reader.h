@@ -23,7 +23,7 @@ std::uint32_t AmfReader<Sink>::readLongU29(const char* field) {
   need(length, field);
   const char* const begin = cursor;
   const std::uint32_t value = knownU29(cursor);
-  if (value < kShortest[cursor - begin]) tables.odd = true;
+  if (value < kShortest[cursor - begin]) tables.nonCanonical = true;
   return value;
 }
 
@@ -118,7 +118,7 @@ template <class Sink>
 void AmfReader<Sink>::date3() {
   std::uint32_t head;
   if (reference3(0x08, head, "the head of a date")) return;
-  if (head != 1) tables.odd = true;  // the other bits say nothing
+  if (head != 1) tables.nonCanonical = true;  // the other bits say nothing
   need(8, "the milliseconds of a date");
   double timeMs;
   loadDouble(cursor, timeMs);
@@ -166,7 +166,7 @@ std::uint32_t AmfReader<Sink>::inlineTraits(const char* begin, std::uint32_t hea
   readString3("a class name");
   for (std::uint32_t count = head >> 4; count > 0; --count) readString3("a sealed name");
   // What an externalizable's traits say beside its class is not in the values.
-  if ((head & kTraitsExternal) != 0 && head >> 4 != 0) tables.odd = true;
+  if ((head & kTraitsExternal) != 0 && head >> 4 != 0) tables.nonCanonical = true;
   tables.traits.push(static_cast<std::uint32_t>(offsetOf(begin)));
   tables.endOfTraits = cursor;
   return static_cast<std::uint32_t>(tables.traits.count() - 1);
@@ -323,7 +323,7 @@ bool AmfReader<Sink>::nextGroup(Frame& frame) {
     }
     flags.bits[count] = byte & 0x7F;
   }
-  if (count > 1 && flags.bits[count - 1] == 0) tables.odd = true;
+  if (count > 1 && flags.bits[count - 1] == 0) tables.nonCanonical = true;
   sink.fieldGroup(flags);
   return true;
 }

@@ -269,7 +269,7 @@ void AmfReader<Sink>::stepEntries(bool amf3) {
     if (frame.flag) {  // behind a value: a byte 00, which may be missing at the very end
       frame.flag = false;
       if (cursor == inputEnd) {
-        tables.odd = true;
+        tables.nonCanonical = true;
       } else if (byteAt(cursor) != 0) {
         failWith(AMFWireStatus::malformed, offsetOf(cursor), "the byte behind an entry is not 00");
       } else {
@@ -287,7 +287,7 @@ void AmfReader<Sink>::stepEntries(bool amf3) {
 template <class Sink>
 bool AmfReader<Sink>::readFlag(const char* field) {
   const std::uint8_t byte = readU8(field);
-  if (byte > 1) tables.odd = true;
+  if (byte > 1) tables.nonCanonical = true;
   return byte != 0;
 }
 

@@ -14,7 +14,7 @@
 namespace amf2json::wire {
 
 // The bytes became more than their bound.
-struct BytesTooMany {};
+struct TooManyBytes {};
 
 class ByteBuffer {
  public:
@@ -45,15 +45,15 @@ class ByteBuffer {
 
  private:
   void grow(std::size_t length) {
-    if (length > most || count > most - length) throw BytesTooMany{};
-    std::size_t wanted = capacity + capacity / 2;
-    if (wanted < count + length) wanted = count + length;
-    if (wanted < 256) wanted = 256;
-    if (wanted > most) wanted = most;
-    void* const larger = std::realloc(block, wanted);
+    if (length > most || count > most - length) throw TooManyBytes{};
+    std::size_t newCapacity = capacity + capacity / 2;
+    if (newCapacity < count + length) newCapacity = count + length;
+    if (newCapacity < 256) newCapacity = 256;
+    if (newCapacity > most) newCapacity = most;
+    void* const larger = std::realloc(block, newCapacity);
     if (larger == nullptr) throw std::bad_alloc();
     block = static_cast<char*>(larger);
-    capacity = wanted;
+    capacity = newCapacity;
   }
 
   std::size_t most;

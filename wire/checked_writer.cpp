@@ -7,10 +7,10 @@
 #include "wire/number_text.h"
 
 using amf2json::wire::AmfWriter;
-using amf2json::wire::BytesTooMany;
 using amf2json::wire::EventOrder;
 using amf2json::wire::ExternalClasses;
 using amf2json::wire::Misplaced;
+using amf2json::wire::TooManyBytes;
 using amf2json::wire::Unwritable;
 
 struct AMFWireWriter::State {
@@ -39,7 +39,7 @@ struct AMFWireWriter::State {
       fail(misplaced.status, misplaced.message);
     } catch (const Unwritable& unwritable) {
       fail(AMFWireStatus::misuse, unwritable.message);
-    } catch (const BytesTooMany&) {
+    } catch (const TooManyBytes&) {
       fail(AMFWireStatus::packetLimit, "more bytes than maxPacketBytes");
     } catch (...) {  // what was written may end within a value
       fail(AMFWireStatus::misuse, "out of memory");

@@ -49,26 +49,26 @@ Day dayOf(std::int64_t days) {
 }
 
 // Two digits and what stands behind them.
-char* putTwo(char* to, std::uint32_t value) {
+char* putTwoDigits(char* to, std::uint32_t value) {
   to[0] = static_cast<char>('0' + value / 10);
   to[1] = static_cast<char>('0' + value % 10);
   return to + 2;
 }
 
-char* putTwo(char* to, std::uint32_t value, char behind) {
-  to = putTwo(to, value);
-  *to = behind;
+char* putTwoDigits(char* to, std::uint32_t value, char next) {
+  to = putTwoDigits(to, value);
+  *to = next;
   return to + 1;
 }
 
 // A run of digits and the character behind it.
-bool readDigits(const char*& at, int count, char behind, int& value) {
+bool readDigits(const char*& at, int count, char next, int& value) {
   value = 0;
   for (; count > 0; --count, ++at) {
     if (*at < '0' || *at > '9') return false;
     value = value * 10 + (*at - '0');
   }
-  return *at++ == behind;
+  return *at++ == next;
 }
 
 int daysInMonth(int year, int month) {
@@ -91,15 +91,15 @@ char* putDate(char* to, const double& timeMs) {
   const auto rest = static_cast<std::uint32_t>(all - days * kDayMs);
   const Day date = dayOf(days);
   const auto year = static_cast<std::uint32_t>(date.year);
-  to = putTwo(to, year / 100);
-  to = putTwo(to, year % 100, '-');
-  to = putTwo(to, static_cast<std::uint32_t>(date.month), '-');
-  to = putTwo(to, static_cast<std::uint32_t>(date.day), 'T');
-  to = putTwo(to, rest / 3600000, ':');
-  to = putTwo(to, rest / 60000 % 60, ':');
-  to = putTwo(to, rest / 1000 % 60, '.');
+  to = putTwoDigits(to, year / 100);
+  to = putTwoDigits(to, year % 100, '-');
+  to = putTwoDigits(to, static_cast<std::uint32_t>(date.month), '-');
+  to = putTwoDigits(to, static_cast<std::uint32_t>(date.day), 'T');
+  to = putTwoDigits(to, rest / 3600000, ':');
+  to = putTwoDigits(to, rest / 60000 % 60, ':');
+  to = putTwoDigits(to, rest / 1000 % 60, '.');
   *to++ = static_cast<char>('0' + rest % 1000 / 100);
-  return putTwo(to, rest % 100, 'Z');
+  return putTwoDigits(to, rest % 100, 'Z');
 }
 
 bool readDate(const char* text, std::size_t length, double& timeMs) {

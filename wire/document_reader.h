@@ -48,11 +48,11 @@ struct NoSink {
 // Behind the values of each section, a sink of the library is told what they defined and where
 // they end. The sinks of hosts are not.
 template <class Sink>
-auto tellValuesEnd(Sink& sink, const SectionTables& tables, std::size_t offset)
+auto reportValuesEnd(Sink& sink, const SectionTables& tables, std::size_t offset)
     -> decltype(sink.valuesEnd(tables, offset)) {
   sink.valuesEnd(tables, offset);
 }
-inline void tellValuesEnd(AMFWireSink&, const SectionTables&, std::size_t) {}
+inline void reportValuesEnd(AMFWireSink&, const SectionTables&, std::size_t) {}
 
 template <class Sink>
 class DocumentReader {
@@ -196,7 +196,7 @@ bool DocumentReader<Sink>::readSection(AMFWireSectionKind kind) {
   if (succeeds([&](AmfReader<NoSink>& trial) { trial.readOne(value, end()); })) {
     sink.beginSection(section);
     values.readOne(value, end());
-    tellValuesEnd(sink, values.section(), values.offsetOf(values.position()));
+    reportValuesEnd(sink, values.section(), values.offsetOf(values.position()));
     sink.endSection();
     return true;
   }
@@ -224,7 +224,7 @@ void DocumentReader<Sink>::readBare(AMFWireForm form) {
   }
   sink.beginSection(section);
   amf3 ? values.readValues3(begin, end()) : values.readValues0(begin, end());
-  tellValuesEnd(sink, values.section(), size);
+  reportValuesEnd(sink, values.section(), size);
   sink.endSection();
   finish(end(), {});
 }
@@ -275,7 +275,7 @@ void DocumentReader<Sink>::readEntries(const AMFWireDocument& document, const ch
   }
   sink.beginSection(section);
   values.readEntries(begin, end(), declaredEnd, amf3);
-  tellValuesEnd(sink, values.section(), values.offsetOf(values.position()));
+  reportValuesEnd(sink, values.section(), values.offsetOf(values.position()));
   sink.endSection();
   finish(values.position(), {});
 }
@@ -355,7 +355,7 @@ void DocumentReader<Sink>::scriptTag(const AMFWireSection& section, const char* 
   if (!succeeds(read)) return keepRaw(section, body, bodyEnd);
   sink.beginSection(section);
   read(values);
-  tellValuesEnd(sink, values.section(), values.offsetOf(bodyEnd));
+  reportValuesEnd(sink, values.section(), values.offsetOf(bodyEnd));
   sink.endSection();
 }
 

@@ -68,19 +68,19 @@ void Facts::valuesEnd(const SectionTables& of, std::size_t offset) {
   SectionFacts& section = sections.back();
   section.end = static_cast<std::uint32_t>(offset);
   if (form == AMFWireForm::flv) return;
-  bool odd = of.odd;
+  bool nonCanonical = of.nonCanonical;
   // Where strings repeat and are referred to as well, no mark says which is which.
-  if (!(odd && of.usesStringReferences) && hasRepeatedString(of, texts)) {
-    if (of.usesStringReferences) odd = true;
+  if (!(nonCanonical && of.usesStringReferences) && hasRepeatedString(of, texts)) {
+    if (of.usesStringReferences) nonCanonical = true;
     if (!of.usesStringReferences) section.flags |= kNoStringReferences;
   }
-  if (!(odd && of.usesTraitsReferences) && hasRepeatedTraits(of, texts)) {
-    if (of.usesTraitsReferences) odd = true;
+  if (!(nonCanonical && of.usesTraitsReferences) && hasRepeatedTraits(of, texts)) {
+    if (of.usesTraitsReferences) nonCanonical = true;
     if (!of.usesTraitsReferences) section.flags |= kNoTraitsReferences;
   }
   if (wholeSeen && !integerSeen) section.flags |= kNoIntegers;
-  if (odd) section.flags |= kOriginal;
-  if (odd && originals) bound.base64(offset - sectionBegin);
+  if (nonCanonical) section.flags |= kOriginal;
+  if (nonCanonical && originals) bound.base64(offset - sectionBegin);
 }
 
 void Facts::endSection() {
@@ -255,7 +255,7 @@ void Facts::member(const AMFWireString& name) {
     --frame.sealedLeft;
     return;
   }
-  frame.flags |= kBeyond;
+  frame.flags |= kHasDynamic;
   ++frame.members;
   const bool isUtf8 = addName(name);
   if (frame.listed) return;
@@ -267,7 +267,7 @@ void Facts::end() {
   const Frame& frame = frames.back();
   std::uint8_t flags = frame.flags;
   if (frame.listed) {
-    flags |= kListed;
+    flags |= kNeedsMemberList;
     bound.add(sizeof "\"$members\":[]" +
               std::uint64_t{2} *
                   (frame.members + (frame.sealedCount == kNoNames ? 0 : frame.sealedCount)));

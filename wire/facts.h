@@ -20,10 +20,10 @@
 namespace amf2json::wire {
 
 // Of an object or any other value that can be referred to.
-constexpr std::uint8_t kReferred = 1;  // a reference points at it
-constexpr std::uint8_t kListed = 2;    // its members are written as $members
-constexpr std::uint8_t kBeyond = 4;    // it has members beyond the sealed ones
-constexpr std::uint8_t kCounted = 8;   // of an ECMA array: its count is that of its members
+constexpr std::uint8_t kReferred = 1;         // a reference points at it
+constexpr std::uint8_t kNeedsMemberList = 2;  // its members are written as $members
+constexpr std::uint8_t kHasDynamic = 4;       // it has members beyond the sealed ones
+constexpr std::uint8_t kCounted = 8;          // of an ECMA array: its count is that of its members
 
 // Of a section.
 constexpr std::uint8_t kOriginal = 1;            // the values alone would not bring it back

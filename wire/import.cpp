@@ -45,7 +45,7 @@ class Import {
     JsonReader reader(*index, options, writer);
     try {
       return reader.readDocument();
-    } catch (const BytesTooMany&) {
+    } catch (const TooManyBytes&) {
       throw JsonFailure{AMFWireStatus::packetLimit, reader.current(), 0, 0,
                         "more than " + std::to_string(options.limits.maxPacketBytes) + " bytes"};
     } catch (const Unwritable& refused) {

@@ -95,7 +95,7 @@ template <std::size_t N>
 void JsonReader::readKeys(std::uint32_t object, const char* const (&names)[N],
                           std::uint32_t (&found)[N]) {
   needObject(object);
-  checkTwice(object);
+  checkDuplicateKeys(object);
   std::fill(found, found + N, 0u);
   std::uint32_t key = JsonIndex::first(object);
   for (std::uint32_t left = index.count(object); left > 0; --left, key = index.nextKey(key)) {
@@ -198,7 +198,7 @@ void JsonReader::finish(const std::uint32_t* found, std::size_t trailing, std::s
 
 void JsonReader::sectionList(std::uint32_t list, bool isHeader) {
   std::uint32_t item = JsonIndex::first(list);
-  for (std::uint32_t left = index.count(list); left > 0; --left, item = index.behind(item)) {
+  for (std::uint32_t left = index.count(list); left > 0; --left, item = index.after(item)) {
     section(item, isHeader);
   }
 }
@@ -379,7 +379,7 @@ bool JsonReader::readOriginal(const AMFWireSection& section, const AMFWireString
     return at0 == end;
   } catch (const Failure&) {
     return false;
-  } catch (const BytesTooMany&) {
+  } catch (const TooManyBytes&) {
     return false;
   } catch (const Unwritable&) {
     return false;

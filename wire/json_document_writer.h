@@ -94,8 +94,8 @@ void JsonWriter<Output>::endPacket() {
 // In front of the entries: the size, where it lies.
 template <class Output>
 void JsonWriter<Output>::entriesKey(std::size_t end) {
-  constexpr std::size_t kFront = 6;  // what the size does not count
-  if (document.declaredSize != end - kFront) {
+  constexpr std::size_t kBytesBeforeSize = 6;  // what the size does not count
+  if (document.declaredSize != end - kBytesBeforeSize) {
     layout.key("size");
     layout.output.integer(document.declaredSize);
     ++statistics.wrongLengths;
@@ -137,7 +137,7 @@ template <class Output>
 void JsonWriter<Output>::beginEntries(const SectionFacts& known) {
   entriesKey(known.end);
   std::uint8_t flags = amf3 ? std::uint8_t{0} : nextObject();
-  if ((known.flags & kEntriesListed) != 0) flags |= kListed;
+  if ((known.flags & kEntriesListed) != 0) flags |= kNeedsMemberList;
   openWithId(flags);
   beginMembers(flags);
 }

@@ -73,7 +73,7 @@ void JsonReader::needObject(std::uint32_t token) {
 AMFWireString JsonReader::needString(std::uint32_t token) {
   if (index.isString(token)) return index.text(token);
   if (!isKind(token, '{')) failKind(token, "a string");
-  checkTwice(token);
+  checkDuplicateKeys(token);
   const std::uint32_t key = JsonIndex::first(token);
   if (index.count(token) == 0) fail(token, "no key: expected $string64");
   for (std::uint32_t left = index.count(token), other = key; left > 0;
@@ -135,7 +135,7 @@ void JsonReader::needDouble(std::uint32_t token, double& number) {
 JsonReader::Object JsonReader::sorted(std::uint32_t token, bool mayHaveKind) {
   Object object;
   object.token = token;
-  checkTwice(token);
+  checkDuplicateKeys(token);
   const std::uint32_t count = index.count(token);
   if (!index.hasDollar(token)) {
     object.members = count;
@@ -202,7 +202,7 @@ void JsonReader::checkBeside(const Object& object) {
 }
 
 // No key may occur twice.
-void JsonReader::checkTwice(std::uint32_t token) {
+void JsonReader::checkDuplicateKeys(std::uint32_t token) {
   const std::uint32_t count = index.count(token);
   if (count < 2) return;
   std::uint64_t seen = 0;
@@ -210,12 +210,12 @@ void JsonReader::checkTwice(std::uint32_t token) {
   for (std::uint32_t left = count; left > 0; --left, key = index.nextKey(key)) {
     const AMFWireString name = index.text(key);
     const std::uint64_t mark = std::uint64_t{1} << nameMark(name);
-    if ((seen & mark) != 0) return checkTwiceSlowly(token);
+    if ((seen & mark) != 0) return checkDuplicateKeysByHash(token);
     seen |= mark;
   }
 }
 
-void JsonReader::checkTwiceSlowly(std::uint32_t token) {
+void JsonReader::checkDuplicateKeysByHash(std::uint32_t token) {
   const std::uint32_t count = index.count(token);
   slots.assign(std::size_t{count} + count / 2 + 4, 0);
   std::uint32_t key = JsonIndex::first(token);
@@ -243,7 +243,7 @@ std::uint32_t JsonReader::memberCount(const Object& object) {
   if (!object.has(Key::members)) return object.members;
   const std::uint32_t list = needArray(object[Key::members]);
   std::uint32_t pair = JsonIndex::first(list);
-  for (std::uint32_t left = index.count(list); left > 0; --left, pair = index.behind(pair)) {
+  for (std::uint32_t left = index.count(list); left > 0; --left, pair = index.after(pair)) {
     if (!isKind(pair, '[') || index.count(pair) != 2) {
       fail(pair, "expected an array of a name and a value");
     }
@@ -255,7 +255,7 @@ std::uint32_t JsonReader::memberCount(const Object& object) {
 AMFWireString JsonNames::next() {
   if (listed) {
     std::uint32_t name = JsonIndex::first(at);
-    at = index->behind(at);
+    at = index->after(at);
     // Checked already: a string, or $string64 alone, decoded.
     if (index->isContainer(name)) name = JsonIndex::first(name) + 1;
     return index->text(name);

@@ -39,10 +39,10 @@ class CheckedAllocator {
  public:
   [[maybe_unused]] static constexpr bool kNeedFree = true;
   void* Malloc(std::size_t size) { return size == 0 ? nullptr : ::operator new(size); }
-  void* Realloc(void* block, std::size_t size, std::size_t wanted) {
-    void* const larger = Malloc(wanted);
+  void* Realloc(void* block, std::size_t size, std::size_t newSize) {
+    void* const larger = Malloc(newSize);
     if (block != nullptr && larger != nullptr) {
-      std::memcpy(larger, block, size < wanted ? size : wanted);
+      std::memcpy(larger, block, size < newSize ? size : newSize);
     }
     Free(block);
     return larger;
@@ -267,7 +267,7 @@ struct JsonIndex::Handler {
       const bool isObject = index.kind(open) == '{';
       for (std::uint32_t child = first(open); child < next(); ++count) {
         if (isObject && child + 1 >= next()) break;  // a key without a value
-        child = isObject ? index.nextKey(child) : index.behind(child);
+        child = isObject ? index.nextKey(child) : index.after(child);
       }
       end(count);
     }

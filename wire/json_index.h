@@ -70,11 +70,11 @@ class JsonIndex {
   std::uint32_t count(std::uint32_t token) const { return tokens[token + 1].place; }
   bool hasDollar(std::uint32_t token) const { return tokens[token + 1].extra != 0; }
   static std::uint32_t first(std::uint32_t token) { return token + 2; }
-  std::uint32_t behind(std::uint32_t token) const {
+  std::uint32_t after(std::uint32_t token) const {
     return isContainer(token) ? tokens[token].extra : token + 1;
   }
   // Of an object: the key behind `key`.
-  std::uint32_t nextKey(std::uint32_t key) const { return behind(key + 1); }
+  std::uint32_t nextKey(std::uint32_t key) const { return after(key + 1); }
   std::size_t place(std::uint32_t token) const { return tokens[token].place; }
 
   // A string of base64 becomes the bytes that it stands for, in place. False: it is none.

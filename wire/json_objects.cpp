@@ -293,7 +293,7 @@ bool JsonReader::vector(const Object& object) {
 
 void JsonReader::vectorItems(std::uint32_t list, AMFWireVectorKind kind) {
   std::uint32_t item = JsonIndex::first(list);
-  for (std::uint32_t left = index.count(list); left > 0; --left, item = index.behind(item)) {
+  for (std::uint32_t left = index.count(list); left > 0; --left, item = index.after(item)) {
     at = item;
     char bytes[8];
     if (kind == AMFWireVectorKind::float64) {

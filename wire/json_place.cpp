@@ -51,7 +51,7 @@ Step intoArray(const JsonIndex& index, std::uint32_t array, std::uint32_t token,
                std::string& path) {
   std::uint32_t item = JsonIndex::first(array);
   std::uint64_t number = 0;
-  for (; index.behind(item) <= token; item = index.behind(item)) ++number;
+  for (; index.after(item) <= token; item = index.after(item)) ++number;
   path += '[' + std::to_string(number) + ']';
   return {item, item == token};
 }

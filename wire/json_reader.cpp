@@ -92,7 +92,7 @@ void JsonReader::stepItems() {
     if (frame.left == 0) return endFrame();
     --frame.left;
     const std::uint32_t item = frame.next;
-    frame.next = index.behind(item);
+    frame.next = index.after(item);
     if (value(item)) return;
   }
 }
@@ -129,9 +129,9 @@ void JsonReader::stepPairs() {
     if (frame.left == 0) return endFrame();
     const std::uint32_t name = JsonIndex::first(frame.next);
     --frame.left;
-    frame.next = index.behind(frame.next);
+    frame.next = index.after(frame.next);
     announce(frame, needString(name), name);
-    if (value(index.behind(name))) return;
+    if (value(index.after(name))) return;
   }
 }
 
@@ -148,8 +148,8 @@ void JsonReader::stepDictionary() {
     std::uint32_t next = key;
     if (!frame.half) {
       --frame.left;
-      frame.next = index.behind(pair);
-      next = index.behind(key);
+      frame.next = index.after(pair);
+      next = index.after(key);
     }
     if (value(next)) return;
   }

@@ -138,8 +138,8 @@ class JsonReader {
   Object sorted(std::uint32_t token, bool mayHaveKind = true);
   void sortKey(Object& object, std::uint32_t key);
   void checkBeside(const Object& object);
-  void checkTwice(std::uint32_t token);
-  void checkTwiceSlowly(std::uint32_t token);
+  void checkDuplicateKeys(std::uint32_t token);
+  void checkDuplicateKeysByHash(std::uint32_t token);
   void begin(const Object& object);  // of a value that can be referred to
   void enter(std::uint32_t token);   // of a value that contains values
   std::uint32_t memberCount(const Object& object);
@@ -168,7 +168,7 @@ class JsonReader {
   std::vector<Frame> frames;
   std::vector<Field> fields;                                 // of the small messages that are open
   std::unordered_map<std::uint64_t, Begun, SeededHash> ids;  // of the section
-  std::vector<std::uint32_t> slots;                          // of checkTwiceSlowly
+  std::vector<std::uint32_t> slots;                          // of checkDuplicateKeysByHash
   std::uint32_t depth = 0;
   std::uint32_t at = 0;
   bool amf3 = false;

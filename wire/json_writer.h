@@ -331,7 +331,7 @@ void JsonWriter<Output>::beginArray(const AMFWireArray& array) {
 // The members of an object that is open already.
 template <class Output>
 void JsonWriter<Output>::beginMembers(std::uint8_t flags) {
-  const bool inList = (flags & kListed) != 0;
+  const bool inList = (flags & kNeedsMemberList) != 0;
   if (inList) {
     layout.key("$members");
     layout.open('[');
@@ -369,7 +369,7 @@ void JsonWriter<Output>::beginObject(const AMFWireObject& object) {
 // $sealed and $dynamic, where they are not what stands for none.
 template <class Output>
 void JsonWriter<Output>::traitsKeys(const AMFWireObject& object, std::uint8_t flags) {
-  const bool beyond = (flags & kBeyond) != 0;
+  const bool beyond = (flags & kHasDynamic) != 0;
   const bool hasSealed = object.typed ? beyond : object.sealedCount != 0;
   if (hasSealed) {
     layout.key("$sealed");

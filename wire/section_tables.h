@@ -47,7 +47,7 @@ class SectionTables {
     traits.clear();
     objects.clear();
     objects0 = 0;
-    odd = usesStringReferences = usesTraitsReferences = false;
+    nonCanonical = usesStringReferences = usesTraitsReferences = false;
   }
 
   AMFWireString stringAt(std::size_t index) const {
@@ -79,7 +79,7 @@ class SectionTables {
   Table<std::uint8_t> objects;        // the marker of each
   std::uint32_t objects0 = 0;         // AMF0 objects and arrays so far
   // Some field stands otherwise than the writer would write it.
-  bool odd = false;
+  bool nonCanonical = false;
   bool usesStringReferences = false;
   bool usesTraitsReferences = false;
 };

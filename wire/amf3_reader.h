@@ -70,7 +70,7 @@ bool AmfReader<Sink>::value3() {
     case 0x01: return sink.null(), false;
     case 0x02: return sink.boolean(false), false;
     case 0x03: return sink.boolean(true), false;
-    case 0x04: {  // 29 bits with a sign
+    case 0x04: {  // 29 bits, signed
       const std::uint32_t bits = readU29("an integer");
       return sink.integer(static_cast<std::int32_t>(bits << 3) >> 3), false;
     }
@@ -97,7 +97,7 @@ bool AmfReader<Sink>::value3() {
   }
 }
 
-// XML document, XML, byte array: a length and that many bytes.
+// XML document, XML, byte array: a length, then so many bytes.
 template <class Sink>
 void AmfReader<Sink>::text3(unsigned marker) {
   const char* const field = marker == 0x0C ? "a byte array" : "an XML text";
@@ -118,7 +118,7 @@ template <class Sink>
 void AmfReader<Sink>::date3() {
   std::uint32_t head;
   if (reference3(0x08, head, "the head of a date")) return;
-  if (head != 1) tables.nonCanonical = true;  // the other bits say nothing
+  if (head != 1) tables.nonCanonical = true;  // the other bits have no meaning
   need(8, "the milliseconds of a date");
   double timeMs;
   loadDouble(cursor, timeMs);
@@ -127,7 +127,7 @@ void AmfReader<Sink>::date3() {
   sink.date(timeMs, 0);
 }
 
-// Dense count, members up to the empty name, dense values.
+// The dense count, members up to the empty name, dense values.
 template <class Sink>
 bool AmfReader<Sink>::array3(const char* marker) {
   std::uint32_t head;
@@ -160,12 +160,12 @@ bool AmfReader<Sink>::object3(const char* marker) {
   return openObject(index);
 }
 
-// Class name and sealed names; returns the index of the new entry.
+// Reads the class name and the sealed names. Returns the index of the new entry.
 template <class Sink>
 std::uint32_t AmfReader<Sink>::inlineTraits(const char* begin, std::uint32_t head) {
   readString3("a class name");
   for (std::uint32_t count = head >> 4; count > 0; --count) readString3("a sealed name");
-  // What an externalizable's traits say beside its class is not in the values.
+  // The other bits of externalizable traits are not in the values.
   if ((head & kTraitsExternal) != 0 && head >> 4 != 0) tables.nonCanonical = true;
   tables.traits.push(static_cast<std::uint32_t>(offsetOf(begin)));
   tables.endOfTraits = cursor;
@@ -252,7 +252,7 @@ bool AmfReader<Sink>::dictionary(const char* marker) {
   tables.objects.push(0x11);
   const bool weak = readFlag("the weak flag of a dictionary");
   sink.beginDictionary(head >> 1, weak);
-  push(Step::items3, head & ~1u);  // keys and values
+  push(Step::items3, head & ~1u);  // a key and a value for each
   return true;
 }
 
@@ -279,7 +279,7 @@ void AmfReader<Sink>::stepSealed() {
   frames.back().step = Step::members3;
 }
 
-// False behind the last member.
+// Returns false after the last member.
 template <class Sink>
 bool AmfReader<Sink>::memberName3() {
   const AMFWireString name = readString3("a member's name");
@@ -305,7 +305,7 @@ void AmfReader<Sink>::stepArrayMembers() {
   frames.back().step = Step::items3;
 }
 
-// The flag bytes of the next group. False: there is none.
+// Reads the flag bytes of the next group. Returns false if there is none.
 template <class Sink>
 bool AmfReader<Sink>::nextGroup(Frame& frame) {
   if (frame.names != nullptr) ++frame.group;

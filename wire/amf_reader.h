@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The AMF reader: values in bytes to events, with an explicit stack. This file holds the fields and
-// the stack; amf0_reader.h and amf3_reader.h hold the values of the two formats.
-// Enter at readValues0(), readValues3(), readOne() or readEntries(). A refusal is thrown as
+// The AMF reader: turns values in bytes into events, with an explicit stack. This file has the
+// fields and the stack. amf0_reader.h and amf3_reader.h have the values of the two formats.
+// Enter at readValues0(), readValues3(), readOne() or readEntries(). An error is thrown as
 // Failure. Tested by tests/wire/rows_test.cpp and tests/wire/refusals_test.cpp.
 #ifndef WIRE_AMF_READER_H
 #define WIRE_AMF_READER_H
@@ -19,14 +19,14 @@
 
 namespace amf2json::wire {
 
-// What a call that reads bytes goes by.
+// The parameters of a call that reads bytes.
 struct ReadContext {
   const char* base;  // of the whole input
   const ExternalClasses* classes;
   std::uint32_t maxDepth;
 };
 
-// The refusals of the reader that need more than a fixed text.
+// The errors of the reader whose texts have variable parts.
 [[noreturn]] void failCut(std::size_t offset, const char* field, std::size_t needed,
                           std::size_t left);
 [[noreturn]] void failMarker0(std::size_t offset, unsigned marker);
@@ -44,7 +44,7 @@ class AmfReader {
  public:
   AmfReader(const ReadContext& of, Sink& to) : context(of), sink(to) { tables.base = of.base; }
 
-  // A section's values: [begin, end) of the input. Each call returns where it stopped.
+  // The values of a section, [begin, end) of the input. Each call returns the end of what it read.
   const char* readOne(const char* begin, const char* end);      // one AMF0 value
   const char* readValues0(const char* begin, const char* end);  // AMF0 values up to the end
   const char* readValues3(const char* begin, const char* end);
@@ -52,10 +52,10 @@ class AmfReader {
   const char* readEntries(const char* begin, const char* end, const char* stop, bool amf3);
 
   const SectionTables& section() const { return tables; }
-  // Of the last value that has begun; 0 before the first.
+  // The offset of the last value that has begun; 0 before the first.
   std::size_t valueOffset() const { return valueAt ? offsetOf(valueAt) : 0; }
 
-  // Fields of the envelope too.
+  // Fields, also of the envelope.
   void place(const char* begin, const char* limit) { cursor = begin, inputEnd = limit; }
   const char* position() const { return cursor; }
   std::size_t left() const { return static_cast<std::size_t>(inputEnd - cursor); }
@@ -88,15 +88,15 @@ class AmfReader {
 
  private:
   enum class Step : std::uint8_t {
-    one,           // nothing more to come
+    one,           // nothing follows
     values0,       // bare values up to the end
     values3,       //
     entries0,      // of a shared object
     entries3,      //
     members0,      // up to the empty name and 09
     items0,        // `left` values
-    amf3,          // behind the value of marker 11
-    sealed,        // `left` sealed members; their names stand at `names`
+    amf3,          // after the value of marker 11
+    sealed,        // `left` sealed members, with their names at `names`
     members3,      // up to the empty name
     arrayMembers,  // the same, then `left` values
     items3,        // `left` values
@@ -104,10 +104,10 @@ class AmfReader {
   };
   struct Frame {
     Step step;
-    bool flag;            // sealed: members follow. entries: a value has been read
+    bool flag;            // sealed: dynamic members follow; entries: a value has been read
     std::uint8_t group;   // of a small message
     std::uint8_t bit;     // of the next flag
-    std::uint32_t left;   // items to come; the flag byte at hand of a small message
+    std::uint32_t left;   // remaining items; of a small message, the current flag byte
     const char* names;    // the next sealed name; the first flag byte of the group
     ExternalBody body{};  // of a small message
   };
@@ -117,7 +117,7 @@ class AmfReader {
     frames.push_back({step, false, 0, 0, count, nullptr});
   }
   void pop() { frames.pop_back(); }
-  // A value that contains values has begun at `marker`.
+  // A value that contains values begins at `marker`.
   void enter(const char* marker) {
     if (depth == context.maxDepth) failDepth(offsetOf(marker), context.maxDepth);
     ++depth;
@@ -135,7 +135,7 @@ class AmfReader {
     depth = 0;
   }
 
-  // Each reads one value. True: it pushed a frame, and is not complete.
+  // Each reads one value. Returns true if it pushed a frame, so the value is not complete.
   bool value0();
   bool object0(const char* marker, bool typed);
   bool ecmaArray(const char* marker);
@@ -155,7 +155,7 @@ class AmfReader {
   void numbers3(unsigned marker);
   std::uint32_t inlineTraits(const char* begin, std::uint32_t head);
 
-  // Each goes on where a frame stands, until a value pushes a frame or the frame is done.
+  // Each continues the top frame, until a value pushes another frame or the frame is complete.
   void stepValues0();
   void stepValues3();
   void stepEntries(bool amf3);
@@ -173,9 +173,9 @@ class AmfReader {
   std::uint32_t readU29(const char* field);
   std::uint32_t readLongU29(const char* field);
   AMFWireString readString3(const char* field);
-  // Reads the U29 of a value that joins the object table. True: it was a reference.
+  // Reads the U29 of a value of the object table. Returns true if it is a reference.
   bool reference3(unsigned marker, std::uint32_t& head, const char* field);
-  // A flag byte: true unless 00.
+  // Reads a flag byte: true unless it is 00.
   bool readFlag(const char* field);
 
   ReadContext context;
@@ -266,7 +266,7 @@ template <class Sink>
 void AmfReader<Sink>::stepEntries(bool amf3) {
   for (;;) {
     Frame& frame = frames.back();
-    if (frame.flag) {  // behind a value: a byte 00, which may be missing at the very end
+    if (frame.flag) {  // after a value: a byte 00, which may be missing at the end of the input
       frame.flag = false;
       if (cursor == inputEnd) {
         tables.nonCanonical = true;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The AMF writer: events to bytes, one way for each value. A sink; it trusts the order of its
-// events: they come from a reader of this library or through checked_writer.cpp. The mirror of
-// amf_reader.h and document_reader.h. Tested by tests/wire/rows_test.cpp.
+// The AMF writer: a sink that turns events into bytes, in one way for each value. It trusts the
+// order of the events, which come from a reader of this library or through checked_writer.cpp. The
+// mirror of amf_reader.h and document_reader.h. Tested by tests/wire/rows_test.cpp.
 #ifndef WIRE_AMF_WRITER_H
 #define WIRE_AMF_WRITER_H
 
@@ -16,7 +16,7 @@
 
 namespace amf2json::wire {
 
-// A length or an index that the format cannot write.
+// A length or an index that is too large for the format.
 struct Unwritable {
   const char* message;
 };
@@ -33,10 +33,10 @@ class AmfWriter {
   void rawSection(const AMFWireString& bytes, const AMFWireString& error);
   void endSection();
   void valuesEnd(const SectionTables&, std::size_t) {}
-  // Only the values of a section, without what stands in front of them.
+  // Writes only the values of a section, without the fields before them.
   void beginValues(const AMFWireSection& section, bool inAmf3);
   void endValues();
-  // The values of the section at hand, and other bytes in their place.
+  // The bytes of the values of the current section, and a call that replaces them.
   AMFWireString values() const;
   void replaceValues(const AMFWireString& bytes);
 
@@ -68,7 +68,7 @@ class AmfWriter {
   void field(const AMFWireField&) {}
   void end();
 
-  // Values that can be referred to, of the format at hand.
+  // The number of referable values in the current format.
   std::uint32_t objectCount() const {
     return amf3 ? static_cast<std::uint32_t>(tables.objects.count()) : tables.objects0;
   }
@@ -93,7 +93,7 @@ class AmfWriter {
   }
   void writeU29(std::uint32_t value);
   void writeLongU29(std::uint32_t value);
-  void writeHead(std::uint64_t count);  // a length or count and bit 0
+  void writeHead(std::uint64_t count);  // a length or count, with bit 0 set
   void writeString16(const AMFWireString& value);
   void writeString3(const AMFWireString& value);
   void writeTraits(std::uint32_t head, const AMFWireString& className, AMFWireNames* names);
@@ -107,7 +107,7 @@ class AmfWriter {
   AMFWireDocument document;
   AMFWireSection section;
   std::size_t valuesBegin = 0;
-  std::size_t sizePlace = 0;  // of the shared object's size field
+  std::size_t sizePlace = 0;  // of the size field of the shared object
   std::size_t headerCountPlace = 0;
   std::size_t messageCountPlace = 0;
   std::uint32_t headers = 0;

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Base64 (RFC 4648, section 4) with padding. Reading is strict: no other characters, padding where
-// it has to be, spare bits zero. Tested by tests/wire/texts_test.cpp.
+// Base64 (RFC 4648, section 4) with padding. Reading is strict: it accepts no other characters,
+// requires the padding, and requires that unused bits are zero. Tested by
+// tests/wire/texts_test.cpp.
 #ifndef WIRE_BASE64_H
 #define WIRE_BASE64_H
 
@@ -13,7 +14,7 @@ constexpr std::size_t base64Length(std::size_t bytes) {
   return (bytes + 2) / 3 * 4;
 }
 
-// Writes base64Length(length) characters at `to` and returns where the next one goes.
+// Writes base64Length(length) characters at `to` and returns the end of them.
 char* putBase64(char* to, const char* data, std::size_t length);
 
 constexpr std::size_t kNoBase64 = static_cast<std::size_t>(-1);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Bytes that are written: one block that grows in place where the system can do that, and never
-// beyond its limit. Tested through the AMF writer.
+// A buffer of written bytes: one block, which grows by realloc, but never beyond its limit. Tested
+// through the AMF writer.
 #ifndef WIRE_BYTE_BUFFER_H
 #define WIRE_BYTE_BUFFER_H
 
@@ -13,7 +13,7 @@
 
 namespace amf2json::wire {
 
-// The bytes became more than their bound.
+// The bytes exceed the limit.
 struct TooManyBytes {};
 
 class ByteBuffer {
@@ -27,10 +27,10 @@ class ByteBuffer {
   char* data() { return block; }
   std::size_t size() const { return count; }
   void clear() { count = 0; }
-  // Forgets what is behind the first `length` bytes.
+  // Removes all bytes after the first `length`.
   void cut(std::size_t length) { count = length; }
 
-  // Room for `length` bytes more; they count as written.
+  // Appends `length` bytes and returns a pointer to them. The caller has to fill them.
   char* add(std::size_t length) {
     if (capacity - count < length) grow(length);
     count += length;

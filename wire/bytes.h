@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Big-endian loads and stores, each spelled once. Tested through all reader and writer tests.
+// Big-endian loads and stores. Tested through all reader and writer tests.
 #ifndef WIRE_BYTES_H
 #define WIRE_BYTES_H
 
@@ -30,7 +30,7 @@ inline std::uint64_t loadU64(const char* at) {
   return std::uint64_t{loadU32(at)} << 32 | loadU32(at + 4);
 }
 
-// From memory to memory: a floating-point register of some machines changes the bits of a NaN.
+// Copies through memory: a floating-point register of some processors changes the bits of a NaN.
 inline void loadDouble(const char* at, double& value) {
   const std::uint64_t bits = loadU64(at);
   std::memcpy(&value, &bits, sizeof value);
@@ -48,8 +48,9 @@ constexpr bool kLowestFirst = false;
 constexpr bool kLowestFirst = true;
 #endif
 
-// Up to eight bytes as a word, the first one lowest, and 0 above them. No byte behind them is read.
-// Goes through registers: bytes that are stored one by one and loaded as one word stall.
+// Loads up to eight bytes as a word. The first byte is the lowest, and missing bytes are 0. No byte
+// after them is read. The bytes are combined in registers: storing single bytes and loading them as
+// one word would stall.
 inline std::uint64_t loadFew(const char* at, std::size_t count) {
   if (count >= 8) {
     std::uint64_t word;

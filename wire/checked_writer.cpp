@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// AMFWireWriter: the AMF writer for hosts. Each event is held against its order first; the first
-// that fails is kept for finish(). Tested by tests/wire/writer_test.cpp.
+// AMFWireWriter: the AMF writer for hosts. The order of each event is checked first. The first
+// error is stored for finish(). Tested by tests/wire/writer_test.cpp.
 #include "wire/amf_writer.h"
 #include "wire/event_order.h"
 #include "wire/number_text.h"
@@ -41,12 +41,12 @@ struct AMFWireWriter::State {
       fail(AMFWireStatus::misuse, unwritable.message);
     } catch (const TooManyBytes&) {
       fail(AMFWireStatus::packetLimit, "more bytes than maxPacketBytes");
-    } catch (...) {  // what was written may end within a value
+    } catch (...) {  // the written bytes may end inside a value
       fail(AMFWireStatus::misuse, "out of memory");
       throw;
     }
   }
-  // A value that can be referred to.
+  // A referable value.
   template <class Event>
   void takeIndexed(Event event) {
     take([&] {

@@ -48,7 +48,7 @@ Day dayOf(std::int64_t days) {
           day};
 }
 
-// Two digits and what stands behind them.
+// Writes two digits, then `next`.
 char* putTwoDigits(char* to, std::uint32_t value) {
   to[0] = static_cast<char>('0' + value / 10);
   to[1] = static_cast<char>('0' + value % 10);
@@ -61,7 +61,7 @@ char* putTwoDigits(char* to, std::uint32_t value, char next) {
   return to + 1;
 }
 
-// A run of digits and the character behind it.
+// Reads `count` digits, then the character `next`.
 bool readDigits(const char*& at, int count, char next, int& value) {
   value = 0;
   for (; count > 0; --count, ++at) {

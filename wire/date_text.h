@@ -10,11 +10,11 @@ namespace amf2json::wire {
 
 constexpr std::size_t kDateLength = 24;
 
-// True for whole milliseconds in the years 0000 to 9999; minus zero is none.
+// True for whole milliseconds in the years 0000 to 9999, except minus zero.
 bool hasDateText(const double& timeMs);
-// 2009-02-13T23:31:30.123Z at `to`; returns where the next byte goes.
+// Writes a text such as 2009-02-13T23:31:30.123Z to `to`, and returns its end.
 char* putDate(char* to, const double& timeMs);
-// Reads such a date, with or without its milliseconds; false where there is none.
+// Reads such a date, with or without milliseconds. Returns false if there is none.
 bool readDate(const char* text, std::size_t length, double& timeMs);
 
 }  // namespace amf2json::wire

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The AMF reader: documents in bytes to events. A packet, bare values, a shared object or an FLV
-// file is a head and sections; amf_reader.h reads the values of a section.
-// Enter at read(). Mirrored by document_writer.cpp. Tested by tests/wire/documents_test.cpp and
+// The AMF reader: turns documents in bytes into events. A packet, a run of values, a shared object
+// or an FLV file consists of a head and sections. amf_reader.h reads the values of a section. Enter
+// at read(). Mirrored by document_writer.cpp. Tested by tests/wire/documents_test.cpp and
 // tests/wire/originals_test.cpp.
 #ifndef WIRE_DOCUMENT_READER_H
 #define WIRE_DOCUMENT_READER_H
@@ -15,7 +15,7 @@
 
 namespace amf2json::wire {
 
-// The sink that needs nothing: for sections that are only tried.
+// A sink that does nothing, for a first reading of a section with salvage.
 struct NoSink {
   void undefined() {}
   void null() {}
@@ -45,8 +45,8 @@ struct NoSink {
   void end() {}
 };
 
-// Behind the values of each section, a sink of the library is told what they defined and where
-// they end. The sinks of hosts are not.
+// After the values of each section, a sink of the library receives the tables of the section and
+// the offset of its end. The sinks of hosts do not.
 template <class Sink>
 auto reportValuesEnd(Sink& sink, const SectionTables& tables, std::size_t offset)
     -> decltype(sink.valuesEnd(tables, offset)) {
@@ -62,7 +62,7 @@ class DocumentReader {
 
   void read(AMFWireForm form);
   const SectionTables& section() const { return values.section(); }
-  // Of the value that was read last.
+  // The offset of the value that was read last.
   std::size_t valueOffset() const { return values.valueOffset(); }
 
  private:
@@ -76,8 +76,8 @@ class DocumentReader {
 
   bool readSections(AMFWireSectionKind kind, std::uint32_t count);
   bool readSection(AMFWireSectionKind kind);
-  // In salvage: whether `use`, called with a reader of no effect, succeeds. Else `problem` says
-  // why.
+  // With salvage: calls `use` with a reader that sends no events. Returns whether it succeeded. If
+  // not, `problem` has the reason.
   template <class Use>
   bool succeeds(Use use);
   void keepRaw(const AMFWireSection& section, const char* begin, const char* rawEnd);
@@ -152,7 +152,7 @@ void DocumentReader<Sink>::readPacket() {
   finish(values.position(), {});
 }
 
-// What stands in front of the value of a header or message.
+// The fields before the value of a header or message.
 template <class Reader>
 AMFWireSection readSectionHead(Reader& reader, AMFWireSectionKind kind) {
   AMFWireSection section;
@@ -170,7 +170,7 @@ AMFWireSection readSectionHead(Reader& reader, AMFWireSectionKind kind) {
   return section;
 }
 
-// False: reading ended in front of a section, and the document too.
+// Returns false if reading ended before a section, which ends the document, too.
 template <class Sink>
 bool DocumentReader<Sink>::readSections(AMFWireSectionKind kind, std::uint32_t count) {
   for (; count > 0; --count) {
@@ -299,7 +299,7 @@ void DocumentReader<Sink>::readFlv() {
   }
 }
 
-// The size of the tag before, and a tag. False: the document has ended.
+// Reads the size of the previous tag, then a tag. Returns false at the end of the document.
 template <class Sink>
 bool DocumentReader<Sink>::readTag() {
   const char* begin = values.position();

@@ -80,7 +80,7 @@ void AmfWriter::rawSection(const AMFWireString& bytes, const AMFWireString&) {
   output.bytes(bytes.data, bytes.length);
 }
 
-// Behind the value of an entry: a byte 00.
+// After the value of an entry: a byte 00.
 void AmfWriter::finishEntry() {
   if (entryOpen) output.u8(0);
   entryOpen = true;

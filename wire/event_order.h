@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Which event may follow which: a host drives the AMF writer, and may err. Each call throws
-// Misplaced, or notes that the event has come. Tested by tests/wire/writer_test.cpp.
+// Checks the order of events, because a host may call the AMF writer in a wrong order. Each call
+// throws Misplaced, or records the event. Tested by tests/wire/writer_test.cpp.
 #ifndef WIRE_EVENT_ORDER_H
 #define WIRE_EVENT_ORDER_H
 
@@ -13,7 +13,7 @@
 
 namespace amf2json::wire {
 
-// An event that may not come now.
+// An event that is not allowed at this place.
 struct Misplaced {
   AMFWireStatus status;
   const char* message;
@@ -54,16 +54,16 @@ class EventOrder {
   enum class Inside : std::uint8_t { values, items, members, numbers, fields, amf3 };
   struct Level {
     Inside inside;
-    bool deep = false;       // counts as a level of depth
-    bool named = false;      // member() or field() has come for the next value
-    bool dynamic = false;    // members beyond the sealed ones may come
+    bool deep = false;       // counted by the depth limit
+    bool named = false;      // member() or field() was called for the next value
+    bool dynamic = false;    // dynamic members are allowed
     bool anyName = false;    // members may have an empty name
-    bool array = false;      // members of an AMF3 array: items follow
-    std::uint64_t left = 0;  // items; sealed members
+    bool array = false;      // an AMF3 array with members: dense values follow
+    std::uint64_t left = 0;  // remaining items or sealed members
     std::uint32_t dense = 0;
-    std::uint32_t group = 0;  // of fields, the next one
+    std::uint32_t group = 0;  // of a small message: the next group
     std::uint32_t groups = 0;
-    AMFWireFlags flags{};  // fields to come
+    AMFWireFlags flags{};  // fields that have not come yet
   };
 
   void open(Level level, bool deep);
@@ -79,7 +79,7 @@ class EventOrder {
   std::uint32_t sections = 0;
   std::uint32_t headers = 0;
   std::uint32_t depth = 0;
-  std::vector<Level> levels;  // of a section, the section itself first
+  std::vector<Level> levels;  // the section is the first one
 };
 
 }  // namespace amf2json::wire

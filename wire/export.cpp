@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Bytes to JSON text. Three passes over the input: facts, length, text; the text is allocated once.
+// Bytes to JSON text. Three passes over the input: facts, length, text. The text is allocated once.
 // Tested by tests/wire/.
 #include <limits>
 
@@ -12,7 +12,7 @@ namespace amf2json::wire {
 
 namespace {
 
-// Places in the input are 32 bits.
+// Offsets in the input have 32 bits.
 constexpr std::size_t kMostBytes = std::numeric_limits<std::uint32_t>::max() - 1;
 
 Failure packetTooLarge(std::size_t limit) {
@@ -60,7 +60,7 @@ class Export {
       reader.read(form);
     } catch (const TextTooLong&) {
       facts.stopAt(size);
-      findLength();  // says where exactly
+      findLength();  // finds the exact place
       throw textTooLong(reader.valueOffset(), options.limits.maxTextBytes);
     }
     facts.releaseTables();
@@ -72,7 +72,7 @@ class Export {
            facts.bound.most() - facts.bound.least() <= size + kSmall;
   }
 
-  // False: the text is longer than `most`.
+  // Returns false if the text is longer than `most`.
   bool write(std::string& json, std::size_t most, AMFWireStatistics& statistics) {
     json.resize(most);
     TextBuffer buffer(json.data(), most);
@@ -115,7 +115,7 @@ void checkSize(std::size_t size, const AMFWireLimits& limits) {
   if (size > most) throw packetTooLarge(most);
 }
 
-// Notes where the values of a document end.
+// Records where the values of a document end.
 struct EndSink : NoSink {
   void beginDocument(const AMFWireDocument&) {}
   void endDocument(const AMFWireString& trailing, const AMFWireString&) {
@@ -205,8 +205,8 @@ AMFWireForm amfWireIdentify(const void* bytes, std::size_t size,
   }
   if (size == 0) return AMFWireForm::packet;
   if (readsToTheEnd(begin, size, options, AMFWireForm::packet)) return AMFWireForm::packet;
-  // A damaged packet must not pass for a run of values: its version reads as undefined and true in
-  // AMF3, and version 3 as a number that nobody has in AMF0.
+  // A damaged packet must not be taken for a run of values. In AMF3 the version of a packet is
+  // undefined and true; in AMF0 the version 3 is a number that does not occur in practice.
   const bool isLong = size >= 6;
   const bool version0 = isLong && startsWith(begin, size, 0, "\x00\x00", 2);
   const bool version3 = isLong && startsWith(begin, size, 0, "\x00\x03", 2);

@@ -13,27 +13,27 @@
 namespace amf2json::wire {
 
 struct ExternalBody {
-  std::uint32_t values = 1;  // of classes that are no small messages
-  std::uint32_t groups = 0;  // of small messages: 2 or 3
-  bool command = false;      // group 2 is that of commands
+  std::uint32_t values = 1;  // if it is no small message
+  std::uint32_t groups = 0;  // number of groups of a small message: 2 or 3
+  bool command = false;      // group 2 has the field of commands
 };
 
 // The classes of one call: those of the host, then the built-in ones.
 class ExternalClasses {
  public:
   explicit ExternalClasses(const std::vector<AMFWireExternalClass>& host) : hostClasses(&host) {}
-  // False where the class is not known.
+  // Returns false if the class is unknown.
   bool find(const AMFWireString& name, ExternalBody& body) const;
 
  private:
   const std::vector<AMFWireExternalClass>* hostClasses;  // not owned
 };
 
-// The name of a flagged field, null where the format names none.
+// The name of a field of a small message; null if it has none.
 const char* fieldName(const ExternalBody& body, std::uint32_t group, std::uint32_t byte,
                       std::uint32_t bit);
 
-// A small message as the sinks are told of it: they need no more than its class.
+// The event of a small message. Sinks only need its class.
 bool sameText(const AMFWireString& a, const char* b);
 
 }  // namespace amf2json::wire

@@ -10,12 +10,12 @@ namespace amf2json::wire {
 
 namespace {
 
-// What the keys of documents and sections take at most.
+// The longest texts of the keys of documents and sections.
 constexpr std::uint64_t kDocumentKeys = 200;
 constexpr std::uint64_t kSectionKeys = 200;
 constexpr std::uint64_t kMostNames = 0x7FFFFFFF;
 
-// The value of a name that is an array index of JavaScript, else -1.
+// The array index of JavaScript that a name is; else -1.
 std::int64_t arrayIndexOf(const AMFWireString& name) {
   if (name.length == 0 || name.length > 10 || name.data[0] > '9') return -1;
   if (name.data[0] == '0' && name.length > 1) return -1;
@@ -69,7 +69,7 @@ void Facts::valuesEnd(const SectionTables& of, std::size_t offset) {
   section.end = static_cast<std::uint32_t>(offset);
   if (form == AMFWireForm::flv) return;
   bool nonCanonical = of.nonCanonical;
-  // Where strings repeat and are referred to as well, no mark says which is which.
+  // If strings both repeat and have references, no mark says where each form is.
   if (!(nonCanonical && of.usesStringReferences) && hasRepeatedString(of, texts)) {
     if (of.usesStringReferences) nonCanonical = true;
     if (!of.usesStringReferences) section.flags |= kNoStringReferences;
@@ -84,7 +84,7 @@ void Facts::valuesEnd(const SectionTables& of, std::size_t offset) {
 }
 
 void Facts::endSection() {
-  if (frames.empty()) return;  // of a shared object, its entries are left
+  if (frames.empty()) return;  // otherwise: the entries of a shared object
   if (frames.back().listed) {
     sections.back().flags |= kEntriesListed;
     bound.add(sizeof "\"$members\":[]" + std::uint64_t{2} * frames.back().members);
@@ -199,12 +199,12 @@ void Facts::beginObject(const AMFWireObject& object) {
   bound.add(known >> 1);
 }
 
-// Sealed names are looked at once for each traits entry.
+// Sealed names are examined once for each traits entry.
 std::uint32_t Facts::sealedFacts(const AMFWireObject& object) {
   if (object.traits < traitsFacts.count()) return traitsFacts[object.traits];
   while (traitsFacts.count() < object.traits) traitsFacts.push(0);
   const Traits traits = tables->traitsAt(object.traits);
-  // Senders that repeat traits repeat them byte for byte.
+  // Senders that repeat traits write the same bytes again.
   const bool again = object.sealedCount == lastCount &&
                      tables->endOfTraits >= traits.names + lastNames.length &&
                      std::memcmp(traits.names, lastNames.data, lastNames.length) == 0;
@@ -273,7 +273,7 @@ void Facts::end() {
                   (frame.members + (frame.sealedCount == kNoNames ? 0 : frame.sealedCount)));
   }
   if (frame.members == frame.declaredCount) flags |= kCounted;
-  bound.add(std::uint64_t{frame.pairs} * 3);  // not before they were there: counts lie
+  bound.add(std::uint64_t{frame.pairs} * 3);  // not earlier: the count may be wrong
   objects(frame.amf3)[frame.object] |= flags;
   if (frame.namesOpen) names.close();
   frames.pop_back();

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The first pass of an export: a sink that finds out what the text needs before it can be written:
-// which values are referred to, which names an object of JSON cannot carry, counts, true lengths,
-// marks, and whether the writer would bring back the same bytes. Filled by the AMF reader, used by
-// the JSON writer, which meets objects and sections in the same order.
+// The first pass of an export: a sink that collects what the JSON writer has to know in advance:
+// which values have references, which objects have names that JSON keys cannot express, counts,
+// true lengths, marks, and whether the AMF writer would write the same bytes. The AMF reader fills
+// it. The JSON writer uses it and receives objects and sections in the same order.
 // Tested by tests/wire/rows_test.cpp and tests/wire/originals_test.cpp.
 #ifndef WIRE_FACTS_H
 #define WIRE_FACTS_H
@@ -19,14 +19,14 @@
 
 namespace amf2json::wire {
 
-// Of an object or any other value that can be referred to.
-constexpr std::uint8_t kReferred = 1;         // a reference points at it
+// Flags of an object or another referable value.
+constexpr std::uint8_t kReferred = 1;         // a reference refers to it
 constexpr std::uint8_t kNeedsMemberList = 2;  // its members are written as $members
-constexpr std::uint8_t kHasDynamic = 4;       // it has members beyond the sealed ones
-constexpr std::uint8_t kCounted = 8;          // of an ECMA array: its count is that of its members
+constexpr std::uint8_t kHasDynamic = 4;       // it has dynamic members
+constexpr std::uint8_t kCounted = 8;  // an ECMA array: its count is the number of its members
 
-// Of a section.
-constexpr std::uint8_t kOriginal = 1;            // the values alone would not bring it back
+// Flags of a section.
+constexpr std::uint8_t kOriginal = 1;            // its values alone do not reproduce its bytes
 constexpr std::uint8_t kNoStringReferences = 2;  // marks
 constexpr std::uint8_t kNoTraitsReferences = 4;
 constexpr std::uint8_t kNoIntegers = 8;
@@ -39,17 +39,17 @@ struct SectionFacts {
 
 class Facts {
  public:
-  // Throws TextTooLong as soon as the text is sure to be longer than `limit`, which leaves room for
-  // what the bound counts too much.
+  // Throws TextTooLong as soon as the text is certainly longer than `limit`. The limit allows for
+  // the error of the bound.
   Facts(const char* input, bool withOriginals, std::uint64_t limit)
       : texts(input), names(input, texts), originals(withOriginals), mostText(limit) {}
 
-  // What the reader's sections define; not owned.
+  // The tables of the current section; not owned.
   void attach(const SectionTables& of) { tables = &of; }
 
-  // The pass stopped in a section: as if its values ended here.
+  // Called if the pass stopped in a section: treats its values as ended.
   void stopAt(std::size_t offset) { sections.back().end = static_cast<std::uint32_t>(offset); }
-  // Behind the pass: what only the pass needs.
+  // Called after the pass: frees what only the pass needs.
   void releaseTables() {
     names.release();
     traitsFacts.release();
@@ -101,8 +101,8 @@ class Facts {
   void field(const AMFWireField& field);
   void end();
 
-  // What was found, for the passes that follow. Objects of all sections in the order in which they
-  // begin, those of the two formats apart. An AMF0 shared object is the first of its section.
+  // The results for the next passes. Objects of all sections, in the order in which they begin, in
+  // one list for each format. An AMF0 shared object is the first object of its section.
   std::vector<SectionFacts> sections;
   Table<std::uint8_t> objects0;
   Table<std::uint8_t> objects3;
@@ -119,10 +119,10 @@ class Facts {
     std::uint32_t members = 0;
     std::uint32_t declaredCount = 0;
     std::uint32_t pairs = 0;      // of a dictionary
-    std::int64_t lastIndex = -1;  // of the array indexes among its names
+    std::int64_t lastIndex = -1;  // the last array index among its names
     bool amf3 = false;
     bool namesOpen = false;
-    bool otherNames = false;  // names that are no array indexes
+    bool otherNames = false;  // it has names that are no array indexes
     bool listed = false;
     std::uint8_t flags = 0;
   };
@@ -131,7 +131,7 @@ class Facts {
   Table<std::uint8_t>& objects(bool of3) { return of3 ? objects3 : objects0; }
   void note(Frame& frame, const AMFWireString& name, bool isUtf8);
   void noteSealed(Frame& frame);
-  bool addName(const AMFWireString& name);  // whether it is UTF-8
+  bool addName(const AMFWireString& name);  // returns whether it is UTF-8
   void checkLength() const {
     if (bound.least() > mostText) throw TextTooLong{};
   }
@@ -142,15 +142,15 @@ class Facts {
   bool originals;
   std::uint64_t mostText;
   std::vector<Frame> frames;
-  const SectionTables* tables = nullptr;  // of the section at hand; not owned
-  // Of the section's traits: the length of the sealed names as keys, times two, and whether they
-  // need a list.
+  const SectionTables* tables = nullptr;  // of the current section; not owned
+  // For each traits entry of the section: twice the length of the sealed names as keys, and in the
+  // lowest bit whether they need a list.
   Table<std::uint32_t> traitsFacts;
-  AMFWireString lastNames;  // the sealed names that were looked at last, all inline
+  AMFWireString lastNames;  // the sealed names that were examined last, if all are inline
   std::uint32_t lastCount = 0;
   std::uint32_t lastFacts = 0;
   std::size_t sectionBegin = 0;
-  std::size_t begin0 = 0;  // the section's first objects
+  std::size_t begin0 = 0;  // the first objects of the section
   std::size_t begin3 = 0;
   AMFWireForm form = AMFWireForm::packet;
   bool formIs3 = false;
@@ -159,7 +159,7 @@ class Facts {
   bool wholeSeen = false;
 };
 
-// Whether two non-empty inline strings, or two inline traits, are the same.
+// Whether two non-empty inline strings, or two inline traits, are equal.
 bool hasRepeatedString(const SectionTables& tables, LongTexts& texts);
 bool hasRepeatedTraits(const SectionTables& tables, LongTexts& texts);
 

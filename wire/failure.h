@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How the parts report what they refuse: they throw a Failure, which the public calls turn into an
+// The errors of the parts: they throw a Failure, which the public calls convert to an
 // AMFWireResult. Tested by tests/wire/refusals_test.cpp.
 #ifndef WIRE_FAILURE_H
 #define WIRE_FAILURE_H
@@ -13,17 +13,17 @@
 
 namespace amf2json::wire {
 
-// A refusal in bytes.
+// An error in bytes.
 struct Failure {
   AMFWireStatus status;
   std::size_t offset;
   std::string message;
 };
 
-// The text became longer than its bound. The reader of the moment knows where it stands.
+// The text exceeds its limit. The AMF reader knows the offset.
 struct TextTooLong {};
 
-// Two upper-case digits, as the formats' documents write markers.
+// Two upper-case hexadecimal digits, for markers.
 inline std::string hexByte(unsigned value) {
   static const char kDigits[] = "0123456789ABCDEF";
   return {kDigits[value >> 4 & 15], kDigits[value & 15]};

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A hash of bytes for tables of foreign names. It is seeded, so that nobody can choose names that
-// share a slot. Results never depend on it. Tested by tests/wire/bombs_test.cpp.
+// A hash of bytes for tables of untrusted names. It has a random seed, so that an attacker cannot
+// choose names that share a slot. Results never depend on it. Tested by tests/wire/bombs_test.cpp.
 #ifndef WIRE_HASH_H
 #define WIRE_HASH_H
 
@@ -14,7 +14,7 @@
 
 namespace amf2json::wire {
 
-// From the addresses that the system has chosen for this process.
+// Derived from the addresses that the system chose for this process.
 inline std::uint64_t hashSeed() {
   static const char kPlace = 0;
   static const std::uint64_t seed =
@@ -43,8 +43,8 @@ inline std::uint64_t hashOf(const char* data, std::size_t length, std::uint64_t 
   return mix(loadFew(data, length) ^ 0x8EBC6AF09C88C6E3u, state ^ 0x589965CC75374CC3u);
 }
 
-// A number below 64 that mostly tells the few names of an object apart: by length, first, middle
-// and last byte. Names of another number need not be compared.
+// A number below 64, from the length and the first, middle and last byte of a name. It usually
+// differs for the few names of an object. Names with different numbers are different.
 inline std::uint32_t nameMark(const AMFWireString& name) {
   if (name.length == 0) return 0;
   return (static_cast<std::uint32_t>(name.length) * 7 + byteAt(name.data) * 3u +
@@ -52,7 +52,7 @@ inline std::uint32_t nameMark(const AMFWireString& name) {
          63;
 }
 
-// A slot of `slots` slots.
+// The slot of a hash in a table of `slots` slots.
 inline std::size_t slotOf(std::uint64_t hash, std::size_t slots) {
   return static_cast<std::size_t>((hash >> 32) * slots >> 32);
 }

@@ -10,7 +10,8 @@ namespace amf2json::wire {
 
 namespace {
 
-// Each level of a value takes up to three of JSON: {"$members":[["name", ...; a document has a few.
+// A level of a value has up to three levels of JSON: {"$members":[["name", ... A document adds a
+// few.
 constexpr std::size_t kLevelsEach = 3;
 constexpr std::size_t kLevelsOfDocument = 8;
 
@@ -25,7 +26,7 @@ class Import {
     try {
       index->read(text, size, kLevelsEach * options.limits.maxDepth + kLevelsOfDocument);
     } catch (const JsonFailure& failure) {
-      // A value that is too deep has been begun: the reader finds the level and its path.
+      // A value that is too deep has begun: the reader finds its level and path.
       if (failure.status == AMFWireStatus::depthLimit) readTooDeep();
       throw;
     }
@@ -83,7 +84,7 @@ using namespace amf2json::wire;
 
 AMFWireResult amfWireImport(const char* text, std::size_t size, std::string& bytes,
                             const AMFWireImportOptions& options, AMFWireForm* form) {
-  constexpr std::size_t kMostText = 0xFFFFFF00u;  // places in the text are 32 bits
+  constexpr std::size_t kMostText = 0xFFFFFF00u;  // offsets in the text have 32 bits
   const std::size_t most =
       options.limits.maxTextBytes < kMostText ? options.limits.maxTextBytes : kMostText;
   if (size > most) return textTooLong(most);

@@ -58,7 +58,7 @@ constexpr std::uint32_t kEverywhere = keys({kTrailing, kError, kSource});
 constexpr std::uint32_t kOneSection =
     kEverywhere | keys({kDocStringReferences, kDocTraitsReferences, kDocIntegers, kDocOriginal});
 
-// The keys that go with each form, by the key that makes it one.
+// The keys of each form. The first key decides the form.
 const struct {
   DocumentKey key;
   std::uint32_t allowed;
@@ -90,7 +90,7 @@ const char* const kMessageKeys[] = {"target",   "response", "length",           
 
 }  // namespace
 
-// The value tokens of an object's keys; 0 for those that it has not. Other keys are refused.
+// The value tokens of the keys of an object; 0 for missing keys. Other keys are refused.
 template <std::size_t N>
 void JsonReader::readKeys(std::uint32_t object, const char* const (&names)[N],
                           std::uint32_t (&found)[N]) {
@@ -106,7 +106,7 @@ void JsonReader::readKeys(std::uint32_t object, const char* const (&names)[N],
   }
 }
 
-// The form whose key comes first, as an index of kForms; their number where there is none.
+// The index in kForms of the form whose key comes first; the number of forms if there is none.
 static std::size_t firstForm(const std::uint32_t* found) {
   std::size_t form = std::size(kForms);
   std::uint32_t first = 0xFFFFFFFFu;
@@ -209,7 +209,7 @@ void JsonReader::section(std::uint32_t token, bool isHeader) {
   readKeys(token, isHeader ? kHeaderKeys : kMessageKeys, found);
   const std::uint32_t content = found[kRaw] != 0 ? found[kRaw] : found[kValue];
   if (found[kRaw] != 0) {
-    // What goes with a value does not go with raw bytes.
+    // Raw bytes do not allow the keys of a value.
     std::uint32_t refused = 0;
     for (std::size_t i = 0; i < std::size(found); ++i) {
       const bool ofValue = i == kValue || i >= kStringReferences;
@@ -325,7 +325,7 @@ AMFWireForm JsonReader::sharedObject(const std::uint32_t* found) {
   return AMFWireForm::sharedObject;
 }
 
-// By the rules of an object without a class. AMF3 cannot refer to it.
+// They have the form of an object without a class. In AMF3 no reference can refer to it.
 void JsonReader::entries(std::uint32_t token) {
   needObject(token);
   const Object object = sorted(token, false);
@@ -340,13 +340,13 @@ void JsonReader::entries(std::uint32_t token) {
     ids.insert({id, {false, 0}});
   }
   const std::uint32_t count = memberCount(object);
-  pushMembers(object, count, false);  // names may be empty: no name ends the entries
+  pushMembers(object, count, false);  // names may be empty, because no name ends the entries
   frames.back().ends = false;
   run();
 }
 
-// Puts `original` in the place of the values that were written, if writing what it reads gives the
-// same bytes.
+// Replaces the written values by `original`, if it decodes to the same values: its values, written
+// again, are the same bytes as the written values.
 void JsonReader::restoreOriginal(const AMFWireSection& section, std::uint32_t token) {
   if (token == 0) return;
   at = token;
@@ -360,7 +360,7 @@ void JsonReader::restoreOriginal(const AMFWireSection& section, std::uint32_t to
   sink.replaceValues(bytes);
 }
 
-// False: the bytes are no such section.
+// Returns false if the bytes are no such section.
 bool JsonReader::readOriginal(const AMFWireSection& section, const AMFWireString& bytes,
                               AmfWriter& copy) {
   const char* const end = bytes.data + bytes.length;

@@ -91,10 +91,10 @@ void JsonWriter<Output>::endPacket() {
   }
 }
 
-// In front of the entries: the size, where it lies.
+// Before the entries: the size, if it is wrong.
 template <class Output>
 void JsonWriter<Output>::entriesKey(std::size_t end) {
-  constexpr std::size_t kBytesBeforeSize = 6;  // what the size does not count
+  constexpr std::size_t kBytesBeforeSize = 6;  // these are not included in the size
   if (document.declaredSize != end - kBytesBeforeSize) {
     layout.key("size");
     layout.output.integer(document.declaredSize);
@@ -142,7 +142,7 @@ void JsonWriter<Output>::beginEntries(const SectionFacts& known) {
   beginMembers(flags);
 }
 
-// Of a header or a message.
+// The length of a header or message.
 template <class Output>
 void JsonWriter<Output>::sectionHead(const SectionFacts& known) {
   layout.item();

@@ -44,7 +44,7 @@ bool JsonReader::isSpecial(std::uint32_t key) const {
   return name.length != 0 && name.data[0] == '$' && (name.length == 1 || name.data[1] != '$');
 }
 
-// A key as a member's name: one $ of several is not part of it.
+// The member name of a key: without the first $, if it begins with two.
 AMFWireString JsonReader::memberName(std::uint32_t key) const {
   const AMFWireString name = index.text(key);
   if (name.length == 0 || name.data[0] != '$') return name;
@@ -118,8 +118,8 @@ double JsonReader::needWhole(std::uint32_t token, double least, double most) {
                   ", expected a whole number from " + shown(least) + " to " + shown(most));
 }
 
-// What $double has: a number or a word. Not a result: on 32-bit x86 a returned signalling NaN
-// becomes a quiet one.
+// The value of $double: a number or a word. It is not returned, because on 32-bit x86 a returned
+// signalling NaN becomes a quiet one.
 void JsonReader::needDouble(std::uint32_t token, double& number) {
   if (!index.isString(token)) {
     number = needNumber(token);
@@ -131,7 +131,7 @@ void JsonReader::needDouble(std::uint32_t token, double& number) {
   }
 }
 
-// The $ keys of an object, and whether they go together.
+// Finds the $ keys of an object, and checks that they are allowed together.
 JsonReader::Object JsonReader::sorted(std::uint32_t token, bool mayHaveKind) {
   Object object;
   object.token = token;
@@ -201,7 +201,7 @@ void JsonReader::checkBeside(const Object& object) {
   }
 }
 
-// No key may occur twice.
+// Refuses a key that occurs twice.
 void JsonReader::checkDuplicateKeys(std::uint32_t token) {
   const std::uint32_t count = index.count(token);
   if (count < 2) return;
@@ -238,7 +238,7 @@ std::uint32_t JsonReader::need(const Object& object, Key key) {
   return object[key];
 }
 
-// The object's members, or the pairs of $members.
+// The members of the object, or the pairs of $members.
 std::uint32_t JsonReader::memberCount(const Object& object) {
   if (!object.has(Key::members)) return object.members;
   const std::uint32_t list = needArray(object[Key::members]);
@@ -256,7 +256,7 @@ AMFWireString JsonNames::next() {
   if (listed) {
     std::uint32_t name = JsonIndex::first(at);
     at = index->after(at);
-    // Checked already: a string, or $string64 alone, decoded.
+    // Already checked: it is a string, or only $string64, decoded.
     if (index->isContainer(name)) name = JsonIndex::first(name) + 1;
     return index->text(name);
   }

@@ -9,7 +9,7 @@
 #include "wire/base64.h"
 #include "wire/utf8.h"
 
-// A namespace of its own: a program may use RapidJSON too, built otherwise.
+// A separate namespace: a program may use RapidJSON itself, with other settings.
 #define RAPIDJSON_NAMESPACE amf2json_rapidjson
 #define RAPIDJSON_NAMESPACE_BEGIN namespace amf2json_rapidjson {
 #define RAPIDJSON_NAMESPACE_END }
@@ -21,11 +21,11 @@
 
 namespace amf2json::wire {
 
-// The first place that no text of this format has; `message` is null where there is none.
+// The first place that is invalid in this format; `message` is null if there is none.
 struct BrokenText {
   const char* at;
   const char* message;
-  bool isContent;  // JSON's grammar allows it
+  bool isContent;  // the grammar of JSON allows it
 };
 
 namespace {
@@ -34,7 +34,7 @@ namespace rj = amf2json_rapidjson;
 
 constexpr std::size_t kPadding = 32;  // RapidJSON reads 16 bytes at once
 
-// RapidJSON's stack of open containers; what it gets from malloc it does not check.
+// The allocator of RapidJSON's stack of open containers. RapidJSON does not check for null.
 class CheckedAllocator {
  public:
   [[maybe_unused]] static constexpr bool kNeedFree = true;
@@ -50,7 +50,7 @@ class CheckedAllocator {
   static void Free(void* block) { ::operator delete(block); }
 };
 
-// Eight bytes of which none is a control character, a backslash or above 7F.
+// Whether none of eight bytes is a control character, a backslash or above 7F.
 bool arePlain(std::uint64_t word) {
   constexpr std::uint64_t kOnes = 0x0101010101010101u;
   const std::uint64_t slashes = word ^ kOnes * '\\';
@@ -77,7 +77,7 @@ int escapedUnit(const char* at, const char* end) {
   return value;
 }
 
-// Moves behind an escape. False: it is half of a pair, alone.
+// Moves `at` past an escape. Returns false for a lone surrogate.
 bool skipEscape(const char*& at, const char* end) {
   const int unit = escapedUnit(at, end);
   if (unit < 0) {
@@ -121,7 +121,7 @@ const char* skipDigits(const char* at, const char* end) {
   return at;
 }
 
-// The end of the number at `at`, or `at` where there is none.
+// The end of the number at `at`, or `at` if there is none.
 const char* numberEnd(const char* at, const char* end) {
   const char* const whole = at < end && *at == '-' ? at + 1 : at;
   const char* read = whole < end && *whole == '0' ? whole + 1 : skipDigits(whole, end);
@@ -157,7 +157,7 @@ bool isInString(rj::ParseErrorCode code) {
          code == rj::kParseErrorStringUnicodeSurrogateInvalid;
 }
 
-// Writes 0 and blanks over each number.
+// Overwrites each number with 0 and spaces.
 void hideNumbers(char* text, std::size_t size) {
   char* const end = text + size;
   for (char* at = text; at < end;) {
@@ -176,12 +176,12 @@ void hideNumbers(char* text, std::size_t size) {
 
 }  // namespace
 
-// Called by RapidJSON's reader.
+// RapidJSON's reader calls this class.
 struct JsonIndex::Handler {
   JsonIndex& index;
   rj::InsituStringStream& stream;
   std::size_t maxDepth;
-  const char* shown = nullptr;  // the text, where the numbers of the copy are hidden
+  const char* shown = nullptr;  // the text, if the numbers in the copy are hidden
   const char* shownEnd = nullptr;
   std::uint32_t open = JsonFailure::kNoToken;  // the innermost container
   std::size_t depth = 0;
@@ -201,7 +201,7 @@ struct JsonIndex::Handler {
   }
   bool Null() { return scalar(stream.Tell() - 4, 4); }
   bool Bool(bool value) { return scalar(stream.Tell() - (value ? 4 : 5), value ? 4 : 5); }
-  bool Int(int) { return false; }  // numbers come as digits
+  bool Int(int) { return false; }  // numbers are passed as digits
   bool Uint(unsigned) { return false; }
   bool Int64(std::int64_t) { return false; }
   bool Uint64(std::uint64_t) { return false; }
@@ -231,7 +231,7 @@ struct JsonIndex::Handler {
     index.tokens.push({0, 0});
     lastPlace = stream.Tell();
     hasKey = false;
-    // Until it ends: the container around it.
+    // Until the container ends, this is its parent.
     index.tokens[token] = {static_cast<std::uint32_t>(lastPlace), open};
     open = token;
     return true;
@@ -248,7 +248,8 @@ struct JsonIndex::Handler {
   bool StartArray() { return begin(); }
   bool EndObject(rj::SizeType count) { return end(count); }
   bool EndArray(rj::SizeType count) { return end(count); }
-  // After an error inside a string that is a value: it gets a token, so that it has a path. Returns kNoToken for a key.
+  // After an error inside a string that is a value: adds a token for it, so that it has a path.
+  // Returns kNoToken for a key.
   std::uint32_t addBrokenString(const char* text, const char* end) {
     const bool inArray = open != JsonFailure::kNoToken && index.kind(open) == '[';
     if (!inArray && !hasKey && open != JsonFailure::kNoToken) return JsonFailure::kNoToken;
@@ -259,7 +260,7 @@ struct JsonIndex::Handler {
     scalar(static_cast<std::size_t>(quote - text), 0);
     return token;
   }
-  // After an error: whatever is open ends here. Returns the innermost container.
+  // After an error: ends all open containers. Returns the innermost one.
   std::uint32_t endAll() {
     const std::uint32_t innermost = open;
     while (open != JsonFailure::kNoToken) {
@@ -285,20 +286,20 @@ void JsonIndex::read(const char* text, std::size_t size, std::size_t maxDepth) {
   buffer.reset(new char[size + kPadding]);
   std::memset(buffer.get() + whole, 0, size + kPadding - whole);
   if (parse(text, broken, maxDepth, false)) return;
-  // RapidJSON refuses a number beyond the range of a double even where it only passes digits on, as in 0e999 or in
-  // `source`. So the numbers are hidden from it, and put back.
+  // RapidJSON refuses a number outside the range of a double, also where only its digits are used,
+  // as in 0e999 or in `source`. So the numbers are hidden from it, and restored here.
   tokens.clear();
   parse(text, broken, maxDepth, true);
   for (std::uint32_t token = 0; token < tokens.count(); ++token) {
     if (isContainer(token)) {
-      ++token;  // it has two entries
+      ++token;  // a container has two entries
     } else if (isNumber(token)) {
       std::memcpy(buffer.get() + place(token), text + place(token), tokens[token].extra);
     }
   }
 }
 
-// Reads the bytes before `broken`. False: there is a number that RapidJSON refuses.
+// Reads the bytes before `broken`. Returns false if there is a number that RapidJSON refuses.
 bool JsonIndex::parse(const char* text, const BrokenText& broken, std::size_t maxDepth,
                       bool hidesNumbers) {
   const auto whole = static_cast<std::size_t>(broken.at - text);
@@ -329,7 +330,7 @@ bool JsonIndex::parse(const char* text, const BrokenText& broken, std::size_t ma
     failure.offset = whole;
     failure.message = broken.message;
     if (broken.isContent) failure.status = AMFWireStatus::content;
-    if (broken.isContent) failure.token = value;  // the place is that of the value
+    if (broken.isContent) failure.token = value;  // the error is that of the value
   } else if (result.Code() == rj::kParseErrorStringEscapeInvalid && text[result.Offset()] != '\\') {
     failure.message = "a control character";
   } else {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The $ keys of JSON objects: which kinds of values there are, in which format, and which keys go
-// with them. Tested by tests/wire/json_errors_test.cpp.
+// The $ keys of JSON objects: the kinds of values, their formats, and the keys that each kind
+// allows. Tested by tests/wire/json_errors_test.cpp.
 #ifndef WIRE_JSON_KEYS_H
 #define WIRE_JSON_KEYS_H
 
@@ -12,7 +12,7 @@
 namespace amf2json::wire {
 
 enum class Key : std::uint8_t {
-  // Kinds: an object has one of them at most.
+  // Kinds: an object has at most one of them.
   undefined,
   unsupported,
   string64,
@@ -29,7 +29,7 @@ enum class Key : std::uint8_t {
   dictionary,
   amf3,
   ref,
-  // What goes with them.
+  // Keys beside a kind.
   id,
   members,
   zone,
@@ -52,14 +52,14 @@ constexpr std::uint32_t bit(Key key) {
   return std::uint32_t{1} << static_cast<std::uint32_t>(key);
 }
 
-// The key that is spelled so, with its $; Key::none for others.
+// The key with this text, including its $; Key::none for other texts.
 Key keyOf(const AMFWireString& name);
 const char* nameOf(Key key);
-// Whether the format has that kind of value.
+// Whether the format has this kind of value.
 bool hasKind(Key kind, bool amf3);
-// The keys that may stand beside a kind, itself included; Key::none: a plain object.
+// The keys that an object of this kind may have, including its own; Key::none: a plain object.
 std::uint32_t allowedBeside(Key kind, bool amf3);
-// Whether an object of that kind has members.
+// Whether an object of this kind has members.
 bool hasMembers(Key kind, bool amf3);
 
 }  // namespace amf2json::wire

@@ -27,7 +27,7 @@ class JsonLayout {
     output.character(bracket);
     fresh = false;
   }
-  // In front of an array's item or an object's key.
+  // Called before an item of an array or a key of an object.
   void item() {
     if (!fresh) output.character(',');
     fresh = false;
@@ -40,13 +40,13 @@ class JsonLayout {
     output.character('"');
     colon();
   }
-  // Behind a key.
+  // Called after a key.
   void colon() {
     output.character(':');
     if (pretty) output.character(' ');
   }
   void literal(const char* text) { output.characters(text, std::strlen(text)); }
-  // A string, or $string64 where it is not UTF-8.
+  // A string, or $string64 if it is not UTF-8.
   void string(const AMFWireString& value) {
     if (output.quoted(value, false)) return;
     open('{');
@@ -59,7 +59,7 @@ class JsonLayout {
     output.base64(value);
     output.character('"');
   }
-  // A number; what JSON cannot say as a word in quotes.
+  // A number. What JSON cannot express is a word in quotes.
   void numberOrWord(const double& value) {
     if (!needsWord(value)) return output.number(value);
     output.character('"');

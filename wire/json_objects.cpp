@@ -14,7 +14,7 @@ namespace {
 constexpr std::uint32_t kBits = 7;  // of a flag byte
 constexpr std::uint32_t kGroupBits = kBits * AMFWireLimits::kMaxFlagBytes;
 
-// A number in plain digits at `at`; false where there is none.
+// Reads a number in plain digits at `at`. Returns false if there is none.
 bool readPart(const char*& at, const char* end, std::uint32_t& number) {
   const char* const begin = at;
   number = 0;
@@ -41,7 +41,7 @@ bool JsonReader::object(std::uint32_t token) {
   }
 }
 
-// The members of an object that has begun.
+// Pushes a frame for the members of an object.
 void JsonReader::pushMembers(const Object& object, std::uint32_t sealed, bool inArray) {
   Frame frame{};
   frame.ends = true;
@@ -203,7 +203,7 @@ void JsonReader::collectFields(const Object& object, const ExternalBody& body) {
             [](const Field& a, const Field& b) { return a.number < b.number; });
 }
 
-// The flag of a key: a name of the format, or $g.b.n for a flag without a name.
+// The flag that a key names: by its name, or $g.b.n for a flag without a name.
 std::uint32_t JsonReader::fieldNumber(std::uint32_t key, const ExternalBody& body) {
   const AMFWireString name = index.text(key);
   if (!isSpecial(key)) {

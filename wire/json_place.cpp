@@ -46,7 +46,7 @@ struct Step {
   bool arrived;
 };
 
-// From an array to the item that holds `token`.
+// Goes from an array to the item that contains `token`.
 Step intoArray(const JsonIndex& index, std::uint32_t array, std::uint32_t token,
                std::string& path) {
   std::uint32_t item = JsonIndex::first(array);
@@ -56,7 +56,7 @@ Step intoArray(const JsonIndex& index, std::uint32_t array, std::uint32_t token,
   return {item, item == token};
 }
 
-// From an object to the value that holds `token`, or whose key it is.
+// Goes from an object to the value that contains `token`, or whose key `token` is.
 Step intoObject(const JsonIndex& index, std::uint32_t object, std::uint32_t token,
                 std::string& path) {
   std::uint32_t key = JsonIndex::first(object);

@@ -97,7 +97,7 @@ void JsonReader::stepItems() {
   }
 }
 
-// The name of the next member, whose token is `token`.
+// The name of the next member. Its token is `token`.
 void JsonReader::announce(Frame& frame, const AMFWireString& name, std::uint32_t token) {
   at = token;
   if (!amf3) {
@@ -221,7 +221,7 @@ void JsonReader::doubleValue(std::uint32_t token) {
   sink.number(number);
 }
 
-// Kinds without values inside.
+// Kinds that do not contain values.
 bool JsonReader::simple(const Object& object) {
   const std::uint32_t token = object[object.kind];
   switch (object.kind) {

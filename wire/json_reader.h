@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The JSON reader, second half: the index of a document to events, with an explicit stack.
-// json_reader.cpp holds the values, json_objects.cpp those that are JSON objects, json_fields.cpp
-// the parts that they share, json_document_reader.cpp documents and sections. The mirror of
-// json_writer.h. Enter at readDocument(). A refusal is thrown as JsonFailure.
+// The JSON reader, second half: it turns the index of a document into events, with an explicit
+// stack. json_reader.cpp has the values, json_objects.cpp those that are JSON objects,
+// json_fields.cpp the parts that they share, json_document_reader.cpp documents and sections. The
+// mirror of json_writer.h. Enter at readDocument(). An error is thrown as JsonFailure.
 // Tested by tests/wire/rows_test.cpp and tests/wire/json_errors_test.cpp.
 #ifndef WIRE_JSON_READER_H
 #define WIRE_JSON_READER_H
@@ -20,7 +20,7 @@
 
 namespace amf2json::wire {
 
-// The names of members, one after another: keys of an object, or names in $members.
+// Iterates over the names of members: keys of an object, or names in $members.
 class JsonNames : public AMFWireNames {
  public:
   JsonNames(const JsonIndex& of, std::uint32_t begin, bool inList)
@@ -40,21 +40,21 @@ class JsonReader {
   JsonReader(JsonIndex& of, const AMFWireImportOptions& with, AmfWriter& to)
       : index(of), options(with), classes(with.externalClasses), sink(to) {}
 
-  // Returns the document's form.
+  // Returns the form of the document.
   AMFWireForm readDocument();
-  // The token at hand, for what the writer refuses.
+  // The current token, for errors of the writer.
   std::uint32_t current() const { return at; }
 
  private:
-  // A JSON object, its $ keys sorted out.
+  // A JSON object with its $ keys separated from its members.
   struct Object {
     std::uint32_t token = 0;
     Key kind = Key::none;
     std::uint32_t present = 0;        // bits of Key
-    std::uint32_t values[kKeyCount];  // their value tokens, where present
-    std::uint32_t members = 0;        // keys that are members
-    std::uint32_t firstMember = 0;    // key token, where there is one
-    std::uint32_t firstField = 0;     // key token like $0.1.2, where there is one
+    std::uint32_t values[kKeyCount];  // their value tokens, if present
+    std::uint32_t members = 0;        // number of keys that are members
+    std::uint32_t firstMember = 0;    // key token, if there is one
+    std::uint32_t firstField = 0;     // key token such as $0.1.2, if there is one
     bool has(Key key) const { return (present & bit(key)) != 0; }
     std::uint32_t operator[](Key key) const { return values[static_cast<std::uint32_t>(key)]; }
   };
@@ -64,12 +64,12 @@ class JsonReader {
     bool ends;             // its end is an event
     bool inArray;          // members of an AMF3 array: dense values follow
     bool half;             // dictionary: the key has been read
-    std::uint8_t group;    // of a small message, the next one
+    std::uint8_t group;    // of a small message: the next group
     ExternalBody body;     // of a small message
-    std::uint32_t next;    // token: an item, a key, a pair; of fields, in `fields`
-    std::uint32_t left;    // items, members, pairs
+    std::uint32_t next;    // token of the next item, key or pair; of fields, an index in `fields`
+    std::uint32_t left;    // remaining items, members or pairs
     std::uint32_t dense;   // the token of $array
-    std::uint32_t sealed;  // members that are sealed
+    std::uint32_t sealed;  // number of sealed members
   };
   struct Field {
     std::uint32_t number;  // 112 * group + 7 * byte + bit
@@ -140,8 +140,8 @@ class JsonReader {
   void checkBeside(const Object& object);
   void checkDuplicateKeys(std::uint32_t token);
   void checkDuplicateKeysByHash(std::uint32_t token);
-  void begin(const Object& object);  // of a value that can be referred to
-  void enter(std::uint32_t token);   // of a value that contains values
+  void begin(const Object& object);  // a referable value begins
+  void enter(std::uint32_t token);   // a value that contains values begins
   std::uint32_t memberCount(const Object& object);
   std::uint32_t need(const Object& object, Key key);
   void needTrue(std::uint32_t token);
@@ -166,9 +166,9 @@ class JsonReader {
   ExternalClasses classes;
   AmfWriter& sink;
   std::vector<Frame> frames;
-  std::vector<Field> fields;                                 // of the small messages that are open
+  std::vector<Field> fields;                                 // of open small messages
   std::unordered_map<std::uint64_t, Begun, SeededHash> ids;  // of the section
-  std::vector<std::uint32_t> slots;                          // of checkDuplicateKeysByHash
+  std::vector<std::uint32_t> slots;                          // for checkDuplicateKeysByHash
   std::uint32_t depth = 0;
   std::uint32_t at = 0;
   bool amf3 = false;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The JSON writer: events to text, with an explicit stack. It is a sink; what it has to know early
-// stands in Facts, which an earlier pass has filled from the same events. Runs twice: over a
-// counter, then over a buffer of that length.
+// The JSON writer: a sink that turns events into text, with an explicit stack. An earlier pass over
+// the same events collects in Facts what the writer has to know in advance. It runs twice: with a
+// counter, then with a buffer of that length.
 // Tested by tests/wire/rows_test.cpp; mirrored by json_reader.cpp.
 #ifndef WIRE_JSON_WRITER_H
 #define WIRE_JSON_WRITER_H
@@ -71,14 +71,14 @@ class JsonWriter {
   enum class Mode : std::uint8_t {
     named,     // member(), field() or a section has written the key
     list,      // items of an array
-    pairs,     // of $members: member() has opened the pair
-    pairKey,   // of a dictionary: the next value is a key
+    pairs,     // a pair of $members, which member() has opened
+    pairKey,   // a dictionary: the next value is a key
     pairValue  // the next value is the value of the key
   };
   struct Frame {
     Mode mode;
     bool inArray;       // end() closes an array
-    bool inObject;      // end() closes an object, behind the array
+    bool inObject;      // end() closes an object, after the array
     bool weak = false;  // dictionaries
     AMFWireVectorKind items = AMFWireVectorKind::object;
   };
@@ -88,7 +88,7 @@ class JsonWriter {
   void word(const char* literal);
   void simple(const char* kind);
   void text(const char* kind, const AMFWireString& value);
-  // Opens the value's object and writes its $id, if it is referred to.
+  // Opens the object of the value, and writes its $id if a reference refers to it.
   void openWithId(std::uint8_t flags);
   bool openedWithId(std::uint8_t flags);
   void beginMembers(std::uint8_t flags);
@@ -110,20 +110,20 @@ class JsonWriter {
   ReferredIds ids0;
   ReferredIds ids3;
   std::uint64_t nextId = 1;
-  std::size_t object0 = 0;  // the next one, in Facts
+  std::size_t object0 = 0;  // index of the next one in Facts
   std::size_t object3 = 0;
-  std::size_t sections = 0;  // begun
+  std::size_t sections = 0;  // number of sections so far
   AMFWireDocument document;
   AMFWireSection section;
   std::uint32_t messageCount = 0;
-  std::uint32_t listed = 0;  // headers or messages of the list at hand
+  std::uint32_t listed = 0;  // headers or messages in the current list
   bool messagesBegun = false;
   bool formIs3 = false;
   bool amf3 = false;
   bool plainDoubles = false;  // the section has the mark integers
 };
 
-// In front of every value.
+// Called before every value.
 template <class Output>
 void JsonWriter<Output>::begin() {
   Frame& frame = frames.back();
@@ -140,7 +140,7 @@ void JsonWriter<Output>::begin() {
   }
 }
 
-// Behind every value.
+// Called after every value.
 template <class Output>
 void JsonWriter<Output>::finish() {
   Frame& frame = frames.back();
@@ -156,11 +156,11 @@ void JsonWriter<Output>::finish() {
   }
 }
 
-// Behind the members of an AMF3 array.
+// Called after the members of an AMF3 array.
 template <class Output>
 void JsonWriter<Output>::denseItems() {
   Frame& frame = frames.back();
-  if (frame.inArray) layout.close(']');  // of $members
+  if (frame.inArray) layout.close(']');  // the list of $members
   layout.key("$array");
   layout.open('[');
   frame.mode = Mode::list;
@@ -227,7 +227,7 @@ template <class Output>
 std::uint8_t JsonWriter<Output>::nextObject() {
   const Table<std::uint8_t>& objects = amf3 ? facts.objects3 : facts.objects0;
   std::size_t& next = amf3 ? object3 : object0;
-  // The facts end where the text was sure to be too long.
+  // The facts end where the text was certainly too long.
   if (next == objects.count()) throw TextTooLong{};
   const std::uint8_t flags = objects[next++];
   (amf3 ? ids3 : ids0).begin((flags & kReferred) != 0 ? &nextId : nullptr);
@@ -328,7 +328,7 @@ void JsonWriter<Output>::beginArray(const AMFWireArray& array) {
   push(Mode::list, true, inObject);
 }
 
-// The members of an object that is open already.
+// The members of an object that is already open.
 template <class Output>
 void JsonWriter<Output>::beginMembers(std::uint8_t flags) {
   const bool inList = (flags & kNeedsMemberList) != 0;
@@ -366,7 +366,7 @@ void JsonWriter<Output>::beginObject(const AMFWireObject& object) {
   beginMembers(flags);
 }
 
-// $sealed and $dynamic, where they are not what stands for none.
+// $sealed and $dynamic, if they differ from what their absence means.
 template <class Output>
 void JsonWriter<Output>::traitsKeys(const AMFWireObject& object, std::uint8_t flags) {
   const bool beyond = (flags & kHasDynamic) != 0;
@@ -456,7 +456,7 @@ void JsonWriter<Output>::beginDictionary(std::uint32_t, bool weak) {
   frames.back().weak = weak;
 }
 
-// A member's name as a key: $ gets one more in front.
+// A member name as a key: a $ at its beginning is doubled.
 template <class Output>
 void JsonWriter<Output>::name(const AMFWireString& text) {
   layout.item();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What is known of long strings of the input. A long name or string may be referred to a million
-// times; it is looked at once. Tested by tests/wire/bombs_test.cpp.
+// A cache of facts about long strings of the input. A million references may refer to one long name
+// or string. It is examined once. Tested by tests/wire/bombs_test.cpp.
 #ifndef WIRE_LONG_TEXTS_H
 #define WIRE_LONG_TEXTS_H
 
@@ -18,19 +18,19 @@ class LongTexts {
  public:
   explicit LongTexts(const char* input) : base(input), frontier(input), seed(hashSeed()) {}
 
-  // A pass over the input begins.
+  // Called at the start of a pass over the input.
   void rewind() { frontier = base; }
 
   Text text(const AMFWireString& of) {
     if (of.length < kLong) return textOf(of.data, of.length);
-    // What stands behind all that the pass has met is no reference: it needs no entry yet.
+    // A string after all earlier ones of the pass is no reference, so it needs no entry yet.
     if (of.data >= frontier) {
       frontier = of.data + of.length;
       return textOf(of.data, of.length);
     }
     return find(of).text;
   }
-  // Of a string that is asked for once.
+  // For a string that is needed only once.
   std::uint64_t hashOnce(const AMFWireString& of) const { return hashOf(of.data, of.length, seed); }
   std::uint64_t hash(const AMFWireString& of) {
     if (of.length < kLong) return hashOf(of.data, of.length, seed);
@@ -53,7 +53,7 @@ class LongTexts {
   }
 
   const char* base;      // not owned
-  const char* frontier;  // behind the long strings that were met
+  const char* frontier;  // end of the long strings of this pass
   std::uint64_t seed;
   std::vector<Entry> slots;
   std::size_t used = 0;

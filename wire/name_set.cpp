@@ -23,7 +23,8 @@ bool NameSet::contains(const Level& level, const AMFWireString& name) const {
 void NameSet::insert(Level& level) {
   const std::size_t count = names.count() - level.first;
   if (level.slotted == 0 || count * 4 > level.slots.size() * 3) {
-    if (count > kManySlots) std::vector<std::uint32_t>().swap(level.slots);  // the old ones first
+    if (count > kManySlots)
+      std::vector<std::uint32_t>().swap(level.slots);  // frees the old ones first
     level.slots.assign(count * 2 + 16, kFree);
     level.slotted = 0;
     for (std::size_t index = level.first; index < names.count(); ++index) fill(level, index);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The names of the objects that are open: whether a name of the innermost one has occurred in it
-// before. All names stand in one list, those of the innermost object last. An object of more than a
-// few names has a hash table of their places in the list. Tested by tests/wire/texts_test.cpp.
+// The names of the open objects. It finds out whether a name occurs twice in the innermost one. All
+// names are in one list, those of the innermost object last. An object with more than a few names
+// has a hash table of their indexes in the list. Tested by tests/wire/texts_test.cpp.
 #ifndef WIRE_NAME_SET_H
 #define WIRE_NAME_SET_H
 
@@ -28,12 +28,12 @@ class NameSet {
     names.shrink(level.first);
     if (level.slots.size() > kManySlots) std::vector<std::uint32_t>().swap(level.slots);
   }
-  // Gives the memory back; nothing is open.
+  // Frees the memory. No object is open then.
   void release() {
     names.release();
     std::vector<Level>().swap(levels);
   }
-  // False where the innermost object has that name already.
+  // Returns false if the innermost object already has this name.
   bool add(const AMFWireString& name) {
     Level& level = levels[depth - 1];
     const std::size_t count = names.count() - level.first;
@@ -61,8 +61,8 @@ class NameSet {
       slotted = 0;
       seen = 0;
     }
-    std::size_t first = 0;    // in the list
-    std::size_t slotted = 0;  // names in the slots
+    std::size_t first = 0;    // index in the list
+    std::size_t slotted = 0;  // number of names in the slots
     std::uint64_t seen = 0;
     std::vector<std::uint32_t> slots;
   };
@@ -80,7 +80,7 @@ class NameSet {
   const char* base;  // not owned
   LongTexts* texts;  // not owned
   Table<Place> names;
-  std::vector<Level> levels;  // those beyond `depth` keep their memory
+  std::vector<Level> levels;  // entries from `depth` on keep their memory
   std::size_t depth = 0;
 };
 

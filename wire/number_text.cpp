@@ -24,8 +24,8 @@ struct Decimal {
   int point;
 };
 
-// A few decimals, as prices have: a whole number of at most 15 digits over a power of ten. No two
-// such numbers are the same double, so what reads back is the shortest.
+// A number with a few decimals, such as a price: a whole number of at most 15 digits, divided by a
+// power of ten. Two different such numbers are different doubles, so these digits are the shortest.
 bool hasFewDecimals(double value, Decimal& decimal) {
   static constexpr double kPowers[] = {1e0, 1e1, 1e2, 1e3, 1e4};
   for (int decimals = 1; decimals <= 4; ++decimals) {
@@ -101,7 +101,7 @@ bool isDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
-// A JSON number taken apart: its significant digits, without zeros at either end.
+// The parts of a JSON number: its significant digits, without zeros at either end.
 struct Token {
   bool negative = false;
   std::string digits;
@@ -115,7 +115,7 @@ long exponentOf(const char* at, const char* end) {
   if (*at == '+') ++at;
   long exponent = 0;
   const auto [last, error] = std::from_chars(at, end, exponent);
-  // Far beyond every double, and far from the ends of long.
+  // Far outside the range of doubles, and far inside that of long.
   if (error != std::errc() || exponent > 1000000000 || exponent < -1000000000) {
     return *at == '-' ? -1000000000 : 1000000000;
   }
@@ -243,7 +243,7 @@ NumberRead readNumber(const char* text, std::size_t length, double& value) {
   const char* const end = text + length;
   const bool negative = *at == '-';
   if (negative) ++at;
-  // Few digits: a whole number over a power of ten that is exact too.
+  // Few digits: a whole number and a power of ten, both exact as doubles.
   static constexpr double kPowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                        1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
   if (end - at > 16) return readSlowly(text, length, value);

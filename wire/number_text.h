@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Numbers as JavaScript writes them, and back. Independent of the process's locale.
+// Numbers as JavaScript writes them, and back. They do not depend on the locale.
 // Tested by tests/wire/texts_test.cpp.
 #ifndef WIRE_NUMBER_TEXT_H
 #define WIRE_NUMBER_TEXT_H
@@ -13,11 +13,11 @@ namespace amf2json::wire {
 constexpr double kLeastInteger = -268435456.0;
 constexpr double kLargestInteger = 268435455.0;
 
-// Enough for every text below.
+// The size of the longest text below.
 constexpr std::size_t kNumberMax = 32;
 
-// The shortest digits that read back, in JavaScript's layout. Of a finite double that is not minus
-// zero. Writes at `to`, which has kNumberMax bytes, and returns where the next byte goes.
+// Writes the shortest digits that read back as the same number, as JavaScript formats them. The
+// number must be finite and not minus zero. `to` has kNumberMax bytes. Returns the end of the text.
 char* putNumber(char* to, const double& value);
 char* putInteger(char* to, std::int64_t value);
 std::size_t lengthOfNumber(const double& value);
@@ -30,19 +30,19 @@ inline bool isWholeAndShort(const double& value) {
          value == static_cast<double>(static_cast<std::int64_t>(value));
 }
 
-// True for what JSON numbers, as JavaScript writes them, cannot say: NaN, infinities, minus zero.
+// True for what JavaScript does not write as a JSON number: NaN, infinities, minus zero.
 bool needsWord(const double& value);
-// Such a value in a word: NaN, Infinity, -Infinity, -0, 0x7ff8000000000001.
+// Such a value as a word: NaN, Infinity, -Infinity, -0, 0x7ff8000000000001.
 char* putWord(char* to, const double& value);
-// Reads such a word; false where it is none. All NaN may stand as digits.
+// Reads such a word. Returns false if it is none. Every NaN may be written in hexadecimal.
 bool readWord(const char* text, std::size_t length, double& value);
 
-// True for whole numbers that AMF3 integers can hold; minus zero is none.
+// True for whole numbers in the range of AMF3 integers, except minus zero.
 bool fitsInteger(const double& value);
 
 enum class NumberRead { ok, outOfRange, notExact };
-// Reads a JSON number of `length` characters. notExact: a whole number that is neither a double's
-// exact value nor the digits that JavaScript writes for it.
+// Reads a JSON number of `length` characters. notExact: a whole number that is neither the exact
+// value of a double nor the digits that JavaScript writes for it.
 NumberRead readNumber(const char* text, std::size_t length, double& value);
 
 }  // namespace amf2json::wire

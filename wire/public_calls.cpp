@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What of the public header is neither reading nor writing: names of states, and the sink whose
+// The calls of the public header that neither read nor write: names of states, and the sink whose
 // calls do nothing. Tested by tests/wire/hosts_test.cpp.
 #include <cstring>
 

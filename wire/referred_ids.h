@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The ids of the values of one section and one format that references point at. Tested by
+// The ids of the values that references refer to, in one section and one format. Tested by
 // tests/wire/rows_test.cpp.
 #ifndef WIRE_REFERRED_IDS_H
 #define WIRE_REFERRED_IDS_H
@@ -17,12 +17,12 @@ class ReferredIds {
     ids.clear();
     count = 0;
   }
-  // The next value begins; it gets the next id, unless `nextId` is null.
+  // The next value begins. It receives the next id, unless `nextId` is null.
   void begin(std::uint64_t* nextId) {
     if (nextId != nullptr) ids.push({count, static_cast<std::uint32_t>((*nextId)++)});
     ++count;
   }
-  // Of a value that has begun and is referred to.
+  // The id of a value that has begun and that a reference refers to.
   std::uint32_t of(std::uint32_t index) const {
     std::size_t low = 0;
     std::size_t high = ids.count();
@@ -38,7 +38,7 @@ class ReferredIds {
     std::uint32_t index;
     std::uint32_t id;
   };
-  Table<Entry> ids;  // in the order of both
+  Table<Entry> ids;  // in ascending order
   std::uint32_t count = 0;
 };
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The texts of what the AMF reader refuses. Tested by tests/wire/refusals_test.cpp.
+// The error texts of the AMF reader. Tested by tests/wire/refusals_test.cpp.
 #include "wire/amf_reader.h"
 #include "wire/utf8.h"
 
@@ -12,7 +12,7 @@ namespace {
   throw Failure{status, offset, std::move(message)};
 }
 
-// What a marker of the AMF3 object table stands for.
+// The name of a kind in the AMF3 object table, by its marker.
 const char* kindOf(unsigned marker) {
   switch (marker) {
     case 0x07: return "an XML document";
@@ -29,7 +29,7 @@ const char* kindOf(unsigned marker) {
   }
 }
 
-// A foreign name in a message: not too long, and UTF-8.
+// An untrusted name in an error text: not too long, and UTF-8.
 std::string shown(const AMFWireString& name) {
   constexpr std::size_t kMost = 200;
   const std::size_t length = name.length < kMost ? name.length : kMost;

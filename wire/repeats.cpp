@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Whether a section repeats strings or traits that it could have referred to. Looked for once, at
-// the end of the section, when the number of entries is known: the hash table has its final size.
+// Whether a section repeats strings or traits in full instead of references. This is computed once,
+// at the end of the section, when the number of entries is known: so the hash table never grows.
 // Tested by tests/wire/originals_test.cpp.
 #include <algorithm>
 
@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::uint32_t kFree = 0xFFFFFFFFu;
 
-// Whether two of the first `count` entries are the same.
+// Whether two of the first `count` entries are equal.
 template <class HashAt, class Same>
 bool hasRepeat(std::size_t count, HashAt hashAt, Same same) {
   std::vector<std::uint32_t> slots(count + count / 2 + 1, kFree);
@@ -27,7 +27,7 @@ bool hasRepeat(std::size_t count, HashAt hashAt, Same same) {
   return false;
 }
 
-// Senders that repeat do so early.
+// Senders that repeat entries usually do so early.
 template <class HashAt, class Same>
 bool hasRepeatSoonOrLater(std::size_t count, HashAt hashAt, Same same) {
   constexpr std::size_t kSoon = 256;

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What one section has defined so far: the tables that AMF3 references point into. An entry is no
-// more than a place in the input, so that the tables stay small; whoever needs the entry decodes it
-// there again. Those bytes have been checked when they were read.
-// Filled by the AMF reader. Tested through its tests.
+// The AMF3 reference tables of one section. An entry is only an offset in the input, so that the
+// tables stay small. Whoever needs the entry decodes it again at that offset. Those bytes were
+// checked when they were first read. The AMF reader fills the tables. Tested through its tests.
 #ifndef WIRE_SECTION_TABLES_H
 #define WIRE_SECTION_TABLES_H
 
@@ -15,7 +14,7 @@
 
 namespace amf2json::wire {
 
-// A U29 that has been checked; moves `at` behind it.
+// Reads a U29 that was checked before, and moves `at` past it.
 inline std::uint32_t knownU29(const char*& at) {
   std::uint32_t value = 0;
   for (int group = 0; group < 3; ++group) {
@@ -55,7 +54,7 @@ class SectionTables {
     const std::uint32_t head = knownU29(at);
     return {at, head >> 1};
   }
-  // A string field that has been checked; moves `at` behind it.
+  // Reads a string field that was checked before, and moves `at` past it.
   AMFWireString knownString(const char*& at) const {
     const std::uint32_t head = knownU29(at);
     if ((head & 1) == 0) return stringAt(head >> 1);
@@ -72,13 +71,13 @@ class SectionTables {
     return found;
   }
 
-  const char* endOfTraits = nullptr;  // behind the inline traits that were read last
+  const char* endOfTraits = nullptr;  // end of the inline traits that were read last
   const char* base = nullptr;         // of the whole input; not owned
-  Table<std::uint32_t> strings;       // where the U29 of each begins
+  Table<std::uint32_t> strings;       // offset of the U29 of each
   Table<std::uint32_t> traits;        // likewise
   Table<std::uint8_t> objects;        // the marker of each
-  std::uint32_t objects0 = 0;         // AMF0 objects and arrays so far
-  // Some field stands otherwise than the writer would write it.
+  std::uint32_t objects0 = 0;         // number of AMF0 objects and arrays so far
+  // Some field has other bytes than the writer would write.
   bool nonCanonical = false;
   bool usesStringReferences = false;
   bool usesTraitsReferences = false;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A table that grows by chunks and never copies its entries: it takes the memory of its entries and
-// no more, and references to entries stay valid. Tested through the tests of memory.
+// A table that grows by chunks and never copies its entries. So it needs little more memory than
+// its entries, and references to entries stay valid. Tested through the tests of memory.
 #ifndef WIRE_TABLE_H
 #define WIRE_TABLE_H
 
@@ -24,7 +24,7 @@ class Table {
     *tail++ = entry;
     ++entries;
   }
-  // Back to `count` entries.
+  // Removes all entries after the first `count`.
   void shrink(std::size_t count) {
     entries = count;
     tail = tailEnd = nullptr;  // push() finds it again
@@ -33,13 +33,13 @@ class Table {
     std::vector<std::unique_ptr<T[]>>().swap(chunks);
     shrink(0);
   }
-  // Keeps the chunks for the entries to come.
+  // Removes all entries, and keeps the chunks for new ones.
   void clear() { shrink(0); }
 
  private:
   static constexpr std::size_t kChunk = Bytes / sizeof(T);
 
-  // Where the next entry goes.
+  // The place of the next entry.
   void nextChunk() {
     if (entries / kChunk == chunks.size()) {
       std::unique_ptr<T[]> chunk(new T[kChunk]);

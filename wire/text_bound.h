@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How long a compact JSON text can become at most, added up in the first pass over the input. Where
-// the bound is near the length, the text is written into a buffer of that size at once; else a pass
-// of its own counts the length exactly. Nothing relies on the bound being right: what does not fit
-// is counted. Tested by tests/wire/texts_test.cpp.
+// An upper bound for the length of a compact JSON text, computed in the first pass over the input.
+// If it is close to a lower bound, the text is written at once, into a buffer of that size.
+// Otherwise an extra pass counts the exact length. No code relies on the bound: if the text does
+// not fit, its length is counted. Tested by tests/wire/texts_test.cpp.
 #ifndef WIRE_TEXT_BOUND_H
 #define WIRE_TEXT_BOUND_H
 
@@ -18,14 +18,14 @@ namespace amf2json::wire {
 class TextBound {
  public:
   std::uint64_t most() const { return sure + perhaps; }
-  // But for a character or two of each value.
+  // Exact, except for one or two characters of each value.
   std::uint64_t least() const { return sure; }
 
   void add(std::uint64_t characters) { sure += characters; }
-  // Of so many characters, perhaps none are written.
+  // Between none and so many characters are written.
   void addPerhaps(std::uint64_t characters) { perhaps += characters; }
   void base64(std::size_t bytes) { sure += base64Length(bytes) + 2; }
-  // Whether it is UTF-8.
+  // Returns whether it is UTF-8.
   bool string(const AMFWireString& of, LongTexts& texts) {
     const Text text = texts.text(of);
     if (text.isUtf8) {

@@ -7,7 +7,7 @@ namespace amf2json::wire {
 
 namespace {
 
-// The letter behind the backslash, 0 where \u is needed, or the byte itself.
+// The letter after the backslash; 0 if \u is needed; the byte itself if it needs no escape.
 char letterOf(unsigned char byte) {
   switch (byte) {
     case '"': return '"';
@@ -38,7 +38,7 @@ void TextBuffer::escape(unsigned char byte) {
 }
 
 bool TextBuffer::escapedSlowly(const char* from, const char* last) {
-  // What turns out not to be UTF-8 is written otherwise: it must not fill the buffer before that.
+  // A string that is not UTF-8 is written in another form. So it must not fill the buffer first.
   constexpr std::size_t kLongestEscape = 6;
   const auto most = static_cast<std::size_t>(last - from) * kLongestEscape;
   if (left() < most && firstBroken(from, last) != last) return false;

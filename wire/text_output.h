@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Where the JSON writer puts its text: a counter, for the pass that finds out how long the text
-// will be, and a buffer of that length. Both take the same calls. Tested through the JSON writer.
+// The outputs of the JSON writer: a counter, for the pass that computes the length of the text, and
+// a buffer of that length. Both have the same calls. Tested through the JSON writer.
 #ifndef WIRE_TEXT_OUTPUT_H
 #define WIRE_TEXT_OUTPUT_H
 
@@ -31,7 +31,8 @@ class TextCounter {
     add(static_cast<std::size_t>(putWord(text, value) - text));
   }
   void base64(const AMFWireString& bytes) { add(base64Length(bytes.length)); }
-  // A JSON string, behind a $ or not. False, and nothing is written: it is not UTF-8.
+  // Writes a JSON string, with an extra $ before it if asked. If it is not UTF-8, writes nothing
+  // and returns false.
   bool quoted(const AMFWireString& string, bool withDollar) {
     const Text text = texts->text(string);
     if (text.isUtf8) add(text.length + (withDollar ? 3 : 2));
@@ -98,7 +99,7 @@ class TextBuffer {
 
  private:
   bool escaped(const AMFWireString& string) {
-    // Eight bytes are looked at and copied at once.
+    // Tests and copies eight bytes at once.
     const char* from = string.data;
     const char* const last = from + string.length;
     if (left() < string.length + 8) return escapedSlowly(from, last);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The slow half of what strings are as JSON text. Tested by tests/wire/texts_test.cpp.
+// The slow path for strings as JSON text. Tested by tests/wire/texts_test.cpp.
 #include "wire/utf8.h"
 
 #include <cstring>
@@ -13,7 +13,7 @@ bool isTail(const char* at) {
   return (static_cast<unsigned char>(*at) & 0xC0u) == 0x80;
 }
 
-// What the second byte must lie in: no overlong forms, no surrogates, nothing above U+10FFFF.
+// The range of the second byte: no overlong forms, no surrogates, nothing above U+10FFFF.
 bool isSecond(unsigned first, unsigned second) {
   switch (first) {
     case 0xE0: return second >= 0xA0 && second <= 0xBF;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a byte string is as JSON text: whether it is UTF-8, and how long it gets by escapes.
+// A byte string as JSON text: whether it is UTF-8, and its length with escapes.
 // Enter at textOf(). Tested by tests/wire/texts_test.cpp.
 #ifndef WIRE_UTF8_H
 #define WIRE_UTF8_H
@@ -12,8 +12,8 @@
 
 namespace amf2json::wire {
 
-// Eight bytes at once: a high bit is set for each byte below 0x20, above 0x7E, or a quote or a
-// backslash. (0x7F needs no escape; it only leaves the fast path.)
+// Tests eight bytes at once. A high bit is set for each byte that is below 0x20, above 0x7E, a
+// quote or a backslash. (0x7F needs no escape. It only takes the slow path.)
 inline std::uint64_t specialBytes(std::uint64_t word) {
   constexpr std::uint64_t kOnes = 0x0101010101010101u;
   constexpr std::uint64_t kHigh = 0x8080808080808080u;
@@ -23,13 +23,13 @@ inline std::uint64_t specialBytes(std::uint64_t word) {
          kHigh;
 }
 
-// How many bytes of a word are plain before the first of its special bytes; 0 where the processor's
-// byte order makes that expensive to find.
+// The number of plain bytes before the first special byte of a word; 0 on processors whose byte
+// order makes that expensive to find.
 inline std::size_t plainBytes(std::uint64_t special) {
   return kLowestFirst ? static_cast<std::size_t>(__builtin_ctzll(special)) / 8 : 0;
 }
 
-// The length of the UTF-8 sequence at `at`, 0 where there is none. At least one byte is there.
+// The length of the UTF-8 sequence at `at`; 0 if there is none. There must be at least one byte.
 std::size_t sequenceLength(const char* at, const char* end);
 
 // The first place that is not UTF-8, or `end`.
@@ -37,18 +37,18 @@ const char* firstBroken(const char* at, const char* end);
 
 struct Text {
   bool isUtf8;
-  std::size_t length;  // as a JSON string, without its quotes; 0 where it is not UTF-8
+  std::size_t length;  // as a JSON string, without its quotes; 0 if it is not UTF-8
 };
 Text slowTextOf(const char* data, std::size_t length);
 
-// Few bytes, and blanks above them.
+// Loads a few bytes, and fills the word with spaces.
 inline std::uint64_t loadFewPlain(const char* at, std::size_t count) {
   return loadFew(at, count) | 0x2020202020202020u << 8 * count;
 }
 
 inline bool isPlain(const char* data, std::size_t length) {
   if (length < 8) return specialBytes(loadFewPlain(data, length)) == 0;
-  const char* const last = data + length - 8;  // the last eight bytes may be looked at twice
+  const char* const last = data + length - 8;  // some of the last bytes may be tested twice
   for (; data < last; data += 8) {
     if (specialBytes(loadFew(data, 8)) != 0) return false;
   }

@@ -14,7 +14,7 @@ bool sameBytes(const AMFWireString& a, const AMFWireString& b) {
 }  // namespace
 
 void HashSlots::clear() {
-  // Many slots for a section with few strings would cost every section after it.
+  // Otherwise many slots of one section would slow down every section after it.
   if (used != 0 && slots.size() <= 4096) slots.assign(slots.size(), {});
   if (slots.size() > 4096) std::vector<Slot>().swap(slots);
   used = 0;

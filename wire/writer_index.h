@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Where the AMF writer finds strings and traits that it has written in this section. What is
-// written stands in SectionTables, as for the reader; this index finds an entry by its content.
+// The index with which the AMF writer finds strings and traits that it has written in this section.
+// SectionTables has the entries, as for the reader. This index finds an entry by its content.
 // Tested by tests/wire/rows_test.cpp and tests/wire/originals_test.cpp.
 #ifndef WIRE_WRITER_INDEX_H
 #define WIRE_WRITER_INDEX_H
@@ -17,7 +17,7 @@ namespace amf2json::wire {
 
 constexpr std::uint32_t kNotWritten = 0xFFFFFFFFu;
 
-// Places of entries by their hash.
+// Finds indexes of entries by their hash.
 class HashSlots {
  public:
   void clear();
@@ -31,7 +31,7 @@ class HashSlots {
     }
     return kNotWritten;
   }
-  // `hashAt` says the hash of an entry again, for when the slots grow.
+  // `hashAt` computes the hash of an entry again if the slots grow.
   template <class HashAt>
   void add(std::uint64_t hash, std::uint32_t entry, HashAt hashAt) {
     if ((used + 1) * 3 > slots.size() * 2) {

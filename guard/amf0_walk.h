@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The walk, part two: AMF0 values. Enter at Walker::value0(). Included by the files that make a
-// walker.
+// The check, part two: AMF0 values. Enter at Walker::value0(). Included by the files that
+// instantiate Walker.
 #pragma once
 
 #include "codec/reader_texts.h"
@@ -9,7 +9,7 @@
 
 namespace amf2json::guard {
 
-/// The AMF0 markers, as they stand on the wire.
+/// The AMF0 markers.
 enum Marker0 : std::uint32_t {
   kNumber0 = 0x00,
   kBoolean0 = 0x01,
@@ -28,10 +28,10 @@ enum Marker0 : std::uint32_t {
   kSwitch0 = 0x11
 };
 
-/// What a 16-bit index can reach.
+/// The number of entries that a 16-bit index can refer to.
 constexpr std::size_t kReachable0 = 0x10000;
 
-// The marker has been read. The end mark is the caller's business: it is no value.
+// The marker has been read. The caller handles the end mark, which is no value.
 template <class Sink>
 bool Walker<Sink>::value0(std::uint32_t marker) {
   std::uint32_t number;
@@ -52,7 +52,7 @@ bool Walker<Sink>::value0(std::uint32_t marker) {
       return readU32(Kind::count, number) && open(FrameKind::strict0, number, kArray);
     case kEcmaArray0: return readU32(Kind::count, number) && open(FrameKind::ecma0, number, kArray);
     case kDate0:
-      // The zone is never looked at, but it has to be there to be skipped.
+      // The zone is ignored, but its bytes must be present.
       return skip(Kind::timeMs, 8) && skip(Kind::timeZone, 2) && chargeNode(kDate);
     case kSwitch0: return value3(true);
     default: return refuse(reader_texts::kUnknownAMF0Value);
@@ -80,7 +80,7 @@ bool Walker<Sink>::reference0(std::uint32_t index) {
   return chargeReference(entry.cost, entry.height, entry.switchedReferences);
 }
 
-// Members up to the end mark, whose name does not count.
+// Members up to the end mark. The name before the end mark is ignored.
 template <class Sink>
 bool Walker<Sink>::members0() {
   const std::size_t depth = frames.size();
@@ -93,15 +93,14 @@ bool Walker<Sink>::members0() {
   return true;
 }
 
-// Values of a strict array, or members of an associative one, as many as were announced.
+// Values of a strict array, or members of an associative one, as many as the count says.
 template <class Sink>
 bool Walker<Sink>::elements0() {
   Frame& frame = frames.top();
   const bool strict = frame.kind == FrameKind::strict0;
   const std::size_t depth = frames.size();
   while (frames.size() == depth) {
-    // Kept: an associative array ends with its last member; an end mark behind it belongs to what
-    // follows.
+    // Kept: an associative array ends with its last member. An end mark after it is not part of it.
     if (frame.remaining == 0) return close();
     --frame.remaining;
     if (!(strict ? strictElement0() : ecmaElement0())) return false;
@@ -125,7 +124,7 @@ bool Walker<Sink>::ecmaElement0() {
   return marker == kEndMark0 ? refuse(reader_texts::kAMF0EcmaArrayEnd) : value0(marker);
 }
 
-// A name and the marker behind it. The name counts once the marker shows that a member follows.
+// A name and the marker after it. The name is charged when the marker shows that a member follows.
 template <class Sink>
 bool Walker<Sink>::readMember0(std::uint32_t& marker) {
   Text name;

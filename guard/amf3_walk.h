@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The walk, part three: AMF3 values. Enter at Walker::value3(). Included by the files that make a
-// walker.
+// The check, part three: AMF3 values. Enter at Walker::value3(). Included by the files that
+// instantiate Walker.
 #pragma once
 
 #include <cstring>
@@ -11,7 +11,7 @@
 
 namespace amf2json::guard {
 
-/// The AMF3 markers, as they stand on the wire.
+/// The AMF3 markers.
 enum Marker3 : std::uint32_t {
   kUndefined3 = 0x00,
   kNull3 = 0x01,
@@ -28,8 +28,8 @@ enum Marker3 : std::uint32_t {
   kByteArray3 = 0x0C
 };
 
-/// What the readers say of a reference that leads nowhere, to another kind of node, or to one that
-/// is still being read.
+/// The error texts of the readers for a reference without an entry, to another kind of node, or to
+/// a node that is still being read.
 struct ReferenceTexts {
   const char* index;
   const char* type;
@@ -39,7 +39,7 @@ struct ReferenceTexts {
 inline ReferenceTexts referenceTexts(AMFNode::AMFType type) {
   using namespace reader_texts;
   switch (type) {
-    case AMFNode::AMF_XML:  // entered when read: never circular, nor are the next two
+    case AMFNode::AMF_XML:  // entered when complete: never circular, nor are the next two
       return {kAMF3XMLIndex, kAMF3XMLType, kAMF3XMLType};
     case AMFNode::AMF_DATE: return {kAMF3DateIndex, kAMF3DateType, kAMF3DateType};
     case AMFNode::AMF_RAW: return {kAMF3ByteArrayIndex, kAMF3ByteArrayType, kAMF3ByteArrayType};
@@ -48,8 +48,8 @@ inline ReferenceTexts referenceTexts(AMFNode::AMFType type) {
   }
 }
 
-/// True for the classes whose body is one value. A host may repoint the variables, so each is read
-/// now.
+/// True for the classes whose body is one value. A host may change the variables, so they are read
+/// each time.
 inline bool isExternalizable(const Text& name) {
   const char* const classes[] = {cArrayClass, cObjProxyClass, cSerialProxy, cAsyncMsg,
                                  cCommandMsg, cDataMsg,       cPagedMsg,    cUpdateCollectMsg};
@@ -85,9 +85,9 @@ bool Walker<Sink>::value3(bool switched) {
   }
 }
 
-// A variable-length integer: the value itself, or the head of what `of` names (`head`: an array or
-// object), which bit 0 turns into a reference. One to four bytes, the highest seven bits first.
-// Kept: the fourth byte counts as a signed number, in 32 bits that wrap: 80 80 80 FF is 0xFFFFFFFF.
+// A variable-length integer: a value, or the head of what `of` names (`head`: an array or object).
+// A head with bit 0 clear is a reference. One to four bytes, the most significant seven bits first.
+// Kept: the fourth byte is signed, and the sum wraps at 32 bits: 80 80 80 FF is 0xFFFFFFFF.
 template <class Sink>
 bool Walker<Sink>::readU29(Kind of, std::uint32_t& value) {
   const Byte* const start = cursor;
@@ -182,7 +182,7 @@ bool Walker<Sink>::object3(bool switched) {
   return (head & 4) == 0 ? inlineTraits3(head >> 4, dynamic) : externalizable3(head >> 4, dynamic);
 }
 
-// Class name and member names, all before the first value.
+// The class name and the member names. They precede the first value.
 template <class Sink>
 bool Walker<Sink>::inlineTraits3(std::uint32_t sealedCount, bool dynamic) {
   if (!openEntered3(AMFNode::AMF_OBJECT, FrameKind::sealed3, sealedCount)) return false;
@@ -205,7 +205,7 @@ bool Walker<Sink>::inlineTraits3(std::uint32_t sealedCount, bool dynamic) {
       {members.bytes, members.stringBytes, classNameLength, sealedCount, sealedCount, dynamic});
 }
 
-// One of the eight classes: its body is one value, kept in a single member without a name.
+// One of the eight classes: its body is one value, stored in one member with an empty name.
 template <class Sink>
 bool Walker<Sink>::externalizable3(std::uint32_t sealedCount, bool dynamic) {
   if (!openEntered3(AMFNode::AMF_OBJECT, FrameKind::external3, 1)) return false;
@@ -216,8 +216,9 @@ bool Walker<Sink>::externalizable3(std::uint32_t sealedCount, bool dynamic) {
   if (!chargeString(name.length, referenced)) return false;
   if (!chargeMember(0)) return false;
   frames.top().traits = static_cast<std::uint32_t>(traits.size());
-  // Kept: the traits say any number of sealed members, whatever the object has. A reference to them
-  // is refused until it has as many: none while its body is read, one afterwards.
+  // Kept: the traits can have any sealed count, but the object has no member while its body is
+  // read, and one afterwards. A reference to the traits is refused if their count is larger than
+  // that.
   const std::uint64_t memberBytes = sealedCount == 0 ? 0 : kMember + stringBytes(0);
   return enterTraits3({memberBytes, 0, name.length, sealedCount, 0, dynamic});
 }
@@ -257,7 +258,7 @@ bool Walker<Sink>::enter3(AMFNode::AMFType type, std::uint64_t bytes, std::uint6
   return chargeNode(bytes) && appendEntry3({{1, bytes, text, raw}, 0, type, true});
 }
 
-// An object or array that begins: it has its index before those inside it.
+// An object or array begins. Its index is lower than those of the values inside it.
 template <class Sink>
 bool Walker<Sink>::openEntered3(AMFNode::AMFType type, FrameKind kind, std::uint32_t remaining) {
   if (!open(kind, remaining, type == AMFNode::AMF_ARRAY ? kArray : kObject)) return false;
@@ -284,10 +285,10 @@ bool Walker<Sink>::enterTraits3(const TraitsEntry& entry) {
 }
 
 // ---------------------------------------------------------------------------------------------------
-// What stands inside objects and arrays
+// The content of objects and arrays
 
-// Values by count: the dense part of an array, the sealed members of an object, an externalized
-// body.
+// Values by count: the dense part of an array, the sealed members of an object, the body of an
+// externalizable object.
 template <class Sink>
 bool Walker<Sink>::values3() {
   Frame& frame = frames.top();
@@ -299,7 +300,7 @@ bool Walker<Sink>::values3() {
       return true;
     }
     --frame.remaining;
-    if (frame.kind == FrameKind::dense3) addSlot();  // sealed members have theirs already
+    if (frame.kind == FrameKind::dense3) addSlot();  // sealed members already have theirs
     if (!value3(false)) return false;
   }
   return true;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a tree costs: the heap of each node, from the sizes of the real classes, and sums that stop
-// at their largest value instead of wrapping. Tested by tests/guard/memory_test.cpp.
+// The cost of a tree: the heap of each node, from the sizes of the classes, and sums that saturate
+// at their largest value. Tested by tests/guard/memory_test.cpp.
 #pragma once
 
 #include <cstdint>
@@ -11,9 +11,8 @@
 
 namespace amf2json::guard {
 
-/// Sums from here on are "too many to tell": they stay here, and so does every difference made from
-/// them. What a packet itself can add to a sum, byte by byte, is far too little to wrap one that
-/// stands here, so only sums of sums need looking after.
+/// Saturated sums have this value or more, and so has every difference made from them. The bytes of
+/// a packet cannot add enough to wrap such a sum. Only sums of sums have to be checked.
 constexpr std::uint64_t kEndless = std::uint64_t{1} << 62;
 
 constexpr std::uint64_t plus(std::uint64_t a, std::uint64_t b) {
@@ -22,8 +21,8 @@ constexpr std::uint64_t plus(std::uint64_t a, std::uint64_t b) {
 constexpr std::uint64_t since(std::uint64_t start, std::uint64_t total) {
   return total < kEndless ? total - start : kEndless;
 }
-/// How a sum is shown, and what a limit is held against: no limit but the largest value takes
-/// endless sums.
+/// The sum that is reported and compared with a limit. Only the largest limit accepts a saturated
+/// sum.
 constexpr std::uint64_t shown(std::uint64_t sum) {
   return sum < kEndless ? sum : std::numeric_limits<std::uint64_t>::max();
 }
@@ -31,7 +30,7 @@ constexpr std::uint64_t largest(std::uint64_t limit) {
   const bool unlimited = limit == std::numeric_limits<std::uint64_t>::max();
   return unlimited || limit < kEndless ? limit : kEndless - 1;
 }
-/// For the 32-bit figures.
+/// For the numbers with 32 bits.
 constexpr std::uint32_t plus(std::uint32_t a, std::uint32_t b) {
   return b > std::numeric_limits<std::uint32_t>::max() - a
              ? std::numeric_limits<std::uint32_t>::max()
@@ -41,10 +40,10 @@ constexpr std::uint32_t since(std::uint32_t start, std::uint32_t total) {
   return total < std::numeric_limits<std::uint32_t>::max() ? total - start : total;
 }
 
-/// Heap of one block of `bytes` bytes. malloc rounds up to 16 and puts a header in front; it may
-/// also hand out 16 bytes more than asked when the rest of a free block is too small to be one of
-/// its own. Blocks that have 128 KiB with their header are mapped by whole pages, with a second
-/// header; in 32-bit programs they are aligned once more.
+/// Heap of one block of `bytes` bytes. malloc rounds up to 16 and adds a header. It may also return
+/// 16 bytes more than requested if the rest of a free block is too small for another block. A block
+/// of 128 KiB or more with its header is mapped as whole pages, with a second header;
+/// 32-bit programs align it once more.
 constexpr std::uint64_t block(std::uint64_t bytes) {
   constexpr std::uint64_t kMapped = 131072;
   constexpr std::uint64_t kPage = 4096;
@@ -55,7 +54,7 @@ constexpr std::uint64_t block(std::uint64_t bytes) {
   return bytes == 0 ? 0 : (bytes + 15) / 16 * 16 + 16;
 }
 
-/// One child in a vector that doubles as it grows, and what any such vector costs on top.
+/// One child in a vector that doubles when it is full, and the fixed cost of such a vector.
 constexpr std::uint64_t kSlot = 2 * sizeof(AMFNode*);
 constexpr std::uint64_t kChildren = 40;
 
@@ -75,14 +74,14 @@ constexpr std::uint64_t kHeader = block(sizeof(AMFHeader));
 constexpr std::uint64_t kMessage = block(sizeof(AMFMessage));
 constexpr std::uint64_t kPackage = block(sizeof(AMFPackage)) + kChildren;
 
-/// What some part of a tree costs.
+/// The cost of a part of a tree.
 struct Cost {
   std::uint64_t nodes;
   std::uint64_t bytes;        // heap
   std::uint64_t stringBytes;  // of them, text
   std::uint64_t rawBytes;     // of them, byte arrays
 
-  /// Adds what a reference copies: may be any sum.
+  /// Adds the cost of what a reference copies, which may be saturated.
   void addCopy(const Cost& other) {
     nodes = plus(nodes, other.nodes);
     bytes = plus(bytes, other.bytes);
@@ -106,7 +105,7 @@ constexpr std::uint64_t xmlBytes(std::uint32_t length) {
 constexpr std::uint64_t rawBytes(std::uint32_t length) {
   return kRaw + block(length);
 }
-/// A member as the child of something, its name and value apart.
+/// A member as a child, without its name and value.
 constexpr std::uint64_t kMember = kPair + kSlot;
 
 }  // namespace amf2json::guard

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Makes a tree harmless for the views: replaces what the views would copy into their texts and what
-// would not stay inside its quotes there (escape_text.h). Everything new is made before anything
-// old is touched. Tested by tests/guard/escape_test.cpp.
+// Prepares a tree for the views: replaces each string that could end its quotes in the text of a
+// view (escape_text.h). All new strings and nodes are made before any old one is changed. Tested by
+// tests/guard/escape_test.cpp.
 #include <cmath>
 #include <cstdint>
 #include <memory>
@@ -18,7 +18,7 @@ using namespace amf2json;
 
 namespace {
 
-// ---- What will be changed ----------------------------------------------------------------------
+// ---- The changes ----------------------------------------------------------------------
 
 struct NewText {
   AMFRaw* node;
@@ -27,7 +27,7 @@ struct NewText {
 };
 
 struct NewNull {
-  AMFNode** place;  // where the number stands
+  AMFNode** place;  // the pointer to the number
   std::unique_ptr<AMFNull> null;
 };
 
@@ -38,7 +38,7 @@ class Escaper {
   void apply() noexcept;
 
  private:
-  // Places that are still to be visited, one behind the other. The last range is the innermost.
+  // Pointers to nodes that have not been visited yet. The last range is the innermost.
   struct Range {
     AMFNode** next;
     AMFNode** end;
@@ -62,7 +62,7 @@ class Escaper {
   std::vector<AMFNode*> unbalanced;  // not owned
 };
 
-// In the order of the tree, which is mostly that of its memory.
+// In the order of the tree, which is mostly the order in memory.
 void Escaper::prepare(AMFNode* root) {
   if (root) visit(root);
   while (!waiting.empty()) {
@@ -125,12 +125,12 @@ void Escaper::escapeText(AMFRaw* node) {
 
 void Escaper::apply() noexcept {
   for (NewText& text : texts) {
-    text.node->setValue(nullptr, 0);  // gives the old bytes back and needs none
+    text.node->setValue(nullptr, 0);  // frees the old bytes and allocates nothing
     text.node->data = text.data.release();
     text.node->length = text.length;
   }
   for (AMFNode* node : unbalanced) node->referenceIndex = AMFNode::kNoReference;
-  // Inner ones first: they may stand in outer ones, which go.
+  // Inner ones first, because outer ones that contain them are deleted.
   for (auto last = nulls.rbegin(); last != nulls.rend(); ++last) {
     NewNull& replacement = *last;
     replacement.null->referenceIndex = (*replacement.place)->referenceIndex;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The two rules for texts: which characters become \uXXXX, and that bytes that are not UTF-8 become
+// The two rules for strings: which characters become \uXXXX. Bytes that are not UTF-8 become
 // U+FFFD. Enter at escapedText. Tested by tests/guard/escape_test.cpp.
 #include "guard/escape_text.h"
 
@@ -22,8 +22,8 @@ using Byte = unsigned char;
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD
 
 struct LeadByte {
-  std::size_t length;  // of the sequence; 0: begins none
-  Byte secondFrom;     // what its second byte may be: no overlong forms, no surrogates,
+  std::size_t length;  // of the sequence; 0 if this byte begins none
+  Byte secondFrom;     // range of the second byte: no overlong forms, no surrogates,
   Byte secondTo;       // nothing above U+10FFFF
 };
 
@@ -40,7 +40,7 @@ LeadByte leadByte(Byte byte) {
 
 struct Character {
   std::size_t length;  // bytes taken, 1 or more
-  bool valid;          // false: the longest beginning of a character that does not go on as it must
+  bool valid;          // false: the longest valid beginning of an invalid sequence
 };
 
 Character firstCharacter(std::string_view text) {
@@ -55,7 +55,7 @@ Character firstCharacter(std::string_view text) {
   return {lead.length, true};
 }
 
-// Of one valid character: n bytes hold 7, 11, 16 or 21 bits.
+// The code of one valid character: 1 to 4 bytes hold 7, 11, 16 or 21 bits.
 std::uint32_t codeOf(std::string_view character) {
   static constexpr Byte kLeadBits[] = {0, 0x7F, 0x1F, 0x0F, 0x07};
   std::uint32_t code = static_cast<Byte>(character[0]) & kLeadBits[character.size()];
@@ -65,26 +65,27 @@ std::uint32_t codeOf(std::string_view character) {
 
 // ---- The rules ---------------------------------------------------------------------------------
 
-// Both leave plain bytes as they are and look at everything else character by character. The views
-// write a quote with a backslash in front.
+// Both rules copy plain bytes, and test all others character by character. The views write a
+// backslash before a quote.
 
-// For JSON parsers. What a reader cannot see, or what turns the text around it, is escaped too.
+// For JSON parsers. Invisible characters, and those that change the direction of text, are escaped,
+// too.
 struct JSONRule {
   static bool isPlain(char c) { return c >= 0x20 && c < 0x7F && c != '<' && c != '\\'; }
   static bool isPlain(std::uint64_t word) {
     return isEach(isAtLeast(word, 0x20) & isNot(word, 0x7F) & isNot(word, '<') & isNot(word, '\\') &
                   ~word);
   }
-  // Of one that is not plain.
+  // Called for a character that is not plain.
   static bool isEscaped(std::uint32_t code) {
     return code < 0xA0 || code == 0x061C || code == 0x200E || code == 0x200F ||
-           (code >= 0x2028 && code <= 0x202E) ||  // two line separators, five directions
+           (code >= 0x2028 && code <= 0x202E) ||  // two line separators, five direction controls
            (code >= 0x2066 && code <= 0x2069);
   }
 };
 
-// For scripts, wherever they stand: nothing that HTML or XML gives a meaning to, no quote of
-// another kind, nothing whose bytes mean something else in another encoding.
+// For scripts in any place: no character with a meaning in HTML or XML, no quote of either kind,
+// and no byte with another meaning in another encoding.
 struct ScriptRule {
   static bool isPlain(char c) {
     return c >= 0x20 && c < 0x7F && c != '"' && c != '&' && c != '\'' && c != '<' && c != '>' &&
@@ -122,7 +123,7 @@ void appendUnit(std::string& out, std::uint32_t unit) {
   out.append(escape, sizeof escape);
 }
 
-// Beyond U+FFFF as a pair of surrogates.
+// A code beyond U+FFFF becomes a surrogate pair.
 void appendEscape(std::string& out, std::uint32_t code) {
   if (code > 0xFFFF) {
     appendUnit(out, 0xD7C0 + (code >> 10));

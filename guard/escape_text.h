@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// One text made harmless for the views, by one of two rules (AMFEscapeFor). Tested by
+// Escapes one string for the views, by one of two rules (AMFEscapeFor). Tested by
 // tests/guard/escape_test.cpp.
 #pragma once
 
@@ -11,10 +11,11 @@
 
 namespace amf2json::guard {
 
-/// Whether `text` is sure to stay as it is: all of it is ASCII that neither rule changes.
+/// Whether `text` certainly stays the same: it has only ASCII characters that the rule does not
+/// change.
 bool isPlainText(std::string_view text, AMFEscapeFor view);
 
-/// Throws std::bad_alloc too when the result would pass 2^32-1 bytes.
+/// Returns the escaped text. Throws std::bad_alloc also if the result would exceed 2^32-1 bytes.
 std::string escapedText(std::string_view text, AMFEscapeFor view);
 
 }  // namespace amf2json::guard

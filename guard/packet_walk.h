@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The walk, part one: the envelope, plain fields, the sums and the stack of open objects and
-// arrays. Enter at Walker::run(). Included by the files that make a walker.
+// The check, part one: the envelope, plain fields, the sums and the stack of open objects and
+// arrays. Enter at Walker::run(). Included by the files that instantiate Walker.
 #pragma once
 
 #include "guard/amf0_walk.h"
@@ -79,8 +79,8 @@ bool Walker<Sink>::body() {
   if (!readU32(Kind::declaredLength, declared)) return false;
   const std::size_t start = offset();
   if (!readU8(Kind::marker0, marker)) return false;
-  // Kept: an end mark for a value is accepted and leaves the undefined value that stands there from
-  // the start.
+  // Kept: an end mark as the value is accepted. The header or message keeps its initial value,
+  // undefined.
   if (!(marker == kEndMark0 ? chargeNode(kUndefined) : value0(marker))) return false;
   while (!frames.empty()) {
     if (!step()) return false;
@@ -91,7 +91,7 @@ bool Walker<Sink>::body() {
   return true;
 }
 
-// Goes on with the innermost open object or array, up to the next one that opens or closes.
+// Continues the innermost open object or array, until another one opens or it closes.
 template <class Sink>
 bool Walker<Sink>::step() {
   switch (frames.top().kind) {
@@ -142,8 +142,8 @@ bool Walker<Sink>::skip(Kind kind, std::uint32_t length) {
   return true;
 }
 
-// The bytes of a text whose length has just been read. The limit comes first: a host that waits for
-// missing bytes need not wait for more than it would take.
+// The bytes of a text whose length was just read. The limit is checked first, so that a host does
+// not wait for missing bytes that it would refuse.
 template <class Sink>
 bool Walker<Sink>::readText(Kind kind, std::uint32_t length, Text& text) {
   if (length > limits.maxStringBytes) return fail(AMFVerifyStatus::stringLimit);
@@ -197,7 +197,7 @@ bool Walker<Sink>::chargeNode(std::uint64_t bytes) {
   return withinLimits();
 }
 
-// A string that stands in the packet, or that a reference copies.
+// A string in the packet, or one that a reference copies.
 template <class Sink>
 bool Walker<Sink>::chargeString(std::uint32_t length, bool copied) {
   if (copied) return chargeCopy({1, stringBytes(length), length, 0});
@@ -205,7 +205,7 @@ bool Walker<Sink>::chargeString(std::uint32_t length, bool copied) {
   return chargeNode(stringBytes(length));
 }
 
-// A new member and its name; the value is charged when it is read.
+// A new member and its name. The value is charged when it is read.
 template <class Sink>
 bool Walker<Sink>::chargeMember(std::uint32_t nameLength, bool copiedName) {
   total.nodes += 1;
@@ -231,7 +231,7 @@ bool Walker<Sink>::withinCopyLimits() {
   return true;
 }
 
-// The value that a reference copies, as deep as the original.
+// The value that a reference copies, with the height of its target.
 template <class Sink>
 bool Walker<Sink>::chargeReference(const Cost& cost, std::uint32_t height,
                                    std::uint32_t switchedReferences) {
@@ -263,11 +263,11 @@ bool Walker<Sink>::open(FrameKind kind, std::uint32_t remaining, std::uint64_t b
   return chargeNode(bytes);
 }
 
-/// Ends the innermost object or array: what it cost is now known, and goes into its reference
+/// Ends the innermost object or array. Its cost is now known, and is entered into its reference
 /// table.
 template <class Sink>
 bool Walker<Sink>::close() {
-  const Frame& frame = frames.top();  // stays readable behind pop()
+  const Frame& frame = frames.top();  // still readable after pop()
   const Cost cost = since(frame.start, total);
   frames.pop();
   raiseHeight(frame.height);
@@ -275,7 +275,7 @@ bool Walker<Sink>::close() {
   return frame.kind < FrameKind::assoc3 ? close0(frame, cost) : close3(frame, cost);
 }
 
-// The innermost open object or array holds something of this height.
+// The innermost open object or array contains a value of this height.
 template <class Sink>
 void Walker<Sink>::raiseHeight(std::uint32_t height) {
   if (!frames.empty()) frames.top().height = std::max(frames.top().height, plus(height, 1u));

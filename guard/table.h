@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A growing table of plain entries that never moves them: the first few stand in the object itself,
-// the rest in segments of equal size. It thus needs no memory for small packets, and never two
-// copies of a large table. Memory that cannot be had is reported, not thrown. Tested by
+// A growing table of plain entries that never moves them: the first 64 are in the object itself,
+// the others in segments of equal size. So it needs no heap for small packets, and never two copies
+// of a large table. A failed allocation is reported, not thrown. Tested by
 // tests/guard/memory_test.cpp.
 #pragma once
 
@@ -13,17 +13,17 @@
 
 namespace amf2json::guard {
 
-/// Equal segments of memory, which stay where they are. One for entries of any kind: growing is
-/// rare.
+/// Segments of memory of equal size, which never move. One class for entries of any type, because
+/// growing is rare.
 class Segments {
  public:
-  /// So that 32 bits are enough for the index of an entry.
+  /// The largest number of segments, so that 32 bits are enough for the index of an entry.
   static constexpr std::size_t kMost = (std::size_t{1} << 26) - 2;
 
   std::size_t size() const { return count; }
   void* operator[](std::size_t index) { return directory[index].get(); }
 
-  /// False where there are `most` already, or no memory for one more.
+  /// Returns false if there are already `most` segments, or no memory for another one.
   bool add(std::size_t bytes, std::size_t most);
 
   void clear() {
@@ -58,9 +58,9 @@ class Table {
     return static_cast<Entry*>(segments[index / kSegment - 1])[index % kSegment];
   }
   Entry& top() { return (*this)[count - 1]; }
-  void pop() { --count; }  // keeps the segment: the next entry is likely to need it again
+  void pop() { --count; }  // keeps the segment, because the next entry will probably need it
 
-  /// The new last entry, its content not set; null when there is no memory for it.
+  /// Adds an uninitialized entry and returns it; null if there is no memory for it.
   Entry* append() {
     if (count % kSegment == 0 && count / kSegment > segments.size() &&
         !segments.add(sizeof(Entry) * kSegment, MostSegments)) {
@@ -69,7 +69,7 @@ class Table {
     return &(*this)[count++];
   }
 
-  /// Empties the table and gives the memory back.
+  /// Removes all entries and frees the memory.
   void clear() {
     count = 0;
     segments.clear();

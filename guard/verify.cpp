@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The bounded check as hosts call it. The walk itself is in walker.h and the files it names.
+// The public calls of the check. The check itself is in walker.h and the files that it names.
 // Tested by tests/guard/ and tests/soak/guard_diff.cpp.
 #include "AMFGuard.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The check that tells every field. The walk itself is that of verify.cpp.
+// The check with a visitor for every field. The check itself is the same as in verify.cpp.
 // Tested by tests/guard/visit_test.cpp.
 #include "AMFGuard.h"
 #include "guard/amf0_walk.h"

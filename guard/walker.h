@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The walk over the bytes of a packet: envelope, values of both formats, and the sums that the
-// limits are held against. No recursion: open objects and arrays stand on a stack of frames. Enter
-// at Walker::run() in packet_walk.h; the values are in amf0_walk.h and amf3_walk.h. This is a
-// reading of the format of its own, shared with the readers in nothing but the texts:
-// tests/soak/guard_diff.cpp holds the two against each other.
+// The check of the bytes of a packet: the envelope, the values of both formats, and the sums that
+// are compared with the limits. It does not recurse: a stack of frames holds the open objects and
+// arrays. Enter at Walker::run() in packet_walk.h. The values are in amf0_walk.h and amf3_walk.h.
+// This implementation of the format is independent of the readers. The two share only the error
+// texts, and tests/soak/guard_diff.cpp compares them.
 #pragma once
 
 #include <algorithm>
@@ -19,17 +19,17 @@ namespace amf2json::guard {
 
 using Byte = unsigned char;
 
-/// Some text in the packet.
+/// A text in the packet.
 struct Text {
   const Byte* bytes;
   std::uint32_t length;
 };
 
-/// A finished AMF0 object or array: what a reference to it copies.
+/// A complete AMF0 object or array, and the cost of a reference to it, which copies it.
 struct AMF0Entry {
   Cost cost;
-  std::uint32_t height;              // containers inside one another, itself included
-  std::uint32_t switchedReferences;  // AMF3 references right behind a switch marker
+  std::uint32_t height;              // depth of nested objects and arrays, including itself
+  std::uint32_t switchedReferences;  // AMF3 references directly after a switch marker
 };
 
 /// An entry of the AMF3 object table.
@@ -46,8 +46,7 @@ struct TraitsEntry {
   std::uint64_t nameBytes;    // text of their names
   std::uint32_t classNameLength;
   std::uint32_t sealedCount;
-  std::uint32_t
-      present;  // members attached by now; an externalizable object gets its only one at its end
+  std::uint32_t present;  // members so far; an externalizable object gets its only one at its end
   bool dynamic;
 };
 
@@ -65,8 +64,8 @@ enum class FrameKind : std::uint8_t {
 /// An open object or array.
 struct Frame {
   Cost start;                   // the totals before it
-  std::uint32_t switchedStart;  // the same for the switched references
-  std::uint32_t remaining;      // values or members still to come, by count
+  std::uint32_t switchedStart;  // the switched references before it
+  std::uint32_t remaining;      // remaining values or members, if they are counted
   std::uint32_t entry;          // AMF3: its index in the object table
   std::uint32_t traits;         // external3: its index in the traits table
   std::uint32_t height;
@@ -78,13 +77,13 @@ static_assert(sizeof(AMF0Entry) <= 48 && sizeof(AMF3Entry) <= 48 && sizeof(Trait
                   sizeof(Text) <= 16 && sizeof(Frame) <= 56,
               "the memory bound of verifyPacket");
 
-/// Where the fields go when nobody wants to see them: costs nothing.
+/// The sink of verifyPacket: it receives no fields and costs nothing.
 struct NoSink {
   static constexpr bool kActive = false;
 };
 
-/// `Sink::field(kind, offset, length, value, depth, of)` is told every field that was read whole,
-/// unless `Sink::kActive` is false.
+/// Calls `Sink::field(kind, offset, length, value, depth, of)` for every field that was read
+/// completely, unless `Sink::kActive` is false.
 template <class Sink>
 class Walker {
  public:
@@ -98,13 +97,13 @@ class Walker {
         maxCopied(largest(verifyLimits.maxCopiedBytes)),
         sink(fieldSink) {}
 
-  /// Walks the whole packet and reports.
+  /// Checks the whole packet and returns the result.
   AMFVerifyResult run();
 
  private:
   using Kind = AMFFieldKind;
 
-  // All functions that return bool: false when the walk is over.
+  // Every function that returns bool returns false if the check has ended.
 
   // The envelope
   bool package();
@@ -134,7 +133,7 @@ class Walker {
     }
   }
 
-  // Ends of the walk
+  // Ends of the check
   bool truncated(std::uint32_t length);
   bool fail(AMFVerifyStatus status);
   bool refuse(const char* text);
@@ -174,7 +173,7 @@ class Walker {
   bool readMember0(std::uint32_t& marker);
   bool close0(const Frame& frame, const Cost& cost);
 
-  // AMF3. `switched`: right behind a switch marker.
+  // AMF3. `switched`: directly after a switch marker.
   bool value3(bool switched);
   bool readU29(Kind of, std::uint32_t& value);
   bool readString3(Kind kind, Text& text, bool& referenced);

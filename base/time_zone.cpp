@@ -10,8 +10,18 @@
 void amf2json::readTimeZone() {
   _tzset();
 }
-bool amf2json::toLocalTime(std::time_t seconds, std::tm& local) {
+bool amf2json::toLocalTime(Seconds seconds, std::tm& local) {
   return localtime_s(&local, &seconds) == 0;
+}
+
+#elif defined(__EMSCRIPTEN__)
+
+// WebAssembly has no time zone: UTC. Its C library has this function in gmtime_r, which takes a time_t.
+extern "C" int __secs_to_tm(long long seconds, struct tm* local);
+
+void amf2json::readTimeZone() {}
+bool amf2json::toLocalTime(Seconds seconds, std::tm& local) {
+  return __secs_to_tm(seconds, &local) == 0;
 }
 
 #else
@@ -19,7 +29,7 @@ bool amf2json::toLocalTime(std::time_t seconds, std::tm& local) {
 void amf2json::readTimeZone() {
   tzset();
 }
-bool amf2json::toLocalTime(std::time_t seconds, std::tm& local) {
+bool amf2json::toLocalTime(Seconds seconds, std::tm& local) {
   return localtime_r(&seconds, &local) != nullptr;
 }
 

@@ -19,11 +19,11 @@ namespace {
 
 constexpr int kYearBase = 1900;
 
-// Whole seconds, or 0 for what std::time_t cannot hold.
-std::time_t toSeconds(double timeMs) {
+// Whole seconds, or 0 for what Seconds cannot hold.
+Seconds toSeconds(double timeMs) {
   const double seconds = std::trunc(timeMs / 1000.0);
-  const double limit = std::ldexp(1.0, std::numeric_limits<std::time_t>::digits);
-  return seconds >= -limit && seconds < limit ? static_cast<std::time_t>(seconds) : 0;
+  const double limit = std::ldexp(1.0, std::numeric_limits<Seconds>::digits);
+  return seconds >= -limit && seconds < limit ? static_cast<Seconds>(seconds) : 0;
 }
 
 void putTwo(char* to, int value, char lead) {

@@ -80,8 +80,9 @@ export interface Field {
    * "marker0", "marker3" (value types of AMF0 and AMF3), "length", "count", "reference0", "reference3", "head" (AMF3
    * lengths, counts and traits), "integer", "number", "boolean", "timeMs", "timeZone", "headerName", "targetUri",
    * "responseUri", "className", "memberName", "string", "xml", "byteArray", "end"; in the published formats also
-   * "flags", "item", "fixed", "weak", "signature", "size", "tag", "raw" (a salvaged section) and "trailing"; last,
-   * where bytes are refused, "error": it begins at the refused byte, covers the rest, and its meaning is the reason.
+   * "flags", "item", "fixed", "weak", "signature", "size", "tag" and "raw" (a salvaged section, or bytes that are no
+   * values). "trailing" is what follows. Where bytes are refused the last one is "error": it begins at the refused byte
+   * and covers the rest, and its meaning is the reason; in front of it, "incomplete" is the beginning of what is refused.
    */
   kind: string;
   /** English, such as "number 1.5" or "string of 5 bytes". */
@@ -128,6 +129,7 @@ export interface Verdict {
   messages: number;
   nodes: number;
   depth: number;
+  /** Memory of the tree, as decode() of this module needs it. */
   treeBytes: number;
   /** Declared lengths that are neither unknown nor true. */
   lyingLengths: number;
@@ -182,6 +184,6 @@ export interface Api {
 
 /**
  * Makes the calls out of the bytes of amf2json.wasm, or of a module compiled from them. All calls are synchronous, and
- * work in a Worker, too. Each instance has a memory of its own, which grows and does not shrink.
+ * work in a Worker, too. One that took much memory gives it back when it ends.
  */
 export function instantiate(wasm: BufferSource | WebAssembly.Module): Promise<Api>;

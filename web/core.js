@@ -94,7 +94,7 @@ function checkedClasses(classes) {
 }
 
 function checkedBytes(bytes) {
-  if (bytes instanceof Uint8Array) return bytes;
+  if (Object.prototype.toString.call(bytes) === "[object Uint8Array]") return bytes; // of any realm
   return wrong("bytes", "a Uint8Array");
 }
 
@@ -141,14 +141,6 @@ class Machine {
     const imports = {
       env: { emscripten_notify_memory_growth() {} },
       wasi_snapshot_preview1: {
-        // No environment: without TZ the time zone is UTC.
-        environ_sizes_get: (count, size) => {
-          const memory = new DataView(this.exports.memory.buffer);
-          memory.setUint32(count, 0, true);
-          memory.setUint32(size, 0, true);
-          return 0;
-        },
-        environ_get: () => 0,
         proc_exit(status) {
           throw new Error(`the library has ended with status ${status}`);
         },

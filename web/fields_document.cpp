@@ -108,7 +108,7 @@ void WireFields::endSection() {
 
 void WireFields::endDocument(const AMFWireString& trailing, const AMFWireString& error) {
   const std::size_t begin = bytes.size() - trailing.length;
-  if (form == AMFWireForm::flv) tagsUpTo(begin);
+  if (form == AMFWireForm::flv) tagsUpTo(begin, false);
   std::string meaning = "trailing: " + pluralize(trailing.length, "byte");
   if (error.length > 0) meaning += ", " + std::string(error.data, error.length);
   fields.add("trailing", trailing.length, paths.key(kDocument, "trailing"), meaning);
@@ -119,13 +119,13 @@ void WireFields::endDocument(const AMFWireString& trailing, const AMFWireString&
 // The byte 00 behind the entry before, unless there is none.
 void WireFields::entryEnd() {
   if (frames.back().next == 0 || fields.rest().empty()) return;
-  fields.add("end", 1, pending, "end of the entry");
+  fields.add("end", 1, frames.back().place, "end of the entry");
 }
 
 // ---- FLV files
 
 void WireFields::beginScriptTag(const AMFWireSection& begun) {
-  tagsUpTo(begun.offset);
+  tagsUpTo(begun.offset, true);
   section = paths.item(list, sections++);
   const Place values = paths.key(section, "values");
   push(Kind::list, values, values);
@@ -138,9 +138,9 @@ void WireFields::skipFirstByte() {
   fields.add("signature", 1, section, "the first byte of a script tag of type 15");
 }
 
-// From behind the tag before to the body of a tag at `offset`, or to the end of what was read. Tags between have no
+// From behind the tag before to the body of a tag at `offset`, or to the end of what was read there. Tags between have no
 // values. Each has the size of the tag before in front.
-void WireFields::tagsUpTo(std::size_t offset) {
+void WireFields::tagsUpTo(std::size_t offset, bool isBody) {
   if (fields.position() == kFlvHead) {
     const std::size_t headSize =
         static_cast<std::size_t>(byteAt(5)) << 24 | byteAt(6) << 16 | byteAt(7) << 8 | byteAt(8);
@@ -150,7 +150,7 @@ void WireFields::tagsUpTo(std::size_t offset) {
     plain("size", 4, kDocument);
     if (fields.position() >= offset) return;
     const unsigned type = byteAt(fields.position());
-    const bool isWanted = fields.position() + kTagHead == offset;
+    const bool isWanted = isBody && fields.position() + kTagHead == offset;
     const Place place = isWanted ? paths.item(list, sections) : kDocument;
     fields.add("tag", 1, place, "tag of type " + std::to_string(type));
     const std::uint32_t length = peek(3);

@@ -15,7 +15,9 @@ namespace web {
 namespace {
 
 constexpr std::size_t kShownText = 64;
-constexpr std::uint8_t kInlineTraits = 2;
+constexpr std::uint32_t kInlineTraits = 2;
+constexpr std::uint32_t kExternal = 4;
+constexpr std::uint32_t kDynamic = 8;
 
 std::string_view viewOf(const AMFWireString& text) {
   return {text.data, text.length};
@@ -43,8 +45,8 @@ JsonPaths::Place WireFields::take() {
     case Kind::dictionary: break;
   }
   const std::uint32_t number = frame.next++;
-  if (number % 2 == 0) pending = paths.item(frame.place, number / 2);
-  return paths.item(pending, number % 2);
+  if (number % 2 == 0) frame.object = paths.item(frame.place, number / 2);
+  return paths.item(frame.object, number % 2);
 }
 
 void WireFields::enter(Place value) {
@@ -53,7 +55,7 @@ void WireFields::enter(Place value) {
 
 // The next member's name.
 void WireFields::name(Frame& frame, std::string_view text) {
-  pending = paths.member(frame.object, text, frame.next++);
+  pending = frame.place = paths.member(frame.object, text, frame.next++);
   if (frame.sealedLeft > 0) {
     --frame.sealedLeft;  // looked at with its traits
     return;
@@ -110,15 +112,28 @@ void WireFields::string16(const char* kind, Place place) {
   payload(kind, length, place);
 }
 
-// A length, count or traits; or a reference, which has the lowest bit clear.
+// A count, traits or what announces a date; or a reference, which has the lowest bit clear.
 std::uint32_t WireFields::head(Place place, const char* of) {
   std::size_t length;
   const std::uint32_t value = peekU29(length);
-  const std::string number = std::to_string(value >> 1);
   if ((value & 1) != 0) {
-    fields.add("head", length, place, of + (" " + number));
+    fields.add("head", length, place, words(value >> 1, of));
   } else {
-    fields.add("reference3", length, place, std::string("reference to ") + of + " " + number);
+    fields.add("reference3", length, place, "reference to value " + std::to_string(value >> 1));
+  }
+  return value;
+}
+
+std::uint32_t WireFields::traitsHead(Place place) {
+  std::size_t length;
+  const std::uint32_t value = peekU29(length);
+  if ((value & kInlineTraits) == 0) {
+    fields.add("head", length, place, "traits " + std::to_string(value >> 2));
+  } else {
+    fields.add("head", length, place,
+               "traits: " + words(value >> 4, "sealed member") +
+                   ((value & kDynamic) != 0 ? ", dynamic" : "") +
+                   ((value & kExternal) != 0 ? ", externalizable" : ""));
   }
   return value;
 }
@@ -186,7 +201,9 @@ void WireFields::date(double timeMs, std::int16_t zone) {
   const Place place = take();
   marker(place);
   if (amf3) {
-    head(place, "date");
+    std::size_t length;
+    peekU29(length);
+    fields.add("head", length, place, "a date");
     enter(place);
   }
   fields.add("timeMs", 8, place, "timeMs " + dateText(timeMs));
@@ -225,7 +242,7 @@ void WireFields::beginArray(const AMFWireArray& array) {
   enter(place);
   push(array.hasMembers ? Kind::named : Kind::plainArray, place, place);
   if (!amf3) return plain("count", 4, place);
-  head(place, "dense values:");
+  head(place, "dense value");
   if (!array.hasMembers) string3("memberName", place);  // the empty one
 }
 
@@ -249,7 +266,7 @@ void WireFields::beginObject(const AMFWireObject& object) {
     frame.ending = Ending::amf0;
     return;
   }
-  traitsFields(head(place, "traits"), place);
+  traitsFields(traitsHead(place), place);
   if (object.traits >= traits.size()) {
     // Traits of externalizables are in the table, too, and never asked for.
     traits.resize(object.traits + 1);
@@ -272,7 +289,7 @@ void WireFields::beginExternal(const AMFWireExternal& external) {
   const Place place = take();
   marker(place);
   enter(place);
-  traitsFields(head(place, "traits"), place);
+  traitsFields(traitsHead(place), place);
   if (external.smallMessage) return push(Kind::named, place, place);
   const bool isOne = external.count == 1;
   push(isOne ? Kind::one : Kind::list, paths.key(place, isOne ? "$value" : "$values"), place);
@@ -282,7 +299,7 @@ void WireFields::beginVector(const AMFWireVector& vector) {
   const Place place = take();
   marker(place);
   enter(place);
-  head(place, "items:");
+  head(place, "item");
   fields.add("fixed", 1, place, vector.fixed ? "fixed true" : "fixed false");
   if (vector.kind == AMFWireVectorKind::object) string3("className", place);
   push(Kind::list, paths.key(place, "$items"), place);
@@ -309,7 +326,7 @@ void WireFields::beginDictionary(std::uint32_t, bool weak) {
   const Place place = take();
   marker(place);
   enter(place);
-  head(place, "pairs:");
+  head(place, "pair");
   fields.add("weak", 1, place, weak ? "weak true" : "weak false");
   push(Kind::dictionary, paths.key(place, "$dictionary"), place);
 }

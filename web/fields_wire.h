@@ -71,8 +71,8 @@ class WireFields : public AMFWireSink {
   enum class Ending : std::uint8_t { none, amf0, emptyName };
   struct Frame {
     Kind kind;
-    Place place;
-    Place object;  // whose members are named
+    Place place;   // named: of the last member
+    Place object;  // whose members are named; the pair of a dictionary
     Ending ending = Ending::none;
     bool isEntries = false;
     bool isObject3 = false;
@@ -100,6 +100,7 @@ class WireFields : public AMFWireSink {
   std::uint32_t peekU29(std::size_t& length) const;
   void marker(Place place);
   std::uint32_t head(Place place, const char* of);
+  std::uint32_t traitsHead(Place place);
   void string16(const char* kind, Place place);
   void string3(const char* kind, Place place);
   void text(const char* kind, const AMFWireString& value, Place place);
@@ -108,7 +109,7 @@ class WireFields : public AMFWireSink {
   void plain(const char* kind, std::size_t length, Place place);  // a whole number
 
   // FLV: what stands in front of a script tag
-  void tagsUpTo(std::size_t offset);
+  void tagsUpTo(std::size_t offset, bool isBody);
   void entryEnd();
   void beginScriptTag(const AMFWireSection& section);
   void skipFirstByte();

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Doubles are written and read bit for bit as on the machine that builds: ten million of them, random bit patterns and
+// edge cases. numbers.cpp prints hashes of what becomes of them.
+import assert from "node:assert/strict";
+import { join } from "node:path";
+import { test } from "node:test";
+import { fileURLToPath } from "node:url";
+import { linesOf, native, scale, web } from "./support.mjs";
+
+const runner = fileURLToPath(new URL("run_wasi.mjs", import.meta.url));
+
+test("ten million doubles", () => {
+  const count = String(Math.ceil(10_000_000 * scale));
+  const expected = linesOf(join(native, "numbers"), [count]);
+  const found = linesOf(process.execPath, [runner, join(web, "numbers.wasm"), count]);
+  assert.ok(expected.length > Number(count) / 100_000);
+  assert.deepEqual(found, expected);
+});

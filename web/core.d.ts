@@ -98,7 +98,7 @@ export interface Field {
 /** The limits of the guard (AMFGuard.h), which stand before decode(). */
 export interface GuardLimits {
   maxPacketBytes?: number;
-  /** At most 4000; 64 unless set. */
+  /** At most 4000; 64 unless set. The host's stack may be too small for more than 500: the code is "depthLimit" then. */
   maxDepth?: number;
   maxNodes?: number;
   maxTreeBytes?: number;

@@ -79,3 +79,15 @@ test("an instance that has grown large is replaced", async () => {
     release();
   }
 });
+
+test("an instance that ran out of stack is replaced", async () => {
+  const { api: calls, seen, release } = await watched();
+  try {
+    const deep = fromHex("0A00000001".repeat(4000) + "05");
+    assert.throws(() => calls.decode(deep, { as: "amf0", maxDepth: 4000 }), { code: "depthLimit" });
+    assert.equal(seen.instances, 2);
+    assert.match(calls.decode(fromHex("05"), { as: "amf0" }), /null/);
+  } finally {
+    release();
+  }
+});

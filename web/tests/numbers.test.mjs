@@ -10,8 +10,10 @@ import { linesOf, native, scale, web } from "./support.mjs";
 
 const runner = fileURLToPath(new URL("run_wasi.mjs", import.meta.url));
 
-test("ten million doubles", () => {
-  const count = String(Math.ceil(10_000_000 * scale));
+const wanted = Math.ceil(10_000_000 * scale);
+
+test(`${wanted} doubles`, () => {
+  const count = String(wanted);
   const expected = linesOf(join(native, "numbers"), [count]);
   const found = linesOf(process.execPath, [runner, join(web, "numbers.wasm"), count]);
   assert.ok(expected.length > Number(count) / 100_000);

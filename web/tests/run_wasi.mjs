@@ -6,4 +6,4 @@ import { WASI } from "node:wasi";
 
 const wasi = new WASI({ version: "preview1", args: process.argv.slice(2) });
 const module = await WebAssembly.compile(readFileSync(process.argv[2]));
-wasi.start(await WebAssembly.instantiate(module, wasi.getImportObject()));
+wasi.start(await WebAssembly.instantiate(module, { wasi_snapshot_preview1: wasi.wasiImport }));

@@ -117,7 +117,7 @@ std::uint32_t WireFields::head(Place place, const char* of) {
   std::size_t length;
   const std::uint32_t value = peekU29(length);
   if ((value & 1) != 0) {
-    fields.add("head", length, place, words(value >> 1, of));
+    fields.add("head", length, place, pluralize(value >> 1, of));
   } else {
     fields.add("reference3", length, place, "reference to value " + std::to_string(value >> 1));
   }
@@ -131,7 +131,7 @@ std::uint32_t WireFields::traitsHead(Place place) {
     fields.add("head", length, place, "traits " + std::to_string(value >> 2));
   } else {
     fields.add("head", length, place,
-               "traits: " + words(value >> 4, "sealed member") +
+               "traits: " + pluralize(value >> 4, "sealed member") +
                    ((value & kDynamic) != 0 ? ", dynamic" : "") +
                    ((value & kExternal) != 0 ? ", externalizable" : ""));
   }

@@ -167,6 +167,12 @@ class App {
     return { as: $("as").value, salvage: $("salvage").checked, external };
   }
 
+  // What an archive calls AMF is a packet: a damaged one may pass for a run of values.
+  optionsFor(packet) {
+    const { options } = this;
+    return packet.source.index !== undefined && options.as === "auto" ? { ...options, as: "packet" } : options;
+  }
+
   openPacket(index) {
     this.list.setCurrent(index);
     const packet = this.list.packets[index];
@@ -192,7 +198,8 @@ class App {
   // Reads bytes and shows what they are. `isNew`: the editor gets their text, too.
   async read(bytes, isNew) {
     const turn = this.turn += 1;
-    const { current, options } = this;
+    const { current } = this;
+    const options = this.optionsFor(current.packet);
     try {
       const answer = await this.work.ask("open", { bytes, options });
       if (turn !== this.turn) return;
@@ -396,7 +403,7 @@ class App {
     const other = value === "opened" ? packet : this.list.packets[Number(value)];
     const turn = this.turn;
     try {
-      const answer = await this.work.ask("diff", { left: other.bytes, right: bytes, options: this.options });
+      const answer = await this.work.ask("diff", { left: other.bytes, right: bytes, options: this.optionsFor(packet) });
       if (turn !== this.turn) return;
       this.compare.show(answer);
       const name = value === "opened" ? "as it was opened" : other.name;

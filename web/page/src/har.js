@@ -8,7 +8,7 @@ const amfType = /^\s*application\/(x-amf|amf)\b/i;
 
 // A list of { index, direction, method, url, status, time, bytes, how, replaced, missing, isAmf }:
 // how: "base64", "code points" or "text"; replaced: number of U+FFFD, in `bytes` as EF BF BD;
-// missing: bytes that the archive counts and does not hold. `isRead(bytes)` says whether bytes are AMF to the last one.
+// missing: bytes that the archive counts and does not hold. `isRead(bytes)` says whether bytes are a packet to the last one.
 // Throws Error where it is no archive.
 export function readHar(text, isRead = () => false) {
   const entries = JSON.parse(text)?.log?.entries;
@@ -65,17 +65,17 @@ function bodyOf(holder, size, isRead) {
   const missing = text === "" ? counted : 0;
   if (holder?.encoding === "base64") {
     const bytes = fromBase64(text);
-    if (bytes) return { bytes, how: "base64", replaced: countReplacedBody(bytes), missing };
+    if (bytes) return { bytes, how: "base64", replaced: isRead(bytes) ? 0 : countReplacedBody(bytes), missing };
   }
   const latin1 = fromLatin1(text);
   const bytes = utf8(text);
   const isText = !latin1 || (bytes.length === counted || isRead(bytes)) && !(latin1.length === counted || isRead(latin1));
-  return isText ? { bytes, how: "text", replaced: countReplaced(bytes), missing }
+  return isText ? { bytes, how: "text", replaced: isRead(bytes) ? 0 : countReplaced(bytes), missing }
     : { bytes: latin1, how: "code points", replaced: 0, missing };
 }
 
-// In base64, too, may stand what a recorder had decoded before: then there are many. A packet of its own right may
-// hold a U+FFFD that somebody wrote: bytes from 80 on that belong to no character prove that nothing was decoded.
+// Of bytes that cannot be read. In base64, too, may stand what a recorder had decoded before: then they are UTF-8. Bytes
+// from 80 on that belong to no character prove that nothing was decoded.
 function countReplacedBody(bytes) {
   try {
     new TextDecoder("utf-8", { fatal: true }).decode(bytes);

@@ -10,7 +10,7 @@ const mostWrappers = 8;
 
 // Returns { kind: "bytes", bytes, wrappers, notes, source }, { kind: "har", entries } or { kind: "document", text }.
 // Throws Error with a sentence for the user.
-// `isRead(bytes)` says whether bytes are AMF to the last one.
+// `isRead(bytes)` says whether bytes are a packet to the last one.
 export async function parseInput(bytes, isRead) {
   const wrappers = [];
   const notes = [];

@@ -35,7 +35,7 @@ const tasks = {
   },
 
   parse: async ({ bytes }) => {
-    const result = await parseInput(bytes, (some) => api.identify(some).form !== null);
+    const result = await parseInput(bytes, (some) => api.identify(some).form === "packet");
     return { result, transfer: result.kind === "bytes" ? [result.bytes.buffer] : [] };
   },
 

@@ -73,7 +73,7 @@ export function sample(name) {
 export function breakOuts() {
   const texts = new Map();
   for (const file of ["escape_browser_test.cpp", "escape_node_test.cpp"]) {
-    const source = readFileSync(path.join(project, "tests", file), "utf8");
+    const source = readFileSync(path.join(project, "tests/guard", file), "utf8");
     const table = /kAttacks\[\] = \{\n([^]*?)\n\};/.exec(source)[1].replace(/\/\/ .*$/gm, "");
     for (const [literal] of table.matchAll(/"(?:[^"\\]|\\.)*"/g)) {
       const text = JSON.parse(literal);

@@ -102,28 +102,46 @@ export async function openPage(browser, options = {}) {
     window.ran = [];
     window.pwned = () => window.ran.push("pwned");
     window.alert = () => window.ran.push("alert");
-    window.longTasks = [];
-    new PerformanceObserver((list) => window.longTasks.push(...list.getEntries().map((entry) => entry.duration)))
-      .observe({ type: "longtask", buffered: true });
   });
   await page.goto(pageUrl);
   await page.waitForFunction(() => document.getElementById("version").textContent !== "");
   return page;
 }
 
-// Drops files on the page, as a mouse does, and waits until the page has nothing to do.
-export async function drop(page, ...files) {
+// The files as a mouse carries them.
+export function carried(page, ...files) {
   const list = files.map(({ name, bytes }) => ({ name, base64: Buffer.from(bytes).toString("base64") }));
-  const transfer = await page.evaluateHandle((items) => {
+  return page.evaluateHandle((items) => {
     const data = new DataTransfer();
     for (const { name, base64 } of items) {
       data.items.add(new File([Uint8Array.from(atob(base64), (c) => c.charCodeAt(0))], name));
     }
     return data;
   }, list);
-  await page.dispatchEvent("body", "dragover", { dataTransfer: transfer });
-  await page.dispatchEvent("body", "drop", { dataTransfer: transfer });
+}
+
+// Drops them on the page, and waits until the page has nothing to do.
+export async function dropCarried(page, dataTransfer) {
+  await page.dispatchEvent("body", "dragover", { dataTransfer });
+  await page.dispatchEvent("body", "drop", { dataTransfer });
   await settle(page);
+}
+
+export async function drop(page, ...files) {
+  await dropCarried(page, await carried(page, ...files));
+}
+
+// Milliseconds of the longest task of the page's main thread while `run` runs: processor time, so that other processes
+// add nothing to it.
+export async function longestTask(browser, page, run) {
+  await browser.startTracing(page, { categories: ["toplevel"] });
+  await run();
+  const { traceEvents } = JSON.parse((await browser.stopTracing()).toString());
+  const thread = ({ pid, tid }) => `${pid}:${tid}`;
+  const main = new Set(traceEvents.filter(({ name, args }) => name === "thread_name" && args.name === "CrRendererMain").map(thread));
+  const tasks = traceEvents.filter((event) => event.name === "ThreadControllerImpl::RunTask" && main.has(thread(event)) && event.tdur !== undefined);
+  if (tasks.length === 0) throw new Error("no task of the page in the trace");
+  return Math.max(...tasks.map(({ tdur }) => tdur)) / 1000;
 }
 
 export async function settle(page) {

@@ -16,7 +16,7 @@ after(() => browser.close());
 
 // A test with a page of its own; at its end no script has failed and nothing was asked for.
 function inPage(name, run, options = {}) {
-  test(name, async () => {
+  test(name, { timeout: 60_000 }, async () => {
     const page = await openPage(browser, options);
     try {
       await run(page);
@@ -266,10 +266,14 @@ inPage("everything with keys", async (page) => {
 
 // ---- No connection
 
-test("nothing leaves the page: its policy stops what a script would try", async () => {
+test("nothing leaves the page: its policy stops what a script would try", { timeout: 60_000 }, async (context) => {
   let connections = 0;
   const server = http.createServer((request, response) => response.end("reached")).on("connection", () => { connections += 1; });
   await new Promise((resolve) => { server.listen(0, "127.0.0.1", resolve); });
+  context.after(() => {
+    server.close();
+    server.closeAllConnections();
+  });
   const url = `http://127.0.0.1:${server.address().port}/`;
   const page = await openPage(browser);
   await drop(page, call);
@@ -295,7 +299,6 @@ test("nothing leaves the page: its policy stops what a script would try", async 
   assert.deepEqual(tried, { fetch: "refused", image: "refused", script: "refused", style: "refused", evaluated: "refused" });
   assert.equal(connections, 0);
   await page.context().close();
-  await new Promise((resolve) => { server.close(resolve); });
 });
 
 test("the policy", () => {

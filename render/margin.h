@@ -21,6 +21,8 @@ class Margin {
   std::size_t size() const { return length; }
   std::size_t sizeWithin(std::size_t levels) const { return length + levels * unit.size(); }
   std::size_t lineEndSize() const { return lineEnd; }
+  // Whether the indentation is one character over and over, and a level in and out changes nothing.
+  bool isBalanced() const { return isEven && (unit.size() == 1 || length == lineEnd); }
   std::string_view indentation() const { return {text + lineEnd, length - lineEnd}; }
 
   // One level in.
@@ -36,7 +38,7 @@ class Margin {
     if (!isEven) std::memmove(text + lineEnd, text + lineEnd + 1, length - lineEnd);
   }
 
-  char* write(char* to) const {
+  AMF2JSON_HOT char* write(char* to) const {
     std::memcpy(to, text, kWord);
     if (length > kWord) writeRest(to + kWord);
     return to + length;

@@ -5,6 +5,8 @@
 #include "AMF2JSON.h"
 #include "render/writer.h"
 
+using namespace amf2json;
+
 namespace amf2json::render {
 
 // A member that has a step of its own in the script path.
@@ -31,8 +33,13 @@ char* Writer::writeElements(char* to, std::string_view name, const AMFNode* node
   const auto count = static_cast<std::uint32_t>(node->children.size());
   const bool isFirstLevel = p.trackDepth && p.childDepth == 1;
   for (std::uint32_t i = 0; i < count; ++i) {
+    const AMFNode* const child = node->children[i];
+    if (p.jsonOnly && child && isShort(to, child, node->version)) {
+      to = writeShort(to, static_cast<const AMFPair*>(child));
+      continue;
+    }
     if (!p.jsonOnly) pushElement(name, i);
-    to = writeNode(to, node->children[i], node->version);  // a missing one leaves no trace
+    to = writeNode(to, child, node->version);  // a missing one leaves no trace
     if (!p.jsonOnly) popSegment(state);
     if (isFirstLevel) p.nextPrefixBare = true;
     // The rest of the list would leave no trace but that of its steps in the path.

@@ -4,7 +4,6 @@
 // Writer::writeNode. Tested by tests/render_node_test.cpp.
 #include "AMF2JSON.h"
 #include "model/attach.h"
-#include "render/fetch_ahead.h"
 #include "render/type_line.h"
 #include "render/writer.h"
 
@@ -45,7 +44,7 @@ char* Writer::writeNode(char* to, const AMFNode* node, AMFVersion parentVersion)
     return writeWrapped(to, node, parentVersion);
   }
   if (!isAlwaysBlock(node)) return writeScalar(to, node, false);
-  if (node->type == AMFNode::AMF_PAIR && isShort(to, static_cast<const AMFPair*>(node))) {
+  if (isShort(to, node, parentVersion)) {
     return writeShort(to, static_cast<const AMFPair*>(node));
   }
   to = openBrackets(to, '{', '}');

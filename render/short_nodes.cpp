@@ -7,7 +7,6 @@
 
 #include "AMF2JSON.h"
 #include "render/escape.h"
-#include "render/fetch_ahead.h"
 #include "render/type_line.h"
 #include "render/writer.h"
 
@@ -25,18 +24,17 @@ constexpr std::size_t kLineMax = 48;
 constexpr std::size_t kStringsMax = 2 * 2 * kShortMax;
 
 // A date or a scalar of a few bytes, bare or in one block.
-bool isShortValue(const AMFNode* node, AMFVersion parentVersion) {
+AMF2JSON_HOT bool isShortValue(const AMFNode* node, AMFVersion parentVersion) {
   if (!node || (isReference(node) && switchesVersion(node, parentVersion))) return false;
-  switch (node->type) {
-    case AMFNode::AMF_STRING: return static_cast<const AMFString*>(node)->length <= kShortMax;
-    case AMFNode::AMF_DOUBLE:
-      return std::fabs(static_cast<const AMFDouble*>(node)->value) < kShortNumber;
-    case AMFNode::AMF_NULL:
-    case AMFNode::AMF_BOOL:
-    case AMFNode::AMF_INT:
-    case AMFNode::AMF_DATE: return true;
-    default: return false;
+  if (node->type == AMFNode::AMF_STRING) {
+    return static_cast<const AMFString*>(node)->length <= kShortMax;
   }
+  if (node->type == AMFNode::AMF_DOUBLE) {
+    return std::fabs(static_cast<const AMFDouble*>(node)->value) < kShortNumber;
+  }
+  constexpr std::uint32_t kShortKinds = 1u << AMFNode::AMF_NULL | 1u << AMFNode::AMF_BOOL |
+                                        1u << AMFNode::AMF_INT | 1u << AMFNode::AMF_DATE;
+  return node->type <= AMFNode::AMF_PACKAGE && (kShortKinds >> node->type & 1u) != 0;
 }
 
 bool isBlock(const AMFNode* node, AMFVersion parentVersion) {
@@ -52,10 +50,14 @@ std::string_view textBetween(const char* start, const char* end) {
 
 // And not at the outermost level, nor where the output limit may be passed inside. In a script both
 // are bare.
-bool Writer::isShort(const char* to, const AMFPair* pair) const {
-  if (!lineEndDue || p.closerStack.empty() || margin.sizeWithin(2) >= kMarginMax) return false;
-  if (p.trackDepth || !isShortValue(pair->name, pair->version) ||
-      !isShortValue(pair->value, pair->version)) {
+bool Writer::isShort(const char* to, const AMFNode* node, AMFVersion parentVersion) const {
+  if (node->type != AMFNode::AMF_PAIR || isReference(node) ||
+      switchesVersion(node, parentVersion)) {
+    return false;
+  }
+  const auto* const pair = static_cast<const AMFPair*>(node);
+  if (!lineEndDue || p.closerStack.empty() || margin.sizeWithin(2) >= kMarginMax || p.trackDepth ||
+      !isShortValue(pair->name, pair->version) || !isShortValue(pair->value, pair->version)) {
     return false;
   }
   if (p.jsonOnly && p.outputLimitReached) return true;
@@ -69,20 +71,72 @@ std::size_t Writer::shortPairRoom() const {
   return kLines * (margin.sizeWithin(2) + kLineMax) + kStringsMax + kSpill;
 }
 
+// A short pair's fixed texts at this margin, which is balanced.
+const PairTexts& Writer::pairTexts() {
+  if (pairs.margin != margin.size()) {
+    pairs.margin = margin.size();
+    const auto end = [](PairTexts::Text& text, const char* to) {
+      text.size = static_cast<std::size_t>(to - text.bytes);
+    };
+    end(pairs.closing, put(margin.write(pairs.closing.bytes), "},"));
+    char* const to = put(margin.write(pairs.opening.bytes), '{');
+    margin.deepen();
+    end(pairs.opening, kName.write(margin.write(putTypeLine(margin.write(to), AMFNode::AMF_PAIR))));
+    end(pairs.value, kValue.write(margin.write(put(pairs.value.bytes, ','))));
+    margin.shallow();
+  }
+  return pairs;
+}
+
 char* Writer::writeShort(char* to, const AMFPair* pair) {
   fetchAhead(pair->name);
   fetchAhead(pair->value);
-  to = putOpening(json.room(to, shortPairRoom()));
-  to = putTypeLine(margin.write(to), AMFNode::AMF_PAIR);
-  if (p.jsonOnly) {
-    to = put(putShortMember(to, kName, pair->name, pair->version), ',');
-    to = putShortMember(to, kValue, pair->value, pair->version);
+  to = json.room(to, shortPairRoom());
+  if (p.jsonOnly && margin.isBalanced()) {
+    to = putPair(to, pair, pairTexts());
   } else {
-    to = putScriptedPair(to, pair);
+    to = putOpening(to);
+    to = putTypeLine(margin.write(to), AMFNode::AMF_PAIR);
+    if (p.jsonOnly) {
+      to = put(putShortMember(to, kName, pair->name, pair->version), ',');
+      to = putShortMember(to, kValue, pair->value, pair->version);
+    } else {
+      to = putScriptedPair(to, pair);
+    }
+    margin.shallow();
+    to = put(margin.write(to), "},");
   }
-  margin.shallow();
   p.scriptStatementStart = true;
-  return put(margin.write(to), "},");
+  return to;
+}
+
+// Fixed texts are copied whole where no soft break falls into them.
+AMF2JSON_HOT char* Writer::putPair(char* to, const AMFPair* pair, const PairTexts& texts) {
+  if (json.sizeAt(to) + texts.opening.size < breakMark) {
+    to = texts.opening.write(to);
+  } else {
+    to = putTypeLine(margin.write(putOpening(to)), AMFNode::AMF_PAIR);
+    to = kName.write(startBreakableLine(to));
+    margin.shallow();
+  }
+  to = putMember(to, pair->name, pair->version);
+  if (json.sizeAt(to) + texts.value.size < breakMark) {
+    to = texts.value.write(to);
+  } else {
+    margin.deepen();
+    to = kValue.write(startBreakableLine(put(to, ',')));
+    margin.shallow();
+  }
+  to = putMember(to, pair->value, pair->version);
+  return texts.closing.write(to);
+}
+
+AMF2JSON_HOT char* Writer::putMember(char* to, const AMFNode* node, AMFVersion parentVersion) {
+  if (!isBlock(node, parentVersion)) return putBare(to, node);
+  margin.deepen();
+  to = putBlock(to, node, parentVersion);
+  margin.shallow();
+  return to;
 }
 
 char* Writer::putOpening(char* to) {
@@ -116,8 +170,11 @@ char* Writer::putShortMember(char* to, const AnyKey& key, const AMFNode* node,
 }
 
 // A value without the comma behind it.
-char* Writer::putShort(char* to, const AMFNode* node, AMFVersion parentVersion) {
-  if (!isBlock(node, parentVersion)) return putBare(to, node);
+AMF2JSON_HOT char* Writer::putShort(char* to, const AMFNode* node, AMFVersion parentVersion) {
+  return isBlock(node, parentVersion) ? putBlock(to, node, parentVersion) : putBare(to, node);
+}
+
+char* Writer::putBlock(char* to, const AMFNode* node, AMFVersion parentVersion) {
   to = putOpening(to);
   if (isReference(node)) {
     to = putTypeLine(margin.write(to), node->type);

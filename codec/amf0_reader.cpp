@@ -157,3 +157,52 @@ AMFArray* Reader::amf0Array(AMFProtocol::AMF0Markers marker) {
 }
 
 }  // namespace amf2json::codec
+
+// The public calls, one value at a time.
+
+using codec::Reader;
+using codec::readMarker;
+
+AMFProtocol::AMF0Markers AMFProtocol::getAMF0Marker() {
+  return readMarker<AMF0Markers>(readCursor);
+}
+AMFNode* AMFProtocol::getAMF0Value() {
+  return Reader(*this, *state).amf0Value();
+}
+
+AMFString* AMFProtocol::getAMF0String(AMF0Markers marker) {
+  if (marker == AMF0_UNDEFINED) marker = getAMF0Marker();
+  if (marker == AMF0_STRING)
+    return Reader(*this, *state).amf0String(big_endian::readU16(readCursor));
+  if (marker == AMF0_LONG_STRING)
+    return Reader(*this, *state).amf0String(big_endian::readU32(readCursor));
+  throw AMFException(reader_texts::kAMF0StringMarker);
+}
+
+AMFDouble* AMFProtocol::getAMF0Number() {
+  return Reader(*this, *state).amf0Number();
+}
+AMFBool* AMFProtocol::getAMF0Bool() {
+  return Reader(*this, *state).amf0Bool();
+}
+AMFDate* AMFProtocol::getAMF0Date() {
+  return Reader(*this, *state).amf0Date();
+}
+AMFXML* AMFProtocol::getAMF0XML() {
+  return Reader(*this, *state).amf0XML();
+}
+AMFNode* AMFProtocol::getAMF0ByReference() {
+  return Reader(*this, *state).amf0ByReference();
+}
+AMFPair* AMFProtocol::getAMF0Pair() {
+  return Reader(*this, *state).amf0Pair();
+}
+
+AMFObject* AMFProtocol::getAMF0Object(AMF0Markers marker) {
+  if (marker == AMF0_UNDEFINED) marker = getAMF0Marker();
+  return Reader(*this, *state).amf0Object(marker);
+}
+AMFArray* AMFProtocol::getAMF0Array(AMF0Markers marker) {
+  if (marker == AMF0_UNDEFINED) marker = getAMF0Marker();
+  return Reader(*this, *state).amf0Array(marker);
+}

@@ -232,3 +232,55 @@ char* Writer::writeAMF0Reference(char* out, std::uint32_t index) {
 }
 
 }  // namespace amf2json::codec
+
+// The public calls, one value at a time.
+
+using codec::Writer;
+
+void AMFProtocol::setNodeValue(const AMFNode* node, AMFVersion placeVersion) {
+  Writer::run(*outputChunks.pieces, &Writer::writeValue, node, placeVersion);
+}
+
+void AMFProtocol::setByteArray(const AMFRaw* node) {
+  Writer::run(*outputChunks.pieces, &Writer::writeBytes, node);
+}
+
+void AMFProtocol::setAMF0String(const AMFString* node, bool withMarker, AMF0Markers marker) {
+  Writer::run(*outputChunks.pieces, &Writer::writeAMF0String, node, withMarker, marker);
+}
+
+void AMFProtocol::setAMF0Bool(const AMFBool* node) {
+  Writer::run(*outputChunks.pieces, &Writer::writeAMF0Bool, node);
+}
+
+void AMFProtocol::setAMF0Int(const AMFInt* node) {
+  Writer::run(*outputChunks.pieces, &Writer::writeAMF0Int, node);
+}
+
+void AMFProtocol::setAMF0Double(const AMFDouble* node) {
+  Writer::run(*outputChunks.pieces, &Writer::writeAMF0Double, node);
+}
+
+void AMFProtocol::setAMF0Date(const AMFDate* node) {
+  Writer::run(*outputChunks.pieces, &Writer::writeAMF0Date, node);
+}
+
+void AMFProtocol::setAMF0XML(const AMFXML* node) {
+  Writer::run(*outputChunks.pieces, &Writer::writeAMF0XML, node);
+}
+
+void AMFProtocol::setAMF0Pair(const AMFPair* pair) {
+  Writer::run(*outputChunks.pieces, &Writer::writeAMF0Pair, pair);
+}
+
+void AMFProtocol::setAMF0Object(const AMFObject* object) {
+  Writer::run(*outputChunks.pieces, &Writer::writeAMF0Object, object);
+}
+
+void AMFProtocol::setAMF0Array(const AMFArray* array) {
+  Writer::run(*outputChunks.pieces, &Writer::writeAMF0Array, array);
+}
+
+void AMFProtocol::setAMF0Reference(unsigned int index) {
+  Writer::run(*outputChunks.pieces, &Writer::writeAMF0Reference, index);
+}

@@ -303,3 +303,64 @@ AMF2JSON_APART void Reader::readExternalized(AMFObject& object) {
 }
 
 }  // namespace amf2json::codec
+
+// The public calls, one value at a time.
+
+using codec::Reader;
+using codec::readMarker;
+
+std::uint32_t AMFProtocol::getVLUnsignedInt() {
+  return big_endian::readU29(readCursor);
+}
+AMFProtocol::AMF3Markers AMFProtocol::getAMF3Marker() {
+  return readMarker<AMF3Markers>(readCursor);
+}
+AMFNode* AMFProtocol::getAMF3Value() {
+  return Reader(*this, *state).amf3Value();
+}
+
+AMFBool* AMFProtocol::getAMF3Bool(AMF3Markers marker) {
+  if (marker == AMF3_UNDEFINED) marker = getAMF3Marker();
+  if (marker != AMF3_TRUE && marker != AMF3_FALSE) {
+    throw AMFException(reader_texts::kAMF3BoolMarker);
+  }
+  return Reader(*this, *state).amf3Bool(marker == AMF3_TRUE);
+}
+
+AMFInt* AMFProtocol::getAMF3Integer() {
+  return Reader(*this, *state).amf3Integer();
+}
+AMFDouble* AMFProtocol::getAMF3Double() {
+  return Reader(*this, *state).amf3Double();
+}
+
+AMFString* AMFProtocol::getAMF3String(bool withMarker) {
+  if (withMarker && getAMF3Marker() != AMF3_STRING) {
+    throw AMFException(reader_texts::kAMF3StringMarker);
+  }
+  return Reader(*this, *state).amf3String();
+}
+
+AMFXML* AMFProtocol::getAMF3XML(AMF3Markers marker) {
+  if (marker == AMF3_UNDEFINED) marker = getAMF3Marker();
+  if (marker != AMF3_XML_DOC && marker != AMF3_XML) {
+    throw AMFException(reader_texts::kAMF3XMLMarker);
+  }
+  return Reader(*this, *state).amf3XML(marker);
+}
+
+AMFDate* AMFProtocol::getAMF3Date() {
+  return Reader(*this, *state).amf3Date();
+}
+AMFRaw* AMFProtocol::getAMF3ByteArray() {
+  return Reader(*this, *state).amf3ByteArray();
+}
+AMFPair* AMFProtocol::getAMF3Pair() {
+  return Reader(*this, *state).amf3Pair();
+}
+AMFArray* AMFProtocol::getAMF3Array() {
+  return Reader(*this, *state).amf3Array();
+}
+AMFObject* AMFProtocol::getAMF3Object() {
+  return Reader(*this, *state).amf3Object();
+}

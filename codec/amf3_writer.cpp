@@ -212,3 +212,43 @@ char* Writer::writeExternalized(char* out, const AMFObject* object) {
 }
 
 }  // namespace amf2json::codec
+
+// The public calls, one value at a time.
+
+using codec::Writer;
+
+void AMFProtocol::setVLInteger(unsigned int value) {
+  Writer::run(*outputChunks.pieces, &Writer::writeVLInteger, value);
+}
+
+void AMFProtocol::setAMF3Integer(const AMFInt* node) {
+  Writer::run(*outputChunks.pieces, &Writer::writeAMF3Integer, node);
+}
+
+void AMFProtocol::setAMF3Double(const AMFDouble* node) {
+  Writer::run(*outputChunks.pieces, &Writer::writeAMF3Double, node);
+}
+
+void AMFProtocol::setAMF3String(const AMFString* node, bool omitMarker) {
+  Writer::run(*outputChunks.pieces, &Writer::writeAMF3String, node, omitMarker);
+}
+
+void AMFProtocol::setAMF3Date(const AMFDate* node) {
+  Writer::run(*outputChunks.pieces, &Writer::writeAMF3Date, node);
+}
+
+void AMFProtocol::setAMF3XML(const AMFXML* node) {
+  Writer::run(*outputChunks.pieces, &Writer::writeAMF3XML, node);
+}
+
+void AMFProtocol::setAMF3Raw(const AMFRaw* node) {
+  Writer::run(*outputChunks.pieces, &Writer::writeAMF3Raw, node);
+}
+
+void AMFProtocol::setAMF3Array(const AMFArray* array) {
+  Writer::run(*outputChunks.pieces, &Writer::writeAMF3Array, array);
+}
+
+void AMFProtocol::setAMF3Object(const AMFObject* object) {
+  Writer::run(*outputChunks.pieces, &Writer::writeAMF3Object, object);
+}

@@ -2,8 +2,8 @@
 //
 // The readers of one conversion context, as AMFProtocol's public readers and parse use them: what
 // one call needs again and again is at hand here. The AMF0 forms are in amf0_reader.cpp, the AMF3
-// forms in amf3_reader.cpp, the envelope in packet_reader.cpp, the public calls for single values
-// in public_calls.cpp.
+// forms in amf3_reader.cpp, the envelope in packet_reader.cpp; the public calls for single values
+// are at the end of each.
 #pragma once
 
 #include <cstddef>

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the public set... calls and compile write with. Every write... call takes the output
-// pointerput pointer, hands back where it ended, and refuses a node by AMFException after listing
-// what has been written. It takes room for kScalarBytes for granted and sees to more by itself.
-// Defined in amf0_writer.cpp, amf3_writer.cpp and packet_writer.cpp; the public calls for single
-// values are in public_calls.cpp.
+// The writers behind compile and the public set... calls. Each write... call takes the output
+// pointer and returns it past what it wrote. It refuses a node by AMFException, after the pieces
+// written so far are listed. The caller provides kScalarBytes of free space; a call that needs more
+// provides it itself. Defined in amf0_writer.cpp, amf3_writer.cpp and packet_writer.cpp, each with
+// its public calls at the end.
 //
-// writeValue calls the others as its last act, so that a level of nesting is one return: processors
-// foretell only some of the returns from deep nesting. That is why the output pointer is bare: for
-// a class GCC makes no such calls.
+// writeValue makes tail calls, so that a level of nesting is one return: processors predict a
+// limited number of returns. That is why the output pointer is a plain char*: GCC makes no tail
+// calls with a class.
 #pragma once
 
 #include "codec/pieces.h"

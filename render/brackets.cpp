@@ -7,6 +7,8 @@
 #include "render/number_text.h"
 #include "render/writer.h"
 
+using namespace amf2json;
+
 namespace amf2json::render {
 
 namespace {
@@ -91,3 +93,28 @@ void Writer::writeStatement(std::string_view name, std::string_view value, bool 
 }
 
 }  // namespace amf2json::render
+
+void AMFProtocol::openBrackets(char open, char close) {
+  render::Writer writer(*this, *state);
+  writer.run([&](char* to) { return writer.openBrackets(to, open, close); });
+}
+
+void AMFProtocol::closeBrackets() {
+  render::Writer writer(*this, *state);
+  writer.run([&](char* to) { return writer.closeBrackets(to); });
+}
+
+// Arguments are copied: they may be the very texts that are written to.
+
+void AMFProtocol::appendAttr(const std::string& name, const std::string& value, bool quote) {
+  const std::string nameCopy(name);
+  const std::string valueCopy(value);
+  render::Writer writer(*this, *state);
+  writer.run([&](char* to) { return writer.writeAttr(to, nameCopy, valueCopy, quote); });
+}
+
+void AMFProtocol::appendJSAttr(const std::string& name, const std::string& value, bool quote) {
+  const std::string nameCopy(name);
+  const std::string valueCopy(value);
+  render::Writer(*this, *state).writeStatement(nameCopy, valueCopy, quote);
+}

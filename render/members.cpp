@@ -52,3 +52,18 @@ char* Writer::writeElements(char* to, std::string_view name, const AMFNode* node
 }
 
 }  // namespace amf2json::render
+
+void AMFProtocol::appendChild(const std::string& name, const AMFNode* node, AMFVersion nodeVersion,
+                              bool isInline) {
+  const std::string copy(name);
+  render::Writer writer(*this, *state);
+  writer.run([&](char* to) {
+    return writer.writeChild(to, render::GivenKey(copy), node, nodeVersion, isInline);
+  });
+}
+
+void AMFProtocol::appendChildren(const std::string& name, const AMFNode* node) {
+  const std::string copy(name);
+  render::Writer writer(*this, *state);
+  writer.run([&](char* to) { return writer.writeChildren(to, render::GivenKey(copy), node); });
+}

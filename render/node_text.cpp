@@ -160,3 +160,8 @@ char* Writer::writeMessage(char* to, const AMFMessage* message) {
 }
 
 }  // namespace amf2json::render
+
+void AMFProtocol::appendNode(const AMFNode* node, AMFVersion parentVersion) {
+  render::Writer writer(*this, *state);
+  writer.run([&](char* to) { return writer.writeNode(to, node, parentVersion); });
+}

@@ -6,6 +6,8 @@
 #include "render/number_text.h"
 #include "render/writer.h"
 
+using namespace amf2json;
+
 namespace {
 
 constexpr std::size_t kSegmentNameMax = 999;
@@ -56,3 +58,16 @@ void Writer::pushElement(std::string_view name, std::uint32_t index) {
 }
 
 }  // namespace amf2json::render
+
+void AMFProtocol::AddOnePrefix(const std::string& name) {
+  render::Writer::pushSegment(*this, *state, name);
+}
+
+void AMFProtocol::RemoveOnePrefix() {
+  render::Writer::popSegment(*state);
+}
+
+void AMFProtocol::AddPrefixes(std::string& out) {
+  if (&out == &jsonText || &out == &scriptText) state->texts.markWritten();
+  out += state->scriptPath;
+}

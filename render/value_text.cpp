@@ -139,3 +139,9 @@ char* Writer::putScalar(char* to, const AMFNode* node) {
 }
 
 }  // namespace amf2json::render
+
+void AMFProtocol::appendValue(const std::string& value, bool quote, bool named) {
+  const std::string copy(value);
+  render::Writer writer(*this, *state);
+  writer.run([&](char* to) { return writer.writeValue(to, copy, quote, named); });
+}

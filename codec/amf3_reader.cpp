@@ -16,13 +16,17 @@ using namespace amf2json;
 namespace {
 
 // Bits of the U29 in front of a value.
-constexpr std::uint32_t kInline = 1;
 constexpr std::uint32_t kInlineTraits = 2;
 constexpr std::uint32_t kExternalizable = 4;
 constexpr std::uint32_t kDynamic = 8;
 constexpr unsigned kTraitsIndexShift = 2;
 constexpr unsigned kSealedCountShift = 4;
 constexpr std::uint8_t kEmptyString = 0x01;  // a string's U29: inline, no bytes
+
+// U29, bit 0 clear: a reference, and the other bits are its index.
+bool isReference(std::uint32_t header) {
+  return (header & 1) == 0;
+}
 
 // The entry that a reference names, or the text of what is wrong with it.
 AMF2JSON_HOT const AMFNode& entryAt(const codec::Nodes& table, std::uint32_t index,
@@ -39,6 +43,16 @@ Node* copyEntry(const AMFNode& entry, std::uint32_t index) {
   std::unique_ptr<AMFNode> copy(entry.clone());
   copy->referenceIndex = index;
   return static_cast<Node*>(copy.release());
+}
+
+// The same for a value of the object table. A container refuses a reference to itself by `circular`.
+template <class Node>
+Node* copyReferenced(const codec::Nodes& table, std::uint32_t header, AMFNode::AMFType kind,
+                     const char* badIndex, const char* badKind, const char* circular = nullptr) {
+  const std::uint32_t index = header >> 1;
+  const AMFNode& entry = entryAt(table, index, kind, badIndex, badKind);
+  if (circular && !entry.complete) throw AMFException(circular);
+  return copyEntry<Node>(entry, index);
 }
 
 bool isAcceptedExternalizable(const AMFString& name) {
@@ -70,7 +84,7 @@ namespace amf2json::codec {
 
 AMFString* Reader::amf3String() {
   const std::uint32_t header = big_endian::readU29(cursor);
-  if ((header & kInline) == 0) {
+  if (isReference(header)) {
     const std::uint32_t index = header >> 1;
     const AMFNode& entry = entryAt(protocol.amf3StringReferences, index, AMFNode::AMF_STRING,
                                    reader_texts::kAMF3StringIndex, reader_texts::kAMF3StringType);
@@ -89,11 +103,9 @@ AMFString* Reader::amf3String() {
 
 AMF2JSON_RARE AMFXML* Reader::amf3XML(AMFProtocol::AMF3Markers marker) {
   const std::uint32_t header = big_endian::readU29(cursor);
-  if ((header & kInline) == 0) {
-    const std::uint32_t index = header >> 1;
-    return copyEntry<AMFXML>(entryAt(protocol.amf3ObjectReferences, index, AMFNode::AMF_XML,
-                                     reader_texts::kAMF3XMLIndex, reader_texts::kAMF3XMLType),
-                             index);
+  if (isReference(header)) {
+    return copyReferenced<AMFXML>(protocol.amf3ObjectReferences, header, AMFNode::AMF_XML,
+                                  reader_texts::kAMF3XMLIndex, reader_texts::kAMF3XMLType);
   }
   const std::uint32_t length = header >> 1;
   std::unique_ptr<AMFXML> xml(allocator.makeWithBytes<AMFXML>(
@@ -105,11 +117,9 @@ AMF2JSON_RARE AMFXML* Reader::amf3XML(AMFProtocol::AMF3Markers marker) {
 
 AMFDate* Reader::amf3Date() {
   const std::uint32_t header = big_endian::readU29(cursor);
-  if ((header & kInline) == 0) {
-    const std::uint32_t index = header >> 1;
-    return copyEntry<AMFDate>(entryAt(protocol.amf3ObjectReferences, index, AMFNode::AMF_DATE,
-                                      reader_texts::kAMF3DateIndex, reader_texts::kAMF3DateType),
-                              index);
+  if (isReference(header)) {
+    return copyReferenced<AMFDate>(protocol.amf3ObjectReferences, header, AMFNode::AMF_DATE,
+                                   reader_texts::kAMF3DateIndex, reader_texts::kAMF3DateType);
   }
   std::unique_ptr<AMFDate> date(
       allocator.make<AMFDate>(AMF_VERSION_3));  // the other bits of the U29 mean nothing
@@ -120,12 +130,10 @@ AMFDate* Reader::amf3Date() {
 
 AMFRaw* Reader::amf3ByteArray() {
   const std::uint32_t header = big_endian::readU29(cursor);
-  if ((header & kInline) == 0) {
-    const std::uint32_t index = header >> 1;
-    return copyEntry<AMFRaw>(
-        entryAt(protocol.amf3ObjectReferences, index, AMFNode::AMF_RAW,
-                reader_texts::kAMF3ByteArrayIndex, reader_texts::kAMF3ByteArrayType),
-        index);
+  if (isReference(header)) {
+    return copyReferenced<AMFRaw>(protocol.amf3ObjectReferences, header, AMFNode::AMF_RAW,
+                                  reader_texts::kAMF3ByteArrayIndex,
+                                  reader_texts::kAMF3ByteArrayType);
   }
   const std::uint32_t length = header >> 1;
   std::unique_ptr<AMFRaw> raw(allocator.makeWithBytes<AMFRaw>(
@@ -178,12 +186,10 @@ AMFPair* Reader::amf3Pair() {
 
 AMFArray* Reader::amf3Array() {
   const std::uint32_t header = big_endian::readU29(cursor);
-  if ((header & kInline) == 0) {
-    const std::uint32_t index = header >> 1;
-    const AMFNode& entry = entryAt(protocol.amf3ObjectReferences, index, AMFNode::AMF_ARRAY,
-                                   reader_texts::kAMF3ArrayIndex, reader_texts::kAMF3ArrayType);
-    if (!entry.complete) throw AMFException(reader_texts::kAMF3ArrayCircular);
-    return copyEntry<AMFArray>(entry, index);
+  if (isReference(header)) {
+    return copyReferenced<AMFArray>(protocol.amf3ObjectReferences, header, AMFNode::AMF_ARRAY,
+                                    reader_texts::kAMF3ArrayIndex, reader_texts::kAMF3ArrayType,
+                                    reader_texts::kAMF3ArrayCircular);
   }
   std::unique_ptr<AMFArray> array(allocator.make<AMFArray>(AMF_VERSION_3));
   note(protocol.amf3ObjectReferences, array.get());  // before its members: they count from here
@@ -202,12 +208,10 @@ AMFArray* Reader::amf3Array() {
 
 AMFObject* Reader::amf3Object() {
   const std::uint32_t header = big_endian::readU29(cursor);
-  if ((header & kInline) == 0) {
-    const std::uint32_t index = header >> 1;
-    const AMFNode& entry = entryAt(protocol.amf3ObjectReferences, index, AMFNode::AMF_OBJECT,
-                                   reader_texts::kAMF3ObjectIndex, reader_texts::kAMF3ObjectType);
-    if (!entry.complete) throw AMFException(reader_texts::kAMF3ObjectCircular);
-    return copyEntry<AMFObject>(entry, index);
+  if (isReference(header)) {
+    return copyReferenced<AMFObject>(protocol.amf3ObjectReferences, header, AMFNode::AMF_OBJECT,
+                                     reader_texts::kAMF3ObjectIndex, reader_texts::kAMF3ObjectType,
+                                     reader_texts::kAMF3ObjectCircular);
   }
   auto object = allocator.makeUnfilled<AMFObject>(AMF_VERSION_3);
   if ((header & kInlineTraits) == 0) {

@@ -444,6 +444,25 @@ TEST(RenderPlain, RandomPrimitives) {
   }
 }
 
+// A host's indentation without a unit: a level in adds nothing, a level out takes one character.
+TEST(RenderPlain, IndentationWithoutUnit) {
+  Both both;
+  both.each([](auto& r) {
+    r.jsonOnly = true;
+    r.newLine = "\n";
+    r.indentUnit = "";
+    r.indent = "          ";
+    r.CreatePrefix();
+    r.openBrackets('{', '}');
+  });
+  std::unique_ptr<AMFObject> node(object({}, v0, ""));
+  for (const char* const name : {"a", "b", "c"}) {
+    node->appendChild(pair(text(name, v0), number(1, v0), v0), false);
+  }
+  both.each([&](auto& r) { r.appendNode(node.get(), v0); });
+  EXPECT_EQ(stateDifference(both.plain, both.library), "");
+}
+
 TEST(RenderPlain, FormatString) {
   const std::uint64_t cases = setting("AMF2JSON_RENDER_CASES", 3000);
   Trees trees(setting("AMF2JSON_RENDER_SEED", 20240229));

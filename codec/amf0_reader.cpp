@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // AMF0 value readers: a marker picks the form, the body follows big-endian. Enter at amf0Value.
-// Mirrored by amf0_writer.cpp. Tested by tests/amf0_reader_test.cpp.
+// Mirrored by amf0_writer.cpp. Tested by tests/codec/amf0_reader_test.cpp.
 #include "AMF2JSON.h"
 #include "codec/big_endian.h"
 #include "codec/reader.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // AMF0 value writers, and writeValue, where every value of either version enters. Every field is
-// one piece. Mirrors amf0_reader.cpp. Tested by tests/amf0_writer_test.cpp.
+// one piece. Mirrors amf0_reader.cpp. Tested by tests/codec/amf0_writer_test.cpp.
 #include "AMF2JSON.h"
 #include "codec/writer.h"
 #include "model/attach.h"

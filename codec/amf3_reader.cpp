@@ -2,7 +2,7 @@
 //
 // AMF3 value readers: a marker, mostly a U29 whose low bit tells reference from inline, a body.
 // Enter at amf3Value; amf0_reader.cpp does so at the switch marker. Mirrored by amf3_writer.cpp.
-// Tested by tests/amf3_reader_test.cpp.
+// Tested by tests/codec/amf3_reader_test.cpp.
 #include <cstring>
 #include <typeinfo>
 

@@ -2,7 +2,7 @@
 //
 // AMF3 value writers: a marker, mostly a U29 whose low bit tells reference from inline, a body.
 // References are written exactly where nodes record them. Entered from writeValue. Mirrors
-// amf3_reader.cpp. Tested by tests/amf3_writer_test.cpp.
+// amf3_reader.cpp. Tested by tests/codec/amf3_writer_test.cpp.
 #include "AMF2JSON.h"
 #include "codec/writer.h"
 #include "model/attach.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The class-name variables that decide which externalizable classes the AMF3 reader accepts.
-// A host may repoint them. Tested by tests/amf3_reader_test.cpp.
+// A host may repoint them. Tested by tests/codec/amf3_reader_test.cpp.
 #include "AMF2JSON.h"
 
 const char* cArrayClass = "flex.messaging.io.ArrayCollection";

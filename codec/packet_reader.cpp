@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Packet reader: version, headers, messages. Enter at AMFProtocol::parse. The values inside are
-// read by amf0_reader.cpp. Tested by tests/packet_reader_test.cpp.
+// read by amf0_reader.cpp. Tested by tests/codec/packet_reader_test.cpp.
 #include <memory>
 #include <utility>
 

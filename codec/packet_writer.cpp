@@ -2,7 +2,7 @@
 //
 // Packet writer: the envelope, and the life of what the encoder leaves. Enter at
 // AMFProtocol::compile. The values inside are written by amf0_writer.cpp. Tested by
-// tests/packet_writer_test.cpp.
+// tests/codec/packet_writer_test.cpp.
 #include <limits>
 #include <new>
 #include <utility>

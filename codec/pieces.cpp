@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The store of pieces, and AMFOutputChunks, which lists them; pieces.h says how they are kept.
-// Tested by tests/output_chunks_test.cpp.
+// Tested by tests/codec/output_chunks_test.cpp.
 #include "codec/pieces.h"
 
 #include <algorithm>

@@ -14,7 +14,7 @@
 // register; each call of the namespace `piece` writes one piece and returns where the next one
 // goes. Pieces::close lists what has been written. The caller sees to the room.
 //
-// Tested by tests/output_chunks_test.cpp.
+// Tested by tests/codec/output_chunks_test.cpp.
 #pragma once
 
 #include <cstring>

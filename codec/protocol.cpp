@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The life of a protocol object. What it owns: the package, the result buffer, the pieces, the
-// texts. Tested by tests/ownership_test.cpp.
+// texts. Tested by tests/model/ownership_test.cpp.
 #include "AMF2JSON.h"
 #include "codec/pieces.h"
 #include "model/protocol_state.h"

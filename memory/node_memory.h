@@ -2,7 +2,7 @@
 //
 // Where a node's memory came from, as AMFNode::memory says: 0 for a block of the global operator
 // new; else the node is in a slot of a chunk (node_pool.h). Then the code also says the exact class
-// and whether the bytes of a string are in the slot. Tested by tests/node_pool_test.cpp.
+// and whether the bytes of a string are in the slot. Tested by tests/memory/node_pool_test.cpp.
 #pragma once
 
 #include <cstdint>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The pool of nodes; node_pool.h says how it works. Tested by tests/node_pool_test.cpp.
+// The pool of nodes; node_pool.h says how it works. Tested by tests/memory/node_pool_test.cpp.
 #include "memory/node_pool.h"
 
 #include <atomic>

@@ -33,7 +33,7 @@
 // AMF2JSON_NODE_POOL=ON has it on under AddressSanitizer too, and unused slots are poisoned. OFF
 // switches it off for good, for Valgrind and the like.
 //
-// Tested by tests/node_pool_test.cpp and tests/pool_threads_test.cpp.
+// Tested by tests/memory/node_pool_test.cpp and tests/memory/pool_threads_test.cpp.
 #pragma once
 
 #include <cstddef>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The text buffers of protocol objects and their per-thread cache; text_buffers.h says how they
-// work. Tested by tests/packet_reader_test.cpp.
+// work. Tested by tests/codec/packet_reader_test.cpp.
 #include "memory/text_buffers.h"
 
 #include <utility>

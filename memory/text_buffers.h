@@ -9,7 +9,7 @@
 // most one blank pair and one written pair, of the usual size, and only where nodes come from the
 // pool (node_pool.h). It is destroyed with the thread.
 //
-// Tested by tests/packet_reader_test.cpp.
+// Tested by tests/codec/packet_reader_test.cpp.
 #pragma once
 
 #include <string>

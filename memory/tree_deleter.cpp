@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The end of trees. Enter at TreeDeleter::destroy(). Tested by tests/ownership_test.cpp and
-// tests/node_pool_test.cpp.
+// The end of trees. Enter at TreeDeleter::destroy(). Tested by tests/model/ownership_test.cpp and
+// tests/memory/node_pool_test.cpp.
 #include "memory/tree_deleter.h"
 
 #include "base/prefetch.h"

@@ -2,7 +2,7 @@
 //
 // Deletes trees fast: what pooled nodes own is released without virtual calls, and the slots of one
 // chunk are freed together. All other nodes are deleted as usual. Used by all destructors of nodes;
-// the order is theirs. Tested by tests/ownership_test.cpp and tests/node_pool_test.cpp.
+// the order is theirs. Tested by tests/model/ownership_test.cpp and tests/memory/node_pool_test.cpp.
 #pragma once
 
 #include "AMF2JSON.h"

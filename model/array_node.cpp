@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// AMFArray: values and pairs in one list. Tested by tests/model_test.cpp.
+// AMFArray: values and pairs in one list. Tested by tests/model/model_test.cpp.
 #include "AMF2JSON.h"
 #include "memory/node_pool.h"
 #include "model/attach.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The nodes that hold bytes: byte arrays, strings, XML. Tested by tests/model_test.cpp.
+// The nodes that hold bytes: byte arrays, strings, XML. Tested by tests/model/model_test.cpp.
 #include <cstring>
 
 #include "AMF2JSON.h"

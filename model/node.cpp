@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // AMFNode: what all nodes share, the owned list of children above all. Tested by
-// tests/model_test.cpp.
+// tests/model/model_test.cpp.
 #include "AMF2JSON.h"
 #include "memory/tree_deleter.h"
 #include "model/attach.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// AMFObject: a class name and a list of pairs. Tested by tests/model_test.cpp.
+// AMFObject: a class name and a list of pairs. Tested by tests/model/model_test.cpp.
 #include "AMF2JSON.h"
 #include "memory/node_pool.h"
 #include "memory/tree_deleter.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// AMFPair: a name and a value. Tested by tests/model_test.cpp.
+// AMFPair: a name and a value. Tested by tests/model/model_test.cpp.
 #include "AMF2JSON.h"
 #include "memory/node_pool.h"
 #include "memory/tree_deleter.h"

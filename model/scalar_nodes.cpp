@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The nodes without owned memory: null, undefined, booleans, integers, doubles, dates.
-// Tested by tests/model_test.cpp.
+// Tested by tests/model/model_test.cpp.
 #include <cstring>
 
 #include "AMF2JSON.h"

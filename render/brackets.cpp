@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Bracketed blocks and fixed member lines in the JSON text, statements in the script.
-// Tested by tests/render_brackets_test.cpp and tests/render_escape_test.cpp.
+// Tested by tests/render/brackets_test.cpp and tests/render/escape_test.cpp.
 #include "AMF2JSON.h"
 #include "render/escape.h"
 #include "render/number_text.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Dates as text: ctime shares one buffer between threads, and its thread-safe form refuses years
-// that it prints. Tested by tests/render_dates_test.cpp.
+// that it prints. Tested by tests/render/dates_test.cpp.
 #include "render/date_text.h"
 
 #include <charconv>

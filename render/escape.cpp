@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The three escaping rules. They differ on purpose; none may be replaced by a general escaper.
-// Tested by tests/render_escape_test.cpp.
+// Tested by tests/render/escape_test.cpp.
 #include "render/escape.h"
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Bytes as hexadecimal text, by a table. Tested by tests/render_node_test.cpp and
-// tests/render_value_test.cpp.
+// Bytes as hexadecimal text, by a table. Tested by tests/render/node_test.cpp and
+// tests/render/value_test.cpp.
 #include "render/hex_text.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Named members and named lists: the step in the script path, the descent. Their lines of the JSON
-// text stand in writer.h. Tested by tests/render_views_test.cpp.
+// text stand in writer.h. Tested by tests/render/views_test.cpp.
 #include "AMF2JSON.h"
 #include "render/writer.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The walk: which member lines each kind of node gets, and where it descends. Enter at
-// Writer::writeNode. Tested by tests/render_node_test.cpp.
+// Writer::writeNode. Tested by tests/render/node_test.cpp.
 #include "AMF2JSON.h"
 #include "model/attach.h"
 #include "render/type_line.h"

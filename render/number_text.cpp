@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Numbers as text. Tested by tests/render_node_test.cpp.
+// Numbers as text. Tested by tests/render/node_test.cpp.
 #include "render/number_text.h"
 
 #include <charconv>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The script path: a stack of segments, kept as one joined text. Tested by
-// tests/script_path_test.cpp.
+// tests/render/script_path_test.cpp.
 #include "AMF2JSON.h"
 #include "render/number_text.h"
 #include "render/writer.h"

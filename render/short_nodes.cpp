@@ -2,7 +2,7 @@
 //
 // Pairs of short values once more, in straight runs of stores: nearly all pairs of real packets are
 // such, and pairs are most of what there is to render. The same text as writePair in node_text.cpp
-// gives. Tested by tests/render_plain_test.cpp.
+// gives. Tested by tests/render/plain_test.cpp.
 #include <cmath>
 
 #include "AMF2JSON.h"

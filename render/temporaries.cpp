@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Script temporaries: a long value becomes a numbered variable, which both texts name and which is
-// defined in front of the script. Tested by tests/render_value_test.cpp.
+// defined in front of the script. Tested by tests/render/value_test.cpp.
 #include <algorithm>
 
 #include "AMF2JSON.h"

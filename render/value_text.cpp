@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Values: one text into both outputs, long ones through numbered temporaries of the plain script
-// view (temporaries.cpp). Enter at Writer::writeValue. Tested by tests/render_value_test.cpp.
+// view (temporaries.cpp). Enter at Writer::writeValue. Tested by tests/render/value_test.cpp.
 #include <algorithm>
 
 #include "AMF2JSON.h"

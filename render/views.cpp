@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The four views: mode, reset, walk, framing. Tested by tests/render_views_test.cpp.
+// The four views: mode, reset, walk, framing. Tested by tests/render/views_test.cpp.
 #include "AMF2JSON.h"
 #include "render/writer.h"
 

@@ -99,14 +99,14 @@ AMF2JSON_API void freeNode(void* node, std::align_val_t alignment) noexcept;
 /// Every such call ignores a null node, unless its comment says otherwise.
 /// When a call throws, nothing is attached and the caller still owns the node.
 /// A call that replaces an owned node first makes or adopts the new node, and then deletes the old
-/// one. Never pass with copy false the node that is already attached there: it would be deleted and
-/// still be used.
+/// one. Never pass, with copy false, the node that is attached there already: it would be deleted,
+/// but stay attached.
 ///
 /// A tree never shares nodes. Deleting a node deletes its whole subtree.
 class AMF2JSON_API AMFNode {
  public:
-  /// The node kinds. 0 to 9 and 11 are values. 10, 12, 13 and 14 are structure, and are refused
-  /// where a value is expected. Only codes 0 to 14 are tested: a larger code is not refused.
+  /// The node kinds. 0 to 9 and 11 are values. 10, 12, 13 and 14 are structural kinds, and are
+  /// refused where a value is expected. A code above 14 is not tested and not refused.
   enum AMFType : std::uint32_t {
     AMF_NULL = 0,
     AMF_BOOL = 1,
@@ -181,9 +181,9 @@ class AMF2JSON_API AMFNode {
   AMFNode* parent;     ///< not owned; not set by the value setters of pairs and messages
   AMFType type;        ///< the kind; each kind has one class
   AMFVersion version;  ///< the encoding it was read from, or is to be written in
-  /// kNoReference for a node that was read in full. Otherwise the index in the reference table of
-  /// the value that this node is a copy of. The writers then write that reference instead of the
-  /// value, and the views show it.
+  /// kNoReference for a node that was read in full. Otherwise the node was read as a reference: it
+  /// is a copy of an earlier value, and this is the index of that value in its reference table. The
+  /// writers then write the reference instead of the value, and the views show the index.
   std::uint32_t referenceIndex = kNoReference;
   /// Set by the AMF3 reader once an object or array has been read to its end.
   bool complete = false;
@@ -611,8 +611,8 @@ class AMF2JSON_API AMFProtocol {
   /// readers below throw; `package` then holds the headers and messages that were complete.
   ///
   /// parse fills `jsonText` with 716800 and `scriptText` with 358400 NUL bytes, as buffers for the
-  /// views. If a host overwrites these bytes and the size is the same afterwards, its bytes are not
-  /// cleared, neither here nor in later objects of the thread that destroys this one.
+  /// views. Do not write to these texts: if a host does, and their size is the same afterwards, its
+  /// bytes may remain, also in later objects of the thread that destroys this one.
   AMFPackage* parse(const char* packet);
 
   /// Empties the four reference tables, then reads one header:
@@ -628,8 +628,9 @@ class AMF2JSON_API AMFProtocol {
   /// A marker and its value; null for the end mark 09. Marker 11 reads exactly one AMF3 value.
   /// Throws "getAMF0Value: unknown value type" for 04, 0D, 0E and everything above 11.
   AMFNode* getAMF0Value();
-  /// u16 length (marker 02) or u32 length (0C), then the bytes. With 06 the marker is read first.
-  /// Throws "getAMF0String(): unable to determine the string length" for any other marker.
+  /// u16 length (marker 02) or u32 length (0C), then the bytes. If `marker` is 06, the real one is
+  /// read first. Throws "getAMF0String(): unable to determine the string length" for any other
+  /// marker.
   AMFString* getAMF0String(AMF0Markers marker);
   /// f64. The marker has already been read, here and below.
   AMFDouble* getAMF0Number();
@@ -650,10 +651,10 @@ class AMF2JSON_API AMFProtocol {
   /// into the table when it ends, so a nested object or array has a lower index than its outer one.
   AMFObject* getAMF0Object(AMF0Markers marker);
   /// u32 count, then so many values for marker 0A, or so many members for 08. No end mark is read
-  /// after them. With 06 the marker is read first. The array is entered into the table when it
-  /// ends. Throws "getAMF0Array(): lack of strict array data or bad array size" or "getAMF0Array():
-  /// lack of associative array property or bad array size" at an end mark. Throws "getAMF0Array:
-  /// unknown array type" for any other marker, after the count has been read.
+  /// after them. If `marker` is 06, the real one is read first. The array is entered into the table
+  /// when it ends. Throws "getAMF0Array(): lack of strict array data or bad array size" or
+  /// "getAMF0Array(): lack of associative array property or bad array size" at an end mark. Throws
+  /// "getAMF0Array: unknown array type" for any other marker, after the count has been read.
   AMFArray* getAMF0Array(AMF0Markers marker);
 
   /// The AMF3 integer (U29) of one to four bytes, the most significant bits first. The fourth byte
@@ -664,7 +665,7 @@ class AMF2JSON_API AMFProtocol {
   /// A marker and its value. Throws "getAMF3Value(): unknown value type marker" for a marker that
   /// is not 00 to 0C.
   AMFNode* getAMF3Value();
-  /// Marker 02 or 03. With AMF3_UNDEFINED the marker is read first.
+  /// Marker 02 or 03. If `marker` is AMF3_UNDEFINED, the real one is read first.
   /// Throws "getAMF3Bool(): not a boolen type marker passed" for any other.
   AMFBool* getAMF3Bool(AMF3Markers marker);
   /// The U29, without sign extension.
@@ -679,16 +680,16 @@ class AMF2JSON_API AMFProtocol {
   /// "getAMF3String(): not a string type node found in string reference table".
   AMFString* getAMF3String(bool withMarker);
   /// As a string, but with the table `amf3ObjectReferences`. Markers 07 (`document` 1) and 0B (0).
-  /// With AMF3_UNDEFINED the marker is read first. Throws "getAMF3XML(): not a XML type marker
-  /// passed", "getAMF3XML(): invalid XML reference index", "getAMF3XML(): reference to the non XML
-  /// type node".
+  /// If `marker` is AMF3_UNDEFINED, the real one is read first. Throws "getAMF3XML(): not a XML
+  /// type marker passed", "getAMF3XML(): invalid XML reference index", "getAMF3XML(): reference to
+  /// the non XML type node".
   AMFXML* getAMF3XML(AMF3Markers marker);
   /// U29 (a reference, or bit 0 set; the other bits are then ignored), f64 milliseconds. Throws
   /// "getAMF3Date(): invalid date reference index", "getAMF3Date(): reference to the non date type
   /// node".
   AMFDate* getAMF3Date();
-  /// As XML. Throws "getAMF3ByteArray(): invalid byte array reference index", "getAMF3ByteArray():
-  /// reference to the non byte array type node".
+  /// As getAMF3XML, but the marker has been read. Throws "getAMF3ByteArray(): invalid byte array
+  /// reference index", "getAMF3ByteArray(): reference to the non byte array type node".
   AMFRaw* getAMF3ByteArray();
   /// A name without marker, then a value. Returns null at the empty name that ends the list.
   AMFPair* getAMF3Pair();
@@ -847,9 +848,8 @@ class AMF2JSON_API AMFProtocol {
   void RemoveOnePrefix();
   /// Appends the whole script path to `out`.
   void AddPrefixes(std::string& out);
-  /// One member line of `jsonText`. With `quote` true the value is escaped (a backslash before each
-  /// of
-  /// \ / BS FF LF CR TAB, three before each quote) and quoted. With false it is copied.
+  /// One member line of `jsonText`. With `quote` true the value is quoted and escaped: a backslash
+  /// before each of \ / BS FF LF CR TAB, three before each quote. With false it is copied.
   void appendAttr(const std::string& name, const std::string& value, bool quote);
   /// One statement of `scriptText`. With `quote` true the value is quoted, BS FF LF CR TAB are
   /// dropped, and one backslash is put before each quote.

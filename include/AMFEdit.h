@@ -49,8 +49,8 @@ inline AMFNode* member(AMFNode* node, std::string_view name) noexcept {
 /// No value is lost: for each reference the reader made a full copy of its target. The packet grows
 /// by those copies. Nothing else is changed:
 /// - `sealedCount`, `dynamic` and `className` of an AMF3 object. The reader copied them, and the
-///   names of the sealed members, from the object that has the traits. If a host builds an object
-///   with a `traitsIndex` and without them, it has to set them before this call.
+///   names of the sealed members, from the object that has the traits. A host that
+///   built an object with a `traitsIndex` and did not set them has to set them before this call.
 /// - `externalizable`. It is false in an object that took its traits from an externalizable one,
 ///   because the reader does not copy that flag. Such an object is written as an ordinary object of
 ///   that class.

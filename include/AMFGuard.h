@@ -25,14 +25,13 @@
 ///
 /// Rules for the host:
 /// - The bytes and the eight class-name variables of AMF2JSON.h must not change between the check
-///   and
-///     `parse`. If somebody else can write to the memory, copy the bytes first.
+///   and `parse`. If somebody else can write to the memory, copy the bytes first.
 /// - `parse` can throw std::bad_alloc, also for a packet that the check accepted.
 /// - The check does not make the views safe: a crafted string ends its quotes in a script view, and
-///     what follows runs. Do not run, evaluate or inline the script views; see `escapeForViews`.
+///   what follows runs. Do not run, evaluate or inline the script views; see `escapeForViews`.
 /// - Other decoders may decode the same bytes to another tree: they count AMF0 references
-///     differently, or expect an end mark after associative arrays. A gateway should forward what
-///     `compile` wrote, or require `consumed == size` and `lengthMismatches == 0`.
+///   differently, or expect an end mark after associative arrays. A gateway should forward what
+///   `compile` wrote, or require `consumed == size` and `lengthMismatches == 0`.
 #ifndef AMFGUARD_H
 #define AMFGUARD_H
 
@@ -64,7 +63,7 @@ struct AMF2JSON_API AMFVerifyLimits {
   /// Bytes of one string, name, class name, URI, XML text or byte array.
   std::uint32_t maxStringBytes = std::uint32_t{8} << 20;
   /// AMF3 references directly after the switch marker 11, including those in copies. Each leaves
-  /// one bracket open in the texts of the views, in all later views of the protocol object.
+  /// one bracket open, in the current view and in all later views of the protocol object.
   std::uint32_t maxSwitchedReferences = 64;
 
   /// Every limit at its largest value: only packets that `parse` could not read are refused.
@@ -103,7 +102,7 @@ struct AMF2JSON_API AMFVerifyResult {
   /// The number of bytes that `parse` will read; after a refusal the same as `offset`. Bytes after
   /// them are no error.
   std::size_t consumed = 0;
-  /// truncated: the smallest number of missing bytes. Otherwise 0.
+  /// truncated: at least so many bytes are missing. Otherwise 0.
   std::uint64_t needed = 0;
   /// The index of the header or message in which the check failed, from 0, headers first. kEnvelope
   /// if it failed elsewhere, and if ok.

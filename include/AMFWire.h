@@ -187,7 +187,7 @@ AMFWIRE_API AMFWireResult amfWireExport(const void* bytes, std::size_t size, std
 
 /// How JSON becomes bytes.
 struct AMFWIRE_API AMFWireImportOptions {
-  AMFWireLimits limits;                               ///< the bounds of the call
+  AMFWireLimits limits;                               ///< the limits of the call
   std::vector<AMFWireExternalClass> externalClasses;  ///< classes that the host knows
 };
 

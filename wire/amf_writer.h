@@ -68,7 +68,7 @@ class AmfWriter {
   void field(const AMFWireField&) {}
   void end();
 
-  // The number of referable values in the current format.
+  // Counts the values that a reference can refer to, in the current format.
   std::uint32_t objectCount() const {
     return amf3 ? static_cast<std::uint32_t>(tables.objects.count()) : tables.objects0;
   }

@@ -46,7 +46,7 @@ struct AMFWireWriter::State {
       throw;
     }
   }
-  // A referable value.
+  // A value that a reference can refer to.
   template <class Event>
   void takeIndexed(Event event) {
     take([&] {

@@ -19,7 +19,7 @@
 
 namespace amf2json::wire {
 
-// Flags of an object or another referable value.
+// Flags of a value that a reference can refer to.
 constexpr std::uint8_t kReferred = 1;         // a reference refers to it
 constexpr std::uint8_t kNeedsMemberList = 2;  // its members are written as $members
 constexpr std::uint8_t kHasDynamic = 4;       // it has dynamic members

@@ -106,7 +106,7 @@ AMF2JSON_API void freeNode(void* node, std::align_val_t alignment) noexcept;
 class AMF2JSON_API AMFNode {
  public:
   /// The node kinds. 0 to 9 and 11 are values. 10, 12, 13 and 14 are structural kinds, and are
-  /// refused where a value is expected. A code above 14 is not tested and not refused.
+  /// refused where a value is expected. Only AMFArray::appendChild refuses a code above 14.
   enum AMFType : std::uint32_t {
     AMF_NULL = 0,
     AMF_BOOL = 1,

@@ -119,8 +119,8 @@ struct AMFWIRE_API AMFWireResult {
   std::size_t line = 0;
   std::size_t column = 0;  ///< as `line`
   /// For errors in text: the place in the document, such as `messages[0].value[2].name` or
-  /// `a["odd name"]`. The path of the document itself is empty. A missing key is an error of its
-  /// object.
+  /// `a["odd name"]`. The path of the document itself is empty. If a key is missing, this is the
+  /// path of its object.
   std::string path;
 
   /// Whether the call succeeded.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The AMF reader: AMF0 values. Included by amf_reader.h. Mirrored by amf0_writer.cpp.
+// The AMF reader: AMF0 values. Included by amf_reader.h. The inverse is in amf_writer.cpp.
 // Tested by tests/wire/rows_test.cpp and tests/wire/refusals_test.cpp.
 #ifndef WIRE_AMF0_READER_H
 #define WIRE_AMF0_READER_H

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The AMF writer: values. The mirror of amf0_reader.h and amf3_reader.h. Tested by
+// The AMF writer: values. The inverse of amf0_reader.h and amf3_reader.h. Tested by
 // tests/wire/rows_test.cpp.
 #include "wire/amf_writer.h"
 

@@ -2,7 +2,7 @@
 //
 // The AMF writer: a sink that turns events into bytes, in one way for each value. It trusts the
 // order of the events, which come from a reader of this library or through checked_writer.cpp. The
-// mirror of amf_reader.h and document_reader.h. Tested by tests/wire/rows_test.cpp.
+// inverse of amf_reader.h and document_reader.h. Tested by tests/wire/rows_test.cpp.
 #ifndef WIRE_AMF_WRITER_H
 #define WIRE_AMF_WRITER_H
 

@@ -2,7 +2,7 @@
 //
 // The AMF reader: turns documents in bytes into events. A packet, a run of values, a shared object
 // or an FLV file consists of a head and sections. amf_reader.h reads the values of a section. Enter
-// at read(). Mirrored by document_writer.cpp. Tested by tests/wire/documents_test.cpp and
+// at read(). The inverse is in document_writer.cpp. Tested by tests/wire/documents_test.cpp and
 // tests/wire/originals_test.cpp.
 #ifndef WIRE_DOCUMENT_READER_H
 #define WIRE_DOCUMENT_READER_H

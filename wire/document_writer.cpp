@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The AMF writer: documents and sections. The mirror of document_reader.h. Tested by
+// The AMF writer: documents and sections. The inverse of document_reader.h. Tested by
 // tests/wire/documents_test.cpp.
 #include "wire/amf_writer.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The JSON reader: documents and sections. The mirror of json_document_writer.h. Tested by
+// The JSON reader: documents and sections. The inverse of json_document_writer.h. Tested by
 // tests/wire/documents_test.cpp and tests/wire/originals_test.cpp.
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The JSON writer: documents and sections. Included by json_writer.h. Mirrored by
+// The JSON writer: documents and sections. Included by json_writer.h. The inverse is in
 // json_document_reader.cpp. Tested by tests/wire/documents_test.cpp and
 // tests/wire/originals_test.cpp.
 #ifndef WIRE_JSON_DOCUMENT_WRITER_H

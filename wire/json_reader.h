@@ -3,7 +3,7 @@
 // The JSON reader, second half: it turns the index of a document into events, with an explicit
 // stack. json_reader.cpp has the values, json_objects.cpp those that are JSON objects,
 // json_fields.cpp the parts that they share, json_document_reader.cpp documents and sections. The
-// mirror of json_writer.h. Enter at readDocument(). An error is thrown as JsonFailure.
+// inverse of json_writer.h. Enter at readDocument(). An error is thrown as JsonFailure.
 // Tested by tests/wire/rows_test.cpp and tests/wire/json_errors_test.cpp.
 #ifndef WIRE_JSON_READER_H
 #define WIRE_JSON_READER_H

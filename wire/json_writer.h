@@ -3,7 +3,7 @@
 // The JSON writer: a sink that turns events into text, with an explicit stack. An earlier pass over
 // the same events collects in Facts what the writer has to know in advance. It runs twice: with a
 // counter, then with a buffer of that length.
-// Tested by tests/wire/rows_test.cpp; mirrored by json_reader.cpp.
+// Tested by tests/wire/rows_test.cpp; the inverse is in json_reader.cpp.
 #ifndef WIRE_JSON_WRITER_H
 #define WIRE_JSON_WRITER_H
 

@@ -15,7 +15,7 @@
 #include <string>
 
 #include "render/number_text.h"
-#include "tool/dump_values.h"
+#include "tool/commands/dump_rows.h"
 #include "wire/number_text.h"
 
 namespace {

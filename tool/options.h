@@ -7,6 +7,7 @@
 #include <AMFGuard.h>
 #include <AMFWire.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -28,9 +29,12 @@ struct DumpCommandOptions {
 
 enum class PacketEncoding { binary, base64, hex };  // how packets are written as text
 
+// What export reads: the forms of AMFWireForm, in its order, and HTTP archives.
+enum class ExportForm : std::uint32_t { automatic, packet, amf0, amf3, sharedObject, flv, har };
+
 // Options of export and import.
 struct WireOptions {
-  AMFWireForm form = AMFWireForm::automatic;
+  ExportForm form = ExportForm::automatic;
   bool compact = false;
   bool lines = false;
   bool salvage = false;

@@ -6,6 +6,7 @@
 
 #include <utility>
 
+#include "tool/commands/export_har.h"
 #include "tool/commands/wire_problem.h"
 #include "tool/input/input.h"
 #include "tool/input/published_format.h"
@@ -31,6 +32,10 @@ constexpr const char* kDetails =
     "has\n"
     "error and offset. At the end, warnings and refusals are counted on standard error.\n"
     "\n"
+    "With --as har each AMF body of an HTTP archive is one document, with its place in source. "
+    "Bodies\n"
+    "that the recorder has destroyed, or has not kept, have an error instead of a document.\n"
+    "\n"
     "Bytes left over, length fields that lie, salvaged sections, and sections that will come back\n"
     "as other bytes for want of originals, are told on standard error, with exit codes of their "
     "own.\n";
@@ -41,7 +46,8 @@ std::size_t minusOne(std::size_t limit) {
 
 AMFWireExportOptions exportOptions(const Options& options) {
   AMFWireExportOptions result;
-  result.form = options.wire.form;
+  const bool isArchive = options.wire.form == ExportForm::har;  // its bodies are packets
+  result.form = isArchive ? AMFWireForm::packet : static_cast<AMFWireForm>(options.wire.form);
   result.salvage = options.wire.salvage;
   result.limits = options.wire.limits;
   result.limits.maxTextBytes = minusOne(options.maxOutputBytes);  // leaves space for the line feed
@@ -107,21 +113,18 @@ void addWarnings(std::vector<Problem>& problems, const AMFWireStatistics& statis
 
 // ---- Files
 
-Unwrapped readBytes(const std::string& file, const AMFWireReadOptions& read,
-                    const Options& options) {
-  const std::size_t maxBytes = options.wire.limits.maxPacketBytes;
-  std::string bytes = readInput(file, maxBytes);
+Unwrapped unwrappedBytes(std::string bytes, const AMFWireReadOptions& read,
+                         const Options& options) {
   if (!options.unwrap) return {std::move(bytes), {}};
-  return unwrap(std::move(bytes), maxBytes, matchPublished(read));
+  return unwrap(std::move(bytes), options.wire.limits.maxPacketBytes, matchPublished(read));
 }
 
 void addWrapperText(Problem& problem, const Unwrapped& unwrapped) {
   if (problem.offset) problem.message += insideWrappers(unwrapped.wrappers);
 }
 
-FileResult runOnFile(const std::string& file, const Options& options) {
-  const AMFWireExportOptions wanted = exportOptions(options);
-  const Unwrapped unwrapped = readBytes(file, wanted, options);
+FileResult exportUnwrapped(const Unwrapped& unwrapped, const AMFWireExportOptions& wanted,
+                           const Options& options) {
   const std::string& bytes = unwrapped.bytes;
   FileResult result;
   AMFWireStatistics statistics;
@@ -138,6 +141,20 @@ FileResult runOnFile(const std::string& file, const Options& options) {
   addWarnings(result.problems, statistics, bytes, options);
   for (Problem& problem : result.problems) addWrapperText(problem, unwrapped);
   return result;
+}
+
+FileResult runOnFile(const std::string& file, const Options& options) {
+  const AMFWireExportOptions wanted = exportOptions(options);
+  if (options.wire.form == ExportForm::har) {
+    return exportHar(readInput(file, options.wire.limits.maxPacketBytes), options, wanted,
+                     [&](const std::string& bytes) {
+                       return exportUnwrapped(unwrappedBytes(bytes, wanted, options), wanted,
+                                              options);
+                     });
+  }
+  const std::size_t maxBytes = options.wire.limits.maxPacketBytes;
+  return exportUnwrapped(unwrappedBytes(readInput(file, maxBytes), wanted, options), wanted,
+                         options);
 }
 
 // ---- Lines
@@ -161,17 +178,21 @@ bool worksOnLines(const Options& options) {
   if (isSpelled && !options.wire.lines) {
     throw usageProblem("--from: needs --lines; --unwrap reads whole files of text");
   }
+  if (isSpelled && options.wire.form == ExportForm::har) {
+    throw Problem{kUsage, "usage", "--from: an archive (--as har) is a file, not a line"};
+  }
   return isSpelled;
 }
 
 void declare(OptionTable& table, Options& options) {
-  table.choice("--as", "FORM", options.wire.form, "What the bytes are",
+  table.choice("--as", "FORM", options.wire.form, "Kind of input",
                {{"auto", "looked at"},
                 {"packet", "a packet"},
                 {"amf0", "AMF0 values"},
                 {"amf3", "AMF3 values"},
                 {"sol", "a shared object"},
-                {"flv", "a video file"}});
+                {"flv", "a video file"},
+                {"har", "an HTTP archive with packets in it"}});
   table.flag("--compact", options.wire.compact, "No indentation and no line ends");
   table.flag("--lines", options.wire.lines, "One document a line");
   table.choice("--from", "FORM", options.wire.encoding, "With --lines: one packet a line",

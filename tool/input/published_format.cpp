@@ -72,8 +72,14 @@ Matcher matchPublished(const AMFWireReadOptions& options) {
 bool readsAsPublished(std::string_view bytes, AMFWireForm form) {
   AMFWireReadOptions options;
   options.form = form;
+  return readsAsPublished(bytes, options);
+}
+
+bool readsAsPublished(std::string_view bytes, const AMFWireReadOptions& options) {
+  AMFWireReadOptions strict = options;
+  strict.salvage = false;
   TrailingLength trailing;
-  return amfWireRead(bytes.data(), bytes.size(), trailing, options).ok() && trailing.length == 0;
+  return amfWireRead(bytes.data(), bytes.size(), trailing, strict).ok() && trailing.length == 0;
 }
 
 bool isExportDocument(std::string_view text) {
@@ -96,6 +102,10 @@ Matcher matchPublished(const AMFWireReadOptions&) {
 }
 
 bool readsAsPublished(std::string_view, AMFWireForm) {
+  return false;
+}
+
+bool readsAsPublished(std::string_view, const AMFWireReadOptions&) {
   return false;
 }
 

@@ -16,6 +16,8 @@ Matcher matchPublished(const AMFWireReadOptions& options);
 
 // Whether AMFWire reads all of these bytes.
 bool readsAsPublished(std::string_view bytes, AMFWireForm form);
+// The same with these options; salvage counts as not read.
+bool readsAsPublished(std::string_view bytes, const AMFWireReadOptions& options);
 
 // Whether a text is a document of amf2json export.
 bool isExportDocument(std::string_view text);

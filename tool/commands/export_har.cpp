@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Tested by tests/tool/har_test.cpp.
+#include "tool/commands/export_har.h"
+
+#include <utility>
+
+#include "tool/input/har.h"
+#include "tool/input/mojibake.h"
+#include "tool/input/published_format.h"
+#include "tool/text/json_line.h"
+#include "tool/text/utf8.h"
+#include "tool/text/words.h"
+
+namespace {
+
+// What became of the bodies of one archive.
+struct Counts {
+  std::size_t bodies = 0, destroyed = 0, missing = 0, refused = 0;
+};
+
+std::string sourceOf(const HarBody& body) {
+  JsonLine source;
+  source.set("index", body.index);
+  source.set("direction", body.isRequest ? "request" : "response");
+  source.set("method", body.method);
+  source.set("url", body.url);
+  source.set("status", body.status);
+  source.set("time", body.time);
+  return source.text();
+}
+
+// `document` is a JSON object that has keys.
+std::string withSource(const std::string& document, const HarBody& body, bool pretty) {
+  const char* const front = pretty ? "{\n  \"source\": " : "{\"source\":";
+  return front + sourceOf(body) + "," + document.substr(1);
+}
+
+std::string placeOf(const HarBody& body) {
+  return std::string(", in the ") + (body.isRequest ? "request" : "response") + " of entry " +
+         std::to_string(body.index);
+}
+
+// ---- Bodies that are not exported
+
+// What a decoder of UTF-8 leaves: nothing but UTF-8, and characters that stand for lost bytes.
+std::size_t replacedBytes(const std::string& bytes) {
+  const std::size_t count = findReplacements(bytes).count;
+  return count > 0 && isUTF8(bytes) ? count : 0;
+}
+
+Problem destroyed(std::size_t replaced, std::size_t size) {
+  return {kMalformed, "destroyed",
+          "destroyed by the recorder: " + pluralize(size, "byte") + ", U+FFFD (EF BF BD) " +
+              pluralize(replaced, "time")};
+}
+
+Problem notRecorded(std::size_t missing) {
+  return {kMalformed, "not recorded", "not recorded: " + pluralize(missing, "byte")};
+}
+
+// The keys that stand in place of a document.
+std::string errorKeys(const Problem& problem, const HarBody& body, std::size_t replaced) {
+  JsonLine keys;
+  keys.set("error", problem.message);
+  if (problem.offset) keys.set("offset", *problem.offset);
+  keys.set("bytes", body.missing > 0 ? body.missing : body.bytes.size());
+  if (replaced > 0) keys.set("replaced", replaced);
+  return keys.text();
+}
+
+// ---- The archive
+
+// One line at the end, where not all bodies were exported. It adds no exit code of its own.
+Problem summary(const Counts& counts) {
+  Problem problem{kDone, "bodies lost",
+                  "of " + pluralize(counts.bodies, "AMF body", "AMF bodies") + ':'};
+  problem.isWarning = true;
+  const auto add = [&problem](std::size_t count, const char* what) {
+    if (count == 0) return;
+    problem.message += (problem.message.back() == ':' ? " " : ", ") + std::to_string(count) + what;
+  };
+  add(counts.destroyed, " destroyed by the recorder");
+  add(counts.missing, " not recorded");
+  add(counts.refused, " refused");
+  return problem;
+}
+
+void addBody(FileResult& result, Counts& counts, const HarBody& body, const Options& options,
+             const AMFWireReadOptions& read, const ExportBytes& exportBytes) {
+  const bool pretty = !options.wire.compact && !options.wire.lines;
+  const std::size_t replaced = readsAsPublished(body.bytes, read) ? 0 : replacedBytes(body.bytes);
+  try {
+    if (body.missing > 0) throw notRecorded(body.missing);
+    if (replaced > 0) throw destroyed(replaced, body.bytes.size());
+    FileResult one = exportBytes(body.bytes);
+    result.text += withSource(one.text, body, pretty);
+    for (Problem& problem : one.problems) {
+      problem.message += placeOf(body);
+      result.problems.push_back(std::move(problem));
+    }
+  } catch (Problem& problem) {
+    result.text += withSource(errorKeys(problem, body, replaced), body, false) + "\n";
+    ++(body.missing > 0 ? counts.missing : replaced > 0 ? counts.destroyed : counts.refused);
+    problem.message += placeOf(body);
+    result.problems.push_back(problem);
+  }
+  if (result.text.size() > options.maxOutputBytes) throw outputTooLarge(options.maxOutputBytes);
+}
+
+}  // namespace
+
+FileResult exportHar(std::string archive, const Options& options, const AMFWireReadOptions& read,
+                     const ExportBytes& exportBytes) {
+  const auto isRead = [&read](std::string_view bytes) { return readsAsPublished(bytes, read); };
+  FileResult result;
+  result.isJSON = true;
+  Counts counts;
+  for (const HarBody& body :
+       readHar(std::move(archive), options.wire.limits.maxPacketBytes, isRead)) {
+    ++counts.bodies;
+    addBody(result, counts, body, options, read, exportBytes);
+  }
+  if (counts.destroyed + counts.missing + counts.refused > 0)
+    result.problems.push_back(summary(counts));
+  return result;
+}

@@ -455,11 +455,11 @@ TEST(RenderPlain, IndentationWithoutUnit) {
     r.CreatePrefix();
     r.openBrackets('{', '}');
   });
-  std::unique_ptr<AMFObject> node(object({}, v0, ""));
+  std::unique_ptr<AMFObject> node(object(k0, "", {}));
   for (const char* const name : {"a", "b", "c"}) {
-    node->appendChild(pair(text(name, v0), number(1, v0), v0), false);
+    node->appendChild(member(k0, name, number(k0, 1)), false);
   }
-  both.each([&](auto& r) { r.appendNode(node.get(), v0); });
+  both.each([&](auto& r) { r.appendNode(node.get(), k0); });
   EXPECT_EQ(stateDifference(both.plain, both.library), "");
 }
 

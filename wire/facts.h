@@ -41,8 +41,8 @@ class Facts {
  public:
   // Throws TextTooLong as soon as the text is certainly longer than `limit`. The limit allows for
   // the error of the bound.
-  Facts(const char* input, bool withOriginals, std::uint64_t limit)
-      : texts(input), names(input, texts), originals(withOriginals), mostText(limit) {}
+  Facts(const char* input, std::size_t length, bool withOriginals, std::uint64_t limit)
+      : texts(input, length), names(input, texts), originals(withOriginals), mostText(limit) {}
 
   // The tables of the current section; not owned.
   void attach(const SectionTables& of) { tables = &of; }

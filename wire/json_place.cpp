@@ -23,7 +23,7 @@ bool isIdentifier(const AMFWireString& name) {
 
 std::string quoted(const AMFWireString& name) {
   std::string text(name.length * 6 + 2, '\0');
-  LongTexts texts(name.data);
+  LongTexts texts(name.data, name.length);
   TextCounter counter(texts, text.size());
   counter.quoted(name, false);
   text.resize(counter.length());

@@ -16,13 +16,15 @@ namespace amf2json::wire {
 
 class LongTexts {
  public:
-  explicit LongTexts(const char* input) : base(input), frontier(input), seed(hashSeed()) {}
+  LongTexts(const char* input, std::size_t length)
+      : base(input), size(length), frontier(input), seed(hashSeed()) {}
 
   // Called at the start of a pass over the input.
   void rewind() { frontier = base; }
 
   Text text(const AMFWireString& of) {
-    if (of.length < kLong) return textOf(of.data, of.length);
+    // Other texts may follow one another at the same address: those of errors, for one.
+    if (of.length < kLong || !isInput(of.data)) return textOf(of.data, of.length);
     // A string after all earlier ones of the pass is no reference, so it needs no entry yet.
     if (of.data >= frontier) {
       frontier = of.data + of.length;
@@ -47,12 +49,16 @@ class LongTexts {
 
   const Entry& find(const AMFWireString& of);
   void grow();
+  bool isInput(const char* data) const {
+    return reinterpret_cast<std::uintptr_t>(data) - reinterpret_cast<std::uintptr_t>(base) < size;
+  }
   std::size_t slot(const char* data) const {
     const auto place = static_cast<std::uint64_t>(data - base);
     return slotOf(mix(place ^ seed, 0xA0761D6478BD642Fu), slots.size());
   }
 
-  const char* base;      // not owned
+  const char* base;  // not owned
+  std::size_t size;
   const char* frontier;  // end of the long strings of this pass
   std::uint64_t seed;
   std::vector<Entry> slots;

@@ -143,6 +143,9 @@ TEST(WireSalvage, KeepsTheRest) {
     options.salvage = true;
     EXPECT_EQ(exported(bytes, options), row.json);
     EXPECT_EQ(inHex(imported(row.json)), inHex(bytes));
+    options.pretty = true;
+    EXPECT_EQ(inHex(imported(exported(bytes, options))), inHex(bytes));
+    options.pretty = false;
     options.salvage = false;
     EXPECT_NE(exported(bytes, options), row.json);
   }

@@ -176,7 +176,7 @@ TEST(WireTexts, EscapesAreCountedAsTheyAreWritten) {
       text += some[random() % (i % 3 == 0 ? 10 : 2)];
       if (text.back() == '\xC3') text += '\xA9';
     }
-    LongTexts texts(text.data());
+    LongTexts texts(text.data(), text.size());
     TextCounter counter(texts, 1000);
     ASSERT_TRUE(counter.quoted(text, false));
     std::string written(counter.length(), '?');
@@ -191,10 +191,24 @@ TEST(WireTexts, EscapesAreCountedAsTheyAreWritten) {
   }
 }
 
+// The texts of errors are not of the input: two may have the same address, one after the other.
+TEST(WireTexts, OtherTextsAreNotRemembered) {
+  const std::string input(100, 'i');
+  char other[100];
+  LongTexts texts(input.data(), input.size());
+  for (const std::size_t length : {80u, 70u, 90u}) {
+    for (int i = 0; i < 3; ++i) {
+      std::memset(other, length == 70 ? '"' : 'a', length);
+      EXPECT_EQ(texts.text({other, length}).length, length == 70 ? 140 : length);
+      EXPECT_EQ(texts.text({input.data() + 10, length}).length, length);
+    }
+  }
+}
+
 TEST(WireTexts, NamesOfObjectsInOneAnother) {
   std::string input;
   for (unsigned i = 0; i < 3000; ++i) input += "n" + std::to_string(10000 + i);
-  LongTexts texts(input.data());
+  LongTexts texts(input.data(), input.size());
   NameSet names(input.data(), texts);
   const auto name = [&](unsigned i) { return AMFWireString(input.data() + i * std::size_t{6}, 6); };
   for (int round = 0; round < 3; ++round) {

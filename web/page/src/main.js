@@ -5,4 +5,4 @@ import { start } from "./app.js";
 
 const content = (id) => document.getElementById(id).textContent;
 
-start(content("worker-script"), content("module-base64").trim());
+start(content("worker-script"), content("module-gzip-base64").trim());

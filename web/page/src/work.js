@@ -6,7 +6,7 @@
 export class Stopped extends Error {}
 
 export class Work extends EventTarget {
-  // `source` is the worker's script, `wasm` the module in base64. Dispatches "busy" and "idle".
+  // `source` is the worker's script, `wasm` the module, packed by gzip, in base64. Dispatches "busy" and "idle".
   constructor(source, wasm) {
     super();
     this.url = URL.createObjectURL(new Blob([source], { type: "text/javascript" }));

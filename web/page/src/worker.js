@@ -26,11 +26,17 @@ function readDocument(json) {
   return doc;
 }
 
+async function unpacked(base64) {
+  const packed = Uint8Array.from(atob(base64), (c) => c.charCodeAt(0));
+  const stream = new Blob([packed]).stream().pipeThrough(new DecompressionStream("gzip"));
+  return new Uint8Array(await new Response(stream).arrayBuffer());
+}
+
 const decode = (bytes) => new TextDecoder().decode(bytes);
 
 const tasks = {
   start: async ({ wasm }) => {
-    api = await instantiate(Uint8Array.from(atob(wasm), (c) => c.charCodeAt(0)));
+    api = await instantiate(await unpacked(wasm));
     return { result: { version: api.version } };
   },
 

@@ -3,7 +3,7 @@
 // The page in Chromium, from its file: what people do with it, by mouse and by keys. Exercises src/ and the module.
 // AMF2JSON_PAGE is the page that script/page made.
 import assert from "node:assert/strict";
-import { mkdtempSync, readFileSync } from "node:fs";
+import { mkdtempSync, readFileSync, statSync } from "node:fs";
 import http from "node:http";
 import { tmpdir } from "node:os";
 import path from "node:path";
@@ -299,6 +299,10 @@ test("nothing leaves the page: its policy stops what a script would try", { time
   assert.deepEqual(tried, { fetch: "refused", image: "refused", script: "refused", style: "refused", evaluated: "refused" });
   assert.equal(connections, 0);
   await page.context().close();
+});
+
+test("the page stays below 700 KB", () => {
+  assert.ok(statSync(new URL(pageUrl)).size < 700_000);
 });
 
 test("the policy", () => {

@@ -146,11 +146,10 @@ FileResult exportUnwrapped(const Unwrapped& unwrapped, const AMFWireExportOption
 FileResult runOnFile(const std::string& file, const Options& options) {
   const AMFWireExportOptions wanted = exportOptions(options);
   if (options.wire.form == ExportForm::har) {
-    return exportHar(readInput(file, options.wire.limits.maxPacketBytes), options, wanted,
-                     [&](const std::string& bytes) {
-                       return exportUnwrapped(unwrappedBytes(bytes, wanted, options), wanted,
-                                              options);
-                     });
+    std::string archive = readInput(file, options.wire.limits.maxPacketBytes);
+    return exportHar(archive, options, wanted, [&](const std::string& bytes) {
+      return exportUnwrapped(unwrappedBytes(bytes, wanted, options), wanted, options);
+    });
   }
   const std::size_t maxBytes = options.wire.limits.maxPacketBytes;
   return exportUnwrapped(unwrappedBytes(readInput(file, maxBytes), wanted, options), wanted,

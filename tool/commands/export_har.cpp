@@ -59,6 +59,11 @@ Problem notRecorded(std::size_t missing) {
   return {kMalformed, "not recorded", "not recorded: " + pluralize(missing, "byte")};
 }
 
+Problem notBase64(std::size_t size) {
+  return {kMalformed, "not base64",
+          "not base64, but the archive says so: " + pluralize(size, "byte")};
+}
+
 // The keys that stand in place of a document.
 std::string errorKeys(const Problem& problem, const HarBody& body, std::size_t replaced) {
   JsonLine keys;
@@ -89,10 +94,13 @@ Problem summary(const Counts& counts) {
 void addBody(FileResult& result, Counts& counts, const HarBody& body, const Options& options,
              const AMFWireReadOptions& read, const ExportBytes& exportBytes) {
   const bool pretty = !options.wire.compact && !options.wire.lines;
-  const std::size_t replaced = readsAsPublished(body.bytes, read) ? 0 : replacedBytes(body.bytes);
+  const bool isPacket = readsAsPublished(body.bytes, read);
+  const std::size_t replaced = isPacket ? 0 : replacedBytes(body.bytes);
+  ++counts.bodies;
   try {
     if (body.missing > 0) throw notRecorded(body.missing);
     if (replaced > 0) throw destroyed(replaced, body.bytes.size());
+    if (body.isBadBase64 && !isPacket) throw notBase64(body.bytes.size());
     FileResult one = exportBytes(body.bytes);
     result.text += withSource(one.text, body, pretty);
     for (Problem& problem : one.problems) {
@@ -110,17 +118,14 @@ void addBody(FileResult& result, Counts& counts, const HarBody& body, const Opti
 
 }  // namespace
 
-FileResult exportHar(std::string archive, const Options& options, const AMFWireReadOptions& read,
+FileResult exportHar(std::string& archive, const Options& options, const AMFWireReadOptions& read,
                      const ExportBytes& exportBytes) {
-  const auto isRead = [&read](std::string_view bytes) { return readsAsPublished(bytes, read); };
   FileResult result;
   result.isJSON = true;
   Counts counts;
-  for (const HarBody& body :
-       readHar(std::move(archive), options.wire.limits.maxPacketBytes, isRead)) {
-    ++counts.bodies;
-    addBody(result, counts, body, options, read, exportBytes);
-  }
+  readHar(
+      archive, [&](std::string_view bytes) { return readsAsPublished(bytes, read); },
+      [&](const HarBody& body) { addBody(result, counts, body, options, read, exportBytes); });
   if (counts.destroyed + counts.missing + counts.refused > 0)
     result.problems.push_back(summary(counts));
   return result;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// HTTP archives (HAR), as browsers and proxies save them.
+// Reads HTTP archives (HAR), which browsers and proxies save.
 #ifndef AMF2JSON_TOOL_INPUT_HAR_H
 #define AMF2JSON_TOOL_INPUT_HAR_H
 
@@ -9,27 +9,29 @@
 #include <functional>
 #include <string>
 #include <string_view>
-#include <vector>
 
-// The body of a request or response that carries AMF, as far as the archive has it. Texts are
-// UTF-8, whatever somebody wrote there.
+// The body of a request or response that carries AMF. The views are valid during the call that
+// passes the body.
 struct HarBody {
   std::size_t index;  // of the entry, from 0
   bool isRequest;
-  std::string method, url, time;
-  std::uint64_t status;  // 0: unknown
+  std::string_view method, url, time;  // UTF-8; empty if the archive does not have them
+  std::uint64_t status;                // 0 if the archive does not have it
   std::string bytes;
-  std::size_t missing;  // bytes that the archive counts and does not hold
+  bool isBadBase64;       // the archive calls the text base64, but it is not; `bytes` is the text
+  std::uint64_t missing;  // of a body that the archive counts and does not contain
 };
 
-// Whether bytes are a packet to the last one.
-using IsRead = std::function<bool(std::string_view)>;
+// Whether bytes are a packet without trailing bytes.
+using IsPacket = std::function<bool(std::string_view)>;
+using TakeHarBody = std::function<void(const HarBody&)>;
 
-// In the order of the archive, each request before its response. A body carries AMF by its media
-// type, or where it has none by its first bytes. Three ways to hold bytes in JSON are undone:
-// base64; a character for each byte; UTF-8. Characters up to U+00FF may be either of the last two:
-// the size says which, or what can be read. Throws Problem for what is no archive, and for bodies
-// of more than `maxBytes` bytes.
-std::vector<HarBody> readHar(std::string text, std::size_t maxBytes, const IsRead& isRead);
+// Passes the bodies in the order of the archive, each request before its response. A body carries
+// AMF by its media type; without a media type, by its first bytes. JSON contains the bytes in one
+// of three ways, which are undone: base64, one character for each byte, UTF-8. If a text may be
+// either of the last two, the size of the body decides, or which bytes are a packet.
+// Overwrites `archive`. Memory does not grow with the number of values. Throws Problem if the text
+// is not an archive, after it has passed the bodies before the error.
+void readHar(std::string& archive, const IsPacket& isPacket, const TakeHarBody& take);
 
 #endif  // AMF2JSON_TOOL_INPUT_HAR_H

@@ -32,7 +32,8 @@ class Export {
         classes(with.externalClasses),
         context{bytes, &classes, with.limits.maxDepth},
         size(count),
-        facts(bytes, count, with.originals, std::uint64_t{with.limits.maxTextBytes} + count + kSmall),
+        facts(bytes, count, with.originals,
+              std::uint64_t{with.limits.maxTextBytes} + count + kSmall),
         jsonOptions{bytes, with.originals, with.pretty} {}
 
   std::string text(AMFWireStatistics& statistics) {

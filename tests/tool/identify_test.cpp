@@ -85,6 +85,8 @@ const Row kRows[] = {
      "otherwise than the published format => amf2json export F"},
     {"a large integer that is read alike", packetOf("11 04 BFFFFF7F"),
      "AMF packet: version 0, 0 headers, 1 message, 22 bytes => amf2json decode F"},
+    {"an HTTP archive", "{\n  \"log\": {\"version\": \"1.2\", \"entries\": []}\n}\n",
+     "HTTP archive => amf2json export --as har F"},
     {"a document of export", "{\"amf3\":[1]}\n",
      "JSON document of amf2json export => amf2json import F"},
 #endif
@@ -223,6 +225,7 @@ TEST(Identify, HasAWordForMachines) {
       {"packet", kPacket + "x", ""},
       {"refused packet", packetOf("04"), ""},
       {"changed packet", hex("0000 0000 0001 0001 't' 0001 'r' FFFFFFFF 0D0A 00000001 05"), ""},
+      {"har", "{\"log\":{}}", ""},
       {"changed bytes", hex("0000 0000 0001 0001 't' 0001 'r' (EFBFBD)*4 02 0001 'x'"), ""},
       {"value", hex("02 0002 'hi'"), ""},
       {"values", hex("02 0002 'hi' 05"), ""},

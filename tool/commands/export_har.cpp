@@ -55,7 +55,7 @@ Problem destroyed(std::size_t replaced, std::size_t size) {
               pluralize(replaced, "time")};
 }
 
-Problem notRecorded(std::size_t missing) {
+Problem notRecorded(std::uint64_t missing) {
   return {kMalformed, "not recorded", "not recorded: " + pluralize(missing, "byte")};
 }
 

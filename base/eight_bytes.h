@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Questions to eight bytes at once: the high bit of each byte of the answer is set where that byte
-// of the word says yes. Only its low seven bits are asked; no sum leaves its byte.
+// SWAR: tests eight bytes at once. In the result of a test, the high bit of each byte is set if
+// that byte of the word passes; the other bits mean nothing. A test compares only the low seven
+// bits of each byte, so that no addition carries into the next byte.
 #pragma once
 
 #include <cstdint>
@@ -17,6 +18,7 @@ constexpr std::uint64_t isAtLeast(std::uint64_t word, std::uint8_t byte) {
 constexpr std::uint64_t isNot(std::uint64_t word, std::uint8_t byte) {
   return ((word & ~kHighBits) ^ byte * kEachByte) + 0x7F * kEachByte;
 }
+// Whether all eight bytes passed a test.
 constexpr bool isEach(std::uint64_t answer) {
   return (answer & kHighBits) == kHighBits;
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Aligned pages: mmap, or the aligned heap on Windows. Enter at takePages(). Tested by
+// Aligned pages: from mmap, or on Windows from the aligned heap. Enter at takePages(). Tested by
 // tests/memory/node_pool_test.cpp.
 #include "base/pages.h"
 
@@ -34,10 +34,11 @@ bool isAligned(const void* pages, std::size_t size) {
 }  // namespace
 
 void* amf2json::takePages(std::size_t size) noexcept {
-  // After an aligned mapping the next one is mostly aligned too.
+  // A plain mapping is tried first: after an aligned mapping, the next one is usually aligned too.
   void* const pages = mapPages(size);
   if (!pages || isAligned(pages, size)) return pages;
   munmap(pages, size);
+  // Otherwise maps twice the size, and unmaps what is before and after the aligned part.
   char* const wide = static_cast<char*>(mapPages(2 * size));
   if (!wide) return nullptr;
   const std::size_t past = reinterpret_cast<std::uintptr_t>(wide) & (size - 1);
@@ -48,8 +49,8 @@ void* amf2json::takePages(std::size_t size) noexcept {
 }
 
 void amf2json::returnPages(void* pages, std::size_t size) noexcept {
-  // Refused where it would leave more separate mappings than the system allows: then the memory
-  // goes, and the addresses stay.
+  // munmap fails if it would create more separate mappings than the system allows. Then madvise
+  // returns the memory, and only the addresses stay reserved.
   if (munmap(pages, size) != 0) madvise(pages, size, MADV_DONTNEED);
 }
 

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Memory straight from the system. Tested by tests/memory/node_pool_test.cpp.
+// Aligned memory directly from the operating system. Tested by tests/memory/node_pool_test.cpp.
 #pragma once
 
 #include <cstddef>
 
 namespace amf2json {
 
-// `size` bytes (a power of two, whole pages) at a multiple of `size`; null when there are none.
-// Fresh pages are zero and cost nothing until they are touched.
+// Returns `size` bytes at an address that is a multiple of `size`, or null if there is no memory.
+// `size` is a power of two and a multiple of the page size. Pages from mmap use no memory until
+// they are accessed.
 void* takePages(std::size_t size) noexcept;
 void returnPages(void* pages, std::size_t size) noexcept;
 

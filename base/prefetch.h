@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Requests memory before it is needed.
+// Loads memory into the cache before it is needed.
 #pragma once
 
 #include <cstdint>
 
 namespace amf2json {
 
-// Prefetches two cache lines, `distance` bytes from a node. Nodes are mostly in the order in which
-// they are visited, so that a node which is visited soon is there. A wrong guess does no harm,
-// whatever is at that address.
+// Prefetches two cache lines, `distance` bytes after a node (or before it, if negative). Most nodes
+// are in memory in the order in which they are visited, so the prefetched node is probably visited
+// soon. A wrong guess does no harm: any address may be prefetched.
 inline void prefetchNear(const void* node, std::intptr_t distance) {
 #if defined(__GNUC__)
   constexpr std::uintptr_t kCacheLine = 64;

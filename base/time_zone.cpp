@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Calls for time zones that are not in C++17. Tested by tests/render/dates_test.cpp.
+// Time zone calls that C++17 does not have. Tested by tests/render/dates_test.cpp.
 #include "base/time_zone.h"
 
 #include <time.h>
@@ -16,7 +16,8 @@ bool amf2json::toLocalTime(Seconds seconds, std::tm& local) {
 
 #elif defined(__EMSCRIPTEN__)
 
-// WebAssembly has no time zone: UTC. Its C library has this function in gmtime_r, which takes a time_t.
+// WebAssembly has no time zone, so local time is UTC. In its C library, gmtime_r calls the function
+// below, but itself takes a time_t, which ends in 2038.
 extern "C" int __secs_to_tm(long long seconds, struct tm* local);
 
 void amf2json::readTimeZone() {}

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Where a node's memory came from, as AMFNode::memory says: 0 for a block of the global operator
-// new; else the node is in a slot of a chunk (node_pool.h). Then the code also says the exact class
-// and whether the bytes of a string are in the slot. Tested by tests/memory/node_pool_test.cpp.
+// Where a node's memory came from, as AMFNode::memory records it. 0: a block from the global
+// operator new. Any other code: a slot of a chunk (node_pool.h).
+//
+//     bit 7: the node's bytes are in its slot too | bits 6 to 0: kind of the node's class + 1
+//
+// Tested by tests/memory/node_pool_test.cpp.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +14,7 @@
 
 namespace amf2json {
 
-// The library's own way to make a composite node without default names and values.
+// Tag of the constructors that make a composite node without default names and values.
 struct Unfilled {};
 
 class NodeMemory {
@@ -19,15 +22,16 @@ class NodeMemory {
   static std::uint8_t codeOf(const AMFNode& node) { return node.memory; }
   static bool isPooled(const AMFNode& node) { return node.memory != 0; }
 
-  // The library's class of a pooled node, as the kind that it is made with: a host may change
-  // `type`.
+  // The class of a pooled node, as the kind that belongs to this class. The member `type` cannot be
+  // used, because a host may change it.
   static std::uint32_t classOf(std::uint8_t code) { return (code & kClass) - 1u; }
 
-  // The destructor of a pooled node has ended: what operator delete gets next is its slot.
+  // ~AMFNode calls this for a pooled node. The call of operator delete that follows then frees the
+  // node's slot.
   static void noteDestroyed(AMFNode* node) noexcept;
 
-  // Whether the bytes are in the node's slot. Exact: as long as the slot is in use, no other block
-  // can begin in it.
+  // Whether the bytes are in the node's slot. The comparison of addresses is exact: no other block
+  // can begin inside a slot that is in use.
   static bool hasBytesInSlot(const AMFRaw& node, std::size_t nodeSize) {
     return (node.memory & kWithBytes) != 0 &&
            node.data == reinterpret_cast<const char*>(&node) + nodeSize;

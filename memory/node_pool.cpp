@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The pool of nodes; node_pool.h says how it works. Tested by tests/memory/node_pool_test.cpp.
+// The pool of nodes; node_pool.h explains it. Tested by tests/memory/node_pool_test.cpp.
 #include "memory/node_pool.h"
 
 #include <atomic>
@@ -14,7 +14,8 @@
 #endif
 
 #if defined(__ELF__) && defined(__GNUC__)
-// There where the program has the address or leak sanitizer, also if this library has not.
+// Defined if the program is built with AddressSanitizer or LeakSanitizer, even if this library is
+// not.
 extern "C" __attribute__((weak)) void __lsan_do_leak_check();
 #endif
 
@@ -26,7 +27,8 @@ constexpr std::size_t kCachedChunksMax = 256;  // 16 MiB
 constexpr std::size_t kShrunkChunks = 64;      // 4 MiB
 
 #if defined(AMF2JSON_ADDRESS_SANITIZER)
-// The lists of children that nodes hold are not leaked while the nodes live.
+// LeakSanitizer searches registered chunks for pointers. So it does not report the child lists of
+// live nodes as leaks.
 void watchForLeaks(const void* bytes, std::size_t count) {
   __lsan_register_root_region(bytes, count);
 }
@@ -38,21 +40,22 @@ void watchForLeaks(const void*, std::size_t) {}
 void unwatchForLeaks(const void*, std::size_t) {}
 #endif
 
-// Each heap has a number of its own. An address would not do: after a fork a new thread may get the
-// place of one that the parent had, while chunks still name that one.
+// Each heap has a number of its own. An address would not do: after a fork, the heap of a new
+// thread may get the address that a heap had in the parent process, and some chunks still name that
+// heap as owner.
 using HeapId = std::uintptr_t;
 constexpr HeapId kNobody = ~HeapId{0};
-constexpr HeapId kNoHeap = 0;  // of a thread that has not begun, or has ended; no chunk names it
+constexpr HeapId kNoHeap = 0;  // heap before its first chunk or after its end; owner of no chunk
 std::atomic<HeapId> lastHeapId{kNoHeap};
 
-// While a thread owns a chunk its balance is so large that counting down never ends it.
+// The initial balance of a chunk with an owner: so large that frees by others never reach zero.
 constexpr std::int32_t kOwned = std::int32_t{1} << 30;
 
 struct alignas(kSlotAlignment) Chunk {
-  const void* const library = &lastHeapId;  // a process may have several copies of the library
+  const void* const library = &lastHeapId;  // identifies this copy of the library
   std::atomic<HeapId> owner;
-  std::atomic<std::int32_t> balance;  // kOwned less what others freed; nobody's: slots in use
-  std::int32_t live = 0;              // as in NodeAllocator, where the chunk is not the current one
+  std::atomic<std::int32_t> balance;  // kOwned - slots freed by others; without owner: slots in use
+  std::int32_t live = 0;              // as NodeAllocator::live; not used in the current chunk
   Chunk* next = nullptr;              // in one of the owner's lists
   Chunk* previous = nullptr;
 
@@ -61,7 +64,7 @@ struct alignas(kSlotAlignment) Chunk {
   char* begin() { return reinterpret_cast<char*>(this) + sizeof(Chunk); }
   char* end() { return reinterpret_cast<char*>(this) + kChunkBytes; }
   void poisonAll() { poison(begin(), kChunkBytes - sizeof(Chunk)); }
-  // With so many slots live, by the owner's count.
+  // Whether no slot is in use. `count`: live slots, as the owner counts them.
   bool isEmpty(std::int32_t count) const {
     return count == kOwned - balance.load(std::memory_order_relaxed);
   }
@@ -86,13 +89,14 @@ void returnToSystem(Chunk* chunk) noexcept {
   returnPages(chunk, kChunkBytes);
 }
 
-// How often any thread freed slots of another's chunk: an owner looks for them when it has changed.
+// Counts, for all threads, the frees of slots in chunks of another heap. An owner scans its full
+// chunks only if this number has changed.
 std::atomic<std::uintptr_t> foreignFrees{0};
 
 }  // namespace
 
-// What a thread owns. Constant-initialized and without a destructor, so that a thread's first look
-// costs nothing; HeapEnd below lets go of it.
+// The heap of a thread. It is constant-initialized and has no destructor, so that access to it
+// needs no check whether it is initialized. HeapEnd below ends it.
 struct Heap {
   NodeAllocator allocator;
   Chunk* current = nullptr;
@@ -100,10 +104,10 @@ struct Heap {
   Chunk* empty = nullptr;  // a stack
   std::size_t fullCount = 0;
   std::size_t emptyCount = 0;
-  std::size_t renewals = 0;  // of `current`, since the last look at what other threads freed
+  std::size_t renewals = 0;  // of `current`, since collect() last scanned
   std::uintptr_t freesSeen = 0;
   HeapId id = kNoHeap;
-  unsigned retained = 0;      // RetainChunks objects
+  unsigned retained = 0;      // number of RetainChunks objects
   void* destroyed = nullptr;  // the pooled node whose destructor has just ended
   bool isShrinking = false;
   bool hasEnded = false;
@@ -123,25 +127,27 @@ struct Heap {
     allocator.live = 0;
   }
 
-  // Puts an empty chunk in `current`. When memory fails nothing has changed.
+  // Makes an empty chunk the current one. Throws if there is no memory; `current` then stays.
   void renew();
 
-  // Slots of one of our chunks.
+  // Frees slots of a chunk of this heap.
   void free(Chunk* chunk, std::int32_t count) noexcept {
     std::int32_t& live = chunk == current ? allocator.live : chunk->live;
     live -= count;
     if (chunk->isEmpty(live)) settle(chunk);
   }
 
+  // Called when all slots of a chunk are free: makes it reusable.
   void settle(Chunk* chunk) noexcept {
-    // Acquires what others did with their nodes.
+    // Synchronizes with the threads that freed slots of this chunk.
     static_cast<void>(chunk->balance.load(std::memory_order_acquire));
     chunk->balance.store(kOwned, std::memory_order_relaxed);
     chunk->live = 0;
     chunk->poisonAll();
     if (chunk == current) {
       startAt(chunk);
-      // The thread may need no further chunk for long: what it handed away falls back here too.
+      // The thread may not need another chunk for a long time, so chunks that other threads have
+      // emptied are collected here too.
       ++renewals;
       if (full) collect();
       return;
@@ -157,7 +163,7 @@ struct Heap {
     if (retained == 0) shrink();
   }
 
-  // Where there are too many empty chunks.
+  // Returns chunks to the system if too many are empty.
   void shrink() noexcept {
     if (emptyCount <= (isShrinking ? kShrunkChunks : kCachedChunksMax)) return;
     isShrinking = true;
@@ -171,7 +177,8 @@ struct Heap {
     return chunk;
   }
 
-  // Full chunks whose last slots were freed elsewhere. Looked for so rarely that it stays cheap.
+  // Finds full chunks whose last slots were freed by other threads. The scan runs so rarely that
+  // its cost stays low.
   void collect() noexcept {
     const std::uintptr_t frees = foreignFrees.load(std::memory_order_acquire);
     if (frees == freesSeen || renewals < fullCount / 4) return;
@@ -198,7 +205,7 @@ struct Heap {
     --fullCount;
   }
 
-  // The thread ends. A chunk in use becomes nobody's.
+  // Called when the thread ends: a chunk in use loses its owner, an empty one is returned.
   static void disown(Chunk* chunk) noexcept {
     const std::int32_t taken = kOwned - chunk->live;
     chunk->owner.store(kNobody, std::memory_order_relaxed);
@@ -237,7 +244,7 @@ thread_local HeapEnd heapEnd;
 
 void Heap::renew() {
   if (id == kNoHeap) {
-    heapEnd.isWatching = true;  // made by this, so that it is there when the thread ends
+    heapEnd.isWatching = true;  // constructs heapEnd, so that its destructor runs at thread end
     id = lastHeapId.fetch_add(1, std::memory_order_relaxed) + 1;
   }
   isShrinking = false;
@@ -256,15 +263,15 @@ namespace {
 
 void freeForeign(Chunk* chunk, std::int32_t count) noexcept {
   const bool isLast = chunk->balance.fetch_sub(count, std::memory_order_acq_rel) == count;
-  // After the balance, so that who sees this number finds the slots freed.
+  // Incremented after the balance: an owner that sees the new number also sees the freed slots.
   foreignFrees.fetch_add(1, std::memory_order_release);
   if (isLast) returnToSystem(chunk);
 }
 
 }  // namespace
 
-// AMF2JSON_NODE_POOL: 1 on, 0 off; without it the pool is on unless a sanitizer wants to see single
-// blocks.
+// AMF2JSON_NODE_POOL: 1 is on, 0 is off. If it is not defined, the pool is on unless a sanitizer
+// needs to see each node as a block.
 bool isPoolOn() noexcept {
 #if defined(AMF2JSON_NODE_POOL)
   return AMF2JSON_NODE_POOL != 0;
@@ -309,8 +316,8 @@ std::size_t chunksOfThisThread() noexcept {
   return heap.fullCount + heap.emptyCount + (heap.current ? 1 : 0);
 }
 
-// Only the library's own classes are pooled, so the destructor that has just ended is ~AMFNode, and
-// nothing came between.
+// Called by operator delete of AMFNode. Only the library's own classes are pooled. So for a pooled
+// node, ~AMFNode has just ended, and no other code ran in between.
 void freeNode(void* node, std::size_t size) noexcept {
   if (!node || node != heap.destroyed) return ::operator delete(node);
   heap.destroyed = nullptr;

@@ -1,37 +1,43 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Where the nodes of decoded and cloned trees come from, and the bytes of short strings with them.
+// The pool: bump allocators for the nodes of decoded and cloned trees. The bytes of a short string
+// are in the slot of its node.
 //
 //     chunk of 64 KiB:  header | node | node + bytes | node | ... | free
 //                                                                  ^ next slot
 //
-// Each thread has a heap: one chunk that it allocates from by moving a pointer, the full chunks,
-// and some empty ones. A slot holds one node, and the bytes of a short string after it. Slots are
-// never reused singly: a chunk is used again once all its slots have been freed. A chunk is at a
-// multiple of its size, so that masking a node's address finds its chunk. AMFNode::memory says
-// which nodes are in a slot; all others (those that a host makes with `new`, and all nodes where
-// the pool is off) are from the global operator new.
+//     heap of a thread:  current chunk | list of full chunks | stack of empty chunks
 //
-// What that costs. One live node keeps its whole chunk. A thread that hands its nodes away and
-// decodes and deletes none itself keeps their chunks, until it does so again or ends.
+// Allocation. Each thread has a heap. The heap allocates from its current chunk by moving a
+// pointer. A slot holds one node and, after it, the bytes of a short string. Single slots are never
+// reused: a chunk is reused after all its slots have been freed. A chunk is aligned to its size, so
+// that masking a node's address gives its chunk. AMFNode::memory records which nodes are in a slot.
+// All other nodes come from the global operator new: those that a host makes with `new`, and all
+// nodes where the pool is off.
 //
-// When memory goes back. Up to 16 MiB of empty chunks are cached for the next packet. Beyond that
-// the heap shrinks: all empty chunks above 4 MiB go back to the system at once, and so does every
-// further one until the thread needs a chunk again. While a packet takes the place of another, all
-// chunks of the old one are retained for the new one (RetainChunks). So a stream of packets runs in
-// warm memory, and after a burst the memory falls back.
+// Cost. One live node keeps its whole chunk in memory. If a thread hands its nodes to other threads
+// and then decodes and deletes none itself, their chunks stay in memory until it does so again or
+// ends.
 //
-// Across threads. A chunk belongs to the heap of one thread, in one copy of the library: a process
-// may have several copies. A slot freed elsewhere is counted in the chunk's atomic balance; its
-// owner finds such chunks when it needs one. When a thread ends, its empty chunks go back and the
-// others become nobody's: whoever frees the last slot of one returns it to the system. Nodes made
-// after that are from the global operator new. After a fork the child goes on with the forking
-// thread's heap; what other threads had stays as it is.
+// Return of memory. A heap caches up to 16 MiB of empty chunks for the next packet. If there are
+// more, the heap shrinks: it returns all empty chunks above 4 MiB to the system, and after that
+// each further empty chunk, until the thread takes a chunk again. While parse replaces a packet, no
+// chunk of the old packet is returned (RetainChunks), so that the new packet can use it. So a
+// stream of packets reuses the same memory, and after a burst the memory is returned.
 //
-// When it is off. Under AddressSanitizer (unless the build says otherwise) and LeakSanitizer every
-// node is a block of its own, so that those tools see each of them. The build option
-// AMF2JSON_NODE_POOL=ON has it on under AddressSanitizer too, and unused slots are poisoned. OFF
-// switches it off for good, for Valgrind and the like.
+// Threads. A chunk belongs to the heap of one thread, in one copy of the library (a process may
+// have several copies). If another thread or copy frees a slot, it counts that in the chunk's
+// atomic balance. When the owner needs a chunk, or when its current chunk becomes empty, it
+// collects the chunks that others have emptied. When a thread ends, its empty chunks are returned
+// to the system. Its other chunks have no owner from then on: whoever frees the last slot of such a
+// chunk returns it to the system. Nodes that the thread makes after that come from the global
+// operator new. After a fork the child process continues with the forking thread's heap; the other
+// threads' chunks stay unchanged.
+//
+// Where the pool is off. Under AddressSanitizer and LeakSanitizer every node is a block of its own,
+// so that those tools see each node. The build option AMF2JSON_NODE_POOL=ON turns the pool on under
+// these tools too; AddressSanitizer then treats unused slots as poisoned. AMF2JSON_NODE_POOL=OFF
+// turns the pool off everywhere, for Valgrind and similar tools.
 //
 // Tested by tests/memory/node_pool_test.cpp and tests/memory/pool_threads_test.cpp.
 #pragma once
@@ -55,7 +61,7 @@ namespace amf2json {
 
 constexpr std::size_t kChunkBytes = 65536;
 constexpr std::size_t kSlotAlignment = 8;
-constexpr std::size_t kBytesMax = 2048;  // in the slot of a node
+constexpr std::size_t kBytesMax = 2048;  // most bytes that a slot holds after its node
 
 #if defined(AMF2JSON_ADDRESS_SANITIZER)
 inline void poison(void* bytes, std::size_t count) {
@@ -69,11 +75,11 @@ inline void poison(void*, std::size_t) {}
 inline void unpoison(void*, std::size_t) {}
 #endif
 
-// Frees `count` slots of the chunk that `node` is in.
+// Frees `count` slots of the chunk that contains `node`.
 void freeSlots(void* node, std::int32_t count) noexcept;
 
-// Makes the library's own nodes. There is one for each thread; it stays where it is as long as the
-// thread.
+// Makes the library's own nodes: the bump allocator of a thread. Each thread has one, whose address
+// stays the same until the thread ends.
 class NodeAllocator {
  public:
   template <class Node>
@@ -81,15 +87,15 @@ class NodeAllocator {
     if (!hasRoom(sizeof(Node))) return makeElsewhere<Node>(version);
     return NodeMemory::markPooled(::new (allocate(sizeof(Node))) Node(version));
   }
-  // A composite node whose names and values are null: the reader fills it before anybody else sees
-  // it.
+  // Makes a composite node whose names and values are null. The reader sets them before anyone else
+  // sees the node.
   template <class Node, class... Arguments>
   AMF2JSON_HOT std::unique_ptr<Node> makeUnfilled(Arguments... arguments) {
     if (!hasRoom(sizeof(Node))) return makeUnfilledElsewhere<Node>(arguments...);
     return std::unique_ptr<Node>(
         NodeMemory::markPooled(::new (allocate(sizeof(Node))) Node(Unfilled(), arguments...)));
   }
-  // A node with a copy of the bytes: in the same slot where they are few.
+  // Makes a node with a copy of the bytes. Up to kBytesMax bytes are copied into the node's slot.
   template <class Node>
   AMF2JSON_HOT Node* makeWithBytes(AMFVersion version, const char* bytes, std::uint32_t count) {
     const std::size_t size = sizeof(Node) + count;
@@ -98,7 +104,7 @@ class NodeAllocator {
     }
     return putBytes(::new (allocate(size)) Node(version), bytes, count);
   }
-  // A copy of a string, XML text or byte array, but for what XML adds.
+  // Copies a string, XML text or byte array. The caller copies the `document` flag of XML.
   template <class Node>
   AMF2JSON_HOT Node* copyWithBytes(const Node& source) {
     const bool isPlain = source.children.empty() && (source.data || source.length == 0);
@@ -109,7 +115,7 @@ class NodeAllocator {
     copied->complete = source.complete;
     return copied;
   }
-  // A deep copy of any other node.
+  // Makes a deep copy of any other node.
   template <class Node>
   Node* copy(const Node& source) {
     return makeBy<Node>(source);
@@ -124,7 +130,7 @@ class NodeAllocator {
   bool hasRoom(std::size_t size) const {
     return static_cast<std::size_t>(end - next) >= rounded(size);
   }
-  // Only where there is room.
+  // Requires hasRoom(size).
   void* allocate(std::size_t size) {
     char* const slot = next;
     next += rounded(size);
@@ -132,10 +138,11 @@ class NodeAllocator {
     unpoison(slot, size);
     return slot;
   }
-  // A slot of this chunk or the next one; null where there are no chunks.
+  // Allocates a slot of this chunk or the next one. Returns null if the pool is off or the thread's
+  // heap has ended.
   AMF2JSON_RARE static void* allocateElsewhere(std::size_t size);
 
-  // The general way: the constructor may throw.
+  // The general case: the constructor may throw.
   template <class Node, class... Arguments>
   static Node* makeBy(Arguments&&... arguments) {
     void* const slot = allocateElsewhere(sizeof(Node));
@@ -180,17 +187,17 @@ class NodeAllocator {
 
   char* next = nullptr;
   char* end = nullptr;
-  std::int32_t live = 0;  // slots of the current chunk: allocated, less freed by its thread
+  std::int32_t live = 0;  // slots of the current chunk: allocated minus freed by this thread
 };
 
 NodeAllocator& allocatorOfThisThread() noexcept;
 
-// Whether decoded nodes come from chunks in this process.
+// Whether the pool is on in this process.
 bool isPoolOn() noexcept;
 
 struct Heap;
 
-// As long as one is there, no empty chunk of this thread goes back to the system.
+// While such an object exists, its thread returns no empty chunk to the system.
 class RetainChunks {
  public:
   RetainChunks() noexcept;
@@ -202,7 +209,7 @@ class RetainChunks {
   Heap& heap;  // of this thread
 };
 
-// For tests: this thread's chunks, in use and cached.
+// For tests: the number of this thread's chunks, in use or cached.
 std::size_t chunksOfThisThread() noexcept;
 
 }  // namespace amf2json

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The text buffers of protocol objects and their per-thread cache; text_buffers.h says how they
-// work. Tested by tests/codec/packet_reader_test.cpp.
+// The text buffers of protocol objects and their thread-local cache; text_buffers.h explains them.
+// Tested by tests/codec/packet_reader_test.cpp.
 #include "memory/text_buffers.h"
 
 #include <utility>
@@ -30,7 +30,7 @@ struct Pair {
   std::string json;
   std::string script;
 
-  // Buffers that a large packet has grown are not cached.
+  // A pair that has grown for a large packet is not cached.
   void store(std::string& fromJson, std::string& fromScript) noexcept {
     const bool isLarge =
         fromJson.capacity() > 2 * kJsonSize || fromScript.capacity() > 2 * kScriptSize;
@@ -46,7 +46,8 @@ struct Pair {
   }
 };
 
-// A protocol object may be destroyed after the cache: main's thread ends before static objects do.
+// A protocol object may be destroyed after the cache: the thread-local objects of the main thread
+// are destroyed before the static objects.
 thread_local bool isCacheGone = false;
 
 struct Cache {

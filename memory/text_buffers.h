@@ -1,13 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The two texts of a protocol object, filled with NULs after each parse, and two spare ones.
+// The two texts of a protocol object, which parse fills with NULs, and two spare texts.
 //
-// A fill for each packet would cost more than most packets do. So an object has two pairs of texts:
-// while a view writes into one, the other stays filled with NULs for the next parse. A host that
-// takes a fresh object for each packet would have the fill again: a destroyed object leaves both
-// pairs to the cache of its thread, and the thread's next object takes them. The cache holds at
-// most one blank pair and one written pair, of the usual size, and only where nodes come from the
-// pool (node_pool.h). It is destroyed with the thread.
+// Filling both texts for each packet would cost more than decoding most packets. So an object has
+// two pairs of texts, and exchanges them:
+//
+//                     texts       spare texts
+//     after parse     NULs        old text, if any
+//     after a view    new text    NULs, for the next parse
+//
+// If a host uses a new object for each packet, each object would have to fill its texts again. So a
+// destroyed object returns both pairs to the cache of its thread, and the thread's next object
+// takes them. The cache holds at most one blank pair (filled with NULs) and one written pair, both
+// of the usual size. It exists only where nodes come from the pool (node_pool.h), and is destroyed
+// with the thread.
 //
 // Tested by tests/codec/packet_reader_test.cpp.
 #pragma once
@@ -23,15 +29,15 @@ class TextBuffers {
       : json(jsonText), script(scriptText) {}
   TextBuffers(const TextBuffers&) = delete;
   TextBuffers& operator=(const TextBuffers&) = delete;
-  // Leaves both pairs to the thread's cache.
+  // Returns both pairs to the thread's cache.
   ~TextBuffers();
 
-  // For parse: both texts get their sizes and hold nothing but NULs.
+  // For parse: both texts get their initial sizes and contain only NULs.
   void blank();
-  // Before a view writes: blank texts become the spare ones, as soon as there is a written pair to
-  // take their place. What the texts hold then is old; the view overwrites it.
+  // Called before a view writes. If the texts are blank, exchanges them with a written pair, from
+  // the spare texts or from the cache. The texts then contain old bytes, which the view overwrites.
   void keepBlankTexts();
-  // A step writes to the texts without a view.
+  // Called when a step writes to the texts without a view.
   void markWritten() noexcept { areTextsBlank = false; }
 
  private:
@@ -39,7 +45,7 @@ class TextBuffers {
   std::string& script;
   std::string spareJson;
   std::string spareScript;
-  bool areTextsBlank = false;  // as far as the library knows
+  bool areTextsBlank = false;  // unless the host has written to them
   bool areSparesBlank = false;
 };
 

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Deletes trees fast: what pooled nodes own is released without virtual calls, and the slots of one
-// chunk are freed together. All other nodes are deleted as usual. Used by all destructors of nodes;
-// the order is theirs. Tested by tests/model/ownership_test.cpp and tests/memory/node_pool_test.cpp.
+// Deletes trees fast. The members of pooled nodes are released without virtual calls, and
+// consecutive slots of one chunk are freed together. All other nodes are deleted with `delete`.
+// Nodes are deleted in the same order as by their destructors, which use this class too. Tested by
+// tests/model/ownership_test.cpp and tests/memory/node_pool_test.cpp.
 #pragma once
 
 #include "AMF2JSON.h"
@@ -11,20 +12,20 @@
 
 namespace amf2json {
 
-// Frees a node's bytes, unless they are in its slot and go with it.
+// Frees a node's bytes. Bytes in the node's slot are freed with the slot.
 void releaseBytes(AMFRaw& node) noexcept;
 
 class TreeDeleter {
  public:
-  // Where there are `reusableLists`, they get the storage of short child lists.
+  // `reusableLists`, if not null, get the storage of short child lists.
   explicit TreeDeleter(ChildLists* reusableLists = nullptr) : lists(reusableLists) {}
   ~TreeDeleter() { freeHeld(); }
   TreeDeleter(const TreeDeleter&) = delete;
   TreeDeleter& operator=(const TreeDeleter&) = delete;
 
-  // As `delete node`.
+  // Same as `delete node`.
   void destroy(AMFNode* node) noexcept;
-  // As the destructor of AMFNode: last first.
+  // Deletes the children as the destructor of AMFNode does: the last one first.
   void destroyChildren(AMFNode& node) noexcept;
 
  private:
@@ -42,7 +43,7 @@ class TreeDeleter {
   }
 
   ChildLists* const lists;  // not owned
-  void* held = nullptr;     // a slot of the chunk that `count` slots are to be freed of
+  void* held = nullptr;     // a slot of the chunk in which `count` slots will be freed
   std::int32_t count = 0;
 };
 

@@ -17,7 +17,7 @@ AMFRaw::AMFRaw(AMFType kind, AMFVersion nodeVersion, AMFNode* nodeParent)
 
 AMFRaw::AMFRaw(const AMFRaw& source) : AMFNode(source) {
   AMFRaw::setValue(source.data, source.length);
-  length = source.length;  // a length without bytes is copied as such
+  length = source.length;  // a length without bytes is copied too
 }
 
 AMFRaw::~AMFRaw() {

@@ -75,7 +75,7 @@ AMFPackage* AMFPackage::clone() const {
 
 void AMFPackage::appendHeader(AMFHeader* header, bool copy) {
   AMFNode::appendChild(header, copy);
-  ++headerCount;  // Kept: counted also when the header was null and nothing was attached.
+  ++headerCount;  // Kept: also counts a null header, which is not attached.
 }
 void AMFPackage::appendMessage(AMFMessage* message, bool copy) {
   AMFNode::appendChild(message, copy);
@@ -85,7 +85,7 @@ AMFHeader* AMFPackage::getHeader(unsigned int index) const {
   return index < headerCount ? model::castUnchecked<AMFHeader>(getChild(index)) : nullptr;
 }
 AMFMessage* AMFPackage::getMessage(unsigned int index) const {
-  // Kept: the difference is taken in 32 bits, as everywhere where messages are counted.
+  // Kept: the subtraction wraps at 32 bits, as everywhere where messages are counted.
   const auto messageCount = static_cast<std::uint32_t>(children.size()) - headerCount;
   return index < messageCount ? model::castUnchecked<AMFMessage>(getChild(headerCount + index))
                               : nullptr;

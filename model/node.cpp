@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// AMFNode: what all nodes share, the owned list of children above all. Tested by
+// AMFNode: what all nodes have in common, mainly the owned list of children. Tested by
 // tests/model/model_test.cpp.
 #include "AMF2JSON.h"
 #include "memory/tree_deleter.h"
@@ -11,8 +11,8 @@ using namespace amf2json;
 AMFNode::AMFNode(AMFType kind, AMFVersion nodeVersion, AMFNode* nodeParent)
     : parent(nodeParent), type(kind), version(nodeVersion) {}
 
-// Delegates first: from then on the destructor runs, and frees the copies made so far, when one
-// fails.
+// Delegates to another constructor first. So if the copy of a child throws later, the destructor
+// runs and frees the copies made so far.
 AMFNode::AMFNode(const AMFNode& source) : AMFNode(source.type, source.version, nullptr) {
   referenceIndex = source.referenceIndex;
   complete = source.complete;

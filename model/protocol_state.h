@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a protocol object keeps for itself: its public members are all that hosts see.
+// The private state of a protocol object. Hosts see only the public members of AMFProtocol.
 #pragma once
 
 #include <cstddef>
@@ -19,12 +19,12 @@ struct ProtocolState {
 
   TextBuffers texts;
 
-  // For parse: storage of the last package's child lists, and (owned) what the containers that are
-  // being read will get as children.
+  // For parse: `lists` caches the storage of the last package's child lists. `pending` owns the
+  // children of containers that are still being read.
   std::unique_ptr<ChildLists> lists;
   std::vector<AMFNode*> pending;
 
-  // The script path: all segments joined, and where each begins.
+  // The script path: its segments, joined, and the offset of each segment.
   std::string scriptPath;
   std::vector<std::size_t> scriptPathStarts;
 };

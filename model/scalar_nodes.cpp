@@ -30,7 +30,7 @@ AMFUndefined* AMFUndefined::clone() const {
 AMFBool::AMFBool(AMFVersion nodeVersion) : AMFNode(AMF_BOOL, nodeVersion, nullptr) {}
 AMFBool::AMFBool(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_BOOL, nodeVersion, nodeParent) {}
-// The byte is copied as it stands, also where a host stored another one than 0 and 1 there.
+// Copies the byte unchanged, because a host may have stored a value other than 0 and 1.
 AMFBool::AMFBool(const AMFBool& source) : AMFNode(source) {
   std::memcpy(&value, &source.value, sizeof value);
 }
@@ -51,7 +51,7 @@ AMFInt* AMFInt::clone() const {
 AMFDouble::AMFDouble(AMFVersion nodeVersion) : AMFNode(AMF_DOUBLE, nodeVersion, nullptr) {}
 AMFDouble::AMFDouble(AMFVersion nodeVersion, AMFNode* nodeParent)
     : AMFNode(AMF_DOUBLE, nodeVersion, nodeParent) {}
-// Doubles are copied as bytes: a floating-point register of some machines changes the bits of a
+// Doubles are copied as bytes: on some machines, a floating-point register changes the bits of a
 // NaN.
 AMFDouble::AMFDouble(const AMFDouble& source) : AMFNode(source) {
   std::memcpy(&value, &source.value, sizeof value);

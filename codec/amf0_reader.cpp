@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// AMF0 value readers: a marker picks the form, the body follows big-endian. Enter at amf0Value.
-// Mirrored by amf0_writer.cpp. Tested by tests/codec/amf0_reader_test.cpp.
+// AMF0 value readers: a marker selects the form, and the body follows in big-endian order. Enter at
+// amf0Value. The counterpart is amf0_writer.cpp. Tested by tests/codec/amf0_reader_test.cpp.
 #include "AMF2JSON.h"
 #include "codec/big_endian.h"
 #include "codec/reader.h"
@@ -38,7 +38,7 @@ AMFBool* Reader::amf0Bool() {
 AMFDate* Reader::amf0Date() {
   std::unique_ptr<AMFDate> date(allocator.make<AMFDate>(AMF_VERSION_0));
   big_endian::readDouble(cursor, date->value);
-  big_endian::skip(cursor, kZoneBytes);  // Kept: the time zone is skipped unread and lost.
+  big_endian::skip(cursor, kZoneBytes);  // Kept: the time zone is skipped and lost.
   return date.release();
 }
 
@@ -93,7 +93,7 @@ AMFNode* Reader::amf0Value() {
 AMF2JSON_HOT AMFPair* Reader::nextAmf0Pair() {
   const std::uint16_t length = big_endian::readU16(cursor);
   const char* const name = big_endian::readBytes(cursor, length);
-  // Kept: whatever name an end mark carries is read and discarded.
+  // Kept: the name before an end marker is discarded, whatever it is.
   if (big_endian::peekU8(cursor) == AMFProtocol::AMF0_OBJECT_END) {
     ++cursor;
     return nullptr;
@@ -102,7 +102,8 @@ AMF2JSON_HOT AMFPair* Reader::nextAmf0Pair() {
   pair->name = allocator.makeWithBytes<AMFString>(AMF_VERSION_0, name, length);
   if (!pair->name) throw AMFException(reader_texts::kAMF0PairName);  // Unreachable.
   std::unique_ptr<AMFNode> value(nextAmf0Value());
-  // What a host may have put into the table is refused.
+  // pair->setValue throws for a structural node. Only a host can have put such a node into the
+  // reference table.
   if (model::isStructure(value->type)) pair->setValue(value.get(), false);
   pair->value = value.release();
   return pair.release();
@@ -114,22 +115,23 @@ AMFPair* Reader::amf0Pair() {
 
 AMFObject* Reader::amf0Object(AMFProtocol::AMF0Markers marker) {
   auto object = allocator.makeUnfilled<AMFObject>(AMF_VERSION_0);
-  // Kept: any other marker than that of a typed object reads an anonymous object.
+  // Kept: for any marker but that of a typed object, an anonymous object is read.
   const bool isTyped = marker == AMFProtocol::AMF0_TYPED_OBJECT;
   object->className = amf0String(isTyped ? big_endian::readU16(cursor) : 0);
   if (!object->className) throw AMFException(reader_texts::kAMF0ClassName);  // Unreachable.
   Children members(*object, pending, lists);
   while (auto pair = std::unique_ptr<AMFPair>(nextAmf0Pair())) members.add(std::move(pair));
   members.attach();
-  // Kept: indexes are given in the order in which objects and arrays end, not in which they begin.
+  // Kept: reference indexes are assigned in the order in which objects and arrays end, not in which
+  // they begin.
   note(protocol.amf0References, object.get());
   return object.release();
 }
 
 AMFArray* Reader::amf0Array(AMFProtocol::AMF0Markers marker) {
   std::unique_ptr<AMFArray> array(allocator.make<AMFArray>(AMF_VERSION_0));
-  // Kept: the count is read before the marker is looked at. It is believed, but nothing is reserved
-  // for it.
+  // Kept: the count is read before the marker is checked. The count is trusted, but no memory is
+  // reserved for it.
   std::uint32_t left = big_endian::readU32(cursor);
   Children elements(*array, pending, lists);
   if (marker == AMFProtocol::AMF0_STRICT_ARRAY) {
@@ -141,8 +143,8 @@ AMFArray* Reader::amf0Array(AMFProtocol::AMF0Markers marker) {
       elements.add(std::move(value));
     }
   } else if (marker == AMFProtocol::AMF0_ECMA_ARRAY) {
-    // Kept: exactly `count` members and no end mark; what a sender puts behind them stays in the
-    // input.
+    // Kept: reads as many members as the count says, and no end marker. Whatever a sender writes
+    // after them remains in the input.
     for (; left > 0; --left) {
       std::unique_ptr<AMFPair> pair(amf0Pair());
       if (!pair) throw AMFException(reader_texts::kAMF0EcmaArrayEnd);
@@ -158,7 +160,7 @@ AMFArray* Reader::amf0Array(AMFProtocol::AMF0Markers marker) {
 
 }  // namespace amf2json::codec
 
-// The public calls, one value at a time.
+// The public calls that read a single value.
 
 using codec::Reader;
 using codec::readMarker;

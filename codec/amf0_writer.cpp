@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// AMF0 value writers, and writeValue, where every value of either version enters. Every field is
-// one piece. Mirrors amf0_reader.cpp. Tested by tests/codec/amf0_writer_test.cpp.
+// AMF0 value writers, and writeValue, the entry point for values of both versions. Every field is
+// one piece (pieces.h). The counterpart is amf0_reader.cpp. Tested by
+// tests/codec/amf0_writer_test.cpp.
 #include "AMF2JSON.h"
 #include "codec/writer.h"
 #include "model/attach.h"
@@ -44,14 +45,14 @@ char* Writer::writeValue(char* out, const AMFNode* node, AMFVersion placeVersion
   if (placeVersion == AMF_VERSION_3) {
     refuse(out, "setNodeValue(): switching AMF3 -> AMF0  is impossible");
   }
-  // A node that was read from a reference goes back as the same reference, whatever its kind.
+  // A node that was read from a reference is written as the same reference, whatever its kind.
   if (node->referenceIndex != AMFNode::kNoReference) {
     return writeAMF0Reference(out, node->referenceIndex);
   }
   return writeAMF0Value(out, node);
 }
 
-// First in a new block.
+// Writes the value at the start of a new block.
 char* Writer::writeValueAnew(char* out, const AMFNode* node, AMFVersion placeVersion) {
   return writeValue(turnBlock(out), node, placeVersion);
 }
@@ -78,7 +79,7 @@ inline char* Writer::writeAMF0Value(char* out, const AMFNode* node) {
     case AMFNode::AMF_MESSAGE:
     case AMFNode::AMF_PACKAGE: refuse(out, kMisplaced);
   }
-  return out;  // Kept: a kind code above the known ones writes nothing.
+  return out;  // Kept: nothing is written for an unknown kind.
 }
 
 inline char* Writer::writeAMF3Value(char* out, const AMFNode* node) {
@@ -104,7 +105,7 @@ inline char* Writer::writeAMF3Value(char* out, const AMFNode* node) {
     case AMFNode::AMF_MESSAGE:
     case AMFNode::AMF_PACKAGE: refuse(out, kMisplaced);
   }
-  // Kept: a kind code above the known ones writes nothing more; a switch marker before it stays.
+  // Kept: nothing more is written for an unknown kind. A switch marker before it is not removed.
   return out;
 }
 
@@ -147,7 +148,7 @@ char* Writer::writeAMF0String(char* out, const AMFString* node, bool withMarker,
 char* Writer::writeAMF0Bool(char* out, const AMFBool* node) {
   if (!node) refuse(out, "setAMF0Bool(): lack of boolen type node");
   out = piece::u8(out, AMFProtocol::AMF0_BOOLEAN);
-  out = piece::u8(out, model::storedByte(node->value));  // Kept: as it is, not made 0 or 1.
+  out = piece::u8(out, model::storedByte(node->value));  // Kept: unchanged, even if not 0 or 1.
   return out;
 }
 
@@ -199,7 +200,7 @@ char* Writer::writeAMF0Object(char* out, const AMFObject* object) {
     out = writeAMF0Pair(out, asPair(child));
   }
   out = withRoom(out, 3);
-  out = piece::u16(out, 0);  // the empty name of the end mark
+  out = piece::u16(out, 0);  // the empty name before the end marker
   out = piece::u8(out, AMFProtocol::AMF0_OBJECT_END);
   return out;
 }
@@ -214,26 +215,26 @@ char* Writer::writeAMF0Array(char* out, const AMFArray* array) {
       out = writeValue(out, child, array->version);
       continue;
     }
-    // Kept: this text names the object writer.
+    // Kept: this message names the object writer.
     if (!child) refuse(out, "setAMF0Object(): lack of array property");
     if (child->type != AMFNode::AMF_PAIR) {
       refuse(out, "setAMF0Array(): not a pair type node passed as associative array property");
     }
     out = writeAMF0Pair(out, asPair(child));
   }
-  // Kept: no end mark follows the members; the reader takes exactly the count.
+  // Kept: no end marker follows the members; the reader reads exactly as many as the count says.
   return out;
 }
 
 char* Writer::writeAMF0Reference(char* out, std::uint32_t index) {
   out = piece::u8(out, AMFProtocol::AMF0_REFERENCE);
-  out = piece::u16(out, index);  // Kept: the low 16 bits, no check of the range.
+  out = piece::u16(out, index);  // Kept: only the low 16 bits; the range is not checked.
   return out;
 }
 
 }  // namespace amf2json::codec
 
-// The public calls, one value at a time.
+// The public calls that write a single value.
 
 using codec::Writer;
 

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// AMF3 value readers: a marker, mostly a U29 whose low bit tells reference from inline, a body.
-// Enter at amf3Value; amf0_reader.cpp does so at the switch marker. Mirrored by amf3_writer.cpp.
-// Tested by tests/codec/amf3_reader_test.cpp.
+// AMF3 value readers: a marker, for most kinds a U29 header, and a body. The low bit of the header
+// is 0 for a reference and 1 for an inline value. Enter at amf3Value; amf0_reader.cpp calls it at
+// the switch marker. The counterpart is amf3_writer.cpp. Tested by
+// tests/codec/amf3_reader_test.cpp.
 #include <cstring>
 #include <typeinfo>
 
@@ -15,20 +16,21 @@ using namespace amf2json;
 
 namespace {
 
-// Bits of the U29 in front of a value.
+// Bits of the U29 header of a value.
 constexpr std::uint32_t kInlineTraits = 2;
 constexpr std::uint32_t kExternalizable = 4;
 constexpr std::uint32_t kDynamic = 8;
 constexpr unsigned kTraitsIndexShift = 2;
 constexpr unsigned kSealedCountShift = 4;
-constexpr std::uint8_t kEmptyString = 0x01;  // a string's U29: inline, no bytes
+constexpr std::uint8_t kEmptyString = 0x01;  // the U29 header of a string: inline, no bytes
 
-// U29, bit 0 clear: a reference, and the other bits are its index.
+// If bit 0 of the header is clear, the value is a reference, and the other bits are its index.
 bool isReference(std::uint32_t header) {
   return (header & 1) == 0;
 }
 
-// The entry that a reference names, or the text of what is wrong with it.
+// Returns the entry of a reference. Throws `badIndex` if there is no entry, and `badKind` if the
+// entry is of another kind.
 AMF2JSON_HOT const AMFNode& entryAt(const codec::Nodes& table, std::uint32_t index,
                                     AMFNode::AMFType kind, const char* badIndex,
                                     const char* badKind) {
@@ -37,7 +39,7 @@ AMF2JSON_HOT const AMFNode& entryAt(const codec::Nodes& table, std::uint32_t ind
   return *table[index];
 }
 
-// An accepted reference is a deep copy that remembers its index.
+// A reference becomes a deep copy of its entry, which records the index.
 template <class Node>
 Node* copyEntry(const AMFNode& entry, std::uint32_t index) {
   std::unique_ptr<AMFNode> copy(entry.clone());
@@ -45,7 +47,8 @@ Node* copyEntry(const AMFNode& entry, std::uint32_t index) {
   return static_cast<Node*>(copy.release());
 }
 
-// The same for a value of the object table. A container refuses a reference to itself by `circular`.
+// Copies an entry of the object table, after all checks. If the entry is a container that is still
+// being read, throws `circular`, unless that is null: the container would contain itself.
 template <class Node>
 Node* copyReferenced(const codec::Nodes& table, std::uint32_t header, AMFNode::AMFType kind,
                      const char* badIndex, const char* badKind, const char* circular = nullptr) {
@@ -56,7 +59,8 @@ Node* copyReferenced(const codec::Nodes& table, std::uint32_t header, AMFNode::A
 }
 
 bool isAcceptedExternalizable(const AMFString& name) {
-  // Read at each comparison: a host may have repointed them. Null matches nothing.
+  // The variables are read for each comparison, because a host may change them. Null matches
+  // nothing.
   for (const char* const accepted : {cArrayClass, cObjProxyClass, cSerialProxy, cAsyncMsg,
                                      cCommandMsg, cDataMsg, cPagedMsg, cUpdateCollectMsg}) {
     if (!accepted || std::strlen(accepted) != name.length) continue;
@@ -65,7 +69,8 @@ bool isAcceptedExternalizable(const AMFString& name) {
   return false;
 }
 
-// What the traits of an entry, as far as they are read, lack of sealed members.
+// Throws if the object of a traits entry lacks a sealed member or its name. This happens for
+// externalizable objects, whose sealed members are not read.
 void checkSealed(const AMFObject& entry) {
   for (std::uint32_t i = 0; i < entry.sealedCount; ++i) {
     const AMFNode* const member = i < entry.children.size() ? entry.children[i] : nullptr;
@@ -88,7 +93,7 @@ AMFString* Reader::amf3String() {
     const std::uint32_t index = header >> 1;
     const AMFNode& entry = entryAt(protocol.amf3StringReferences, index, AMFNode::AMF_STRING,
                                    reader_texts::kAMF3StringIndex, reader_texts::kAMF3StringType);
-    const bool isPlain = &typeid(entry) == &typeid(AMFString);  // a no may be wrong
+    const bool isPlain = &typeid(entry) == &typeid(AMFString);  // a false negative is harmless
     if (!isPlain) return copyEntry<AMFString>(entry, index);
     AMFString* const copy = allocator.copyWithBytes(static_cast<const AMFString&>(entry));
     copy->referenceIndex = index;
@@ -122,7 +127,7 @@ AMFDate* Reader::amf3Date() {
                                    reader_texts::kAMF3DateIndex, reader_texts::kAMF3DateType);
   }
   std::unique_ptr<AMFDate> date(
-      allocator.make<AMFDate>(AMF_VERSION_3));  // the other bits of the U29 mean nothing
+      allocator.make<AMFDate>(AMF_VERSION_3));  // the other bits of the header are ignored
   big_endian::readDouble(cursor, date->value);
   note(protocol.amf3ObjectReferences, date.get());
   return date.release();
@@ -174,7 +179,7 @@ AMF2JSON_HOT AMFPair* Reader::nextAmf3Pair() {
   auto pair = allocator.makeUnfilled<AMFPair>(AMF_VERSION_3, AMFNode::AMF_PAIR);
   pair->name = amf3String();
   if (!pair->name) throw AMFException(reader_texts::kAMF3PairName);  // Unreachable.
-  if (pair->name->length == 0) return nullptr;  // written in more bytes than needed
+  if (pair->name->length == 0) return nullptr;  // the empty name, in more bytes than needed
   pair->value = nextAmf3Value();
   if (!pair->value) throw AMFException(reader_texts::kAMF3PairValue);  // Unreachable.
   return pair.release();
@@ -192,7 +197,7 @@ AMFArray* Reader::amf3Array() {
                                     reader_texts::kAMF3ArrayCircular);
   }
   std::unique_ptr<AMFArray> array(allocator.make<AMFArray>(AMF_VERSION_3));
-  note(protocol.amf3ObjectReferences, array.get());  // before its members: they count from here
+  note(protocol.amf3ObjectReferences, array.get());  // before its members, which get later indexes
   Children elements(*array, pending, lists);
   while (auto pair = std::unique_ptr<AMFPair>(amf3Pair())) elements.add(std::move(pair));
   for (std::uint32_t left = header >> 1; left > 0; --left) {
@@ -233,9 +238,10 @@ AMFObject* Reader::amf3Object() {
   return object.release();
 }
 
-// Class name, flags and member names as the object of a traits entry has them, each name in front
-// of its value. The traits table gets no second entry.
-// Kept: the externalizable flag is not copied, the result is an ordinary object.
+// Reads an object whose traits are a reference. Class name, flags and member names are copied from
+// `traits`, the object of the entry; each name is copied before its value is read. The traits table
+// gets no second entry.
+// Kept: the externalizable flag is not copied, so the result is an ordinary object.
 void Reader::readSealedByTraits(AMFObject& object, const AMFObject& traits) {
   object.className = traits.className ? allocator.copyWithBytes(*traits.className)
                                       : allocator.make<AMFString>(AMF_VERSION_3);
@@ -248,14 +254,14 @@ void Reader::readSealedByTraits(AMFObject& object, const AMFObject& traits) {
     auto made = allocator.makeUnfilled<AMFPair>(AMF_VERSION_3, AMFNode::AMF_PAIR);
     AMFPair* const pair = made.get();
     pair->parent = &object;
-    object.children.push_back(made.release());  // there is room
+    object.children.push_back(made.release());  // the capacity is reserved
     pair->name = allocator.copyWithBytes(*static_cast<const AMFPair*>(traits.children[i])->name);
     pair->value = nextAmf3Value();
     if (!pair->value) throw AMFException(reader_texts::kAMF3MemberValue);  // Unreachable.
   }
 }
 
-// Traits that stand in front of the members: flags, class name, the names of the sealed members.
+// Reads inline traits: the flags, the class name and the names of the sealed members.
 void Reader::readTraits(AMFObject& object, std::uint32_t header) {
   note(protocol.amf3ObjectReferences, &object);
   object.externalizable = (header & kExternalizable) != 0;
@@ -294,8 +300,9 @@ void Reader::readDynamic(AMFObject& object) {
   members.attach();
 }
 
-// Kept: every accepted class is one value, in a pair without a name; the recorded sealed count and
-// dynamic flag are not used. The pair is attached once the body has been read.
+// Kept: the body of every accepted class is one value, which is stored in a pair with an empty
+// name. The recorded sealed count and dynamic flag are not used. The pair is attached after the
+// body has been read.
 AMF2JSON_APART void Reader::readExternalized(AMFObject& object) {
   auto pair = allocator.makeUnfilled<AMFPair>(AMF_VERSION_3, AMFNode::AMF_PAIR);
   pair->name = allocator.make<AMFString>(AMF_VERSION_3);
@@ -308,7 +315,7 @@ AMF2JSON_APART void Reader::readExternalized(AMFObject& object) {
 
 }  // namespace amf2json::codec
 
-// The public calls, one value at a time.
+// The public calls that read a single value.
 
 using codec::Reader;
 using codec::readMarker;

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// AMF3 value writers: a marker, mostly a U29 whose low bit tells reference from inline, a body.
-// References are written exactly where nodes record them. Entered from writeValue. Mirrors
+// AMF3 value writers: a marker, for most kinds a U29 header, and a body. The low bit of the header
+// is 0 for a reference and 1 for an inline value. A reference is written exactly where a node
+// records one. writeValue in amf0_writer.cpp calls these writers. The counterpart is
 // amf3_reader.cpp. Tested by tests/codec/amf3_writer_test.cpp.
 #include "AMF2JSON.h"
 #include "codec/writer.h"
@@ -11,7 +12,7 @@ using namespace amf2json;
 
 namespace {
 
-// The U29 in front of a value; computed in 32 bits.
+// The U29 header of a value. The arithmetic wraps at 32 bits.
 std::uint32_t referenceTo(std::uint32_t index) {
   return index << 1;
 }
@@ -42,7 +43,7 @@ bool isReference(const AMFNode* node) {
 
 namespace amf2json::codec {
 
-// A child of an object that is not a pair counts as missing.
+// Returns a child of an object as a pair. A child that is not a pair counts as missing.
 const AMFPair* Writer::memberAt(char* out, const AMFObject* object, std::uint32_t index,
                                 const char* missing) {
   const AMFPair* const pair = model::asPair(object->AMFNode::getChild(index));
@@ -50,8 +51,8 @@ const AMFPair* Writer::memberAt(char* out, const AMFObject* object, std::uint32_
   return pair;
 }
 
-// Behind a marker where there is one. What is rare stands apart and is called last, so that no
-// register has to be saved for it here.
+// Writes a U29, after a marker if there is one. The rare cases are in writeU29Anew, which is
+// tail-called, so that this function saves no registers.
 inline char* Writer::writeU29(char* out, AMFProtocol::AMF3Markers marker, std::uint32_t value) {
   if (value > piece::kTwoBytesMax || !hasRoom(out, 3)) return writeU29Anew(out, marker, value);
   out = writeMarker(out, marker);
@@ -59,7 +60,7 @@ inline char* Writer::writeU29(char* out, AMFProtocol::AMF3Markers marker, std::u
   return out;
 }
 
-// Long, too large, or first in a new block.
+// The rare cases: more than two bytes, a value that is too large, or the start of a new block.
 char* Writer::writeU29Anew(char* out, AMFProtocol::AMF3Markers marker, std::uint32_t value) {
   out = withRoom(out, 1 + piece::kU29Bytes);
   out = writeMarker(out, marker);
@@ -141,7 +142,7 @@ char* Writer::writeAMF3Array(char* out, const AMFArray* array) {
   return out;
 }
 
-// The pairs among the children, wherever they stand; counts them.
+// Writes the pairs among the children, at whatever index they are, and counts them.
 char* Writer::writeAssociativePart(char* out, const AMFArray* array, std::size_t& pairCount) {
   for (const AMFNode* const child : array->children) {
     if (!child) refuse(out, "setAMF3Array : invalid array size");
@@ -186,14 +187,14 @@ char* Writer::writeMemberNames(char* out, const AMFObject* object) {
   return out;
 }
 
-// The values of the sealed members, then the dynamic members.
+// Writes the values of the sealed members, then the dynamic members.
 char* Writer::writeMembers(char* out, const AMFObject* object) {
   for (std::uint32_t i = 0; i < object->sealedCount; ++i) {
     const AMFPair* const pair =
         memberAt(out, object, i, "setAMF3Object: invalid sealed properties number");
     out = writeValue(out, pair->value, object->version);
   }
-  if (!object->dynamic) return out;  // Kept: further children are left out in silence.
+  if (!object->dynamic) return out;  // Kept: further children are silently omitted.
   for (std::size_t i = object->sealedCount; i < object->children.size(); ++i) {
     const AMFPair* const pair = memberAt(out, object, static_cast<std::uint32_t>(i),
                                          "setAMF3Object: invalid dynamic properties number");
@@ -203,7 +204,8 @@ char* Writer::writeMembers(char* out, const AMFObject* object) {
   return writeVLInteger(out, kEmptyName);
 }
 
-// Kept: class name and first value only; a missing first member is refused as a missing value.
+// Kept: writes only the class name and the first value. If the first member is missing, writeValue
+// refuses a missing value.
 char* Writer::writeExternalized(char* out, const AMFObject* object) {
   out = writeU29(out, AMFProtocol::AMF3_OBJECT, kExternalizableTraits);
   out = writeAMF3String(out, object->className, true);
@@ -213,7 +215,7 @@ char* Writer::writeExternalized(char* out, const AMFObject* object) {
 
 }  // namespace amf2json::codec
 
-// The public calls, one value at a time.
+// The public calls that write a single value.
 
 using codec::Writer;
 

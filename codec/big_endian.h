@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Wire helpers: the big-endian loads and stores of the packet format, each spelled once.
-// Every load moves the cursor past what it read. Tested through all reader and writer tests.
+// The big-endian loads and stores of the packet format, each defined once. Every read... call moves
+// the cursor past what it read. Tested by all reader and writer tests.
 #pragma once
 
 #include <cstddef>
@@ -13,10 +13,10 @@
 namespace amf2json::big_endian {
 
 #ifdef AMF2JSON_CHECKED_WIRE
-// A build of the readers for tests: it knows where the input ends and throws in front of the first
-// field that does not fit, so that cut packets can be compared too.
+// Only in test builds: the readers know where the input ends, and throw before the first field that
+// does not fit. So tests can read truncated packets too.
 struct EndOfInput {
-  std::size_t missing;  // bytes of the field that are not there
+  std::size_t missing;  // how many bytes of the field are after the end of the input
 };
 inline thread_local const char* inputEnd = nullptr;
 inline void need(const char* cursor, std::size_t count) {
@@ -36,7 +36,7 @@ inline std::uint8_t readU8(const char*& cursor) {
   return byteAt(cursor++);
 }
 
-// The next byte, left where it is.
+// Returns the next byte and does not move the cursor.
 inline std::uint8_t peekU8(const char* cursor) {
   need(cursor, 1);
   return byteAt(cursor);
@@ -61,8 +61,8 @@ inline std::uint32_t readU32(const char*& cursor) {
   return value;
 }
 
-// The AMF3 integer. Kept: the fourth byte counts as a signed number, all arithmetic wraps in 32
-// bits.
+// Reads an AMF3 integer of one to four bytes. Kept: the fourth byte is added as a signed number,
+// and all arithmetic wraps at 32 bits.
 AMF2JSON_HOT std::uint32_t readU29(const char*& cursor) {
   std::uint32_t value = 0;
   for (int group = 0; group < 3; ++group) {
@@ -74,8 +74,8 @@ AMF2JSON_HOT std::uint32_t readU29(const char*& cursor) {
   return (value << 8) + static_cast<std::uint32_t>(std::int32_t{last});
 }
 
-// Doubles go from memory to memory: a floating-point register of some machines changes the bits of
-// a NaN.
+// Doubles are copied as bytes and not returned: on some machines, a floating-point register changes
+// the bits of a NaN.
 inline void readDouble(const char*& cursor, double& value) {
   need(cursor, 8);
   const std::uint64_t bits = std::uint64_t{loadU32(cursor)} << 32 | loadU32(cursor + 4);
@@ -83,7 +83,7 @@ inline void readDouble(const char*& cursor, double& value) {
   std::memcpy(&value, &bits, sizeof value);
 }
 
-// `count` bytes that the caller copies; the cursor moves behind them.
+// Returns `count` bytes, which the caller copies, and moves the cursor past them.
 inline const char* readBytes(const char*& cursor, std::uint32_t count) {
   need(cursor, count);
   const char* const bytes = cursor;
@@ -91,7 +91,7 @@ inline const char* readBytes(const char*& cursor, std::uint32_t count) {
   return bytes;
 }
 
-// Moves past `count` bytes without looking at them.
+// Moves the cursor past `count` bytes without reading them.
 inline void skip(const char*& cursor, std::size_t count) {
   need(cursor, count);
   cursor += count;

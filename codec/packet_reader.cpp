@@ -15,7 +15,7 @@ using namespace amf2json;
 
 namespace {
 
-// What of the lists has not been used goes when the parse ends.
+// Frees the lists that are still unused when the parse ends.
 struct ListsEnd {
   ChildLists* lists;
   ~ListsEnd() {
@@ -23,7 +23,8 @@ struct ListsEnd {
   }
 };
 
-// References never reach across headers or messages. The capacity stays.
+// Empties the reference tables: a reference never refers to another header or message. The tables
+// keep their capacity.
 void clearReferences(AMFProtocol& protocol) noexcept {
   protocol.amf0References.clear();
   protocol.amf3StringReferences.clear();
@@ -46,8 +47,9 @@ AMFPackage* AMFProtocol::parse(const char* packet) {
   const ListsEnd listsEnd{lists};
   TreeDeleter(lists).destroy(last.release());
   package = allocatorOfThisThread().make<AMFPackage>(AMF_VERSION_0);
-  package->version = static_cast<AMFVersion>(version);  // any number is kept
-  // The package is in place before the first header: after an error it holds what was completed.
+  package->version = static_cast<AMFVersion>(version);  // any number is accepted
+  // `package` is set before the first header is read. So after an error it holds the headers and
+  // messages that were complete.
   for (unsigned left = big_endian::readU16(readCursor); left > 0; --left) {
     std::unique_ptr<AMFHeader> header(getHeader());
     package->appendHeader(header.get(), false);
@@ -78,7 +80,7 @@ AMFHeader* Reader::header() {
   header->mustUnderstand = big_endian::readU8(cursor) != 0;
   header->length = big_endian::readU32(cursor);  // Kept: never used to bound or check the value.
   header->value = amf0Value();
-  // Kept: an end mark leaves the default value in place.
+  // Kept: an end marker in place of the value gives the default value, undefined.
   if (!header->value) header->value = allocator.make<AMFUndefined>(AMF_VERSION_0);
   return header.release();
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Packet writer: the envelope, and the life of what the encoder leaves. Enter at
+// Packet writer: the envelope, and the lifetime of the pieces and of the finished packet. Enter at
 // AMFProtocol::compile. The values inside are written by amf0_writer.cpp. Tested by
 // tests/codec/packet_writer_test.cpp.
 #include <limits>
@@ -17,8 +17,8 @@ namespace amf2json::codec {
 
 namespace {
 
-// The header or message at that index; null, which the writers refuse, where something else is
-// there.
+// Returns the header or message at that index, or null if the child is missing or of another kind.
+// The writers refuse null.
 template <class Node>
 const Node* childOf(const AMFPackage* package, std::size_t index, AMFNode::AMFType kind) {
   const AMFNode* const child =
@@ -47,12 +47,12 @@ char* Writer::writePackage(char* out, const AMFPackage* source) {
 }
 
 char* Writer::writeHeader(char* out, const AMFHeader* header) {
-  // A message that stands where a header is counted is no header either.
+  // Also null: a message at an index that `headerCount` counts as a header.
   if (!header) refuse(out, "setHeader(): lack of header type node");
   out = writeAMF0String(out, header->name, false, AMFProtocol::AMF0_STRING);
   out = withRoom(out, 5);
   out = piece::u8(out, model::storedByte(header->mustUnderstand) != 0 ? 1 : 0);
-  out = piece::u32(out, header->length);  // Kept: as it stands, never recomputed.
+  out = piece::u32(out, header->length);  // Kept: written unchanged, never recomputed.
   return writeValue(out, header->value, header->version);
 }
 
@@ -72,13 +72,13 @@ using codec::Writer;
 char* AMFProtocol::compile(const AMFPackage* source) {
   if (!source) return nullptr;
   outputLength = 0;
-  // Kept: pieces of an earlier run that nobody cleaned are abandoned, not released.
+  // Kept: if clean() was not called after an earlier run, its pieces are abandoned, not released.
   outputChunks.pieces->abandon();
   clean();
   Writer::run(*outputChunks.pieces, &Writer::writePackage, source);
   const std::uint64_t total = outputChunks.pieces->total();
   if (total > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
-  // The old packet goes first, so that its memory can serve again.
+  // The old packet is deleted first, so that its memory can be reused.
   delete[] std::exchange(resultBuffer, nullptr);
   resultBuffer = new char[static_cast<std::size_t>(total)];
   outputChunks.pieces->copyTo(resultBuffer);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The store of pieces, and AMFOutputChunks, which lists them; pieces.h says how they are kept.
+// The store of pieces, and AMFOutputChunks, which lists them; pieces.h explains the layout.
 // Tested by tests/codec/output_chunks_test.cpp.
 #include "codec/pieces.h"
 
@@ -11,7 +11,7 @@ namespace amf2json {
 
 namespace {
 
-// What is cached for the next packet when the pieces are released.
+// Limits of what release() caches for the next packet.
 constexpr std::size_t kCachedBlocks = 64;
 constexpr std::size_t kCachedChunks = 65536;
 
@@ -94,11 +94,11 @@ const std::vector<Pieces::Chunk>& Pieces::list() {
     listRun(runs[listedRuns]);
     listedBytes = 0;
   }
-  if (listedRuns < runCount()) listRun(runAt(listedRuns));  // may grow yet
+  if (listedRuns < runCount()) listRun(runAt(listedRuns));  // the current run can still grow
   return listed;
 }
 
-// From `listedBytes` on.
+// Lists the pieces of the run from offset `listedBytes` on.
 void Pieces::listRun(const Run& run) {
   while (listedBytes < run.length) {
     const char* const first = run.bytes + listedBytes;

@@ -1,18 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The pieces that the writers make, as AMFOutputChunks lists them. Small pieces are written into
-// blocks that never move; a large piece gets a block of its own. What is contiguous in memory is a
-// run, and runs are what the packet is joined from:
+// The pieces that the writers make and AMFOutputChunks lists. Small pieces are written into blocks,
+// which never move. A large piece gets a block of its own. Pieces that are contiguous in memory
+// form a run, and the packet is joined from the runs:
 //
 //     block:  bytes[16000] | lengths[16000]
-//     runs:   (first byte, bytes in all), (large piece), ...
+//     runs:   {first byte, number of bytes}, {large piece}, ...
 //
-// The length of a piece is 16000 bytes after its first byte, in one byte, or as 0 and two bytes. A
-// piece that needs these two is long enough to have the room.
+// The length of a piece is stored 16000 bytes after its first byte: as one byte, or as a 0 and two
+// bytes. A piece whose length takes three bytes is itself longer than that, so the stored lengths
+// never overlap.
 //
-// An output pointer, which is where the next byte goes, travels from writer to writer in a
-// register; each call of the namespace `piece` writes one piece and returns where the next one
-// goes. Pieces::close lists what has been written. The caller sees to the room.
+// The output pointer points to the next byte to write. It is passed from writer to writer, so that
+// it stays in a register. Each function of the namespace `piece` that writes takes the output
+// pointer, and returns it past what it wrote. The caller provides the free space. Pieces::close
+// lists what has been written.
 //
 // Tested by tests/codec/output_chunks_test.cpp.
 #pragma once
@@ -29,7 +31,7 @@ class Pieces {
   using Chunk = AMFOutputChunks::Chunk;
 
   Pieces() = default;
-  // Copies of the listed ones.
+  // Copies the listed pieces only.
   Pieces(const Pieces& source);
   Pieces& operator=(const Pieces&) = delete;
   ~Pieces() = default;
@@ -37,20 +39,20 @@ class Pieces {
   bool isEmpty() const noexcept { return runCount() == 0; }
   std::uint64_t total() const noexcept;  // bytes of all pieces
   void copyTo(char* to) const noexcept;  // all pieces, joined
-  // All of them, in order. The list is made here, by what has come since the last call.
+  // All pieces, in order. Each call first adds the pieces written since the last call.
   const std::vector<Chunk>& list();
 
-  // For the writers. Where memory fails in the latter two, what was written up to `out` is listed
-  // and nothing else has changed.
+  // For the writers. If turnBlock or addLarge throws for lack of memory, what was written up to
+  // `out` is listed and nothing else has changed.
   char* output() const noexcept { return next; }
   char* endOfBlock() const noexcept { return blockEnd; }
   void close(char* out) noexcept { next = out; }  // lists what was written up to `out`
-  char* turnBlock(char* out);                     // lists it, and goes on in a new block
+  char* turnBlock(char* out);                     // the same, and starts a new block
   char* addLarge(char* out, const char* bytes, std::uint32_t length);
 
   void release() noexcept;  // frees the listed pieces
-  void abandon() noexcept;  // empties the list; the bytes stay until this object goes
-  // The same for those of another object; the listed ones are freed.
+  void abandon() noexcept;  // empties the list; the bytes live as long as this object
+  // Takes over the abandoned pieces of another object; its listed pieces are freed.
   void abandonWith(std::unique_ptr<Pieces> other) noexcept;
 
  private:
@@ -69,23 +71,24 @@ class Pieces {
   std::size_t runCount() const noexcept { return runs.size() + (next != runStart ? 1 : 0); }
   Run runAt(std::size_t index) const noexcept;
 
-  std::vector<Run> runs;           // all but what was written since `runStart`
-  Blocks blocks;                   // of small pieces; those not in use serve the next packet
-  Blocks large;                    // a piece each
-  std::size_t blocksUsed = 0;      // the last of them is the current one
-  char* next = nullptr;            // its first free byte
-  char* blockEnd = nullptr;        // after the bytes in it
-  const char* runStart = nullptr;  // where the current run begins in it
+  std::vector<Run> runs;           // all runs but the current one
+  Blocks blocks;                   // of small pieces; unused blocks are cached for the next packet
+  Blocks large;                    // one large piece each
+  std::size_t blocksUsed = 0;      // blocks in use; the last one is the current block
+  char* next = nullptr;            // the output pointer: first free byte of the current block
+  char* blockEnd = nullptr;        // end of the bytes of the current block
+  const char* runStart = nullptr;  // where the current run begins in the current block
 
-  // What is abandoned comes first: so many blocks, the last one up to a place, and large pieces.
+  // Abandoned pieces come first: `abandonedBlocks` blocks, of which the last is used up to
+  // `abandonedEnd`, and `abandonedLarge` large pieces.
   std::size_t abandonedBlocks = 0;
   char* abandonedEnd = nullptr;
   std::size_t abandonedLarge = 0;
-  std::unique_ptr<Pieces> other;  // abandoned as well
+  std::unique_ptr<Pieces> other;  // holds abandoned pieces of another object
 
-  std::vector<Chunk> listed;      // made so far
-  std::size_t listedRuns = 0;     // so many runs are in the list whole
-  std::uint32_t listedBytes = 0;  // and so many bytes of the next one
+  std::vector<Chunk> listed;      // the list as built so far
+  std::size_t listedRuns = 0;     // number of runs that are listed completely
+  std::uint32_t listedBytes = 0;  // number of bytes of the next run that are listed
 };
 
 }  // namespace amf2json
@@ -93,7 +96,7 @@ class Pieces {
 namespace amf2json::piece {
 
 constexpr std::size_t kBlockBytes = 16000;
-constexpr std::uint32_t kLargeFrom = 1024;  // such a piece gets a block of its own
+constexpr std::uint32_t kLargeFrom = 1024;  // from this length on, a piece gets a block of its own
 
 inline char* end(char* out, std::uint8_t length) {
   out[kBlockBytes] = static_cast<char>(length);
@@ -129,12 +132,12 @@ inline char* number(char* out, const double& value) {
   return end(out, 8);
 }
 
-// A double after the byte in front of it: two pieces.
+// Writes a byte and a double: two pieces.
 inline char* number(char* out, std::uint32_t marker, const double& value) {
   return number(u8(out, marker), value);
 }
 
-// A U29 is a piece for each byte. Values above 0x3FFFFFFF are the caller's to refuse.
+// Each byte of a U29 is one piece. The caller refuses values above 0x3FFFFFFF.
 
 constexpr std::uint32_t kU29Bytes = 4;
 constexpr std::uint32_t kTwoBytesMax = 0x3FFF;
@@ -145,8 +148,8 @@ inline char* shortU29(char* out, std::uint32_t value) {
   return u8(out, value & 0x7Fu);
 }
 
-// Kept: the last byte holds eight bits, and a first byte that would be 80 is left out: 0x200000 to
-// 0x3FFFFF come out as three bytes. Bit 29 is lost.
+// Kept: the last byte holds eight bits. A first byte that would be 80 is omitted, so that 0x200000
+// to 0x3FFFFF are written as three bytes. Bit 29 is lost.
 inline char* wideU29(char* out, std::uint32_t value) {
   if (value > 0x3FFFFF) out = u8(out, value >> 22 | 0x80u);
   out = u8(out, value >> 15 | 0x80u);
@@ -163,7 +166,7 @@ inline char* u29(char* out, std::uint32_t value) {
 inline bool isSmall(std::uint32_t length) {
   return length - 1 < kLargeFrom - 1;  // a length of 0 wraps
 }
-// Whether the node's bytes are one piece that is in a block.
+// Whether the node's bytes are a small piece.
 inline bool isSmall(const AMFRaw* node) {
   return isSmall(node->length) && node->data;
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The life of a protocol object. What it owns: the package, the result buffer, the pieces, the
-// texts. Tested by tests/model/ownership_test.cpp.
+// Constructor and destructor of a protocol object. It owns the package, the result buffer, the
+// pieces and the texts. Tested by tests/model/ownership_test.cpp.
 #include "AMF2JSON.h"
 #include "codec/pieces.h"
 #include "model/protocol_state.h"

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The readers of one conversion context, as AMFProtocol's public readers and parse use them: what
-// one call needs again and again is at hand here. The AMF0 forms are in amf0_reader.cpp, the AMF3
-// forms in amf3_reader.cpp, the envelope in packet_reader.cpp; the public calls for single values
-// are at the end of each.
+// The readers of AMFProtocol, used by parse() and by the public get... calls. A Reader holds
+// references to what the readers need often. The AMF0 forms are in amf0_reader.cpp, the AMF3 forms
+// in amf3_reader.cpp, the envelope in packet_reader.cpp. The public calls are in the same files.
 #pragma once
 
 #include <cstddef>
@@ -23,11 +22,12 @@ using Nodes = std::vector<AMFNode*>;
 template <class Marker>
 Marker readMarker(const char*& cursor) {
   const auto marker = static_cast<std::int8_t>(big_endian::readU8(cursor));
-  return static_cast<Marker>(std::int32_t{marker});  // widened with its sign
+  return static_cast<Marker>(std::int32_t{marker});  // sign-extended
 }
 
 // Each reader returns a new node that the caller owns, and moves the cursor past what it read.
-// Nodes are made in the order in which they are walked later: that is how they stand in memory.
+// Nodes are made in the order in which the tree is walked later, so they are in memory in that
+// order.
 class Reader {
  public:
   Reader(AMFProtocol& owner, ProtocolState& state)
@@ -41,20 +41,20 @@ class Reader {
   AMFMessage* message();
 
   // AMF0
-  AMFNode* amf0Value();  // null: the end mark
+  AMFNode* amf0Value();  // null: the end marker
   AMFString* amf0String(std::uint32_t length);
   AMFDouble* amf0Number();
   AMFBool* amf0Bool();
   AMFDate* amf0Date();
   AMFXML* amf0XML();
   AMFNode* amf0ByReference();
-  AMFPair* amf0Pair();  // null: the end mark
+  AMFPair* amf0Pair();  // null: the end marker
   AMFObject* amf0Object(AMFProtocol::AMF0Markers marker);
   AMFArray* amf0Array(AMFProtocol::AMF0Markers marker);
 
   // AMF3
   AMFNode* amf3Value();
-  AMFString* amf3String();  // no marker in front
+  AMFString* amf3String();  // reads no marker
   AMFDouble* amf3Double();
   AMFInt* amf3Integer();
   AMFBool* amf3Bool(bool value);
@@ -66,7 +66,7 @@ class Reader {
   AMFObject* amf3Object();
 
  private:
-  // What the readers of containers use for what they hold, so that a level of nesting is one call.
+  // Inlined into the readers of containers, so that a level of nesting costs one call.
   inline AMFNode* nextAmf0Value();
   inline AMFPair* nextAmf0Pair();
   inline AMFNode* nextAmf3Value();
@@ -80,7 +80,7 @@ class Reader {
   AMFProtocol& protocol;
   const char*& cursor;
   Nodes& pending;
-  ChildLists* lists;  // not owned, may be null; nothing is in it outside of parse
+  ChildLists* lists;  // not owned, may be null; empty outside of parse
   NodeAllocator& allocator;
 };
 
@@ -103,20 +103,20 @@ AMF2JSON_HOT AMFDouble* Reader::amf3Double() {
   return number.release();
 }
 
-// An entry more in a reference table, which does not own it.
+// Appends a node to a table. Reference tables do not own their nodes.
 inline void note(Nodes& table, AMFNode* node) {
   table.push_back(node);
 }
 
-// Room for exactly so many more nodes.
+// Reserves space for exactly `more` additional nodes.
 inline void provideRoom(Nodes& list, std::size_t more, ChildLists* lists) {
   if (lists && list.capacity() == 0) return lists->provide(list, more);
   list.reserve(list.size() + more);
 }
 
-// The children of one container while they are read. They wait on a stack that all open containers
-// share, so that the container gets a list of the right size in one go; whatever is not attached is
-// deleted.
+// The children of one container while they are read. They are collected on a stack that all open
+// containers share. Then attach() gives the container a list of exactly the right size. The
+// destructor deletes children that were not attached.
 class Children {
  public:
   Children(AMFNode& owner, Nodes& stack, ChildLists* keptLists)
@@ -133,7 +133,7 @@ class Children {
     node.release()->parent = &container;
   }
 
-  // Behind the children that the container has already.
+  // Moves the collected children to the end of the container's list.
   void attach() {
     if (pending.size() == start) return;
     provideRoom(container.children, pending.size() - start, lists);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The texts of the readers' refusals, one constant each. The guard gives the very same constants,
-// so that a host sees one text for one fault. Odd spellings are part of the interface.
+// The error messages of the readers, one constant each. The guard reports the same constants, so
+// that a host sees one text for one error. Odd spellings are part of the interface.
 #pragma once
 
 namespace amf2json::reader_texts {

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The writers behind compile and the public set... calls. Each write... call takes the output
-// pointer and returns it past what it wrote. It refuses a node by AMFException, after the pieces
-// written so far are listed. The caller provides kScalarBytes of free space; a call that needs more
-// provides it itself. Defined in amf0_writer.cpp, amf3_writer.cpp and packet_writer.cpp, each with
-// its public calls at the end.
+// The writers of AMFProtocol, used by compile() and by the public set... calls. Each write... call
+// takes the output pointer (pieces.h) and returns it past what it wrote. To refuse a node, a writer
+// lists the pieces written so far and throws AMFException. The caller provides kScalarBytes of free
+// space; a writer that needs more provides it itself. The writers are defined in amf0_writer.cpp,
+// amf3_writer.cpp and packet_writer.cpp, each with its public calls at the end.
 //
-// writeValue makes tail calls, so that a level of nesting is one return: processors predict a
-// limited number of returns. That is why the output pointer is a plain char*: GCC makes no tail
-// calls with a class.
+// writeValue makes tail calls, so that a level of nesting costs one return: processors predict only
+// a limited number of nested returns. For this reason the output pointer is a plain char*: GCC
+// makes no tail calls if the output pointer is a class.
 #pragma once
 
 #include "codec/pieces.h"
@@ -19,7 +19,7 @@ class Writer {
  public:
   explicit Writer(Pieces& list) : pieces(list), blockEnd(list.endOfBlock()) {}
 
-  // One public call: `write` is one of the functions below.
+  // Runs one public call: `write` is one of the functions below.
   template <class... Parameters, class... Arguments>
   static void run(Pieces& list, char* (Writer::*write)(char*, Parameters...),
                   Arguments... arguments) {
@@ -57,10 +57,10 @@ class Writer {
   char* writeAMF3Object(char* out, const AMFObject* object);
 
  private:
-  // What a value takes that has no bytes of its own, with a switch in front of it.
+  // Enough space for any value without bytes of its own, with a switch marker before it.
   static constexpr std::size_t kScalarBytes = 16;
 
-  // Room for so many bytes, none of them of a large piece.
+  // Returns an output pointer with `most` bytes of free space. Large pieces need no such space.
   char* withRoom(char* out, std::size_t most) { return hasRoom(out, most) ? out : turnBlock(out); }
   char* turnBlock(char* out);
   bool hasRoom(char* out, std::size_t most) const {
@@ -84,7 +84,7 @@ class Writer {
                           const char* missing);
 
   Pieces& pieces;
-  char* blockEnd;  // of its current block
+  char* blockEnd;  // end of the current block of `pieces`
 };
 
 }  // namespace amf2json::codec

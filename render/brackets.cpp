@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Bracketed blocks and fixed member lines in the JSON text, statements in the script.
+// Bracketed blocks and single members of the JSON text, and statements of the script.
 // Tested by tests/render/brackets_test.cpp and tests/render/escape_test.cpp.
 #include "AMF2JSON.h"
 #include "render/escape.h"
@@ -41,7 +41,7 @@ AMF2JSON_APART Writer::Writer(AMFProtocol& protocol, ProtocolState& protocolStat
 
 char* Writer::closeBrackets(char* to) {
   margin.shallow();
-  // The comma behind the last member of the block.
+  // Removes the comma after the last member of the block.
   const std::size_t back = (lineEndDue ? 0 : margin.lineEndSize()) + 1;
   if (json.sizeAt(to) >= back && *(to - back) == ',') {
     std::memmove(to - back, to - back + 1, back - 1);
@@ -104,7 +104,7 @@ void AMFProtocol::closeBrackets() {
   writer.run([&](char* to) { return writer.closeBrackets(to); });
 }
 
-// Arguments are copied: they may be the very texts that are written to.
+// The arguments are copied, because they may be the texts that are written to.
 
 void AMFProtocol::appendAttr(const std::string& name, const std::string& value, bool quote) {
   const std::string nameCopy(name);

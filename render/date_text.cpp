@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Dates as text: ctime shares one buffer between threads, and its thread-safe form refuses years
-// that it prints. Tested by tests/render/dates_test.cpp.
+// Dates as text, without ctime: ctime shares one buffer between threads, and its thread-safe form
+// refuses years that ctime prints. Tested by tests/render/dates_test.cpp.
 #include "render/date_text.h"
 
 #include <charconv>
@@ -19,7 +19,7 @@ namespace {
 
 constexpr int kYearBase = 1900;
 
-// Whole seconds, or 0 for what Seconds cannot hold.
+// Returns whole seconds, or 0 for a time that Seconds cannot hold.
 Seconds toSeconds(double timeMs) {
   const double seconds = std::trunc(timeMs / 1000.0);
   const double limit = std::ldexp(1.0, std::numeric_limits<Seconds>::digits);

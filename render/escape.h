@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The two escaping rules of the views, each in one pass straight into the output. formatString, a
-// third rule, stands in the same source file.
+// The two escaping rules of the views. Each writes directly to the output, in one pass.
+// formatString, a third rule, is in escape.cpp too.
 #pragma once
 
 #include <string_view>
@@ -15,9 +15,9 @@ namespace amf2json::render {
 void appendJsonEscaped(TextOut& out, std::string_view text);
 
 // Values and statements: BS FF LF CR TAB are dropped, each quote gets one backslash, backslashes
-// pass. Written at `to`, a place in `out`; returns the place behind it, where kSpill bytes are
-// free.
-char* escapeForScript(char* to, std::string_view text);  // makes no room: needs twice the length
+// are not escaped. `to` is an output pointer into `out`. Returns it past the escaped text; kSpill
+// bytes are free there.
+char* escapeForScript(char* to, std::string_view text);  // `to`: 2 * length + kSpill bytes free
 char* writeScriptEscaped(TextOut& out, char* to, std::string_view text);
 void appendScriptEscaped(TextOut& out, std::string_view text);
 

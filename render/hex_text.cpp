@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Bytes as hexadecimal text, by a table. Tested by tests/render/node_test.cpp and
+// Bytes as hexadecimal text, from a table. Tested by tests/render/node_test.cpp and
 // tests/render/value_test.cpp.
 #include "render/hex_text.h"
 
@@ -30,7 +30,8 @@ constexpr HexTexts makeHexTexts() {
 
 constexpr HexTexts kHexTexts = makeHexTexts();
 
-// Stores eight bytes, of which two may count. The sum is no branch: either is as likely.
+// Stores eight bytes. Returns the output pointer past two or eight of them. The result is computed
+// without a branch, because both cases are equally likely.
 char* putHexByte(char* to, char byte) {
   const auto value = static_cast<unsigned char>(byte);
   std::memcpy(to, kHexTexts.text[value], kHexPerByte);
@@ -48,12 +49,14 @@ std::size_t sumOfBytes(std::uint64_t word) {
 
 }  // namespace
 
+// Counts the bytes above 7F, eight at a time (SWAR): each of them has six more digits.
 std::size_t hexLength(std::string_view bytes) {
   std::size_t high = 0;
   const char* from = bytes.data();
   std::size_t left = bytes.size();
   while (left >= kWord) {
-    const std::size_t words = std::min<std::size_t>(left / kWord, 255);  // no byte of it overflows
+    // At most 255 words, so that no byte of `counts` overflows.
+    const std::size_t words = std::min<std::size_t>(left / kWord, 255);
     std::uint64_t counts = 0;
     for (std::size_t i = 0; i < words; ++i) {
       std::uint64_t word;

@@ -8,26 +8,28 @@
 
 namespace amf2json::render {
 
-// Kept: each byte is widened with its sign, so 80 to FF give eight digits.
+// Kept: each byte is sign-extended, so 80 to FF are written with eight digits.
 constexpr std::size_t kHexPerByte = 8;
 
-// The length of the text of `bytes`.
+// Returns the length of the text of `bytes`.
 std::size_t hexLength(std::string_view bytes);
-// Writes it at `to`, where room for kHexPerByte bytes each must be. Returns the place behind it.
+// Writes that text at `to` and returns the output pointer past it. The caller provides kHexPerByte
+// bytes of free space for each byte.
 char* putHex(char* to, std::string_view bytes);
 
-// The same text in pieces of given lengths, which may part the digits of a byte.
+// Writes the same text in pieces of given lengths. A piece may end between the digits of a byte.
 class HexPieces {
  public:
   explicit HexPieces(std::string_view bytes)
       : next(bytes.data()), end(bytes.data() + bytes.size()) {}
-  // The next `count` digits, or as many as are left. Spills up to eight.
+  // Writes the next `count` digits, or all remaining ones if there are fewer. Overwrites up to
+  // eight bytes after them.
   char* put(char* to, std::size_t count);
 
  private:
   const char* next;
   const char* end;
-  char begun[kHexPerByte] = {};  // what is left of a byte's digits
+  char begun[kHexPerByte] = {};  // the remaining digits of a byte
   std::size_t begunSize = 0;
 };
 

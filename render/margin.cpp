@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The margin's beginnings and its growth. Tested by tests/render/brackets_test.cpp.
+// The constructor of Margin, and its growth. Tested by tests/render/brackets_test.cpp.
 #include "render/margin.h"
 
 namespace amf2json::render {

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What stands between two lines of the JSON text: the line end and the indentation, kept as one
-// text that is copied in one go.
+// What is written between two lines of the JSON text, stored as one text that is copied at once:
+//
+//     text:  line end | indentation | more indentation, up to the capacity (if isEven)
+//            <------ length ------>
 #pragma once
 
 #include <cstring>
@@ -21,17 +23,17 @@ class Margin {
   std::size_t size() const { return length; }
   std::size_t sizeWithin(std::size_t levels) const { return length + levels * unit.size(); }
   std::size_t lineEndSize() const { return lineEnd; }
-  // Whether the indentation is one character over and over, and a level in and out changes nothing.
+  // Whether the indentation repeats one character, and deepen() and then shallow() change nothing.
   bool isBalanced() const { return isEven && (unit.size() == 1 || length == lineEnd); }
   std::string_view indentation() const { return {text + lineEnd, length - lineEnd}; }
 
-  // One level in.
+  // Indents one level more.
   void deepen() {
     if (length + unit.size() > capacity) reserve(length + unit.size(), length);
     if (!isEven) unit.copy(text + length, unit.size());
     length += unit.size();
   }
-  // One level out. Kept: one character goes from the front, not one unit.
+  // Indents one level less. Kept: removes one character from the front, not one unit.
   void shallow() {
     if (length == lineEnd) return;
     --length;
@@ -57,14 +59,14 @@ class Margin {
   static constexpr std::size_t kFewLevels = 64;
 
   char few[kFewLevels];
-  std::string many;  // in place of `few`, where that is too small
+  std::string many;  // used instead of `few` if that is too small
   char* text = few;
   std::size_t capacity = kFewLevels;
   std::size_t lineEnd;
   std::size_t length;
   const std::string& unit;
-  // The indentation is one character over and over, which stands ready up to the capacity: a level
-  // in or out only changes the length.
+  // The indentation repeats one character, which fills `text` up to the capacity. So a change of
+  // the level changes only `length`.
   bool isEven;
   char evenCharacter;
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Named members and named lists: the step in the script path, the descent. Their lines of the JSON
-// text stand in writer.h. Tested by tests/render/views_test.cpp.
+// Named members and named lists: their segments of the script path, and the walk into them.
+// writer.h writes their lines of the JSON text. Tested by tests/render/views_test.cpp.
 #include "AMF2JSON.h"
 #include "render/writer.h"
 
@@ -9,7 +9,7 @@ using namespace amf2json;
 
 namespace amf2json::render {
 
-// A member that has a step of its own in the script path.
+// Writes a member that has a segment of its own in the script path.
 char* Writer::writeScripted(char* to, std::string_view name, const AMFNode* node,
                             AMFVersion nodeVersion) {
   if (!isContainer(node)) beginStatement(name);
@@ -21,7 +21,7 @@ char* Writer::writeScripted(char* to, std::string_view name, const AMFNode* node
   return to;
 }
 
-// Kept: the whole name here, cut at a NUL only in the path.
+// Kept: the name is written whole here; only the path truncates it at a NUL.
 void Writer::beginStatement(std::string_view name) {
   appendPath();
   if (!p.nextPrefixBare) script.append('.');
@@ -39,10 +39,11 @@ char* Writer::writeElements(char* to, std::string_view name, const AMFNode* node
       continue;
     }
     if (!p.jsonOnly) pushElement(name, i);
-    to = writeNode(to, child, node->version);  // a missing one leaves no trace
+    to = writeNode(to, child, node->version);  // writes nothing for null
     if (!p.jsonOnly) popSegment(state);
     if (isFirstLevel) p.nextPrefixBare = true;
-    // The rest of the list would leave no trace but that of its steps in the path.
+    // The remaining elements would write nothing. Their path segments would only clear
+    // nextPrefixBare.
     if (p.outputLimitReached && !p.jsonOnly) {
       if (i + 1 < count && !isFirstLevel) p.nextPrefixBare = false;
       break;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The walk: which member lines each kind of node gets, and where it descends. Enter at
+// The walk over the tree: the member lines of each kind of node, and the nodes inside it. Enter at
 // Writer::writeNode. Tested by tests/render/node_test.cpp.
 #include "AMF2JSON.h"
 #include "model/attach.h"
@@ -17,7 +17,8 @@ bool hasTypeLine(const AMFNode* node) {
   return node->type <= AMFNode::AMF_PACKAGE && node->type != AMFNode::AMF_UNDEFINED;
 }
 
-// The other kinds, unknown ones too, are a bare value unless a prelude opened a block for them.
+// Whether a node of this kind always has a block of its own. Nodes of other kinds, also unknown
+// ones, are bare values unless writeWrapped opens a block for them.
 bool isAlwaysBlock(const AMFNode* node) {
   constexpr std::uint32_t kScalarKinds = 1u << AMFNode::AMF_NULL | 1u << AMFNode::AMF_BOOL |
                                          1u << AMFNode::AMF_INT | 1u << AMFNode::AMF_DOUBLE |
@@ -53,12 +54,12 @@ char* Writer::writeNode(char* to, const AMFNode* node, AMFVersion parentVersion)
   return closeBrackets(to);
 }
 
-// A node that is a reference, or that switches to AMF3: a block for each, and the node's lines in
-// the inner one.
+// Writes a node that is a reference, or that switches to AMF3, or both. Each of the two opens a
+// block, and the node's lines are in the inner block.
 char* Writer::writeWrapped(char* to, const AMFNode* node, AMFVersion parentVersion) {
   if (isReference(node)) {
     to = openBrackets(to, '{', '}');
-    // Kept: the kind's own lines say it once more.
+    // Kept: the node's own lines repeat this line.
     to = hasTypeLine(node) ? writeTypeLine(to, node) : writeValue(to, "undefined", true, true);
     to = writeNumber(to, kReference, node->referenceIndex);
   }
@@ -68,7 +69,7 @@ char* Writer::writeWrapped(char* to, const AMFNode* node, AMFVersion parentVersi
   }
   if (hasTypeLine(node)) to = writeTypeLine(to, node);
   to = isAlwaysBlock(node) ? writeMembersOf(to, node) : writeScalar(to, node, true);
-  return closeBrackets(to);  // Kept: once, also after two blocks were opened.
+  return closeBrackets(to);  // Kept: closes only one block, even if two were opened.
 }
 
 char* Writer::writeTypeLine(char* to, const AMFNode* node) {
@@ -77,7 +78,7 @@ char* Writer::writeTypeLine(char* to, const AMFNode* node) {
   return to;
 }
 
-// The lines behind "type", for every kind that is always a block.
+// Writes the lines after "type", for every kind that always has a block.
 char* Writer::writeMembersOf(char* to, const AMFNode* node) {
   switch (node->type) {
     case AMFNode::AMF_OBJECT: return writeObject(to, static_cast<const AMFObject*>(node));
@@ -132,8 +133,8 @@ AMF2JSON_RARE char* Writer::writeHeaderLines(char* to, const AMFHeader* header) 
   return to;
 }
 
-// Kept: two scalars make one script line, and stand value first in the JSON text; everything else
-// stands name first.
+// Kept: with a script, a pair of two scalars is one line of the script, and in the JSON text its
+// value comes first. In all other pairs the name comes first.
 char* Writer::writePair(char* to, const AMFPair* pair) {
   const bool oneLine = !p.jsonOnly && pair->name && pair->value && !isContainer(pair->name) &&
                        !isContainer(pair->value);

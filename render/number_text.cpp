@@ -22,9 +22,9 @@ char* putAnyDouble(char* to, double value) {
 
 #else
 
-// For a standard library without floating-point to_chars. A locale's decimal comma becomes a point
-// again. Kept: the three markers are another C library's; those of this platform (nan, inf) pass as
-// they are, and both IND forms mean infinities.
+// For a standard library without floating-point to_chars. The decimal comma of a locale is replaced
+// by a point. Kept: the three texts are those of another C library, and both IND forms are replaced
+// by infinities. The texts of this platform (nan, inf) are not replaced.
 char* putAnyDouble(char* to, double value) {
   std::snprintf(to, kDoubleMax, "%f", value);
   if (std::strstr(to, "1.#QNAN")) {
@@ -40,8 +40,8 @@ char* putAnyDouble(char* to, double value) {
 
 #endif
 
-// The two digits of each number below 100. With std::to_chars for integers, the JSON view takes 1.05
-// times as long (one small call).
+// The two digits of each number below 100. With std::to_chars for integers, the JSON view takes
+// 1.05 times as long (one small call).
 struct DigitPairs {
   char text[200];
 };
@@ -66,7 +66,7 @@ char* putFour(char* to, std::uint32_t below10000) {
   return putPair(putPair(to, below10000 / 100), below10000 % 100);
 }
 
-// One digit or two.
+// Writes one or two digits.
 char* putLeading(char* to, std::uint32_t below100) {
   if (below100 >= 10) return putPair(to, below100);
   *to = static_cast<char>('0' + below100);
@@ -83,11 +83,12 @@ char* putInteger(char* to, std::uint32_t value) {
   return putFour(putInteger(to, high), value % 10000);
 }
 
-// Whole and fraction apart: for what fits 32 bits both are exact. The fraction's millionths, below
-// 2^20, are one rounding away from exact, off by less than 2^-32: unless they lie next to a half,
-// which way they are rounded is certain.
+// Writes the whole part and the fraction separately; for magnitudes below 2^32 both are exact.
+// `scaled`, the fraction in millionths, is below 2^20 and is rounded once, so its error is below
+// 2^-32. Therefore it is certain how `scaled` rounds to an integer, unless it is close to a half:
+// then putAnyDouble writes the number.
 char* putDouble(char* to, double value) {
-  constexpr double kWholeMax = 4294967295.0;  // with room for a carry
+  constexpr double kWholeMax = 4294967295.0;  // so that a carry still fits
   constexpr double kNearHalf = 1.0 / 1048576;
   constexpr std::uint32_t kScale = 1000000;
   const double magnitude = std::fabs(value);

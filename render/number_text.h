@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Numbers as text, independent of the process's locale. Both write at `to` and return where the
-// next byte goes.
+// Numbers as text, independent of the locale of the process. Both functions write at `to` and
+// return the output pointer past the text.
 #pragma once
 
 #include <cstddef>
@@ -13,7 +13,7 @@ namespace amf2json::render {
 constexpr std::size_t kDoubleMax = 328;
 constexpr std::size_t kIntegerMax = 10;
 
-// As the C format "%f": six decimals, nan and inf with their sign.
+// Same text as the C format "%f": six decimals, nan and inf with their sign.
 char* putDouble(char* to, double value);
 // Unsigned decimal.
 char* putInteger(char* to, std::uint32_t value);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The script path: a stack of segments, kept as one joined text. Tested by
+// The script path: a stack of segments, stored as one joined text. Tested by
 // tests/render/script_path_test.cpp.
 #include "AMF2JSON.h"
 #include "render/number_text.h"
@@ -39,13 +39,14 @@ void Writer::popSegment(ProtocolState& state) {
   state.scriptPathStarts.pop_back();
 }
 
-// What members and lists push ends at the first NUL and after 999 bytes.
+// Pushes the segment of a member. It is truncated at the first NUL and after 999 bytes.
 void Writer::pushMember(std::string_view name) {
   name = name.substr(0, name.find('\0'));
   pushSegment(p, state, name.substr(0, kSegmentNameMax));
 }
 
-// The segment "name[index]".
+// Pushes the segment "name[index]". The name is truncated at the first NUL, the segment after 999
+// bytes.
 void Writer::pushElement(std::string_view name, std::uint32_t index) {
   char position[kIntegerMax + 2];
   position[0] = '[';

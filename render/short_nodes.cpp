@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Pairs of short values once more, in straight runs of stores: nearly all pairs of real packets are
-// such, and pairs are most of what there is to render. The same text as writePair in node_text.cpp
-// gives. Tested by tests/render/plain_test.cpp.
+// A fast path for short pairs: pairs whose name and value have short texts. Nearly all pairs of
+// real packets are short, and most of what is rendered is pairs. The fast path checks the free
+// space once for a pair, and writes the same text as writePair in node_text.cpp. Tested by
+// tests/render/plain_test.cpp.
 #include <cmath>
 
 #include "AMF2JSON.h"
@@ -17,13 +18,13 @@ namespace {
 constexpr std::size_t kShortMax = 100;
 constexpr double kShortNumber = 1e9;
 constexpr std::size_t kMarginMax = 48;
-// A pair has five lines, a value in a block of its own six more, and none of them but a string's is
-// longer than this.
+// A pair has five lines. A name or value in a block of its own has six more. Without margin and
+// string, no line is longer than kLineMax.
 constexpr std::size_t kLines = 5 + 2 * 6;
 constexpr std::size_t kLineMax = 48;
 constexpr std::size_t kStringsMax = 2 * 2 * kShortMax;
 
-// A date or a scalar of a few bytes, bare or in one block.
+// Whether the node is a date or a short scalar, and has at most one block around it.
 AMF2JSON_HOT bool isShortValue(const AMFNode* node, AMFVersion parentVersion) {
   if (!node || (isReference(node) && switchesVersion(node, parentVersion))) return false;
   if (node->type == AMFNode::AMF_STRING) {
@@ -48,8 +49,9 @@ std::string_view textBetween(const char* start, const char* end) {
 
 }  // namespace
 
-// And not at the outermost level, nor where the output limit may be passed inside. In a script both
-// are bare.
+// Whether writeShort can write the node: a pair of two short values, not at the outermost level.
+// The output must not pass its limit inside the pair, unless it has passed it before. With a
+// script, name and value must have no blocks of their own.
 bool Writer::isShort(const char* to, const AMFNode* node, AMFVersion parentVersion) const {
   if (node->type != AMFNode::AMF_PAIR || isReference(node) ||
       switchesVersion(node, parentVersion)) {
@@ -71,7 +73,8 @@ std::size_t Writer::shortPairRoom() const {
   return kLines * (margin.sizeWithin(2) + kLineMax) + kStringsMax + kSpill;
 }
 
-// A short pair's fixed texts at this margin, which is balanced.
+// Returns the fixed texts of a short pair at the current margin, which must be balanced. The texts
+// are made again only if the size of the margin has changed.
 const PairTexts& Writer::pairTexts() {
   if (pairs.margin != margin.size()) {
     pairs.margin = margin.size();
@@ -110,7 +113,7 @@ char* Writer::writeShort(char* to, const AMFPair* pair) {
   return to;
 }
 
-// Fixed texts are copied whole where no soft break falls into them.
+// Copies a fixed text whole, unless a soft break is due inside it.
 AMF2JSON_HOT char* Writer::putPair(char* to, const AMFPair* pair, const PairTexts& texts) {
   if (json.sizeAt(to) + texts.opening.size < breakMark) {
     to = texts.opening.write(to);
@@ -145,7 +148,7 @@ char* Writer::putOpening(char* to) {
   return to;
 }
 
-// Kept: in a script value first.
+// Kept: with a script, the value comes first.
 char* Writer::putScriptedPair(char* to, const AMFPair* pair) {
   appendPath();
   script.append(".value = ");
@@ -169,7 +172,7 @@ char* Writer::putShortMember(char* to, const AnyKey& key, const AMFNode* node,
   return putShort(key.write(startBreakableLine(to)), node, parentVersion);
 }
 
-// A value without the comma behind it.
+// Writes a value without the comma after it.
 AMF2JSON_HOT char* Writer::putShort(char* to, const AMFNode* node, AMFVersion parentVersion) {
   return isBlock(node, parentVersion) ? putBlock(to, node, parentVersion) : putBare(to, node);
 }

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Script temporaries: a long value becomes a numbered variable, which both texts name and which is
-// defined in front of the script. Tested by tests/render/value_test.cpp.
+// Script temporaries: a long value is defined as a numbered variable in `scriptPreamble`, which
+// comes before the output. Both texts then contain the variable's name instead of the value. Tested
+// by tests/render/value_test.cpp.
 #include <algorithm>
 
 #include "AMF2JSON.h"
@@ -16,18 +17,18 @@ namespace {
 constexpr std::int32_t kPieceSize = 400;
 constexpr std::int32_t kPieceAndNameMax = 994;
 
-// Where a piece that would end at `end` is cut, so that no backslash is parted from what it
-// escapes.
+// Returns where to cut a piece that would end at `end`: before the backslashes at its end, so that
+// a backslash and what it escapes stay together.
 std::size_t cutBefore(std::string_view text, std::size_t start, std::size_t end) {
   std::size_t cut = end;
   while (cut > start && text[cut - 1] == '\\') --cut;
   return cut;
 }
 
-// A definition in lines of about 400 bytes, at the end of `preamble`.
+// Appends the definition of a variable to `preamble`, in lines of about 400 bytes.
 class Definition {
  public:
-  // `length` bytes are to come, in all pieces.
+  // `length`: the number of bytes of the value, in all lines together.
   Definition(std::string& preamble, std::string_view variable, std::size_t length)
       : size(static_cast<std::size_t>(
             std::min(kPieceSize, kPieceAndNameMax - static_cast<std::int32_t>(variable.size())))),
@@ -37,8 +38,9 @@ class Definition {
     out.append('\n');
   }
 
-  // Kept: the first piece holds up to 401 bytes, and `remaining` falls by the piece size whatever a
-  // piece really held, so that the last line can be empty, and bytes at the end can be lost.
+  // Kept: the first piece holds up to 401 bytes, and each piece reduces `remaining` by the piece
+  // size, whatever it really holds. So the last line can be empty, and bytes at the end can be
+  // lost.
   void write(std::string_view text) {
     if (text.size() <= size) return writePiece(text);
     std::size_t start = 0;
@@ -54,7 +56,7 @@ class Definition {
     if (remaining > 0) writePiece(text.substr(start, size));
   }
 
-  // The same for hexadecimal text, which holds no backslash: every cut is where it would be.
+  // The same for hexadecimal text. It contains no backslash, so no cut moves.
   void writeHex(std::string_view bytes, std::size_t length) {
     HexPieces pieces(bytes);
     const std::size_t lines = (length + size - 1) / size;
@@ -78,8 +80,8 @@ class Definition {
   }
   static char* closeLine(char* to) { return put(to, "\"\n"); }
 
-  // A few bytes may come bit by bit. Behind more, there is room for the rest of the script at once:
-  // each move to a larger place would touch fresh memory for all of it.
+  // A short text grows as needed. A longer text also reserves space for the rest of the script at
+  // once, because each reallocation would touch new memory for the whole text.
   static std::string& makeRoom(std::string& text, std::size_t count) {
     constexpr std::size_t kScriptMax = 1500000;
     const std::size_t needed = text.size() + count;
@@ -89,7 +91,8 @@ class Definition {
 
   const std::size_t size;
   const std::string_view name;
-  // In long definitions the text grows by many lines at once: that costs as much as writing one.
+  // In a long definition, each growth of the text makes space for many lines. Such a growth costs
+  // as much as one for a single line.
   static constexpr std::size_t kMuch = 16384;
   const std::size_t ahead;
   bool isFirstLine = true;
@@ -127,7 +130,7 @@ std::int32_t Writer::nextTemporary() {
   return p.temporaryCounter = static_cast<std::int32_t>(number);
 }
 
-// The variable defined last stands for the value.
+// Writes the name of the variable defined last, in place of the value.
 AMF2JSON_APART char* Writer::writeTemporaryName(char* to) {
   const VariableName name(p.temporaryCounter);
   return put(json.room(to, lineRoom()), std::string_view(name));

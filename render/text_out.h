@@ -1,8 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A cursor that writes into one of the protocol object's texts, and the stores that go through it.
-// While it lives the text may be longer than what is written; the room behind the cursor is fresh
-// or left from a rendering before, so nothing is filled twice. Its end sets the text's true length.
+// TextOut, an output cursor into one of the protocol object's texts, and the functions that store:
+//
+//     text:  hidden | written | free      |
+//                     ^ begin   ^ next    ^ end
+//
+// While the cursor exists, the text is longer than what is written. The free bytes are zeros, or
+// old bytes of an earlier rendering, which are not cleared. The destructor sets the text's true
+// length.
 #pragma once
 
 #include <algorithm>
@@ -14,10 +19,10 @@
 
 namespace amf2json::render {
 
-// A step of the rendering takes the place where the next byte goes and returns the place behind
-// what it wrote: the place stays in a register that way, where a member would be loaded and stored
-// with every byte. Whoever calls such a step has made room, for kSpill bytes more than are written:
-// short stretches are copied in whole words of 16.
+// A step of the rendering takes the output pointer (the address of the next byte) and returns it
+// past what it wrote. So the pointer stays in a register; a member variable would be loaded and
+// stored for each byte. The caller of a step provides the free space, and kSpill bytes more than
+// are written, because short texts are copied in whole words of 16 bytes.
 constexpr std::size_t kSpill = 32;
 
 inline char* put(char* to, char byte) {
@@ -39,15 +44,15 @@ AMF2JSON_HOT char* put(char* to, std::string_view text) {
 
 class TextOut {
  public:
-  // `written` bytes of the text stay. `hidden` bytes in front of it, NULs, are kept free and not
-  // counted by size().
+  // Continues after the first `written` bytes of the text. Before them come `hidden` NULs, which
+  // size() does not count.
   TextOut(std::string& target, std::size_t written, std::size_t hidden = 0)
       : text(target), front(hidden) {
     if (text.size() < hidden + written) text.resize(hidden + written);
     std::fill_n(text.begin(), hidden, '\0');
     setCursor(hidden + written);
   }
-  ~TextOut() { text.resize(front + size()); }  // only ever shortens
+  ~TextOut() { text.resize(front + size()); }  // never makes it longer
   TextOut(const TextOut&) = delete;
   TextOut& operator=(const TextOut&) = delete;
 
@@ -55,8 +60,9 @@ class TextOut {
   char* position() const { return next; }
   void moveTo(char* position) { next = position; }
 
-  // For steps that carry the place themselves: the length of a text that ends at `to`, and `to`
-  // once there is room for `count` bytes, which may be elsewhere then.
+  // For steps that pass the output pointer themselves. sizeAt() returns the length of a text that
+  // ends at `to`. room() provides `count` free bytes and returns `to`, which changes if the text
+  // moves.
   std::size_t sizeAt(const char* to) const { return static_cast<std::size_t>(to - begin); }
   char* room(char* to, std::size_t count) {
     return static_cast<std::size_t>(end - to) >= count ? to : grow(to, count);
@@ -76,8 +82,8 @@ class TextOut {
     next = &text[0] + offset;
     end = &text[0] + text.size();
   }
-  // What is added is filled with zeros: first only as much as is asked for, as long as the text has
-  // it already; then half as much again.
+  // resize() fills what it adds with zeros. So within its capacity, the text grows only by what is
+  // needed. Beyond the capacity it grows by half as much again.
   char* grow(char* to, std::size_t count) {
     const std::size_t offset = front + sizeAt(to);
     const std::size_t wanted = offset + count + kStep;

@@ -9,7 +9,7 @@
 
 namespace amf2json::render {
 
-// In a fixed stretch that is copied whole.
+// The text is in an array of fixed size, which is copied whole.
 struct TypeLine {
   char text[24];
   std::size_t size;
@@ -24,9 +24,9 @@ constexpr TypeLine typeLine(const char (&name)[Size]) {
   return line;
 }
 
-// Kinds 0 to 14. Undefined has none.
+// For kinds 0 to 14. Undefined has no type line.
 inline constexpr TypeLine kTypeLines[] = {
-    typeLine("null"),     typeLine("boolen"),  // Kept: so spelled.
+    typeLine("null"),     typeLine("boolen"),  // Kept: this spelling.
     typeLine("integer"),  typeLine("double"), typeLine("string"), typeLine("object"),
     typeLine("date"),     typeLine("xml"),    typeLine("array"),  typeLine("bytearray"),
     typeLine("property"), TypeLine{},         typeLine("header"), typeLine("message"),

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Values: one text into both outputs, long ones through numbered temporaries of the plain script
-// view (temporaries.cpp). Enter at Writer::writeValue. Tested by tests/render/value_test.cpp.
+// Values: the same text is written to both outputs. In the plain script view, long values become
+// numbered temporaries (temporaries.cpp). Enter at Writer::writeValue. Tested by
+// tests/render/value_test.cpp.
 #include <algorithm>
 
 #include "AMF2JSON.h"
@@ -32,7 +33,7 @@ char* writeHexText(TextOut& out, char* to, std::string_view bytes) {
 }
 
 char* putBool(char* to, bool value) {
-  std::memcpy(to, value ? "true\0\0\0" : "false\0\0", 8);  // either is as likely
+  std::memcpy(to, value ? "true\0\0\0" : "false\0\0", 8);  // no branch: both are equally likely
   return to + (value ? 4 : 5);
 }
 
@@ -49,7 +50,7 @@ char* Writer::writeValue(char* to, std::string_view value, bool quote, bool name
     defineTemporary(quote ? escaped : value);
     to = writeTemporaryName(to);
   } else if (quote) {
-    // Kept: the JSON side is escaped with the script rule too.
+    // Kept: the JSON text is escaped with the script rule too.
     to = put(json.room(to, lineRoom()), '"');
     to = put(writeScriptEscaped(json, to, value), '"');
   } else {
@@ -71,11 +72,11 @@ char* Writer::beginValue(char* to, bool named) {
     script.append(" = ");
   }
   if (lineEndDue) return to;
-  // Kept: as many characters as `newLine` has go, whatever they are.
+  // Kept: removes as many characters as `newLine` has, whatever they are.
   return to - std::min(json.sizeAt(to), margin.lineEndSize());
 }
 
-// Both texts get the same value, which begins at `start` of the JSON text.
+// Ends a value that begins at `start` of the JSON text. The script gets a copy of it.
 char* Writer::endValue(char* to, std::size_t start) {
   if (!p.jsonOnly) {
     const std::size_t length = json.sizeAt(to) - start;
@@ -98,7 +99,7 @@ char* Writer::writeHex(char* to, const AMFRaw* raw) {
     to = writeTemporaryName(to);
   } else {
     to = put(json.room(to, lineRoom()), '"');
-    to = put(writeHexText(json, to, bytes), '"');  // nothing in it needs an escape
+    to = put(writeHexText(json, to, bytes), '"');  // hexadecimal digits need no escape
   }
   return endValue(to, start);
 }
@@ -126,7 +127,7 @@ char* Writer::writeScalar(char* to, const AMFNode* node, bool named) {
   return endValue(putScalar(to, node), start);
 }
 
-// The text of a scalar that is no string.
+// Writes the text of a scalar that is not a string.
 char* Writer::putScalar(char* to, const AMFNode* node) {
   switch (node->type) {
     case AMFNode::AMF_NULL: return put(to, "null");

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The four views: mode, reset, walk, framing. Tested by tests/render/views_test.cpp.
+// The four views. Each sets its mode, resets the texts and renders the tree. Two views then join
+// the texts. Tested by tests/render/views_test.cpp.
 #include "AMF2JSON.h"
 #include "render/writer.h"
 
@@ -10,14 +11,14 @@ namespace {
 
 constexpr std::string_view kAssignment = "\n amf = ";
 
-// Mostly it is that already.
+// Usually the text already has this value.
 void setText(std::string& text, std::string_view value) {
   if (text != value) text = value;
 }
 
-// What all views do once their mode is set. `bareRoot`: the script path has no root and its first
-// segment no dot, unless an earlier view on this object chose the root. `hidden` bytes are left in
-// front of the text.
+// What all views do after they have set their mode. `bareRoot`: the script path has no root, and
+// its first segment has no dot. Only the first view on a protocol object decides about the root.
+// `hidden` bytes before the JSON text are free for the caller.
 void renderPackage(AMFProtocol& p, ProtocolState& state, bool pretty, bool bareRoot,
                    std::size_t hidden = 0) {
   p.trackDepth = bareRoot;
@@ -65,7 +66,7 @@ const std::string& AMFProtocol::getPackageInJSON_and_JS(bool pretty) {
   temporaryCounter = 0;
   scriptPreamble.clear();
   renderPackage(*this, *state, pretty, true);
-  jsonText += "\n\nJS representaion\n\n";  // Kept: so spelled.
+  jsonText += "\n\nJS representaion\n\n";  // Kept: this spelling.
   jsonText += scriptText;
   return jsonText;
 }
@@ -75,7 +76,7 @@ const std::string& AMFProtocol::getPackageAsJSView(bool pretty) {
   jsonOnly = false;
   jsonAndScript = false;
   temporaryCounter = 0;
-  useTemporaries = false;  // Kept: no view ever sets it again.
+  useTemporaries = false;  // Kept: no view ever sets it back to true.
   scriptPreamble.clear();
   renderPackage(*this, *state, pretty, true);
   return scriptText;

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The renderer at work: two cursors into the protocol object's texts, and every step of the walk. A
-// view makes one for its whole rendering; each public primitive makes one for its single step.
-// What every line of text goes through stands here; brackets in brackets.cpp, values in
-// value_text.cpp and temporaries.cpp, nodes in node_text.cpp, members and lists in members.cpp,
-// short nodes once more in short_nodes.cpp, the path in script_path.cpp. The public primitives are
-// at the end of the file that has their step.
+// Writer, the renderer: it has two output cursors into the protocol object's texts, and all steps
+// of the rendering. A view makes one Writer for its whole rendering. Each public primitive makes
+// one for its single step. The steps are in these files; each public primitive is at the end of the
+// file with its step:
+//
+//     writer.h         steps that every line needs     members.cpp      members and lists
+//     brackets.cpp     brackets                        node_text.cpp    nodes
+//     value_text.cpp   values                          short_nodes.cpp  fast path for short pairs
+//     temporaries.cpp  values as script variables      script_path.cpp  the script path
 #pragma once
 
 #include <algorithm>
@@ -22,8 +25,8 @@
 
 namespace amf2json::render {
 
-// A member's name that is known at compile time, as it stands in its line: "name" :
-// In a fixed stretch that is copied whole.
+// The name of a member, known at compile time, as it is written in its line: "name" :
+// The text is in an array of fixed size, which is copied whole.
 class Key {
  public:
   template <std::size_t Size>
@@ -63,37 +66,40 @@ class GivenKey {
   std::string_view text;
 };
 
-// The fixed texts of the short pairs of one depth: `opening` name `value` value `closing`. Without
-// them, the JSON view takes 1.10 times as long (5,000 AMF0 objects).
+// The fixed texts of the short pairs at one depth. Without them, the JSON view takes 1.10 times as
+// long (5,000 AMF0 objects).
+//
+//     a pair:  opening | text of the name | value | text of the value | closing
 struct PairTexts {
   struct Text {
     static constexpr std::size_t kStep = kSpill;
     char bytes[192];
     std::size_t size;
-    // In whole steps: spills.
+    // Copies in steps of kStep bytes, so it may overwrite bytes after the text.
     char* write(char* to) const {
       std::memcpy(to, bytes, kStep);
       for (std::size_t i = kStep; i < size; i += kStep) std::memcpy(to + i, bytes + i, kStep);
       return to + size;
     }
   };
-  std::size_t margin = ~std::size_t{0};  // its size, where they were made
+  std::size_t margin = ~std::size_t{0};  // size of the margin for which they were made
   Text opening;
   Text value;
   Text closing;
 };
 
-// All steps that write to the JSON text take the place where the next byte goes and return the
-// place behind what they wrote (text_out.h). Each makes its own room.
+// All steps that write to the JSON text take the output pointer and return it past what they wrote
+// (text_out.h). The steps put..., start... and break... rely on the free space that their caller
+// provides. All others provide it themselves.
 class Writer {
  public:
-  // Goes on behind what both texts hold.
+  // Continues both texts after what they contain.
   Writer(AMFProtocol& protocol, ProtocolState& protocolState);
-  // Begins both texts anew. `hidden` bytes in front of the JSON text are left for the caller to
-  // fill.
+  // Starts both texts again from the beginning. `hidden` bytes before the JSON text are free for
+  // the caller to fill.
   Writer(AMFProtocol& protocol, ProtocolState& protocolState, std::size_t hidden);
 
-  // Runs one step from outside: `step` is called with the place and returns it.
+  // Runs one step for a view or a public primitive. `step` takes and returns the output pointer.
   template <class Step>
   void run(Step step) {
     char* const to = step(json.position());
@@ -114,7 +120,7 @@ class Writer {
   template <class AnyKey>
   char* writeChildren(char* to, const AnyKey& key, const AMFNode* node);
 
-  // The script path needs no texts.
+  // Changes of the script path need no Writer.
   static void pushSegment(AMFProtocol& p, ProtocolState& state, std::string_view name);
   static void popSegment(ProtocolState& state);
 
@@ -187,7 +193,7 @@ class Writer {
   void pushElement(std::string_view name, std::uint32_t index);
 
   static constexpr std::size_t kOutputLimit = 499999;
-  // A line's fixed text, the line end that may be due, a soft break, and what short copies spill.
+  // Enough for a line's fixed text, a pending line end, a soft break, and kSpill.
   static constexpr std::size_t kLineRoom = 64 + kSpill;
 
   AMFProtocol& p;
@@ -196,12 +202,12 @@ class Writer {
   TextOut script;
   Margin margin;
   PairTexts pairs;
-  // The line end behind what is written has not been written: mostly it comes as part of the next
-  // line's margin.
+  // The line end after what is written is pending. Usually it is written with the margin of the
+  // next line.
   bool lineEndDue = false;
-  std::size_t breakMark;    // the length of the JSON text that asks for the next soft break
-  std::string escaped;      // the long value at work
-  bool zoneIsRead = false;  // one look at the process's time zone serves all dates
+  std::size_t breakMark;    // length of the JSON text at which the next soft break is due
+  std::string escaped;      // the long value that is being written
+  bool zoneIsRead = false;  // the time zone is read once for all dates
 };
 
 AMF2JSON_HOT char* Writer::startLine(char* to) {
@@ -209,8 +215,8 @@ AMF2JSON_HOT char* Writer::startLine(char* to) {
   return margin.writeIndentation(to);
 }
 
-// At most one line feed for every 500 bytes of text, wherever a block opens or a member begins.
-// Kept: in the pretty layout too.
+// Writes a line feed if a soft break is due. Soft breaks come where a block opens or a member
+// begins, at most one for every 500 bytes of text. Kept: they come in the pretty layout too.
 inline char* Writer::breakSoftly(char* to) {
   constexpr std::uint32_t kSoftBreakEvery = 500;
   if (json.sizeAt(to) + (lineEndDue ? margin.lineEndSize() : 0) < breakMark) return to;
@@ -219,12 +225,12 @@ inline char* Writer::breakSoftly(char* to) {
   *to++ = '\n';
   const std::uint32_t count = static_cast<std::uint32_t>(p.lineBreakCount) + 1;
   p.lineBreakCount = static_cast<std::int32_t>(count);
-  // Kept: the product wraps at 32 bits; a negative one gives no break.
+  // Kept: the product wraps at 32 bits; while it is negative there are no breaks.
   breakMark = static_cast<std::size_t>(static_cast<std::int32_t>(count * kSoftBreakEvery));
   return to;
 }
 
-// Where a line is known to end.
+// Same as startLine(breakSoftly(to)), for callers that know that a line end is pending.
 inline char* Writer::startBreakableLine(char* to) {
   if (json.sizeAt(to) + margin.lineEndSize() < breakMark) return margin.write(to);
   to = startLine(breakSoftly(to));
@@ -265,7 +271,8 @@ inline void Writer::endStatement() {
   p.scriptStatementStart = true;
 }
 
-// Kept: once set, the mark stays. In the JSON view it is only set, and rendering goes on.
+// Whether rendering stops because the output has passed its limit. Kept: outputLimitReached is
+// never reset. In the JSON view it is only set, and rendering continues.
 inline bool Writer::isPastLimit(const char* to) {
   if (p.outputLimitReached) return !p.jsonOnly;
   const std::size_t due = lineEndDue ? margin.lineEndSize() : 0;
@@ -298,7 +305,7 @@ char* Writer::writeChild(char* to, const AnyKey& key, const AMFNode* node, AMFVe
   enterLevel();
   to = breakSoftly(json.room(to, lineRoom() + key.name().size()));
   to = key.write(startLine(to));
-  lineEndDue = true;  // a value on this line takes it back
+  lineEndDue = true;  // a value on this line cancels it
   if (!node) {
     to = endMember(put(to, "null"));
   } else if (p.jsonOnly || isInline) {
@@ -313,7 +320,7 @@ char* Writer::writeChild(char* to, const AnyKey& key, const AMFNode* node, AMFVe
 
 template <class AnyKey>
 char* Writer::writeChildren(char* to, const AnyKey& key, const AMFNode* node) {
-  if (!node) return to;  // Kept: silent, where a missing named member is written as null.
+  if (!node) return to;  // Kept: writes nothing; a missing named member is written as null.
   enterLevel();
   to = writeMemberName(to, key);
   lineEndDue = true;
@@ -325,8 +332,8 @@ char* Writer::writeChildren(char* to, const AnyKey& key, const AMFNode* node) {
   return to;
 }
 
-// Called for each node that is rendered. Without this, the JSON view takes 1.05 times as long (5,000
-// objects).
+// Called for each node that is rendered. Without this prefetch, the JSON view takes 1.05 times as
+// long (5,000 objects).
 inline void fetchAhead(const AMFNode* node) {
   prefetchNear(node, 2048);
 }
@@ -339,7 +346,7 @@ inline bool isContainer(const AMFNode* node) {
   return node->type == AMFNode::AMF_OBJECT || node->type == AMFNode::AMF_ARRAY;
 }
 
-// The two reasons for a block of its own around a scalar.
+// The two reasons why a scalar has a block of its own.
 inline bool isReference(const AMFNode* node) {
   return node->referenceIndex != AMFNode::kNoReference;
 }

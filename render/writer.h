@@ -142,7 +142,6 @@ class Writer {
   char* endValue(char* to, std::size_t start);
   void endStatement();
   bool isLong(std::size_t length) const;
-  char* writeQuoted(char* to, std::string_view text);
   void defineTemporary(std::string_view text);
   void defineHexTemporary(std::string_view bytes);
   std::int32_t nextTemporary();

@@ -24,6 +24,10 @@ bool isSecond(unsigned first, unsigned second) {
   }
 }
 
+bool isPlain(char byte) {
+  return byte >= 0x20 && byte < 0x7F && byte != '"' && byte != '\\';
+}
+
 std::size_t escapedLength(unsigned char byte) {
   switch (byte) {
     case '"':
@@ -76,10 +80,12 @@ Text slowTextOf(const char* data, std::size_t length) {
       escaped += plain;
       if (special == 0) continue;
     }
-    const std::size_t sequence = sequenceLength(data, end);
-    if (sequence == 0) return {false, 0};
-    escaped += sequence == 1 ? escapedLength(static_cast<unsigned char>(*data)) : sequence;
-    data += sequence;
+    do {  // special bytes often follow one another
+      const std::size_t sequence = sequenceLength(data, end);
+      if (sequence == 0) return {false, 0};
+      escaped += sequence == 1 ? escapedLength(static_cast<unsigned char>(*data)) : sequence;
+      data += sequence;
+    } while (data < end && !isPlain(*data));
   }
   return {true, escaped};
 }

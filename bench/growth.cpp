@@ -13,7 +13,7 @@
 //       to some size its memory is cached for the next packet, above that it is returned to the
 //       system, which is a step in the cost and no slope.
 //
-// Every figure comes from a process of its own, so that no memory of another one is there.
+// Each figure is measured in a new process, so that memory of an earlier one cannot change it.
 #include <AMF2JSON.h>
 #include <sys/wait.h>
 #include <time.h>

@@ -42,8 +42,8 @@ class Pieces {
   // All pieces, in order. Each call first adds the pieces written since the last call.
   const std::vector<Chunk>& list();
 
-  // For the writers. If turnBlock or addLarge throws for lack of memory, what was written up to
-  // `out` is listed and nothing else has changed.
+  // For the writers. If turnBlock or addLarge cannot allocate memory, they throw: the list then
+  // has what was written up to `out`, and nothing else has changed.
   char* output() const noexcept { return next; }
   char* endOfBlock() const noexcept { return blockEnd; }
   void close(char* out) noexcept { next = out; }  // lists what was written up to `out`

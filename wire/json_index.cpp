@@ -181,8 +181,8 @@ struct JsonIndex::Handler {
   JsonIndex& index;
   rj::InsituStringStream& stream;
   std::size_t maxDepth;
-  const char* shown = nullptr;  // the text, if the numbers in the copy are hidden
-  const char* shownEnd = nullptr;
+  const char* original = nullptr;  // the text, if the numbers in the copy are hidden
+  const char* originalEnd = nullptr;
   std::uint32_t open = JsonFailure::kNoToken;  // the innermost container
   std::size_t depth = 0;
   bool tooDeep = false;
@@ -208,9 +208,9 @@ struct JsonIndex::Handler {
   bool Double(double) { return false; }
   bool RawNumber(const char* text, rj::SizeType length, bool) {
     const std::size_t place = placeOf(text);
-    if (shown == nullptr) return scalar(place, length);
-    const char* const number = shown + place;
-    return scalar(place, static_cast<std::size_t>(numberEnd(number, shownEnd) - number));
+    if (original == nullptr) return scalar(place, length);
+    const char* const number = original + place;
+    return scalar(place, static_cast<std::size_t>(numberEnd(number, originalEnd) - number));
   }
   bool String(const char* text, rj::SizeType length, bool) {
     return scalar(placeOf(text) - 1, length);
@@ -308,8 +308,8 @@ bool JsonIndex::parse(const char* text, const BrokenText& broken, std::size_t ma
   rj::InsituStringStream stream(buffer.get());
   Handler handler{*this, stream, maxDepth};
   if (hidesNumbers) {
-    handler.shown = text;
-    handler.shownEnd = broken.at;
+    handler.original = text;
+    handler.originalEnd = broken.at;
   }
   rj::GenericReader<rj::UTF8<>, rj::UTF8<>, CheckedAllocator> reader;
   constexpr unsigned kFlags =
@@ -329,8 +329,10 @@ bool JsonIndex::parse(const char* text, const BrokenText& broken, std::size_t ma
   } else if (broken.message != nullptr && (!result.IsError() || result.Offset() >= whole)) {
     failure.offset = whole;
     failure.message = broken.message;
-    if (broken.isContent) failure.status = AMFWireStatus::content;
-    if (broken.isContent) failure.token = value;  // the error is that of the value
+    if (broken.isContent) {
+      failure.status = AMFWireStatus::content;
+      failure.token = value;  // the error is that of the value
+    }
   } else if (result.Code() == rj::kParseErrorStringEscapeInvalid && text[result.Offset()] != '\\') {
     failure.message = "a control character";
   } else {

@@ -51,14 +51,16 @@ bool TextBuffer::escapedSlowly(const char* from, const char* last) {
       from += plain;
       if (special == 0) continue;
     }
-    const std::size_t length = sequenceLength(from, last);
-    if (length == 0) return false;
-    if (length == 1) {
-      escape(static_cast<unsigned char>(*from));
-    } else {
-      characters(from, length);
-    }
-    from += length;
+    do {  // special bytes often follow one another
+      const std::size_t length = sequenceLength(from, last);
+      if (length == 0) return false;
+      if (length == 1) {
+        escape(static_cast<unsigned char>(*from));
+      } else {
+        characters(from, length);
+      }
+      from += length;
+    } while (from < last && !isPlainByte(*from));
   }
   return true;
 }

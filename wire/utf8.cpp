@@ -24,10 +24,6 @@ bool isSecond(unsigned first, unsigned second) {
   }
 }
 
-bool isPlain(char byte) {
-  return byte >= 0x20 && byte < 0x7F && byte != '"' && byte != '\\';
-}
-
 std::size_t escapedLength(unsigned char byte) {
   switch (byte) {
     case '"':
@@ -85,7 +81,7 @@ Text slowTextOf(const char* data, std::size_t length) {
       if (sequence == 0) return {false, 0};
       escaped += sequence == 1 ? escapedLength(static_cast<unsigned char>(*data)) : sequence;
       data += sequence;
-    } while (data < end && !isPlain(*data));
+    } while (data < end && !isPlainByte(*data));
   }
   return {true, escaped};
 }

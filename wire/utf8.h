@@ -23,6 +23,11 @@ inline std::uint64_t specialBytes(std::uint64_t word) {
          kHigh;
 }
 
+// The same for one byte: whether it is none of these.
+inline bool isPlainByte(char byte) {
+  return byte >= 0x20 && byte < 0x7F && byte != '"' && byte != '\\';
+}
+
 // The number of plain bytes before the first special byte of a word; 0 on processors whose byte
 // order makes that expensive to find.
 inline std::size_t plainBytes(std::uint64_t special) {

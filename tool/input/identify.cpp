@@ -233,21 +233,6 @@ std::optional<Identity> identifyMojibake(std::string_view bytes, const AMFVerify
 
 // ---- Texts
 
-#ifdef AMF2JSON_HAVE_WIRE
-constexpr bool kReadsArchives = true;
-#else
-constexpr bool kReadsArchives = false;
-#endif
-
-// {"log":{, with blanks anywhere.
-bool isArchive(std::string start) {
-  start.erase(
-      std::remove_if(start.begin(), start.end(),
-                     [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }),
-      start.end());
-  return start.rfind("{\"log\":{", 0) == 0;
-}
-
 std::optional<Identity> otherText(std::string_view bytes) {
   if (!isPlainText(bytes)) return std::nullopt;
   constexpr std::string_view kBlanks = " \t\r\n";
@@ -266,12 +251,9 @@ std::optional<Identity> otherText(std::string_view bytes) {
     document.command = "import";
     return document;
   }
-  if (last == '}' && isArchive(start)) {
-    Identity archive = known("har", "HTTP archive");
-    if (kReadsArchives) {
-      archive.command = "export";
-      archive.options = " --as har";
-    }
+  if (last == '}' && isArchiveStart(start)) {
+    Identity archive = exportable("har", "HTTP archive");
+    archive.options = " --as har";
     return archive;
   }
   if ((begins("{") && last == '}') || (begins("[") && last == ']'))

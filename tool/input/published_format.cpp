@@ -7,6 +7,7 @@
 #include <vector>
 
 #ifdef AMF2JSON_HAVE_WIRE
+#include <algorithm>
 
 namespace {
 
@@ -87,6 +88,13 @@ bool isExportDocument(std::string_view text) {
   return amfWireImport(text.data(), text.size(), bytes).ok();
 }
 
+bool isArchiveStart(std::string_view start) {
+  std::string compact(start);
+  const auto isBlank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+  compact.erase(std::remove_if(compact.begin(), compact.end(), isBlank), compact.end());
+  return compact.rfind("{\"log\":{", 0) == 0;
+}
+
 const char* dialectDifference(std::string_view packet) {
   AMFWireReadOptions options;
   options.form = AMFWireForm::packet;
@@ -110,6 +118,10 @@ bool readsAsPublished(std::string_view, const AMFWireReadOptions&) {
 }
 
 bool isExportDocument(std::string_view) {
+  return false;
+}
+
+bool isArchiveStart(std::string_view) {
   return false;
 }
 

@@ -22,6 +22,10 @@ bool readsAsPublished(std::string_view bytes, const AMFWireReadOptions& options)
 // Whether a text is a document of amf2json export.
 bool isExportDocument(std::string_view text);
 
+// Whether the first characters of a text, in lower case, are those of an HTTP archive: {"log":{
+// with any white space.
+bool isArchiveStart(std::string_view start);
+
 // What the dialect reads in another way than the published format, in a packet that both read:
 // "AMF0 references"; null if nothing. References are numbered by the start of objects in the
 // published format and by their end in the dialect. AMF3 integers of four bytes differ in the last

@@ -14,6 +14,8 @@ namespace {
 constexpr std::uint64_t kDocumentKeys = 200;
 constexpr std::uint64_t kSectionKeys = 200;
 constexpr std::uint64_t kMostNames = 0x7FFFFFFF;
+constexpr std::uint32_t kFewNames = 32;
+constexpr std::uint64_t kPlainNameExtra = 4;  // two quotes, colon and comma
 
 // The array index of JavaScript that a name is; else -1.
 std::int64_t arrayIndexOf(const AMFWireString& name) {
@@ -89,7 +91,7 @@ void Facts::endSection() {
     sections.back().flags |= kEntriesListed;
     bound.add(sizeof "\"$members\":[]" + std::uint64_t{2} * frames.back().members);
   }
-  if (frames.back().namesOpen) names.close();
+  closeNames(frames.back());
   frames.pop_back();
 }
 
@@ -256,11 +258,45 @@ void Facts::member(const AMFWireString& name) {
     return;
   }
   frame.flags |= kHasDynamic;
+  if (isNameOfBefore(frame, name)) {
+    ++frame.members;
+    bound.add(name.length + kPlainNameExtra);
+    return checkLength();
+  }
+  if (!frame.namesOpen && !frame.listed) openNames(frame);
   ++frame.members;
+  const std::uint64_t before = bound.least();
   const bool isUtf8 = addName(name);
-  if (frame.listed) return;
-  if (!frame.namesOpen) noteSealed(frame);
-  note(frame, name, isUtf8);
+  if (bound.least() - before != name.length + kPlainNameExtra) frame.plainNames = false;
+  if (!frame.listed) note(frame, name, isUtf8);
+}
+
+// Whether all names so far, and this one, are those of the last object at this depth.
+bool Facts::isNameOfBefore(const Frame& frame, const AMFWireString& name) const {
+  if (frame.namesOpen || frame.sealedCount != 0 || frames.size() >= namesBefore.size())
+    return false;
+  const Names& last = namesBefore[frames.size()];
+  if (frame.members >= last.size() || last[frame.members].length != name.length) return false;
+  return std::memcmp(last[frame.members].data, name.data, name.length) == 0;
+}
+
+// Adds the sealed names, and those that were only compared.
+void Facts::openNames(Frame& frame) {
+  noteSealed(frame);
+  for (std::uint32_t i = 0; i < frame.members; ++i) {
+    note(frame, namesBefore[frames.size()][i], true);
+  }
+}
+
+void Facts::closeNames(const Frame& frame) {
+  if (!frame.namesOpen) return;
+  const bool isKept =
+      !frame.listed && frame.plainNames && frame.sealedCount == 0 && frame.members <= kFewNames;
+  if (isKept) {
+    if (frames.size() >= namesBefore.size()) namesBefore.resize(frames.size() + 1);
+    names.copyTo(namesBefore[frames.size()]);
+  }
+  names.close();
 }
 
 void Facts::end() {
@@ -275,7 +311,7 @@ void Facts::end() {
   if (frame.members == frame.declaredCount) flags |= kCounted;
   bound.add(std::uint64_t{frame.pairs} * 3);  // not earlier: the count may be wrong
   objects(frame.amf3)[frame.object] |= flags;
-  if (frame.namesOpen) names.close();
+  closeNames(frame);
   frames.pop_back();
 }
 

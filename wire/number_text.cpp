@@ -24,28 +24,7 @@ struct Decimal {
   int point;
 };
 
-// A number with a few decimals, such as a price: a whole number of at most 15 digits, divided by a
-// power of ten. Two different such numbers are different doubles, so these digits are the shortest.
-bool hasFewDecimals(double value, Decimal& decimal) {
-  static constexpr double kPowers[] = {1e0, 1e1, 1e2, 1e3, 1e4};
-  for (int decimals = 1; decimals <= 4; ++decimals) {
-    const double scaled = value * kPowers[decimals];
-    if (!(scaled < 1e15)) return false;
-    const auto whole = static_cast<std::int64_t>(scaled + 0.5);
-    if (static_cast<double>(whole) / kPowers[decimals] != value) continue;
-    if (whole == 0) return false;
-    const char* const end =
-        std::to_chars(decimal.digits, decimal.digits + sizeof decimal.digits, whole).ptr;
-    decimal.count = static_cast<int>(end - decimal.digits);
-    decimal.point = decimal.count - decimals;
-    return true;
-  }
-  return false;
-}
-
 Decimal decimalOf(const double& value) {
-  Decimal few;
-  if (hasFewDecimals(std::fabs(value), few)) return few;
   char text[kNumberMax];
   const char* const end =
       std::to_chars(text, text + sizeof text, std::fabs(value), std::chars_format::scientific).ptr;
@@ -95,6 +74,28 @@ char* putDecimal(char* to, const Decimal& decimal) {
   to = putDigits(to, decimal.digits, decimal.point);
   *to++ = '.';
   return putDigits(to, decimal.digits + decimal.point, decimal.count - decimal.point);
+}
+
+// Writes a number with one to four decimals, such as a price: a whole number of at most 15 digits,
+// divided by a power of ten. Two different such numbers are different doubles, so these digits are
+// the shortest. Returns null, and writes nothing, for any other number.
+char* putFewDecimals(char* to, double value) {
+  static constexpr double kPowers[] = {1e0, 1e1, 1e2, 1e3, 1e4};
+  for (int decimals = 1; decimals <= 4; ++decimals) {
+    const double scaled = value * kPowers[decimals];
+    if (!(scaled < 1e15)) return nullptr;
+    const auto digits = static_cast<std::int64_t>(scaled + 0.5);
+    if (static_cast<double>(digits) / kPowers[decimals] != value) continue;
+    const auto power = static_cast<std::int64_t>(kPowers[decimals]);
+    to = std::to_chars(to, to + kNumberMax, digits / power).ptr;
+    *to = '.';
+    std::int64_t left = digits % power;
+    for (char* at = to + decimals; at > to; --at, left /= 10) {
+      *at = static_cast<char>('0' + left % 10);
+    }
+    return to + 1 + decimals;
+  }
+  return nullptr;
 }
 
 bool isDigit(char c) {
@@ -181,7 +182,8 @@ char* putInteger(char* to, std::int64_t value) {
 char* putNumber(char* to, const double& value) {
   if (isWholeAndShort(value)) return putInteger(to, static_cast<std::int64_t>(value));
   if (value < 0) *to++ = '-';
-  return putDecimal(to, decimalOf(value));
+  char* const end = putFewDecimals(to, std::fabs(value));
+  return end != nullptr ? end : putDecimal(to, decimalOf(value));
 }
 
 std::size_t lengthOfInteger(std::int64_t value) {

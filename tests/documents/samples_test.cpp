@@ -12,6 +12,7 @@
 
 #include "support/dump.h"
 #include "support/plain_renderer.h"
+#include "support/views.h"
 
 namespace {
 
@@ -57,38 +58,25 @@ std::string packetOf(const Sample& sample) {
   return contents(std::string(AMF2JSON_SAMPLES) + "/" + sample.name + ".amf");
 }
 
-template <class Renderer>
-using View = const std::string& (Renderer::*)(bool);
-
-struct ViewCase {
-  const char* ending;
-  View<AMFProtocol> view;
-  View<support::PlainRenderer> plain;
-};
-const ViewCase kViews[] = {
-    {".json", &AMFProtocol::getPackageInJSON, &support::PlainRenderer::getPackageInJSON},
-    {".js", &AMFProtocol::getPackageInJS, &support::PlainRenderer::getPackageInJS},
-    {".both", &AMFProtocol::getPackageInJSON_and_JS,
-     &support::PlainRenderer::getPackageInJSON_and_JS},
-    {".script", &AMFProtocol::getPackageAsJSView, &support::PlainRenderer::getPackageAsJSView},
-};
+constexpr const char* kEndings[] = {".json", ".js", ".both", ".script"};  // of each view
 
 TEST(Samples, ViewsGiveTheExpectedTexts) {
   for (const Sample& sample : kSamples) {
     const std::string packet = packetOf(sample);
-    for (const ViewCase& view : kViews) {
+    for (int which = 0; which < 4; ++which) {
       for (const bool pretty : {true, false}) {
         const std::string file =
-            std::string(sample.name) + (pretty ? "" : ".compact") + view.ending;
+            std::string(sample.name) + (pretty ? "" : ".compact") + kEndings[which];
         AMFProtocol protocol;
         protocol.parse(packet.data());
-        const std::string text = (protocol.*view.view)(pretty);
+        const std::string text = support::view(protocol, which, pretty);
         EXPECT_TRUE(text ==
                     contents(std::string(AMF2JSON_SOURCES "/samples/expected") + "/" + file))
             << file;
         support::PlainRenderer plain;
         plain.package = protocol.package;
-        EXPECT_TRUE(text == (plain.*view.plain)(pretty)) << file << " against the plain renderer";
+        EXPECT_TRUE(text == support::view(plain, which, pretty))
+            << file << " against the plain renderer";
       }
     }
   }

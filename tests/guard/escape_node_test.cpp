@@ -20,6 +20,7 @@
 #include "support/command.h"
 #include "support/guard_packets.h"
 #include "support/random.h"
+#include "support/views.h"
 
 using support::command;
 using support::hex;
@@ -315,21 +316,17 @@ struct Showing {
   bool temporaries, pretty;
 };
 
-using View = const std::string& (AMFProtocol::*)(bool);
-const View kViews[] = {&AMFProtocol::getPackageInJSON, &AMFProtocol::getPackageInJS,
-                       &AMFProtocol::getPackageInJSON_and_JS, &AMFProtocol::getPackageAsJSView};
-
 void addViews(Records& records, const std::string& packet, const Showing& showing) {
   static AMFProtocol reader;  // each new one fills a megabyte
   AMFPackage* const package = parseVerified(reader, packet.data(), packet.size());
   ASSERT_NE(nullptr, package) << support::toHex(packet);
   if (showing.escaped == Escaped::forScripts) escapeForViews(package);
   if (showing.escaped == Escaped::forJSON) escapeForViews(package, AMFEscapeFor::json);
-  for (const View view : kViews) {
+  for (const auto& view : support::kPackageViews<>) {
     AMFProtocol protocol;  // the first view decides about the paths
     protocol.useTemporaries = showing.temporaries;
     protocol.package = package->clone();
-    records.blob((protocol.*view)(showing.pretty));
+    records.blob(view.text(protocol, showing.pretty));
   }
 }
 
@@ -560,7 +557,8 @@ TEST_F(EscapeNode, KnownAttacksBreakOutOfViewsThatNobodyPrepared) {
 }
 
 TEST_F(EscapeNode, KnownAttacksStayInertInPreparedViews) {
-  EXPECT_EQ(std::size(kAttacks) * 2 * std::size(kViews), verdicts["escaped"].size());
+  EXPECT_EQ(std::size(kAttacks) * 2 * std::size(support::kPackageViews<>),
+            verdicts["escaped"].size());
   EXPECT_EQ(0u, notOk("escaped"));
 }
 
@@ -618,13 +616,15 @@ TEST_F(EscapeNode, TheJSONViewReadsBackWhenPreparedForItAlone) {
 }
 
 TEST_F(EscapeNode, GeneratedPacketsStayInertInPreparedViews) {
-  EXPECT_EQ(std::size_t{kShapes} * kPerShape * std::size(kViews), verdicts["generated"].size());
+  EXPECT_EQ(std::size_t{kShapes} * kPerShape * std::size(support::kPackageViews<>),
+            verdicts["generated"].size());
   EXPECT_EQ(0u, notOk("generated"));
 }
 
 // The same packets as above: most would break every view.
 TEST_F(EscapeNode, GeneratedPacketsBreakOutOfViewsThatNobodyPrepared) {
-  constexpr std::size_t kAll = std::size_t{kRawShapes} * kPerShape * std::size(kViews);
+  constexpr std::size_t kAll =
+      std::size_t{kRawShapes} * kPerShape * std::size(support::kPackageViews<>);
   std::size_t broken = 0, ran = 0;
   for (const Verdict& one : verdicts["generated raw"]) {
     if (one.text != "ok") ++broken;

@@ -15,6 +15,7 @@
 #include "support/dump.h"
 #include "support/guard_packets.h"
 #include "support/trees.h"
+#include "support/views.h"
 
 using namespace support;
 
@@ -489,12 +490,7 @@ std::string view(const std::string& packet, int which, bool pretty, AMFEscapeFor
   protocol.useTemporaries = false;
   EXPECT_NE(nullptr, parseVerified(protocol, packet.data(), packet.size()));
   escapeForViews(protocol.package, escapeFor);
-  switch (which) {
-    case 0: return protocol.getPackageInJSON(pretty);
-    case 1: return protocol.getPackageInJS(pretty);
-    case 2: return protocol.getPackageInJSON_and_JS(pretty);
-    default: return protocol.getPackageAsJSView(pretty);
-  }
+  return support::view(protocol, which, pretty);
 }
 
 // Both rules keep texts in their quotes; what else a page asks for is the script rule's.

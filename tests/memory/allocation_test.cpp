@@ -16,6 +16,7 @@
 #include "support/hex.h"
 #include "support/kinds.h"
 #include "support/trees.h"
+#include "support/views.h"
 
 namespace {
 
@@ -232,24 +233,13 @@ TEST(Allocation, CompileOfLongTexts) {
   });
 }
 
-struct ViewRow {
-  const char* name;
-  const std::string& (AMFProtocol::*view)(bool);
-};
-const ViewRow kViews[] = {
-    {"getPackageInJSON", &AMFProtocol::getPackageInJSON},
-    {"getPackageInJS", &AMFProtocol::getPackageInJS},
-    {"getPackageInJSON_and_JS", &AMFProtocol::getPackageInJSON_and_JS},
-    {"getPackageAsJSView", &AMFProtocol::getPackageAsJSView},
-};
-
 void failEachOfViews(const std::string& packet, const char* packetName) {
   const std::string expectedTree = expectedDump();
-  for (const ViewRow& row : kViews) {
+  for (const auto& row : support::kPackageViews<>) {
     for (const bool pretty : {true, false}) {
       AMFProtocol calm;
       parse(calm, packet);
-      const std::string expected = (calm.*row.view)(pretty);
+      const std::string expected = row.text(calm, pretty);
       ASSERT_FALSE(expected.empty());
       const std::string name =
           std::string(row.name) + (pretty ? ", pretty, " : ", compact, ") + packetName;
@@ -257,7 +247,7 @@ void failEachOfViews(const std::string& packet, const char* packetName) {
         AMFProtocol protocol;
         parse(protocol, packet);
         const std::string* text = nullptr;
-        const bool failed = failsAt(call, mode, [&] { text = &(protocol.*row.view)(pretty); });
+        const bool failed = failsAt(call, mode, [&] { text = &row.text(protocol, pretty); });
         if (!failed) {
           EXPECT_EQ(*text, expected);
         }

@@ -23,6 +23,7 @@
 #include "support/packet_generator.h"
 #include "support/same_result.h"
 #include "support/same_tree.h"
+#include "support/views.h"
 
 namespace {
 
@@ -59,10 +60,7 @@ std::string texts(const std::string& packet) {
   protocol.parse(packet.data());
   std::string all;
   for (const bool pretty : {true, false}) {
-    all += protocol.getPackageInJSON(pretty);
-    all += protocol.getPackageInJS(pretty);
-    all += protocol.getPackageInJSON_and_JS(pretty);
-    all += protocol.getPackageAsJSView(pretty);
+    for (const auto& view : support::kPackageViews<>) all += view.text(protocol, pretty);
   }
   // Copies and encoding take part.
   const std::unique_ptr<AMFPackage> copy(protocol.package->clone());

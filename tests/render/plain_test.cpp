@@ -18,6 +18,7 @@
 
 #include "support/plain_renderer.h"
 #include "support/trees.h"
+#include "support/views.h"
 
 namespace {
 
@@ -232,26 +233,8 @@ struct Both {
 
   // The two returned texts, then all fields.
   std::string compareView(int which, bool pretty) {
-    const std::string* expected = nullptr;
-    const std::string* found = nullptr;
-    switch (which) {
-      case 0:
-        expected = &plain.getPackageInJSON(pretty);
-        found = &library.getPackageInJSON(pretty);
-        break;
-      case 1:
-        expected = &plain.getPackageInJS(pretty);
-        found = &library.getPackageInJS(pretty);
-        break;
-      case 2:
-        expected = &plain.getPackageInJSON_and_JS(pretty);
-        found = &library.getPackageInJSON_and_JS(pretty);
-        break;
-      default:
-        expected = &plain.getPackageAsJSView(pretty);
-        found = &library.getPackageAsJSView(pretty);
-        break;
-    }
+    const std::string* const expected = &view(plain, which, pretty);
+    const std::string* const found = &view(library, which, pretty);
     std::string result = firstDifference(*expected, *found);
     const std::string* const expectedHome = expected == &plain.scriptText ? &library.scriptText
                                             : expected == &plain.scriptPreamble
@@ -267,9 +250,6 @@ struct Both {
     action(library);
   }
 };
-
-const char* const kViewNames[] = {"getPackageInJSON", "getPackageInJS", "getPackageInJSON_and_JS",
-                                  "getPackageAsJSView"};
 
 // ---- Views
 
@@ -301,8 +281,8 @@ TEST(RenderPlain, RandomTreesAndViews) {
         const int which = static_cast<int>(trees.below(4));
         const bool pretty = trees.oneIn(2);
         const std::string difference = both.compareView(which, pretty);
-        ASSERT_EQ(difference, "") << "seed " << seed << ", case " << i << ", " << kViewNames[which]
-                                  << (pretty ? "(true)" : "(false)");
+        ASSERT_EQ(difference, "") << "seed " << seed << ", case " << i << ", "
+                                  << kPackageViews<>[which].name << (pretty ? "(true)" : "(false)");
         bytes += both.plain.jsonText.size() + both.plain.scriptText.size();
         preambles += !both.plain.scriptPreamble.empty();
       }
@@ -421,7 +401,8 @@ std::string randomStep(Trees& trees, Both& both) {
       if (trees.oneIn(2)) both.show(trees.package());
       const int which = static_cast<int>(number % 4);
       const std::string difference = both.compareView(which, flag);
-      return difference.empty() ? kViewNames[which] : kViewNames[which] + ("\n" + difference);
+      return difference.empty() ? kPackageViews<>[which].name
+                                : kPackageViews<>[which].name + ("\n" + difference);
     }
   }
 }

@@ -7,12 +7,14 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "support/hex.h"
 #include "support/plain_renderer.h"
 #include "support/render_suite.h"
 #include "support/trees.h"
+#include "support/views.h"
 
 namespace {
 
@@ -21,18 +23,12 @@ using namespace trees;
 
 RENDERER_SUITE(RenderSticky);
 
-// 'J' JSON, 'S' script, 'B' both, 'V' statements alone; lower case: compact.
+// A view by its letter: 'J' JSON, 'S' script, 'B' both, 'V' statements alone; lower case: compact.
 template <class Renderer>
 std::string view(Renderer& r, char which) {
-  switch (which) {
-    case 'J':
-    case 'j': return r.getPackageInJSON(which == 'J');
-    case 'S':
-    case 's': return r.getPackageInJS(which == 'S');
-    case 'B':
-    case 'b': return r.getPackageInJSON_and_JS(which == 'B');
-    default: return r.getPackageAsJSView(which == 'V');
-  }
+  constexpr std::string_view kLetters = "JSBVjsbv";
+  const int index = static_cast<int>(kLetters.find(which));
+  return support::view(r, index % 4, index < 4);
 }
 
 AMFPackage* twoMessages() {

@@ -22,6 +22,7 @@
 #include "support/hex.h"
 #include "support/packet_generator.h"
 #include "support/same_tree.h"
+#include "support/views.h"
 
 namespace {
 
@@ -159,16 +160,7 @@ void Trial::preparing() {
 }
 
 void Trial::showing() {
-  using View = const std::string& (AMFProtocol::*)(bool);
-  struct Row {
-    const char* name;
-    View view;
-  };
-  static const Row kViews[] = {{"getPackageInJSON", &AMFProtocol::getPackageInJSON},
-                               {"getPackageInJS", &AMFProtocol::getPackageInJS},
-                               {"getPackageInJSON_and_JS", &AMFProtocol::getPackageInJSON_and_JS},
-                               {"getPackageAsJSView", &AMFProtocol::getPackageAsJSView}};
-  for (const Row& row : kViews) {
+  for (const auto& row : support::kPackageViews<>) {
     for (const bool pretty : {true, false}) {
       // A fresh object each time, of the same tree.
       std::unique_ptr<AMFProtocol> shown;
@@ -178,17 +170,17 @@ void Trial::showing() {
         shown->package = tree.get();
       };
       renew();
-      const std::string expected = (*shown.*row.view)(pretty);
+      const std::string expected = row.text(*shown, pretty);
       const std::string* text = nullptr;
       const auto show = [&] {
-        text = &(*shown.*row.view)(pretty);
+        text = &row.text(*shown, pretty);
         return false;
       };
       renew();
       fail(row.name, show, [&](bool failed) {
         require(failed || *text == expected, "the text");
         renew();
-        require((*shown.*row.view)(pretty) == expected, "the next text");
+        require(row.text(*shown, pretty) == expected, "the next text");
         renew();
       });
       shown->package = nullptr;

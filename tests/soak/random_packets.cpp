@@ -24,6 +24,7 @@
 #include "support/hex.h"
 #include "support/packet_generator.h"
 #include "support/same_tree.h"
+#include "support/views.h"
 
 namespace {
 
@@ -89,11 +90,10 @@ void checkParse(AMFProtocol& protocol, const Packet& packet) {
   require(protocol.jsonText.size() == 716800 && protocol.scriptText.size() == 358400, "text sizes");
 }
 
-using View = const std::string& (AMFProtocol::*)(bool);
-
-void checkView(AMFProtocol& protocol, View view, Totals& totals) {
-  const std::string pretty = (protocol.*view)(true);
-  const std::string& compact = (protocol.*view)(false);
+void checkView(AMFProtocol& protocol, const support::PackageView<AMFProtocol>& view,
+               Totals& totals) {
+  const std::string pretty = view.text(protocol, true);
+  const std::string& compact = view.text(protocol, false);
   totals.textBytes += pretty.size() + compact.size();
   // Two things of one view are left to the next: brackets after a reference that follows a switch,
   // and the mark of the output limit.
@@ -102,10 +102,7 @@ void checkView(AMFProtocol& protocol, View view, Totals& totals) {
 }
 
 void checkViews(AMFProtocol& protocol, Totals& totals) {
-  checkView(protocol, &AMFProtocol::getPackageInJSON, totals);
-  checkView(protocol, &AMFProtocol::getPackageInJS, totals);
-  checkView(protocol, &AMFProtocol::getPackageInJSON_and_JS, totals);
-  checkView(protocol, &AMFProtocol::getPackageAsJSView, totals);
+  for (const auto& view : support::kPackageViews<>) checkView(protocol, view, totals);
   if (protocol.outputLimitReached) ++totals.limitsReached;
 }
 

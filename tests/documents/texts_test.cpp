@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The texts of the refusals are interface: each text in the sources is either provoked by a named
-// test (tests/documents/provoked_texts.txt: text TAB test source) or listed with the reason why no call can
-// bring it about (tests/documents/unreachable_texts.txt: text TAB reason). A new text without a test fails
-// here, and so does a listed one that the sources no longer have.
+// test (tests/documents/provoked_texts.txt: text TAB source of the test or of its table) or listed with
+// the reason why no call can bring it about (tests/documents/unreachable_texts.txt: text TAB reason).
+// A new text without a test fails here, and so does a listed one that the sources no longer have.
 #include <gtest/gtest.h>
 
 #include <filesystem>

@@ -11,38 +11,17 @@
 #include "support/dump.h"
 #include "support/hex.h"
 #include "support/kinds.h"
+#include "support/read_rows.h"
 #include "support/reader_run.h"
 #include "support/refusal.h"
 #include "support/trees.h"
 
 namespace {
 
-using support::dump;
-using support::ReaderRun;
-using support::tables;
+using namespace support;
 using Node = std::unique_ptr<AMFNode>;
 
-struct Row {
-  const char* name;
-  const char* bytes;
-  const char* tree;
-  const char* tables = "0/0/0/0";  // AMF0 / strings / objects / traits
-  std::size_t unread = 0;
-};
-
-void expectRow(const Row& row) {
-  SCOPED_TRACE(row.name);
-  ReaderRun run(row.bytes);
-  const Node node(run.protocol.getAMF0Value());
-  EXPECT_EQ(dump(node.get()), row.tree);
-  EXPECT_EQ(tables(run.protocol), row.tables);
-  EXPECT_EQ(run.unread(), row.unread);
-  if (node != nullptr) {
-    EXPECT_EQ(node->parent, nullptr);
-  }
-}
-
-const Row kScalars[] = {
+const ReadRow kScalars[] = {
     {"number 1", "00 3FF0000000000000", "double0 1"},
     {"number 0", "00 0000000000000000", "double0 0"},
     {"number keeps the sign of zero", "00 8000000000000000", "double0 -0"},
@@ -64,7 +43,7 @@ const Row kScalars[] = {
     {"only one value is read", "05 06", "null0", "0/0/0/0", 1},
 };
 
-const Row kStrings[] = {
+const ReadRow kStrings[] = {
     {"empty string", "02 0000", "str0 ''"},
     {"one byte", "02 0001 'a'", "str0 'a'"},
     {"NUL bytes are kept", "02 0003 61 00 62", R"(str0 'a\x00b')"},
@@ -81,7 +60,7 @@ const Row kStrings[] = {
     {"XML of 65536 bytes", "0F 00010000 61*65536", R"(xml0{doc=1 '\{61*65536}'})"},
 };
 
-const Row kObjects[] = {
+const ReadRow kObjects[] = {
     {"object without members", "03 0000 09", "obj0{}", "1/0/0/0"},
     {"the end mark's name is discarded", "03 0003 'xyz' 09", "obj0{}", "1/0/0/0"},
     {"one member", "03 0001 61 00 3FF0000000000000 0000 09", "obj0{'a':double0 1}", "1/0/0/0"},
@@ -98,7 +77,7 @@ const Row kObjects[] = {
     {"objects read no further than their end mark", "03 000009 000009", "obj0{}", "1/0/0/0", 3},
 };
 
-const Row kArrays[] = {
+const ReadRow kArrays[] = {
     {"ECMA array without members", "08 00000000", "arr0{}", "1/0/0/0"},
     {"ECMA: exactly count members, the end mark is left unread", "08 00000001 0001 6B 05 000009",
      "arr0{'k':null0}", "1/0/0/0", 3},
@@ -111,10 +90,11 @@ const Row kArrays[] = {
     {"strict array", "0A 00000002 05 0101", "arr0{dense=2 strict null0, bool0 true}", "1/0/0/0"},
     {"strict array in a strict array", "0A 00000001 0A 00000001 06",
      "arr0{dense=1 strict arr0{dense=1 strict undef0}}", "2/0/0/0"},
-    {"300 values: the count is 32 bits wide", "0A 0000012C 05*300 06", nullptr, "1/0/0/0", 1},
+    {"300 values: the count is 32 bits wide", "0A 0000012C 05*300 06",
+     "arr0{dense=300 strict " + repeated("null0", 300) + "}", "1/0/0/0", 1},
 };
 
-const Row kReferences[] = {
+const ReadRow kReferences[] = {
     {"to the object before", "0A 00000002 03 000009 07 0000",
      "arr0{dense=2 strict obj0{}, obj0{}#ref0}", "2/0/0/0"},
     {"to an ECMA array", "0A 00000002 08 00000001 0001'k' 05 07 0000",
@@ -147,12 +127,14 @@ const Row kReferences[] = {
      "2/0/0/0"},
     {"AMF3 values are not registered", "0A 00000003 11 0A0B0101 03 0001'a' 05 000009 07 0000",
      "arr0{dense=3 strict obj3{dyn}, obj0{'a':null0}, obj0{'a':null0}#ref0}", "2/0/1/1"},
-    {"the index has 16 bits", "0A 00000103 (03 000009)*257 07 0100 07 0001", nullptr, "258/0/0/0"},
+    {"the index has 16 bits", "0A 00000103 (03 000009)*257 07 0100 07 0001",
+     "arr0{dense=259 strict " + repeated("obj0{}", 257) + ", obj0{}#ref256, obj0{}#ref1}",
+     "258/0/0/0"},
     {"as a member of an ECMA array", "0A 00000002 03 000009 08 00000001 0001'k' 07 0000",
      "arr0{dense=2 strict obj0{}, arr0{'k':obj0{}#ref0}}", "3/0/0/0"},
 };
 
-const Row kSwitches[] = {
+const ReadRow kSwitches[] = {
     {"one AMF3 value", "11 01", "null3"},
     {"reading goes on in AMF0", "0A 00000003 11 02 05 11 03",
      "arr0{dense=3 strict bool3 false, null0, bool3 true}", "1/0/0/0"},
@@ -169,43 +151,22 @@ const Row kSwitches[] = {
 };
 
 TEST(Amf0Reader, Scalars) {
-  for (const Row& row : kScalars) expectRow(row);
+  expectRead(kScalars, &AMFProtocol::getAMF0Value);
 }
 TEST(Amf0Reader, Strings) {
-  for (const Row& row : kStrings) expectRow(row);
+  expectRead(kStrings, &AMFProtocol::getAMF0Value);
 }
 TEST(Amf0Reader, Objects) {
-  for (const Row& row : kObjects) expectRow(row);
+  expectRead(kObjects, &AMFProtocol::getAMF0Value);
 }
-
-// Rows whose line would be long spell it here.
-std::string longTree(const Row& row) {
-  const std::string name = row.name;
-  std::string out;
-  if (name.rfind("300 values", 0) == 0) {
-    out = "arr0{dense=300 strict null0";
-    for (int i = 1; i < 300; ++i) out += ", null0";
-    return out + "}";
-  }
-  out = "arr0{dense=259 strict obj0{}";
-  for (int i = 1; i < 257; ++i) out += ", obj0{}";
-  return out + ", obj0{}#ref256, obj0{}#ref1}";
-}
-
-void expectRowOrLong(Row row) {
-  const std::string tree = row.tree == nullptr ? longTree(row) : row.tree;
-  row.tree = tree.c_str();
-  expectRow(row);
-}
-
 TEST(Amf0Reader, Arrays) {
-  for (const Row& row : kArrays) expectRowOrLong(row);
+  expectRead(kArrays, &AMFProtocol::getAMF0Value);
 }
 TEST(Amf0Reader, References) {
-  for (const Row& row : kReferences) expectRowOrLong(row);
+  expectRead(kReferences, &AMFProtocol::getAMF0Value);
 }
 TEST(Amf0Reader, Switches) {
-  for (const Row& row : kSwitches) expectRow(row);
+  expectRead(kSwitches, &AMFProtocol::getAMF0Value);
 }
 
 TEST(Amf0Reader, DeepNesting) {
@@ -233,15 +194,15 @@ TEST(Amf0Reader, TableEntriesPointIntoTheTree) {
 }
 
 TEST(Amf0Reader, AReferenceCopiesWhateverTheTableHolds) {
-  for (std::uint32_t code = 0; code <= support::kLastKind; ++code) {
+  for (std::uint32_t code = 0; code <= kLastKind; ++code) {
     ReaderRun run("07 0001");
-    const auto entry = support::makeKind(code);
+    const auto entry = makeKind(code);
     run.protocol.amf0References = {nullptr, entry.get()};
     const Node node(run.protocol.getAMF0Value());
     ASSERT_NE(node, nullptr) << code;
     EXPECT_EQ(node->referenceIndex, 1u) << code;
     node->referenceIndex = entry->referenceIndex;
-    EXPECT_EQ(dump(node.get()), support::kKindDumps[code]);
+    EXPECT_EQ(dump(node.get()), kKindDumps[code]);
     EXPECT_EQ(run.protocol.amf0References.size(), 2u) << code;
   }
 }
@@ -272,7 +233,7 @@ TEST(Amf0Reader, AllMarkers) {
       default: break;
     }
     const char* const body = marker == 0x10 ? "0000 0000 0100 000009" : "00*11 000009";
-    ReaderRun run(support::toHex(std::string(1, static_cast<char>(marker))) + " " + body);
+    ReaderRun run(toHex(std::string(1, static_cast<char>(marker))) + " " + body);
     AMFObject entry(AMF_VERSION_0);
     run.protocol.amf0References.push_back(&entry);
     if (tree != nullptr) {
@@ -280,7 +241,7 @@ TEST(Amf0Reader, AllMarkers) {
       EXPECT_EQ(dump(node.get()), tree);
       continue;
     }
-    EXPECT_EQ(support::readerRefusal([&] { return run.protocol.getAMF0Value(); }),
+    EXPECT_EQ(readerRefusal([&] { return run.protocol.getAMF0Value(); }),
               "getAMF0Value: unknown value type");
     EXPECT_EQ(run.consumed(), 1u);
     EXPECT_EQ(tables(run.protocol), "1/0/0/0");
@@ -302,78 +263,43 @@ TEST(Amf0Reader, MarkersWidenWithTheirSign) {
 
 // ---- readers called directly
 
-AMFProtocol::AMF0Markers marker0(std::uint32_t code) {
-  return static_cast<AMFProtocol::AMF0Markers>(code);
-}
-
-struct DirectRow {
-  const char* name;
-  AMFNode* (*read)(AMFProtocol&);
-  const char* bytes;
-  const char* tree;
-  std::size_t unread;
-};
 const DirectRow kDirect[] = {
-    {"string with 02 given", [](AMFProtocol& p) -> AMFNode* { return p.getAMF0String(marker0(2)); },
-     "0001 'a' FF", "str0 'a'", 1},
-    {"string with 0C given",
-     [](AMFProtocol& p) -> AMFNode* { return p.getAMF0String(marker0(12)); }, "00000001 'a' FF",
-     "str0 'a'", 1},
-    {"string with 06 reads its marker 02",
-     [](AMFProtocol& p) -> AMFNode* { return p.getAMF0String(marker0(6)); }, "02 0001 'a' FF",
-     "str0 'a'", 1},
-    {"string with 06 reads its marker 0C",
-     [](AMFProtocol& p) -> AMFNode* { return p.getAMF0String(marker0(6)); }, "0C 00000001 'a' FF",
-     "str0 'a'", 1},
-    {"number", [](AMFProtocol& p) -> AMFNode* { return p.getAMF0Number(); }, "3FF0000000000000 FF",
-     "double0 1", 1},
-    {"boolean", [](AMFProtocol& p) -> AMFNode* { return p.getAMF0Bool(); }, "40 FF", "bool0 true",
-     1},
-    {"date", [](AMFProtocol& p) -> AMFNode* { return p.getAMF0Date(); }, "408F400000000000 1234 FF",
-     "date0 1000", 1},
-    {"XML", [](AMFProtocol& p) -> AMFNode* { return p.getAMF0XML(); }, "00000001 'x' FF",
-     "xml0{doc=1 'x'}", 1},
-    {"pair", [](AMFProtocol& p) -> AMFNode* { return p.getAMF0Pair(); }, "0001 'a' 05 FF",
-     "pair0{'a':null0}", 1},
-    {"pair at the end mark is null, whatever its name",
-     [](AMFProtocol& p) -> AMFNode* { return p.getAMF0Pair(); }, "0002 'ab' 09 FF", "(nil)", 1},
-    {"object with 03 given", [](AMFProtocol& p) -> AMFNode* { return p.getAMF0Object(marker0(3)); },
-     "000009 FF", "obj0{}", 1},
-    {"object with 10 given",
-     [](AMFProtocol& p) -> AMFNode* { return p.getAMF0Object(marker0(0x10)); },
-     "0001 'C' 000009 FF", "obj0{class='C'}", 1},
-    {"object with 06 reads its marker 03",
-     [](AMFProtocol& p) -> AMFNode* { return p.getAMF0Object(marker0(6)); }, "03 000009 FF",
-     "obj0{}", 1},
-    {"object with 06 reads its marker 10",
-     [](AMFProtocol& p) -> AMFNode* { return p.getAMF0Object(marker0(6)); },
-     "10 0001 'C' 000009 FF", "obj0{class='C'}", 1},
-    {"object: any other marker read is an anonymous object",
-     [](AMFProtocol& p) -> AMFNode* { return p.getAMF0Object(marker0(6)); },
-     "77 0001 'a' 05 000009 FF", "obj0{'a':null0}", 1},
-    {"object: 06 read as the marker is one more other marker",
-     [](AMFProtocol& p) -> AMFNode* { return p.getAMF0Object(marker0(6)); }, "06 000009 FF",
-     "obj0{}", 1},
+    {"string with 02 given", READ(getAMF0String(marker0(2))), "0001 'a' FF", "str0 'a'"},
+    {"string with 0C given", READ(getAMF0String(marker0(12))), "00000001 'a' FF", "str0 'a'"},
+    {"string with 06 reads its marker 02", READ(getAMF0String(marker0(6))), "02 0001 'a' FF",
+     "str0 'a'"},
+    {"string with 06 reads its marker 0C", READ(getAMF0String(marker0(6))), "0C 00000001 'a' FF",
+     "str0 'a'"},
+    {"number", READ(getAMF0Number()), "3FF0000000000000 FF", "double0 1"},
+    {"boolean", READ(getAMF0Bool()), "40 FF", "bool0 true"},
+    {"date", READ(getAMF0Date()), "408F400000000000 1234 FF", "date0 1000"},
+    {"XML", READ(getAMF0XML()), "00000001 'x' FF", "xml0{doc=1 'x'}"},
+    {"pair", READ(getAMF0Pair()), "0001 'a' 05 FF", "pair0{'a':null0}"},
+    {"pair at the end mark is null, whatever its name", READ(getAMF0Pair()), "0002 'ab' 09 FF",
+     "(nil)"},
+    {"object with 03 given", READ(getAMF0Object(marker0(3))), "000009 FF", "obj0{}"},
+    {"object with 10 given", READ(getAMF0Object(marker0(0x10))), "0001 'C' 000009 FF",
+     "obj0{class='C'}"},
+    {"object with 06 reads its marker 03", READ(getAMF0Object(marker0(6))), "03 000009 FF",
+     "obj0{}"},
+    {"object with 06 reads its marker 10", READ(getAMF0Object(marker0(6))), "10 0001 'C' 000009 FF",
+     "obj0{class='C'}"},
+    {"object: any other marker read is an anonymous object", READ(getAMF0Object(marker0(6))),
+     "77 0001 'a' 05 000009 FF", "obj0{'a':null0}"},
+    {"object: 06 read as the marker is one more other marker", READ(getAMF0Object(marker0(6))),
+     "06 000009 FF", "obj0{}"},
     {"object: any other marker given is an anonymous object",
-     [](AMFProtocol& p) -> AMFNode* { return p.getAMF0Object(marker0(0xFFFFFFFFu)); }, "000009 FF",
-     "obj0{}", 1},
-    {"array with 08 given", [](AMFProtocol& p) -> AMFNode* { return p.getAMF0Array(marker0(8)); },
-     "00000001 0001 'a' 05 FF", "arr0{'a':null0}", 1},
-    {"array with 0A given", [](AMFProtocol& p) -> AMFNode* { return p.getAMF0Array(marker0(10)); },
-     "00000001 05 FF", "arr0{dense=1 strict null0}", 1},
-    {"array with 06 reads its marker",
-     [](AMFProtocol& p) -> AMFNode* { return p.getAMF0Array(marker0(6)); }, "0A 00000001 05 FF",
-     "arr0{dense=1 strict null0}", 1},
+     READ(getAMF0Object(marker0(0xFFFFFFFFu))), "000009 FF", "obj0{}"},
+    {"array with 08 given", READ(getAMF0Array(marker0(8))), "00000001 0001 'a' 05 FF",
+     "arr0{'a':null0}"},
+    {"array with 0A given", READ(getAMF0Array(marker0(10))), "00000001 05 FF",
+     "arr0{dense=1 strict null0}"},
+    {"array with 06 reads its marker", READ(getAMF0Array(marker0(6))), "0A 00000001 05 FF",
+     "arr0{dense=1 strict null0}"},
 };
 
 TEST(Amf0Reader, DirectCalls) {
-  for (const DirectRow& row : kDirect) {
-    SCOPED_TRACE(row.name);
-    ReaderRun run(row.bytes);
-    const Node node(row.read(run.protocol));
-    EXPECT_EQ(dump(node.get()), row.tree);
-    EXPECT_EQ(run.unread(), row.unread);
-  }
+  expectDirect(kDirect);
 }
 
 TEST(Amf0Reader, ByReferenceDirectly) {

@@ -21,12 +21,7 @@
 namespace {
 
 using namespace trees;
-using support::dump;
-using support::expectReadBack;
-using support::expectWritten;
-using support::kUnread;
-using support::pieces;
-using support::ValueRow;
+using namespace support;
 
 const ValueRow kValues[] = {
     {"null", TREE(null(k0)), "05"},
@@ -137,21 +132,15 @@ TEST(Amf0Writer, DoublesKeepEveryBit) {
     for (int shift = 56; shift >= 0; shift -= 8) bytes += static_cast<char>(bits >> shift & 0xFF);
     AMFProtocol protocol;
     protocol.setAMF0Double(&node);
-    EXPECT_EQ(support::written(protocol), std::string(1, '\0') + bytes);
+    EXPECT_EQ(written(protocol), std::string(1, '\0') + bytes);
     protocol.clean();
     protocol.setAMF0Date(&day);
-    EXPECT_EQ(support::written(protocol), "\x0B" + bytes + std::string(2, '\0'));
+    EXPECT_EQ(written(protocol), "\x0B" + bytes + std::string(2, '\0'));
   }
 }
 
 // ---------------------------------------------------------------------------------------------------
 // The writers that a host may call alone
-
-struct CallRow {
-  const char* name;
-  void (*call)(AMFProtocol& protocol);
-  const char* written;
-};
 
 constexpr auto k02 = AMFProtocol::AMF0_STRING;
 constexpr auto k06 = AMFProtocol::AMF0_UNDEFINED;
@@ -244,12 +233,7 @@ const CallRow kCalls[] = {
 };
 
 TEST(Amf0Writer, WritersCalledAlone) {
-  for (const CallRow& row : kCalls) {
-    SCOPED_TRACE(row.name);
-    AMFProtocol protocol;
-    row.call(protocol);
-    EXPECT_EQ(pieces(protocol), pieces(row.written));
-  }
+  expectCalls(kCalls);
 }
 
 TEST(Amf0Writer, WritersAppendBehindEarlierPieces) {
@@ -262,21 +246,8 @@ TEST(Amf0Writer, WritersAppendBehindEarlierPieces) {
 // ---------------------------------------------------------------------------------------------------
 // Refusals, with the pieces that remain
 
-struct RefusalRow {
-  const char* name;
-  void (*call)(AMFProtocol& protocol);
-  const char* text;
-  const char* left;
-};
-
-#define VALUE(tree, place) WRITE(static_cast<AMFNode*>(tree), setNodeValue(node, place))
-
-const char kPlaced[] = "setNodeValue(): this node can't be placed here";
-const char kSwitch[] = "setNodeValue(): switching AMF3 -> AMF0  is impossible";
-const char kNoValue[] = "setNodeValue(): lack of value type node";
 const char kTooLarge[] = "setAMF0String(): string is too large";
 const char kNoString[] = "setAMF0String(): lack of string type node";
-const char kNoBytes[] = "setByteArray(): lack of byte array value or bad array size";
 
 const RefusalRow kRefusals[] = {
     {"no node", [](AMFProtocol& p) { p.setNodeValue(nullptr, k0); }, kNoValue, ""},
@@ -360,14 +331,7 @@ const RefusalRow kRefusals[] = {
 };
 
 TEST(Amf0Writer, RefusalsKeepWhatWasWritten) {
-  for (const RefusalRow& row : kRefusals) {
-    SCOPED_TRACE(row.name);
-    AMFProtocol protocol;
-    EXPECT_EQ(support::refusal([&] { row.call(protocol); }), row.text);
-    EXPECT_EQ(pieces(protocol), pieces(row.left));
-    EXPECT_EQ(protocol.getResultLength(), 0u);
-    EXPECT_EQ(protocol.resultBuffer, nullptr);
-  }
+  expectRefusals(kRefusals);
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -456,8 +420,8 @@ TEST(SetNodeValue, EveryKindVersionAndPlace) {
 
         AMFProtocol protocol;
         const Owner node(ofKind(row.kind, versionOf(version)));
-        EXPECT_EQ(support::refusal([&] { protocol.setNodeValue(node.get(), versionOf(place)); }),
-                  text ? text : support::kNoRefusal);
+        EXPECT_EQ(refusal([&] { protocol.setNodeValue(node.get(), versionOf(place)); }),
+                  text ? text : kNoRefusal);
         EXPECT_EQ(pieces(protocol), expected);
       }
     }

@@ -13,22 +13,15 @@
 #include "support/dump.h"
 #include "support/hex.h"
 #include "support/kinds.h"
+#include "support/read_rows.h"
 #include "support/reader_run.h"
 #include "support/refusal.h"
 #include "support/trees.h"
 
 namespace {
 
-using support::dump;
-using support::ReaderRun;
-using support::tables;
+using namespace support;
 using Node = std::unique_ptr<AMFNode>;
-
-std::string repeated(const std::string& text, unsigned count, const std::string& between = ", ") {
-  std::string out;
-  for (unsigned i = 0; i < count; ++i) out += (i == 0 ? "" : between) + text;
-  return out;
-}
 
 // ---- U29
 
@@ -94,29 +87,7 @@ TEST(Amf3Integer, StoredWithoutSignExtension) {
 
 // ---- tables of values
 
-struct Row {
-  const char* name;
-  const char* bytes;  // one AMF3 value, marker included
-  std::string tree;
-  const char* tables = "0/0/0/0";  // AMF0 / strings / objects / traits
-  std::size_t unread = 0;
-};
-
-template <std::size_t count>
-void expectRows(const Row (&rows)[count]) {
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    ReaderRun run(row.bytes);
-    const Node node(run.protocol.getAMF3Value());
-    EXPECT_EQ(dump(node.get()), row.tree);
-    EXPECT_EQ(tables(run.protocol), row.tables);
-    EXPECT_EQ(run.unread(), row.unread);
-    ASSERT_NE(node, nullptr);
-    EXPECT_EQ(node->parent, nullptr);
-  }
-}
-
-const Row kScalars[] = {
+const ReadRow kScalars[] = {
     {"undefined", "00", "undef3"},
     {"null", "01", "null3"},
     {"false", "02", "bool3 false"},
@@ -130,7 +101,7 @@ const Row kScalars[] = {
     {"only one value is read", "01 01", "null3", "0/0/0/0", 1},
 };
 
-const Row kBytes[] = {
+const ReadRow kBytes[] = {
     {"empty string is not registered", "06 01", "str3 ''"},
     {"one byte", "06 03 61", "str3 'a'", "0/1/0/0"},
     {"NUL bytes are kept", "06 07 610062", R"(str3 'a\x00b')", "0/1/0/0"},
@@ -156,7 +127,7 @@ const Row kBytes[] = {
     {"byte array of 64 bytes", "0C 8101 00*64", "raw3 [00*64]", "0/0/1/0"},
 };
 
-const Row kArrays[] = {
+const ReadRow kArrays[] = {
     {"empty array", "09 01 01", "arr3{}", "0/0/1/0"},
     {"two dense values", "09 05 01 02 03", "arr3{dense=2 bool3 false, bool3 true}", "0/0/1/0"},
     {"the associative part comes first", "09 03 0361 01 01 03",
@@ -168,7 +139,7 @@ const Row kArrays[] = {
      "arr3{dense=64 " + repeated("null3", 64) + "}", "0/0/1/0", 1},
 };
 
-const Row kObjects[] = {
+const ReadRow kObjects[] = {
     {"anonymous dynamic object without members", "0A 0B 01 01", "obj3{dyn}", "0/0/1/1"},
     {"anonymous sealed object without members", "0A 03 01", "obj3{}", "0/0/1/1"},
     {"dynamic members in stream order", "0A 0B 01 0378 00 0361 01 01",
@@ -194,7 +165,7 @@ const Row kObjects[] = {
      "obj3{sealed=1 'a':obj3{}}", "0/1/2/2"},
 };
 
-const Row kStringReferences[] = {
+const ReadRow kStringReferences[] = {
     {"value to value", "09 05 01 060361 0600", "arr3{dense=2 str3 'a', str3 'a'#ref0}", "0/1/1/0"},
     {"empty strings take no index", "09 09 01 0601 060361 0601 0600",
      "arr3{dense=4 str3 '', str3 'a', str3 '', str3 'a'#ref0}", "0/1/1/0"},
@@ -216,7 +187,7 @@ const Row kStringReferences[] = {
      "arr3{dense=66 " + repeated("str3 'a'", 65) + ", str3 'a'#ref64}", "0/65/1/0"},
 };
 
-const Row kObjectReferences[] = {
+const ReadRow kObjectReferences[] = {
     {"to XML", "09 05 01 070361 0702", "arr3{dense=2 xml3{doc=1 'a'}, xml3{doc=1 'a'}#ref1}",
      "0/0/2/0"},
     {"to XML by the other marker: the kind of the entry stays", "09 09 01 070361 0B02 0B0362 0704",
@@ -252,7 +223,7 @@ const Row kObjectReferences[] = {
      "arr3{dense=66 " + repeated("arr3{}", 65) + ", arr3{}#ref64}", "0/0/66/0"},
 };
 
-const Row kTraitsReferences[] = {
+const ReadRow kTraitsReferences[] = {
     {"class and sealed names come from the entry", "09 05 01 0A13 0343 0361 01 0A01 02",
      "arr3{dense=2 obj3{sealed=1 class='C' 'a':null3}, "
      "obj3{sealed=1 traits=0 class='C' 'a':bool3 false}}",
@@ -293,25 +264,25 @@ const Row kTraitsReferences[] = {
 };
 
 TEST(Amf3Reader, Scalars) {
-  expectRows(kScalars);
+  expectRead(kScalars, &AMFProtocol::getAMF3Value);
 }
 TEST(Amf3Reader, Bytes) {
-  expectRows(kBytes);
+  expectRead(kBytes, &AMFProtocol::getAMF3Value);
 }
 TEST(Amf3Reader, Arrays) {
-  expectRows(kArrays);
+  expectRead(kArrays, &AMFProtocol::getAMF3Value);
 }
 TEST(Amf3Reader, Objects) {
-  expectRows(kObjects);
+  expectRead(kObjects, &AMFProtocol::getAMF3Value);
 }
 TEST(Amf3Reader, StringReferences) {
-  expectRows(kStringReferences);
+  expectRead(kStringReferences, &AMFProtocol::getAMF3Value);
 }
 TEST(Amf3Reader, ObjectReferences) {
-  expectRows(kObjectReferences);
+  expectRead(kObjectReferences, &AMFProtocol::getAMF3Value);
 }
 TEST(Amf3Reader, TraitsReferences) {
-  expectRows(kTraitsReferences);
+  expectRead(kTraitsReferences, &AMFProtocol::getAMF3Value);
 }
 
 TEST(Amf3Reader, DeepNesting) {
@@ -385,13 +356,13 @@ std::string inlineName(const std::string& name) {
 
 std::string externalizable(const std::string& header, const std::string& name,
                            const std::string& rest) {
-  return support::toHex(support::hex("0A" + header) + inlineName(name) + support::hex(rest));
+  return toHex(hex("0A" + header) + inlineName(name) + hex(rest));
 }
 
 std::string answer(const std::string& bytes) {
   ReaderRun run(bytes);
   Node node;
-  const std::string text = support::refusal([&] { node.reset(run.protocol.getAMF3Value()); });
+  const std::string text = refusal([&] { node.reset(run.protocol.getAMF3Value()); });
   return node == nullptr ? text : dump(node.get()) + " " + tables(run.protocol);
 }
 
@@ -527,7 +498,7 @@ TEST(Amf3Externalizable, TheVariableIsReadAtEachComparison) {
   const Node first(run.protocol.getAMF3Value());
   EXPECT_EQ(dump(first.get()), "obj3{ext class='a' '':null3}");
   cDataMsg = "b";
-  EXPECT_EQ(support::readerRefusal([&] { return run.protocol.getAMF3Value(); }), kUnsupported);
+  EXPECT_EQ(readerRefusal([&] { return run.protocol.getAMF3Value(); }), kUnsupported);
 }
 
 // ---- every marker
@@ -554,7 +525,7 @@ TEST(Amf3Reader, AllMarkers) {
   for (unsigned marker = 0; marker < 256; ++marker) {
     SCOPED_TRACE(marker);
     const bool known = marker <= 0x0C;
-    ReaderRun run(support::toHex(std::string(1, static_cast<char>(marker))) +
+    ReaderRun run(toHex(std::string(1, static_cast<char>(marker))) +
                   (known ? accepted[marker].body : "01 01 01"));
     if (known) {
       const Node node(run.protocol.getAMF3Value());
@@ -562,7 +533,7 @@ TEST(Amf3Reader, AllMarkers) {
       EXPECT_EQ(run.unread(), 0u);
       continue;
     }
-    EXPECT_EQ(support::readerRefusal([&] { return run.protocol.getAMF3Value(); }),
+    EXPECT_EQ(readerRefusal([&] { return run.protocol.getAMF3Value(); }),
               "getAMF3Value(): unknown value type marker");
     EXPECT_EQ(run.consumed(), 1u);
     EXPECT_EQ(tables(run.protocol), "0/0/0/0");
@@ -583,62 +554,31 @@ TEST(Amf3Reader, MarkersWidenWithTheirSign) {
 
 // ---- readers called directly
 
-struct DirectRow {
-  const char* name;
-  AMFNode* (*read)(AMFProtocol&);
-  const char* bytes;  // one byte FF after what is read
-  const char* tree;
-};
 const DirectRow kDirect[] = {
-    {"boolean: 02 given",
-     [](AMFProtocol& p) -> AMFNode* { return p.getAMF3Bool(AMFProtocol::AMF3_FALSE); }, "FF",
-     "bool3 false"},
-    {"boolean: 03 given",
-     [](AMFProtocol& p) -> AMFNode* { return p.getAMF3Bool(AMFProtocol::AMF3_TRUE); }, "FF",
-     "bool3 true"},
-    {"boolean: 00 given, the marker is read",
-     [](AMFProtocol& p) -> AMFNode* { return p.getAMF3Bool(AMFProtocol::AMF3_UNDEFINED); }, "03 FF",
-     "bool3 true"},
-    {"XML: 07 given",
-     [](AMFProtocol& p) -> AMFNode* { return p.getAMF3XML(AMFProtocol::AMF3_XML_DOC); }, "03 61 FF",
-     "xml3{doc=1 'a'}"},
-    {"XML: 0B given",
-     [](AMFProtocol& p) -> AMFNode* { return p.getAMF3XML(AMFProtocol::AMF3_XML); }, "03 61 FF",
-     "xml3{doc=0 'a'}"},
-    {"XML: 00 given, the marker is read",
-     [](AMFProtocol& p) -> AMFNode* { return p.getAMF3XML(AMFProtocol::AMF3_UNDEFINED); },
+    {"boolean: 02 given", READ(getAMF3Bool(AMFProtocol::AMF3_FALSE)), "FF", "bool3 false"},
+    {"boolean: 03 given", READ(getAMF3Bool(AMFProtocol::AMF3_TRUE)), "FF", "bool3 true"},
+    {"boolean: 00 given, the marker is read", READ(getAMF3Bool(AMFProtocol::AMF3_UNDEFINED)),
+     "03 FF", "bool3 true"},
+    {"XML: 07 given", READ(getAMF3XML(AMFProtocol::AMF3_XML_DOC)), "03 61 FF", "xml3{doc=1 'a'}"},
+    {"XML: 0B given", READ(getAMF3XML(AMFProtocol::AMF3_XML)), "03 61 FF", "xml3{doc=0 'a'}"},
+    {"XML: 00 given, the marker is read", READ(getAMF3XML(AMFProtocol::AMF3_UNDEFINED)),
      "0B 03 61 FF", "xml3{doc=0 'a'}"},
-    {"XML: 00 given, marker 07 is read",
-     [](AMFProtocol& p) -> AMFNode* { return p.getAMF3XML(AMFProtocol::AMF3_UNDEFINED); },
+    {"XML: 00 given, marker 07 is read", READ(getAMF3XML(AMFProtocol::AMF3_UNDEFINED)),
      "07 03 61 FF", "xml3{doc=1 'a'}"},
-    {"string without marker", [](AMFProtocol& p) -> AMFNode* { return p.getAMF3String(false); },
-     "03 61 FF", "str3 'a'"},
-    {"string with its marker", [](AMFProtocol& p) -> AMFNode* { return p.getAMF3String(true); },
-     "06 03 61 FF", "str3 'a'"},
-    {"integer", [](AMFProtocol& p) -> AMFNode* { return p.getAMF3Integer(); }, "8100 FF",
-     "int3 128"},
-    {"double", [](AMFProtocol& p) -> AMFNode* { return p.getAMF3Double(); }, "3FF0000000000000 FF",
-     "double3 1"},
-    {"date", [](AMFProtocol& p) -> AMFNode* { return p.getAMF3Date(); }, "01 3FF0000000000000 FF",
-     "date3 1"},
-    {"byte array", [](AMFProtocol& p) -> AMFNode* { return p.getAMF3ByteArray(); }, "03 61 FF",
-     "raw3 [61]"},
-    {"array", [](AMFProtocol& p) -> AMFNode* { return p.getAMF3Array(); }, "01 01 FF", "arr3{}"},
-    {"object", [](AMFProtocol& p) -> AMFNode* { return p.getAMF3Object(); }, "03 01 FF", "obj3{}"},
-    {"pair", [](AMFProtocol& p) -> AMFNode* { return p.getAMF3Pair(); }, "0361 02 FF",
-     "pair3{'a':bool3 false}"},
-    {"pair: the empty name ends the list, no value is read",
-     [](AMFProtocol& p) -> AMFNode* { return p.getAMF3Pair(); }, "01 FF", "(nil)"},
+    {"string without marker", READ(getAMF3String(false)), "03 61 FF", "str3 'a'"},
+    {"string with its marker", READ(getAMF3String(true)), "06 03 61 FF", "str3 'a'"},
+    {"integer", READ(getAMF3Integer()), "8100 FF", "int3 128"},
+    {"double", READ(getAMF3Double()), "3FF0000000000000 FF", "double3 1"},
+    {"date", READ(getAMF3Date()), "01 3FF0000000000000 FF", "date3 1"},
+    {"byte array", READ(getAMF3ByteArray()), "03 61 FF", "raw3 [61]"},
+    {"array", READ(getAMF3Array()), "01 01 FF", "arr3{}"},
+    {"object", READ(getAMF3Object()), "03 01 FF", "obj3{}"},
+    {"pair", READ(getAMF3Pair()), "0361 02 FF", "pair3{'a':bool3 false}"},
+    {"pair: the empty name ends the list, no value is read", READ(getAMF3Pair()), "01 FF", "(nil)"},
 };
 
 TEST(Amf3Reader, DirectCalls) {
-  for (const DirectRow& row : kDirect) {
-    SCOPED_TRACE(row.name);
-    ReaderRun run(row.bytes);
-    const Node node(row.read(run.protocol));
-    EXPECT_EQ(dump(node.get()), row.tree);
-    EXPECT_EQ(run.unread(), 1u);
-  }
+  expectDirect(kDirect);
 }
 
 // A pair's name by reference to an empty string that a host registered ends the list as well.
@@ -662,10 +602,10 @@ TEST(Amf3Reader, HostMadeEntriesAreCopied) {
                     {"0A 00", AMFNode::AMF_OBJECT}};
   for (const auto& row : rows) {
     ReaderRun run(row.bytes);
-    const auto entry = support::makeKind(row.kind);
+    const auto entry = makeKind(row.kind);
     run.protocol.amf3ObjectReferences.push_back(entry.get());
     const Node node(run.protocol.getAMF3Value());
-    EXPECT_EQ(dump(node.get()), std::string(support::kKindDumps[row.kind]) + "#ref0");
+    EXPECT_EQ(dump(node.get()), std::string(kKindDumps[row.kind]) + "#ref0");
   }
 }
 

@@ -14,6 +14,7 @@
 #include "support/dump.h"
 #include "support/hex.h"
 #include "support/kinds.h"
+#include "support/read_rows.h"
 #include "support/reader_run.h"
 #include "support/refusal.h"
 #include "support/refused_values.h"
@@ -21,41 +22,9 @@
 
 namespace {
 
+using namespace support;
 using namespace support::refusals;
-using support::dump;
-using support::readerRefusal;
-using support::ReaderRun;
-using support::tables;
 using Read = AMFNode* (*)(AMFProtocol&);
-
-AMFProtocol::AMF0Markers marker0(std::uint32_t code) {
-  return static_cast<AMFProtocol::AMF0Markers>(code);
-}
-AMFProtocol::AMF3Markers marker3(std::int32_t code) {
-  return static_cast<AMFProtocol::AMF3Markers>(code);
-}
-AMFNode* value0(AMFProtocol& p) {
-  return p.getAMF0Value();
-}
-AMFNode* value3(AMFProtocol& p) {
-  return p.getAMF3Value();
-}
-template <std::uint32_t code>
-AMFNode* string0(AMFProtocol& p) {
-  return p.getAMF0String(marker0(code));
-}
-template <std::uint32_t code>
-AMFNode* array0(AMFProtocol& p) {
-  return p.getAMF0Array(marker0(code));
-}
-template <std::int32_t code>
-AMFNode* bool3(AMFProtocol& p) {
-  return p.getAMF3Bool(marker3(code));
-}
-template <std::int32_t code>
-AMFNode* xml3(AMFProtocol& p) {
-  return p.getAMF3XML(marker3(code));
-}
 
 struct MarkerRow {
   const char* name;
@@ -66,8 +35,8 @@ struct MarkerRow {
 };
 
 void expectParsesOn(AMFProtocol& protocol) {
-  const support::ExactBytes good(
-      support::hex("0003 0000 0001 0000 0000 00000000 0A 00000002 11 0A0B010361 01 01 11 0A00"));
+  const ExactBytes good(
+      hex("0003 0000 0001 0000 0000 00000000 0A 00000002 11 0A0B010361 01 01 11 0A00"));
   EXPECT_EQ(dump(protocol.parse(good.data())),
             "package3{headers=0 message{'' '' len=0 "
             "arr0{dense=2 strict obj3{dyn 'a':null3}, obj3{dyn 'a':null3}#ref0}}}");
@@ -86,11 +55,11 @@ TEST(ReaderRefusals, Values) {
   for (const Value& row : kValues) {
     SCOPED_TRACE(row.name);
     ReaderRun run(row.value);
-    expectRefused(run, value0, row.text, row.consumed, row.tables);
+    expectRefused(run, READ(getAMF0Value()), row.text, row.consumed, row.tables);
     const std::string_view value = row.value;
     if (value.substr(0, 3) != "11 ") continue;
     ReaderRun amf3(value.substr(3));
-    expectRefused(amf3, value3, row.text, row.consumed - 1, row.tables);
+    expectRefused(amf3, READ(getAMF3Value()), row.text, row.consumed - 1, row.tables);
   }
 }
 
@@ -103,30 +72,32 @@ const char kNoString[] = "getAMF3String(): an string type expected";
 const char kNoXml[] = "getAMF3XML(): not a XML type marker passed";
 
 const MarkerRow kMarkers[] = {
-    {"string reader: another marker read", string0<6>, "03 0001 61", kNoLength, 1},
-    {"string reader: marker 06 read", string0<6>, "06 0001 61", kNoLength, 1},
-    {"string reader: marker 8C read", string0<6>, "8C 00000001 61", kNoLength, 1},
-    {"string reader: another marker given", string0<3>, "0001 61", kNoLength, 0},
-    {"string reader: marker 00 given", string0<0>, "0001 61", kNoLength, 0},
-    {"string reader: marker 0F given", string0<0x0F>, "00000001 61", kNoLength, 0},
-    {"array reader: another marker read, the count is consumed", array0<6>, "03 00000000", kNoArray,
-     5},
-    {"array reader: marker 06 read", array0<6>, "06 00000000", kNoArray, 5},
-    {"array reader: another marker given, the count is consumed", array0<9>, "00000000", kNoArray,
-     4},
-    {"boolean reader: marker 01 given", bool3<1>, "", kNoBool, 0},
-    {"boolean reader: marker 04 given", bool3<4>, "", kNoBool, 0},
-    {"boolean reader: marker -1 given", bool3<-1>, "", kNoBool, 0},
-    {"boolean reader: marker 01 read", bool3<0>, "01", kNoBool, 1},
-    {"boolean reader: marker 00 read", bool3<0>, "00", kNoBool, 1},
-    {"XML reader: marker 06 given", xml3<6>, "03 61", kNoXml, 0},
-    {"XML reader: marker 0C given", xml3<12>, "03 61", kNoXml, 0},
-    {"XML reader: marker 06 read", xml3<0>, "06 03 61", kNoXml, 1},
-    {"XML reader: marker 00 read", xml3<0>, "00 03 61", kNoXml, 1},
-    {"string reader: another marker",
-     [](AMFProtocol& p) -> AMFNode* { return p.getAMF3String(true); }, "07 03 61", kNoString, 1},
-    {"string reader: marker 86", [](AMFProtocol& p) -> AMFNode* { return p.getAMF3String(true); },
-     "86 03 61", kNoString, 1},
+    {"string reader: another marker read", READ(getAMF0String(marker0(6))), "03 0001 61", kNoLength,
+     1},
+    {"string reader: marker 06 read", READ(getAMF0String(marker0(6))), "06 0001 61", kNoLength, 1},
+    {"string reader: marker 8C read", READ(getAMF0String(marker0(6))), "8C 00000001 61", kNoLength,
+     1},
+    {"string reader: another marker given", READ(getAMF0String(marker0(3))), "0001 61", kNoLength,
+     0},
+    {"string reader: marker 00 given", READ(getAMF0String(marker0(0))), "0001 61", kNoLength, 0},
+    {"string reader: marker 0F given", READ(getAMF0String(marker0(0x0F))), "00000001 61", kNoLength,
+     0},
+    {"array reader: another marker read, the count is consumed", READ(getAMF0Array(marker0(6))),
+     "03 00000000", kNoArray, 5},
+    {"array reader: marker 06 read", READ(getAMF0Array(marker0(6))), "06 00000000", kNoArray, 5},
+    {"array reader: another marker given, the count is consumed", READ(getAMF0Array(marker0(9))),
+     "00000000", kNoArray, 4},
+    {"boolean reader: marker 01 given", READ(getAMF3Bool(marker3(1))), "", kNoBool, 0},
+    {"boolean reader: marker 04 given", READ(getAMF3Bool(marker3(4))), "", kNoBool, 0},
+    {"boolean reader: marker -1 given", READ(getAMF3Bool(marker3(-1))), "", kNoBool, 0},
+    {"boolean reader: marker 01 read", READ(getAMF3Bool(marker3(0))), "01", kNoBool, 1},
+    {"boolean reader: marker 00 read", READ(getAMF3Bool(marker3(0))), "00", kNoBool, 1},
+    {"XML reader: marker 06 given", READ(getAMF3XML(marker3(6))), "03 61", kNoXml, 0},
+    {"XML reader: marker 0C given", READ(getAMF3XML(marker3(12))), "03 61", kNoXml, 0},
+    {"XML reader: marker 06 read", READ(getAMF3XML(marker3(0))), "06 03 61", kNoXml, 1},
+    {"XML reader: marker 00 read", READ(getAMF3XML(marker3(0))), "00 03 61", kNoXml, 1},
+    {"string reader: another marker", READ(getAMF3String(true)), "07 03 61", kNoString, 1},
+    {"string reader: marker 86", READ(getAMF3String(true)), "86 03 61", kNoString, 1},
 };
 
 TEST(ReaderRefusals, Markers) {
@@ -154,7 +125,7 @@ TEST(ReaderRefusals, Amf0NullEntry) {
 TEST(ReaderRefusals, Amf0StructuralEntries) {
   for (const std::uint32_t code : {10u, 12u, 13u, 14u}) {
     SCOPED_TRACE(code);
-    const auto entry = support::makeKind(code);
+    const auto entry = makeKind(code);
     ReaderRun pair("0001'a' 07 0000");
     pair.protocol.amf0References.push_back(entry.get());
     EXPECT_EQ(readerRefusal([&] { return pair.protocol.getAMF0Pair(); }),
@@ -194,7 +165,7 @@ TEST(ReaderRefusals, Amf3HostMadeEntries) {
     for (std::uint32_t code = 0; code <= 16; ++code) {
       if (code == row.kind) continue;
       SCOPED_TRACE(std::string(row.bytes) + " to kind " + std::to_string(code));
-      const auto entry = support::makeKind(code);
+      const auto entry = makeKind(code);
       ReaderRun run(row.bytes);
       AMFProtocol& p = run.protocol;
       p.amf3StringReferences = p.amf3ObjectReferences =
@@ -227,7 +198,7 @@ std::string throughTraits(AMFObject& entry) {
   ReaderRun run("0A 01 01 01 01 01");
   run.protocol.amf3TraitReferences.push_back(&entry);
   std::unique_ptr<AMFNode> node;
-  const std::string text = support::refusal([&] { node.reset(run.protocol.getAMF3Value()); });
+  const std::string text = refusal([&] { node.reset(run.protocol.getAMF3Value()); });
   EXPECT_EQ(run.protocol.amf3TraitReferences.size(), 1u);
   EXPECT_EQ(run.protocol.amf3ObjectReferences.size(), node == nullptr ? 0u : 1u);
   return node == nullptr ? text : dump(node.get());

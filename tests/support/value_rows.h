@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Rows of the writers' tests: a tree, its pieces, and what the reader makes of them.
+// Rows of the writers' tests: a tree or a call, its pieces or refusal, and what the reader makes of the pieces.
 #ifndef TESTS_SUPPORT_VALUE_ROWS_H
 #define TESTS_SUPPORT_VALUE_ROWS_H
 
@@ -12,6 +12,8 @@
 
 #include "support/dump.h"
 #include "support/pieces.h"
+#include "support/refusal.h"
+#include "support/trees.h"
 
 namespace support {
 
@@ -61,6 +63,51 @@ void expectReadBack(
     asRead(tree.get());
     EXPECT_EQ(readBack(joined(row.written), reader),
               expected == kSame ? dump(tree.get()) : expected);
+  }
+}
+
+/// A call of one writer alone, and the pieces that it writes.
+struct CallRow {
+  const char* name;
+  void (*call)(AMFProtocol& protocol);
+  const char* written;
+};
+
+template <class Rows>
+void expectCalls(const Rows& rows) {
+  for (const CallRow& row : rows) {
+    SCOPED_TRACE(row.name);
+    AMFProtocol protocol;
+    row.call(protocol);
+    EXPECT_EQ(pieces(protocol), pieces(row.written));
+  }
+}
+
+/// A call that is refused, and the pieces written before.
+struct RefusalRow {
+  const char* name;
+  void (*call)(AMFProtocol& protocol);
+  const char* text;
+  const char* written;
+};
+
+/// The call of a RefusalRow: setNodeValue with a tree and the version of its place.
+#define VALUE(tree, place) WRITE(static_cast<AMFNode*>(tree), setNodeValue(node, place))
+
+inline constexpr char kPlaced[] = "setNodeValue(): this node can't be placed here";
+inline constexpr char kSwitch[] = "setNodeValue(): switching AMF3 -> AMF0  is impossible";
+inline constexpr char kNoValue[] = "setNodeValue(): lack of value type node";
+inline constexpr char kNoBytes[] = "setByteArray(): lack of byte array value or bad array size";
+
+template <class Rows>
+void expectRefusals(const Rows& rows) {
+  for (const RefusalRow& row : rows) {
+    SCOPED_TRACE(row.name);
+    AMFProtocol protocol;
+    EXPECT_EQ(refusal([&] { row.call(protocol); }), row.text);
+    EXPECT_EQ(pieces(protocol), pieces(row.written));
+    EXPECT_EQ(protocol.getResultLength(), 0u);
+    EXPECT_EQ(protocol.resultBuffer, nullptr);
   }
 }
 

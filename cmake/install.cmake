@@ -1,15 +1,11 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# What `cmake --install` lays down: libraries, headers, the CMake package and the pkg-config file. Every path
-# inside is relative, so that an installed tree can be moved. tests/packaging/install checks that.
+# What `cmake --install` lays down beside the libraries: headers, the CMake package and the pkg-config file. Every
+# path inside is relative, so that an installed tree can be moved. tests/packaging/install checks that.
 include(CMakePackageConfigHelpers)
 
 install(FILES include/AMF2JSON include/AMF2JSON.h include/AMFEdit.h include/AMFGuard.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(TARGETS ${amf2json_libraries} EXPORT AMF2JSON
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
 set(package_directory ${CMAKE_INSTALL_LIBDIR}/cmake/AMF2JSON)
 install(EXPORT AMF2JSON NAMESPACE AMF2JSON:: FILE AMF2JSONTargets.cmake

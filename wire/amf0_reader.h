@@ -137,8 +137,8 @@ template <class Sink>
 void AmfReader<Sink>::stepItems0() {
   for (;;) {
     Frame& frame = frames.back();
-    if (frame.left == 0) return leave();
-    --frame.left;
+    if (frame.remaining == 0) return leave();
+    --frame.remaining;
     if (value0()) return;
   }
 }

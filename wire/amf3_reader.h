@@ -19,7 +19,7 @@ template <class Sink>
 std::uint32_t AmfReader<Sink>::readLongU29(const char* field) {
   static constexpr std::uint32_t kShortest[] = {0, 0, 0x80, 0x4000, 0x200000};
   std::size_t length = 1;
-  while (length < 4 && length <= left() && byteAt(cursor + length - 1) >= 0x80) ++length;
+  while (length < 4 && length <= remaining() && byteAt(cursor + length - 1) >= 0x80) ++length;
   need(length, field);
   const char* const begin = cursor;
   const std::uint32_t value = knownU29(cursor);
@@ -217,8 +217,8 @@ void AmfReader<Sink>::numbers3(unsigned marker) {
   vector.fixed = readFlag("the fixed flag of a vector");
   vector.count = head >> 1;
   const std::size_t size = marker == 0x0F ? 8 : 4;
-  if (left() / size < vector.count) {
-    const std::size_t rest = left() % size;
+  if (remaining() / size < vector.count) {
+    const std::size_t rest = remaining() % size;
     failCut(offsetOf(inputEnd - rest), "an item of a vector", size, rest);
   }
   tables.objects.push(static_cast<std::uint8_t>(marker));
@@ -260,8 +260,8 @@ template <class Sink>
 void AmfReader<Sink>::stepItems3() {
   for (;;) {
     Frame& frame = frames.back();
-    if (frame.left == 0) return leave();
-    --frame.left;
+    if (frame.remaining == 0) return leave();
+    --frame.remaining;
     if (value3()) return;
   }
 }
@@ -270,8 +270,8 @@ template <class Sink>
 void AmfReader<Sink>::stepSealed() {
   for (;;) {
     Frame& frame = frames.back();
-    if (frame.left == 0) break;
-    --frame.left;
+    if (frame.remaining == 0) break;
+    --frame.remaining;
     sink.member(tables.knownString(frame.names));
     if (value3()) return;
   }
@@ -311,7 +311,7 @@ bool AmfReader<Sink>::nextGroup(Frame& frame) {
   if (frame.names != nullptr) ++frame.group;
   if (frame.group == frame.body.groups) return false;
   frame.names = cursor;
-  frame.left = frame.bit = 0;
+  frame.remaining = frame.bit = 0;
   AMFWireFlags flags;
   flags.group = frame.group;
   std::uint32_t count = 0;
@@ -332,16 +332,19 @@ template <class Sink>
 void AmfReader<Sink>::stepFields() {
   for (;;) {
     Frame& frame = frames.back();
-    if (frame.names == nullptr || (frame.bit == 7 && byteAt(frame.names + frame.left) < 0x80)) {
+    if (frame.names == nullptr ||
+        (frame.bit == 7 && byteAt(frame.names + frame.remaining) < 0x80)) {
       if (!nextGroup(frame)) return leave();
     } else if (frame.bit == 7) {
-      ++frame.left;
+      ++frame.remaining;
       frame.bit = 0;
     }
-    while (frame.bit < 7 && (byteAt(frame.names + frame.left) >> frame.bit & 1) == 0) ++frame.bit;
+    while (frame.bit < 7 && (byteAt(frame.names + frame.remaining) >> frame.bit & 1) == 0)
+      ++frame.bit;
     if (frame.bit == 7) continue;
     const std::uint32_t bit = frame.bit++;
-    sink.field({frame.group, frame.left, bit, fieldName(frame.body, frame.group, frame.left, bit)});
+    sink.field({frame.group, frame.remaining, bit,
+                fieldName(frame.body, frame.group, frame.remaining, bit)});
     if (value3()) return;
   }
 }

@@ -28,7 +28,7 @@ struct ReadContext {
 
 // The errors of the reader whose texts have variable parts.
 [[noreturn]] void failCut(std::size_t offset, const char* field, std::size_t needed,
-                          std::size_t left);
+                          std::size_t remaining);
 [[noreturn]] void failMarker0(std::size_t offset, unsigned marker);
 [[noreturn]] void failMarker3(std::size_t offset, unsigned marker);
 [[noreturn]] void failIndex(std::size_t offset, const char* table, std::uint32_t index,
@@ -58,10 +58,10 @@ class AmfReader {
   // Fields, also of the envelope.
   void place(const char* begin, const char* limit) { cursor = begin, inputEnd = limit; }
   const char* position() const { return cursor; }
-  std::size_t left() const { return static_cast<std::size_t>(inputEnd - cursor); }
+  std::size_t remaining() const { return static_cast<std::size_t>(inputEnd - cursor); }
   std::size_t offsetOf(const char* at) const { return static_cast<std::size_t>(at - context.base); }
   void need(std::size_t count, const char* field) const {
-    if (left() < count) failCut(offsetOf(cursor), field, count, left());
+    if (remaining() < count) failCut(offsetOf(cursor), field, count, remaining());
   }
   std::uint8_t readU8(const char* field) {
     need(1, field);
@@ -94,22 +94,22 @@ class AmfReader {
     entries0,      // of a shared object
     entries3,      //
     members0,      // up to the empty name and 09
-    items0,        // `left` values
+    items0,        // `remaining` values
     amf3,          // after the value of marker 11
-    sealed,        // `left` sealed members, with their names at `names`
+    sealed,        // `remaining` sealed members, with their names at `names`
     members3,      // up to the empty name
-    arrayMembers,  // the same, then `left` values
-    items3,        // `left` values
+    arrayMembers,  // the same, then `remaining` values
+    items3,        // `remaining` values
     fields         // of a small message
   };
   struct Frame {
     Step step;
-    bool flag;            // sealed: dynamic members follow; entries: a value has been read
-    std::uint8_t group;   // of a small message
-    std::uint8_t bit;     // of the next flag
-    std::uint32_t left;   // remaining items; of a small message, the current flag byte
-    const char* names;    // the next sealed name; the first flag byte of the group
-    ExternalBody body{};  // of a small message
+    bool flag;                // sealed: dynamic members follow; entries: a value has been read
+    std::uint8_t group;       // of a small message
+    std::uint8_t bit;         // of the next flag
+    std::uint32_t remaining;  // remaining items; of a small message, the current flag byte
+    const char* names;        // the next sealed name; the first flag byte of the group
+    ExternalBody body{};      // of a small message
   };
 
   void run();

@@ -79,7 +79,7 @@ void AmfWriter::writeTraits(std::uint32_t head, const AMFWireString& className,
   writeU29(head);
   writeString3(className);
   if (names != nullptr) names->rewind();
-  for (std::uint32_t left = head >> 4; left > 0; --left) writeString3(names->next());
+  for (std::uint32_t remaining = head >> 4; remaining > 0; --remaining) writeString3(names->next());
   if (!section.traitsReferences) return;
   tables.base = output.data();
   tables.traits.push(static_cast<std::uint32_t>(begin));

@@ -244,7 +244,7 @@ void DocumentReader<Sink>::readSharedObject() {
   fixedBytes("\x00\xBF", 2, "the mark 00 BF of a shared object");
   document.declaredSize = values.readU32("the size of a shared object");
   document.trueSize = false;
-  const std::size_t rest = values.left();
+  const std::size_t rest = values.remaining();
   const char* const declaredEnd =
       document.declaredSize <= rest ? values.position() + document.declaredSize : nullptr;
   fixedBytes("TCSO", 4, "the mark TCSO of a shared object");

@@ -53,17 +53,17 @@ void EventOrder::beginSection(const AMFWireSection& section) {
   switch (section.kind) {
     case AMFWireSectionKind::header:
       require(form == AMFWireForm::packet && !messagesBegun, "a header where none may come");
-      level.left = 1;
+      level.remaining = 1;
       break;
     case AMFWireSectionKind::message:
       require(form == AMFWireForm::packet, "a message outside of a packet");
       if (!messagesBegun) beginMessages();
-      level.left = 1;
+      level.remaining = 1;
       break;
     case AMFWireSectionKind::values:
       require((form == AMFWireForm::amf0 || form == AMFWireForm::amf3) && sections == 0,
               "bare values where none may come");
-      level.left = kAny;
+      level.remaining = kAny;
       break;
     case AMFWireSectionKind::entries:
       require(form == AMFWireForm::sharedObject && sections == 0, "entries where none may come");
@@ -84,15 +84,15 @@ void EventOrder::beginSection(const AMFWireSection& section) {
 }
 
 void EventOrder::rawSection() {
-  require(phase == Phase::section && levels.size() == 1 && levels[0].left == 1,
+  require(phase == Phase::section && levels.size() == 1 && levels[0].remaining == 1,
           "rawSection() where no header's or message's value may come");
-  levels[0].left = 0;
+  levels[0].remaining = 0;
 }
 
 void EventOrder::endSection() {
   require(phase == Phase::section && levels.size() == 1 && !levels[0].named,
           "endSection() inside a value or outside of a section");
-  require(levels[0].left != 1, "a header or message without a value");
+  require(levels[0].remaining != 1, "a header or message without a value");
   phase = Phase::document;
 }
 
@@ -109,8 +109,8 @@ void EventOrder::value(Format format) {
       break;
     case Inside::numbers: require(false, "a value in a vector of numbers"); break;
     default:
-      require(level.left > 0, "more values than were announced");
-      --level.left;
+      require(level.remaining > 0, "more values than were announced");
+      --level.remaining;
       break;
   }
 }
@@ -127,15 +127,15 @@ void EventOrder::open(Level level, bool deep) {
 void EventOrder::beginAmf3() {
   value(Format::only0);
   Level level{Inside::amf3};
-  level.left = 1;
+  level.remaining = 1;
   open(level, false);
   amf3 = true;
 }
 
 void EventOrder::endAmf3() {
-  require(
-      phase == Phase::section && levels.back().inside == Inside::amf3 && levels.back().left == 0,
-      "endAmf3() without beginAmf3() and a value");
+  require(phase == Phase::section && levels.back().inside == Inside::amf3 &&
+              levels.back().remaining == 0,
+          "endAmf3() without beginAmf3() and a value");
   levels.pop_back();
   amf3 = false;
 }
@@ -145,7 +145,7 @@ void EventOrder::beginArray(const AMFWireArray& array) {
   require(amf3 || !array.hasMembers, "an AMF0 array has no members");
   Level level{array.hasMembers ? Inside::members : Inside::items};
   level.array = level.dynamic = array.hasMembers;
-  level.left = array.hasMembers ? 0 : array.count;
+  level.remaining = array.hasMembers ? 0 : array.count;
   level.dense = array.count;
   open(level, true);
 }
@@ -166,7 +166,7 @@ void EventOrder::beginObject(const AMFWireObject& object) {
   Level level{Inside::members};
   level.dynamic = !amf3 || object.dynamic;
   level.anyName = !amf3;
-  level.left = object.sealedCount;
+  level.remaining = object.sealedCount;
   open(level, true);
 }
 
@@ -179,7 +179,7 @@ void EventOrder::beginExternal(const AMFWireExternal& external) {
           "the class has another number of values");
   Level level{external.smallMessage ? Inside::fields : Inside::items};
   level.groups = body.groups;
-  level.left = external.smallMessage ? 0 : external.count;
+  level.remaining = external.smallMessage ? 0 : external.count;
   open(level, true);
 }
 
@@ -187,21 +187,21 @@ void EventOrder::beginVector(const AMFWireVector& vector) {
   value(Format::only3);
   const bool ofObjects = vector.kind == AMFWireVectorKind::object;
   Level level{ofObjects ? Inside::items : Inside::numbers};
-  level.left = vector.count;
+  level.remaining = vector.count;
   open(level, ofObjects);
 }
 
 void EventOrder::vectorItems(std::uint32_t count) {
   require(phase == Phase::section && levels.back().inside == Inside::numbers &&
-              levels.back().left >= count,
+              levels.back().remaining >= count,
           "vectorItems() outside of a vector, or more than were announced");
-  levels.back().left -= count;
+  levels.back().remaining -= count;
 }
 
 void EventOrder::beginDictionary(std::uint32_t count) {
   value(Format::only3);
   Level level{Inside::items};
-  level.left = std::uint64_t{count} * 2;
+  level.remaining = std::uint64_t{count} * 2;
   open(level, true);
 }
 
@@ -210,8 +210,8 @@ void EventOrder::member(const AMFWireString& name) {
   Level& level = levels.back();
   require(level.inside == Inside::members && !level.named, "a member where none may come");
   if (!amf3) checkName(name);
-  if (level.left > 0) {
-    --level.left;
+  if (level.remaining > 0) {
+    --level.remaining;
   } else {
     require(level.dynamic, "a member beyond the sealed ones");
     require(level.anyName || name.length != 0, "a member without a name");
@@ -225,13 +225,13 @@ void EventOrder::denseItems() {
   Level& level = levels.back();
   level.inside = Inside::items;
   level.array = false;
-  level.left = level.dense;
+  level.remaining = level.dense;
 }
 
 void EventOrder::fieldGroup(const AMFWireFlags& flags) {
   require(phase == Phase::section, "fieldGroup() outside of a section");
   Level& level = levels.back();
-  require(level.inside == Inside::fields && !level.named && level.left == 0 &&
+  require(level.inside == Inside::fields && !level.named && level.remaining == 0 &&
               flags.group == level.group && level.group < level.groups,
           "fieldGroup() where no group may come");
   ++level.group;
@@ -239,7 +239,7 @@ void EventOrder::fieldGroup(const AMFWireFlags& flags) {
   for (const std::uint8_t bits : flags.bits) {
     require(bits < 0x80, "bit 7 is no flag");
     for (std::uint8_t rest = bits; rest != 0; rest = static_cast<std::uint8_t>(rest & (rest - 1))) {
-      ++level.left;
+      ++level.remaining;
     }
   }
 }
@@ -247,7 +247,7 @@ void EventOrder::fieldGroup(const AMFWireFlags& flags) {
 void EventOrder::field(const AMFWireField& field) {
   require(phase == Phase::section, "field() outside of a section");
   Level& level = levels.back();
-  require(level.inside == Inside::fields && !level.named && level.left > 0,
+  require(level.inside == Inside::fields && !level.named && level.remaining > 0,
           "field() where none may come");
   std::uint8_t* const bits = level.flags.bits;
   std::uint32_t byte = 0;
@@ -257,7 +257,7 @@ void EventOrder::field(const AMFWireField& field) {
   require(field.group == level.flags.group && field.byte == byte && field.bit == bit,
           "field() is not that of the next flag");
   bits[byte] = static_cast<std::uint8_t>(bits[byte] & (bits[byte] - 1));
-  --level.left;
+  --level.remaining;
   level.named = true;
 }
 
@@ -265,7 +265,7 @@ void EventOrder::end() {
   require(phase == Phase::section && levels.size() > 1 && levels.back().inside != Inside::amf3,
           "end() without a value that has begun");
   const Level& level = levels.back();
-  require(!level.named && level.left == 0 && !level.array && level.group == level.groups,
+  require(!level.named && level.remaining == 0 && !level.array && level.group == level.groups,
           "end() before all of the value has come");
   if (level.deep) --depth;
   levels.pop_back();

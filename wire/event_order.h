@@ -54,12 +54,12 @@ class EventOrder {
   enum class Inside : std::uint8_t { values, items, members, numbers, fields, amf3 };
   struct Level {
     Inside inside;
-    bool deep = false;       // counted by the depth limit
-    bool named = false;      // member() or field() was called for the next value
-    bool dynamic = false;    // dynamic members are allowed
-    bool anyName = false;    // members may have an empty name
-    bool array = false;      // an AMF3 array with members: dense values follow
-    std::uint64_t left = 0;  // remaining items or sealed members
+    bool deep = false;            // counted by the depth limit
+    bool named = false;           // member() or field() was called for the next value
+    bool dynamic = false;         // dynamic members are allowed
+    bool anyName = false;         // members may have an empty name
+    bool array = false;           // an AMF3 array with members: dense values follow
+    std::uint64_t remaining = 0;  // remaining items or sealed members
     std::uint32_t dense = 0;
     std::uint32_t group = 0;  // of a small message: the next group
     std::uint32_t groups = 0;

@@ -98,7 +98,8 @@ void JsonReader::readKeys(std::uint32_t object, const char* const (&names)[N],
   checkDuplicateKeys(object);
   std::fill(found, found + N, 0u);
   std::uint32_t key = JsonIndex::first(object);
-  for (std::uint32_t left = index.count(object); left > 0; --left, key = index.nextKey(key)) {
+  for (std::uint32_t remaining = index.count(object); remaining > 0;
+       --remaining, key = index.nextKey(key)) {
     std::size_t known = 0;
     while (known < N && !sameText(index.text(key), names[known])) ++known;
     if (known == N) fail(key, "unknown key");
@@ -198,7 +199,8 @@ void JsonReader::finish(const std::uint32_t* found, std::size_t trailing, std::s
 
 void JsonReader::sectionList(std::uint32_t list, bool isHeader) {
   std::uint32_t item = JsonIndex::first(list);
-  for (std::uint32_t left = index.count(list); left > 0; --left, item = index.after(item)) {
+  for (std::uint32_t remaining = index.count(list); remaining > 0;
+       --remaining, item = index.after(item)) {
     section(item, isHeader);
   }
 }
@@ -287,7 +289,7 @@ AMFWireForm JsonReader::bareValues(const std::uint32_t* found, AMFWireForm form)
   Frame frame{};
   frame.step = Step::items;
   frame.next = JsonIndex::first(list);
-  frame.left = index.count(list);
+  frame.remaining = index.count(list);
   frames.push_back(frame);
   run();
   restoreOriginal(section, found[kDocOriginal]);

@@ -76,8 +76,8 @@ AMFWireString JsonReader::needString(std::uint32_t token) {
   checkDuplicateKeys(token);
   const std::uint32_t key = JsonIndex::first(token);
   if (index.count(token) == 0) fail(token, "no key: expected $string64");
-  for (std::uint32_t left = index.count(token), other = key; left > 0;
-       --left, other = index.nextKey(other)) {
+  for (std::uint32_t remaining = index.count(token), other = key; remaining > 0;
+       --remaining, other = index.nextKey(other)) {
     if (keyOf(index.text(other)) != Key::string64) fail(other, "expected $string64 alone");
   }
   return needBase64(key + 1);
@@ -143,7 +143,7 @@ JsonReader::Object JsonReader::sorted(std::uint32_t token, bool mayHaveKind) {
     return object;
   }
   std::uint32_t key = JsonIndex::first(token);
-  for (std::uint32_t left = count; left > 0; --left, key = index.nextKey(key)) {
+  for (std::uint32_t remaining = count; remaining > 0; --remaining, key = index.nextKey(key)) {
     if (isSpecial(key)) {
       sortKey(object, key);
       if (object.kind != Key::none && !mayHaveKind)
@@ -188,7 +188,8 @@ void JsonReader::checkBeside(const Object& object) {
     return;
   }
   std::uint32_t key = JsonIndex::first(object.token);
-  for (std::uint32_t left = index.count(object.token); left > 0; --left, key = index.nextKey(key)) {
+  for (std::uint32_t remaining = index.count(object.token); remaining > 0;
+       --remaining, key = index.nextKey(key)) {
     const bool special = isSpecial(key);
     const Key known = special ? keyOf(index.text(key)) : Key::none;
     const bool fits = !special             ? members
@@ -207,7 +208,7 @@ void JsonReader::checkDuplicateKeys(std::uint32_t token) {
   if (count < 2) return;
   std::uint64_t seen = 0;
   std::uint32_t key = JsonIndex::first(token);
-  for (std::uint32_t left = count; left > 0; --left, key = index.nextKey(key)) {
+  for (std::uint32_t remaining = count; remaining > 0; --remaining, key = index.nextKey(key)) {
     const AMFWireString name = index.text(key);
     const std::uint64_t mark = std::uint64_t{1} << nameMark(name);
     if ((seen & mark) != 0) return checkDuplicateKeysByHash(token);
@@ -219,7 +220,7 @@ void JsonReader::checkDuplicateKeysByHash(std::uint32_t token) {
   const std::uint32_t count = index.count(token);
   slots.assign(std::size_t{count} + count / 2 + 4, 0);
   std::uint32_t key = JsonIndex::first(token);
-  for (std::uint32_t left = count; left > 0; --left, key = index.nextKey(key)) {
+  for (std::uint32_t remaining = count; remaining > 0; --remaining, key = index.nextKey(key)) {
     const AMFWireString name = index.text(key);
     std::size_t slot = slotOf(hashOf(name.data, name.length, hashSeed()), slots.size());
     for (; slots[slot] != 0; slot = (slot + 1) % slots.size()) {
@@ -243,7 +244,8 @@ std::uint32_t JsonReader::memberCount(const Object& object) {
   if (!object.has(Key::members)) return object.members;
   const std::uint32_t list = needArray(object[Key::members]);
   std::uint32_t pair = JsonIndex::first(list);
-  for (std::uint32_t left = index.count(list); left > 0; --left, pair = index.after(pair)) {
+  for (std::uint32_t remaining = index.count(list); remaining > 0;
+       --remaining, pair = index.after(pair)) {
     if (!isKind(pair, '[') || index.count(pair) != 2) {
       fail(pair, "expected an array of a name and a value");
     }

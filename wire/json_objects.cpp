@@ -51,11 +51,11 @@ void JsonReader::pushMembers(const Object& object, std::uint32_t sealed, bool in
   if (object.has(Key::members)) {
     frame.step = Step::pairs;
     frame.next = JsonIndex::first(object[Key::members]);
-    frame.left = index.count(object[Key::members]);
+    frame.remaining = index.count(object[Key::members]);
   } else {
     frame.step = Step::members;
     frame.next = JsonIndex::first(object.token);
-    frame.left = object.members;
+    frame.remaining = object.members;
   }
   frames.push_back(frame);
 }
@@ -148,7 +148,7 @@ bool JsonReader::external(const Object& object) {
   frame.step = Step::items;
   frame.ends = true;
   frame.next = externalValues(object, body);
-  frame.left = body.values;
+  frame.remaining = body.values;
   sink.beginExternal(begun);
   frames.push_back(frame);
   return true;
@@ -186,7 +186,7 @@ bool JsonReader::smallMessage(const Object& object, const ExternalBody& body) {
   frame.body = body;
   frame.dense = frame.next = static_cast<std::uint32_t>(fields.size());
   collectFields(object, body);
-  frame.left = static_cast<std::uint32_t>(fields.size()) - frame.next;
+  frame.remaining = static_cast<std::uint32_t>(fields.size()) - frame.next;
   frames.push_back(frame);
   return true;
 }
@@ -195,7 +195,8 @@ bool JsonReader::smallMessage(const Object& object, const ExternalBody& body) {
 void JsonReader::collectFields(const Object& object, const ExternalBody& body) {
   const auto begin = static_cast<std::ptrdiff_t>(fields.size());
   std::uint32_t key = JsonIndex::first(object.token);
-  for (std::uint32_t left = index.count(object.token); left > 0; --left, key = index.nextKey(key)) {
+  for (std::uint32_t remaining = index.count(object.token); remaining > 0;
+       --remaining, key = index.nextKey(key)) {
     if (isSpecial(key) && keyOf(index.text(key)) != Key::none) continue;
     fields.push_back({fieldNumber(key, body), key + 1});
   }
@@ -236,13 +237,13 @@ std::uint32_t JsonReader::fieldNumber(std::uint32_t key, const ExternalBody& bod
 void JsonReader::stepFields() {
   for (;;) {
     Frame& frame = frames.back();
-    const bool more = frame.left > 0;
+    const bool more = frame.remaining > 0;
     const std::uint32_t number = more ? fields[frame.next].number : 0;
     const std::uint32_t groups = more ? number / kGroupBits + 1 : frame.body.groups;
     for (; frame.group < groups; ++frame.group) {
       AMFWireFlags flags;
       flags.group = frame.group;
-      for (std::uint32_t i = 0; i < frame.left; ++i) {
+      for (std::uint32_t i = 0; i < frame.remaining; ++i) {
         const std::uint32_t other = fields[frame.next + i].number;
         if (other / kGroupBits != frame.group) break;
         const std::uint32_t inGroup = other % kGroupBits;
@@ -254,7 +255,7 @@ void JsonReader::stepFields() {
       fields.resize(frame.dense);
       return endFrame();
     }
-    --frame.left;
+    --frame.remaining;
     if (value(fields[frame.next++].value)) return;
   }
 }
@@ -286,14 +287,15 @@ bool JsonReader::vector(const Object& object) {
   frame.step = Step::items;
   frame.ends = true;
   frame.next = JsonIndex::first(list);
-  frame.left = begun.count;
+  frame.remaining = begun.count;
   frames.push_back(frame);
   return true;
 }
 
 void JsonReader::vectorItems(std::uint32_t list, AMFWireVectorKind kind) {
   std::uint32_t item = JsonIndex::first(list);
-  for (std::uint32_t left = index.count(list); left > 0; --left, item = index.after(item)) {
+  for (std::uint32_t remaining = index.count(list); remaining > 0;
+       --remaining, item = index.after(item)) {
     at = item;
     char bytes[8];
     if (kind == AMFWireVectorKind::float64) {
@@ -325,8 +327,8 @@ bool JsonReader::dictionary(const Object& object) {
   frame.step = Step::dictionary;
   frame.ends = true;
   frame.next = JsonIndex::first(list);
-  frame.left = index.count(list);
-  sink.beginDictionary(frame.left, weak);
+  frame.remaining = index.count(list);
+  sink.beginDictionary(frame.remaining, weak);
   frames.push_back(frame);
   return true;
 }

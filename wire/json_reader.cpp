@@ -51,7 +51,7 @@ bool JsonReader::array(std::uint32_t token, std::uint32_t list) {
   frame.step = Step::items;
   frame.ends = true;
   frame.next = JsonIndex::first(list);
-  frame.left = array.count;
+  frame.remaining = array.count;
   frames.push_back(frame);
   return true;
 }
@@ -76,7 +76,7 @@ void JsonReader::endFrame() {
     frame.inArray = false;
     frame.step = Step::items;
     frame.next = JsonIndex::first(frame.dense);
-    frame.left = index.count(frame.dense);
+    frame.remaining = index.count(frame.dense);
     return;
   }
   if (frame.ends) {
@@ -89,8 +89,8 @@ void JsonReader::endFrame() {
 void JsonReader::stepItems() {
   for (;;) {
     Frame& frame = frames.back();
-    if (frame.left == 0) return endFrame();
-    --frame.left;
+    if (frame.remaining == 0) return endFrame();
+    --frame.remaining;
     const std::uint32_t item = frame.next;
     frame.next = index.after(item);
     if (value(item)) return;
@@ -113,10 +113,10 @@ void JsonReader::announce(Frame& frame, const AMFWireString& name, std::uint32_t
 void JsonReader::stepMembers() {
   for (;;) {
     Frame& frame = frames.back();
-    if (frame.left == 0) return endFrame();
+    if (frame.remaining == 0) return endFrame();
     while (isSpecial(frame.next)) frame.next = index.nextKey(frame.next);
     const std::uint32_t key = frame.next;
-    --frame.left;
+    --frame.remaining;
     frame.next = index.nextKey(key);
     announce(frame, memberName(key), key);
     if (value(key + 1)) return;
@@ -126,9 +126,9 @@ void JsonReader::stepMembers() {
 void JsonReader::stepPairs() {
   for (;;) {
     Frame& frame = frames.back();
-    if (frame.left == 0) return endFrame();
+    if (frame.remaining == 0) return endFrame();
     const std::uint32_t name = JsonIndex::first(frame.next);
-    --frame.left;
+    --frame.remaining;
     frame.next = index.after(frame.next);
     announce(frame, needString(name), name);
     if (value(index.after(name))) return;
@@ -138,7 +138,7 @@ void JsonReader::stepPairs() {
 void JsonReader::stepDictionary() {
   for (;;) {
     Frame& frame = frames.back();
-    if (frame.left == 0) return endFrame();
+    if (frame.remaining == 0) return endFrame();
     const std::uint32_t pair = frame.next;
     const std::uint32_t key = JsonIndex::first(pair);
     if (!frame.half && (!isKind(pair, '[') || index.count(pair) != 2)) {
@@ -147,7 +147,7 @@ void JsonReader::stepDictionary() {
     frame.half = !frame.half;
     std::uint32_t next = key;
     if (!frame.half) {
-      --frame.left;
+      --frame.remaining;
       frame.next = index.after(pair);
       next = index.after(key);
     }

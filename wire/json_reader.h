@@ -61,15 +61,15 @@ class JsonReader {
   enum class Step : std::uint8_t { items, members, pairs, dictionary, fields, amf3 };
   struct Frame {
     Step step;
-    bool ends;             // its end is an event
-    bool inArray;          // members of an AMF3 array: dense values follow
-    bool half;             // dictionary: the key has been read
-    std::uint8_t group;    // of a small message: the next group
-    ExternalBody body;     // of a small message
-    std::uint32_t next;    // token of the next item, key or pair; of fields, an index in `fields`
-    std::uint32_t left;    // remaining items, members or pairs
-    std::uint32_t dense;   // the token of $array
-    std::uint32_t sealed;  // number of sealed members
+    bool ends;           // its end is an event
+    bool inArray;        // members of an AMF3 array: dense values follow
+    bool half;           // dictionary: the key has been read
+    std::uint8_t group;  // of a small message: the next group
+    ExternalBody body;   // of a small message
+    std::uint32_t next;  // token of the next item, key or pair; of fields, an index in `fields`
+    std::uint32_t remaining;  // remaining items, members or pairs
+    std::uint32_t dense;      // the token of $array
+    std::uint32_t sealed;     // number of sealed members
   };
   struct Field {
     std::uint32_t number;  // 112 * group + 7 * byte + bit

@@ -188,9 +188,9 @@ char* putNumber(char* to, const double& value) {
 
 std::size_t lengthOfInteger(std::int64_t value) {
   std::size_t length = value < 0 ? 2 : 1;
-  std::uint64_t left =
+  std::uint64_t remaining =
       value < 0 ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
-  for (; left >= 10; left /= 10) ++length;
+  for (; remaining >= 10; remaining /= 10) ++length;
   return length;
 }
 

@@ -41,9 +41,9 @@ bool TextBuffer::escapedSlowly(const char* from, const char* last) {
   // A string that is not UTF-8 is written in another form. So it must not fill the buffer first.
   constexpr std::size_t kLongestEscape = 6;
   const auto most = static_cast<std::size_t>(last - from) * kLongestEscape;
-  if (left() < most && firstBroken(from, last) != last) return false;
+  if (remaining() < most && firstBroken(from, last) != last) return false;
   while (from < last) {
-    if (last - from >= 8 && left() >= 8) {
+    if (last - from >= 8 && remaining() >= 8) {
       const std::uint64_t special = specialBytes(loadFew(from, 8));
       std::memcpy(at, from, 8);
       const std::size_t plain = special == 0 ? 8 : plainBytes(special);

@@ -102,7 +102,7 @@ class TextBuffer {
     // Tests and copies eight bytes at once.
     const char* from = string.data;
     const char* const last = from + string.length;
-    if (left() < string.length + 8) return escapedSlowly(from, last);
+    if (remaining() < string.length + 8) return escapedSlowly(from, last);
     char* to = at;
     for (; last - from >= 8; from += 8, to += 8) {
       const std::uint64_t word = loadFew(from, 8);
@@ -120,13 +120,13 @@ class TextBuffer {
     at = to + rest;
     return true;
   }
-  std::size_t left() const { return static_cast<std::size_t>(end - at); }
+  std::size_t remaining() const { return static_cast<std::size_t>(end - at); }
   void need(std::size_t length) const {
-    if (left() < length) throw TextTooLong{};
+    if (remaining() < length) throw TextTooLong{};
   }
   template <class Put>
   void put(Put putAt) {
-    if (left() >= kNumberMax) {
+    if (remaining() >= kNumberMax) {
       at = putAt(at);
       return;
     }

@@ -41,7 +41,7 @@ std::uint64_t WriterIndex::hashTraits(std::uint32_t head, const AMFWireString& c
   std::uint64_t state = mix(hash(className), head ^ 0x9E3779B97F4A7C15u);
   if (names == nullptr) return state;
   names->rewind();
-  for (std::uint32_t left = head >> 4; left > 0; --left) {
+  for (std::uint32_t remaining = head >> 4; remaining > 0; --remaining) {
     state = mix(state ^ 0xE7037ED1A0B428DBu, hash(names->next()));
   }
   return state;
@@ -54,7 +54,7 @@ std::uint32_t WriterIndex::findTraits(std::uint32_t head, const AMFWireString& c
     if (known.head != head || !sameBytes(known.className, className)) return false;
     if (names != nullptr) names->rewind();
     const char* at = known.names;
-    for (std::uint32_t left = known.sealedCount(); left > 0; --left) {
+    for (std::uint32_t remaining = known.sealedCount(); remaining > 0; --remaining) {
       if (!sameBytes(tables->knownString(at), names->next())) return false;
     }
     return true;

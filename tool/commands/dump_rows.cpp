@@ -195,10 +195,10 @@ void Dumper::finish(const AMFVerifyResult& result) {
   const bool isOk = result.status == AMFVerifyStatus::ok;
   if (isOk) leaveSection(coveredEnd);
   inSection = inValue = false;
-  const std::size_t left = packet.size() - std::max(coveredEnd, options.hiddenHead);
-  if (left > 0 && result.status != AMFVerifyStatus::packetTooLarge) {
-    beginRow(packet.size() - left, left, 0,
-             (isOk ? "left over: " : "not read: ") + pluralize(left, "byte"));
+  const std::size_t remaining = packet.size() - std::max(coveredEnd, options.hiddenHead);
+  if (remaining > 0 && result.status != AMFVerifyStatus::packetTooLarge) {
+    beginRow(packet.size() - remaining, remaining, 0,
+             (isOk ? "left over: " : "not read: ") + pluralize(remaining, "byte"));
   }
   flushRow();
 }

@@ -41,12 +41,13 @@ int daysOf(std::int64_t year, int month) {
 Date dateOf(std::int64_t daysSince1970) {
   constexpr std::int64_t kCycle = 146097;
   const std::int64_t cycles = floorDivision(daysSince1970, kCycle);
-  std::int64_t left = daysSince1970 - cycles * kCycle;
+  std::int64_t remaining = daysSince1970 - cycles * kCycle;
   Date date{1970 + 400 * cycles, 1, 1};
-  for (; left >= (isLeap(date.year) ? 366 : 365); ++date.year)
-    left -= isLeap(date.year) ? 366 : 365;
-  for (; left >= daysOf(date.year, date.month); ++date.month) left -= daysOf(date.year, date.month);
-  date.day += static_cast<int>(left);
+  for (; remaining >= (isLeap(date.year) ? 366 : 365); ++date.year)
+    remaining -= isLeap(date.year) ? 366 : 365;
+  for (; remaining >= daysOf(date.year, date.month); ++date.month)
+    remaining -= daysOf(date.year, date.month);
+  date.day += static_cast<int>(remaining);
   return date;
 }
 

@@ -123,15 +123,15 @@ void addWrapperText(Problem& problem, const Unwrapped& unwrapped) {
   if (problem.offset) problem.message += insideWrappers(unwrapped.wrappers);
 }
 
-FileResult exportUnwrapped(const Unwrapped& unwrapped, const AMFWireExportOptions& wanted,
+FileResult exportUnwrapped(const Unwrapped& unwrapped, const AMFWireExportOptions& wireOptions,
                            const Options& options) {
   const std::string& bytes = unwrapped.bytes;
   FileResult result;
   AMFWireStatistics statistics;
   const AMFWireResult done =
-      amfWireExport(bytes.data(), bytes.size(), result.text, wanted, &statistics);
+      amfWireExport(bytes.data(), bytes.size(), result.text, wireOptions, &statistics);
   if (!done.ok()) {
-    Problem problem = exportProblem(done, bytes, wanted, options);
+    Problem problem = exportProblem(done, bytes, wireOptions, options);
     addWrapperText(problem, unwrapped);
     throw problem;
   }
@@ -144,30 +144,30 @@ FileResult exportUnwrapped(const Unwrapped& unwrapped, const AMFWireExportOption
 }
 
 FileResult runOnFile(const std::string& file, const Options& options) {
-  const AMFWireExportOptions wanted = exportOptions(options);
+  const AMFWireExportOptions wireOptions = exportOptions(options);
   if (options.wire.form == ExportForm::har) {
     std::string archive = readInput(file, options.wire.limits.maxPacketBytes);
-    return exportHar(archive, options, wanted, [&](const std::string& bytes) {
-      return exportUnwrapped(unwrappedBytes(bytes, wanted, options), wanted, options);
+    return exportHar(archive, options, wireOptions, [&](const std::string& bytes) {
+      return exportUnwrapped(unwrappedBytes(bytes, wireOptions, options), wireOptions, options);
     });
   }
   const std::size_t maxBytes = options.wire.limits.maxPacketBytes;
-  return exportUnwrapped(unwrappedBytes(readInput(file, maxBytes), wanted, options), wanted,
-                         options);
+  return exportUnwrapped(unwrappedBytes(readInput(file, maxBytes), wireOptions, options),
+                         wireOptions, options);
 }
 
 // ---- Lines
 
 FileResult runOnLine(std::string_view line, const Options& options) {
-  const AMFWireExportOptions wanted = exportOptions(options);
+  const AMFWireExportOptions wireOptions = exportOptions(options);
   std::string bytes;
   if (const auto broken = decodePacketLine(line, options.wire.encoding, bytes))
     return refusedLine(*broken);
   FileResult result;
   AMFWireStatistics statistics;
   const AMFWireResult done =
-      amfWireExport(bytes.data(), bytes.size(), result.text, wanted, &statistics);
-  if (!done.ok()) return refusedLine(exportProblem(done, bytes, wanted, options));
+      amfWireExport(bytes.data(), bytes.size(), result.text, wireOptions, &statistics);
+  if (!done.ok()) return refusedLine(exportProblem(done, bytes, wireOptions, options));
   addWarnings(result.problems, statistics, bytes, options);
   return result;
 }

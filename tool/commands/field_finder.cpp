@@ -26,10 +26,10 @@ constexpr const char* kExternalizable = "the sealed count and the dynamic bit ar
 constexpr const char* kXMLReference = "a reference is written with the marker of the text it names";
 constexpr const char* kTrailingReason = "bytes behind the last message belong to no field";
 
-// Keeps the wanted field, the one before it and the two after it.
+// Keeps the target field, the one before it and the two after it.
 class FieldFinder : public AMFVerifyVisitor {
  public:
-  explicit FieldFinder(std::size_t offset) : wantedOffset(offset) {}
+  explicit FieldFinder(std::size_t offset) : targetOffset(offset) {}
 
   void field(const AMFVerifyField& seen) override {
     if (seen.kind >= Kind::end) return;  // takes no bytes
@@ -37,13 +37,13 @@ class FieldFinder : public AMFVerifyVisitor {
       window[found++] = seen;
     } else if (found == 0) {
       enterSection(seen.kind);
-      if (wantedOffset - seen.offset < seen.length) window[found++] = seen;
+      if (targetOffset - seen.offset < seen.length) window[found++] = seen;
       if (found == 0) previous = seen;
     }
   }
 
   bool isFound() const { return found > 0; }
-  const AMFVerifyField& wanted() const { return window[0]; }
+  const AMFVerifyField& target() const { return window[0]; }
   const AMFVerifyField& following(unsigned distance) const { return window[distance]; }
 
   AMFVerifyField previous{};
@@ -58,7 +58,7 @@ class FieldFinder : public AMFVerifyVisitor {
     if (kind == Kind::targetUri) section = " in message " + std::to_string(messages++);
   }
 
-  std::size_t wantedOffset;  // fields are seen in the order of their offsets
+  std::size_t targetOffset;  // fields are seen in the order of their offsets
   AMFVerifyField window[kWindow] = {};
   unsigned found = 0;
   unsigned headers = 0;
@@ -79,7 +79,7 @@ const char* reasonOfU29(const AMFVerifyField& field, unsigned char lastByte) {
 }
 
 const char* reasonOfHead(const FieldFinder& fields, unsigned char lastByte) {
-  const AMFVerifyField& head = fields.wanted();
+  const AMFVerifyField& head = fields.target();
   if (isMarker(fields.previous, Kind::marker3, 0x08) && head.value != 1) return kDateBits;
   if (isMarker(fields.previous, Kind::marker3, 0x0A) && (head.value & 7) == 7 && head.value != 7)
     return kExternalizable;
@@ -88,7 +88,7 @@ const char* reasonOfHead(const FieldFinder& fields, unsigned char lastByte) {
 
 const char* reasonOfMarker0(const FieldFinder& fields) {
   const std::uint64_t nextValue = fields.following(1).value;  // a length, for the last two
-  switch (fields.wanted().value) {
+  switch (fields.target().value) {
     case 0x09: return kUndefined;
     case 0x0C: return nextValue <= 0xFFFF ? kShortString : nullptr;
     case 0x10: return nextValue == 0 ? kNoClassName : nullptr;
@@ -97,13 +97,13 @@ const char* reasonOfMarker0(const FieldFinder& fields) {
 }
 
 const char* reasonOfMarker3(const FieldFinder& fields) {
-  const std::uint64_t marker = fields.wanted().value;
+  const std::uint64_t marker = fields.target().value;
   const bool isXML = marker == 0x07 || marker == 0x0B;
   return isXML && fields.following(1).kind == Kind::reference3 ? kXMLReference : nullptr;
 }
 
 const char* reasonOf(const FieldFinder& fields, unsigned char lastByte) {
-  switch (fields.wanted().kind) {
+  switch (fields.target().kind) {
     case Kind::mustUnderstand:
     case Kind::boolean: return lastByte > 1 ? kTrue : nullptr;
     case Kind::timeZone: return kTimeZone;
@@ -113,7 +113,7 @@ const char* reasonOf(const FieldFinder& fields, unsigned char lastByte) {
       return isMarker(fields.following(2), Kind::marker0, 0x09) ? kEndMarkName : nullptr;
     case Kind::head: return reasonOfHead(fields, lastByte);
     case Kind::reference3:
-    case Kind::integer: return reasonOfU29(fields.wanted(), lastByte);
+    case Kind::integer: return reasonOfU29(fields.target(), lastByte);
     default: return nullptr;
   }
 }
@@ -128,7 +128,7 @@ Field fieldAt(const char* packet, std::size_t length, std::size_t offset) {
     if (end == length) return {"end of the packet", nullptr};
     return {"left-over bytes", kTrailingReason};
   }
-  const AMFVerifyField& wanted = fields.wanted();
-  const auto lastByte = static_cast<unsigned char>(packet[wanted.offset + wanted.length - 1]);
-  return {describe(wanted.kind) + fields.section, reasonOf(fields, lastByte)};
+  const AMFVerifyField& target = fields.target();
+  const auto lastByte = static_cast<unsigned char>(packet[target.offset + target.length - 1]);
+  return {describe(target.kind) + fields.section, reasonOf(fields, lastByte)};
 }

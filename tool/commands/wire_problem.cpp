@@ -12,32 +12,32 @@ class SectionFinder : public AMFWireSink {
  public:
   void beginDocument(const AMFWireDocument& document) override {
     form = document.form;
-    headersLeft = form == AMFWireForm::packet ? document.headerCount : 0;
-    isHeader = headersLeft > 0;
+    headersRemaining = form == AMFWireForm::packet ? document.headerCount : 0;
+    isHeader = headersRemaining > 0;
   }
   void beginMessages(std::uint32_t declaredCount) override {
-    messagesLeft = declaredCount;
+    messagesRemaining = declaredCount;
     isHeader = false;
     number = 0;
   }
   void endSection() override {
     ++number;
-    std::uint32_t& left = isHeader ? headersLeft : messagesLeft;
-    if (left > 0) --left;
+    std::uint32_t& remaining = isHeader ? headersRemaining : messagesRemaining;
+    if (remaining > 0) --remaining;
   }
 
   // "header 0", "message 2", "envelope"; empty where there are no sections to count.
   std::string name() const {
     if (form == AMFWireForm::flv) return "script tag " + std::to_string(number);
     if (form != AMFWireForm::packet) return "";
-    if ((isHeader ? headersLeft : messagesLeft) == 0) return "envelope";
+    if ((isHeader ? headersRemaining : messagesRemaining) == 0) return "envelope";
     return (isHeader ? "header " : "message ") + std::to_string(number);
   }
 
  private:
   AMFWireForm form = AMFWireForm::packet;
-  std::uint32_t headersLeft = 0;
-  std::uint32_t messagesLeft = 0;
+  std::uint32_t headersRemaining = 0;
+  std::uint32_t messagesRemaining = 0;
   std::uint32_t number = 0;
   bool isHeader = false;
 };

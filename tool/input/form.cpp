@@ -26,8 +26,8 @@ const char* optionFor(Form form) {
 }
 
 AMFVerifyLimits limitsFor(Form form, AMFVerifyLimits limits) {
-  const std::size_t room = std::numeric_limits<std::size_t>::max() - limits.maxPacketBytes;
-  limits.maxPacketBytes += std::min(envelopeOf(form).size(), room);
+  const std::size_t headroom = std::numeric_limits<std::size_t>::max() - limits.maxPacketBytes;
+  limits.maxPacketBytes += std::min(envelopeOf(form).size(), headroom);
   return limits;
 }
 

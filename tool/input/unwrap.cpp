@@ -82,12 +82,12 @@ std::optional<UnwrappedLayer> unwrapOnce(std::string_view bytes, std::size_t max
 Unwrapped unwrap(std::string bytes, std::size_t maxBytes, const Matcher& match) {
   Unwrapped result{std::move(bytes), {}, {}};
   try {
-    for (Match wanted; (wanted = match(result.bytes)) != Match::yes;) {
+    for (Match matched; (matched = match(result.bytes)) != Match::yes;) {
       if (result.wrappers.size() == kMaxWrappers) {
         throw wrapperProblem(kOverLimit, "too many wrappers", "more than 8 wrappers", 0);
       }
       auto wrapped = unwrapOnce(result.bytes, maxBytes, match);
-      if (!wrapped && wanted == Match::no && isPlainText(result.bytes)) {
+      if (!wrapped && matched == Match::no && isPlainText(result.bytes)) {
         throw malformedWrapper("text that is neither hexadecimal nor base64", 0);
       }
       if (!wrapped) break;

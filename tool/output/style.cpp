@@ -12,8 +12,8 @@
 
 namespace {
 
-bool isColored(int descriptor, Color wanted) {
-  if (wanted != Color::automatic) return wanted == Color::always;
+bool isColored(int descriptor, Color color) {
+  if (color != Color::automatic) return color == Color::always;
   const char* const noColor = std::getenv("NO_COLOR");
   const char* const terminal = std::getenv("TERM");
   return platform::isTerminal(descriptor) && (noColor == nullptr || *noColor == '\0') &&

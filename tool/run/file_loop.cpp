@@ -40,8 +40,8 @@ Finished workOn(const Command& command, const std::string& file, const Options& 
 }
 
 std::size_t threadsFor(const Options& options) {
-  const std::size_t wanted = options.jobs != 0 ? options.jobs : std::thread::hardware_concurrency();
-  return std::clamp<std::size_t>(wanted, 1, options.files.size());
+  const std::size_t jobs = options.jobs != 0 ? options.jobs : std::thread::hardware_concurrency();
+  return std::clamp<std::size_t>(jobs, 1, options.files.size());
 }
 
 void refuseSecondStandardInput(const std::vector<std::string>& files) {

@@ -10,7 +10,7 @@
 
 // ---- References
 
-// The class is asked for, not the kind: pairs, for one, may carry any kind code.
+// Tests the class, not the type code: a pair, for example, may have any type code.
 void clearReferences(AMFNode* tree) noexcept {
   if (!tree) return;
   tree->referenceIndex = AMFNode::kNoReference;
@@ -40,7 +40,7 @@ bool isNamed(const AMFPair& pair, std::string_view name) {
 
 }  // namespace
 
-// The class of a child is asked for, not the kind: pairs may carry any kind code.
+// Tests the class of a child, not its type code: a pair may have any type code.
 const AMFNode* member(const AMFNode* node, std::string_view name) noexcept {
   if (!node || (node->type != AMFNode::AMF_OBJECT && node->type != AMFNode::AMF_ARRAY)) {
     return nullptr;
@@ -58,7 +58,7 @@ const AMFNode* member(const AMFNode* node, std::string_view name) noexcept {
 
 namespace {
 
-constexpr std::uint64_t kMaxLength = 0xFFFFFFFEu;  // one more would mean: unknown
+constexpr std::uint64_t kMaxLength = 0xFFFFFFFEu;  // FFFFFFFF means unknown
 
 // Bytes around the values: u16 name length, name, u8 must-understand, u32 length.
 std::uint64_t envelopeLength(const AMFHeader& header) {
@@ -70,7 +70,7 @@ std::uint64_t envelopeLength(const AMFMessage& message) {
   return 2 + std::uint64_t{message.targetUri->length} + 2 + message.responseUri->length + 4;
 }
 
-// Takes the pieces of one header or message, which are only counted.
+// Counts the bytes of the encoded header or message, and discards its pieces.
 std::uint32_t valueLength(AMFProtocol& scratch, std::uint64_t envelope) {
   std::uint64_t total = 0;
   for (const auto& piece : scratch.outputChunks) total += piece.length;

@@ -39,7 +39,7 @@ struct ReferenceTexts {
 inline ReferenceTexts referenceTexts(AMFNode::AMFType type) {
   using namespace reader_texts;
   switch (type) {
-    case AMFNode::AMF_XML:  // entered when complete: never circular, nor are the next two
+    case AMFNode::AMF_XML:  // entered when complete, so never circular; as the next two
       return {kAMF3XMLIndex, kAMF3XMLType, kAMF3XMLType};
     case AMFNode::AMF_DATE: return {kAMF3DateIndex, kAMF3DateType, kAMF3DateType};
     case AMFNode::AMF_RAW: return {kAMF3ByteArrayIndex, kAMF3ByteArrayType, kAMF3ByteArrayType};
@@ -194,7 +194,7 @@ bool Walker<Sink>::inlineTraits3(std::uint32_t sealedCount, bool dynamic) {
   }
   const std::uint32_t classNameLength = name.length;
   const Cost beforeMembers = total;
-  for (std::uint32_t left = sealedCount; left > 0; --left) {
+  for (std::uint32_t remaining = sealedCount; remaining > 0; --remaining) {
     if (!readString3(Kind::memberName, name, referenced) ||
         !chargeMember(name.length, referenced)) {
       return false;
@@ -217,8 +217,8 @@ bool Walker<Sink>::externalizable3(std::uint32_t sealedCount, bool dynamic) {
   if (!chargeMember(0)) return false;
   frames.top().traits = static_cast<std::uint32_t>(traits.size());
   // Kept: the traits can have any sealed count, but the object has no member while its body is
-  // read, and one afterwards. A reference to the traits is refused if their count is larger than
-  // that.
+  // read, and one afterwards. A reference to the traits is refused if their sealed count is larger
+  // than the number of members.
   const std::uint64_t memberBytes = sealedCount == 0 ? 0 : kMember + stringBytes(0);
   return enterTraits3({memberBytes, 0, name.length, sealedCount, 0, dynamic});
 }

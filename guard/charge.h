@@ -11,8 +11,8 @@
 
 namespace amf2json::guard {
 
-/// Saturated sums have this value or more, and so has every difference made from them. The bytes of
-/// a packet cannot add enough to wrap such a sum. Only sums of sums have to be checked.
+/// A sum of this value or more is saturated, and since() of a saturated sum is saturated, too. The
+/// bytes of a packet are too few to wrap a sum around, so only the addition of two sums is checked.
 constexpr std::uint64_t kEndless = std::uint64_t{1} << 62;
 
 constexpr std::uint64_t plus(std::uint64_t a, std::uint64_t b) {

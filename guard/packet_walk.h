@@ -36,7 +36,7 @@ bool Walker<Sink>::package() {
 
 template <class Sink>
 bool Walker<Sink>::sections(bool (Walker::*read)(), std::uint32_t count, std::uint32_t& done) {
-  for (std::uint32_t left = count; left > 0; --left) {
+  for (std::uint32_t remaining = count; remaining > 0; --remaining) {
     result.section = result.headers + result.messages;
     amf0Entries.clear();
     amf3Entries.clear();
@@ -275,7 +275,7 @@ bool Walker<Sink>::close() {
   return frame.kind < FrameKind::assoc3 ? close0(frame, cost) : close3(frame, cost);
 }
 
-// The innermost open object or array contains a value of this height.
+// For the innermost open object or array: it contains a value of this height.
 template <class Sink>
 void Walker<Sink>::raiseHeight(std::uint32_t height) {
   if (!frames.empty()) frames.top().height = std::max(frames.top().height, plus(height, 1u));

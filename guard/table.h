@@ -13,8 +13,8 @@
 
 namespace amf2json::guard {
 
-/// Segments of memory of equal size, which never move. One class for entries of any type, because
-/// growing is rare.
+/// Segments of memory of equal size, which never move. One class serves entries of all types: it is
+/// called rarely, so it need not be a template.
 class Segments {
  public:
   /// The largest number of segments, so that 32 bits are enough for the index of an entry.

@@ -25,7 +25,7 @@ struct Text {
   std::uint32_t length;
 };
 
-/// A complete AMF0 object or array, and the cost of a reference to it, which copies it.
+/// A complete AMF0 object or array, and the cost of the copy that a reference to it makes.
 struct AMF0Entry {
   Cost cost;
   std::uint32_t height;              // depth of nested objects and arrays, including itself
@@ -46,7 +46,7 @@ struct TraitsEntry {
   std::uint64_t nameBytes;    // text of their names
   std::uint32_t classNameLength;
   std::uint32_t sealedCount;
-  std::uint32_t present;  // members so far; an externalizable object gets its only one at its end
+  std::uint32_t present;  // members so far; that of an externalizable object comes at its end
   bool dynamic;
 };
 

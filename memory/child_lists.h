@@ -36,19 +36,19 @@ class ChildLists {
   // Takes the storage of a list whose nodes have been deleted. Does nothing if the list is too long
   // or the cache is full.
   void keep(Nodes& list) noexcept {
-    const std::size_t room = list.capacity();
-    if (room > kLongest || kept.size() == kept.capacity()) return;
+    const std::size_t capacity = list.capacity();
+    if (capacity > kLongest || kept.size() == kept.capacity()) return;
     list.clear();
-    kept.push_back({std::move(list), last[room]});
-    last[room] = static_cast<std::uint32_t>(kept.size());
+    kept.push_back({std::move(list), last[capacity]});
+    last[capacity] = static_cast<std::uint32_t>(kept.size());
   }
 
-  // Gives `list`, which has no storage yet, a capacity of exactly `room` nodes.
-  void provide(Nodes& list, std::size_t room) {
+  // Gives `list`, which has no storage yet, storage for exactly `capacity` nodes.
+  void provide(Nodes& list, std::size_t capacity) {
     ++asked;
-    if (room > kLongest || last[room] == 0) return list.reserve(room);
-    Kept& found = kept[last[room] - 1];
-    last[room] = found.next;
+    if (capacity > kLongest || last[capacity] == 0) return list.reserve(capacity);
+    Kept& found = kept[last[capacity] - 1];
+    last[capacity] = found.next;
     list.swap(found.list);
   }
 

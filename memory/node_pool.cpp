@@ -40,7 +40,7 @@ void watchForLeaks(const void*, std::size_t) {}
 void unwatchForLeaks(const void*, std::size_t) {}
 #endif
 
-// Each heap has a number of its own. An address would not do: after a fork, the heap of a new
+// Each heap has a unique number. An address would not do: after a fork, the heap of a new
 // thread may get the address that a heap had in the parent process, and some chunks still name that
 // heap as owner.
 using HeapId = std::uintptr_t;
@@ -117,7 +117,7 @@ struct Heap {
   }
 
   void* allocate(std::size_t size) {
-    if (!allocator.hasRoom(size)) renew();
+    if (!allocator.hasSpace(size)) renew();
     return allocator.allocate(size);
   }
 

@@ -34,10 +34,10 @@
 // operator new. After a fork the child process continues with the forking thread's heap; the other
 // threads' chunks stay unchanged.
 //
-// Where the pool is off. Under AddressSanitizer and LeakSanitizer every node is a block of its own,
-// so that those tools see each node. The build option AMF2JSON_NODE_POOL=ON turns the pool on under
-// these tools too; AddressSanitizer then treats unused slots as poisoned. AMF2JSON_NODE_POOL=OFF
-// turns the pool off everywhere, for Valgrind and similar tools.
+// Where the pool is off. Under AddressSanitizer and LeakSanitizer every node is a separate heap
+// allocation, so that those tools see each node. The build option AMF2JSON_NODE_POOL=ON turns the
+// pool on under these tools too; AddressSanitizer then treats unused slots as poisoned.
+// AMF2JSON_NODE_POOL=OFF turns the pool off everywhere, for Valgrind and similar tools.
 //
 // Tested by tests/memory/node_pool_test.cpp and tests/memory/pool_threads_test.cpp.
 #pragma once
@@ -84,14 +84,14 @@ class NodeAllocator {
  public:
   template <class Node>
   AMF2JSON_HOT Node* make(AMFVersion version) {
-    if (!hasRoom(sizeof(Node))) return makeElsewhere<Node>(version);
+    if (!hasSpace(sizeof(Node))) return makeElsewhere<Node>(version);
     return NodeMemory::markPooled(::new (allocate(sizeof(Node))) Node(version));
   }
   // Makes a composite node whose names and values are null. The reader sets them before anyone else
   // sees the node.
   template <class Node, class... Arguments>
   AMF2JSON_HOT std::unique_ptr<Node> makeUnfilled(Arguments... arguments) {
-    if (!hasRoom(sizeof(Node))) return makeUnfilledElsewhere<Node>(arguments...);
+    if (!hasSpace(sizeof(Node))) return makeUnfilledElsewhere<Node>(arguments...);
     return std::unique_ptr<Node>(
         NodeMemory::markPooled(::new (allocate(sizeof(Node))) Node(Unfilled(), arguments...)));
   }
@@ -99,7 +99,7 @@ class NodeAllocator {
   template <class Node>
   AMF2JSON_HOT Node* makeWithBytes(AMFVersion version, const char* bytes, std::uint32_t count) {
     const std::size_t size = sizeof(Node) + count;
-    if (count > kBytesMax || !hasRoom(size)) {
+    if (count > kBytesMax || !hasSpace(size)) {
       return makeWithBytesElsewhere<Node>(version, bytes, count);
     }
     return putBytes(::new (allocate(size)) Node(version), bytes, count);
@@ -127,10 +127,10 @@ class NodeAllocator {
   static constexpr std::size_t rounded(std::size_t size) {
     return (size + kSlotAlignment - 1) & ~(kSlotAlignment - 1);
   }
-  bool hasRoom(std::size_t size) const {
+  bool hasSpace(std::size_t size) const {
     return static_cast<std::size_t>(end - next) >= rounded(size);
   }
-  // Requires hasRoom(size).
+  // Requires hasSpace(size).
   void* allocate(std::size_t size) {
     char* const slot = next;
     next += rounded(size);

@@ -89,7 +89,7 @@ void TextBuffers::blank() {
   areTextsBlank = true;
 }
 
-void TextBuffers::keepBlankTexts() {
+void TextBuffers::exchangeBlankTexts() {
   const bool wereBlank = areTextsBlank && areBlank(json, script);
   areTextsBlank = false;
   if (!wereBlank) return;

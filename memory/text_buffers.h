@@ -36,7 +36,7 @@ class TextBuffers {
   void blank();
   // Called before a view writes. If the texts are blank, exchanges them with a written pair, from
   // the spare texts or from the cache. The texts then contain old bytes, which the view overwrites.
-  void keepBlankTexts();
+  void exchangeBlankTexts();
   // Called when a step writes to the texts without a view.
   void markWritten() noexcept { areTextsBlank = false; }
 

@@ -26,7 +26,7 @@ void renderPackage(AMFProtocol& p, ProtocolState& state, bool pretty, bool bareR
   p.nextPrefixBare = bareRoot;
   p.CreatePrefix();
   p.lineBreakCount = 1;
-  state.texts.keepBlankTexts();
+  state.texts.exchangeBlankTexts();
   p.indent.clear();
   setText(p.indentUnit, pretty ? "\t" : "");
   setText(p.newLine, pretty ? "\n" : "");

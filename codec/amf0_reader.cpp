@@ -132,11 +132,11 @@ AMFArray* Reader::amf0Array(AMFProtocol::AMF0Markers marker) {
   std::unique_ptr<AMFArray> array(allocator.make<AMFArray>(AMF_VERSION_0));
   // Kept: the count is read before the marker is checked. The count is trusted, but no memory is
   // reserved for it.
-  std::uint32_t left = big_endian::readU32(cursor);
+  std::uint32_t remaining = big_endian::readU32(cursor);
   Children elements(*array, pending, lists);
   if (marker == AMFProtocol::AMF0_STRICT_ARRAY) {
     array->strict = 1;
-    for (; left > 0; --left) {
+    for (; remaining > 0; --remaining) {
       std::unique_ptr<AMFNode> value(nextAmf0Value());
       if (!value) throw AMFException(reader_texts::kAMF0StrictArrayEnd);
       if (model::countsAsElement(value.get())) ++array->denseCount;
@@ -145,7 +145,7 @@ AMFArray* Reader::amf0Array(AMFProtocol::AMF0Markers marker) {
   } else if (marker == AMFProtocol::AMF0_ECMA_ARRAY) {
     // Kept: reads as many members as the count says, and no end marker. Whatever a sender writes
     // after them remains in the input.
-    for (; left > 0; --left) {
+    for (; remaining > 0; --remaining) {
       std::unique_ptr<AMFPair> pair(amf0Pair());
       if (!pair) throw AMFException(reader_texts::kAMF0EcmaArrayEnd);
       elements.add(std::move(pair));

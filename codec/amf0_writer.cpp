@@ -37,7 +37,7 @@ char* Writer::turnBlock(char* out) {
 
 char* Writer::writeValue(char* out, const AMFNode* node, AMFVersion placeVersion) {
   if (!node) refuse(out, "setNodeValue(): lack of value type node");
-  if (!hasRoom(out, kScalarBytes)) return writeValueAnew(out, node, placeVersion);
+  if (!hasSpace(out, kScalarBytes)) return writeValueAnew(out, node, placeVersion);
   if (node->version != AMF_VERSION_0) {
     if (placeVersion == AMF_VERSION_0) out = piece::u8(out, AMFProtocol::AMF0_SWITCH_TO_AMF3);
     return writeAMF3Value(out, node);
@@ -116,7 +116,7 @@ char* Writer::writeBytes(char* out, const AMFRaw* node) {
     refuse(out, "setByteArray(): lack of byte array value or bad array size");
   }
   if (!piece::isSmall(node)) return pieces.addLarge(out, node->data, node->length);
-  out = withRoom(out, node->length);
+  out = withSpace(out, node->length);
   out = piece::bytes(out, node);
   return out;
 }
@@ -133,7 +133,7 @@ char* Writer::writeAMF0String(char* out, const AMFString* node, bool withMarker,
     marker = AMFProtocol::AMF0_STRING;
   }
   const bool small = piece::isSmall(node);
-  out = withRoom(out, 5 + (small ? node->length : 0));
+  out = withSpace(out, 5 + (small ? node->length : 0));
   if (withMarker) out = piece::u8(out, marker);
   if (marker == AMFProtocol::AMF0_STRING) {
     out = piece::u16(out, node->length);
@@ -199,7 +199,7 @@ char* Writer::writeAMF0Object(char* out, const AMFObject* object) {
     }
     out = writeAMF0Pair(out, asPair(child));
   }
-  out = withRoom(out, 3);
+  out = withSpace(out, 3);
   out = piece::u16(out, 0);  // the empty name before the end marker
   out = piece::u8(out, AMFProtocol::AMF0_OBJECT_END);
   return out;

@@ -200,7 +200,7 @@ AMFArray* Reader::amf3Array() {
   note(protocol.amf3ObjectReferences, array.get());  // before its members, which get later indexes
   Children elements(*array, pending, lists);
   while (auto pair = std::unique_ptr<AMFPair>(amf3Pair())) elements.add(std::move(pair));
-  for (std::uint32_t left = header >> 1; left > 0; --left) {
+  for (std::uint32_t remaining = header >> 1; remaining > 0; --remaining) {
     std::unique_ptr<AMFNode> value(nextAmf3Value());
     if (!value) throw AMFException(reader_texts::kAMF3ArrayValue);  // Unreachable.
     elements.add(std::move(value));
@@ -248,7 +248,7 @@ void Reader::readSealedByTraits(AMFObject& object, const AMFObject& traits) {
   object.dynamic = traits.dynamic;
   object.sealedCount = traits.sealedCount;
   checkSealed(traits);
-  if (object.sealedCount > 0) provideRoom(object.children, object.sealedCount, lists);
+  if (object.sealedCount > 0) reserveMore(object.children, object.sealedCount, lists);
   note(protocol.amf3ObjectReferences, &object);
   for (std::uint32_t i = 0; i < object.sealedCount; ++i) {
     auto made = allocator.makeUnfilled<AMFPair>(AMF_VERSION_3, AMFNode::AMF_PAIR);
@@ -275,7 +275,7 @@ void Reader::readTraits(AMFObject& object, std::uint32_t header) {
     }
   } else {
     Children members(object, pending, lists);
-    for (std::uint32_t left = object.sealedCount; left > 0; --left) {
+    for (std::uint32_t remaining = object.sealedCount; remaining > 0; --remaining) {
       auto pair = allocator.makeUnfilled<AMFPair>(AMF_VERSION_3, AMFNode::AMF_PAIR);
       pair->name = amf3String();
       if (!pair->name) throw AMFException(reader_texts::kAMF3MemberName);  // Unreachable.

@@ -54,7 +54,7 @@ const AMFPair* Writer::memberAt(char* out, const AMFObject* object, std::uint32_
 // Writes a U29, after a marker if there is one. The rare cases are in writeU29Anew, which is
 // tail-called, so that this function saves no registers.
 inline char* Writer::writeU29(char* out, AMFProtocol::AMF3Markers marker, std::uint32_t value) {
-  if (value > piece::kTwoBytesMax || !hasRoom(out, 3)) return writeU29Anew(out, marker, value);
+  if (value > piece::kTwoBytesMax || !hasSpace(out, 3)) return writeU29Anew(out, marker, value);
   out = writeMarker(out, marker);
   out = piece::shortU29(out, value);
   return out;
@@ -62,7 +62,7 @@ inline char* Writer::writeU29(char* out, AMFProtocol::AMF3Markers marker, std::u
 
 // The rare cases: more than two bytes, a value that is too large, or the start of a new block.
 char* Writer::writeU29Anew(char* out, AMFProtocol::AMF3Markers marker, std::uint32_t value) {
-  out = withRoom(out, 1 + piece::kU29Bytes);
+  out = withSpace(out, 1 + piece::kU29Bytes);
   out = writeMarker(out, marker);
   if (value > kU29Max) refuse(out, "setAMF3Integer(): integer value is to large");
   out = piece::u29(out, value);
@@ -116,7 +116,7 @@ char* Writer::writeReferenceOrBytes(char* out, AMFProtocol::AMF3Markers marker,
   if (!piece::isSmall(node)) {
     return writeBytes(writeU29(out, marker, inlineCount(node->length)), node);
   }
-  out = withRoom(out, 1 + piece::kU29Bytes + node->length);
+  out = withSpace(out, 1 + piece::kU29Bytes + node->length);
   out = writeMarker(out, marker);
   out = piece::u29(out, inlineCount(node->length));
   out = piece::bytes(out, node);

@@ -20,8 +20,8 @@ struct EndOfInput {
 };
 inline thread_local const char* inputEnd = nullptr;
 inline void need(const char* cursor, std::size_t count) {
-  const auto left = static_cast<std::size_t>(inputEnd - cursor);
-  if (left < count) throw EndOfInput{count - left};
+  const auto remaining = static_cast<std::size_t>(inputEnd - cursor);
+  if (remaining < count) throw EndOfInput{count - remaining};
 }
 #else
 inline void need(const char*, std::size_t) {}

@@ -50,12 +50,12 @@ AMFPackage* AMFProtocol::parse(const char* packet) {
   package->version = static_cast<AMFVersion>(version);  // any number is accepted
   // `package` is set before the first header is read. So after an error it holds the headers and
   // messages that were complete.
-  for (unsigned left = big_endian::readU16(readCursor); left > 0; --left) {
+  for (unsigned remaining = big_endian::readU16(readCursor); remaining > 0; --remaining) {
     std::unique_ptr<AMFHeader> header(getHeader());
     package->appendHeader(header.get(), false);
     static_cast<void>(header.release());
   }
-  for (unsigned left = big_endian::readU16(readCursor); left > 0; --left) {
+  for (unsigned remaining = big_endian::readU16(readCursor); remaining > 0; --remaining) {
     std::unique_ptr<AMFMessage> message(getMessage());
     package->appendMessage(message.get(), false);
     static_cast<void>(message.release());

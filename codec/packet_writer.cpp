@@ -29,7 +29,7 @@ const Node* childOf(const AMFPackage* package, std::size_t index, AMFNode::AMFTy
 }  // namespace
 
 char* Writer::writePackage(char* out, const AMFPackage* source) {
-  out = withRoom(out, 4);
+  out = withSpace(out, 4);
   out = piece::u16(out, source->version);
   out = piece::u16(out, source->headerCount);
   for (std::uint32_t i = 0; i < source->headerCount; ++i) {
@@ -37,7 +37,7 @@ char* Writer::writePackage(char* out, const AMFPackage* source) {
   }
   const auto messageCount =
       static_cast<std::uint32_t>(source->children.size()) - source->headerCount;
-  out = withRoom(out, 2);
+  out = withSpace(out, 2);
   out = piece::u16(out, messageCount);
   for (std::uint32_t i = 0; i < messageCount; ++i) {
     out = writeMessage(out, childOf<AMFMessage>(source, std::size_t{source->headerCount} + i,
@@ -50,7 +50,7 @@ char* Writer::writeHeader(char* out, const AMFHeader* header) {
   // Also null: a message at an index that `headerCount` counts as a header.
   if (!header) refuse(out, "setHeader(): lack of header type node");
   out = writeAMF0String(out, header->name, false, AMFProtocol::AMF0_STRING);
-  out = withRoom(out, 5);
+  out = withSpace(out, 5);
   out = piece::u8(out, model::storedByte(header->mustUnderstand) != 0 ? 1 : 0);
   out = piece::u32(out, header->length);  // Kept: written unchanged, never recomputed.
   return writeValue(out, header->value, header->version);
@@ -60,7 +60,7 @@ char* Writer::writeMessage(char* out, const AMFMessage* message) {
   if (!message) refuse(out, "setMessage(): lack of message type node");
   out = writeAMF0String(out, message->targetUri, false, AMFProtocol::AMF0_STRING);
   out = writeAMF0String(out, message->responseUri, false, AMFProtocol::AMF0_STRING);
-  out = withRoom(out, 4);
+  out = withSpace(out, 4);
   out = piece::u32(out, message->length);
   return writeValue(out, message->value, message->version);
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The pieces that the writers make and AMFOutputChunks lists. Small pieces are written into blocks,
-// which never move. A large piece gets a block of its own. Pieces that are contiguous in memory
+// which never move. A large piece gets a separate block. Pieces that are contiguous in memory
 // form a run, and the packet is joined from the runs:
 //
 //     block:  bytes[16000] | lengths[16000]
@@ -96,7 +96,7 @@ class Pieces {
 namespace amf2json::piece {
 
 constexpr std::size_t kBlockBytes = 16000;
-constexpr std::uint32_t kLargeFrom = 1024;  // from this length on, a piece gets a block of its own
+constexpr std::uint32_t kLargeFrom = 1024;  // from this length on, a piece gets a separate block
 
 inline char* end(char* out, std::uint8_t length) {
   out[kBlockBytes] = static_cast<char>(length);

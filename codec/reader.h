@@ -109,7 +109,7 @@ inline void note(Nodes& table, AMFNode* node) {
 }
 
 // Reserves space for exactly `more` additional nodes.
-inline void provideRoom(Nodes& list, std::size_t more, ChildLists* lists) {
+inline void reserveMore(Nodes& list, std::size_t more, ChildLists* lists) {
   if (lists && list.capacity() == 0) return lists->provide(list, more);
   list.reserve(list.size() + more);
 }
@@ -136,7 +136,7 @@ class Children {
   // Moves the collected children to the end of the container's list.
   void attach() {
     if (pending.size() == start) return;
-    provideRoom(container.children, pending.size() - start, lists);
+    reserveMore(container.children, pending.size() - start, lists);
     const auto first = pending.begin() + static_cast<std::ptrdiff_t>(start);
     container.children.insert(container.children.end(), first, pending.end());
     pending.erase(first, pending.end());

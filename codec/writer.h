@@ -24,7 +24,7 @@ class Writer {
   static void run(Pieces& list, char* (Writer::*write)(char*, Parameters...),
                   Arguments... arguments) {
     Writer writer(list);
-    list.close((writer.*write)(writer.withRoom(list.output(), kScalarBytes), arguments...));
+    list.close((writer.*write)(writer.withSpace(list.output(), kScalarBytes), arguments...));
   }
 
   char* writePackage(char* out, const AMFPackage* package);
@@ -57,13 +57,15 @@ class Writer {
   char* writeAMF3Object(char* out, const AMFObject* object);
 
  private:
-  // Enough space for any value without bytes of its own, with a switch marker before it.
+  // Enough space for a switch marker and any value of fixed size.
   static constexpr std::size_t kScalarBytes = 16;
 
   // Returns an output pointer with `most` bytes of free space. Large pieces need no such space.
-  char* withRoom(char* out, std::size_t most) { return hasRoom(out, most) ? out : turnBlock(out); }
+  char* withSpace(char* out, std::size_t most) {
+    return hasSpace(out, most) ? out : turnBlock(out);
+  }
   char* turnBlock(char* out);
-  bool hasRoom(char* out, std::size_t most) const {
+  bool hasSpace(char* out, std::size_t most) const {
     return static_cast<std::size_t>(blockEnd - out) >= most;
   }
 

@@ -48,7 +48,7 @@ char* Writer::closeBrackets(char* to) {
     --to;
   }
   if (p.closerStack.empty()) return to;
-  to = json.room(to, lineRoom());
+  to = json.reserve(to, maxLineBytes());
   const char closer = p.closerStack.back();
   const bool isOutermost = p.closerStack.size() == 1;
   p.closerStack.erase(p.closerStack.size() - 1);

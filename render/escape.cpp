@@ -152,7 +152,7 @@ char* escapeForScript(char* to, std::string_view text) {
 char* writeScriptEscaped(TextOut& out, char* to, std::string_view text) {
   do {
     const std::string_view block = text.substr(0, kBlock);
-    to = escapeForScript(out.room(to, 2 * block.size() + kSpill), block);
+    to = escapeForScript(out.reserve(to, 2 * block.size() + kSpill), block);
     text.remove_prefix(block.size());
   } while (!text.empty());
   return to;

@@ -53,10 +53,10 @@ std::size_t sumOfBytes(std::uint64_t word) {
 std::size_t hexLength(std::string_view bytes) {
   std::size_t high = 0;
   const char* from = bytes.data();
-  std::size_t left = bytes.size();
-  while (left >= kWord) {
+  std::size_t remaining = bytes.size();
+  while (remaining >= kWord) {
     // At most 255 words, so that no byte of `counts` overflows.
-    const std::size_t words = std::min<std::size_t>(left / kWord, 255);
+    const std::size_t words = std::min<std::size_t>(remaining / kWord, 255);
     std::uint64_t counts = 0;
     for (std::size_t i = 0; i < words; ++i) {
       std::uint64_t word;
@@ -65,9 +65,9 @@ std::size_t hexLength(std::string_view bytes) {
     }
     high += sumOfBytes(counts);
     from += words * kWord;
-    left -= words * kWord;
+    remaining -= words * kWord;
   }
-  for (; left > 0; --left) high += static_cast<unsigned char>(*from++) >> 7;
+  for (; remaining > 0; --remaining) high += static_cast<unsigned char>(*from++) >> 7;
   return 2 * bytes.size() + 6 * high;
 }
 

@@ -9,7 +9,7 @@ using namespace amf2json;
 
 namespace amf2json::render {
 
-// Writes a member that has a segment of its own in the script path.
+// Writes a member with its own segment of the script path.
 char* Writer::writeScripted(char* to, std::string_view name, const AMFNode* node,
                             AMFVersion nodeVersion) {
   if (!isContainer(node)) beginStatement(name);

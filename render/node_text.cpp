@@ -17,7 +17,7 @@ bool hasTypeLine(const AMFNode* node) {
   return node->type <= AMFNode::AMF_PACKAGE && node->type != AMFNode::AMF_UNDEFINED;
 }
 
-// Whether a node of this kind always has a block of its own. Nodes of other kinds, also unknown
+// Whether a node of this kind is always written as a block. Nodes of other kinds, also unknown
 // ones, are bare values unless writeWrapped opens a block for them.
 bool isAlwaysBlock(const AMFNode* node) {
   constexpr std::uint32_t kScalarKinds = 1u << AMFNode::AMF_NULL | 1u << AMFNode::AMF_BOOL |
@@ -73,7 +73,7 @@ char* Writer::writeWrapped(char* to, const AMFNode* node, AMFVersion parentVersi
 }
 
 char* Writer::writeTypeLine(char* to, const AMFNode* node) {
-  to = putTypeLine(startLine(json.room(to, lineRoom())), node->type);
+  to = putTypeLine(startLine(json.reserve(to, maxLineBytes())), node->type);
   lineEndDue = true;
   return to;
 }

@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t kShortMax = 100;
 constexpr double kShortNumber = 1e9;
 constexpr std::size_t kMarginMax = 48;
-// A pair has five lines. A name or value in a block of its own has six more. Without margin and
+// A pair has five lines. A name or value that is a block has six more. Without margin and
 // string, no line is longer than kLineMax.
 constexpr std::size_t kLines = 5 + 2 * 6;
 constexpr std::size_t kLineMax = 48;
@@ -51,7 +51,7 @@ std::string_view textBetween(const char* start, const char* end) {
 
 // Whether writeShort can write the node: a pair of two short values, not at the outermost level.
 // The output must not pass its limit inside the pair, unless it has passed it before. With a
-// script, name and value must have no blocks of their own.
+// script, name and value must not be blocks.
 bool Writer::isShort(const char* to, const AMFNode* node, AMFVersion parentVersion) const {
   if (node->type != AMFNode::AMF_PAIR || isReference(node) ||
       switchesVersion(node, parentVersion)) {
@@ -63,13 +63,13 @@ bool Writer::isShort(const char* to, const AMFNode* node, AMFVersion parentVersi
     return false;
   }
   if (p.jsonOnly && p.outputLimitReached) return true;
-  const std::size_t length = json.sizeAt(to) + script.size() + shortPairRoom();
+  const std::size_t length = json.sizeAt(to) + script.size() + maxShortPairBytes();
   if (p.jsonOnly) return length <= kOutputLimit;
   return !isBlock(pair->name, pair->version) && !isBlock(pair->value, pair->version) &&
-         length + state.scriptPath.size() + shortPairRoom() <= kOutputLimit;
+         length + state.scriptPath.size() + maxShortPairBytes() <= kOutputLimit;
 }
 
-std::size_t Writer::shortPairRoom() const {
+std::size_t Writer::maxShortPairBytes() const {
   return kLines * (margin.sizeWithin(2) + kLineMax) + kStringsMax + kSpill;
 }
 
@@ -94,7 +94,7 @@ const PairTexts& Writer::pairTexts() {
 char* Writer::writeShort(char* to, const AMFPair* pair) {
   fetchAhead(pair->name);
   fetchAhead(pair->value);
-  to = json.room(to, shortPairRoom());
+  to = json.reserve(to, maxShortPairBytes());
   if (p.jsonOnly && margin.isBalanced()) {
     to = putPair(to, pair, pairTexts());
   } else {

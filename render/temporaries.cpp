@@ -34,7 +34,7 @@ class Definition {
             std::min(kPieceSize, kPieceAndNameMax - static_cast<std::int32_t>(variable.size())))),
         name(variable),
         ahead(length < kMuch ? 0 : kMuch),
-        out(makeRoom(preamble, length + (length / size + 2) * lineMax() + ahead), preamble.size()) {
+        out(reserved(preamble, length + (length / size + 2) * lineMax() + ahead), preamble.size()) {
     out.append('\n');
   }
 
@@ -73,7 +73,7 @@ class Definition {
     out.moveTo(closeLine(put(openLine(piece.size()), piece)));
   }
   char* openLine(std::size_t length) {
-    char* const to = put(out.room(length + lineMax() + ahead), name);
+    char* const to = put(out.reserve(length + lineMax() + ahead), name);
     if (!isFirstLine) return put(to, " += \"");
     isFirstLine = false;
     return put(to, " = \"");
@@ -82,7 +82,7 @@ class Definition {
 
   // A short text grows as needed. A longer text also reserves space for the rest of the script at
   // once, because each reallocation would touch new memory for the whole text.
-  static std::string& makeRoom(std::string& text, std::size_t count) {
+  static std::string& reserved(std::string& text, std::size_t count) {
     constexpr std::size_t kScriptMax = 1500000;
     const std::size_t needed = text.size() + count;
     if (needed > text.capacity()) text.reserve(needed <= kMuch ? needed : needed + kScriptMax);
@@ -133,7 +133,7 @@ std::int32_t Writer::nextTemporary() {
 // Writes the name of the variable defined last, in place of the value.
 AMF2JSON_APART char* Writer::writeTemporaryName(char* to) {
   const VariableName name(p.temporaryCounter);
-  return put(json.room(to, lineRoom()), std::string_view(name));
+  return put(json.reserve(to, maxLineBytes()), std::string_view(name));
 }
 
 }  // namespace amf2json::render

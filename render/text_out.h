@@ -61,19 +61,19 @@ class TextOut {
   void moveTo(char* position) { next = position; }
 
   // For steps that pass the output pointer themselves. sizeAt() returns the length of a text that
-  // ends at `to`. room() provides `count` free bytes and returns `to`, which changes if the text
-  // moves.
+  // ends at `to`. reserve() provides `count` free bytes and returns `to`, which changes if the
+  // text moves.
   std::size_t sizeAt(const char* to) const { return static_cast<std::size_t>(to - begin); }
-  char* room(char* to, std::size_t count) {
+  char* reserve(char* to, std::size_t count) {
     return static_cast<std::size_t>(end - to) >= count ? to : grow(to, count);
   }
 
-  char* room(std::size_t count) { return next = room(next, count); }
-  void append(char byte) { next = put(room(1), byte); }
-  void append(std::string_view piece) { next = put(room(piece.size()), piece); }
+  char* reserve(std::size_t count) { return next = reserve(next, count); }
+  void append(char byte) { next = put(reserve(1), byte); }
+  void append(std::string_view piece) { next = put(reserve(piece.size()), piece); }
   template <std::size_t Size>
   void append(const char (&literal)[Size]) {
-    next = put(room(Size - 1), literal);
+    next = put(reserve(Size - 1), literal);
   }
 
  private:
@@ -86,8 +86,8 @@ class TextOut {
   // needed. Beyond the capacity it grows by half as much again.
   char* grow(char* to, std::size_t count) {
     const std::size_t offset = front + sizeAt(to);
-    const std::size_t wanted = offset + count + kStep;
-    text.resize(wanted <= text.capacity() ? wanted : wanted + wanted / 2);
+    const std::size_t needed = offset + count + kStep;
+    text.resize(needed <= text.capacity() ? needed : needed + needed / 2);
     setCursor(offset);
     return next;
   }

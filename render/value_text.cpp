@@ -26,7 +26,7 @@ constexpr std::size_t kHexBlock = 512;
 char* writeHexText(TextOut& out, char* to, std::string_view bytes) {
   while (!bytes.empty()) {
     const std::string_view block = bytes.substr(0, kHexBlock);
-    to = putHex(out.room(to, kHexPerByte * block.size() + kSpill), block);
+    to = putHex(out.reserve(to, kHexPerByte * block.size() + kSpill), block);
     bytes.remove_prefix(block.size());
   }
   return to;
@@ -51,10 +51,10 @@ char* Writer::writeValue(char* to, std::string_view value, bool quote, bool name
     to = writeTemporaryName(to);
   } else if (quote) {
     // Kept: the JSON text is escaped with the script rule too.
-    to = put(json.room(to, lineRoom()), '"');
+    to = put(json.reserve(to, maxLineBytes()), '"');
     to = put(writeScriptEscaped(json, to, value), '"');
   } else {
-    to = put(json.room(to, value.size()), value);
+    to = put(json.reserve(to, value.size()), value);
   }
   return endValue(to, start);
 }
@@ -98,14 +98,14 @@ char* Writer::writeHex(char* to, const AMFRaw* raw) {
     defineHexTemporary(bytes);
     to = writeTemporaryName(to);
   } else {
-    to = put(json.room(to, lineRoom()), '"');
+    to = put(json.reserve(to, maxLineBytes()), '"');
     to = put(writeHexText(json, to, bytes), '"');  // hexadecimal digits need no escape
   }
   return endValue(to, start);
 }
 
 char* Writer::writeDate(char* to, const AMFDate* date) {
-  to = json.room(beginValue(to, true), lineRoom());
+  to = json.reserve(beginValue(to, true), maxLineBytes());
   const std::size_t start = json.sizeAt(to);
   to = put(to, '"');
   to = put(putDate(to, date), '"');
@@ -122,7 +122,7 @@ char* Writer::writeScalar(char* to, const AMFNode* node, bool named) {
   if (node->type == AMFNode::AMF_STRING) {
     return writeValue(to, bytesOf(static_cast<const AMFString*>(node)), true, named);
   }
-  to = json.room(beginValue(to, named), kDoubleMax + kSpill);
+  to = json.reserve(beginValue(to, named), kDoubleMax + kSpill);
   const std::size_t start = json.sizeAt(to);
   return endValue(putScalar(to, node), start);
 }

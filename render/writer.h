@@ -103,7 +103,7 @@ class Writer {
   template <class Step>
   void run(Step step) {
     char* const to = step(json.position());
-    json.moveTo(lineEndDue ? margin.writeLineEnd(json.room(to, lineRoom())) : to);
+    json.moveTo(lineEndDue ? margin.writeLineEnd(json.reserve(to, maxLineBytes())) : to);
     lineEndDue = false;
     if (p.indent != margin.indentation()) p.indent.assign(margin.indentation());
   }
@@ -135,7 +135,7 @@ class Writer {
   template <class AnyKey>
   char* writeNumber(char* to, const AnyKey& key, std::uint32_t value);
   char* endMember(char* to);
-  std::size_t lineRoom() const { return margin.size() + kLineRoom; }
+  std::size_t maxLineBytes() const { return margin.size() + kMaxLineBytes; }
 
   // Values
   char* beginValue(char* to, bool named);
@@ -166,7 +166,7 @@ class Writer {
 
   // Short nodes
   bool isShort(const char* to, const AMFNode* node, AMFVersion parentVersion) const;
-  std::size_t shortPairRoom() const;
+  std::size_t maxShortPairBytes() const;
   char* writeShort(char* to, const AMFPair* pair);
   const PairTexts& pairTexts();
   inline char* putMember(char* to, const AMFNode* node, AMFVersion parentVersion);
@@ -193,7 +193,7 @@ class Writer {
 
   static constexpr std::size_t kOutputLimit = 499999;
   // Enough for a line's fixed text, a pending line end, a soft break, and kSpill.
-  static constexpr std::size_t kLineRoom = 64 + kSpill;
+  static constexpr std::size_t kMaxLineBytes = 64 + kSpill;
 
   AMFProtocol& p;
   ProtocolState& state;
@@ -238,7 +238,7 @@ inline char* Writer::startBreakableLine(char* to) {
 }
 
 AMF2JSON_HOT char* Writer::openBrackets(char* to, char bracket, char closer) {
-  to = startLine(breakSoftly(json.room(to, lineRoom())));
+  to = startLine(breakSoftly(json.reserve(to, maxLineBytes())));
   *to++ = bracket;
   lineEndDue = true;
   margin.deepen();
@@ -248,17 +248,17 @@ AMF2JSON_HOT char* Writer::openBrackets(char* to, char bracket, char closer) {
 
 template <class AnyKey>
 char* Writer::writeMemberName(char* to, const AnyKey& key) {
-  return key.write(startLine(json.room(to, lineRoom() + key.name().size())));
+  return key.write(startLine(json.reserve(to, maxLineBytes() + key.name().size())));
 }
 
 AMF2JSON_APART inline char* Writer::writeLine(char* to, std::string_view member) {
-  to = put(startLine(json.room(to, lineRoom())), member);
+  to = put(startLine(json.reserve(to, maxLineBytes())), member);
   lineEndDue = true;
   return to;
 }
 
 inline char* Writer::endMember(char* to) {
-  to = json.room(to, lineRoom());
+  to = json.reserve(to, maxLineBytes());
   *to++ = ',';
   lineEndDue = true;
   return to;
@@ -302,7 +302,7 @@ template <class AnyKey>
 char* Writer::writeChild(char* to, const AnyKey& key, const AMFNode* node, AMFVersion nodeVersion,
                          bool isInline) {
   enterLevel();
-  to = breakSoftly(json.room(to, lineRoom() + key.name().size()));
+  to = breakSoftly(json.reserve(to, maxLineBytes() + key.name().size()));
   to = key.write(startLine(to));
   lineEndDue = true;  // a value on this line cancels it
   if (!node) {
@@ -345,7 +345,7 @@ inline bool isContainer(const AMFNode* node) {
   return node->type == AMFNode::AMF_OBJECT || node->type == AMFNode::AMF_ARRAY;
 }
 
-// The two reasons why a scalar has a block of its own.
+// A scalar is written as a block if it is a reference or switches the version.
 inline bool isReference(const AMFNode* node) {
   return node->referenceIndex != AMFNode::kNoReference;
 }

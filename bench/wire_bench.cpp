@@ -59,7 +59,7 @@ void measure(std::vector<Operation>& all) {
   for (const double end = nowNs() + 4e9; nowNs() < end || all[0].times.size() < 5;) {
     for (std::size_t i = 0; i < all.size(); ++i) {
       const double begin = nowNs();
-      for (long left = batches[i]; left > 0; --left) all[i].run();
+      for (long remaining = batches[i]; remaining > 0; --remaining) all[i].run();
       all[i].times.push_back((nowNs() - begin) / static_cast<double>(batches[i]));
     }
   }

@@ -28,8 +28,10 @@ class TreeScript {
   std::unique_ptr<AMFPackage> package() {
     auto tree = std::make_unique<AMFPackage>(static_cast<AMFVersion>(in.u8()));
     const std::uint8_t counts = in.u8();
-    for (int left = counts & 3; left > 0; --left) tree->appendHeader(header(), false);
-    for (int left = counts >> 2 & 3; left > 0; --left) tree->appendMessage(message(), false);
+    for (int remaining = counts & 3; remaining > 0; --remaining)
+      tree->appendHeader(header(), false);
+    for (int remaining = counts >> 2 & 3; remaining > 0; --remaining)
+      tree->appendMessage(message(), false);
     // Not allowed: a header count that takes a message for a header.
     if ((counts & 0x0C) == 0) tree->headerCount += counts >> 4 & 1;
     if (counts & 0x20) tree->children.push_back(nullptr);
@@ -146,7 +148,7 @@ class TreeScript {
     auto* const node = new AMFArray(version);
     const std::uint8_t form = in.u8();
     node->strict = form >> 6 & 1;
-    for (unsigned left = form & 15; left > 0 && !in.empty(); --left) {
+    for (unsigned remaining = form & 15; remaining > 0 && !in.empty(); --remaining) {
       AMFNode* const child = value(version, depth + 1);
       const bool counted = child && child->type != AMFNode::AMF_PAIR;
       if (child) child->parent = node;

@@ -28,12 +28,12 @@ inline void require(bool condition, const char* what) {
 /// Reads 0 where no bytes are left, so that every input has a meaning.
 class Input {
  public:
-  Input(const std::uint8_t* bytes, std::size_t size) : at(bytes), left(size) {}
+  Input(const std::uint8_t* bytes, std::size_t size) : at(bytes), remaining(size) {}
 
-  bool empty() const { return left == 0; }
+  bool empty() const { return remaining == 0; }
   std::uint8_t u8() {
-    if (left == 0) return 0;
-    --left;
+    if (remaining == 0) return 0;
+    --remaining;
     return *at++;
   }
   std::uint32_t u32() {
@@ -42,17 +42,17 @@ class Input {
     return value;
   }
   std::string text(std::size_t length) {
-    if (length > left) length = left;
+    if (length > remaining) length = remaining;
     std::string bytes(reinterpret_cast<const char*>(at), length);
     at += length;
-    left -= length;
+    remaining -= length;
     return bytes;
   }
-  std::string rest() { return text(left); }
+  std::string rest() { return text(remaining); }
 
  private:
   const std::uint8_t* at;  // not owned
-  std::size_t left;
+  std::size_t remaining;
 };
 
 /// A block of exactly these bytes: the address sanitizer sees the first byte read too far.

@@ -29,8 +29,8 @@ using support::ReaderRun;
 using support::refusal;
 using support::tables;
 
-constexpr std::size_t kJsonRoom = 716800;
-constexpr std::size_t kScriptRoom = 358400;
+constexpr std::size_t kJsonSize = 716800;
+constexpr std::size_t kScriptSize = 358400;
 
 struct Row {
   const char* name;
@@ -279,7 +279,7 @@ struct Refused {
   const char* bytes;
   const char* text;
   std::size_t consumed;
-  const char* left;    // the package
+  const char* package;
   const char* tables;  // AMF0 / strings / objects / traits
 };
 const Refused kRefused[] = {
@@ -311,10 +311,10 @@ TEST(PacketReader, RefusalsLeaveBehind) {
     AMFProtocol& p = run.protocol;
     EXPECT_EQ(refusal([&] { p.parse(run.bytes.data()); }), row.text);
     EXPECT_EQ(run.consumed(), row.consumed);
-    EXPECT_EQ(dump(p.package), row.left);
+    EXPECT_EQ(dump(p.package), row.package);
     EXPECT_EQ(tables(p), row.tables);
-    EXPECT_EQ(p.jsonText.size(), kJsonRoom);
-    EXPECT_EQ(p.scriptText.size(), kScriptRoom);
+    EXPECT_EQ(p.jsonText.size(), kJsonSize);
+    EXPECT_EQ(p.scriptText.size(), kScriptSize);
     const ExactBytes good(hex("0003 0000 0001 0000 0000 00000000 05"));
     EXPECT_EQ(dump(p.parse(good.data())), "package3{headers=0 message{'' '' len=0 null0}}");
     EXPECT_EQ(tables(p), "0/0/0/0");
@@ -342,8 +342,8 @@ const Between kBetween[] = {
     {"a view, then the sizes put back",
      [](AMFProtocol& p) {
        p.getPackageInJS(true);
-       p.jsonText.resize(kJsonRoom);
-       p.scriptText.resize(kScriptRoom);
+       p.jsonText.resize(kJsonSize);
+       p.scriptText.resize(kScriptSize);
      }},
     {"emptied",
      [](AMFProtocol& p) {
@@ -389,63 +389,63 @@ const Between kBetween[] = {
      }},
     {"filled with something longer",
      [](AMFProtocol& p) {
-       p.jsonText.assign(kJsonRoom + 1000, 'x');
-       p.scriptText.assign(kScriptRoom + 1000, 'x');
+       p.jsonText.assign(kJsonSize + 1000, 'x');
+       p.scriptText.assign(kScriptSize + 1000, 'x');
      }},
     {"brackets",
      [](AMFProtocol& p) {
        p.openBrackets('{', '}');
        p.closeBrackets();
-       p.jsonText.erase(0, p.jsonText.size() - kJsonRoom);
+       p.jsonText.erase(0, p.jsonText.size() - kJsonSize);
      }},
     {"appendAttr, the size put back from the front",
      [](AMFProtocol& p) {
        p.appendAttr("name", "value", true);
-       p.jsonText.erase(0, p.jsonText.size() - kJsonRoom);
+       p.jsonText.erase(0, p.jsonText.size() - kJsonSize);
      }},
     {"appendJSAttr, the size put back from the front",
      [](AMFProtocol& p) {
        p.CreatePrefix();
        p.appendJSAttr("name", "value", true);
-       p.scriptText.erase(0, p.scriptText.size() - kScriptRoom);
+       p.scriptText.erase(0, p.scriptText.size() - kScriptSize);
      }},
     {"appendValue, the sizes put back from the front",
      [](AMFProtocol& p) {
        p.CreatePrefix();
        p.appendValue("value", true, true);
-       p.jsonText.erase(0, p.jsonText.size() - kJsonRoom);
-       p.scriptText.erase(0, p.scriptText.size() - kScriptRoom);
+       p.jsonText.erase(0, p.jsonText.size() - kJsonSize);
+       p.scriptText.erase(0, p.scriptText.size() - kScriptSize);
      }},
     {"appendNode, the sizes put back from the front",
      [](AMFProtocol& p) {
        p.CreatePrefix();
        p.appendNode(p.package, AMF_VERSION_0);
-       p.jsonText.erase(0, p.jsonText.size() - kJsonRoom);
-       p.scriptText.erase(0, p.scriptText.size() - kScriptRoom);
+       p.jsonText.erase(0, p.jsonText.size() - kJsonSize);
+       p.scriptText.erase(0, p.scriptText.size() - kScriptSize);
      }},
     {"appendChild of null, the size put back from the front",
      [](AMFProtocol& p) {
        p.appendChild("name", nullptr, AMF_VERSION_0, false);
-       p.jsonText.erase(0, p.jsonText.size() - kJsonRoom);
+       p.jsonText.erase(0, p.jsonText.size() - kJsonSize);
      }},
     {"appendChildren, the sizes put back from the front",
      [](AMFProtocol& p) {
        AMFArray none(AMF_VERSION_0);
        p.CreatePrefix();
        p.appendChildren("name", &none);
-       p.jsonText.erase(0, p.jsonText.size() - kJsonRoom);
+       p.jsonText.erase(0, p.jsonText.size() - kJsonSize);
      }},
     {"the path added to the JSON text itself",
      [](AMFProtocol& p) {
        p.CreatePrefix();
        p.AddPrefixes(p.jsonText);
-       p.jsonText.erase(0, p.jsonText.size() - kJsonRoom);
+       p.jsonText.erase(0, p.jsonText.size() - kJsonSize);
      }},
     {"the path added to the script text itself",
      [](AMFProtocol& p) {
        p.CreatePrefix();
        p.AddPrefixes(p.scriptText);
-       p.scriptText.erase(0, p.scriptText.size() - kScriptRoom);
+       p.scriptText.erase(0, p.scriptText.size() - kScriptSize);
      }},
     {"the path added to the texts themselves, NULs at both ends",
      [](AMFProtocol& p) {
@@ -454,25 +454,25 @@ const Between kBetween[] = {
        p.AddPrefixes(p.scriptText);
        p.jsonText.push_back('\0');
        p.scriptText.push_back('\0');
-       p.jsonText.erase(0, p.jsonText.size() - kJsonRoom);
-       p.scriptText.erase(0, p.scriptText.size() - kScriptRoom);
+       p.jsonText.erase(0, p.jsonText.size() - kJsonSize);
+       p.scriptText.erase(0, p.scriptText.size() - kScriptSize);
      }},
     {"an attribute, NULs at both ends",
      [](AMFProtocol& p) {
        p.appendAttr("name", "value", true);
        p.jsonText.push_back('\0');
-       p.jsonText.erase(0, p.jsonText.size() - kJsonRoom);
+       p.jsonText.erase(0, p.jsonText.size() - kJsonSize);
      }},
-    {"text of exactly the room written by a primitive",
+    {"text of exactly the initial size written by a primitive",
      [](AMFProtocol& p) {
        p.newLine = p.indent = "";
        p.jsonText.clear();
-       p.appendAttr("", std::string(kJsonRoom - 6, 'x'), false);
+       p.appendAttr("", std::string(kJsonSize - 6, 'x'), false);
      }},
-    {"a view of a packet larger than the room",
+    {"a view of a packet larger than the initial size",
      [](AMFProtocol& p) {
        AMFString text(AMF_VERSION_0);
-       const std::string bytes(kJsonRoom, 'x');
+       const std::string bytes(kJsonSize, 'x');
        text.setValue(bytes.data(), static_cast<unsigned>(bytes.size()));
        p.package->getMessage(0)->setValue(&text, true);
        p.getPackageInJSON(false);
@@ -481,8 +481,8 @@ const Between kBetween[] = {
 };
 
 void expectBlank(const AMFProtocol& p, const std::string& what) {
-  EXPECT_EQ(p.jsonText.size(), kJsonRoom) << what;
-  EXPECT_EQ(p.scriptText.size(), kScriptRoom) << what;
+  EXPECT_EQ(p.jsonText.size(), kJsonSize) << what;
+  EXPECT_EQ(p.scriptText.size(), kScriptSize) << what;
   EXPECT_EQ(p.jsonText.find_first_not_of('\0'), std::string::npos) << what;
   EXPECT_EQ(p.scriptText.find_first_not_of('\0'), std::string::npos) << what;
 }
@@ -583,7 +583,7 @@ TEST(PacketReader, TextsOfALargePacketAreNotKeptForTheNextObject) {
   onFreshThread([] {
     const ExactBytes packet(hex(kSmall));
     AMFString text(AMF_VERSION_0);
-    const std::string bytes(4 * kJsonRoom, 'x');
+    const std::string bytes(4 * kJsonSize, 'x');
     text.setValue(bytes.data(), static_cast<unsigned>(bytes.size()));
     for (int i = 0; i < 4; ++i) {
       AMFProtocol p;
@@ -592,7 +592,7 @@ TEST(PacketReader, TextsOfALargePacketAreNotKeptForTheNextObject) {
       const std::size_t size = p.getPackageInJSON(true).size();
       EXPECT_EQ(size > bytes.size(), i % 2 == 0);
       if (i % 2 == 1) {
-        EXPECT_LE(p.jsonText.capacity(), 2 * kJsonRoom);
+        EXPECT_LE(p.jsonText.capacity(), 2 * kJsonSize);
       }
     }
   });
@@ -632,8 +632,8 @@ TEST(PacketReader, TextsThatAHostMadeLookBlankAreFilled) {
   AMFProtocol p;
   p.parse(packet.data());
   p.getPackageInJSON(true);
-  p.jsonText.assign(kJsonRoom, '\0');
-  p.scriptText.assign(kScriptRoom, '\0');
+  p.jsonText.assign(kJsonSize, '\0');
+  p.scriptText.assign(kScriptSize, '\0');
   mark(p);
   p.parse(packet.data());
   expectBlank(p, "parse");
@@ -659,14 +659,14 @@ TEST(PacketReader, TextsAreBlankOnAnObjectThatWasRenderedBeforeItsFirstParse) {
   expectBlank(p, "a view without a package");
 }
 
-TEST(PacketReader, ViewsWriteIntoTheRoomThatIsThere) {
+TEST(PacketReader, ViewsWriteIntoTheMemoryOfTheTexts) {
   const ExactBytes packet(hex(kSmall));
   AMFProtocol p;
   for (int round = 0; round < 3; ++round) {
     p.parse(packet.data());
     p.getPackageInJS(true);
-    EXPECT_GE(p.jsonText.capacity(), kJsonRoom);
-    EXPECT_GE(p.scriptText.capacity(), kScriptRoom);
+    EXPECT_GE(p.jsonText.capacity(), kJsonSize);
+    EXPECT_GE(p.scriptText.capacity(), kScriptSize);
     EXPECT_EQ(p.jsonText.rfind("\n amf = {\n", 0), 0u) << "no NUL in front of the text";
   }
 }

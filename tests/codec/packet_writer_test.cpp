@@ -166,7 +166,7 @@ struct RefusalRow {
   const char* name;
   AMFNode* (*tree)();
   const char* text;
-  const char* left;
+  const char* written;
 };
 
 AMFPackage* withHeaderCount(AMFPackage* node, std::uint32_t count) {
@@ -248,7 +248,7 @@ TEST(PacketWriter, RefusalsKeepThePiecesAndTheOldBuffer) {
     const auto tree = packageOf(row.tree());
     const char* const before = protocol.compile(good.get());
     EXPECT_EQ(support::refusal([&] { protocol.compile(tree.get()); }), row.text);
-    EXPECT_EQ(pieces(protocol), pieces(row.left));
+    EXPECT_EQ(pieces(protocol), pieces(row.written));
     EXPECT_EQ(protocol.getResultLength(), 0u);
     ASSERT_EQ(protocol.resultBuffer, before);
     EXPECT_EQ(toHex(std::string(before, 6)), "00 03 00 00 00 00");

@@ -131,8 +131,8 @@ void addTexts(const fs::path& file, std::map<std::string, std::string>& texts) {
 // Text -> the file that has it.
 std::map<std::string, std::string> sourceTexts() {
   std::map<std::string, std::string> texts;
-  for (const char* room : {"model", "codec", "render"})
-    for (const auto& entry : fs::directory_iterator(kRoot / room)) {
+  for (const char* directory : {"model", "codec", "render"})
+    for (const auto& entry : fs::directory_iterator(kRoot / directory)) {
       const fs::path extension = entry.path().extension();
       if (extension == ".cpp" || extension == ".h") addTexts(entry.path(), texts);
     }

@@ -38,7 +38,7 @@ std::string inMessage(const std::string& value) {
 struct MemberRow {
   const char* name;
   AMFNode* (*tree)();
-  std::string_view wanted;
+  std::string_view memberName;
   const char* found;  // as dump() shows it
 };
 
@@ -104,9 +104,9 @@ TEST(Member, IsFoundByItsName) {
   for (const MemberRow& row : kMembers) {
     SCOPED_TRACE(row.name);
     const Owner tree(row.tree());
-    AMFNode* const found = member(tree.get(), row.wanted);
+    AMFNode* const found = member(tree.get(), row.memberName);
     const AMFNode* const constant = tree.get();
-    EXPECT_EQ(member(constant, row.wanted), found);
+    EXPECT_EQ(member(constant, row.memberName), found);
     EXPECT_EQ(found ? dump(found) : kNone, row.found);
   }
 }

@@ -35,7 +35,7 @@ void agreeOnAll(AMFProtocol& protocol, support::Counts& counts) {
 TEST_F(Agreement, OfGuardAndReaders) {
   AMFProtocol protocol;
   support::Counts counts;
-  agreeOnAll(protocol, counts);  // tables and counts have their room now
+  agreeOnAll(protocol, counts);  // tables and counts have their capacity now
   const std::uint64_t blocks = support::liveBlocks;
   agreeOnAll(protocol, counts);
   EXPECT_EQ(blocks, support::liveBlocks) << "a leak";

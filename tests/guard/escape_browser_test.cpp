@@ -339,10 +339,10 @@ TEST_F(EscapeBrowser, ViewsPreparedForJSONRunInEachOfThesePlaces) {
       for (const std::string place : kind.places) {
         const bool isElement = place == "element" && !kind.isXML;
         if (isElement && !row.elements) continue;
-        const std::string wanted =
+        const std::string expected =
             place + "/" + (isElement ? row.elements : row.attack) + "/script";
-        EXPECT_NE(std::string::npos, (report.ran + " ").find(wanted + " "))
-            << wanted << ", " << report.encoding << ": " << report.ran;
+        EXPECT_NE(std::string::npos, (report.ran + " ").find(expected + " "))
+            << expected << ", " << report.encoding << ": " << report.ran;
       }
     }
   }

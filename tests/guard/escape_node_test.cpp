@@ -118,7 +118,7 @@ class Hostile : public Texts {
  private:
   std::string make() override {
     std::string text;
-    for (unsigned left = 1 + random.below(5); left > 0; --left) {
+    for (unsigned remaining = 1 + random.below(5); remaining > 0; --remaining) {
       if (random.chance(100)) {
         text += random.byte();
       } else {
@@ -159,7 +159,7 @@ class Shape {
   void section() {
     strings = objects = 0;
     ended.clear();
-    left = 6;
+    remaining = 6;
     value0(0);
   }
 
@@ -182,8 +182,8 @@ class Shape {
   void number() { out += random.chance(200) ? hex("7FF8000000000000") : hex("3FF8000000000000"); }
   unsigned members() { return 1 + random.below(2); }
   bool leaf(unsigned depth) {
-    if (left > 0) --left;
-    return left == 0 || depth > 3;
+    if (remaining > 0) --remaining;
+    return remaining == 0 || depth > 3;
   }
 
   void value0(unsigned depth) {
@@ -287,7 +287,7 @@ class Shape {
   Texts& texts;
   std::string out;
   std::vector<std::uint32_t> ended;  // objects
-  std::uint32_t strings = 0, objects = 0, left = 0;
+  std::uint32_t strings = 0, objects = 0, remaining = 0;
 };
 
 // ---- What Node is given ------------------------------------------------------------------------

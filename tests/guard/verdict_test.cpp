@@ -366,9 +366,9 @@ TEST(GuardVerdict, BytesBehindTheLastMessageAreNoError) {
     EXPECT_EQ(packet.size(), result.consumed);
   }
   // Members after an associative array that says it has none.
-  const AMFVerifyResult left = verify(packetOf("08 00000000 0001 'a' 05 000009"));
-  EXPECT_EQ(Status::ok, left.status);
-  EXPECT_EQ(21u, left.consumed);
+  const AMFVerifyResult remainder = verify(packetOf("08 00000000 0001 'a' 05 000009"));
+  EXPECT_EQ(Status::ok, remainder.status);
+  EXPECT_EQ(21u, remainder.consumed);
 }
 
 TEST(GuardVerdict, CountsDeclaredLengthsThatAreWrong) {

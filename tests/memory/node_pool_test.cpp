@@ -651,7 +651,7 @@ TEST(NodePoolMemory, ChunksStayAsLongAsTheLastOneThatAsked) {
 // A thread that gets no chunk at all, and then ends.
 TEST(NodePoolMemory, AThreadMayEndWithoutAChunk) {
   if (support::kAddressSanitizer || support::kThreadSanitizer || !isPoolOn()) {
-    GTEST_SKIP() << "needs chunks, and room that can be limited";
+    GTEST_SKIP() << "needs chunks, and memory that can be limited";
   }
   EXPECT_EQ(support::inChild([] {
               std::atomic<bool> isLimited{false};
@@ -677,7 +677,7 @@ TEST(NodePoolMemory, AThreadMayEndWithoutAChunk) {
 
 TEST(NodePoolMemory, ARefusedChunkChangesNothing) {
   if (support::kAddressSanitizer || support::kThreadSanitizer || !isPoolOn()) {
-    GTEST_SKIP() << "needs chunks, and room that can be limited";
+    GTEST_SKIP() << "needs chunks, and memory that can be limited";
   }
   EXPECT_EQ(support::inChild([] {
               Nodes nodes = nodesOfChunks(3);

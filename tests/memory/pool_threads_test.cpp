@@ -92,9 +92,9 @@ TEST(PoolThreads, NodesOutliveTheirThread) {
   EXPECT_TRUE(support::isMapped(last.get()));
   EXPECT_EQ(static_cast<const AMFDouble&>(*last).value, 1000);
   if (!isPoolOn()) return;
-  const unsigned left = countMapped(addresses);
-  EXPECT_GT(left, 0u);
-  EXPECT_LT(left, 200u);  // those of one chunk
+  const unsigned mapped = countMapped(addresses);
+  EXPECT_GT(mapped, 0u);
+  EXPECT_LT(mapped, 200u);  // those of one chunk
 }
 
 TEST(PoolThreads, AThreadTakesItsEmptyChunksAlong) {

@@ -216,7 +216,7 @@ TEST(CompileWithoutClean, KeepsTheBytesOfEveryRun) {
   const auto message = std::make_unique<AMFMessage>();
   std::string text;
   std::vector<AMFOutputChunks::Chunk> kept;
-  std::vector<std::string> wanted;
+  std::vector<std::string> expected;
   for (unsigned i = 0; i < 300; ++i) {
     text.assign(i * 7 + 1, static_cast<char>('a' + i % 26));
     auto value = std::make_unique<AMFString>(AMF_VERSION_0);
@@ -226,14 +226,14 @@ TEST(CompileWithoutClean, KeepsTheBytesOfEveryRun) {
     one.appendMessage(message.get(), true);
     protocol.compile(&one);
     kept.push_back(protocol.outputChunks.back());
-    wanted.push_back(text);
+    expected.push_back(text);
   }
   for (unsigned i = 0; i < kept.size(); ++i) {
-    EXPECT_EQ(std::string(kept[i].bytes, kept[i].length), wanted[i]) << i;
+    EXPECT_EQ(std::string(kept[i].bytes, kept[i].length), expected[i]) << i;
   }
   protocol.clean();
-  EXPECT_EQ(std::string(kept[0].bytes, kept[0].length), wanted[0]);
-  EXPECT_EQ(std::string(kept[298].bytes, kept[298].length), wanted[298]);
+  EXPECT_EQ(std::string(kept[0].bytes, kept[0].length), expected[0]);
+  EXPECT_EQ(std::string(kept[298].bytes, kept[298].length), expected[298]);
 }
 
 // ---- What the calls take -----------------------------------------------------------------------
@@ -259,10 +259,10 @@ struct HeaderOfVersion3 : AMFHeader {
 };
 
 TEST(Pairs, OfEveryKindAreMembersOfAnAMF3Object) {
-  const std::string wanted("\x0A\x0B\x01\x03n\x01\x01", 7);
-  EXPECT_EQ(objectWith<AMFPair>(), wanted);
-  EXPECT_EQ(objectWith<HostPair>(), wanted);
-  EXPECT_EQ(objectWith<HeaderOfVersion3>(), wanted);
+  const std::string expected("\x0A\x0B\x01\x03n\x01\x01", 7);
+  EXPECT_EQ(objectWith<AMFPair>(), expected);
+  EXPECT_EQ(objectWith<HostPair>(), expected);
+  EXPECT_EQ(objectWith<HeaderOfVersion3>(), expected);
 }
 
 TEST(Pairs, WhatIsNoneIsRefused) {

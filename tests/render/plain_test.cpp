@@ -41,20 +41,20 @@ class Trees {
   bool oneIn(std::uint32_t count) { return below(count) == 0; }
 
   AMFPackage* package() {
-    left = oneIn(40) ? 3000 : static_cast<int>(below(60));
+    remaining = oneIn(40) ? 3000 : static_cast<int>(below(60));
     longStrings = oneIn(60);
     auto node = std::make_unique<AMFPackage>(oneIn(4) ? k3 : k0);
     if (oneIn(20)) node->version = static_cast<AMFVersion>(below(70000));
     for (std::uint32_t i = below(3); i > 0; --i) node->appendHeader(someHeader(), false);
     for (std::uint32_t i = below(5); i > 0; --i) node->appendMessage(someMessage(), false);
-    while (left > 0 && !oneIn(20)) node->appendMessage(someMessage(), false);
+    while (remaining > 0 && !oneIn(20)) node->appendMessage(someMessage(), false);
     if (oneIn(30)) node->children.push_back(nullptr);
     decorate(node.get(), 60);
     return node.release();
   }
 
   AMFNode* value(int depth) {
-    --left;
+    --remaining;
     AMFNode* node = plainValue(depth);
     decorate(node, 12);
     return node;
@@ -130,7 +130,7 @@ class Trees {
   }
 
   AMFNode* plainValue(int depth) {
-    const bool leaf = depth <= 0 || left <= 0;
+    const bool leaf = depth <= 0 || remaining <= 0;
     switch (below(leaf ? 11 : 17)) {
       case 0: return null(version());
       case 1: return boolean(version(), oneIn(2));
@@ -215,7 +215,7 @@ class Trees {
   }
 
   std::mt19937_64 random;
-  int left = 0;  // nodes still wished for
+  int remaining = 0;  // nodes still wished for
   bool longStrings = false;
 };
 

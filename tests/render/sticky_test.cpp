@@ -602,7 +602,7 @@ TEST(RenderTexts, NullPacketLeavesTheTexts) {
       }());
 }
 
-TEST(RenderTexts, RoomIsKept) {
+TEST(RenderTexts, CapacityIsKept) {
   const std::string packetBytes = hex(kEchoPacket);
   AMFProtocol r;
   r.parse(packetBytes.data());

@@ -106,7 +106,7 @@ void Trial::reading(const std::string& packet) {
   };
   drop();
   parse();
-  parse();  // its tables have their room now; the second is as large as the first packet asked for
+  parse();  // its tables have their capacity now; the second is as large as the first packet asked for
   tree.reset(reader.package->clone());
   drop();
   fail("parse", parse, [&](bool failed) {
@@ -274,12 +274,12 @@ std::string largePacket(int number) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::uint64_t wanted = argc > 1 ? std::strtoull(argv[1], nullptr, 0) : 30000;
+  const std::uint64_t minimum = argc > 1 ? std::strtoull(argv[1], nullptr, 0) : 30000;
   const std::uint64_t seed = argc > 2 ? std::strtoull(argv[2], nullptr, 0) : 5;
   packets::PacketGenerator generator(seed);
   Trial trial;
   int number = 0;
-  for (; trial.total < wanted; ++number) {
+  for (; trial.total < minimum; ++number) {
     const std::string packet = number % 25 == 24 ? largePacket(number) : generator.next().bytes;
     if (packet.size() > 1500) continue;  // each allocation takes a whole run
     try {

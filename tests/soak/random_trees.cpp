@@ -63,10 +63,10 @@ void requireSameTree(const AMFNode* actual, const AMFNode* expected, const char*
 class GuardedBytes {
  public:
   GuardedBytes() {
-    void* const all = mmap(nullptr, kRoom + kGuard, PROT_NONE,
+    void* const all = mmap(nullptr, kCapacity + kGuard, PROT_NONE,
                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (all == MAP_FAILED || mprotect(all, kRoom, PROT_READ | PROT_WRITE) != 0) std::abort();
-    guard = static_cast<char*>(all) + kRoom;
+    if (all == MAP_FAILED || mprotect(all, kCapacity, PROT_READ | PROT_WRITE) != 0) std::abort();
+    guard = static_cast<char*>(all) + kCapacity;
     struct sigaction action {};
     action.sa_sigaction = &GuardedBytes::onFault;
     action.sa_flags = SA_SIGINFO;
@@ -76,7 +76,7 @@ class GuardedBytes {
 
   // The bytes, ending where the guard begins; valid until the next call.
   const char* place(const char* bytes, std::size_t count) const {
-    require(count <= kRoom, "packet too large for this program");
+    require(count <= kCapacity, "packet too large for this program");
     if (count != 0) std::memcpy(guard - count, bytes, count);
     return guard - count;
   }
@@ -86,7 +86,7 @@ class GuardedBytes {
   static constexpr int kOtherFault = 41;
 
  private:
-  static constexpr std::size_t kRoom = std::size_t{64} << 20;
+  static constexpr std::size_t kCapacity = std::size_t{64} << 20;
   static constexpr std::size_t kGuard = std::size_t{9} << 30;  // beyond any 32-bit length
 
   static void onFault(int, siginfo_t* info, void*) {
@@ -109,11 +109,12 @@ class GuardedBytes {
     const auto count = static_cast<std::size_t>(digits + sizeof digits - next);
     std::memcpy(end, next, count);
     end += count;
-    const std::size_t left = std::strlen(what);
+    const std::size_t remaining = std::strlen(what);
     std::memcpy(end, ": ", 2);
-    std::memcpy(end + 2, what, left);
-    end[2 + left] = '\n';
-    if (write(2, text, static_cast<std::size_t>(end - text) + 3 + left) < 0) _exit(kOtherFault);
+    std::memcpy(end + 2, what, remaining);
+    end[2 + remaining] = '\n';
+    if (write(2, text, static_cast<std::size_t>(end - text) + 3 + remaining) < 0)
+      _exit(kOtherFault);
   }
 
   static char* guard;

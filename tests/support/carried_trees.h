@@ -45,10 +45,10 @@ class CarriedTrees {
 
   std::unique_ptr<AMFPackage> next() {
     auto tree = std::make_unique<AMFPackage>(versionOf(random.below(0x10000)));
-    for (unsigned left = random.below(3); left > 0; --left) {
+    for (unsigned remaining = random.below(3); remaining > 0; --remaining) {
       tree->appendHeader(nextHeader(), false);
     }
-    for (unsigned left = random.below(3); left > 0; --left) {
+    for (unsigned remaining = random.below(3); remaining > 0; --remaining) {
       tree->appendMessage(nextMessage(), false);
     }
     return tree;
@@ -157,7 +157,7 @@ class CarriedTrees {
 
   AMFNode* array0(unsigned depth, std::uint32_t strict) {
     AMFArray* const node = array(k0, {}, strict);
-    for (unsigned left = random.below(5); left > 0; --left) {
+    for (unsigned remaining = random.below(5); remaining > 0; --remaining) {
       node->appendChild(strict != 0 ? value0(depth + 1) : pair0(depth), false);
     }
     ended0.push_back(node);
@@ -166,7 +166,8 @@ class CarriedTrees {
 
   AMFNode* object0(unsigned depth) {
     AMFObject* const node = object(k0, random.chance(300) ? bytes() : std::string(), {});
-    for (unsigned left = random.below(5); left > 0; --left) node->appendChild(pair0(depth), false);
+    for (unsigned remaining = random.below(5); remaining > 0; --remaining)
+      node->appendChild(pair0(depth), false);
     ended0.push_back(node);
     return node;
   }
@@ -237,8 +238,9 @@ class CarriedTrees {
 
   AMFNode* array3(unsigned depth) {
     AMFArray* const node = begun(array(k3, {}));
-    for (unsigned left = random.below(3); left > 0; --left) node->appendChild(pair3(depth), false);
-    for (unsigned left = random.below(5); left > 0; --left) {
+    for (unsigned remaining = random.below(3); remaining > 0; --remaining)
+      node->appendChild(pair3(depth), false);
+    for (unsigned remaining = random.below(5); remaining > 0; --remaining) {
       node->appendChild(value3(depth + 1), false);
     }
     return complete(node);
@@ -276,7 +278,7 @@ class CarriedTrees {
     for (std::uint32_t i = 0; i < node->sealedCount; ++i) {
       static_cast<AMFPair*>(node->getChild(i))->setValue(value3(depth + 1), false);
     }
-    for (unsigned left = node->dynamic ? random.below(3) : 0; left > 0; --left) {
+    for (unsigned remaining = node->dynamic ? random.below(3) : 0; remaining > 0; --remaining) {
       node->appendChild(pair3(depth), false);
     }
     return complete(node);

@@ -18,26 +18,27 @@ namespace support {
 class FencedPages {
  public:
   explicit FencedPages(std::size_t size)
-      : page(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))), room((size / page + 1) * page) {
-    void* const all = mmap(nullptr, room + 2 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+      : page(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))), capacity((size / page + 1) * page) {
+    void* const all =
+        mmap(nullptr, capacity + 2 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (all == MAP_FAILED) throw std::bad_alloc();
     first = static_cast<char*>(all) + page;
   }
-  ~FencedPages() { munmap(first - page, room + 2 * page); }
+  ~FencedPages() { munmap(first - page, capacity + 2 * page); }
   FencedPages(const FencedPages&) = delete;
   FencedPages& operator=(const FencedPages&) = delete;
 
   const char* hold(const std::string& bytes, bool atEnd) {
-    mprotect(first, room, PROT_READ | PROT_WRITE);
-    char* const place = atEnd ? first + room - bytes.size() : first;
+    mprotect(first, capacity, PROT_READ | PROT_WRITE);
+    char* const place = atEnd ? first + capacity - bytes.size() : first;
     bytes.copy(place, bytes.size());
-    mprotect(first, room, PROT_READ);
+    mprotect(first, capacity, PROT_READ);
     return place;
   }
 
  private:
   std::size_t page;
-  std::size_t room;
+  std::size_t capacity;
   char* first;
 };
 

@@ -154,7 +154,7 @@ class GuardGenerator {
   void object0(std::uint32_t depth, bool typed) {
     u8(typed ? 0x10 : 0x03);
     if (typed) shortText();
-    for (std::uint32_t left = dice.below(4); left > 0; --left) {
+    for (std::uint32_t remaining = dice.below(4); remaining > 0; --remaining) {
       shortText();
       value0(depth + 1);
     }
@@ -168,7 +168,7 @@ class GuardGenerator {
     const bool allSwitched = dice.oneIn(3);
     u8(strict ? 0x0A : 0x08);
     u32(dice.oneIn(100) ? count + dice.below(3) : count);
-    for (std::uint32_t left = count; left > 0; --left) {
+    for (std::uint32_t remaining = count; remaining > 0; --remaining) {
       if (!strict) shortText();
       if (dice.oneIn(150)) {
         u8(0x09);
@@ -266,12 +266,12 @@ class GuardGenerator {
     objects.push_back({array, false});
     if (dice.oneIn(3)) members3(depth);
     u8(0x01);
-    for (std::uint32_t left = count; left > 0; --left) value3(depth + 1);
+    for (std::uint32_t remaining = count; remaining > 0; --remaining) value3(depth + 1);
     objects[entry].complete = true;
   }
 
   void members3(std::uint32_t depth) {
-    for (std::uint32_t left = dice.below(3); left > 0; --left) {
+    for (std::uint32_t remaining = dice.below(3); remaining > 0; --remaining) {
       memberName3();
       value3(depth + 1);
     }
@@ -293,10 +293,10 @@ class GuardGenerator {
     objects.push_back({object, false});
     if (!referenced) {
       string3();
-      for (std::uint32_t left = own.sealedCount; left > 0; --left) string3();
+      for (std::uint32_t remaining = own.sealedCount; remaining > 0; --remaining) string3();
       traits.push_back(own);
     }
-    for (std::uint32_t left = own.sealedCount; left > 0; --left) value3(depth + 1);
+    for (std::uint32_t remaining = own.sealedCount; remaining > 0; --remaining) value3(depth + 1);
     if (own.dynamic) {
       members3(depth);
       u8(0x01);
@@ -332,7 +332,7 @@ class GuardGenerator {
   void changeBytes() {
     static const std::uint8_t kTelling[] = {0x00, 0x01, 0x02, 0x03, 0x05, 0x06, 0x07, 0x08, 0x09,
                                             0x0A, 0x0B, 0x0C, 0x0F, 0x11, 0x7F, 0x80, 0x81, 0xFF};
-    for (std::uint32_t left = 1 + dice.below(3); left > 0; --left) {
+    for (std::uint32_t remaining = 1 + dice.below(3); remaining > 0; --remaining) {
       char& byte = out[dice.below(static_cast<std::uint32_t>(out.size()))];
       byte = static_cast<char>(dice.oneIn(2) ? kTelling[dice.below(sizeof kTelling)]
                                              : dice.below(256));
@@ -340,7 +340,7 @@ class GuardGenerator {
   }
 
   void insertOrDelete() {
-    for (std::uint32_t left = 1 + dice.below(2); left > 0; --left) {
+    for (std::uint32_t remaining = 1 + dice.below(2); remaining > 0; --remaining) {
       const std::size_t at = dice.below(static_cast<std::uint32_t>(out.size()));
       if (dice.oneIn(2)) {
         out.insert(at, 1 + dice.below(3), static_cast<char>(dice.below(256)));

@@ -41,7 +41,7 @@ class HexParser {
     std::string bytes;
     for (skipBlanks(); at < text.size() && text[at] != ')'; skipBlanks()) {
       const std::string one = item();
-      for (std::size_t left = repetition(); left > 0; --left) bytes += one;
+      for (std::size_t remaining = repetition(); remaining > 0; --remaining) bytes += one;
     }
     return bytes;
   }

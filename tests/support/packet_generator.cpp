@@ -63,11 +63,11 @@ const Packet& PacketGenerator::next() {
   const unsigned headers = random.chance(500) ? 0 : random.below(4);
   u16(headers);
   note(Feature(kHeaders0 + headers));
-  for (unsigned left = headers; left > 0; --left) section(true);
+  for (unsigned remaining = headers; remaining > 0; --remaining) section(true);
   const unsigned messages = random.chance(600) ? 1 : random.below(5);
   u16(messages);
   note(Feature(kMessages0 + messages));
-  for (unsigned left = messages; left > 0; --left) section(false);
+  for (unsigned remaining = messages; remaining > 0; --remaining) section(false);
   packet.amf0References = entries0.size();
   packet.amf3StringReferences = strings.size();
   packet.amf3ObjectReferences = objects.size();
@@ -210,7 +210,7 @@ std::string PacketGenerator::text(std::uint32_t length) {
   const unsigned kind = random.below(8);
   if (kind < 5 && length > 0) note(Feature(kTextQuotes + kind));
   std::string block;
-  for (std::uint32_t left = length < 64 ? length : 64; left > 0; --left) {
+  for (std::uint32_t remaining = length < 64 ? length : 64; remaining > 0; --remaining) {
     block += kind < 4    ? alphabets[kind][random.below(sizes[kind])]
              : kind == 4 ? random.byte()
                          : static_cast<char>('a' + random.below(26));
@@ -350,7 +350,7 @@ PacketGenerator::Cost PacketGenerator::array0(unsigned depth, bool strict) {
   u32(count);
   Cost cost{1, 0, false};
   if (strict) {
-    for (std::uint32_t left = count; left > 0; --left) cost.add(value0(depth + 1));
+    for (std::uint32_t remaining = count; remaining > 0; --remaining) cost.add(value0(depth + 1));
   } else {
     cost.add(members0(depth, count));
   }
@@ -358,12 +358,12 @@ PacketGenerator::Cost PacketGenerator::array0(unsigned depth, bool strict) {
   return cost;
 }
 
-// A reference to a finished object or array that the packet has room for; else a null.
+// A reference to a finished object or array that fits the packet; else a null.
 PacketGenerator::Cost PacketGenerator::reference0() {
   if (entries0.empty()) return leaf0(0x05);
   const std::uint32_t index = random.below(entries0.size());
   const Entry& entry = entries0[index];
-  if (!room(entry.cost)) return leaf0(0x05);
+  if (!fits(entry.cost)) return leaf0(0x05);
   note(kAmf0Marker07);
   note(entry.kind == Kind::object ? kAmf0ObjectReference
        : entry.kind == Kind::ecma ? kAmf0EcmaReference

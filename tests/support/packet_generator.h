@@ -124,7 +124,7 @@ class PacketGenerator {
   std::uint64_t doubleBits();
   std::uint64_t dateBits();
   std::uint32_t childCount(unsigned depth);
-  bool room(const Cost& cost) const { return spent + cost.weight() < kMostWeight; }
+  bool fits(const Cost& cost) const { return spent + cost.weight() < kMostWeight; }
   void note(Feature feature) { packet.features.set(feature); }
   void noteLength(std::size_t length);
 

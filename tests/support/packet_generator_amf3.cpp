@@ -39,7 +39,8 @@ bool readsBack(std::uint32_t value) {
 
 // `high` in groups of seven bits, then the last byte as it is.
 void PacketGenerator::u29Bytes(std::uint32_t high, unsigned last, unsigned count) {
-  for (unsigned left = count - 1; left > 0; --left) u8((high >> (7 * (left - 1)) & 0x7F) | 0x80);
+  for (unsigned remaining = count - 1; remaining > 0; --remaining)
+    u8((high >> (7 * (remaining - 1)) & 0x7F) | 0x80);
   u8(last);
 }
 
@@ -130,7 +131,7 @@ bool PacketGenerator::reference3(Kind kind, Feature feature, Cost& cost) {
     const std::size_t index = (from + step) % objects.size();
     const Entry& entry = objects[index];
     const bool bothXml = kind == Kind::xml && entry.kind == Kind::xmlDocument;
-    if ((entry.kind != kind && !bothXml) || !entry.complete || !room(entry.cost)) continue;
+    if ((entry.kind != kind && !bothXml) || !entry.complete || !fits(entry.cost)) continue;
     note(feature);
     cost = reference3(index);
     return true;
@@ -151,7 +152,7 @@ bool PacketGenerator::stringReference3(Feature feature, Cost& cost) {
   const std::size_t index = random.below(strings.size());
   const StringEntry& entry = strings[index];
   cost = {1, entry.length, true};
-  if (!room(cost)) return false;
+  if (!fits(cost)) return false;
   note(feature);
   if (behindSwitch) note(kReferenceBehindSwitch);
   if (entry.switchNumber != switchNumber) note(kReferenceAcrossSwitches);
@@ -229,7 +230,7 @@ PacketGenerator::Cost PacketGenerator::array3(unsigned depth) {
   const std::size_t index = addObject(Kind::array);
   u29(dense << 1 | 1, kCount1);
   cost = members3(depth, pairs);
-  for (std::uint32_t left = dense; left > 0; --left) cost.add(value3(depth + 1));
+  for (std::uint32_t remaining = dense; remaining > 0; --remaining) cost.add(value3(depth + 1));
   cost.nodes += 1;
   objects[index].cost = cost;
   objects[index].complete = true;
@@ -246,7 +247,7 @@ PacketGenerator::Cost PacketGenerator::wideArray3() {
   u29((count + 1) << 1 | 1, kCount1);
   u8(0x01);
   Cost cost{1 + count, 0, false};
-  for (std::uint32_t left = count; left > 0; --left) {
+  for (std::uint32_t remaining = count; remaining > 0; --remaining) {
     note(kAmf3Marker0C);
     u8(0x0C);
     u29(1, kLength1);
@@ -291,7 +292,7 @@ bool PacketGenerator::pickTraits(std::size_t& index) {
   if (traits.empty() || !random.chance(350)) return false;
   index = random.below(traits.size());
   const Traits& entry = traits[index];
-  if (!room({2 + 2 * entry.sealedCount, entry.nameBytes, false})) return false;
+  if (!fits({2 + 2 * entry.sealedCount, entry.nameBytes, false})) return false;
   if (!entry.external || entry.sealedCount == 0) return true;
   return entry.sealedCount == 1 && objects[entry.object].complete;
 }
@@ -332,7 +333,7 @@ PacketGenerator::Cost PacketGenerator::inlineTraits3(unsigned depth) {
   if (anonymous) u29(1, kLength1);
   Cost names = anonymous ? Cost{1, 0, false} : name3(kStringReferenceClass, true);
   note(names.bytes == 0 ? kTraitsAnonymous : kTraitsTyped);
-  for (std::uint32_t left = sealed; left > 0; --left) {
+  for (std::uint32_t remaining = sealed; remaining > 0; --remaining) {
     names.add({1, 0, false});  // the pair
     names.add(name3(kStringReferenceSealed, true));
   }
@@ -369,14 +370,14 @@ PacketGenerator::Cost PacketGenerator::external3(unsigned depth) {
 }
 
 PacketGenerator::Cost PacketGenerator::externalName3(int which) {
-  const std::string wanted = externalClass(which);
+  const std::string name = externalClass(which);
   for (std::size_t index = 0; index < strings.size() && index < 64; ++index) {
     if (strings[index].external != which) continue;
     note(kStringReferenceClass);
     u29(static_cast<std::uint32_t>(index << 1), kIndex1);
-    return {1, wanted.size(), true};
+    return {1, name.size(), true};
   }
-  return inlineString3(wanted);
+  return inlineString3(name);
 }
 
 }  // namespace packets

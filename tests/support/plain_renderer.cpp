@@ -309,8 +309,8 @@ void PlainRenderer::writeTemporary(const std::string& value, bool quote) {
   scriptText += name;
   const std::string text = quote ? escapedScript(value) : value;
   if (name.empty()) name = "qxTemporary";
-  const int room = 994 - static_cast<int>(name.size());
-  const int pieceSize = room < 400 ? room : 400;
+  const int available = 994 - static_cast<int>(name.size());
+  const int pieceSize = available < 400 ? available : 400;
   const std::size_t piece = static_cast<std::size_t>(pieceSize);
   scriptPreamble += "\n";
   if (text.size() <= piece) {

@@ -29,9 +29,11 @@ class WildTrees {
     static const unsigned kWildness[] = {0, 4, 15, 60, 200};
     wildness = kWildness[random.below(5)];
     auto tree = std::make_unique<AMFPackage>(wild() ? anyVersion() : versionOf(random.below(4)));
-    for (unsigned left = random.below(3); left > 0; --left) tree->appendHeader(anyHeader(), false);
+    for (unsigned remaining = random.below(3); remaining > 0; --remaining)
+      tree->appendHeader(anyHeader(), false);
     const unsigned messages = random.below(3);
-    for (unsigned left = messages; left > 0; --left) tree->appendMessage(anyMessage(), false);
+    for (unsigned remaining = messages; remaining > 0; --remaining)
+      tree->appendMessage(anyMessage(), false);
     if (wild()) tree->children.push_back(nullptr);
     if (messages == 0 && wild()) tree->headerCount += 1 + random.below(3);
     return tree;
@@ -177,7 +179,7 @@ class WildTrees {
     if (version != k0 && !wild()) node->strict = 0;
     const bool pairs = version != k0 || node->strict == 0;
     const bool values = version != k0 || node->strict != 0;
-    for (unsigned left = random.below(4); left > 0; --left) {
+    for (unsigned remaining = random.below(4); remaining > 0; --remaining) {
       if (wild() && random.chance(200)) {
         node->children.push_back(nullptr);
       } else if (wild() || (pairs && (!values || random.chance(300)))) {

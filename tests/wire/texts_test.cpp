@@ -68,9 +68,9 @@ void checkNumber(double value) {
     std::snprintf(shortest, sizeof shortest, "%.*e", digits - 1, value);
     if (std::strtod(shortest, nullptr) == value) break;
   }
-  std::string wanted;
+  std::string expected;
   for (const char* at = shortest; *at != 'e'; ++at) {
-    if (*at >= '0' && *at <= '9') wanted += *at;
+    if (*at >= '0' && *at <= '9') expected += *at;
   }
   std::string found;
   for (const char c : text) {
@@ -81,7 +81,7 @@ void checkNumber(double value) {
     const std::size_t first = digits.find_first_not_of('0');
     return digits.substr(first, digits.find_last_not_of('0') + 1 - first);
   };
-  ASSERT_EQ(bare(found), bare(wanted)) << text;
+  ASSERT_EQ(bare(found), bare(expected)) << text;
 }
 
 TEST(WireTexts, NumbersComeBack) {

@@ -13,6 +13,8 @@ using amf2json::wire::Misplaced;
 using amf2json::wire::TooManyBytes;
 using amf2json::wire::Unwritable;
 
+using Format = EventOrder::Format;
+
 struct AMFWireWriter::State {
   explicit State(const AMFWireImportOptions& with)
       : options(with), classes(options.externalClasses) {
@@ -55,6 +57,29 @@ struct AMFWireWriter::State {
     });
   }
 
+  // An event that is checked and written with the same arguments.
+  template <auto check, auto write, class... Arguments>
+  void pass(const Arguments&... arguments) {
+    take([&] {
+      (order.get()->*check)(arguments...);
+      (writer.get()->*write)(arguments...);
+    });
+  }
+  template <auto check, auto write, class... Arguments>
+  void passIndexed(const Arguments&... arguments) {
+    takeIndexed([&] {
+      (order.get()->*check)(arguments...);
+      (writer.get()->*write)(arguments...);
+    });
+  }
+  template <auto write, class... Arguments>
+  void passValue(Format format, const Arguments&... arguments) {
+    take([&] {
+      order->value(format);
+      (writer.get()->*write)(arguments...);
+    });
+  }
+
   AMFWireImportOptions options;
   ExternalClasses classes;
   std::unique_ptr<AmfWriter> writer;
@@ -62,8 +87,6 @@ struct AMFWireWriter::State {
   AMFWireResult result;
   std::uint32_t lastIndex = 0;
 };
-
-using Format = EventOrder::Format;
 
 AMFWireWriter::AMFWireWriter(const AMFWireImportOptions& options)
     : state(std::make_unique<State>(options)) {}
@@ -94,10 +117,7 @@ std::uint32_t AMFWireWriter::lastIndex() const noexcept {
 }
 
 void AMFWireWriter::beginDocument(const AMFWireDocument& document) {
-  state->take([&] {
-    state->order->beginDocument(document);
-    state->writer->beginDocument(document);
-  });
+  state->pass<&EventOrder::beginDocument, &AmfWriter::beginDocument>(document);
 }
 
 void AMFWireWriter::beginMessages(std::uint32_t declaredCount) {
@@ -116,10 +136,7 @@ void AMFWireWriter::endDocument(const AMFWireString& trailing, const AMFWireStri
 }
 
 void AMFWireWriter::beginSection(const AMFWireSection& section) {
-  state->take([&] {
-    state->order->beginSection(section);
-    state->writer->beginSection(section);
-  });
+  state->pass<&EventOrder::beginSection, &AmfWriter::beginSection>(section);
 }
 
 void AMFWireWriter::rawSection(const AMFWireString& bytes, const AMFWireString& error) {
@@ -130,38 +147,23 @@ void AMFWireWriter::rawSection(const AMFWireString& bytes, const AMFWireString& 
 }
 
 void AMFWireWriter::endSection() {
-  state->take([&] {
-    state->order->endSection();
-    state->writer->endSection();
-  });
+  state->pass<&EventOrder::endSection, &AmfWriter::endSection>();
 }
 
 void AMFWireWriter::undefined() {
-  state->take([&] {
-    state->order->value();
-    state->writer->undefined();
-  });
+  state->passValue<&AmfWriter::undefined>(Format::both);
 }
 
 void AMFWireWriter::null() {
-  state->take([&] {
-    state->order->value();
-    state->writer->null();
-  });
+  state->passValue<&AmfWriter::null>(Format::both);
 }
 
 void AMFWireWriter::unsupported() {
-  state->take([&] {
-    state->order->value(Format::only0);
-    state->writer->unsupported();
-  });
+  state->passValue<&AmfWriter::unsupported>(Format::only0);
 }
 
 void AMFWireWriter::boolean(bool value) {
-  state->take([&] {
-    state->order->value();
-    state->writer->boolean(value);
-  });
+  state->passValue<&AmfWriter::boolean>(Format::both, value);
 }
 
 void AMFWireWriter::integer(std::int32_t value) {
@@ -175,30 +177,20 @@ void AMFWireWriter::integer(std::int32_t value) {
 }
 
 void AMFWireWriter::number(double value) {
-  state->take([&] {
-    state->order->value();
-    state->writer->number(value);
-  });
+  state->passValue<&AmfWriter::number>(Format::both, value);
 }
 
 void AMFWireWriter::string(const AMFWireString& value) {
-  state->take([&] {
-    state->order->value();
-    state->writer->string(value);
-  });
+  state->passValue<&AmfWriter::string>(Format::both, value);
 }
 
 void AMFWireWriter::xmlDocument(const AMFWireString& value) {
-  if (state->order->isInAmf3()) {
-    return state->takeIndexed([&] {
-      state->order->value();
-      state->writer->xmlDocument(value);
-    });
-  }
-  state->take([&] {
+  const auto write = [&] {
     state->order->value();
     state->writer->xmlDocument(value);
-  });
+  };
+  if (state->order->isInAmf3()) return state->takeIndexed(write);
+  state->take(write);
 }
 
 void AMFWireWriter::xml(const AMFWireString& value) {
@@ -239,24 +231,15 @@ void AMFWireWriter::reference(std::uint32_t index) {
 }
 
 void AMFWireWriter::beginAmf3() {
-  state->take([&] {
-    state->order->beginAmf3();
-    state->writer->beginAmf3();
-  });
+  state->pass<&EventOrder::beginAmf3, &AmfWriter::beginAmf3>();
 }
 
 void AMFWireWriter::endAmf3() {
-  state->take([&] {
-    state->order->endAmf3();
-    state->writer->endAmf3();
-  });
+  state->pass<&EventOrder::endAmf3, &AmfWriter::endAmf3>();
 }
 
 void AMFWireWriter::beginArray(const AMFWireArray& array) {
-  state->takeIndexed([&] {
-    state->order->beginArray(array);
-    state->writer->beginArray(array);
-  });
+  state->passIndexed<&EventOrder::beginArray, &AmfWriter::beginArray>(array);
 }
 
 void AMFWireWriter::beginEcmaArray(std::uint32_t declaredCount) {
@@ -267,24 +250,15 @@ void AMFWireWriter::beginEcmaArray(std::uint32_t declaredCount) {
 }
 
 void AMFWireWriter::beginObject(const AMFWireObject& object) {
-  state->takeIndexed([&] {
-    state->order->beginObject(object);
-    state->writer->beginObject(object);
-  });
+  state->passIndexed<&EventOrder::beginObject, &AmfWriter::beginObject>(object);
 }
 
 void AMFWireWriter::beginExternal(const AMFWireExternal& external) {
-  state->takeIndexed([&] {
-    state->order->beginExternal(external);
-    state->writer->beginExternal(external);
-  });
+  state->passIndexed<&EventOrder::beginExternal, &AmfWriter::beginExternal>(external);
 }
 
 void AMFWireWriter::beginVector(const AMFWireVector& vector) {
-  state->takeIndexed([&] {
-    state->order->beginVector(vector);
-    state->writer->beginVector(vector);
-  });
+  state->passIndexed<&EventOrder::beginVector, &AmfWriter::beginVector>(vector);
 }
 
 void AMFWireWriter::vectorItems(const char* items, std::uint32_t count) {
@@ -302,36 +276,21 @@ void AMFWireWriter::beginDictionary(std::uint32_t count, bool weak) {
 }
 
 void AMFWireWriter::member(const AMFWireString& name) {
-  state->take([&] {
-    state->order->member(name);
-    state->writer->member(name);
-  });
+  state->pass<&EventOrder::member, &AmfWriter::member>(name);
 }
 
 void AMFWireWriter::denseItems() {
-  state->take([&] {
-    state->order->denseItems();
-    state->writer->denseItems();
-  });
+  state->pass<&EventOrder::denseItems, &AmfWriter::denseItems>();
 }
 
 void AMFWireWriter::fieldGroup(const AMFWireFlags& flags) {
-  state->take([&] {
-    state->order->fieldGroup(flags);
-    state->writer->fieldGroup(flags);
-  });
+  state->pass<&EventOrder::fieldGroup, &AmfWriter::fieldGroup>(flags);
 }
 
 void AMFWireWriter::field(const AMFWireField& field) {
-  state->take([&] {
-    state->order->field(field);
-    state->writer->field(field);
-  });
+  state->pass<&EventOrder::field, &AmfWriter::field>(field);
 }
 
 void AMFWireWriter::end() {
-  state->take([&] {
-    state->order->end();
-    state->writer->end();
-  });
+  state->pass<&EventOrder::end, &AmfWriter::end>();
 }

@@ -313,70 +313,41 @@ struct SetterRow {
   void (*set)(AMFNode& target, AMFNode* node, bool copy);
 };
 
-template <class Node>
-Node& as(AMFNode& node) {
-  return static_cast<Node&>(node);
-}
-template <class Node>
-Node* as(AMFNode* node) {
-  return static_cast<Node*>(node);
-}
+using support::as;
 
 const SetterRow kSetters[] = {
     {"AMFNode::appendChild", AMFNode::AMF_PACKAGE, AMFNode::AMF_OBJECT,
-     [](AMFNode& target, AMFNode* node, bool copy) { target.appendChild(node, copy); }},
+     ATTACH(AMFNode, appendChild(node, copy))},
     {"AMFNode::appendChild, first child", AMFNode::AMF_NULL, AMFNode::AMF_STRING,
-     [](AMFNode& target, AMFNode* node, bool copy) { target.appendChild(node, copy); }},
+     ATTACH(AMFNode, appendChild(node, copy))},
     {"AMFNode::setChild", AMFNode::AMF_PACKAGE, AMFNode::AMF_STRING,
-     [](AMFNode& target, AMFNode* node, bool copy) { target.setChild(1, node, copy); }},
+     ATTACH(AMFNode, setChild(1, node, copy))},
     {"AMFArray::appendChild, value", AMFNode::AMF_ARRAY, AMFNode::AMF_OBJECT,
-     [](AMFNode& target, AMFNode* node, bool copy) {
-       as<AMFArray>(target).appendChild(node, copy);
-     }},
+     ATTACH(AMFArray, appendChild(node, copy))},
     {"AMFArray::appendChild, pair", AMFNode::AMF_ARRAY, AMFNode::AMF_PAIR,
-     [](AMFNode& target, AMFNode* node, bool copy) {
-       as<AMFArray>(target).appendChild(node, copy);
-     }},
+     ATTACH(AMFArray, appendChild(node, copy))},
     {"AMFObject::appendChild", AMFNode::AMF_OBJECT, AMFNode::AMF_PAIR,
-     [](AMFNode& target, AMFNode* node, bool copy) {
-       as<AMFObject>(target).appendChild(as<AMFPair>(node), copy);
-     }},
+     ATTACH(AMFObject, appendChild(as<AMFPair>(node), copy))},
     {"AMFObject::setChild", AMFNode::AMF_OBJECT, AMFNode::AMF_PAIR,
-     [](AMFNode& target, AMFNode* node, bool copy) {
-       as<AMFObject>(target).setChild(0, as<AMFPair>(node), copy);
-     }},
+     ATTACH(AMFObject, setChild(0, as<AMFPair>(node), copy))},
     {"AMFObject::setClassName", AMFNode::AMF_OBJECT, AMFNode::AMF_STRING,
-     [](AMFNode& target, AMFNode* node, bool copy) {
-       as<AMFObject>(target).setClassName(as<AMFString>(node), copy);
-     }},
+     ATTACH(AMFObject, setClassName(as<AMFString>(node), copy))},
     {"AMFPair::setName", AMFNode::AMF_PAIR, AMFNode::AMF_STRING,
-     [](AMFNode& target, AMFNode* node, bool copy) {
-       as<AMFPair>(target).setName(as<AMFString>(node), copy);
-     }},
+     ATTACH(AMFPair, setName(as<AMFString>(node), copy))},
     {"AMFPair::setValue", AMFNode::AMF_PAIR, AMFNode::AMF_ARRAY,
-     [](AMFNode& target, AMFNode* node, bool copy) { as<AMFPair>(target).setValue(node, copy); }},
+     ATTACH(AMFPair, setValue(node, copy))},
     {"AMFHeader: AMFPair::setValue", AMFNode::AMF_HEADER, AMFNode::AMF_RAW,
-     [](AMFNode& target, AMFNode* node, bool copy) { as<AMFHeader>(target).setValue(node, copy); }},
+     ATTACH(AMFHeader, setValue(node, copy))},
     {"AMFMessage::setTargetUri", AMFNode::AMF_MESSAGE, AMFNode::AMF_STRING,
-     [](AMFNode& target, AMFNode* node, bool copy) {
-       as<AMFMessage>(target).setTargetUri(as<AMFString>(node), copy);
-     }},
+     ATTACH(AMFMessage, setTargetUri(as<AMFString>(node), copy))},
     {"AMFMessage::setResponseUri", AMFNode::AMF_MESSAGE, AMFNode::AMF_STRING,
-     [](AMFNode& target, AMFNode* node, bool copy) {
-       as<AMFMessage>(target).setResponseUri(as<AMFString>(node), copy);
-     }},
+     ATTACH(AMFMessage, setResponseUri(as<AMFString>(node), copy))},
     {"AMFMessage::setValue", AMFNode::AMF_MESSAGE, AMFNode::AMF_OBJECT,
-     [](AMFNode& target, AMFNode* node, bool copy) {
-       as<AMFMessage>(target).setValue(node, copy);
-     }},
+     ATTACH(AMFMessage, setValue(node, copy))},
     {"AMFPackage::appendHeader", AMFNode::AMF_PACKAGE, AMFNode::AMF_HEADER,
-     [](AMFNode& target, AMFNode* node, bool copy) {
-       as<AMFPackage>(target).appendHeader(as<AMFHeader>(node), copy);
-     }},
+     ATTACH(AMFPackage, appendHeader(as<AMFHeader>(node), copy))},
     {"AMFPackage::appendMessage", AMFNode::AMF_PACKAGE, AMFNode::AMF_MESSAGE,
-     [](AMFNode& target, AMFNode* node, bool copy) {
-       as<AMFPackage>(target).appendMessage(as<AMFMessage>(node), copy);
-     }},
+     ATTACH(AMFPackage, appendMessage(as<AMFMessage>(node), copy))},
 };
 
 void failEachOfSetter(const SetterRow& row, bool copy) {

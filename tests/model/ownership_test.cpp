@@ -20,6 +20,7 @@
 
 namespace {
 
+using support::as;
 using support::Diary;
 using support::dump;
 using support::makeKind;
@@ -37,11 +38,6 @@ struct Attaching {
   bool setsParent;
 };
 
-template <class Node>
-Node& as(AMFNode& node) {
-  return static_cast<Node&>(node);
-}
-
 std::unique_ptr<AMFNode> arrayOfOne() {
   auto array = std::make_unique<AMFArray>(AMF_VERSION_3);
   array->appendChild(trees::integer(trees::k3, 1), false);
@@ -50,22 +46,20 @@ std::unique_ptr<AMFNode> arrayOfOne() {
 
 const Attaching kAttaching[] = {
     {"AMFNode::appendChild", [] { return makeKind(AMFNode::AMF_NULL); },
-     [](AMFNode& owner, AMFNode* node, bool copy) { owner.appendChild(node, copy); },
-     [](AMFNode& owner) { return owner.children.back(); }, true},
-    {"AMFNode::setChild", arrayOfOne,
-     [](AMFNode& owner, AMFNode* node, bool copy) { owner.setChild(0, node, copy); },
+     ATTACH(AMFNode, appendChild(node, copy)), [](AMFNode& owner) { return owner.children.back(); },
+     true},
+    {"AMFNode::setChild", arrayOfOne, ATTACH(AMFNode, setChild(0, node, copy)),
      [](AMFNode& owner) { return owner.children[0]; }, true},
-    {"AMFArray::appendChild", arrayOfOne,
-     [](AMFNode& owner, AMFNode* node, bool copy) { as<AMFArray>(owner).appendChild(node, copy); },
+    {"AMFArray::appendChild", arrayOfOne, ATTACH(AMFArray, appendChild(node, copy)),
      [](AMFNode& owner) { return owner.children.back(); }, true},
     {"AMFPair::setValue", [] { return makeKind(AMFNode::AMF_PAIR); },
-     [](AMFNode& owner, AMFNode* node, bool copy) { as<AMFPair>(owner).setValue(node, copy); },
-     [](AMFNode& owner) { return as<AMFPair>(owner).value; }, false},
+     ATTACH(AMFPair, setValue(node, copy)), [](AMFNode& owner) { return as<AMFPair>(owner).value; },
+     false},
     {"AMFHeader::setValue", [] { return makeKind(AMFNode::AMF_HEADER); },
-     [](AMFNode& owner, AMFNode* node, bool copy) { as<AMFHeader>(owner).setValue(node, copy); },
+     ATTACH(AMFHeader, setValue(node, copy)),
      [](AMFNode& owner) { return as<AMFHeader>(owner).value; }, false},
     {"AMFMessage::setValue", [] { return makeKind(AMFNode::AMF_MESSAGE); },
-     [](AMFNode& owner, AMFNode* node, bool copy) { as<AMFMessage>(owner).setValue(node, copy); },
+     ATTACH(AMFMessage, setValue(node, copy)),
      [](AMFNode& owner) { return as<AMFMessage>(owner).value; }, false},
 };
 
@@ -167,25 +161,18 @@ struct StringSetter {
 
 const StringSetter kStringSetters[] = {
     {"AMFPair::setName", [] { return makeKind(AMFNode::AMF_PAIR); },
-     [](AMFNode& owner, AMFString* text, bool copy) { as<AMFPair>(owner).setName(text, copy); },
-     [](AMFNode& owner) { return as<AMFPair>(owner).name; }},
+     ATTACH(AMFPair, setName(node, copy)), [](AMFNode& owner) { return as<AMFPair>(owner).name; }},
     {"AMFHeader::setName", [] { return makeKind(AMFNode::AMF_HEADER); },
-     [](AMFNode& owner, AMFString* text, bool copy) { as<AMFHeader>(owner).setName(text, copy); },
+     ATTACH(AMFHeader, setName(node, copy)),
      [](AMFNode& owner) { return as<AMFHeader>(owner).name; }},
     {"AMFObject::setClassName", [] { return makeKind(AMFNode::AMF_OBJECT); },
-     [](AMFNode& owner, AMFString* text, bool copy) {
-       as<AMFObject>(owner).setClassName(text, copy);
-     },
+     ATTACH(AMFObject, setClassName(node, copy)),
      [](AMFNode& owner) { return as<AMFObject>(owner).className; }},
     {"AMFMessage::setTargetUri", [] { return makeKind(AMFNode::AMF_MESSAGE); },
-     [](AMFNode& owner, AMFString* text, bool copy) {
-       as<AMFMessage>(owner).setTargetUri(text, copy);
-     },
+     ATTACH(AMFMessage, setTargetUri(node, copy)),
      [](AMFNode& owner) { return as<AMFMessage>(owner).targetUri; }},
     {"AMFMessage::setResponseUri", [] { return makeKind(AMFNode::AMF_MESSAGE); },
-     [](AMFNode& owner, AMFString* text, bool copy) {
-       as<AMFMessage>(owner).setResponseUri(text, copy);
-     },
+     ATTACH(AMFMessage, setResponseUri(node, copy)),
      [](AMFNode& owner) { return as<AMFMessage>(owner).responseUri; }},
 };
 

@@ -11,7 +11,20 @@
 
 #include "support/trees.h"
 
+/// A table's call that attaches a node: ATTACH(AMFPair, setValue(node, copy)).
+#define ATTACH(Owner, ...) \
+  ([](AMFNode& owner, auto* node, bool copy) { support::as<Owner>(owner).__VA_ARGS__; })
+
 namespace support {
+
+template <class Node>
+Node& as(AMFNode& node) {
+  return static_cast<Node&>(node);
+}
+template <class Node>
+Node* as(AMFNode* node) {
+  return static_cast<Node*>(node);
+}
 
 inline constexpr std::uint32_t kLastKind = AMFNode::AMF_PACKAGE;
 

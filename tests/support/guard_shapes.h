@@ -14,56 +14,41 @@ namespace support {
 
 struct Shape {
   const char* name;
-  std::string (*packet)(std::uint32_t depth);
+  const char* begin;
+  const char* level;                                    // once for each level
+  const char* value;                                    // at the deepest level
+  const char* end;                                      // once for each level
+  std::uint32_t otherLevels = 0;                        // those in `begin` and `value`
+  std::string (*chain)(std::uint32_t depth) = nullptr;  // in place of all these
+
+  std::string packet(std::uint32_t depth) const {
+    if (chain != nullptr) return chain(depth);
+    const std::uint32_t count = depth - otherLevels;
+    return packetWith(hex(begin) + repeat(hex(level), count) + hex(value) +
+                      repeat(hex(end), count));
+  }
 };
 
+inline std::string referenceChain0(std::uint32_t depth) {
+  std::string value = hex("0A") + u32(depth - 1) + hex("0A 00000000");
+  for (std::uint32_t i = 0; i + 2 < depth; ++i) value += hex("0A 00000001 07") + u16(i);
+  return packetWith(value);
+}
+
 const Shape kShapes[] = {
-    {"AMF0 objects",
-     [](std::uint32_t depth) {
-       return packetWith(repeat(hex("03 0001 'a'"), depth) + hex("05") +
-                         repeat(hex("000009"), depth));
-     }},
-    {"AMF0 strict arrays",
-     [](std::uint32_t depth) { return packetWith(repeat(hex("0A 00000001"), depth) + hex("05")); }},
-    {"AMF0 associative arrays",
-     [](std::uint32_t depth) {
-       return packetWith(repeat(hex("08 00000001 0001 'a'"), depth) + hex("05"));
-     }},
-    {"AMF3 arrays, dense",
-     [](std::uint32_t depth) {
-       return packetWith(hex("11") + repeat(hex("09 03 01"), depth) + hex("01"));
-     }},
-    {"AMF3 arrays, associative",
-     [](std::uint32_t depth) {
-       return packetWith(hex("11") + repeat(hex("09 01 03 'a'"), depth) + hex("01") +
-                         repeat(hex("01"), depth));
-     }},
-    {"AMF3 objects, sealed",
-     [](std::uint32_t depth) {
-       return packetWith(hex("11") + repeat(hex("0A 13 01 03 'a'"), depth) + hex("01"));
-     }},
-    {"AMF3 objects, dynamic",
-     [](std::uint32_t depth) {
-       return packetWith(hex("11") + repeat(hex("0A 0B 01 03 'a'"), depth) + hex("01") +
-                         repeat(hex("01"), depth));
-     }},
-    {"AMF3 externalizable objects",
-     [](std::uint32_t depth) {
-       return packetWith(hex("11 0A 07 43 'flex.messaging.io.ArrayCollection'") +
-                         repeat(hex("0A 07 00"), depth - 1) + hex("01"));
-     }},
-    {"AMF3 in AMF0",
-     [](std::uint32_t depth) {
-       return packetWith(repeat(hex("0A 00000001"), depth - 3) + hex("11") +
-                         repeat(hex("09 03 01"), 3) + hex("01"));
-     }},
-    {"chain of references", [](std::uint32_t depth) { return referenceChain(depth - 2); }},
-    {"AMF0 chain of references",
-     [](std::uint32_t depth) {
-       std::string value = hex("0A") + u32(depth - 1) + hex("0A 00000000");
-       for (std::uint32_t i = 0; i + 2 < depth; ++i) value += hex("0A 00000001 07") + u16(i);
-       return packetWith(value);
-     }},
+    {"AMF0 objects", "", "03 0001 'a'", "05", "000009"},
+    {"AMF0 strict arrays", "", "0A 00000001", "05", ""},
+    {"AMF0 associative arrays", "", "08 00000001 0001 'a'", "05", ""},
+    {"AMF3 arrays, dense", "11", "09 03 01", "01", ""},
+    {"AMF3 arrays, associative", "11", "09 01 03 'a'", "01", "01"},
+    {"AMF3 objects, sealed", "11", "0A 13 01 03 'a'", "01", ""},
+    {"AMF3 objects, dynamic", "11", "0A 0B 01 03 'a'", "01", "01"},
+    {"AMF3 externalizable objects", "11 0A 07 43 'flex.messaging.io.ArrayCollection'", "0A 07 00",
+     "01", "", 1},
+    {"AMF3 in AMF0", "", "0A 00000001", "11 (09 03 01)*3 01", "", 3},
+    {"chain of references", "", "", "", "", 0,
+     [](std::uint32_t depth) { return referenceChain(depth - 2); }},
+    {"AMF0 chain of references", "", "", "", "", 0, referenceChain0},
 };
 
 }  // namespace support

@@ -7,6 +7,7 @@
 
 #include <string>
 
+#include "support/hex.h"
 #include "support/plain_renderer.h"
 #include "support/render_suite.h"
 
@@ -234,13 +235,12 @@ TEST(FormatString, Rows) {
 }
 
 TEST(FormatString, AllBytes) {
-  static const char kDigits[] = "0123456789ABCDEF";
   for (int i = 0; i < 256; ++i) {
     SCOPED_TRACE(i);
     std::string text(1, static_cast<char>(i));
     std::string kept = text;
     if (i == '\\' || i == '"') kept = "\\" + text;
-    if (i < 0x20) kept = std::string("\\x") + kDigits[i / 16] + kDigits[i % 16];
+    if (i < 0x20) kept = "\\x" + support::toHex(text);
     EXPECT_EQ(formatString(text, false), kept);
     EXPECT_EQ(formatString(text, true), i < 0x20 || i >= 0x80 ? std::string() : kept);
   }

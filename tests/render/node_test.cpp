@@ -17,6 +17,7 @@
 #include <random>
 #include <string>
 
+#include "support/hex.h"
 #include "support/render_suite.h"
 #include "support/trees.h"
 
@@ -54,9 +55,9 @@ struct NodeCase {
   const char* name;
   AMFNode* (*make)();
   AMFVersion place;  // version of the node around it
-  std::string json;  // of the script rendering too, unless `literal` says otherwise
-  std::string script;
-  std::string literal;
+  std::string json;  // of the value; in the script rendering too, unless `literal` says otherwise
+  std::string script = "";
+  std::string literal = "";
 };
 
 template <class Renderer>
@@ -64,12 +65,12 @@ void check(const NodeCase& row) {
   SCOPED_TRACE(row.name);
   Renderer json;
   renderMember(json, row.make(), true, false, row.place);
-  EXPECT_EQ(json.jsonText, row.json);
+  EXPECT_EQ(json.jsonText, "{\"v\" : " + row.json + "}");
   EXPECT_EQ(json.scriptText, "");
   EXPECT_EQ(json.closerStack, "");
   Renderer script;
   renderMember(script, row.make(), false, false, row.place);
-  EXPECT_EQ(script.jsonText, row.literal.empty() ? row.json : row.literal);
+  EXPECT_EQ(script.jsonText, "{\"v\" : " + (row.literal.empty() ? row.json : row.literal) + "}");
   EXPECT_EQ(script.scriptText, row.script);
   EXPECT_EQ(script.closerStack, "");
   EXPECT_FALSE(script.valueInline);
@@ -80,29 +81,28 @@ void check(const NodeCase& row) {
 }
 
 const NodeCase kScalars[] = {
-    {"null", TREE(null(k0)), k0, "{\"v\" : null}", "amf.v = null;\n", ""},
-    {"true", TREE(boolean(k0, true)), k0, "{\"v\" : true}", "amf.v = true;\n", ""},
-    {"false", TREE(boolean(k0, false)), k0, "{\"v\" : false}", "amf.v = false;\n", ""},
-    {"integer in AMF3", TREE(integer(k3, 5)), k3, "{\"v\" : 5}", "amf.v = 5;\n", ""},
-    {"integer with all bits", TREE(integer(k3, 0xFFFFFFFFu)), k3, "{\"v\" : 4294967295}",
-     "amf.v = 4294967295;\n", ""},
-    {"integer with the top bit", TREE(integer(k3, 0x80000000u)), k3, "{\"v\" : 2147483648}",
-     "amf.v = 2147483648;\n", ""},
-    {"integer 0", TREE(integer(k3, 0)), k3, "{\"v\" : 0}", "amf.v = 0;\n", ""},
-    {"double", TREE(number(k0, 3.5)), k0, "{\"v\" : 3.500000}", "amf.v = 3.500000;\n", ""},
-    {"string", TREE(string(k0, "hi")), k0, "{\"v\" : \"hi\"}", "amf.v = \"hi\";\n", ""},
-    {"empty string", TREE(string(k0, "")), k0, "{\"v\" : \"\"}", "amf.v = \"\";\n", ""},
-    {"string with NUL, tab, quote, slash", TREE(string(k0, "a\0\t\"/\\"s)), k0,
-     "{\"v\" : \"a\0\\\"/\\\"}"s, "amf.v = \"a\0\\\"/\\\";\n"s, ""},
-    {"undefined is a quoted text", TREE(undefined(k0)), k0, "{\"v\" : \"undefined\"}",
-     "amf.v = \"undefined\";\n", ""},
-    {"kind code 15", TREE(unknown(k0, 15)), k0, "{\"v\" : \"undefined\"}",
-     "amf.v = \"undefined\";\n", ""},
-    {"kind code 4294967295", TREE(unknown(k0, 0xFFFFFFFFu)), k0, "{\"v\" : \"undefined\"}",
-     "amf.v = \"undefined\";\n", ""},
-    {"AMF0 in AMF3", TREE(string(k0, "hi")), k3, "{\"v\" : \"hi\"}", "amf.v = \"hi\";\n", ""},
-    {"AMF3 in AMF3", TREE(string(k3, "hi")), k3, "{\"v\" : \"hi\"}", "amf.v = \"hi\";\n", ""},
-    {"null pointer", TREE(nullptr), k0, "{\"v\" : null}", "", ""},
+    {"null", TREE(null(k0)), k0, "null", "amf.v = null;\n"},
+    {"true", TREE(boolean(k0, true)), k0, "true", "amf.v = true;\n"},
+    {"false", TREE(boolean(k0, false)), k0, "false", "amf.v = false;\n"},
+    {"integer in AMF3", TREE(integer(k3, 5)), k3, "5", "amf.v = 5;\n"},
+    {"integer with all bits", TREE(integer(k3, 0xFFFFFFFFu)), k3, "4294967295",
+     "amf.v = 4294967295;\n"},
+    {"integer with the top bit", TREE(integer(k3, 0x80000000u)), k3, "2147483648",
+     "amf.v = 2147483648;\n"},
+    {"integer 0", TREE(integer(k3, 0)), k3, "0", "amf.v = 0;\n"},
+    {"double", TREE(number(k0, 3.5)), k0, "3.500000", "amf.v = 3.500000;\n"},
+    {"string", TREE(string(k0, "hi")), k0, "\"hi\"", "amf.v = \"hi\";\n"},
+    {"empty string", TREE(string(k0, "")), k0, "\"\"", "amf.v = \"\";\n"},
+    {"string with NUL, tab, quote, slash", TREE(string(k0, "a\0\t\"/\\"s)), k0, "\"a\0\\\"/\\\""s,
+     "amf.v = \"a\0\\\"/\\\";\n"s},
+    {"undefined is a quoted text", TREE(undefined(k0)), k0, "\"undefined\"",
+     "amf.v = \"undefined\";\n"},
+    {"kind code 15", TREE(unknown(k0, 15)), k0, "\"undefined\"", "amf.v = \"undefined\";\n"},
+    {"kind code 4294967295", TREE(unknown(k0, 0xFFFFFFFFu)), k0, "\"undefined\"",
+     "amf.v = \"undefined\";\n"},
+    {"AMF0 in AMF3", TREE(string(k0, "hi")), k3, "\"hi\"", "amf.v = \"hi\";\n"},
+    {"AMF3 in AMF3", TREE(string(k3, "hi")), k3, "\"hi\"", "amf.v = \"hi\";\n"},
+    {"null pointer", TREE(nullptr), k0, "null"},
 };
 
 TYPED_TEST(RenderNode, Scalars) {
@@ -111,45 +111,39 @@ TYPED_TEST(RenderNode, Scalars) {
 
 // Wrapped: the statement that the member has begun stands in front of the one that the value makes.
 const NodeCase kWrapped[] = {
-    {"switched null", TREE(null(k3)), k0,
-     R"({"v" : {"version" : "AMF3","type" : "null","value" : null}})",
-     "amf.v = amf.v.value = null;\n", ""},
+    {"switched null", TREE(null(k3)), k0, R"({"version" : "AMF3","type" : "null","value" : null})",
+     "amf.v = amf.v.value = null;\n"},
     {"switched boolean", TREE(boolean(k3, true)), k0,
-     R"({"v" : {"version" : "AMF3","type" : "boolen","value" : true}})",
-     "amf.v = amf.v.value = true;\n", ""},
+     R"({"version" : "AMF3","type" : "boolen","value" : true})", "amf.v = amf.v.value = true;\n"},
     {"switched integer", TREE(integer(k3, 7)), k0,
-     R"({"v" : {"version" : "AMF3","type" : "integer","value" : 7}})", "amf.v = amf.v.value = 7;\n",
-     ""},
+     R"({"version" : "AMF3","type" : "integer","value" : 7})", "amf.v = amf.v.value = 7;\n"},
     {"switched double", TREE(number(k3, -0.25)), k0,
-     R"({"v" : {"version" : "AMF3","type" : "double","value" : -0.250000}})",
-     "amf.v = amf.v.value = -0.250000;\n", ""},
+     R"({"version" : "AMF3","type" : "double","value" : -0.250000})",
+     "amf.v = amf.v.value = -0.250000;\n"},
     {"switched string", TREE(string(k3, "hi")), k0,
-     R"({"v" : {"version" : "AMF3","type" : "string","value" : "hi"}})",
-     "amf.v = amf.v.value = \"hi\";\n", ""},
+     R"({"version" : "AMF3","type" : "string","value" : "hi"})", "amf.v = amf.v.value = \"hi\";\n"},
     {"switched undefined has no type", TREE(undefined(k3)), k0,
-     R"({"v" : {"version" : "AMF3","value" : "undefined"}})",
-     "amf.v = amf.v.value = \"undefined\";\n", ""},
+     R"({"version" : "AMF3","value" : "undefined"})", "amf.v = amf.v.value = \"undefined\";\n"},
     {"switched kind code 99", TREE(unknown(k3, 99)), k0,
-     R"({"v" : {"version" : "AMF3","value" : "undefined"}})",
-     "amf.v = amf.v.value = \"undefined\";\n", ""},
+     R"({"version" : "AMF3","value" : "undefined"})", "amf.v = amf.v.value = \"undefined\";\n"},
     {"referenced string", TREE(reference(string(k0, "s"), 2)), k0,
-     R"({"v" : {"type" : "string","reference" : 2,"type" : "string","value" : "s"}})",
-     "amf.v = amf.v.value = \"s\";\n", ""},
+     R"({"type" : "string","reference" : 2,"type" : "string","value" : "s"})",
+     "amf.v = amf.v.value = \"s\";\n"},
     {"referenced AMF3 string in AMF3", TREE(reference(string(k3, "s"), 0)), k3,
-     R"({"v" : {"type" : "string","reference" : 0,"type" : "string","value" : "s"}})",
-     "amf.v = amf.v.value = \"s\";\n", ""},
+     R"({"type" : "string","reference" : 0,"type" : "string","value" : "s"})",
+     "amf.v = amf.v.value = \"s\";\n"},
     {"largest reference", TREE(reference(boolean(k0, false), 0xFFFFFFFEu)), k0,
-     R"({"v" : {"type" : "boolen","reference" : 4294967294,"type" : "boolen","value" : false}})",
-     "amf.v = amf.v.value = false;\n", ""},
+     R"({"type" : "boolen","reference" : 4294967294,"type" : "boolen","value" : false})",
+     "amf.v = amf.v.value = false;\n"},
     {"referenced undefined: the value twice", TREE(reference(undefined(k0), 3)), k0,
-     R"({"v" : {"value" : "undefined","reference" : 3,"value" : "undefined"}})",
-     "amf.v = amf.v.value = \"undefined\";\namf.v.value = \"undefined\";\n", ""},
+     R"({"value" : "undefined","reference" : 3,"value" : "undefined"})",
+     "amf.v = amf.v.value = \"undefined\";\namf.v.value = \"undefined\";\n"},
     {"referenced kind code 15", TREE(reference(unknown(k0, 15), 3)), k0,
-     R"({"v" : {"value" : "undefined","reference" : 3,"value" : "undefined"}})",
-     "amf.v = amf.v.value = \"undefined\";\namf.v.value = \"undefined\";\n", ""},
+     R"({"value" : "undefined","reference" : 3,"value" : "undefined"})",
+     "amf.v = amf.v.value = \"undefined\";\namf.v.value = \"undefined\";\n"},
     {"referenced null", TREE(reference(null(k0), 1)), k0,
-     R"({"v" : {"type" : "null","reference" : 1,"type" : "null","value" : null}})",
-     "amf.v = amf.v.value = null;\n", ""},
+     R"({"type" : "null","reference" : 1,"type" : "null","value" : null})",
+     "amf.v = amf.v.value = null;\n"},
 };
 
 TYPED_TEST(RenderNode, WrappedScalars) {
@@ -157,36 +151,35 @@ TYPED_TEST(RenderNode, WrappedScalars) {
 }
 
 const NodeCase kBlobs[] = {
-    {"date", TREE(date(k0, 0)), k0,
-     R"({"v" : {"type" : "date","value" : "Thu Jan  1 00:00:00 1970"}})",
-     "amf.v = amf.v.value = \"Thu Jan  1 00:00:00 1970\";\n", ""},
+    {"date", TREE(date(k0, 0)), k0, R"({"type" : "date","value" : "Thu Jan  1 00:00:00 1970"})",
+     "amf.v = amf.v.value = \"Thu Jan  1 00:00:00 1970\";\n"},
     {"switched date", TREE(date(k3, 0)), k0,
-     R"({"v" : {"version" : "AMF3","type" : "date","value" : "Thu Jan  1 00:00:00 1970"}})",
-     "amf.v = amf.v.value = \"Thu Jan  1 00:00:00 1970\";\n", ""},
+     R"({"version" : "AMF3","type" : "date","value" : "Thu Jan  1 00:00:00 1970"})",
+     "amf.v = amf.v.value = \"Thu Jan  1 00:00:00 1970\";\n"},
     {"referenced date", TREE(reference(date(k3, 0), 4)), k3,
-     R"({"v" : {"type" : "date","reference" : 4,"type" : "date","value" : "Thu Jan  1 00:00:00 1970"}})",
-     "amf.v = amf.v.value = \"Thu Jan  1 00:00:00 1970\";\n", ""},
+     R"({"type" : "date","reference" : 4,"type" : "date","value" : "Thu Jan  1 00:00:00 1970"})",
+     "amf.v = amf.v.value = \"Thu Jan  1 00:00:00 1970\";\n"},
     {"XML document", TREE(xml(k0, "<a b=\"c\"/>", 1)), k0,
-     R"({"v" : {"type" : "xml","value" : "<a b=\"c\"/>"}})",
-     "amf.v = amf.v.value = \"<a b=\\\"c\\\"/>\";\n", ""},
+     R"({"type" : "xml","value" : "<a b=\"c\"/>"})",
+     "amf.v = amf.v.value = \"<a b=\\\"c\\\"/>\";\n"},
     {"E4X XML", TREE(xml(k3, "<a/>", 0)), k3,
-     R"({"v" : {"type" : "xml","xml_type" : "XML","value" : "<a/>"}})",
-     "amf.v = amf.v.value = \"<a/>\";\n", ""},
-    {"any other document number", TREE(xml(k3, "", 2)), k3,
-     R"({"v" : {"type" : "xml","value" : ""}})", "amf.v = amf.v.value = \"\";\n", ""},
+     R"({"type" : "xml","xml_type" : "XML","value" : "<a/>"})",
+     "amf.v = amf.v.value = \"<a/>\";\n"},
+    {"any other document number", TREE(xml(k3, "", 2)), k3, R"({"type" : "xml","value" : ""})",
+     "amf.v = amf.v.value = \"\";\n"},
     {"XML with line ends", TREE(xml(k0, "<a>\r\n\t</a>", 1)), k0,
-     R"({"v" : {"type" : "xml","value" : "<a></a>"}})", "amf.v = amf.v.value = \"<a></a>\";\n", ""},
+     R"({"type" : "xml","value" : "<a></a>"})", "amf.v = amf.v.value = \"<a></a>\";\n"},
     {"referenced E4X XML", TREE(reference(xml(k3, "", 0), 9)), k3,
-     R"({"v" : {"type" : "xml","reference" : 9,"type" : "xml","xml_type" : "XML","value" : ""}})",
-     "amf.v = amf.v.value = \"\";\n", ""},
+     R"({"type" : "xml","reference" : 9,"type" : "xml","xml_type" : "XML","value" : ""})",
+     "amf.v = amf.v.value = \"\";\n"},
     {"byte array", TREE(raw(k3, "\x00\x7F\x80\xFF"s)), k3,
-     R"({"v" : {"type" : "bytearray","value" : "007FFFFFFF80FFFFFFFF"}})",
-     "amf.v = amf.v.value = \"007FFFFFFF80FFFFFFFF\";\n", ""},
-    {"empty byte array", TREE(raw(k3, "")), k3, R"({"v" : {"type" : "bytearray","value" : ""}})",
-     "amf.v = amf.v.value = \"\";\n", ""},
+     R"({"type" : "bytearray","value" : "007FFFFFFF80FFFFFFFF"})",
+     "amf.v = amf.v.value = \"007FFFFFFF80FFFFFFFF\";\n"},
+    {"empty byte array", TREE(raw(k3, "")), k3, R"({"type" : "bytearray","value" : ""})",
+     "amf.v = amf.v.value = \"\";\n"},
     {"switched byte array", TREE(raw(k3, "\n")), k0,
-     R"({"v" : {"version" : "AMF3","type" : "bytearray","value" : "0A"}})",
-     "amf.v = amf.v.value = \"0A\";\n", ""},
+     R"({"version" : "AMF3","type" : "bytearray","value" : "0A"})",
+     "amf.v = amf.v.value = \"0A\";\n"},
 };
 
 TYPED_TEST(RenderNode, DatesXmlAndByteArrays) {
@@ -194,14 +187,12 @@ TYPED_TEST(RenderNode, DatesXmlAndByteArrays) {
 }
 
 TYPED_TEST(RenderNode, EveryByteOfAByteArray) {
-  static const char kDigits[] = "0123456789ABCDEF";
   std::string bytes;
   std::string expected;
   for (int i = 0; i < 256; ++i) {
     bytes += static_cast<char>(i);
     if (i >= 0x80) expected += "FFFFFF";
-    expected += kDigits[i / 16];
-    expected += kDigits[i % 16];
+    expected += support::toHex(bytes.substr(bytes.size() - 1));
   }
   EXPECT_EQ(jsonOf<TypeParam>(raw(k3, bytes), k3),
             R"({"v" : {"type" : "bytearray","value" : ")" + expected + "\"}}");
@@ -217,8 +208,7 @@ AMFObject* fullObject() {
 }
 
 const NodeCase kObjects[] = {
-    {"empty AMF0 object", TREE(object(k0, "", {})), k0,
-     R"({"v" : {"type" : "object","properties" : []}})", "", ""},
+    {"empty AMF0 object", TREE(object(k0, "", {})), k0, R"({"type" : "object","properties" : []})"},
     {"AMF0 object has none of the AMF3 keys",
      [] {
        AMFObject* node = object(k0, "", {});
@@ -227,28 +217,26 @@ const NodeCase kObjects[] = {
        node->dynamic = node->externalizable = true;
        return static_cast<AMFNode*>(node);
      },
-     k0, R"({"v" : {"type" : "object","properties" : []}})", "", ""},
+     k0, R"({"type" : "object","properties" : []})"},
     {"empty AMF3 object: the size alone", TREE(object(k3, "", {})), k3,
-     R"({"v" : {"type" : "object","sealed_size" : 0,"properties" : []}})", "", ""},
+     R"({"type" : "object","sealed_size" : 0,"properties" : []})"},
     {"switched object", TREE(object(k3, "", {})), k0,
-     R"({"v" : {"version" : "AMF3","type" : "object","sealed_size" : 0,"properties" : []}})", "",
-     ""},
+     R"({"version" : "AMF3","type" : "object","sealed_size" : 0,"properties" : []})"},
     {"all AMF3 keys", TREE(fullObject()), k3,
-     R"({"v" : {"type" : "object","sealed_size" : 1,"traits_reference" : 0,"have_dynamic" : true,)"
+     R"({"type" : "object","sealed_size" : 1,"traits_reference" : 0,"have_dynamic" : true,)"
      R"("externalizable" : true,"classname" : "Cls","properties" : [)"
-     R"({"type" : "property","name" : "a","value" : null}]}})",
+     R"({"type" : "property","name" : "a","value" : null}]})",
      "amf.v.classname = \"Cls\";\namf.v.properties[0].value = null; // \"a\"\n",
-     R"({"v" : {"type" : "object","sealed_size" : 1,"traits_reference" : 0,"have_dynamic" : true,)"
+     R"({"type" : "object","sealed_size" : 1,"traits_reference" : 0,"have_dynamic" : true,)"
      R"("externalizable" : true,"classname" : "Cls","properties" : [)"
-     R"({"type" : "property","value" : null,"name" : "a"}]}})"},
+     R"({"type" : "property","value" : null,"name" : "a"}]})"},
     {"dynamic alone",
      [] {
        AMFObject* node = object(k3, "", {});
        node->dynamic = true;
        return static_cast<AMFNode*>(node);
      },
-     k3, R"({"v" : {"type" : "object","sealed_size" : 0,"have_dynamic" : true,"properties" : []}})",
-     "", ""},
+     k3, R"({"type" : "object","sealed_size" : 0,"have_dynamic" : true,"properties" : []})"},
     {"largest counts",
      [] {
        AMFObject* node = object(k3, "", {});
@@ -257,12 +245,11 @@ const NodeCase kObjects[] = {
        return static_cast<AMFNode*>(node);
      },
      k3,
-     R"({"v" : {"type" : "object","sealed_size" : 4294967295,"traits_reference" : 4294967294,)"
-     R"("properties" : []}})",
-     "", ""},
+     R"({"type" : "object","sealed_size" : 4294967295,"traits_reference" : 4294967294,)"
+     R"("properties" : []})"},
     {"class name", TREE(object(k0, "a.B", {})), k0,
-     R"({"v" : {"type" : "object","classname" : "a.B","properties" : []}})",
-     "amf.v.classname = \"a.B\";\n", ""},
+     R"({"type" : "object","classname" : "a.B","properties" : []})",
+     "amf.v.classname = \"a.B\";\n"},
     {"no class name at all",
      [] {
        AMFObject* node = object(k0, "", {});
@@ -270,7 +257,7 @@ const NodeCase kObjects[] = {
        node->className = nullptr;
        return static_cast<AMFNode*>(node);
      },
-     k0, R"({"v" : {"type" : "object","properties" : []}})", "", ""},
+     k0, R"({"type" : "object","properties" : []})"},
     {"class name by reference",
      [] {
        AMFObject* node = object(k3, "C", {});
@@ -278,9 +265,9 @@ const NodeCase kObjects[] = {
        return static_cast<AMFNode*>(node);
      },
      k3,
-     R"({"v" : {"type" : "object","sealed_size" : 0,"classname" : )"
-     R"({"type" : "string","reference" : 6,"type" : "string","value" : "C"},"properties" : []}})",
-     "amf.v.classname = amf.v.classname.value = \"C\";\n", ""},
+     R"({"type" : "object","sealed_size" : 0,"classname" : )"
+     R"({"type" : "string","reference" : 6,"type" : "string","value" : "C"},"properties" : []})",
+     "amf.v.classname = amf.v.classname.value = \"C\";\n"},
     {"AMF3 class name in an AMF0 object",
      [] {
        AMFObject* node = object(k0, "", {});
@@ -288,26 +275,26 @@ const NodeCase kObjects[] = {
        return static_cast<AMFNode*>(node);
      },
      k0,
-     R"({"v" : {"type" : "object","classname" : {"version" : "AMF3","type" : "string","value" : "C"},)"
-     R"("properties" : []}})",
-     "amf.v.classname = amf.v.classname.value = \"C\";\n", ""},
+     R"({"type" : "object","classname" : {"version" : "AMF3","type" : "string","value" : "C"},)"
+     R"("properties" : []})",
+     "amf.v.classname = amf.v.classname.value = \"C\";\n"},
     {"referenced object", TREE(reference(object(k0, "", {}), 1)), k0,
-     R"({"v" : {"type" : "object","reference" : 1,"type" : "object","properties" : []}})", "", ""},
+     R"({"type" : "object","reference" : 1,"type" : "object","properties" : []})"},
     {"members in turn",
      TREE(object(k0, "", {member(k0, "a", number(k0, 1)), member(k0, "b", string(k0, "x"))})), k0,
-     R"({"v" : {"type" : "object","properties" : [{"type" : "property","name" : "a","value" : 1.000000},)"
-     R"({"type" : "property","name" : "b","value" : "x"}]}})",
+     R"({"type" : "object","properties" : [{"type" : "property","name" : "a","value" : 1.000000},)"
+     R"({"type" : "property","name" : "b","value" : "x"}]})",
      "amf.v.properties[0].value = 1.000000; // \"a\"\n"
      "amf.v.properties[1].value = \"x\"; // \"b\"\n",
-     R"({"v" : {"type" : "object","properties" : [{"type" : "property","value" : 1.000000,"name" : "a"},)"
-     R"({"type" : "property","value" : "x","name" : "b"}]}})"},
+     R"({"type" : "object","properties" : [{"type" : "property","value" : 1.000000,"name" : "a"},)"
+     R"({"type" : "property","value" : "x","name" : "b"}]})"},
     {"null child is skipped, its index too",
      TREE(object(k0, "", {member(k0, "a", null(k0)), nullptr, member(k0, "b", null(k0))})), k0,
-     R"({"v" : {"type" : "object","properties" : [{"type" : "property","name" : "a","value" : null},)"
-     R"({"type" : "property","name" : "b","value" : null}]}})",
+     R"({"type" : "object","properties" : [{"type" : "property","name" : "a","value" : null},)"
+     R"({"type" : "property","name" : "b","value" : null}]})",
      "amf.v.properties[0].value = null; // \"a\"\namf.v.properties[2].value = null; // \"b\"\n",
-     R"({"v" : {"type" : "object","properties" : [{"type" : "property","value" : null,"name" : "a"},)"
-     R"({"type" : "property","value" : null,"name" : "b"}]}})"},
+     R"({"type" : "object","properties" : [{"type" : "property","value" : null,"name" : "a"},)"
+     R"({"type" : "property","value" : null,"name" : "b"}]})"},
 };
 
 TYPED_TEST(RenderNode, Objects) {
@@ -316,60 +303,56 @@ TYPED_TEST(RenderNode, Objects) {
 
 const NodeCase kArrays[] = {
     {"empty ECMA array", TREE(array(k0, {})), k0,
-     R"({"v" : {"type" : "array","array_type" : "ECMA","value" : []}})", "", ""},
+     R"({"type" : "array","array_type" : "ECMA","value" : []})"},
     {"empty strict array", TREE(array(k0, {}, 1)), k0,
-     R"({"v" : {"type" : "array","array_type" : "strict","value" : []}})", "", ""},
+     R"({"type" : "array","array_type" : "strict","value" : []})"},
     {"strict is any number but 0", TREE(array(k0, {}, 2)), k0,
-     R"({"v" : {"type" : "array","array_type" : "strict","value" : []}})", "", ""},
-    {"AMF3 array", TREE(array(k3, {})), k3,
-     R"({"v" : {"type" : "array","dense_size" : 0,"value" : []}})", "", ""},
+     R"({"type" : "array","array_type" : "strict","value" : []})"},
+    {"AMF3 array", TREE(array(k3, {})), k3, R"({"type" : "array","dense_size" : 0,"value" : []})"},
     {"AMF3 array marked strict", TREE(array(k3, {}, 1)), k0,
-     R"({"v" : {"version" : "AMF3","type" : "array","dense_size" : 0,"value" : []}})", "", ""},
+     R"({"version" : "AMF3","type" : "array","dense_size" : 0,"value" : []})"},
     {"elements",
      TREE(array(k3, {integer(k3, 1), string(k3, "a"), null(k3), undefined(k3), boolean(k3, true)})),
-     k3, R"({"v" : {"type" : "array","dense_size" : 5,"value" : [1,"a",null,"undefined",true]}})",
+     k3, R"({"type" : "array","dense_size" : 5,"value" : [1,"a",null,"undefined",true]})",
      "amf.v.value[0] = 1;\namf.v.value[1] = \"a\";\namf.v.value[2] = null;\n"
-     "amf.v.value[3] = \"undefined\";\namf.v.value[4] = true;\n",
-     ""},
+     "amf.v.value[3] = \"undefined\";\namf.v.value[4] = true;\n"},
     {"dense count is what the node says",
      [] {
        AMFArray* node = array(k3, {integer(k3, 1)});
        node->denseCount = 0xFFFFFFFFu;
        return static_cast<AMFNode*>(node);
      },
-     k3, R"({"v" : {"type" : "array","dense_size" : 4294967295,"value" : [1]}})",
-     "amf.v.value[0] = 1;\n", ""},
+     k3, R"({"type" : "array","dense_size" : 4294967295,"value" : [1]})", "amf.v.value[0] = 1;\n"},
     {"null entry leaves no trace but its index", TREE(array(k0, {null(k0), nullptr, null(k0)})), k0,
-     R"({"v" : {"type" : "array","array_type" : "ECMA","value" : [null,null]}})",
-     "amf.v.value[0] = null;\namf.v.value[2] = null;\n", ""},
+     R"({"type" : "array","array_type" : "ECMA","value" : [null,null]})",
+     "amf.v.value[0] = null;\namf.v.value[2] = null;\n"},
     {"only a null entry", TREE(array(k0, {nullptr})), k0,
-     R"({"v" : {"type" : "array","array_type" : "ECMA","value" : []}})", "", ""},
+     R"({"type" : "array","array_type" : "ECMA","value" : []})"},
     {"arrays in arrays", TREE(array(k3, {array(k3, {integer(k3, 1)}), array(k3, {})})), k3,
-     R"({"v" : {"type" : "array","dense_size" : 2,"value" : [)"
-     R"({"type" : "array","dense_size" : 1,"value" : [1]},{"type" : "array","dense_size" : 0,"value" : []}]}})",
-     "amf.v.value[0].value[0] = 1;\n", ""},
+     R"({"type" : "array","dense_size" : 2,"value" : [)"
+     R"({"type" : "array","dense_size" : 1,"value" : [1]},{"type" : "array","dense_size" : 0,"value" : []}]})",
+     "amf.v.value[0].value[0] = 1;\n"},
     {"pair in an array, then an element",
      TREE(array(k3, {member(k3, "k", integer(k3, 1)), integer(k3, 2)})), k3,
-     R"({"v" : {"type" : "array","dense_size" : 1,"value" : [{"type" : "property","name" : "k","value" : 1},2]}})",
+     R"({"type" : "array","dense_size" : 1,"value" : [{"type" : "property","name" : "k","value" : 1},2]})",
      "amf.v.value[0].value = 1; // \"k\"\namf.v.value[1] = 2;\n",
-     R"({"v" : {"type" : "array","dense_size" : 1,"value" : [{"type" : "property","value" : 1,"name" : "k"},2]}})"},
+     R"({"type" : "array","dense_size" : 1,"value" : [{"type" : "property","value" : 1,"name" : "k"},2]})"},
     {"switched elements in an AMF0 array", TREE(array(k0, {integer(k3, 1), string(k0, "a")}, 1)),
      k0,
-     R"({"v" : {"type" : "array","array_type" : "strict","value" : [)"
-     R"({"version" : "AMF3","type" : "integer","value" : 1},"a"]}})",
-     "amf.v.value[0].value = 1;\namf.v.value[1] = \"a\";\n", ""},
+     R"({"type" : "array","array_type" : "strict","value" : [)"
+     R"({"version" : "AMF3","type" : "integer","value" : 1},"a"]})",
+     "amf.v.value[0].value = 1;\namf.v.value[1] = \"a\";\n"},
     {"AMF0 element in an AMF3 array has no version", TREE(array(k3, {string(k0, "a")})), k3,
-     R"({"v" : {"type" : "array","dense_size" : 1,"value" : ["a"]}})", "amf.v.value[0] = \"a\";\n",
-     ""},
+     R"({"type" : "array","dense_size" : 1,"value" : ["a"]})", "amf.v.value[0] = \"a\";\n"},
     {"AMF3 below AMF0 below AMF3 is marked again",
      TREE(array(k3, {array(k0, {integer(k3, 1)}, 1)})), k3,
-     R"({"v" : {"type" : "array","dense_size" : 1,"value" : [{"type" : "array","array_type" : "strict",)"
-     R"("value" : [{"version" : "AMF3","type" : "integer","value" : 1}]}]}})",
-     "amf.v.value[0].value[0].value = 1;\n", ""},
+     R"({"type" : "array","dense_size" : 1,"value" : [{"type" : "array","array_type" : "strict",)"
+     R"("value" : [{"version" : "AMF3","type" : "integer","value" : 1}]}]})",
+     "amf.v.value[0].value[0].value = 1;\n"},
     {"dates in arrays", TREE(array(k0, {date(k0, 0)})), k0,
-     R"({"v" : {"type" : "array","array_type" : "ECMA","value" : [)"
-     R"({"type" : "date","value" : "Thu Jan  1 00:00:00 1970"}]}})",
-     "amf.v.value[0].value = \"Thu Jan  1 00:00:00 1970\";\n", ""},
+     R"({"type" : "array","array_type" : "ECMA","value" : [)"
+     R"({"type" : "date","value" : "Thu Jan  1 00:00:00 1970"}]})",
+     "amf.v.value[0].value = \"Thu Jan  1 00:00:00 1970\";\n"},
 };
 
 TYPED_TEST(RenderNode, Arrays) {
@@ -378,66 +361,64 @@ TYPED_TEST(RenderNode, Arrays) {
 
 const NodeCase kPairs[] = {
     {"two scalars: value first in the script rendering", TREE(member(k0, "k", string(k0, "x"))), k0,
-     R"({"v" : {"type" : "property","name" : "k","value" : "x"}})",
+     R"({"type" : "property","name" : "k","value" : "x"})",
      "amf.v = amf.v.value = \"x\"; // \"k\"\n",
-     R"({"v" : {"type" : "property","value" : "x","name" : "k"}})"},
+     R"({"type" : "property","value" : "x","name" : "k"})"},
     {"default pair", TREE(new AMFPair(k0)), k0,
-     R"({"v" : {"type" : "property","name" : "","value" : "undefined"}})",
+     R"({"type" : "property","name" : "","value" : "undefined"})",
      "amf.v = amf.v.value = \"undefined\"; // \"\"\n",
-     R"({"v" : {"type" : "property","value" : "undefined","name" : ""}})"},
+     R"({"type" : "property","value" : "undefined","name" : ""})"},
     {"object value: name first, no line", TREE(member(k0, "k", object(k0, "", {}))), k0,
-     R"({"v" : {"type" : "property","name" : "k","value" : {"type" : "object","properties" : []}}})",
-     "amf.v = amf.v.name = \"k\";\n", ""},
+     R"({"type" : "property","name" : "k","value" : {"type" : "object","properties" : []}})",
+     "amf.v = amf.v.name = \"k\";\n"},
     {"array value", TREE(member(k0, "k", array(k0, {null(k0)}))), k0,
-     R"({"v" : {"type" : "property","name" : "k","value" : )"
-     R"({"type" : "array","array_type" : "ECMA","value" : [null]}}})",
-     "amf.v = amf.v.name = \"k\";\namf.v.value.value[0] = null;\n", ""},
+     R"({"type" : "property","name" : "k","value" : )"
+     R"({"type" : "array","array_type" : "ECMA","value" : [null]}})",
+     "amf.v = amf.v.name = \"k\";\namf.v.value.value[0] = null;\n"},
     {"no name", TREE(member(k0, static_cast<AMFString*>(nullptr), null(k0))), k0,
-     R"({"v" : {"type" : "property","name" : null,"value" : null}})",
-     "amf.v = amf.v.value = null;\n", ""},
+     R"({"type" : "property","name" : null,"value" : null})", "amf.v = amf.v.value = null;\n"},
     {"no value", TREE(member(k0, "k", nullptr)), k0,
-     R"({"v" : {"type" : "property","name" : "k","value" : null}})",
-     "amf.v = amf.v.name = \"k\";\n", ""},
+     R"({"type" : "property","name" : "k","value" : null})", "amf.v = amf.v.name = \"k\";\n"},
     {"neither", TREE(member(k0, static_cast<AMFString*>(nullptr), nullptr)), k0,
-     R"({"v" : {"type" : "property","name" : null,"value" : null}})", "amf.v = ", ""},
+     R"({"type" : "property","name" : null,"value" : null})", "amf.v = "},
     {"date value stays on the line", TREE(member(k0, "k", date(k0, 0))), k0,
-     R"({"v" : {"type" : "property","name" : "k","value" : {"type" : "date","value" : "Thu Jan  1 00:00:00 1970"}}})",
+     R"({"type" : "property","name" : "k","value" : {"type" : "date","value" : "Thu Jan  1 00:00:00 1970"}})",
      "amf.v = amf.v.value = \"Thu Jan  1 00:00:00 1970\"; // \"k\"\n",
-     R"({"v" : {"type" : "property","value" : {"type" : "date","value" : "Thu Jan  1 00:00:00 1970"},"name" : "k"}})"},
+     R"({"type" : "property","value" : {"type" : "date","value" : "Thu Jan  1 00:00:00 1970"},"name" : "k"})"},
     {"switched value in an AMF0 pair", TREE(member(k0, "k", integer(k3, 5))), k0,
-     R"({"v" : {"type" : "property","name" : "k","value" : {"version" : "AMF3","type" : "integer","value" : 5}}})",
+     R"({"type" : "property","name" : "k","value" : {"version" : "AMF3","type" : "integer","value" : 5}})",
      "amf.v = amf.v.value = 5; // \"k\"\n",
-     R"({"v" : {"type" : "property","value" : {"version" : "AMF3","type" : "integer","value" : 5},"name" : "k"}})"},
+     R"({"type" : "property","value" : {"version" : "AMF3","type" : "integer","value" : 5},"name" : "k"})"},
     {"switched pair", TREE(member(k3, "k", integer(k3, 5))), k0,
-     R"({"v" : {"version" : "AMF3","type" : "property","name" : "k","value" : 5}})",
+     R"({"version" : "AMF3","type" : "property","name" : "k","value" : 5})",
      "amf.v = amf.v.value = 5; // \"k\"\n",
-     R"({"v" : {"version" : "AMF3","type" : "property","value" : 5,"name" : "k"}})"},
+     R"({"version" : "AMF3","type" : "property","value" : 5,"name" : "k"})"},
     {"name by reference", TREE(member(k3, reference(string(k3, "k"), 2), integer(k3, 5))), k3,
-     R"({"v" : {"type" : "property","name" : {"type" : "string","reference" : 2,"type" : "string","value" : "k"},"value" : 5}})",
+     R"({"type" : "property","name" : {"type" : "string","reference" : 2,"type" : "string","value" : "k"},"value" : 5})",
      "amf.v = amf.v.value = 5; // \"k\"\n",
-     R"({"v" : {"type" : "property","value" : 5,"name" : {"type" : "string","reference" : 2,"type" : "string","value" : "k"}}})"},
+     R"({"type" : "property","value" : 5,"name" : {"type" : "string","reference" : 2,"type" : "string","value" : "k"}})"},
     {"referenced undefined value: twice on the line",
      TREE(member(k0, "k", reference(undefined(k0), 1))), k0,
-     R"({"v" : {"type" : "property","name" : "k","value" : {"value" : "undefined","reference" : 1,"value" : "undefined"}}})",
+     R"({"type" : "property","name" : "k","value" : {"value" : "undefined","reference" : 1,"value" : "undefined"}})",
      "amf.v = amf.v.value = \"undefined\"\"undefined\"; // \"k\"\n",
-     R"({"v" : {"type" : "property","value" : {"value" : "undefined","reference" : 1,"value" : "undefined"},"name" : "k"}})"},
+     R"({"type" : "property","value" : {"value" : "undefined","reference" : 1,"value" : "undefined"},"name" : "k"})"},
     {"referenced pair", TREE(reference(member(k0, "k", null(k0)), 8)), k0,
-     R"({"v" : {"type" : "property","reference" : 8,"type" : "property","name" : "k","value" : null}})",
+     R"({"type" : "property","reference" : 8,"type" : "property","name" : "k","value" : null})",
      "amf.v = amf.v.value = null; // \"k\"\n",
-     R"({"v" : {"type" : "property","reference" : 8,"type" : "property","value" : null,"name" : "k"}})"},
+     R"({"type" : "property","reference" : 8,"type" : "property","value" : null,"name" : "k"})"},
     {"pair in a pair: the inner one ends the line's mark",
      TREE(member(k0, "k", member(k0, "i", null(k0)))), k0,
-     R"({"v" : {"type" : "property","name" : "k","value" : {"type" : "property","name" : "i","value" : null}}})",
+     R"({"type" : "property","name" : "k","value" : {"type" : "property","name" : "i","value" : null}})",
      "amf.v = amf.v.value = amf.v.value = null; // \"i\"\n; // amf.v = \"k\";\n\n",
-     R"({"v" : {"type" : "property","value" : {"type" : "property","value" : null,"name" : "i"},"name" : "k"}})"},
+     R"({"type" : "property","value" : {"type" : "property","value" : null,"name" : "i"},"name" : "k"})"},
     {"kind code 15 as value", TREE(member(k0, "k", unknown(k0, 15))), k0,
-     R"({"v" : {"type" : "property","name" : "k","value" : "undefined"}})",
+     R"({"type" : "property","name" : "k","value" : "undefined"})",
      "amf.v = amf.v.value = \"undefined\"; // \"k\"\n",
-     R"({"v" : {"type" : "property","value" : "undefined","name" : "k"}})"},
+     R"({"type" : "property","value" : "undefined","name" : "k"})"},
     {"name with a quote and a line end", TREE(member(k0, "a\"\nb", null(k0))), k0,
-     R"({"v" : {"type" : "property","name" : "a\"b","value" : null}})",
+     R"({"type" : "property","name" : "a\"b","value" : null})",
      "amf.v = amf.v.value = null; // \"a\\\"b\"\n",
-     R"({"v" : {"type" : "property","value" : null,"name" : "a\"b"}})"},
+     R"({"type" : "property","value" : null,"name" : "a\"b"})"},
 };
 
 TYPED_TEST(RenderNode, Pairs) {
@@ -446,28 +427,25 @@ TYPED_TEST(RenderNode, Pairs) {
 
 const NodeCase kEnvelope[] = {
     {"header", TREE(header("h", null(k0))), k0,
-     R"({"v" : {"type" : "header","name" : "h","value" : null}})",
-     "amf.v = amf.v.value = null; // \"h\"\n",
-     R"({"v" : {"type" : "header","value" : null,"name" : "h"}})"},
+     R"({"type" : "header","name" : "h","value" : null})", "amf.v = amf.v.value = null; // \"h\"\n",
+     R"({"type" : "header","value" : null,"name" : "h"})"},
     {"header with all keys", TREE(header("h", null(k0), true, 14)), k0,
-     R"({"v" : {"type" : "header","must_understand" : true,"length" : 14,"name" : "h","value" : null}})",
+     R"({"type" : "header","must_understand" : true,"length" : 14,"name" : "h","value" : null})",
      "amf.v = amf.v.value = null; // \"h\"\n",
-     R"({"v" : {"type" : "header","must_understand" : true,"length" : 14,"value" : null,"name" : "h"}})"},
+     R"({"type" : "header","must_understand" : true,"length" : 14,"value" : null,"name" : "h"})"},
     {"header, length 0", TREE(header("h", object(k0, "", {}), false, 0)), k0,
-     R"({"v" : {"type" : "header","length" : 0,"name" : "h","value" : {"type" : "object","properties" : []}}})",
-     "amf.v = amf.v.name = \"h\";\n", ""},
+     R"({"type" : "header","length" : 0,"name" : "h","value" : {"type" : "object","properties" : []}})",
+     "amf.v = amf.v.name = \"h\";\n"},
     {"header, largest known length", TREE(header("h", array(k0, {}), false, 0xFFFFFFFEu)), k0,
-     R"({"v" : {"type" : "header","length" : 4294967294,"name" : "h","value" : )"
-     R"({"type" : "array","array_type" : "ECMA","value" : []}}})",
-     "amf.v = amf.v.name = \"h\";\n", ""},
+     R"({"type" : "header","length" : 4294967294,"name" : "h","value" : )"
+     R"({"type" : "array","array_type" : "ECMA","value" : []}})",
+     "amf.v = amf.v.name = \"h\";\n"},
     {"default message", TREE(new AMFMessage()), k0,
-     R"({"v" : {"type" : "message","targetUri" : "","responseUri" : "","value" : "undefined"}})",
-     "amf.v = amf.v.targetUri = \"\";\namf.v.responseUri = \"\";\namf.v.value = \"undefined\";\n",
-     ""},
+     R"({"type" : "message","targetUri" : "","responseUri" : "","value" : "undefined"})",
+     "amf.v = amf.v.targetUri = \"\";\namf.v.responseUri = \"\";\namf.v.value = \"undefined\";\n"},
     {"message", TREE(message("t", "/1", number(k0, 1), 9)), k0,
-     R"({"v" : {"type" : "message","length" : 9,"targetUri" : "t","responseUri" : "/1","value" : 1.000000}})",
-     "amf.v = amf.v.targetUri = \"t\";\namf.v.responseUri = \"/1\";\namf.v.value = 1.000000;\n",
-     ""},
+     R"({"type" : "message","length" : 9,"targetUri" : "t","responseUri" : "/1","value" : 1.000000})",
+     "amf.v = amf.v.targetUri = \"t\";\namf.v.responseUri = \"/1\";\namf.v.value = 1.000000;\n"},
     {"message without its parts",
      [] {
        AMFMessage* node = new AMFMessage();
@@ -478,14 +456,13 @@ const NodeCase kEnvelope[] = {
        node->value = nullptr;
        return static_cast<AMFNode*>(node);
      },
-     k0, R"({"v" : {"type" : "message","targetUri" : null,"responseUri" : null,"value" : null}})",
-     "amf.v = ", ""},
-    {"package", TREE(package(k0, {})), k0, R"({"v" : {"type" : "package","content" : []}})",
-     "amf.v = ", ""},
+     k0, R"({"type" : "message","targetUri" : null,"responseUri" : null,"value" : null})",
+     "amf.v = "},
+    {"package", TREE(package(k0, {})), k0, R"({"type" : "package","content" : []})", "amf.v = "},
     {"package of version 3", TREE(package(k3, {})), k0,
-     R"({"v" : {"version" : "AMF3","type" : "package","content" : []}})", "amf.v = ", ""},
+     R"({"version" : "AMF3","type" : "package","content" : []})", "amf.v = "},
     {"package of version 7", TREE(package(static_cast<AMFVersion>(7), {})), k0,
-     R"({"v" : {"type" : "package","content" : []}})", "amf.v = ", ""},
+     R"({"type" : "package","content" : []})", "amf.v = "},
     {"AMF3 message in a package of version 7 has no version",
      [] {
        AMFMessage* inner = message("", "", null(k0));
@@ -493,11 +470,10 @@ const NodeCase kEnvelope[] = {
        return static_cast<AMFNode*>(package(static_cast<AMFVersion>(7), {inner}));
      },
      k0,
-     R"({"v" : {"type" : "package","content" : [{"type" : "message","targetUri" : "","responseUri" : "",)"
-     R"("value" : null}]}})",
+     R"({"type" : "package","content" : [{"type" : "message","targetUri" : "","responseUri" : "",)"
+     R"("value" : null}]})",
      "amf.v = amf.v.content[0].targetUri = \"\";\namf.v.content[0].responseUri = \"\";\n"
-     "amf.v.content[0].value = null;\n",
-     ""},
+     "amf.v.content[0].value = null;\n"},
 };
 
 TYPED_TEST(RenderNode, HeadersMessagesPackages) {

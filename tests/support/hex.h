@@ -101,12 +101,12 @@ inline std::string hex(std::string_view text) {
 }
 
 /// "02 00 FF": the other way round, for failure messages and byte comparisons.
-inline std::string toHex(std::string_view bytes) {
+inline std::string toHex(std::string_view bytes, std::string_view separator = " ") {
   static const char kDigits[] = "0123456789ABCDEF";
   std::string text;
   for (const char c : bytes) {
     const auto byte = static_cast<std::uint8_t>(c);
-    if (!text.empty()) text += ' ';
+    if (!text.empty()) text += separator;
     text += kDigits[byte >> 4];
     text += kDigits[byte & 15];
   }

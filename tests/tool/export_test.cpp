@@ -326,12 +326,7 @@ TEST_F(Export, ServesParallel) {
 // The most memory, in KiB, of a run over so many lines of 724 digits.
 long peakOver(int lines) {
   const std::string packet = echoOf("02 0154 61*340");
-  std::string digits;
-  for (const char byte : packet) {
-    constexpr const char* kDigits = "0123456789abcdef";
-    digits += kDigits[static_cast<unsigned char>(byte) >> 4];
-    digits += kDigits[static_cast<unsigned char>(byte) & 15];
-  }
+  const std::string digits = toHex(packet, "");
   setenv("digits", digits.c_str(), 1);
   writeFile("stdin", "");
   const pid_t child =

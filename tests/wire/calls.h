@@ -44,18 +44,6 @@ inline std::string imported(const std::string& json, const AMFWireImportOptions&
   return bytes == "untouched" ? shown(result) : "the bytes were touched: " + bytes;
 }
 
-inline std::string inHex(const std::string& bytes) {
-  static const char kDigits[] = "0123456789ABCDEF";
-  std::string text;
-  for (const char c : bytes) {
-    const auto byte = static_cast<unsigned char>(c);
-    text += kDigits[byte >> 4];
-    text += kDigits[byte & 15];
-    text += ' ';
-  }
-  return text;
-}
-
 }  // namespace wire_tests
 
 #endif  // TESTS_WIRE_CALLS_H

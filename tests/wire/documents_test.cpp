@@ -9,9 +9,9 @@
 namespace {
 
 using support::hex;
+using support::toHex;
 using wire_tests::exported;
 using wire_tests::imported;
-using wire_tests::inHex;
 
 struct Document {
   const char* name;
@@ -79,7 +79,7 @@ void check(const Document (&rows)[N], AMFWireForm form) {
     SCOPED_TRACE(row.name);
     const std::string bytes = hex(row.bytes);
     EXPECT_EQ(exported(bytes, form), row.json);
-    EXPECT_EQ(inHex(imported(row.json)), inHex(bytes));
+    EXPECT_EQ(toHex(imported(row.json)), toHex(bytes));
   }
 }
 
@@ -120,16 +120,16 @@ TEST(WireDocuments, FlvFilesAreReadOnly) {
 }
 
 TEST(WireDocuments, SourceIsIgnored) {
-  EXPECT_EQ(inHex(imported(R"({"source":{"$any":[1,{}]},"amf3":[null]})")), "01 ");
-  EXPECT_EQ(inHex(imported(R"({"source":[1e400,{"a":-1.5E+999}],"amf3":[12,"1e400"]})")),
-            "04 0C 06 0B 31 65 34 30 30 ");
+  EXPECT_EQ(toHex(imported(R"({"source":{"$any":[1,{}]},"amf3":[null]})")), "01");
+  EXPECT_EQ(toHex(imported(R"({"source":[1e400,{"a":-1.5E+999}],"amf3":[12,"1e400"]})")),
+            "04 0C 06 0B 31 65 34 30 30");
 }
 
 TEST(WireDocuments, LengthsAreTrueWhereTheyAreNotGiven) {
   EXPECT_EQ(
-      inHex(imported(
+      toHex(imported(
           R"({"messages":[{"value":"abc","response":"","target":"t"}],"headers":[],"amf":0})")),
-      inHex(hex("0000 0000 0001 0001 't' 0000 00000006 02 0003 'abc'")));
+      toHex(hex("0000 0000 0001 0001 't' 0000 00000006 02 0003 'abc'")));
 }
 
 TEST(WireDocuments, FormsAreRecognised) {

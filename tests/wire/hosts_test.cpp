@@ -9,9 +9,9 @@
 namespace {
 
 using support::hex;
+using support::toHex;
 using wire_tests::exported;
 using wire_tests::imported;
-using wire_tests::inHex;
 
 TEST(WireHosts, ExternalClassesOfTheirOwn) {
   const struct {
@@ -31,7 +31,7 @@ TEST(WireHosts, ExternalClassesOfTheirOwn) {
     EXPECT_EQ(exported(hex(row.bytes), options), row.json);
     AMFWireImportOptions import;
     import.externalClasses = options.externalClasses;
-    EXPECT_EQ(inHex(imported(row.json, import)), inHex(hex(row.bytes)));
+    EXPECT_EQ(toHex(imported(row.json, import)), toHex(hex(row.bytes)));
     EXPECT_EQ(imported(row.json).substr(0, 29), "unknown externalizable class ");
   }
 }

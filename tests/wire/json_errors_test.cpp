@@ -10,8 +10,8 @@
 namespace {
 
 using support::hex;
+using support::toHex;
 using wire_tests::imported;
-using wire_tests::inHex;
 
 struct Refusal {
   const char* json;
@@ -204,7 +204,7 @@ TEST(WireJsonErrors, WhatIsTakenBesideWhatExportWrites) {
       {"\t{ \"amf0\" : [ null ,\r\n true ] }\n", "05 01 01"},
   };
   for (const Reading& row : rows) {
-    EXPECT_EQ(inHex(imported(row.json)), inHex(hex(row.bytes))) << row.json << "\n"
+    EXPECT_EQ(toHex(imported(row.json)), toHex(hex(row.bytes))) << row.json << "\n"
                                                                 << imported(row.json);
   }
 }

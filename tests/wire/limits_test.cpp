@@ -15,9 +15,9 @@
 namespace {
 
 using support::hex;
+using support::toHex;
 using wire_tests::exported;
 using wire_tests::imported;
-using wire_tests::inHex;
 
 std::string repeated(const std::string& text, std::size_t count) {
   std::string all;
@@ -33,7 +33,7 @@ TEST(WireLimits, PacketBytes) {
   EXPECT_EQ(exported(hex("05 05 05 05"), options), "packet limit at 0: more than 3 bytes");
   AMFWireImportOptions import;
   import.limits = options.limits;
-  EXPECT_EQ(inHex(imported(R"({"amf0":[null,null,null]})", import)), "05 05 05 ");
+  EXPECT_EQ(toHex(imported(R"({"amf0":[null,null,null]})", import)), "05 05 05");
   EXPECT_EQ(imported(R"({"amf0":[null,null,[1]]})", import),
             "packet limit at 1:20 in 'amf0[2]': more than 3 bytes");
 }
@@ -134,7 +134,7 @@ TEST(WireLimits, ExternalizablesAreLevels) {
   import.limits = options.limits;
   EXPECT_EQ(imported(R"({"amf3":[[[[]]]]})", import).substr(0, 35),
             "depth limit at 1:12 in 'amf3[0][0][");
-  EXPECT_EQ(inHex(imported(R"({"amf0":[{"$amf3":[[]]}]})", import)), "11 09 03 01 09 01 01 ")
+  EXPECT_EQ(toHex(imported(R"({"amf0":[{"$amf3":[[]]}]})", import)), "11 09 03 01 09 01 01")
       << "11 is none";
 }
 

@@ -10,9 +10,9 @@
 namespace {
 
 using support::hex;
+using support::toHex;
 using wire_tests::exported;
 using wire_tests::imported;
-using wire_tests::inHex;
 
 struct Row {
   const char* name;
@@ -42,9 +42,9 @@ TEST(WireOriginals, ComeBack) {
     const std::string json = exported(bytes, AMFWireForm::amf3);
     const std::string beginning = std::string("{\"amf3\":") + row.json + ",\"original\":";
     EXPECT_EQ(json.substr(0, beginning.size()), beginning);
-    EXPECT_EQ(inHex(imported(json)), inHex(bytes));
+    EXPECT_EQ(toHex(imported(json)), toHex(bytes));
     const std::string without = std::string("{\"amf3\":") + row.json + "}";
-    EXPECT_NE(inHex(imported(without)), inHex(bytes)) << "an original that is not needed";
+    EXPECT_NE(toHex(imported(without)), toHex(bytes)) << "an original that is not needed";
   }
 }
 
@@ -56,7 +56,7 @@ TEST(WireOriginals, OfAmf0) {
     const std::string json = exported(bytes, AMFWireForm::amf0);
     EXPECT_NE(json.find(std::string("{\"amf0\":") + row.json + ",\"original\":"),
               std::string::npos);
-    EXPECT_EQ(inHex(imported(json)), inHex(bytes)) << row.name;
+    EXPECT_EQ(toHex(imported(json)), toHex(bytes)) << row.name;
   }
 }
 
@@ -75,17 +75,17 @@ TEST(WireOriginals, AreLeftOutOnDemand) {
 }
 
 TEST(WireOriginals, AChangedValueIsWritten) {
-  EXPECT_EQ(inHex(imported(R"({"amf3":[5],"original":"BIAF"})")), "04 80 05 ");
-  EXPECT_EQ(inHex(imported(R"({"amf3":[6],"original":"BIAF"})")), "04 06 ");
-  EXPECT_EQ(inHex(imported(R"({"amf3":[5],"original":"BIA="})")), "04 05 ") << "does not read";
-  EXPECT_EQ(inHex(imported(R"({"amf3":[5],"original":""})")), "04 05 ");
-  EXPECT_EQ(inHex(imported(R"({"amf3":[5],"original":"BIAF","integers":false})")), "04 80 05 ")
+  EXPECT_EQ(toHex(imported(R"({"amf3":[5],"original":"BIAF"})")), "04 80 05");
+  EXPECT_EQ(toHex(imported(R"({"amf3":[6],"original":"BIAF"})")), "04 06");
+  EXPECT_EQ(toHex(imported(R"({"amf3":[5],"original":"BIA="})")), "04 05") << "does not read";
+  EXPECT_EQ(toHex(imported(R"({"amf3":[5],"original":""})")), "04 05");
+  EXPECT_EQ(toHex(imported(R"({"amf3":[5],"original":"BIAF","integers":false})")), "04 80 05")
       << "both are written with the marks";
   EXPECT_EQ(imported(R"({"amf3":[5],"original":"BIAF="})").substr(0, 13), "not a documen");
   EXPECT_EQ(
-      inHex(imported(
+      toHex(imported(
           R"({"amf":0,"headers":[],"messages":[{"target":"","response":"","value":true,"original":"AQIA"}]})")),
-      inHex(hex("0000 0000 0001 0000 0000 00000002 0101")))
+      toHex(hex("0000 0000 0001 0000 0000 00000002 0101")))
       << "bytes behind the value";
 }
 
@@ -103,7 +103,7 @@ TEST(WireOriginals, MarksStandWhereTheyHold) {
   };
   for (const auto& row : rows) {
     EXPECT_EQ(exported(hex(row.bytes), AMFWireForm::amf3), row.json);
-    EXPECT_EQ(inHex(imported(row.json)), inHex(hex(row.bytes)));
+    EXPECT_EQ(toHex(imported(row.json)), toHex(hex(row.bytes)));
   }
 }
 
@@ -142,9 +142,9 @@ TEST(WireSalvage, KeepsTheRest) {
     options.form = row.form;
     options.salvage = true;
     EXPECT_EQ(exported(bytes, options), row.json);
-    EXPECT_EQ(inHex(imported(row.json)), inHex(bytes));
+    EXPECT_EQ(toHex(imported(row.json)), toHex(bytes));
     options.pretty = true;
-    EXPECT_EQ(inHex(imported(exported(bytes, options))), inHex(bytes));
+    EXPECT_EQ(toHex(imported(exported(bytes, options))), toHex(bytes));
     options.pretty = false;
     options.salvage = false;
     EXPECT_NE(exported(bytes, options), row.json);

@@ -11,9 +11,9 @@
 namespace {
 
 using support::hex;
+using support::toHex;
 using wire_tests::exported;
 using wire_tests::imported;
-using wire_tests::inHex;
 using wire_tests::Row;
 
 // The document that holds the row's values.
@@ -48,10 +48,10 @@ void check(const Row (&rows)[N], AMFWireForm form) {
     if (row.json != nullptr) {
       EXPECT_EQ(json, document(describe(form), row));
     }
-    EXPECT_EQ(inHex(imported(json)), inHex(bytes));
-    EXPECT_EQ(inHex(imported(indented(bytes, form))), inHex(bytes));
+    EXPECT_EQ(toHex(imported(json)), toHex(bytes));
+    EXPECT_EQ(toHex(imported(indented(bytes, form))), toHex(bytes));
     if (json.find("References\":false") == std::string::npos) {
-      EXPECT_EQ(inHex(copied(bytes, form)), inHex(bytes));
+      EXPECT_EQ(toHex(copied(bytes, form)), toHex(bytes));
     }
   }
 }

@@ -11,8 +11,8 @@
 namespace {
 
 using support::hex;
+using support::toHex;
 using wire_tests::exported;
-using wire_tests::inHex;
 
 std::string finished(AMFWireWriter& writer) {
   std::string bytes;
@@ -72,7 +72,7 @@ TEST(WireWriter, IsReadyForAnotherDocument) {
     writer.string("a");
     writer.endSection();
     writer.endDocument({}, {});
-    EXPECT_EQ(inHex(finished(writer)), "06 03 61 06 00 ");
+    EXPECT_EQ(toHex(finished(writer)), "06 03 61 06 00");
   }
 }
 

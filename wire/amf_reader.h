@@ -2,8 +2,8 @@
 //
 // The AMF reader: turns values in bytes into events, with an explicit stack. This file has the
 // fields and the stack. amf0_reader.h and amf3_reader.h have the values of the two formats.
-// Enter at readValues0(), readValues3(), readOne() or readEntries(). An error is thrown as
-// Failure. Tested by tests/wire/rows_test.cpp and tests/wire/refusals_test.cpp.
+// Enter at readValues(), readOne() or readEntries(). An error is thrown as Failure.
+// Tested by tests/wire/rows_test.cpp and tests/wire/refusals_test.cpp.
 #ifndef WIRE_AMF_READER_H
 #define WIRE_AMF_READER_H
 
@@ -45,9 +45,8 @@ class AmfReader {
   AmfReader(const ReadContext& of, Sink& to) : context(of), sink(to) { tables.base = of.base; }
 
   // The values of a section, [begin, end) of the input. Each call returns the end of what it read.
-  const char* readOne(const char* begin, const char* end);      // one AMF0 value
-  const char* readValues0(const char* begin, const char* end);  // AMF0 values up to the end
-  const char* readValues3(const char* begin, const char* end);
+  const char* readOne(const char* begin, const char* end);                // one AMF0 value
+  const char* readValues(const char* begin, const char* end, bool amf3);  // up to the end
   // Entries of a shared object, up to `stop` or the end.
   const char* readEntries(const char* begin, const char* end, const char* stop, bool amf3);
 
@@ -220,17 +219,9 @@ const char* AmfReader<Sink>::readOne(const char* begin, const char* end) {
 }
 
 template <class Sink>
-const char* AmfReader<Sink>::readValues0(const char* begin, const char* end) {
+const char* AmfReader<Sink>::readValues(const char* begin, const char* end, bool amf3) {
   reset(begin, end);
-  push(Step::values0);
-  run();
-  return cursor;
-}
-
-template <class Sink>
-const char* AmfReader<Sink>::readValues3(const char* begin, const char* end) {
-  reset(begin, end);
-  push(Step::values3);
+  push(amf3 ? Step::values3 : Step::values0);
   run();
   return cursor;
 }

@@ -217,13 +217,11 @@ void DocumentReader<Sink>::readBare(AMFWireForm form) {
   section.kind = AMFWireSectionKind::values;
   const char* const begin = context.base;
   const bool amf3 = form == AMFWireForm::amf3;
-  if (!succeeds([&](AmfReader<NoSink>& trial) {
-        amf3 ? trial.readValues3(begin, end()) : trial.readValues0(begin, end());
-      })) {
+  if (!succeeds([&](AmfReader<NoSink>& trial) { trial.readValues(begin, end(), amf3); })) {
     return finish(begin, textOf(problem));
   }
   sink.beginSection(section);
-  amf3 ? values.readValues3(begin, end()) : values.readValues0(begin, end());
+  values.readValues(begin, end(), amf3);
   reportValuesEnd(sink, values.section(), size);
   sink.endSection();
   finish(end(), {});
@@ -350,7 +348,7 @@ void DocumentReader<Sink>::scriptTag(const AMFWireSection& section, const char* 
       throw Failure{AMFWireStatus::malformed, section.offset,
                     "the first byte of a script tag of type 15 is not 00"};
     }
-    reader.readValues0(reader.position(), bodyEnd);
+    reader.readValues(reader.position(), bodyEnd, false);
   };
   if (!succeeds(read)) return keepRaw(section, body, bodyEnd);
   sink.beginSection(section);

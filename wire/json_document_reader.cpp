@@ -371,9 +371,7 @@ bool JsonReader::readOriginal(const AMFWireSection& section, const AMFWireString
   try {
     const char* at0 = end;
     switch (section.kind) {
-      case AMFWireSectionKind::values:
-        amf3 ? reader.readValues3(bytes.data, end) : reader.readValues0(bytes.data, end);
-        break;
+      case AMFWireSectionKind::values: reader.readValues(bytes.data, end, amf3); break;
       case AMFWireSectionKind::entries: reader.readEntries(bytes.data, end, nullptr, amf3); break;
       default: at0 = reader.readOne(bytes.data, end); break;
     }

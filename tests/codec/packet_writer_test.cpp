@@ -13,6 +13,7 @@
 #include "support/pieces.h"
 #include "support/refusal.h"
 #include "support/trees.h"
+#include "support/value_rows.h"
 
 namespace {
 
@@ -21,6 +22,7 @@ using support::dump;
 using support::hex;
 using support::pieces;
 using support::toHex;
+using support::ValueRow;
 
 std::string result(const AMFProtocol& protocol) {
   return std::string(protocol.resultBuffer, protocol.getResultLength());
@@ -29,15 +31,6 @@ std::string result(const AMFProtocol& protocol) {
 std::unique_ptr<AMFPackage> packageOf(AMFNode* tree) {
   return std::unique_ptr<AMFPackage>(dynamic_cast<AMFPackage*>(tree));
 }
-
-constexpr char kSame[] = "the same";
-
-struct PacketRow {
-  const char* name;
-  AMFNode* (*tree)();
-  const char* written;
-  const char* readBack = kSame;
-};
 
 AMFHeader* withMustUnderstand(AMFHeader* node, std::uint8_t byte) {
   std::memcpy(&node->mustUnderstand, &byte, 1);
@@ -50,7 +43,7 @@ Node* ofVersion(Node* node, std::uint32_t version) {
   return node;
 }
 
-const PacketRow kPackets[] = {
+const ValueRow kPackets[] = {
     {"nothing in it", TREE(package(k3, {})), "0003|0000|0000"},
     {"version 0", TREE(package(k0, {})), "0000|0000|0000"},
     {"any 16-bit version", TREE(package(versionOf(0xABCD), {})), "ABCD|0000|0000"},
@@ -98,7 +91,7 @@ const PacketRow kPackets[] = {
 };
 
 TEST(PacketWriter, EnvelopePieceByPiece) {
-  for (const PacketRow& row : kPackets) {
+  for (const ValueRow& row : kPackets) {
     SCOPED_TRACE(row.name);
     AMFProtocol protocol;
     const auto tree = packageOf(row.tree());
@@ -110,14 +103,15 @@ TEST(PacketWriter, EnvelopePieceByPiece) {
 }
 
 TEST(PacketWriter, WhatIsWrittenReadsBack) {
-  for (const PacketRow& row : kPackets) {
+  for (const ValueRow& row : kPackets) {
     SCOPED_TRACE(row.name);
     const auto tree = packageOf(row.tree());
     const std::string bytes = support::joined(row.written);
     AMFProtocol protocol;
     const AMFPackage* const read = protocol.parse(bytes.data());
     EXPECT_EQ(protocol.readCursor, bytes.data() + bytes.size());
-    EXPECT_EQ(dump(read), row.readBack == std::string(kSame) ? dump(tree.get()) : row.readBack);
+    EXPECT_EQ(dump(read),
+              row.readBack == std::string(support::kSame) ? dump(tree.get()) : row.readBack);
   }
 }
 

@@ -289,6 +289,158 @@ TEST_F(Har, WarningsNameTheEntry) {
       << outcome.err;
 }
 
+// ---- Lone surrogates, which recorders escape and no UTF-8 has
+
+TEST_F(Har, ABodyWithALoneSurrogateIsDestroyed) {
+  const std::string packet = "\\u0000\\u0003\\u0000\\u0000\\u0000\\u0000";
+  const struct {
+    std::string text;  // a string of JSON
+    std::size_t length;
+    const char* lost;
+    const char* keys;
+  } rows[] = {
+      {packet + "\\ud800", 9, "half a surrogate pair 1 time", "\"surrogates\":1"},
+      {packet + "\\uDBFF\\udfff\\uDFFFx", 14, "half a surrogate pair 1 time", "\"surrogates\":1"},
+      {packet + "\\udaff\\ud9ff\\udc00\\udc00", 16, "half a surrogate pair 2 times",
+       "\"surrogates\":2"},
+      {packet + "\\\\ud800\\ud800", 15, "half a surrogate pair 1 time", "\"surrogates\":1"},
+      {packet + "\\ud800\\ufffd\xEF\xBF\xBD", 15,
+       "U+FFFD (EF BF BD) 2 times, half a surrogate pair 1 time",
+       "\"replaced\":2,\"surrogates\":1"},
+      // A string with U+FFFD would be a packet, but a sender does not write half a character.
+      {"\\u0000\\u0000\\u0000\\u0000\\u0000\\u0001\\u0000\\u0000\\u0000\\u0000\\u0000\\u0000\\u0000"
+       "\\u0006\\u0002\\u0000\\u0003\\udead",
+       20, "half a surrogate pair 1 time", "\"surrogates\":1"},
+  };
+  for (const auto& row : rows) {
+    const std::string length = std::to_string(row.length);
+    const std::string error =
+        "destroyed by the recorder: " + length + " bytes, " + std::string(row.lost);
+    for (const char* const encoding : {"\"\"", "\"base64\""}) {
+      EXPECT_EQ(exported(answered({{"text", '"' + row.text + '"'}, {"encoding", encoding}})),
+                (Outcome{6,
+                         sourceOf("response") + "\"error\":\"" + error + "\",\"bytes\":" + length +
+                             "," + row.keys + "}\n",
+                         "amf2json: -: " + error +
+                             ", in the response of entry 0\n"
+                             "amf2json: -: warning: of 1 AMF body: 1 destroyed by the recorder\n"}))
+          << row.text;
+    }
+  }
+}
+
+TEST_F(Har, LoneSurrogatesElsewhereDoNoHarm) {
+  const std::string lone = "\"\\ud800\"";
+  Members entry = {{"startedDateTime", "\"\\uDC00\\ud83d\\ude00\""}, {"comment", lone}};
+  entry["request"] = object({{"method", lone},
+                             {"url", "\"http://a.example/\\ud800/\\udbff\\ud800\xC3\xA9\""},
+                             {"headers", "[{\"name\":" + lone + ",\"value\":" + lone + "}]"}});
+  entry["response"] = object({{"content", body(base64(kBase64))}});
+  const std::string data = "data:\\ud800;base64," + std::string(kBase64);
+  entry["x"] = object({{"\\ud800", lone}});
+  EXPECT_EQ(exported("{\"log\":{\"x\\udbff\":" + lone + ",\"entries\":[" + lone + "," +
+                     object(entry) + "]}}"),
+            (Outcome{0,
+                     "{\"source\":{\"index\":1,\"direction\":\"response\",\"method\":\"\\ufffd\","
+                     "\"url\":\"http://a.example/\\ufffd/\\ufffd\\ufffd\\u00e9\",\"status\":0,"
+                     "\"time\":\"\\ufffd\\ud83d\\ude00\"}," +
+                         std::string(kDocument),
+                     ""}));
+  // In front of the base64 of a data URI.
+  EXPECT_EQ(exported(answered({{"text", '"' + data + '"'}, {"encoding", "\"base64\""}})),
+            (Outcome{0, sourceOf("response") + kDocument, ""}));
+}
+
+TEST_F(Har, NumbersOutOfRangeDoNoHarm) {
+  const std::string number(400, '9');
+  const std::string numbers = "[1e999,-1E+999,1e-999,1.5e99999999999999999999," + number + ",-" +
+                              number + "," + number + ".5," + number + "e5,18446744073709551616]";
+  const std::string entry =
+      object({{"time", numbers},
+              {"request", object({{"bodySize", "1e999"}})},
+              {"response", object({{"status", number},
+                                   {"content", body({{"text", quoted(kBase64)},
+                                                     {"encoding", "\"base64\""},
+                                                     {"size", number}})}})}});
+  EXPECT_EQ(exported("{\"log\":{\"x\":" + numbers + ",\"entries\":[" + entry + "]}}"),
+            (Outcome{0,
+                     "{\"source\":{\"index\":0,\"direction\":\"response\",\"method\":\"\",\"url\":"
+                     "\"\",\"status\":0,\"time\":\"\"}," +
+                         std::string(kDocument),
+                     ""}));
+}
+
+TEST_F(Har, WhatIsNoNumberIsRefusedAtItsPlace) {
+  const std::string number(30, '9');
+  const struct {
+    std::string text;
+    std::size_t offset;
+  } rows[] = {
+      {"1e", 10},          {"1e+", 11},       {"01e9", 9},
+      {"1.e9", 10},        {"-", 9},          {"1e9e9", 11},
+      {".1e9", 8},         {"0" + number, 9}, {number + ".", 39},
+      {"1e9x", 11},        {"+1e9", 8},       {"1e9 9", 12},
+      {number + "-1", 38}, {"\"\\ud8\"", 9},  {"\"\\ud800\\u\"", 15},
+      {"\"\\ud800", 16},
+  };
+  for (const auto& row : rows) {
+    const Outcome outcome = exported("{\"log\": " + row.text + "}");
+    EXPECT_EQ(outcome.status, 6) << row.text;
+    EXPECT_EQ(outcome.err.rfind("-:" + std::to_string(row.offset) + ": ", 0), 0u)
+        << row.text << ": " << outcome.err;
+  }
+}
+
+// ---- Many problems
+
+std::string lostBodies(std::size_t count) {
+  const std::string lost = object({{"response", object({{"content", body({{"size", "7"}})}})}});
+  std::string entries = lost;
+  for (std::size_t i = 1; i < count; ++i) entries += "," + lost;
+  return entries;
+}
+
+std::string reportOf(std::size_t index) {
+  return "amf2json: -: not recorded: 7 bytes, in the response of entry " + std::to_string(index) +
+         "\n";
+}
+
+TEST_F(Har, TheFirstProblemsAreReportedAndTheOthersCounted) {
+  std::string first;
+  for (std::size_t i = 0; i < 20; ++i) first += reportOf(i);
+  for (const std::size_t count : {20, 21, 1000}) {
+    const Outcome outcome = exported(archiveOf(lostBodies(count)));
+    const std::string more = count == 20   ? ""
+                             : count == 21 ? "amf2json: -: ... and 1 more problem\n"
+                                           : "amf2json: -: ... and 980 more problems\n";
+    const std::string all = std::to_string(count);
+    EXPECT_EQ(outcome.status, 6);
+    EXPECT_EQ(outcome.err, first + more + "amf2json: -: warning: of " + all +
+                               " AMF bodies: " + all + " not recorded\n");
+    EXPECT_EQ(documentsOf(outcome.out).size(), count);
+  }
+}
+
+TEST_F(Har, ProblemsThatAreOnlyCountedDecideTheExitCodeToo) {
+  const std::string more = answered(base64("AAAAAAAAAQ=="));  // one byte behind the message
+  const std::string trailing = more.substr(19, more.size() - 22);
+  std::string entries = trailing;
+  for (std::size_t i = 1; i < 21; ++i) entries += "," + trailing;
+  const Outcome warnings = exported(archiveOf(entries), {"--error-format", "json"});
+  EXPECT_EQ(warnings.status, 3);
+  const std::vector<rapidjson::Document> reports = documentsOf(warnings.err);
+  ASSERT_EQ(reports.size(), 21u);
+  EXPECT_STREQ(reports[20]["message"].GetString(), "... and 1 more problem");
+  EXPECT_STREQ(reports[20]["status"].GetString(), "more problems");
+  EXPECT_EQ(reports[20]["exit_code"].GetInt(), 3);
+  const Outcome errors = exported(archiveOf(entries + "," + lostBodies(1)));
+  EXPECT_EQ(errors.status, 6);
+  EXPECT_NE(errors.err.find("\namf2json: -: ... and 2 more problems\n"), std::string::npos);
+  EXPECT_NE(
+      exported(archiveOf(entries)).err.find("\namf2json: -: warning: ... and 1 more problem\n"),
+      std::string::npos);
+}
+
 // ---- Archives of odd shapes
 
 TEST_F(Har, OddShapesAreNoEntries) {

@@ -3,6 +3,7 @@
 // Tested by tests/tool/har_test.cpp.
 #include "tool/commands/export_har.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "tool/input/har.h"
@@ -17,6 +18,34 @@ namespace {
 // What became of the bodies of one archive.
 struct Counts {
   std::size_t bodies = 0, destroyed = 0, missing = 0, refused = 0;
+};
+
+// The first problems of an archive. The others are only counted, because there may be a million.
+class Problems {
+ public:
+  void add(Problem problem) {
+    if (first.size() < kMaxReported) {
+      first.push_back(std::move(problem));
+      return;
+    }
+    ++omitted;
+    rest.exitCode = std::max(rest.exitCode, problem.exitCode);
+    rest.isWarning = rest.isWarning && problem.isWarning;
+  }
+  std::vector<Problem> all() {
+    if (omitted > 0) {
+      rest.message = "... and " + pluralize(omitted, "more problem");
+      first.push_back(rest);
+    }
+    return std::move(first);
+  }
+
+ private:
+  static constexpr std::size_t kMaxReported = 20;
+
+  std::vector<Problem> first;
+  std::size_t omitted = 0;
+  Problem rest{kDone, "more problems", "", true};
 };
 
 std::string sourceOf(const HarBody& body) {
@@ -49,10 +78,26 @@ std::size_t replacedBytes(const std::string& bytes) {
   return count > 0 && isUTF8(bytes) ? count : 0;
 }
 
-Problem destroyed(std::size_t replaced, std::size_t size) {
-  return {kMalformed, "destroyed",
-          "destroyed by the recorder: " + pluralize(size, "byte") + ", U+FFFD (EF BF BD) " +
-              pluralize(replaced, "time")};
+// The characters of a body that stand for lost bytes.
+struct Lost {
+  std::size_t replaced = 0;    // U+FFFD that the recorder wrote
+  std::size_t surrogates = 0;  // lone ones
+};
+
+// A sender may have written U+FFFD, but not half a character.
+Lost lostIn(const HarBody& body, bool isPacket) {
+  if (body.loneSurrogates > 0)
+    return {replacedBytes(body.bytes) - body.loneSurrogates, body.loneSurrogates};
+  return {isPacket ? 0 : replacedBytes(body.bytes), 0};
+}
+
+Problem destroyed(const Lost& lost, std::size_t size) {
+  Problem problem{kMalformed, "destroyed", "destroyed by the recorder: " + pluralize(size, "byte")};
+  if (lost.replaced > 0)
+    problem.message += ", U+FFFD (EF BF BD) " + pluralize(lost.replaced, "time");
+  if (lost.surrogates > 0)
+    problem.message += ", half a surrogate pair " + pluralize(lost.surrogates, "time");
+  return problem;
 }
 
 Problem notRecorded(std::uint64_t missing) {
@@ -65,12 +110,13 @@ Problem notBase64(std::size_t size) {
 }
 
 // The keys that stand in place of a document.
-std::string errorKeys(const Problem& problem, const HarBody& body, std::size_t replaced) {
+std::string errorKeys(const Problem& problem, const HarBody& body, const Lost& lost) {
   JsonLine keys;
   keys.set("error", problem.message);
   if (problem.offset) keys.set("offset", *problem.offset);
   keys.set("bytes", body.missing > 0 ? body.missing : body.bytes.size());
-  if (replaced > 0) keys.set("replaced", replaced);
+  if (lost.replaced > 0) keys.set("replaced", lost.replaced);
+  if (lost.surrogates > 0) keys.set("surrogates", lost.surrogates);
   return keys.text();
 }
 
@@ -91,41 +137,53 @@ Problem summary(const Counts& counts) {
   return problem;
 }
 
-void addBody(FileResult& result, Counts& counts, const HarBody& body, const Options& options,
+// What the bodies so far have led to.
+struct Progress {
+  std::string text;
+  Counts counts;
+  Problems problems;
+};
+
+void addBody(Progress& progress, const HarBody& body, const Options& options,
              const AMFWireReadOptions& read, const ExportBytes& exportBytes) {
+  auto& [text, counts, problems] = progress;
   const bool pretty = !options.wire.compact && !options.wire.lines;
   const bool isPacket = readsAsPublished(body.bytes, read);
-  const std::size_t replaced = isPacket ? 0 : replacedBytes(body.bytes);
+  const Lost lost = lostIn(body, isPacket);
+  const bool isDestroyed = lost.replaced + lost.surrogates > 0;
   ++counts.bodies;
   try {
     if (body.missing > 0) throw notRecorded(body.missing);
-    if (replaced > 0) throw destroyed(replaced, body.bytes.size());
+    if (isDestroyed) throw destroyed(lost, body.bytes.size());
     if (body.isBadBase64 && !isPacket) throw notBase64(body.bytes.size());
     FileResult one = exportBytes(body.bytes);
-    result.text += withSource(one.text, body, pretty);
+    text += withSource(one.text, body, pretty);
     for (Problem& problem : one.problems) {
       problem.message += placeOf(body);
-      result.problems.push_back(std::move(problem));
+      problems.add(std::move(problem));
     }
   } catch (Problem& problem) {
-    result.text += withSource(errorKeys(problem, body, replaced), body, false) + "\n";
-    ++(body.missing > 0 ? counts.missing : replaced > 0 ? counts.destroyed : counts.refused);
+    text += withSource(errorKeys(problem, body, lost), body, false) + "\n";
+    ++(body.missing > 0 ? counts.missing : isDestroyed ? counts.destroyed : counts.refused);
     problem.message += placeOf(body);
-    result.problems.push_back(problem);
+    problems.add(std::move(problem));
   }
-  if (result.text.size() > options.maxOutputBytes) throw outputTooLarge(options.maxOutputBytes);
+  if (text.size() > options.maxOutputBytes) throw outputTooLarge(options.maxOutputBytes);
 }
 
 }  // namespace
 
 FileResult exportHar(std::string& archive, const Options& options, const AMFWireReadOptions& read,
                      const ExportBytes& exportBytes) {
-  FileResult result;
-  result.isJSON = true;
-  Counts counts;
+  Progress progress;
   readHar(
       archive, [&](std::string_view bytes) { return readsAsPublished(bytes, read); },
-      [&](const HarBody& body) { addBody(result, counts, body, options, read, exportBytes); });
+      [&](const HarBody& body) { addBody(progress, body, options, read, exportBytes); });
+  FileResult result;
+  result.isJSON = true;
+  result.text = std::move(progress.text);
+  result.problems = progress.problems.all();
+  const Counts& counts = progress.counts;
   if (counts.destroyed + counts.missing + counts.refused > 0)
     result.problems.push_back(summary(counts));
   return result;

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "tool/input/har_text.h"
 #include "tool/input/mojibake.h"
 #include "tool/input/wrappers.h"
 #include "tool/problem.h"
@@ -53,6 +54,7 @@ struct Message {
   std::string_view text, encoding, mediaType;
   std::string_view headerMediaType;  // of the first header field Content-Type
   std::uint64_t size = 0;
+  std::size_t loneSurrogates = 0;  // in `text`
 };
 
 bool carriesAMF(const Message& message, std::string_view bytes) {
@@ -92,6 +94,7 @@ std::optional<HarBody> bodyOf(const Message& message, const IsPacket& isPacket) 
   }
   body.bytes = decoded ? std::move(*decoded) : textBytes(message, isPacket);
   body.missing = message.text.empty() ? message.size : 0;
+  body.loneSurrogates = decoded ? 0 : message.loneSurrogates;
   if (!carriesAMF(message, body.bytes)) return std::nullopt;
   return body;
 }
@@ -139,7 +142,12 @@ class Handler : public rj::BaseReaderHandler<rj::UTF8<>, Handler> {
   }
   bool String(const char* text, rj::SizeType length, bool) {
     countEntry();
-    if (std::string_view* const target = textTarget()) *target = {text, length};
+    if (std::string_view* const target = textTarget()) {
+      *target = {text, length};
+      // The text is in the archive, which is ours to change.
+      const std::size_t lone = replaceLoneSurrogates(const_cast<char*>(text), length);
+      if (place() == Place::body && target == &message->text) message->loneSurrogates = lone;
+    }
     return true;
   }
   bool Key(const char* text, rj::SizeType length, bool) {
@@ -268,6 +276,7 @@ void readHar(std::string& archive, const IsPacket& isPacket, const TakeHarBody& 
     throw problem;
   }
   const std::size_t begin = archive.compare(0, 3, kByteOrderMark) == 0 ? 3 : 0;
+  acceptOddities(archive);
   CheckedAllocator allocator;
   rj::GenericReader<rj::UTF8<>, rj::UTF8<>, CheckedAllocator> reader(&allocator, 1024);
   rj::InsituStringStream stream(&archive[begin]);

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Tested by tests/tool/har_test.cpp and fuzz/fuzz_har.cpp.
+#include "tool/input/har_text.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+namespace {
+
+bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+// ---- Strings
+
+// The code unit of "\uXXXX" at `at`; 0 if there is none, as for U+0000.
+unsigned escapedUnit(std::string_view json, std::size_t at) {
+  if (at + 6 > json.size() || json.substr(at, 2) != "\\u") return 0;
+  unsigned unit = 0;
+  for (const char c : json.substr(at + 2, 4)) {
+    const char letter = static_cast<char>(c | 0x20);
+    if (!isDigit(c) && (letter < 'a' || letter > 'f')) return 0;
+    unit = unit << 4 | static_cast<unsigned>(isDigit(c) ? c - '0' : letter - 'a' + 10);
+  }
+  return unit;
+}
+
+bool isHighSurrogate(unsigned unit) {
+  return unit >= 0xD800 && unit <= 0xDBFF;
+}
+
+bool isLowSurrogate(unsigned unit) {
+  return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+
+// Returns the end of the escape sequence at `at`.
+std::size_t acceptEscape(std::string& json, std::size_t at) {
+  const unsigned unit = escapedUnit(json, at);
+  if (!isHighSurrogate(unit)) return at + 2;
+  if (isLowSurrogate(escapedUnit(json, at + 6))) return at + 12;
+  json[at + 3] = "CDEF"[unit >> 8 & 3];
+  return at + 6;
+}
+
+// `at` is that of the first quotation mark. Returns the end of the string.
+std::size_t acceptString(std::string& json, std::size_t at) {
+  for (++at; at < json.size();) {
+    if (json[at] == '"') return at + 1;
+    at = json[at] == '\\' ? acceptEscape(json, at) : at + 1;
+  }
+  return json.size();
+}
+
+// ---- Numbers
+
+std::size_t digitsAt(std::string_view text, std::size_t at) {
+  const std::size_t begin = at;
+  while (at < text.size() && isDigit(text[at])) ++at;
+  return at - begin;
+}
+
+// Whether this is a number of JSON that may be out of range.
+bool isLargeNumber(std::string_view text) {
+  std::size_t at = !text.empty() && text[0] == '-' ? 1 : 0;
+  const std::size_t digits = digitsAt(text, at);
+  if (digits == 0 || (digits > 1 && text[at] == '0')) return false;
+  at += digits;
+  if (at < text.size() && text[at] == '.') {
+    const std::size_t decimals = digitsAt(text, at + 1);
+    if (decimals == 0) return false;
+    at += 1 + decimals;
+  }
+  if (at == text.size()) return digits > 20;
+  if (text[at] != 'e' && text[at] != 'E') return false;
+  ++at;
+  if (at < text.size() && (text[at] == '+' || text[at] == '-')) ++at;
+  const std::size_t exponent = digitsAt(text, at);
+  return exponent > 0 && at + exponent == text.size();
+}
+
+// Returns the end of the number at `at`.
+std::size_t acceptNumber(std::string& json, std::size_t at) {
+  const std::size_t end = std::min(json.find_first_not_of("+-.0123456789Ee", at), json.size());
+  if (isLargeNumber(std::string_view(json).substr(at, end - at))) {
+    std::fill(json.begin() + static_cast<std::ptrdiff_t>(at),
+              json.begin() + static_cast<std::ptrdiff_t>(end), '0');
+    json[at + 1] = '.';
+  }
+  return end;
+}
+
+}  // namespace
+
+void acceptOddities(std::string& json) {
+  for (std::size_t at = 0; at < json.size();) {
+    if (json[at] == '"') {
+      at = acceptString(json, at);
+    } else if (json[at] == '-' || isDigit(json[at])) {
+      at = acceptNumber(json, at);
+    } else {
+      ++at;
+    }
+  }
+}
+
+std::size_t replaceLoneSurrogates(char* text, std::size_t length) {
+  // UTF-8 has ED followed by 80 to 9F only.
+  std::size_t count = 0;
+  char* const end = text + length;
+  for (char* at = text; (at = std::find(at, end, '\xED')) != end; at += 3) {
+    if (static_cast<unsigned char>(at[1]) < 0xA0) continue;
+    std::memcpy(at, "\xEF\xBF\xBD", 3);
+    ++count;
+  }
+  return count;
+}

@@ -484,6 +484,8 @@ TEST_F(Har, Refusals) {
        "amf2json: -: this is no archive (HAR): more than 1048576 objects and arrays inside one "
        "another\n"},
       {"{\"log\":{\"entries\":[\"\xFF\"]}}", {}, 6, "-:20: Invalid encoding in string.\n"},
+      {"{\"log\":\"\xF3}", {}, 6, "-:8: Invalid encoding in string.\n"},
+      {"{\"log\":nil,\"\xC3", {}, 6, "-:8: Invalid value.\n"},
       {packet,
        {"--from", "hex"},
        2,

@@ -276,7 +276,7 @@ void readHar(std::string& archive, const IsPacket& isPacket, const TakeHarBody& 
     throw problem;
   }
   const std::size_t begin = archive.compare(0, 3, kByteOrderMark) == 0 ? 3 : 0;
-  acceptOddities(archive);
+  prepareForRapidJSON(archive);
   CheckedAllocator allocator;
   rj::GenericReader<rj::UTF8<>, rj::UTF8<>, CheckedAllocator> reader(&allocator, 1024);
   rj::InsituStringStream stream(&archive[begin]);

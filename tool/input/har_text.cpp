@@ -36,7 +36,7 @@ bool isLowSurrogate(unsigned unit) {
 }
 
 // Returns the end of the escape sequence at `at`.
-std::size_t acceptEscape(std::string& json, std::size_t at) {
+std::size_t prepareEscape(std::string& json, std::size_t at) {
   const unsigned unit = escapedUnit(json, at);
   if (!isHighSurrogate(unit)) return at + 2;
   if (isLowSurrogate(escapedUnit(json, at + 6))) return at + 12;
@@ -45,10 +45,10 @@ std::size_t acceptEscape(std::string& json, std::size_t at) {
 }
 
 // `at` is that of the first quotation mark. Returns the end of the string.
-std::size_t acceptString(std::string& json, std::size_t at) {
+std::size_t prepareString(std::string& json, std::size_t at) {
   for (++at; at < json.size();) {
     if (json[at] == '"') return at + 1;
-    at = json[at] == '\\' ? acceptEscape(json, at) : at + 1;
+    at = json[at] == '\\' ? prepareEscape(json, at) : at + 1;
   }
   return json.size();
 }
@@ -81,7 +81,7 @@ bool isLargeNumber(std::string_view text) {
 }
 
 // Returns the end of the number at `at`.
-std::size_t acceptNumber(std::string& json, std::size_t at) {
+std::size_t prepareNumber(std::string& json, std::size_t at) {
   const std::size_t end = std::min(json.find_first_not_of("+-.0123456789Ee", at), json.size());
   if (isLargeNumber(std::string_view(json).substr(at, end - at))) {
     std::fill(json.begin() + static_cast<std::ptrdiff_t>(at),
@@ -91,14 +91,27 @@ std::size_t acceptNumber(std::string& json, std::size_t at) {
   return end;
 }
 
+// ---- The end
+
+// RapidJSON reads all bytes of a character before it checks them.
+void cutLastCharacter(std::string& json) {
+  for (std::size_t left = 1; left <= 3 && left <= json.size(); ++left) {
+    char& last = json[json.size() - left];
+    const auto byte = static_cast<unsigned char>(last);
+    const std::size_t length = byte < 0xC0 ? 1 : byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : 4;
+    if (length > left) last = '\xFF';
+  }
+}
+
 }  // namespace
 
-void acceptOddities(std::string& json) {
+void prepareForRapidJSON(std::string& json) {
+  cutLastCharacter(json);
   for (std::size_t at = 0; at < json.size();) {
     if (json[at] == '"') {
-      at = acceptString(json, at);
+      at = prepareString(json, at);
     } else if (json[at] == '-' || isDigit(json[at])) {
-      at = acceptNumber(json, at);
+      at = prepareNumber(json, at);
     } else {
       ++at;
     }

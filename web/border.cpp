@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The border between JavaScript and the calls. core.js asks for memory (web_input), copies the bytes there, sets the
-// options, makes a call, takes result and facts, and has everything freed (web_release). Nothing is thrown across the
-// border, and between two calls nothing is kept. Tested by web/tests/.
+// The border between JavaScript and the calls. core.js gives an instance a seed (web_seed). For each call it asks for
+// memory (web_input), copies the bytes there, sets the options, makes the call, takes result and facts, and has
+// everything freed (web_release). Nothing is thrown across the border, and between two calls nothing is kept. Tested by
+// web/tests/.
 #include <AMF2JSON.h>
 
 #include <cstdlib>
@@ -13,6 +14,7 @@
 #include <stdexcept>
 
 #include "web/calls.h"
+#include "wire/hash.h"
 
 using namespace web;
 
@@ -56,6 +58,11 @@ char* web_input(std::size_t size) {
   input = static_cast<char*>(std::malloc(size == 0 ? 1 : size));
   inputSize = size;
   return input;
+}
+
+// Two random words of 32 bits, before the first call. Names in packets cannot be chosen to share slots of a hash table.
+void web_seed(std::uint32_t high, std::uint32_t low) {
+  amf2json::wire::hostSeed = std::uint64_t{high} << 32 | low;
 }
 
 // Where the options stand, none of them set.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The calls of core.d.ts on top of the WebAssembly file, without anything of the host: no files, no network, no names
-// of Node or of pages but WebAssembly, TextEncoder and TextDecoder. border.cpp is the other side.
+// of Node or of pages but WebAssembly, TextEncoder, TextDecoder and crypto. border.cpp is the other side.
 // Tested by web/tests/.
 
 // The options in the order of struct Options (calls.h): name -> how the value becomes a number.
@@ -129,6 +129,13 @@ function bytesOf(text) {
   });
 }
 
+// Two random words of 32 bits, for the hash tables of an instance. Node 18 has no global crypto.
+function randomWords() {
+  const words = new Uint32Array(2);
+  if (globalThis.crypto?.getRandomValues) return globalThis.crypto.getRandomValues(words);
+  return words.map(() => Math.random() * 2 ** 32);
+}
+
 // An instance of the WebAssembly file. After a failure of the engine (no memory, no stack) its state is unknown, and
 // it is replaced; so is one that has grown large, since its memory does not shrink.
 class Machine {
@@ -148,6 +155,7 @@ class Machine {
     };
     this.exports = new WebAssembly.Instance(this.module, imports).exports;
     this.exports._initialize();
+    this.exports.web_seed(...randomWords());
   }
 
   // Addresses and sizes come as signed numbers.

@@ -14,13 +14,15 @@
 
 namespace amf2json::wire {
 
+// Set before the first call by a host whose processes all have the same addresses: WebAssembly.
+inline std::uint64_t hostSeed = 0;
+
 // Derived from the addresses that the system chose for this process.
 inline std::uint64_t hashSeed() {
   static const char kPlace = 0;
-  static const std::uint64_t seed =
-      (reinterpret_cast<std::uintptr_t>(&kPlace) ^ reinterpret_cast<std::uintptr_t>(&std::memcpy)) *
-      0x9E3779B97F4A7C15u;
-  return seed;
+  const std::uint64_t addresses =
+      reinterpret_cast<std::uintptr_t>(&kPlace) ^ reinterpret_cast<std::uintptr_t>(&std::memcpy);
+  return (addresses ^ hostSeed) * 0x9E3779B97F4A7C15u;
 }
 
 inline std::uint64_t mix(std::uint64_t a, std::uint64_t b) {

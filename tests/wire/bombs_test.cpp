@@ -8,6 +8,7 @@
 #include "support/counted_heap.h"
 #include "support/hex.h"
 #include "wire/calls.h"
+#include "wire/hash.h"
 
 namespace {
 
@@ -97,6 +98,43 @@ TEST(WireBombs, AreRefusedSoonAndInLittleMemory) {
 #endif
     EXPECT_LT(timeMs, kMost * static_cast<double>(bomb.bytes.size()) / 1e6 + 1);
   }
+}
+
+// Names that an attacker has chosen for one seed of the hash tables.
+std::vector<std::string> namesOfOneSlot(std::uint64_t seed) {
+  std::vector<std::string> names;
+  for (std::uint32_t i = 0; names.size() < 200; ++i) {
+    const std::string name = "n" + std::to_string(i);
+    if (amf2json::wire::hashOf(name.data(), name.size(), seed) >> 54 == 0) names.push_back(name);
+  }
+  return names;
+}
+
+TEST(WireBombs, SlotsDependOnTheSeedAndTextsDoNot) {
+  using amf2json::wire::hostSeed;
+  hostSeed = 1;
+  const std::uint64_t seed = amf2json::wire::hashSeed();
+  const std::vector<std::string> names = namesOfOneSlot(seed);
+  std::string bytes = hex("0A 0B 01");
+  for (const std::string& name : names) {
+    bytes += static_cast<char>(name.size() * 2 + 1) + name + '\x01';
+  }
+  bytes += '\x01';
+  const std::string text = wire_tests::exported(bytes, AMFWireForm::amf3);
+  EXPECT_EQ(text.rfind("{\"amf3\":[{\"" + names[0] + "\":null,", 0), 0u) << text;
+  for (const std::uint64_t other : {2u, 3u, 4u}) {
+    hostSeed = other;
+    ASSERT_NE(amf2json::wire::hashSeed(), seed);
+    std::size_t together = 0;
+    for (const std::string& name : names) {
+      const std::uint64_t hash =
+          amf2json::wire::hashOf(name.data(), name.size(), amf2json::wire::hashSeed());
+      together += hash >> 54 == 0 ? 1 : 0;
+    }
+    EXPECT_LT(together, 10u) << other;  // of 200, in one of 1024 slots
+    EXPECT_EQ(wire_tests::exported(bytes, AMFWireForm::amf3), text);
+  }
+  hostSeed = 0;
 }
 
 // Time and memory per byte where each byte costs most.

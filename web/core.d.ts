@@ -169,7 +169,10 @@ export interface Api {
   exportJson(bytes: Uint8Array, options?: ExportOptions): Exported;
   /** A document of exportJson() to bytes. */
   importJson(text: string, options?: ImportOptions): Uint8Array;
-  /** What bytes are, as the program's identify says it. Gzip and zlib are named, but not opened. */
+  /**
+   * What bytes are, as the program's identify says it. Compressed bytes have the kind "compressed", and "gzip" or "zlib"
+   * as the last of `wrappers`: unpack them (DecompressionStream("gzip") or ("deflate"), node:zlib), and ask again.
+   */
   identify(bytes: Uint8Array): Identity;
   /** What each byte is, for a hex view. Bytes that are refused throw nothing: the last field says why. */
   fields(bytes: Uint8Array, options?: FieldOptions): Field[];

@@ -277,6 +277,14 @@ TEST_F(Har, RefusedBodiesHaveAnErrorAndTheOthersFollow) {
       << outcome.err;
 }
 
+TEST_F(Har, ACompressedBodyNamesTheOption) {
+  const Outcome outcome = exported(answered(base64("H4sIAAAAAAAAAA==")));
+  EXPECT_EQ(outcome.status, 5);
+  EXPECT_NE(outcome.err.find("\n    these bytes are gzip: --unwrap unpacks them\n"),
+            std::string::npos)
+      << outcome.err;
+}
+
 TEST_F(Har, WarningsNameTheEntry) {
   // One byte behind the message.
   const Outcome outcome = exported(answered(base64("AAAAAAAAAQ==")));

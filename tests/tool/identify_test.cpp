@@ -209,6 +209,25 @@ TEST(Identify, LooksIntoCompressedData) {
   };
   for (const Row& row : rows) EXPECT_EQ(row.line, lineOf(row.bytes)) << row.name;
 }
+#else
+TEST(Identify, NamesCompressedData) {
+  const std::string gzip = hex("1F8B08 00 00000000 0000"), zlib = hex("789C 00");
+  const std::string head = "HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\n\r\n";
+  const Row rows[] = {
+      {"gzip", gzip,
+       "gzip: this build of amf2json has no zlib; unpack it first => gzip -dc F | amf2json "
+       "identify"},
+      {"zlib", zlib, "zlib: this build of amf2json has no zlib; unpack it first"},
+      {"gzip in base64", base64(gzip),
+       "base64 text > gzip: this build of amf2json has no zlib; unpack it first"},
+      {"a gzip body", head + gzip,
+       "gzip body of the HTTP message: this build of amf2json has no zlib; unpack it first"},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(row.line, lineOf(row.bytes)) << row.name;
+    EXPECT_STREQ("compressed", identify(row.bytes, AMFVerifyLimits()).kind) << row.name;
+  }
+}
 #endif
 
 // A value that may refer to what stands in front of it is not offered.

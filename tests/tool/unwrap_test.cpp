@@ -302,8 +302,9 @@ TEST(Unwrap, StopsBombs) {
 #else
 
 TEST(Unwrap, SaysThatItWasBuiltWithoutZlib) {
-  EXPECT_EQ("exit 9, built without zlib, byte 0: gzip: this amf2json was built without zlib",
-            lineOf(hex("1F8B08 00 00000000 0000")));
+  EXPECT_EQ(
+      "exit 9, built without zlib, byte 0: gzip: this build of amf2json has no zlib; unpack it first",
+      lineOf(hex("1F8B08 00 00000000 0000")));
 }
 
 #endif

@@ -3,6 +3,7 @@
 // Tested by tests/tool/export_test.cpp.
 #include "tool/commands/wire_problem.h"
 
+#include "tool/input/wrappers.h"
 #include "tool/text/hex.h"
 
 namespace {
@@ -80,6 +81,8 @@ Problem exportProblem(const AMFWireResult& result, std::string_view bytes,
     problem.hint =
         "--external CLASS=VALUES reads it as so many values, --salvage keeps the raw bytes";
   }
+  if (isGzip(bytes) && !options.unwrap)
+    problem.hint = "these bytes are gzip: --unwrap unpacks them";
   if (result.status == AMFWireStatus::textLimit) return problem;
   SectionFinder finder;
   amfWireRead(bytes.data(), bytes.size(), finder, read);

@@ -11,6 +11,7 @@
 #include "tool/input/mojibake.h"
 #include "tool/input/published_format.h"
 #include "tool/input/unwrap.h"
+#include "tool/input/wrappers.h"
 #include "tool/problem.h"
 #include "tool/text/hex.h"
 #include "tool/text/printable.h"
@@ -284,6 +285,19 @@ std::optional<Identity> identifyBare(std::string_view bytes, const AMFVerifyLimi
   return std::nullopt;
 }
 
+// A wrapper that a build without zlib cannot remove.
+Identity compressed(std::string_view bytes, const std::string& verdict) {
+  Identity identity = known("compressed", verdict);
+  if (isGzip(bytes)) {
+    identity.wrappers = {"gzip"};
+    identity.command = "identify";
+    identity.filter = "gzip -dc";
+  } else if (isZlib(bytes)) {
+    identity.wrappers = {"zlib"};
+  }
+  return identity;
+}
+
 Identity identifyInside(std::string_view bytes, const AMFVerifyLimits& limits, std::size_t depth);
 
 // Digits and base64 are called wrappers only if their content is known, because any word can be
@@ -297,6 +311,7 @@ std::optional<Identity> identifyWrapped(std::string_view bytes, const AMFVerifyL
   try {
     found = unwrapOnce(bytes, limits.maxPacketBytes, match);
   } catch (const Problem& problem) {
+    if (problem.status == kNoZlib) return compressed(bytes, problem.message);
     return known("broken wrapper", problem.message + atByte(problem.offset.value_or(0)));
   }
   if (!found || depth == kMaxWrappers) return std::nullopt;

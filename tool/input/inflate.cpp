@@ -98,8 +98,8 @@ std::string inflated(std::string_view bytes, Compression form, const std::string
 #else
 
 std::string inflated(std::string_view, Compression, const std::string& name, std::size_t) {
-  throw wrapperProblem(kFileFailure, "built without zlib",
-                       name + ": this amf2json was built without zlib", 0);
+  throw wrapperProblem(kFileFailure, kNoZlib,
+                       name + ": this build of amf2json has no zlib; unpack it first", 0);
 }
 
 #endif

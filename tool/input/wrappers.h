@@ -39,6 +39,8 @@ inline Problem unwrappedTooLarge(const std::string& wrapper, std::size_t maxByte
 
 // ---- Compressed data, by zlib where the program was built with it
 
+constexpr const char* kNoZlib = "built without zlib";  // status of the problem in other builds
+
 enum class Compression { gzip, zlib, deflate };
 
 // By the first bytes.

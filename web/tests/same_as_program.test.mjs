@@ -8,6 +8,7 @@ import { mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from "nod
 import { tmpdir } from "node:os";
 import { basename, join } from "node:path";
 import { test } from "node:test";
+import { deflateSync, gzipSync } from "node:zlib";
 import { answers, api, bytesOf, failureOf, generated, hex, native, packetFiles, program, run, scale } from "./support.mjs";
 
 const base64 = (bytes) => Buffer.from(bytes).toString("base64");
@@ -82,6 +83,31 @@ test(`decode, check and identify: ${packetFiles.length} files`, () => {
     if (identified.form !== null) assert.equal(api.exportJson(bytes, { as: identified.form }).form, identified.form);
   }
   assert.ok(decoded >= 100);
+});
+
+// The host decompresses, and both identify the same content.
+test(`identify compressed bytes: ${packetFiles.length} files`, () => {
+  const folder = mkdtempSync(join(tmpdir(), "amf2json-"));
+  try {
+    for (const file of packetFiles) {
+      for (const [name, pack] of [["gzip", gzipSync], ["zlib", deflateSync]]) {
+        const packed = new Uint8Array(pack(bytesOf(file)));
+        const path = join(folder, name);
+        writeFileSync(path, packed);
+        const { kind, verdict } = JSON.parse(run("identify", "--format", "json", path).stdout);
+        const outside = api.identify(packed);
+        assert.deepEqual([outside.known, outside.kind, outside.wrappers, outside.form], [true, "compressed", [name], null]);
+        assert.equal(outside.reason, `${name}: this build of amf2json has no zlib; unpack it first`);
+        assert.deepEqual(outside.hints, name === "gzip" ? ["gzip -dc FILE | amf2json identify"] : []);
+        const inside = api.identify(bytesOf(file));
+        assert.deepEqual([kind, verdict], [inside.kind, `${name} > ${inside.reason}`], file);
+      }
+    }
+    const inBase64 = api.identify(Buffer.from(gzipSync(bytesOf(packetFiles[0])).toString("base64")));
+    assert.deepEqual([inBase64.kind, inBase64.wrappers, inBase64.hints], ["compressed", ["base64 text", "gzip"], []]);
+  } finally {
+    rmSync(folder, { recursive: true });
+  }
 });
 
 for (const [form, count] of [["packet", 14000], ["amf0", 2000], ["amf3", 2000], ["sol", 1000], ["flv", 1000]]) {

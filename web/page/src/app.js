@@ -9,7 +9,7 @@ import { Editor } from "./editor.js";
 import { HexView } from "./hex_view.js";
 import { fieldAt, meaningOf } from "./links.js";
 import { comparison, download, outputText } from "./outputs.js";
-import { PacketList, stateOf } from "./packet_list.js";
+import { PacketList, lossOf } from "./packet_list.js";
 import { bytesOfPaste } from "./parse_input.js";
 import { Search } from "./search.js";
 import { Tabs } from "./tabs.js";
@@ -145,11 +145,10 @@ class App {
   async packetsOf(input, name) {
     if (input.kind === "har") {
       return input.entries.map((entry) => ({
-        name: entry.url || name, bytes: entry.bytes, source: entry, notes: harNotes(entry), replaced: entry.replaced,
-        missing: entry.missing,
+        name: entry.url || name, bytes: entry.bytes, source: entry, notes: harNotes(entry), lost: lossOf(entry),
       }));
     }
-    const plain = { name, source: {}, notes: [], replaced: 0, missing: 0 };
+    const plain = { name, source: {}, notes: [], lost: "" };
     if (input.kind === "document") {
       const bytes = await this.work.ask("import", { text: input.text, external: this.options.external });
       return [{ ...plain, bytes }];
@@ -443,12 +442,13 @@ function headline(form, doc) {
 
 function harNotes(entry) {
   const notes = [`${entry.direction} of ${entry.method} ${entry.url}, ${entry.time}`];
-  if (entry.replaced > 0 || entry.missing > 0) notes.push(`The body is ${stateOf(entry)}.`);
+  if (lossOf(entry)) notes.push(`The body is ${lossOf(entry)}.`);
+  if (entry.wrapper) notes.push(`Taken out of: ${entry.wrapper}.`);
   return notes;
 }
 
 function harSummary(name, packets) {
-  const lost = packets.filter((packet) => packet.replaced > 0 || packet.missing > 0).length;
+  const lost = packets.filter((packet) => packet.lost).length;
   const bodies = `${packets.length} AMF ${packets.length === 1 ? "body" : "bodies"}`;
   return `${name}: ${bodies}, ${lost} of them lost to the recorder.`;
 }

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // HTTP archives (HAR), as browsers and proxies save them: which entries carry AMF, and what is left of their bytes.
-// Enter at readHar(). Tested by test/har.test.mjs.
+// Enter at readHar(). Tested by test/har.test.mjs; web/tests/archives.test.mjs compares it with the program.
 import { countReplaced, fromBase64, fromLatin1, utf8 } from "./bytes.js";
 
-const amfType = /^\s*application\/(x-amf|amf)\b/i;
+const amfType = /^application\/(x-amf|amf)([; \t]|$)/i;
+const loneSurrogate = /\p{Surrogate}/gu;
 
-// A list of { index, direction, method, url, status, time, bytes, how, replaced, missing, isAmf }:
-// how: "base64", "code points" or "text"; replaced: number of U+FFFD, in `bytes` as EF BF BD;
-// missing: bytes that the archive counts and does not hold. `isRead(bytes)` says whether bytes are a packet to the last one.
+// A list of { index, direction, method, url, status, time, bytes, how, replaced, surrogates, missing, isAmf }:
+// how: "base64", "code points" or "text"; replaced: number of U+FFFD, in `bytes` as EF BF BD; surrogates: number of lone
+// ones, likewise; missing: bytes that the archive counts and does not hold. `isRead(bytes)` says whether bytes are a packet to the last one.
 // Throws Error where it is no archive.
 export function readHar(text, isRead = () => false) {
   const entries = JSON.parse(text)?.log?.entries;
@@ -25,31 +26,37 @@ function common(entry, index, direction) {
   return {
     index,
     direction,
-    method: String(entry?.request?.method ?? ""),
-    url: String(entry?.request?.url ?? ""),
-    status: Number(entry?.response?.status ?? 0),
-    time: String(entry?.startedDateTime ?? ""),
+    method: wellFormed(entry?.request?.method),
+    url: wellFormed(entry?.request?.url),
+    status: countOf(entry?.response?.status),
+    time: wellFormed(entry?.startedDateTime),
   };
 }
 
+const stringOf = (value) => (typeof value === "string" ? value : "");
+const wellFormed = (value) => stringOf(value).replace(loneSurrogate, "\ufffd");
+const countOf = (value) => (Number.isInteger(value) && value > 0 ? value : 0);
+
 function request(entry, index, isRead) {
-  const data = entry?.request?.postData;
-  const type = data?.mimeType || fieldOf(entry?.request, "content-type");
-  const body = bodyOf(data, entry?.request?.bodySize, isRead);
-  return { ...common(entry, index, "request"), ...body, isAmf: data !== undefined && isAmf(type, body.bytes) };
+  const { postData, bodySize } = entry?.request ?? {};
+  return { ...common(entry, index, "request"), ...message(entry?.request, postData, bodySize, isRead) };
 }
 
 function response(entry, index, isRead) {
   const content = entry?.response?.content;
-  const type = content?.mimeType || fieldOf(entry?.response, "content-type");
-  const body = bodyOf(content, content?.size, isRead);
+  return { ...common(entry, index, "response"), ...message(entry?.response, content, content?.size, isRead) };
+}
+
+function message(head, holder, size, isRead) {
+  const type = stringOf(holder?.mimeType) || fieldOf(head, "content-type");
+  const body = bodyOf(holder, countOf(size), isRead);
   const isKept = body.bytes.length > 0 || body.missing > 0;
-  return { ...common(entry, index, "response"), ...body, isAmf: isKept && isAmf(type, body.bytes) };
+  return { ...body, isAmf: isKept && isAmf(type, body.bytes) };
 }
 
 function fieldOf(message, name) {
   const fields = Array.isArray(message?.headers) ? message.headers : [];
-  return String(fields.find((field) => String(field?.name).toLowerCase() === name)?.value ?? "");
+  return stringOf(fields.find((field) => stringOf(field?.name).toLowerCase() === name)?.value);
 }
 
 // By its type; or a packet's first bytes in something of no type.
@@ -60,18 +67,21 @@ function isAmf(type, bytes) {
 
 // Three ways to hold bytes in JSON: base64; one character a byte; UTF-8 that was decoded, which loses bytes.
 function bodyOf(holder, size, isRead) {
-  const text = String(holder?.text ?? "");
-  const counted = Number.isInteger(size) && size > 0 ? size : 0;
-  const missing = text === "" ? counted : 0;
-  if (holder?.encoding === "base64") {
-    const bytes = fromBase64(text);
-    if (bytes) return { bytes, how: "base64", replaced: isRead(bytes) ? 0 : countReplacedBody(bytes), missing };
+  const text = stringOf(holder?.text);
+  const missing = text === "" ? size : 0;
+  if (stringOf(holder?.encoding).toLowerCase() === "base64") {
+    const bytes = fromBase64(text.replace(/^data:[^]*?;base64,/, ""));
+    const replaced = bytes && !isRead(bytes) ? countReplacedBody(bytes) : 0;
+    if (bytes) return { bytes, how: "base64", replaced, surrogates: 0, missing };
   }
   const latin1 = fromLatin1(text);
   const bytes = utf8(text);
-  const isText = !latin1 || (bytes.length === counted || isRead(bytes)) && !(latin1.length === counted || isRead(latin1));
-  return isText ? { bytes, how: "text", replaced: isRead(bytes) ? 0 : countReplaced(bytes), missing }
-    : { bytes: latin1, how: "code points", replaced: 0, missing };
+  const isText = !latin1 || (bytes.length === size || isRead(bytes)) && !(latin1.length === size || isRead(latin1));
+  if (!isText) return { bytes: latin1, how: "code points", replaced: 0, surrogates: 0, missing };
+  // A sender may have written U+FFFD, but not half a character.
+  const surrogates = text.match(loneSurrogate)?.length ?? 0;
+  const replaced = surrogates > 0 || !isRead(bytes) ? countReplaced(bytes) - surrogates : 0;
+  return { bytes, how: "text", replaced, surrogates, missing };
 }
 
 // Of bytes that cannot be read. In base64, too, may stand what a recorder had decoded before: then they are UTF-8. Bytes

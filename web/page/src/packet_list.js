@@ -24,7 +24,7 @@ export class PacketList extends EventTarget {
     });
   }
 
-  // A packet: { name, bytes, source, notes, replaced, missing }. Returns the index of the first one.
+  // A packet: { name, bytes, source, notes, lost }; lost: what the recorder did to it, or empty. Returns the index of the first one.
   add(packets) {
     const first = this.packets.length;
     this.packets.push(...packets);
@@ -55,18 +55,20 @@ export class PacketList extends EventTarget {
     button.textContent = packet.name;
     head.append(button);
     const { direction = "", time = "" } = packet.source;
-    const state = cell(stateOf(packet));
-    if (packet.replaced > 0 || packet.missing > 0) state.className = "lost";
+    const state = cell(packet.lost || "whole");
+    if (packet.lost) state.className = "lost";
     row.append(head, cell(direction), cell(time.replace("T", " ").slice(0, 23)), cell(words(packet.bytes.length, "byte")), state);
     return row;
   }
 }
 
-// What is left of a body.
-export function stateOf({ replaced, missing }) {
-  if (replaced > 0) return `destroyed by the recorder: EF BF BD ${words(replaced, "time")}`;
+// What the recorder did to a body of an archive; empty: it is whole.
+export function lossOf({ replaced, surrogates, missing }) {
   if (missing > 0) return `not in the archive: ${words(missing, "byte")}`;
-  return "whole";
+  const lost = [];
+  if (replaced > 0) lost.push(`EF BF BD ${words(replaced, "time")}`);
+  if (surrogates > 0) lost.push(`half a surrogate pair ${words(surrogates, "time")}`);
+  return lost.length > 0 ? `destroyed by the recorder: ${lost.join(", ")}` : "";
 }
 
 function cell(text) {

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What somebody drops or pastes, as packets: binary files, hexadecimal, base64, HTTP messages, gzip, archives (HAR),
-// documents. Enter at parseInput(). Tested by test/parse_input.test.mjs.
+// What somebody drops or pastes, as packets: binary files, hexadecimal, base64, HTTP messages, gzip, zlib, archives
+// (HAR), documents. Enter at parseInput(). Tested by test/parse_input.test.mjs.
 import { countReplaced, fromBase64, fromLatin1, utf8 } from "./bytes.js";
 import { looksLikeHar, readHar } from "./har.js";
 import { beginsHttp, inflate, parseHttp } from "./http_message.js";
 
 const mostWrappers = 8;
+const mostArchiveBytes = 64 << 20;  // of all bodies of an archive that are decompressed
 
 // Returns { kind: "bytes", bytes, wrappers, notes, source }, { kind: "har", entries } or { kind: "document", text }.
 // Throws Error with a sentence for the user.
@@ -18,7 +19,7 @@ export async function parseInput(bytes, isRead) {
   let content = bytes;
   for (;;) {
     const text = typedText(content);
-    if (text !== null && looksLikeHar(text)) return { kind: "har", entries: readHar(text, isRead) };
+    if (text !== null && looksLikeHar(text)) return { kind: "har", entries: await decompressed(readHar(text, isRead)) };
     if (text !== null && looksLikeDocument(text)) return { kind: "document", text };
     const inner = await takeOff(content, text);
     if (!inner) break;
@@ -58,8 +59,29 @@ function looksLikeDocument(text) {
   return /^\s*\{/.test(text) && /"(amf|amf0|amf3|sol|flv)"\s*:/.test(text);
 }
 
+// What the first bytes say: the name of the wrapper and the word of DecompressionStream; null for other bytes.
+function compressionOf(bytes) {
+  if (bytes[0] === 0x1f && bytes[1] === 0x8b) return { name: "gzip", format: "gzip" };
+  return bytes[0] === 0x78 && (0x7800 + bytes[1]) % 31 === 0 ? { name: "zlib", format: "deflate" } : null;
+}
+
+// The bodies of an archive, decompressed where they were recorded compressed; such an entry has a `wrapper`. A body that
+// cannot be decompressed, or would be too large together with those before it, stays as it is.
+async function decompressed(entries) {
+  const result = [];
+  let left = mostArchiveBytes;
+  for (const entry of entries) {
+    const compression = compressionOf(entry.bytes);
+    const bytes = compression && await inflate(entry.bytes, compression.format, left).catch(() => null);
+    left -= bytes?.length ?? 0;
+    result.push(bytes ? { ...entry, bytes, wrapper: compression.name } : entry);
+  }
+  return result;
+}
+
 async function takeOff(bytes, text) {
-  if (bytes[0] === 0x1f && bytes[1] === 0x8b) return { name: "gzip", bytes: await inflate(bytes, "gzip") };
+  const compression = text === null ? compressionOf(bytes) : null;
+  if (compression) return { name: compression.name, bytes: await inflate(bytes, compression.format) };
   if (beginsHttp(bytes)) {
     const { start, fields, body, missing } = await parseHttp(bytes);
     const notes = missing > 0 ? [`The head says ${missing} bytes more than follow.`] : [];

@@ -5,6 +5,7 @@ import assert from "node:assert/strict";
 import { readFileSync } from "node:fs";
 import path from "node:path";
 import { test } from "node:test";
+import { deflateSync, gzipSync } from "node:zlib";
 import { utf8 } from "../src/bytes.js";
 import { looksLikeHar, readHar } from "../src/har.js";
 import { parseInput } from "../src/parse_input.js";
@@ -34,7 +35,8 @@ test("base64", () => {
   assert.deepEqual(
     { ...entry, bytes: Buffer.from(entry.bytes) },
     { index: 0, direction: "response", method: "POST", url: "https://a.example/gateway", status: 200,
-      time: "2026-01-02T03:04:05.678Z", bytes: packet, how: "base64", replaced: 0, missing: 0, isAmf: true });
+      time: "2026-01-02T03:04:05.678Z", bytes: packet, how: "base64", replaced: 0, surrogates: 0, missing: 0,
+      isAmf: true });
 });
 
 test("code points", () => {
@@ -70,6 +72,20 @@ test("a U+FFFD beside bytes that are no UTF-8 was written by the sender", () => 
   assert.equal(entry.replaced, 0);
 });
 
+test("a lone surrogate: the body is lost, even if it reads as a packet", () => {
+  const [entry] = readHar(content({ text: "\u0000\u0003\ud800\ufffd\udc00\ud83d\ude00" }), () => true);
+  assert.deepEqual([entry.replaced, entry.surrogates], [1, 2]);
+  assert.equal(Buffer.from(entry.bytes).toString("hex"), "0003" + "efbfbd".repeat(3) + "f09f9880");
+  const [other] = readHar(har({ method: "\ud800", url: "http://\udc00/\ud83d\ude00", postData: { ...amf, text: "x" } }, {}));
+  assert.deepEqual([other.method, other.url], ["\ufffd", "http://\ufffd/\ud83d\ude00"]);
+});
+
+test("numbers out of range are ignored", () => {
+  const text = har({ bodySize: 1, postData: { ...amf, text: "x" } }, { status: 2 });
+  const [entry] = readHar(text.replace('"bodySize":1', '"bodySize":1e999').replace('"status":2', '"status":-1e999'));
+  assert.deepEqual([entry.status, entry.missing, entry.bytes.length], [0, 0, 1]);
+});
+
 test("a body that was not recorded", () => {
   const [entry] = readHar(content({ size: 1234 }));
   assert.equal(entry.missing, 1234);
@@ -95,6 +111,24 @@ test("entries of other shapes do no harm", () => {
   assert.deepEqual(readHar(JSON.stringify({ log: { entries } })), []);
   assert.throws(() => readHar("{}"), /no log.entries/);
   assert.throws(() => readHar('{"log":{"entries":{}}}'), /no log.entries/);
+});
+
+test("bodies that were recorded compressed", async () => {
+  for (const [wrapper, pack] of [["gzip", gzipSync], ["zlib", deflateSync]]) {
+    const { entries } = await parseInput(utf8(content({ text: pack(packet).toString("base64"), encoding: "base64" })));
+    assert.equal(entries[0].wrapper, wrapper);
+    assert.deepEqual(Buffer.from(entries[0].bytes), packet);
+  }
+  const cut = gzipSync(packet).subarray(0, 20);
+  const { entries } = await parseInput(utf8(content({ text: cut.toString("base64"), encoding: "base64" })));
+  assert.equal(entries[0].wrapper, undefined);
+  assert.deepEqual(Buffer.from(entries[0].bytes), cut);
+});
+
+test("compressed bodies have a bound together", async () => {
+  const body = { ...amf, text: gzipSync(Buffer.alloc(40 << 20)).toString("base64"), encoding: "base64" };
+  const { entries } = await parseInput(utf8(har({ postData: body }, { content: body })));
+  assert.deepEqual(entries.map(({ wrapper }) => wrapper), ["gzip", undefined]);
 });
 
 test("archives are recognised", async () => {

@@ -32,6 +32,7 @@ const inputs = [
   ["... as data URI", `data:application/x-amf;base64,${base64}`, ["base64"]],
   ["gzip", gzipSync(packet), ["gzip"]],
   ["gzip in base64", toBase64(gzipSync(packet)), ["base64", "gzip"]],
+  ["zlib", deflateSync(packet), ["zlib"]],
   ["curl -i", join(head("HTTP/1.1 200 OK", "Content-Type: application/x-amf"), packet), ["HTTP message"]],
   ["... with line feeds alone", join("HTTP/1.1 200 OK\nServer: x\n\n", packet), ["HTTP message"]],
   ["... over HTTP/2", join(head("HTTP/2 200", "content-length: 25"), packet), ["HTTP message"]],

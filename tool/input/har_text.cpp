@@ -35,7 +35,7 @@ bool isLowSurrogate(unsigned unit) {
   return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
-// Returns the end of the escape sequence at `at`.
+// Returns the end of the escape sequence at `at`, or of a pair of them.
 std::size_t prepareEscape(std::string& json, std::size_t at) {
   const unsigned unit = escapedUnit(json, at);
   if (!isHighSurrogate(unit)) return at + 2;
@@ -46,11 +46,13 @@ std::size_t prepareEscape(std::string& json, std::size_t at) {
 
 // `at` is that of the first quotation mark. Returns the end of the string.
 std::size_t prepareString(std::string& json, std::size_t at) {
-  for (++at; at < json.size();) {
-    if (json[at] == '"') return at + 1;
-    at = json[at] == '\\' ? prepareEscape(json, at) : at + 1;
+  const std::size_t size = json.size();
+  for (++at; at < size;) {
+    const char c = json[at];
+    if (c == '"') return at + 1;
+    at = c != '\\' ? at + 1 : json[at + 1] == 'u' ? prepareEscape(json, at) : at + 2;
   }
-  return json.size();
+  return size;
 }
 
 // ---- Numbers
@@ -82,8 +84,12 @@ bool isLargeNumber(std::string_view text) {
 
 // Returns the end of the number at `at`.
 std::size_t prepareNumber(std::string& json, std::size_t at) {
-  const std::size_t end = std::min(json.find_first_not_of("+-.0123456789Ee", at), json.size());
-  if (isLargeNumber(std::string_view(json).substr(at, end - at))) {
+  const auto isPart = [](char c) {
+    return isDigit(c) || c == '.' || c == '+' || c == '-' || c == 'e' || c == 'E';
+  };
+  std::size_t end = at;
+  while (end < json.size() && isPart(json[end])) ++end;
+  if (end - at > 2 && isLargeNumber(std::string_view(json).substr(at, end - at))) {
     std::fill(json.begin() + static_cast<std::ptrdiff_t>(at),
               json.begin() + static_cast<std::ptrdiff_t>(end), '0');
     json[at + 1] = '.';
@@ -107,13 +113,13 @@ void cutLastCharacter(std::string& json) {
 
 void prepareForRapidJSON(std::string& json) {
   cutLastCharacter(json);
-  for (std::size_t at = 0; at < json.size();) {
-    if (json[at] == '"') {
+  const std::size_t size = json.size();
+  for (std::size_t at = 0; at < size;) {
+    const char c = json[at];
+    if (c == '"') {
       at = prepareString(json, at);
-    } else if (json[at] == '-' || isDigit(json[at])) {
-      at = prepareNumber(json, at);
     } else {
-      ++at;
+      at = isDigit(c) || c == '-' ? prepareNumber(json, at) : at + 1;
     }
   }
 }
@@ -121,10 +127,10 @@ void prepareForRapidJSON(std::string& json) {
 std::size_t replaceLoneSurrogates(char* text, std::size_t length) {
   // UTF-8 has ED followed by 80 to 9F only.
   std::size_t count = 0;
-  char* const end = text + length;
-  for (char* at = text; (at = std::find(at, end, '\xED')) != end; at += 3) {
-    if (static_cast<unsigned char>(at[1]) < 0xA0) continue;
-    std::memcpy(at, "\xEF\xBF\xBD", 3);
+  const std::string_view all(text, length);
+  for (std::size_t at = 0; (at = all.find('\xED', at)) != std::string_view::npos; at += 3) {
+    if (static_cast<unsigned char>(text[at + 1]) < 0xA0) continue;
+    std::memcpy(text + at, "\xEF\xBF\xBD", 3);
     ++count;
   }
   return count;

@@ -33,11 +33,9 @@ char* Writer::writeElements(char* to, std::string_view name, const AMFNode* node
   const auto count = static_cast<std::uint32_t>(node->children.size());
   const bool isFirstLevel = p.trackDepth && p.childDepth == 1;
   for (std::uint32_t i = 0; i < count; ++i) {
+    to = writeShortPairs(to, node, i);
+    if (i == count) break;
     const AMFNode* const child = node->children[i];
-    if (p.jsonOnly && child && isShort(to, child, node->version)) {
-      to = writeShort(to, static_cast<const AMFPair*>(child));
-      continue;
-    }
     if (!p.jsonOnly) pushElement(name, i);
     to = writeNode(to, child, node->version);  // writes nothing for null
     if (!p.jsonOnly) popSegment(state);

@@ -45,9 +45,7 @@ char* Writer::writeNode(char* to, const AMFNode* node, AMFVersion parentVersion)
     return writeWrapped(to, node, parentVersion);
   }
   if (!isAlwaysBlock(node)) return writeScalar(to, node, false);
-  if (isShort(to, node, parentVersion)) {
-    return writeShort(to, static_cast<const AMFPair*>(node));
-  }
+  if (isShort(to, node, parentVersion)) return writeShort(to, static_cast<const AMFPair*>(node));
   to = openBrackets(to, '{', '}');
   to = writeTypeLine(to, node);
   to = writeMembersOf(to, node);

@@ -76,7 +76,7 @@ struct PairTexts {
     char bytes[192];
     std::size_t size;
     // Copies in steps of kStep bytes, so it may overwrite bytes after the text.
-    char* write(char* to) const {
+    AMF2JSON_HOT char* write(char* to) const {
       std::memcpy(to, bytes, kStep);
       for (std::size_t i = kStep; i < size; i += kStep) std::memcpy(to + i, bytes + i, kStep);
       return to + size;
@@ -165,7 +165,9 @@ class Writer {
   char* writeMessage(char* to, const AMFMessage* message);
 
   // Short nodes
+  bool hasPlaceForShort() const;
   bool isShort(const char* to, const AMFNode* node, AMFVersion parentVersion) const;
+  char* writeShortPairs(char* to, const AMFNode* node, std::uint32_t& index);
   std::size_t maxShortPairBytes() const;
   char* writeShort(char* to, const AMFPair* pair);
   const PairTexts& pairTexts();

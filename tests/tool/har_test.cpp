@@ -416,7 +416,7 @@ std::string reportOf(std::size_t index) {
 TEST_F(Har, TheFirstProblemsAreReportedAndTheOthersCounted) {
   std::string first;
   for (std::size_t i = 0; i < 20; ++i) first += reportOf(i);
-  for (const std::size_t count : {20, 21, 1000}) {
+  for (const std::size_t count : {20u, 21u, 1000u}) {
     const Outcome outcome = exported(archiveOf(lostBodies(count)));
     const std::string more = count == 20   ? ""
                              : count == 21 ? "amf2json: -: ... and 1 more problem\n"

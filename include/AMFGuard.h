@@ -31,7 +31,7 @@
 ///   what follows runs. Do not run, evaluate or inline the script views; see `escapeForViews`.
 /// - Other decoders may decode the same bytes to another tree: they count AMF0 references
 ///   differently, or expect an end mark after associative arrays. A gateway should forward what
-///   `compile` wrote, or require `consumed == size` and `lengthMismatches == 0`.
+///   `compile` wrote. SECURITY.md lists what it has to require otherwise.
 #ifndef AMFGUARD_H
 #define AMFGUARD_H
 
@@ -49,14 +49,14 @@ struct AMF2JSON_API AMFVerifyLimits {
   /// Size of the buffer.
   std::size_t maxPacketBytes = std::size_t{64} << 20;
   /// Depth of nested objects and arrays, including those in copies that references make. Decoding,
-  /// copying, rendering and deleting recurse along the tree.
+  /// copying, rendering, encoding and deleting recurse along the tree.
   std::uint32_t maxDepth = 64;
   /// Nodes of the tree: package, headers, messages, values, members, and every name, class name and
   /// URI.
   std::uint64_t maxNodes = 1000000;
   /// Heap bytes of the tree: an upper bound if each node is an allocation by malloc of glibc, with
-  /// its default settings, on pages of 4 KiB. Nodes from the pool come in chunks, which may take an
-  /// eighth and 128 KiB more.
+  /// its default settings, on pages of 4 KiB. If nodes come from the pool, the tree may take one
+  /// eighth more, plus 128 KiB.
   std::uint64_t maxTreeBytes = std::uint64_t{128} << 20;
   /// The part of maxTreeBytes that references may copy: values, strings, names from traits.
   std::uint64_t maxCopiedBytes = std::uint64_t{64} << 20;

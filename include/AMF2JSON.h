@@ -745,8 +745,8 @@ class AMF2JSON_API AMFProtocol {
   /// array value or bad array size" (a length without bytes).
   void setByteArray(const AMFRaw* node);
   /// [marker] length bytes. Up to 65535 bytes the marker is 02 or 0C as given, and 02 for any other
-  /// argument. A longer string has 0C, but throws "setAMF0String(): string is too large" if 02 was
-  /// given. Throws "setAMF0String(): lack of string type node".
+  /// argument. A longer string gets 0C, but if 02 was given, "setAMF0String(): string is too large"
+  /// is thrown. Throws "setAMF0String(): lack of string type node".
   void setAMF0String(const AMFString* node, bool withMarker, AMF0Markers marker);
   /// 01, the stored byte unchanged. Throws "setAMF0Bool(): lack of boolen type node".
   void setAMF0Bool(const AMFBool* node);
@@ -805,8 +805,8 @@ class AMF2JSON_API AMFProtocol {
   // Each renders `package` and returns a reference to a text of this object. It is valid until the
   // next view, the next parse, or the destruction of the object. With `pretty` true the text has
   // tabs and line ends. With false it has a line feed about every 500 bytes only. Without a package
-  // a view writes only its beginning and end. The views throw std::bad_alloc only. It leaves the
-  // texts and the path partly written: use a new object then.
+  // a view writes only its beginning and end. The views throw only std::bad_alloc. The texts and the
+  // path are then partly written: use a new object.
   //
   // Some state of one view affects the next view of the same object, on purpose:
   // - The first view chooses the root of the script path ("amf" or empty) for all views.

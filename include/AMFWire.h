@@ -143,8 +143,8 @@ struct AMFWIRE_API AMFWireExternalClass {
 /// How bytes are read.
 struct AMFWIRE_API AMFWireReadOptions {
   AMFWireForm form = AMFWireForm::automatic;  ///< what the bytes are
-  /// Keep a section (a header, a message, a script tag) that cannot be read as raw bytes, and go on
-  /// with the next section if possible. See docs/wire-json.md.
+  /// Keep the raw bytes of a section (a header, a message, a script tag) that cannot be read, and go
+  /// on with the next section if possible. See docs/wire-json.md.
   bool salvage = false;
   AMFWireLimits limits;                               ///< the limits of the call
   std::vector<AMFWireExternalClass> externalClasses;  ///< classes that the host knows

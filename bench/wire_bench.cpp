@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// AMFWire beside its references, on packet files: reading to an empty sink beside the core's parse,
-// export beside the core's parse and JSON view and beside RapidJSON's writer, import beside
-// RapidJSON's document. All are measured in turn, in many short batches, so that a busy machine
-// disturbs them alike; the ratio is that of the medians.
+// AMFWire beside its references: reading to an empty sink beside the core's parse, export beside the
+// core's parse and JSON view and beside RapidJSON's writer, import beside RapidJSON's document. All
+// are measured in turn, in many short batches, so that a busy machine disturbs them alike; the ratio
+// is that of the medians.
 //
-//     wire_bench FILE...
+//   wire_bench [FILE...]           the ratios for packet files; without any, for the workloads
+//   wire_bench growth [MEGABYTES]  packets up to MEGABYTES (100), each with twice the rows of the one
+//                                  before, and what each doubling costs as a ratio of times
+//   wire_bench packets COUNT       writes the small workload COUNT times, as lines of base64
+//   wire_bench calls COUNT         the CPU time in seconds of COUNT exports of it, from memory
 #include <AMFWire.h>
 #include <rapidjson/document.h>
 #include <rapidjson/stringbuffer.h>
@@ -15,11 +19,14 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <iterator>
 #include <string>
 #include <vector>
+
+#include "workloads.h"
 
 namespace {
 
@@ -70,15 +77,14 @@ std::string load(const char* path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-void compare(const char* path) {
-  const std::string packet = load(path);
+void compare(const std::string& name, const std::string& packet) {
   AMFWireExportOptions options;
   options.form = AMFWireForm::packet;
   std::string json;
   const AMFWireResult exported = amfWireExport(packet.data(), packet.size(), json, options);
   std::string bytes;
   if (!exported.ok() || !amfWireImport(json.data(), json.size(), bytes).ok() || bytes != packet) {
-    std::printf("%s: %s\n", path,
+    std::printf("%s: %s\n", name.c_str(),
                 exported.ok() ? "comes back otherwise" : exported.message.c_str());
     return;
   }
@@ -128,7 +134,7 @@ void compare(const char* path) {
        {}},
   };
   measure(all);
-  std::printf("%s: %zu bytes, %zu of JSON\n", path, packet.size(), json.size());
+  std::printf("%s: %zu bytes, %zu of JSON\n", name.c_str(), packet.size(), json.size());
   for (Operation& operation : all) {
     std::printf("  %-20s %12.1f us\n", operation.name, operation.median() / 1e3);
   }
@@ -142,9 +148,90 @@ void compare(const char* path) {
               all[6].median() / all[3].median());
 }
 
+// The least time of a few runs of `run`, in nanoseconds.
+double leastTime(const std::function<void()>& run) {
+  double least = 1e18;
+  const double end = nowNs() + 3e8;
+  for (int round = 0; round < 3 || nowNs() < end; ++round) {
+    const double begin = nowNs();
+    run();
+    least = std::min(least, nowNs() - begin);
+  }
+  return least;
+}
+
+void grow(double megabytes) {
+  std::printf("%12s %8s %8s\n", "bytes", "export", "import");
+  double exportBefore = 0;
+  double importBefore = 0;
+  for (unsigned rows = 1024;; rows *= 2) {
+    const std::string packet = packetOfRows(rows);
+    if (static_cast<double>(packet.size()) > megabytes * 1e6) break;
+    std::string json;
+    std::string bytes;
+    const double exported = leastTime([&] { amfWireExport(packet.data(), packet.size(), json); });
+    const double imported = leastTime([&] { amfWireImport(json.data(), json.size(), bytes); });
+    if (bytes != packet) std::printf("comes back otherwise\n");
+    if (exportBefore > 0) {
+      std::printf("%12zu %8.2f %8.2f\n", packet.size(), exported / exportBefore,
+                  imported / importBefore);
+    }
+    exportBefore = exported;
+    importBefore = imported;
+  }
+}
+
+std::string smallPacket() {
+  for (const Workload& workload : workloads()) {
+    if (workload.name == "small") return workload.packet;
+  }
+  std::abort();
+}
+
+void writePackets(long count) {
+  const std::string packet = smallPacket();
+  std::string line;
+  constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  for (std::size_t i = 0; i < packet.size(); i += 3) {
+    unsigned bits = 0;
+    for (std::size_t k = i; k < i + 3; ++k) {
+      bits = bits << 8 | (k < packet.size() ? static_cast<unsigned char>(packet[k]) : 0u);
+    }
+    for (unsigned k = 0; k < 4; ++k) {
+      line += i + k > packet.size() ? '=' : kDigits[bits >> (18 - 6 * k) & 63];
+    }
+  }
+  line += '\n';
+  for (; count > 0; --count) std::fputs(line.c_str(), stdout);
+}
+
+void callMany(long count) {
+  const std::string packet = smallPacket();
+  AMFWireExportOptions options;
+  options.form = AMFWireForm::packet;
+  std::string json;
+  const double begin = nowNs();
+  for (long left = count; left > 0; --left) {
+    amfWireExport(packet.data(), packet.size(), json, options);
+    keep(json.size());
+  }
+  std::printf("%.3f\n", (nowNs() - begin) / 1e9);
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
-  for (int i = 1; i < count; ++i) compare(arguments[i]);
+  const std::string word = count > 1 ? arguments[1] : "";
+  if (word == "growth") {
+    grow(count > 2 ? std::atof(arguments[2]) : 100);
+  } else if (word == "packets" && count > 2) {
+    writePackets(std::atol(arguments[2]));
+  } else if (word == "calls" && count > 2) {
+    callMany(std::atol(arguments[2]));
+  } else if (count > 1) {
+    for (int i = 1; i < count; ++i) compare(arguments[i], load(arguments[i]));
+  } else {
+    for (const Workload& workload : workloads()) compare(workload.name, workload.packet);
+  }
   return 0;
 }

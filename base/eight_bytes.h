@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// SWAR: tests eight bytes at once. In the result of a test, the high bit of each byte is set if
-// that byte of the word passes; the other bits mean nothing. A test compares only the low seven
-// bits of each byte, so that no addition carries into the next byte.
+// SWAR: tests eight bytes at once. isAtLeast() and isNot() are tests. They return a word: the high
+// bit of each of its bytes is set if the same byte of `word` passes; the other bits mean nothing. A
+// test compares only the low seven bits of each byte, so that no addition carries into the next
+// byte.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +19,7 @@ constexpr std::uint64_t isAtLeast(std::uint64_t word, std::uint8_t byte) {
 constexpr std::uint64_t isNot(std::uint64_t word, std::uint8_t byte) {
   return ((word & ~kHighBits) ^ byte * kEachByte) + 0x7F * kEachByte;
 }
-// Whether all eight bytes passed a test.
+// Whether all eight bytes passed a test, whose result is `answer`.
 constexpr bool isEach(std::uint64_t answer) {
   return (answer & kHighBits) == kHighBits;
 }

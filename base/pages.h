@@ -11,6 +11,7 @@ namespace amf2json {
 // `size` is a power of two and a multiple of the page size. Pages from mmap use no memory until
 // they are accessed.
 void* takePages(std::size_t size) noexcept;
+// Returns pages of takePages() to the system. `size` is the size that was requested.
 void returnPages(void* pages, std::size_t size) noexcept;
 
 }  // namespace amf2json

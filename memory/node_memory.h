@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Where a node's memory came from, as AMFNode::memory records it. 0: a block from the global
-// operator new. Any other code: a slot of a chunk (node_pool.h).
+// AMFNode::memory is a code, which records where the memory of the node came from. The code 0 means
+// a block from the global operator new. Any other code means a slot of a chunk (node_pool.h):
 //
 //     bit 7: the node's bytes are in its slot too | bits 6 to 0: kind of the node's class + 1
 //

@@ -40,12 +40,12 @@ void watchForLeaks(const void*, std::size_t) {}
 void unwatchForLeaks(const void*, std::size_t) {}
 #endif
 
-// Each heap has a unique number. An address would not do: after a fork, the heap of a new
-// thread may get the address that a heap had in the parent process, and some chunks still name that
-// heap as owner.
+// Each heap has a unique number. Its address is not enough: after a fork, the heap of a new thread
+// may get the address that another heap had in the parent process, and that other heap can still be
+// the recorded owner of some chunks.
 using HeapId = std::uintptr_t;
-constexpr HeapId kNobody = ~HeapId{0};
-constexpr HeapId kNoHeap = 0;  // heap before its first chunk or after its end; owner of no chunk
+constexpr HeapId kNobody = ~HeapId{0};  // owner of a chunk whose thread has ended
+constexpr HeapId kNoHeap = 0;  // id of a heap before its first chunk and after its end: owns none
 std::atomic<HeapId> lastHeapId{kNoHeap};
 
 // The initial balance of a chunk with an owner: so large that frees by others never reach zero.
@@ -89,8 +89,8 @@ void returnToSystem(Chunk* chunk) noexcept {
   returnPages(chunk, kChunkBytes);
 }
 
-// Counts, for all threads, the frees of slots in chunks of another heap. An owner scans its full
-// chunks only if this number has changed.
+// Counts, for all threads, the calls that freed slots in a chunk of another heap. An owner scans
+// its full chunks only if this number has changed.
 std::atomic<std::uintptr_t> foreignFrees{0};
 
 }  // namespace
@@ -104,7 +104,7 @@ struct Heap {
   Chunk* empty = nullptr;  // a stack
   std::size_t fullCount = 0;
   std::size_t emptyCount = 0;
-  std::size_t renewals = 0;  // of `current`, since collect() last scanned
+  std::size_t renewals = 0;  // how often `current` was replaced or emptied since the last scan
   std::uintptr_t freesSeen = 0;
   HeapId id = kNoHeap;
   unsigned retained = 0;      // number of RetainChunks objects
@@ -177,8 +177,8 @@ struct Heap {
     return chunk;
   }
 
-  // Finds full chunks whose last slots were freed by other threads. The scan runs so rarely that
-  // its cost stays low.
+  // Finds full chunks whose last slots were freed by other threads. A scan visits all full chunks,
+  // so it runs only if a quarter as many renewals came before it.
   void collect() noexcept {
     const std::uintptr_t frees = foreignFrees.load(std::memory_order_acquire);
     if (frees == freesSeen || renewals < fullCount / 4) return;

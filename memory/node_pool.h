@@ -15,9 +15,9 @@
 // All other nodes come from the global operator new: those that a host makes with `new`, and all
 // nodes where the pool is off.
 //
-// Cost. One live node keeps its whole chunk in memory. If a thread hands its nodes to other threads
-// and then decodes and deletes none itself, their chunks stay in memory until it does so again or
-// ends.
+// Cost. One live node keeps its whole chunk in memory. A thread may pass all its nodes to other
+// threads, and then neither decode nor delete a node itself. Then the chunks of these nodes stay in
+// memory until the thread decodes or deletes again, or ends.
 //
 // Return of memory. A heap caches up to 16 MiB of empty chunks for the next packet. If there are
 // more, the heap shrinks: it returns all empty chunks above 4 MiB to the system, and after that
@@ -138,11 +138,11 @@ class NodeAllocator {
     unpoison(slot, size);
     return slot;
   }
-  // Allocates a slot of this chunk or the next one. Returns null if the pool is off or the thread's
-  // heap has ended.
+  // The slow path: allocates a slot of the current chunk, or of a new one if the current chunk has
+  // no space. Returns null if the pool is off or the thread's heap has ended.
   AMF2JSON_RARE static void* allocateElsewhere(std::size_t size);
 
-  // The general case: the constructor may throw.
+  // Makes a node with any constructor, also one that may throw.
   template <class Node, class... Arguments>
   static Node* makeBy(Arguments&&... arguments) {
     void* const slot = allocateElsewhere(sizeof(Node));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The two texts of a protocol object, which parse fills with NULs, and two spare texts.
+// The two texts of a protocol object, and two spare texts. After parse, both texts contain only
+// NULs.
 //
 // Filling both texts for each packet would cost more than decoding most packets. So an object has
 // two pairs of texts, and exchanges them:

@@ -62,7 +62,7 @@ inline void TreeDeleter::free(AMFNode* node, std::size_t size) noexcept {
   ++count;
 }
 
-// Deletes the node and returns true if it is a pooled leaf. Otherwise returns false.
+// If the node is a pooled leaf, deletes it and returns true. Otherwise returns false.
 AMF2JSON_HOT bool TreeDeleter::destroyLeaf(AMFNode* node) noexcept {
   const std::uint8_t code = NodeMemory::codeOf(*node);
   if (code == 0 || node->children.capacity() > 0) return false;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Changes of trees: clearReferences(), member(), setTrueLengths(). Tested by tests/edit/edit_test.cpp.
+// Changes of trees: clearReferences(), member(), setTrueLengths(). Tested by
+// tests/edit/edit_test.cpp.
 #include "AMFEdit.h"
 
 #include <algorithm>
@@ -60,12 +61,12 @@ namespace {
 
 constexpr std::uint64_t kMaxLength = 0xFFFFFFFEu;  // FFFFFFFF means unknown
 
-// Bytes around the values: u16 name length, name, u8 must-understand, u32 length.
+// The bytes before a header's value: u16 name length, name, u8 must-understand, u32 length.
 std::uint64_t envelopeLength(const AMFHeader& header) {
   return 2 + std::uint64_t{header.name->length} + 1 + 4;
 }
 
-// u16 length and bytes of both URIs, u32 length.
+// The bytes before a message's value: u16 length and bytes of both URIs, u32 length.
 std::uint64_t envelopeLength(const AMFMessage& message) {
   return 2 + std::uint64_t{message.targetUri->length} + 2 + message.responseUri->length + 4;
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Helpers of the operations that attach a node. Such an operation adopts the node, or copies it and
-// owns the copy.
+// Helpers for attached nodes: tests of kinds, casts, copies, and replace(), which attaches a node.
+// An operation that attaches a node adopts it, or copies it and owns the copy.
 #pragma once
 
 #include <cstdint>
@@ -54,7 +54,7 @@ inline std::unique_ptr<AMFNode> copyOf(const AMFNode* source) {
   return std::unique_ptr<AMFNode>(source ? source->clone() : nullptr);
 }
 
-// Casts the node to the class that its place requires. Kept: nothing checks the node's class.
+// Casts the node to the class that a node at its index should have. Kept: nothing checks its class.
 template <class Node>
 Node* castUnchecked(AMFNode* node) {
   return static_cast<Node*>(static_cast<void*>(node));

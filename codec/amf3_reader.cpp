@@ -60,7 +60,7 @@ Node* copyReferenced(const codec::Nodes& table, std::uint32_t header, AMFNode::A
 
 bool isAcceptedExternalizable(const AMFString& name) {
   // The variables are read for each comparison, because a host may change them. Null matches
-  // nothing.
+  // nothing. The guard has its own copy of this list, because it shares no code with the readers.
   for (const char* const accepted : {cArrayClass, cObjProxyClass, cSerialProxy, cAsyncMsg,
                                      cCommandMsg, cDataMsg, cPagedMsg, cUpdateCollectMsg}) {
     if (!accepted || std::strlen(accepted) != name.length) continue;
@@ -179,7 +179,7 @@ AMF2JSON_HOT AMFPair* Reader::nextAmf3Pair() {
   auto pair = allocator.makeUnfilled<AMFPair>(AMF_VERSION_3, AMFNode::AMF_PAIR);
   pair->name = amf3String();
   if (!pair->name) throw AMFException(reader_texts::kAMF3PairName);  // Unreachable.
-  if (pair->name->length == 0) return nullptr;  // the empty name, in more bytes than needed
+  if (pair->name->length == 0) return nullptr;  // an empty name whose U29 has several bytes
   pair->value = nextAmf3Value();
   if (!pair->value) throw AMFException(reader_texts::kAMF3PairValue);  // Unreachable.
   return pair.release();

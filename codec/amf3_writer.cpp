@@ -204,8 +204,8 @@ char* Writer::writeMembers(char* out, const AMFObject* object) {
   return writeVLInteger(out, kEmptyName);
 }
 
-// Kept: writes only the class name and the first value. If the first member is missing, writeValue
-// refuses a missing value.
+// Kept: writes only the class name and the value of the first member. If there is no first member,
+// writeValue gets null and throws.
 char* Writer::writeExternalized(char* out, const AMFObject* object) {
   out = writeU29(out, AMFProtocol::AMF3_OBJECT, kExternalizableTraits);
   out = writeAMF3String(out, object->className, true);

@@ -23,7 +23,7 @@ inline void need(const char* cursor, std::size_t count) {
   const auto remaining = static_cast<std::size_t>(inputEnd - cursor);
   if (remaining < count) throw EndOfInput{count - remaining};
 }
-#else
+#else  // the library does not check: the packet must be complete
 inline void need(const char*, std::size_t) {}
 #endif
 

@@ -15,7 +15,7 @@ using namespace amf2json;
 
 namespace {
 
-// Frees the lists that are still unused when the parse ends.
+// At the end of the parse, also after an exception: frees the cached storage that was not used.
 struct ListsEnd {
   ChildLists* lists;
   ~ListsEnd() {

@@ -47,7 +47,7 @@ char* Writer::writePackage(char* out, const AMFPackage* source) {
 }
 
 char* Writer::writeHeader(char* out, const AMFHeader* header) {
-  // Also null: a message at an index that `headerCount` counts as a header.
+  // `header` is also null if `headerCount` is too large and the child at its index is a message.
   if (!header) refuse(out, "setHeader(): lack of header type node");
   out = writeAMF0String(out, header->name, false, AMFProtocol::AMF0_STRING);
   out = withSpace(out, 5);

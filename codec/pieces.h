@@ -42,8 +42,8 @@ class Pieces {
   // All pieces, in order. Each call first adds the pieces written since the last call.
   const std::vector<Chunk>& list();
 
-  // For the writers. If turnBlock or addLarge cannot allocate memory, they throw: the list then
-  // has what was written up to `out`, and nothing else has changed.
+  // For the writers. If turnBlock or addLarge cannot allocate memory, they throw. Before that they
+  // list what was written up to `out`, and change nothing else.
   char* output() const noexcept { return next; }
   char* endOfBlock() const noexcept { return blockEnd; }
   void close(char* out) noexcept { next = out; }  // lists what was written up to `out`
@@ -52,7 +52,7 @@ class Pieces {
 
   void release() noexcept;  // frees the listed pieces
   void abandon() noexcept;  // empties the list; the bytes live as long as this object
-  // Takes over the abandoned pieces of another object; its listed pieces are freed.
+  // Adopts another object: frees its listed pieces, and owns its abandoned pieces.
   void abandonWith(std::unique_ptr<Pieces> other) noexcept;
 
  private:
@@ -98,6 +98,7 @@ namespace amf2json::piece {
 constexpr std::size_t kBlockBytes = 16000;
 constexpr std::uint32_t kLargeFrom = 1024;  // from this length on, a piece gets a separate block
 
+// Ends a piece of `length` bytes that begins at `out`: stores its length.
 inline char* end(char* out, std::uint8_t length) {
   out[kBlockBytes] = static_cast<char>(length);
   return out + length;

@@ -103,7 +103,7 @@ AMF2JSON_HOT AMFDouble* Reader::amf3Double() {
   return number.release();
 }
 
-// Appends a node to a table. Reference tables do not own their nodes.
+// Appends a node to a reference table, which does not own it, or to `pending`, which does.
 inline void note(Nodes& table, AMFNode* node) {
   table.push_back(node);
 }

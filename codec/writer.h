@@ -19,7 +19,7 @@ class Writer {
  public:
   explicit Writer(Pieces& list) : pieces(list), blockEnd(list.endOfBlock()) {}
 
-  // Runs one public call: `write` is one of the functions below.
+  // Makes a writer for one public call, and lists what `write`, one of the functions below, wrote.
   template <class... Parameters, class... Arguments>
   static void run(Pieces& list, char* (Writer::*write)(char*, Parameters...),
                   Arguments... arguments) {
@@ -60,7 +60,8 @@ class Writer {
   // Enough space for a switch marker and any value of fixed size.
   static constexpr std::size_t kScalarBytes = 16;
 
-  // Returns an output pointer with `most` bytes of free space. Large pieces need no such space.
+  // Returns an output pointer with at least `most` bytes of free space. Large pieces need no space
+  // in the block.
   char* withSpace(char* out, std::size_t most) {
     return hasSpace(out, most) ? out : turnBlock(out);
   }

@@ -52,7 +52,7 @@ char* Writer::closeBrackets(char* to) {
   const char closer = p.closerStack.back();
   const bool isOutermost = p.closerStack.size() == 1;
   p.closerStack.erase(p.closerStack.size() - 1);
-  if (isOutermost) {  // no indentation, no comma and no line end
+  if (isOutermost) {  // this closer gets no indentation, and no comma and line end after it
     if (lineEndDue) to = margin.writeLineEnd(to);
     *to++ = closer;
     lineEndDue = false;

@@ -10,15 +10,20 @@
 
 namespace amf2json::render {
 
-// Member lines: a backslash before each of \ / BS FF LF CR TAB (the control bytes stay raw), three
-// before each quote.
+// For appendAttr: writes a backslash before each of \ / BS FF LF CR TAB (the control bytes are
+// written raw), and three before each quote.
 void appendJsonEscaped(TextOut& out, std::string_view text);
 
-// Values and statements: BS FF LF CR TAB are dropped, each quote gets one backslash, backslashes
-// are not escaped. `to` is an output pointer into `out`. Returns it past the escaped text; kSpill
-// bytes are free there.
-char* escapeForScript(char* to, std::string_view text);  // `to`: 2 * length + kSpill bytes free
+// For values and statements: drops BS FF LF CR TAB, and writes one backslash before each quote.
+// Backslashes are not escaped. All three functions write the same text:
+//
+// At `to`. The caller provides 2 * length + kSpill bytes of free space. Returns the output pointer
+// past the text.
+char* escapeForScript(char* to, std::string_view text);
+// At `to`, an output pointer into `out`, and provides the free space itself. Returns the output
+// pointer past the text, with kSpill bytes of free space.
 char* writeScriptEscaped(TextOut& out, char* to, std::string_view text);
+// At the end of `out`.
 void appendScriptEscaped(TextOut& out, std::string_view text);
 
 }  // namespace amf2json::render

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What is written between two lines of the JSON text, stored as one text that is copied at once:
+// The margin: a line end and the indentation of the next line of the JSON text. Both are stored as
+// one text, which is copied at once:
 //
 //     text:  line end | indentation | more indentation, up to the capacity (if isEven)
 //            <------ length ------>

@@ -135,7 +135,8 @@ char* Writer::writeShort(char* to, const AMFPair* pair) {
   return to;
 }
 
-// Copies a fixed text whole, unless a soft break is due inside it.
+// Writes a pair in the JSON view. Each fixed text is copied at once, unless a soft break is due
+// inside it.
 AMF2JSON_HOT char* Writer::putPair(char* to, const AMFPair* pair, const PairTexts& texts) {
   if (json.sizeAt(to) + texts.opening.size < breakMark) {
     to = texts.opening.write(to);
@@ -194,7 +195,7 @@ char* Writer::putShortMember(char* to, const AnyKey& key, const AMFNode* node,
   return putShort(key.write(startBreakableLine(to)), node, parentVersion);
 }
 
-// Writes a value without the comma after it.
+// Writes a short value without the comma after it.
 AMF2JSON_HOT char* Writer::putShort(char* to, const AMFNode* node, AMFVersion parentVersion) {
   return isBlock(node, parentVersion) ? putBlock(to, node, parentVersion) : putBare(to, node);
 }

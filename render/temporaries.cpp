@@ -91,8 +91,8 @@ class Definition {
 
   const std::size_t size;
   const std::string_view name;
-  // In a long definition, each growth of the text makes space for many lines. Such a growth costs
-  // as much as one for a single line.
+  // For a long definition, each line reserves `ahead` bytes more than it needs. So the text grows
+  // once for many lines.
   static constexpr std::size_t kMuch = 16384;
   const std::size_t ahead;
   bool isFirstLine = true;

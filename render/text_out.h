@@ -21,8 +21,8 @@ namespace amf2json::render {
 
 // A step of the rendering takes the output pointer (the address of the next byte) and returns it
 // past what it wrote. So the pointer stays in a register; a member variable would be loaded and
-// stored for each byte. The caller of a step provides the free space, and kSpill bytes more than
-// are written, because short texts are copied in whole words of 16 bytes.
+// stored for each byte. The caller of a step provides the free space: as many bytes as the step
+// writes and kSpill more, because short texts are copied in whole words of 16 bytes.
 constexpr std::size_t kSpill = 32;
 
 inline char* put(char* to, char byte) {
@@ -82,8 +82,8 @@ class TextOut {
     next = &text[0] + offset;
     end = &text[0] + text.size();
   }
-  // resize() fills what it adds with zeros. So within its capacity, the text grows only by what is
-  // needed. Beyond the capacity it grows by half as much again.
+  // resize() fills the bytes that it adds with zeros. So within its capacity, the text grows only
+  // by what is needed. If it needs a larger capacity, it grows to 1.5 times the needed size.
   char* grow(char* to, std::size_t count) {
     const std::size_t offset = front + sizeAt(to);
     const std::size_t needed = offset + count + kStep;

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::string_view kAssignment = "\n amf = ";
 
-// Usually the text already has this value.
+// Assigns only a value that differs, because usually the text already has this value.
 void setText(std::string& text, std::string_view value) {
   if (text != value) text = value;
 }

@@ -31,7 +31,7 @@ enum Marker0 : std::uint32_t {
 /// The number of entries that a 16-bit index can refer to.
 constexpr std::size_t kReachable0 = 0x10000;
 
-// The marker has been read. The caller handles the end mark, which is no value.
+// Checks a value whose marker has been read. The caller handles the end marker, which is no value.
 template <class Sink>
 bool Walker<Sink>::value0(std::uint32_t marker) {
   std::uint32_t number;
@@ -80,7 +80,7 @@ bool Walker<Sink>::reference0(std::uint32_t index) {
   return chargeReference(entry.cost, entry.height, entry.switchedReferences);
 }
 
-// Members up to the end mark. The name before the end mark is ignored.
+// Members up to the end marker. The name before the end marker is ignored.
 template <class Sink>
 bool Walker<Sink>::members0() {
   const std::size_t depth = frames.size();
@@ -100,7 +100,8 @@ bool Walker<Sink>::elements0() {
   const bool strict = frame.kind == FrameKind::strict0;
   const std::size_t depth = frames.size();
   while (frames.size() == depth) {
-    // Kept: an associative array ends with its last member. An end mark after it is not part of it.
+    // Kept: an associative array ends with its last member. An end marker after it is not part of
+    // it.
     if (frame.remaining == 0) return close();
     --frame.remaining;
     if (!(strict ? strictElement0() : ecmaElement0())) return false;

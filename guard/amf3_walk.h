@@ -39,7 +39,7 @@ struct ReferenceTexts {
 inline ReferenceTexts referenceTexts(AMFNode::AMFType type) {
   using namespace reader_texts;
   switch (type) {
-    case AMFNode::AMF_XML:  // entered when complete, so never circular; as the next two
+    case AMFNode::AMF_XML:  // XML, dates and byte arrays enter the table complete: never circular
       return {kAMF3XMLIndex, kAMF3XMLType, kAMF3XMLType};
     case AMFNode::AMF_DATE: return {kAMF3DateIndex, kAMF3DateType, kAMF3DateType};
     case AMFNode::AMF_RAW: return {kAMF3ByteArrayIndex, kAMF3ByteArrayType, kAMF3ByteArrayType};
@@ -85,8 +85,9 @@ bool Walker<Sink>::value3(bool switched) {
   }
 }
 
-// A variable-length integer: a value, or the head of what `of` names (`head`: an array or object).
-// A head with bit 0 clear is a reference. One to four bytes, the most significant seven bits first.
+// Reads a variable-length integer of one to four bytes, the most significant seven bits first. It
+// is a value if `of` is `integer`. Otherwise it is the head of a field of kind `of`, or of an array
+// or object if `of` is `head`. A head with bit 0 clear is a reference.
 // Kept: the fourth byte is signed, and the sum wraps at 32 bits: 80 80 80 FF is 0xFFFFFFFF.
 template <class Sink>
 bool Walker<Sink>::readU29(Kind of, std::uint32_t& value) {
@@ -249,7 +250,7 @@ bool Walker<Sink>::reference3(AMFNode::AMFType type, std::uint32_t index, bool s
   return chargeReference(entry.cost, entry.height, switched ? 1 : 0);
 }
 
-// A value that has been read to its end.
+// Charges a value that has been read to its end, and enters it into the object table.
 template <class Sink>
 bool Walker<Sink>::enter3(AMFNode::AMFType type, std::uint64_t bytes, std::uint64_t text,
                           std::uint64_t raw) {
@@ -258,7 +259,8 @@ bool Walker<Sink>::enter3(AMFNode::AMFType type, std::uint64_t bytes, std::uint6
   return chargeNode(bytes) && appendEntry3({{1, bytes, text, raw}, 0, type, true});
 }
 
-// An object or array begins. Its index is lower than those of the values inside it.
+// Opens an object or array, and enters it into the object table. So its index is lower than those
+// of the values inside it.
 template <class Sink>
 bool Walker<Sink>::openEntered3(AMFNode::AMFType type, FrameKind kind, std::uint32_t remaining) {
   if (!open(kind, remaining, type == AMFNode::AMF_ARRAY ? kArray : kObject)) return false;

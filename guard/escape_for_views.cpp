@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Prepares a tree for the views: replaces each string that could end its quotes in the text of a
-// view (escape_text.h). All new strings and nodes are made before any old one is changed. Tested by
-// tests/guard/escape_test.cpp.
+// Prepares a tree for the views. Escapes strings, so that none can end the quotes that the views
+// write around it (escape_text.h). Replaces numbers that are not finite by null, and clears the
+// references for which the views write too few closing brackets. All new strings and nodes are made
+// before any old one is changed. Tested by tests/guard/escape_test.cpp.
 #include <cmath>
 #include <cstdint>
 #include <memory>
@@ -62,7 +63,7 @@ class Escaper {
   std::vector<AMFNode*> unbalanced;  // not owned
 };
 
-// In the order of the tree, which is mostly the order in memory.
+// Visits the nodes in the order of the tree: this is mostly their order in memory.
 void Escaper::prepare(AMFNode* root) {
   if (root) visit(root);
   while (!waiting.empty()) {
@@ -130,7 +131,7 @@ void Escaper::apply() noexcept {
     text.node->length = text.length;
   }
   for (AMFNode* node : unbalanced) node->referenceIndex = AMFNode::kNoReference;
-  // Inner ones first, because outer ones that contain them are deleted.
+  // Inner numbers are replaced first: an outer one is deleted with all nodes inside it.
   for (auto last = nulls.rbegin(); last != nulls.rend(); ++last) {
     NewNull& replacement = *last;
     replacement.null->referenceIndex = (*replacement.place)->referenceIndex;

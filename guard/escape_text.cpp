@@ -84,8 +84,9 @@ struct JSONRule {
   }
 };
 
-// For scripts in any place: no character with a meaning in HTML or XML, no quote of either kind,
-// and no byte with another meaning in another encoding.
+// For scripts anywhere in a page. Escapes control characters, each character with a meaning in HTML
+// or XML, both kinds of quotes, and all characters above U+007F: their bytes have other meanings in
+// other encodings.
 struct ScriptRule {
   static bool isPlain(char c) {
     return c >= 0x20 && c < 0x7F && c != '"' && c != '&' && c != '\'' && c != '<' && c != '>' &&

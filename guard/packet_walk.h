@@ -79,7 +79,7 @@ bool Walker<Sink>::body() {
   if (!readU32(Kind::declaredLength, declared)) return false;
   const std::size_t start = offset();
   if (!readU8(Kind::marker0, marker)) return false;
-  // Kept: an end mark as the value is accepted. The header or message keeps its initial value,
+  // Kept: an end marker as the value is accepted. The header or message keeps its initial value,
   // undefined.
   if (!(marker == kEndMark0 ? chargeNode(kUndefined) : value0(marker))) return false;
   while (!frames.empty()) {

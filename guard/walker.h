@@ -51,7 +51,7 @@ struct TraitsEntry {
 };
 
 enum class FrameKind : std::uint8_t {
-  object0,   // AMF0 members up to the end mark
+  object0,   // AMF0 members up to the end marker
   strict0,   // AMF0 values by count
   ecma0,     // AMF0 members by count
   assoc3,    // AMF3 members up to the empty name, then as dense3

@@ -97,7 +97,7 @@ bool AmfReader<Sink>::value3() {
   }
 }
 
-// XML document, XML, byte array: a length, then so many bytes.
+// Reads an XML document, an XML text or a byte array: a head with the length, then the bytes.
 template <class Sink>
 void AmfReader<Sink>::text3(unsigned marker) {
   const char* const field = marker == 0x0C ? "a byte array" : "an XML text";
@@ -127,7 +127,7 @@ void AmfReader<Sink>::date3() {
   sink.date(timeMs, 0);
 }
 
-// The dense count, members up to the empty name, dense values.
+// An array is the dense count, members up to the empty name, and dense values.
 template <class Sink>
 bool AmfReader<Sink>::array3(const char* marker) {
   std::uint32_t head;
@@ -165,7 +165,7 @@ template <class Sink>
 std::uint32_t AmfReader<Sink>::inlineTraits(const char* begin, std::uint32_t head) {
   readString3("a class name");
   for (std::uint32_t count = head >> 4; count > 0; --count) readString3("a sealed name");
-  // The other bits of externalizable traits are not in the values.
+  // No event reports the sealed count of externalizable traits, so it cannot be written again.
   if ((head & kTraitsExternal) != 0 && head >> 4 != 0) tables.nonCanonical = true;
   tables.traits.push(static_cast<std::uint32_t>(offsetOf(begin)));
   tables.endOfTraits = cursor;

@@ -47,7 +47,7 @@ class AmfReader {
   // The values of a section, [begin, end) of the input. Each call returns the end of what it read.
   const char* readOne(const char* begin, const char* end);                // one AMF0 value
   const char* readValues(const char* begin, const char* end, bool amf3);  // up to the end
-  // Entries of a shared object, up to `stop` or the end.
+  // The entries of a shared object, up to `stop` or the end of the input.
   const char* readEntries(const char* begin, const char* end, const char* stop, bool amf3);
 
   const SectionTables& section() const { return tables; }

@@ -24,7 +24,9 @@ struct Day {
   int day;
 };
 
-// Days since 1970-01-01; years begin in March, so that the leap day is the last one.
+// Returns the days since 1970-01-01. In the computation years begin in March, so that the leap day
+// is the last day. An era is 400 years or 146097 days. 719468 is the number of days from 0000-03-01
+// to 1970-01-01.
 std::int64_t daysOf(const Day& date) {
   const std::int64_t year = date.month > 2 ? date.year : date.year - 1;
   const std::int64_t era = (year >= 0 ? year : year - 399) / 400;
@@ -34,6 +36,7 @@ std::int64_t daysOf(const Day& date) {
   return era * 146097 + yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear - 719468;
 }
 
+// The inverse of daysOf().
 Day dayOf(std::int64_t days) {
   days += 719468;
   const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
@@ -48,13 +51,13 @@ Day dayOf(std::int64_t days) {
           day};
 }
 
-// Writes two digits, then `next`.
 char* putTwoDigits(char* to, std::uint32_t value) {
   to[0] = static_cast<char>('0' + value / 10);
   to[1] = static_cast<char>('0' + value % 10);
   return to + 2;
 }
 
+// Writes two digits, then `next`.
 char* putTwoDigits(char* to, std::uint32_t value, char next) {
   to = putTwoDigits(to, value);
   *to = next;

@@ -76,8 +76,8 @@ class DocumentReader {
 
   bool readSections(AMFWireSectionKind kind, std::uint32_t count);
   bool readSection(AMFWireSectionKind kind);
-  // With salvage: calls `use` with a reader that sends no events. Returns whether it succeeded. If
-  // not, `problem` has the reason.
+  // Without salvage: returns true, and does not call `use`. With salvage: calls `use` with a reader
+  // that sends no events, and returns whether it succeeded. If not, `problem` has the reason.
   template <class Use>
   bool succeeds(Use use);
   void keepRaw(const AMFWireSection& section, const char* begin, const char* rawEnd);
@@ -170,7 +170,7 @@ AMFWireSection readSectionHead(Reader& reader, AMFWireSectionKind kind) {
   return section;
 }
 
-// Returns false if reading ended before a section, which ends the document, too.
+// Returns false if a section could not be read. The document then ends before this section.
 template <class Sink>
 bool DocumentReader<Sink>::readSections(AMFWireSectionKind kind, std::uint32_t count) {
   for (; count > 0; --count) {

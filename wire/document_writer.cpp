@@ -80,7 +80,7 @@ void AmfWriter::rawSection(const AMFWireString& bytes, const AMFWireString&) {
   output.bytes(bytes.data, bytes.length);
 }
 
-// After the value of an entry: a byte 00.
+// Called before the name of an entry. Ends the entry before it, if there is one, with a byte 00.
 void AmfWriter::finishEntry() {
   if (entryOpen) output.u8(0);
   entryOpen = true;

@@ -150,7 +150,7 @@ void EventOrder::beginArray(const AMFWireArray& array) {
   open(level, true);
 }
 
-// An ECMA array.
+// Checks the beginning of an ECMA array.
 void EventOrder::beginMembers() {
   value(Format::only0);
   Level level{Inside::members};

@@ -63,7 +63,7 @@ class EventOrder {
     std::uint32_t dense = 0;
     std::uint32_t group = 0;  // of a small message: the next group
     std::uint32_t groups = 0;
-    AMFWireFlags flags{};  // fields that have not come yet
+    AMFWireFlags flags{};  // of the fields that have not come yet
   };
 
   void open(Level level, bool deep);

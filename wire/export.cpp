@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Bytes to JSON text. Three passes over the input: facts, length, text. The text is allocated once.
-// Tested by tests/wire/.
+// The public calls that read bytes: amfWireExport(), amfWireRead() and amfWireIdentify(). An export
+// takes up to three passes over the input: facts, length, text. The length needs no pass if its
+// bounds are close. Tested by tests/wire/.
 #include <limits>
 
 #include "wire/document_reader.h"

@@ -33,7 +33,7 @@ class ExternalClasses {
 const char* fieldName(const ExternalBody& body, std::uint32_t group, std::uint32_t byte,
                       std::uint32_t bit);
 
-// The event of a small message. Sinks only need its class.
+// Whether `a` has the bytes of the NUL-terminated text `b`.
 bool sameText(const AMFWireString& a, const char* b);
 
 }  // namespace amf2json::wire

@@ -17,7 +17,7 @@ constexpr std::uint64_t kMostNames = 0x7FFFFFFF;
 constexpr std::uint32_t kFewNames = 32;
 constexpr std::uint64_t kPlainNameExtra = 4;  // two quotes, colon and comma
 
-// The array index of JavaScript that a name is; else -1.
+// Returns the array index if the name is one in JavaScript; otherwise -1.
 std::int64_t arrayIndexOf(const AMFWireString& name) {
   if (name.length == 0 || name.length > 10 || name.data[0] > '9') return -1;
   if (name.data[0] == '0' && name.length > 1) return -1;
@@ -71,7 +71,7 @@ void Facts::valuesEnd(const SectionTables& of, std::size_t offset) {
   section.end = static_cast<std::uint32_t>(offset);
   if (form == AMFWireForm::flv) return;
   bool nonCanonical = of.nonCanonical;
-  // If strings both repeat and have references, no mark says where each form is.
+  // If some repeated strings are references and others are not, no key can say which ones.
   if (!(nonCanonical && of.usesStringReferences) && hasRepeatedString(of, texts)) {
     if (of.usesStringReferences) nonCanonical = true;
     if (!of.usesStringReferences) section.flags |= kNoStringReferences;
@@ -206,7 +206,7 @@ std::uint32_t Facts::sealedFacts(const AMFWireObject& object) {
   if (object.traits < traitsFacts.count()) return traitsFacts[object.traits];
   while (traitsFacts.count() < object.traits) traitsFacts.push(0);
   const Traits traits = tables->traitsAt(object.traits);
-  // Senders that repeat traits write the same bytes again.
+  // A sender that repeats traits in full repeats the same bytes, so these are compared first.
   const bool again = object.sealedCount == lastCount &&
                      tables->endOfTraits >= traits.names + lastNames.length &&
                      std::memcmp(traits.names, lastNames.data, lastNames.length) == 0;

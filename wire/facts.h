@@ -27,7 +27,7 @@ constexpr std::uint8_t kCounted = 8;  // an ECMA array: its count is the number 
 
 // Flags of a section.
 constexpr std::uint8_t kOriginal = 1;            // its values alone do not reproduce its bytes
-constexpr std::uint8_t kNoStringReferences = 2;  // marks
+constexpr std::uint8_t kNoStringReferences = 2;  // this and the next two: keys with value false
 constexpr std::uint8_t kNoTraitsReferences = 4;
 constexpr std::uint8_t kNoIntegers = 8;
 constexpr std::uint8_t kEntriesListed = 16;  // the entries of a shared object
@@ -39,8 +39,8 @@ struct SectionFacts {
 
 class Facts {
  public:
-  // Throws TextTooLong as soon as the text is certainly longer than `limit`. The limit allows for
-  // the error of the bound.
+  // Throws TextTooLong as soon as least() of the bound is larger than `limit`. The caller chooses a
+  // limit that is larger than that of the host, because least() can be too large.
   Facts(const char* input, std::size_t length, bool withOriginals, std::uint64_t limit)
       : texts(input, length), names(input, texts), originals(withOriginals), mostText(limit) {}
 

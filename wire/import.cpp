@@ -10,8 +10,8 @@ namespace amf2json::wire {
 
 namespace {
 
-// A level of a value has up to three levels of JSON: {"$members":[["name", ... A document adds a
-// few.
+// One level of values takes up to three levels of JSON: {"$members":[["name", ... The document
+// around the values takes a few levels more.
 constexpr std::size_t kLevelsEach = 3;
 constexpr std::size_t kLevelsOfDocument = 8;
 
@@ -26,7 +26,7 @@ class Import {
     try {
       index->read(text, size, kLevelsEach * options.limits.maxDepth + kLevelsOfDocument);
     } catch (const JsonFailure& failure) {
-      // A value that is too deep has begun: the reader finds its level and path.
+      // The index ends inside a value that is too deep. JsonReader finds the path of this value.
       if (failure.status == AMFWireStatus::depthLimit) readTooDeep();
       throw;
     }

@@ -91,7 +91,7 @@ void JsonWriter<Output>::endPacket() {
   }
 }
 
-// Before the entries: the size, if it is wrong.
+// Writes the key of the entries. Before it writes the size, if that is wrong.
 template <class Output>
 void JsonWriter<Output>::entriesKey(std::size_t end) {
   constexpr std::size_t kBytesBeforeSize = 6;  // these are not included in the size
@@ -142,7 +142,7 @@ void JsonWriter<Output>::beginEntries(const SectionFacts& known) {
   beginMembers(flags);
 }
 
-// The length of a header or message.
+// Writes the fields of a header or message before its value. The length is written if it is wrong.
 template <class Output>
 void JsonWriter<Output>::sectionHead(const SectionFacts& known) {
   layout.item();

@@ -53,7 +53,7 @@ std::uint32_t beside0(Key kind) {
 Key keyOf(const AMFWireString& name) {
   for (std::uint32_t i = 0; i < kKeyCount; ++i) {
     const char* const known = kNames[i];
-    // The second letter differs for most of them.
+    // The character after $ is compared first: it differs for most pairs of names.
     if (name.length < 2 || known[1] != name.data[1]) continue;
     if (std::strlen(known) == name.length && std::memcmp(known, name.data, name.length) == 0) {
       return static_cast<Key>(i);

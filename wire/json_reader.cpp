@@ -32,7 +32,7 @@ bool JsonReader::number(std::uint32_t token) {
   return false;
 }
 
-// A value that contains values begins.
+// Called when a value begins that contains values: checks and counts the depth.
 void JsonReader::enter(std::uint32_t token) {
   if (depth == options.limits.maxDepth) {
     throw JsonFailure{
@@ -97,7 +97,7 @@ void JsonReader::stepItems() {
   }
 }
 
-// The name of the next member. Its token is `token`.
+// Checks the name of the next member, and passes it to the writer. `token` is its token.
 void JsonReader::announce(Frame& frame, const AMFWireString& name, std::uint32_t token) {
   at = token;
   if (!amf3) {
@@ -172,7 +172,7 @@ bool JsonReader::amf3Value(const Object& object) {
   return false;
 }
 
-// The id of a value that begins now.
+// Records the $id of a value, if it has one. Called before the event of the value.
 void JsonReader::begin(const Object& object) {
   if (!object.has(Key::id)) return;
   const std::uint32_t token = object[Key::id];

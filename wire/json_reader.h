@@ -140,7 +140,7 @@ class JsonReader {
   void checkBeside(const Object& object);
   void checkDuplicateKeys(std::uint32_t token);
   void checkDuplicateKeysByHash(std::uint32_t token);
-  void begin(const Object& object);  // a reference can refer to this value
+  void begin(const Object& object);  // records the $id of a value, if it has one
   void enter(std::uint32_t token);   // a value that contains values begins
   std::uint32_t memberCount(const Object& object);
   std::uint32_t need(const Object& object, Key key);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The JSON writer: a sink that turns events into text, with an explicit stack. An earlier pass over
-// the same events collects in Facts what the writer has to know in advance. It runs twice: with a
-// counter, then with a buffer of that length.
+// the same events collects in Facts what the writer has to know in advance. The output is a counter
+// (in a pass that computes the length of the text) or a buffer.
 // Tested by tests/wire/rows_test.cpp; the inverse is in json_reader.cpp.
 #ifndef WIRE_JSON_WRITER_H
 #define WIRE_JSON_WRITER_H
@@ -222,12 +222,12 @@ void JsonWriter<Output>::string(const AMFWireString& value) {
   finish();
 }
 
-// The flags of the value that begins now.
+// Returns the flags of the next value in Facts, which begins now, and assigns its id.
 template <class Output>
 std::uint8_t JsonWriter<Output>::nextObject() {
   const Table<std::uint8_t>& objects = amf3 ? facts.objects3 : facts.objects0;
   std::size_t& next = amf3 ? object3 : object0;
-  // The facts end where the text was certainly too long.
+  // If the text was certainly too long, the pass that collects the facts ended before this object.
   if (next == objects.count()) throw TextTooLong{};
   const std::uint8_t flags = objects[next++];
   (amf3 ? ids3 : ids0).begin((flags & kReferred) != 0 ? &nextId : nullptr);

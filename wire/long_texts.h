@@ -23,9 +23,11 @@ class LongTexts {
   void rewind() { frontier = base; }
 
   Text text(const AMFWireString& of) {
-    // Other texts may follow one another at the same address: those of errors, for one.
+    // A text that is not in the input, such as that of an error, is not cached: another text may
+    // have its address later.
     if (of.length < kLong || !isInput(of.data)) return textOf(of.data, of.length);
-    // A string after all earlier ones of the pass is no reference, so it needs no entry yet.
+    // A string that is after all earlier strings of the pass is read for the first time, not
+    // through a reference. So it needs no entry yet.
     if (of.data >= frontier) {
       frontier = of.data + of.length;
       return textOf(of.data, of.length);
@@ -59,7 +61,7 @@ class LongTexts {
 
   const char* base;  // not owned
   std::size_t size;
-  const char* frontier;  // end of the long strings of this pass
+  const char* frontier;  // end of the last long string that this pass has read
   std::uint64_t seed;
   std::vector<Entry> slots;
   std::size_t used = 0;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The names of objects with many members. Tested by tests/wire/texts_test.cpp.
+// The search for a name, and the hash tables. Tested by tests/wire/texts_test.cpp.
 #include "wire/name_set.h"
 
 namespace amf2json::wire {
@@ -19,7 +19,7 @@ bool NameSet::contains(const Level& level, const AMFWireString& name) const {
   return false;
 }
 
-// The last name of the list.
+// Adds the last name of the list to the slots. If they are too few, makes them again for all names.
 void NameSet::insert(Level& level) {
   const std::size_t count = names.count() - level.first;
   if (level.slotted == 0 || count * 4 > level.slots.size() * 3) {

@@ -13,7 +13,7 @@ namespace amf2json::wire {
 constexpr double kLeastInteger = -268435456.0;
 constexpr double kLargestInteger = 268435455.0;
 
-// The size of the longest text below.
+// A buffer of this size holds every text that the functions of this file write.
 constexpr std::size_t kNumberMax = 32;
 
 // Writes the shortest digits that read back as the same number, as JavaScript formats them. The

@@ -22,7 +22,8 @@ class ReferredIds {
     if (nextId != nullptr) ids.push({count, static_cast<std::uint32_t>((*nextId)++)});
     ++count;
   }
-  // The id of a value that has begun and that a reference refers to.
+  // Returns the id of a value that has begun, and that references refer to: the binary search needs
+  // an entry for it.
   std::uint32_t of(std::uint32_t index) const {
     std::size_t low = 0;
     std::size_t high = ids.count();

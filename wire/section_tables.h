@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The AMF3 reference tables of one section. An entry is only an offset in the input, so that the
-// tables stay small. Whoever needs the entry decodes it again at that offset. Those bytes were
-// checked when they were first read. The AMF reader fills the tables. Tested through its tests.
+// The reference tables of one section. An entry for an AMF3 string or for traits is only an offset
+// in the bytes, so that the tables stay small. It is decoded again at that offset when needed: its
+// bytes were checked when they were first read. The entry for an AMF3 object is its marker. AMF0
+// objects are only counted. The AMF reader and the AMF writer fill these tables. Tested through
+// their tests.
 #ifndef WIRE_SECTION_TABLES_H
 #define WIRE_SECTION_TABLES_H
 
@@ -72,12 +74,12 @@ class SectionTables {
   }
 
   const char* endOfTraits = nullptr;  // end of the inline traits that were read last
-  const char* base = nullptr;         // of the whole input; not owned
+  const char* base = nullptr;         // of all bytes read or written; not owned
   Table<std::uint32_t> strings;       // offset of the U29 of each
   Table<std::uint32_t> traits;        // likewise
   Table<std::uint8_t> objects;        // the marker of each
   std::uint32_t objects0 = 0;         // number of AMF0 objects and arrays so far
-  // Some field has other bytes than the writer would write.
+  // Whether some field has other bytes than the AMF writer would write for it.
   bool nonCanonical = false;
   bool usesStringReferences = false;
   bool usesTraitsReferences = false;

@@ -39,7 +39,7 @@ class Table {
  private:
   static constexpr std::size_t kChunk = Bytes / sizeof(T);
 
-  // The place of the next entry.
+  // Points `tail` to the place of the next entry. Adds a chunk if the last one is full.
   void nextChunk() {
     if (entries / kChunk == chunks.size()) {
       std::unique_ptr<T[]> chunk(new T[kChunk]);

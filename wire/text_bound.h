@@ -18,7 +18,8 @@ namespace amf2json::wire {
 class TextBound {
  public:
   std::uint64_t most() const { return sure + perhaps; }
-  // Exact, except for one or two characters of each value.
+  // Not quite a lower bound: a few characters too many for some values, and 23 too many for a date
+  // that is written as a number.
   std::uint64_t least() const { return sure; }
 
   void add(std::uint64_t characters) { sure += characters; }

@@ -7,7 +7,7 @@ namespace amf2json::wire {
 
 namespace {
 
-// The letter after the backslash; 0 if \u is needed; the byte itself if it needs no escape.
+// Returns the letter after the backslash, or 0 if there is none: the byte needs \u or no escape.
 char letterOf(unsigned char byte) {
   switch (byte) {
     case '"': return '"';
@@ -38,7 +38,8 @@ void TextBuffer::escape(unsigned char byte) {
 }
 
 bool TextBuffer::escapedSlowly(const char* from, const char* last) {
-  // A string that is not UTF-8 is written in another form. So it must not fill the buffer first.
+  // A string that is not UTF-8 is written in another form, which may fit. So if space is short,
+  // the string is checked before it can fill the buffer.
   constexpr std::size_t kLongestEscape = 6;
   const auto most = static_cast<std::size_t>(last - from) * kLongestEscape;
   if (remaining() < most && firstBroken(from, last) != last) return false;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The outputs of the JSON writer: a counter, for the pass that computes the length of the text, and
-// a buffer of that length. Both have the same calls. Tested through the JSON writer.
+// a buffer of fixed size. Both have the same calls. Tested through the JSON writer.
 #ifndef WIRE_TEXT_OUTPUT_H
 #define WIRE_TEXT_OUTPUT_H
 

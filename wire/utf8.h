@@ -23,7 +23,7 @@ inline std::uint64_t specialBytes(std::uint64_t word) {
          kHigh;
 }
 
-// The same for one byte: whether it is none of these.
+// The opposite test of one byte: whether specialBytes() sets no bit for it.
 inline bool isPlainByte(char byte) {
   return byte >= 0x20 && byte < 0x7F && byte != '"' && byte != '\\';
 }

@@ -46,7 +46,7 @@ class Segments {
 
 template <class Entry, std::size_t MostSegments = Segments::kMost>
 class Table {
-  static_assert(std::is_trivial_v<Entry>, "segments are handed out as they come");
+  static_assert(std::is_trivial_v<Entry>, "segments are not initialized");
 
  public:
   static constexpr std::size_t kSegment = 64;

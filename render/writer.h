@@ -31,7 +31,7 @@ class Key {
  public:
   template <std::size_t Size>
   constexpr explicit Key(const char (&name)[Size]) : size(Size + sizeof kColon - 1) {
-    static_assert(Size + sizeof kColon - 1 <= sizeof line, "the stretch holds it");
+    static_assert(Size + sizeof kColon - 1 <= sizeof line, "the array holds it");
     line[0] = '"';
     for (std::size_t i = 0; i + 1 < Size; ++i) line[i + 1] = name[i];
     for (std::size_t i = 0; i + 1 < sizeof kColon; ++i) line[Size + i] = kColon[i];

@@ -25,47 +25,47 @@ class ChildLists {
   // Called when a parse begins. Reserves space for as many lists as the readers requested in the
   // last parse.
   void begin() {
-    kept.reserve(std::min(asked, kMost));
-    asked = 0;
+    cached.reserve(std::min(requestedCount, kMaxLists));
+    requestedCount = 0;
   }
   // Called when a parse ends. The order of the two statements matters: if clear() comes first, g++
   // 12 drops its stores while an exception propagates.
   void end() noexcept {
-    std::fill_n(last, kLongest + 1, 0u);
-    kept.clear();
+    std::fill_n(heads, kMaxCapacity + 1, 0u);
+    cached.clear();
   }
 
   // Takes the storage of a list whose nodes have been deleted. Does nothing if the list is too long
   // or the cache is full.
-  void keep(Nodes& list) noexcept {
+  void store(Nodes& list) noexcept {
     const std::size_t capacity = list.capacity();
-    if (capacity > kLongest || kept.size() == kept.capacity()) return;
+    if (capacity > kMaxCapacity || cached.size() == cached.capacity()) return;
     list.clear();
-    kept.push_back({std::move(list), last[capacity]});
-    last[capacity] = static_cast<std::uint32_t>(kept.size());
+    cached.push_back({std::move(list), heads[capacity]});
+    heads[capacity] = static_cast<std::uint32_t>(cached.size());
   }
 
   // Gives `list`, which has no storage yet, storage for exactly `capacity` nodes.
   void provide(Nodes& list, std::size_t capacity) {
-    ++asked;
-    if (capacity > kLongest || last[capacity] == 0) return list.reserve(capacity);
-    Kept& found = kept[last[capacity] - 1];
-    last[capacity] = found.next;
+    ++requestedCount;
+    if (capacity > kMaxCapacity || heads[capacity] == 0) return list.reserve(capacity);
+    CachedList& found = cached[heads[capacity] - 1];
+    heads[capacity] = found.next;
     list.swap(found.list);
   }
 
  private:
-  static constexpr std::size_t kLongest = 16;
-  static constexpr std::size_t kMost = 8192;  // 1 MiB, if all lists have the greatest length
+  static constexpr std::size_t kMaxCapacity = 16;
+  static constexpr std::size_t kMaxLists = 8192;  // 1 MiB, if all lists have the greatest length
 
-  struct Kept {
+  struct CachedList {
     Nodes list;
-    std::uint32_t next;  // in the same free list; numbered as in `last`
+    std::uint32_t next;  // in the same free list; numbered as in `heads`
   };
-  std::vector<Kept> kept;
-  // Heads of the free lists, one for each capacity: an index in `kept` plus 1, or 0 for none.
-  std::uint32_t last[kLongest + 1] = {};
-  std::size_t asked = 0;
+  std::vector<CachedList> cached;
+  // Heads of the free lists, one for each capacity: an index in `cached` plus 1, or 0 for none.
+  std::uint32_t heads[kMaxCapacity + 1] = {};
+  std::size_t requestedCount = 0;
 };
 
 }  // namespace amf2json

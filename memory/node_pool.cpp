@@ -104,7 +104,7 @@ struct Heap {
   Chunk* empty = nullptr;  // a stack
   std::size_t fullCount = 0;
   std::size_t emptyCount = 0;
-  std::size_t renewals = 0;  // how often `current` was replaced or emptied since the last scan
+  std::size_t restarts = 0;  // how often `current` was replaced or emptied since the last scan
   std::uintptr_t freesSeen = 0;
   HeapId id = kNoHeap;
   unsigned retained = 0;      // number of RetainChunks objects
@@ -117,7 +117,7 @@ struct Heap {
   }
 
   void* allocate(std::size_t size) {
-    if (!allocator.hasSpace(size)) renew();
+    if (!allocator.hasSpace(size)) startNextChunk();
     return allocator.allocate(size);
   }
 
@@ -128,17 +128,17 @@ struct Heap {
   }
 
   // Makes an empty chunk the current one. Throws if there is no memory; `current` then stays.
-  void renew();
+  void startNextChunk();
 
   // Frees slots of a chunk of this heap.
   void free(Chunk* chunk, std::int32_t count) noexcept {
     std::int32_t& live = chunk == current ? allocator.live : chunk->live;
     live -= count;
-    if (chunk->isEmpty(live)) settle(chunk);
+    if (chunk->isEmpty(live)) recycle(chunk);
   }
 
   // Called when all slots of a chunk are free: makes it reusable.
-  void settle(Chunk* chunk) noexcept {
+  void recycle(Chunk* chunk) noexcept {
     // Synchronizes with the threads that freed slots of this chunk.
     static_cast<void>(chunk->balance.load(std::memory_order_acquire));
     chunk->balance.store(kOwned, std::memory_order_relaxed);
@@ -148,7 +148,7 @@ struct Heap {
       startAt(chunk);
       // The thread may not need another chunk for a long time, so chunks that other threads have
       // emptied are collected here too.
-      ++renewals;
+      ++restarts;
       if (full) collect();
       return;
     }
@@ -178,15 +178,15 @@ struct Heap {
   }
 
   // Finds full chunks whose last slots were freed by other threads. A scan visits all full chunks,
-  // so it runs only if a quarter as many renewals came before it.
+  // so it runs only if a quarter as many restarts came before it.
   void collect() noexcept {
     const std::uintptr_t frees = foreignFrees.load(std::memory_order_acquire);
-    if (frees == freesSeen || renewals < fullCount / 4) return;
+    if (frees == freesSeen || restarts < fullCount / 4) return;
     freesSeen = frees;
-    renewals = 0;
+    restarts = 0;
     for (Chunk* chunk = full; chunk;) {
       Chunk* const next = chunk->next;
-      if (chunk->isEmpty(chunk->live)) settle(chunk);
+      if (chunk->isEmpty(chunk->live)) recycle(chunk);
       chunk = next;
     }
   }
@@ -235,20 +235,20 @@ namespace {
 thread_local Heap heap;
 
 struct HeapEnd {
-  bool isWatching = false;
+  bool isConstructed = false;
   ~HeapEnd() { heap.end(); }
 };
 thread_local HeapEnd heapEnd;
 
 }  // namespace
 
-void Heap::renew() {
+void Heap::startNextChunk() {
   if (id == kNoHeap) {
-    heapEnd.isWatching = true;  // constructs heapEnd, so that its destructor runs at thread end
+    heapEnd.isConstructed = true;  // constructs heapEnd, so that its destructor runs at thread end
     id = lastHeapId.fetch_add(1, std::memory_order_relaxed) + 1;
   }
   isShrinking = false;
-  ++renewals;
+  ++restarts;
   if (!empty) collect();
   Chunk* const fresh = empty ? popEmpty() : takeFromSystem(id, kOwned);
   if (current) {
@@ -288,7 +288,7 @@ NodeAllocator& allocatorOfThisThread() noexcept {
   return heap.allocator;
 }
 
-void* NodeAllocator::allocateElsewhere(std::size_t size) {
+void* NodeAllocator::allocateSlow(std::size_t size) {
   return isPoolOn() && !heap.hasEnded ? heap.allocate(size) : nullptr;
 }
 

@@ -84,14 +84,14 @@ class NodeAllocator {
  public:
   template <class Node>
   AMF2JSON_HOT Node* make(AMFVersion version) {
-    if (!hasSpace(sizeof(Node))) return makeElsewhere<Node>(version);
+    if (!hasSpace(sizeof(Node))) return makeSlow<Node>(version);
     return NodeMemory::markPooled(::new (allocate(sizeof(Node))) Node(version));
   }
   // Makes a composite node whose names and values are null. The reader sets them before anyone else
   // sees the node.
   template <class Node, class... Arguments>
   AMF2JSON_HOT std::unique_ptr<Node> makeUnfilled(Arguments... arguments) {
-    if (!hasSpace(sizeof(Node))) return makeUnfilledElsewhere<Node>(arguments...);
+    if (!hasSpace(sizeof(Node))) return makeUnfilledSlow<Node>(arguments...);
     return std::unique_ptr<Node>(
         NodeMemory::markPooled(::new (allocate(sizeof(Node))) Node(Unfilled(), arguments...)));
   }
@@ -100,7 +100,7 @@ class NodeAllocator {
   AMF2JSON_HOT Node* makeWithBytes(AMFVersion version, const char* bytes, std::uint32_t count) {
     const std::size_t size = sizeof(Node) + count;
     if (count > kBytesMax || !hasSpace(size)) {
-      return makeWithBytesElsewhere<Node>(version, bytes, count);
+      return makeWithBytesSlow<Node>(version, bytes, count);
     }
     return putBytes(::new (allocate(size)) Node(version), bytes, count);
   }
@@ -108,7 +108,7 @@ class NodeAllocator {
   template <class Node>
   AMF2JSON_HOT Node* copyWithBytes(const Node& source) {
     const bool isPlain = source.children.empty() && (source.data || source.length == 0);
-    if (!isPlain) return copyElsewhere(source);
+    if (!isPlain) return copySlow(source);
     Node* const copied = makeWithBytes<Node>(source.version, source.data, source.length);
     copied->type = source.type;
     copied->referenceIndex = source.referenceIndex;
@@ -118,7 +118,7 @@ class NodeAllocator {
   // Makes a deep copy of any other node.
   template <class Node>
   Node* copy(const Node& source) {
-    return makeBy<Node>(source);
+    return makeAny<Node>(source);
   }
 
  private:
@@ -140,12 +140,12 @@ class NodeAllocator {
   }
   // The slow path: allocates a slot of the current chunk, or of a new one if the current chunk has
   // no space. Returns null if the pool is off or the thread's heap has ended.
-  AMF2JSON_RARE static void* allocateElsewhere(std::size_t size);
+  AMF2JSON_RARE static void* allocateSlow(std::size_t size);
 
   // Makes a node with any constructor, also one that may throw.
   template <class Node, class... Arguments>
-  static Node* makeBy(Arguments&&... arguments) {
-    void* const slot = allocateElsewhere(sizeof(Node));
+  static Node* makeAny(Arguments&&... arguments) {
+    void* const slot = allocateSlow(sizeof(Node));
     if (!slot) return new Node(std::forward<Arguments>(arguments)...);
     try {
       return NodeMemory::markPooled(::new (slot) Node(std::forward<Arguments>(arguments)...));
@@ -155,26 +155,26 @@ class NodeAllocator {
     }
   }
   template <class Node>
-  AMF2JSON_RARE static Node* makeElsewhere(AMFVersion version) {
-    return makeBy<Node>(version);
+  AMF2JSON_RARE static Node* makeSlow(AMFVersion version) {
+    return makeAny<Node>(version);
   }
   template <class Node, class... Arguments>
-  AMF2JSON_RARE static std::unique_ptr<Node> makeUnfilledElsewhere(Arguments... arguments) {
-    return std::unique_ptr<Node>(makeBy<Node>(Unfilled(), arguments...));
+  AMF2JSON_RARE static std::unique_ptr<Node> makeUnfilledSlow(Arguments... arguments) {
+    return std::unique_ptr<Node>(makeAny<Node>(Unfilled(), arguments...));
   }
   template <class Node>
-  AMF2JSON_RARE static Node* makeWithBytesElsewhere(AMFVersion version, const char* bytes,
-                                                    std::uint32_t count) {
+  AMF2JSON_RARE static Node* makeWithBytesSlow(AMFVersion version, const char* bytes,
+                                               std::uint32_t count) {
     const bool isFew = bytes && count <= kBytesMax;
-    void* const slot = isFew ? allocateElsewhere(sizeof(Node) + count) : nullptr;
+    void* const slot = isFew ? allocateSlow(sizeof(Node) + count) : nullptr;
     if (slot) return putBytes(::new (slot) Node(version), bytes, count);
-    std::unique_ptr<Node> node(makeBy<Node>(version));
+    std::unique_ptr<Node> node(makeAny<Node>(version));
     if (count > 0) node->AMFRaw::setValue(bytes, count);
     return node.release();
   }
   template <class Node>
-  AMF2JSON_RARE static Node* copyElsewhere(const Node& source) {
-    return makeBy<Node>(source);
+  AMF2JSON_RARE static Node* copySlow(const Node& source) {
+    return makeAny<Node>(source);
   }
   template <class Node>
   AMF2JSON_HOT static Node* putBytes(Node* node, const char* bytes, std::uint32_t count) {

@@ -64,11 +64,11 @@ Cache* cacheOfThisThread() noexcept {
 }  // namespace
 
 TextBuffers::~TextBuffers() {
-  Cache* const cached = cacheOfThisThread();
-  if (!cached) return;
+  Cache* const threadCache = cacheOfThisThread();
+  if (!threadCache) return;
   const bool stayedBlank = areTextsBlank && areBlank(json, script);
-  (areSparesBlank ? cached->blank : cached->written).store(spareJson, spareScript);
-  (stayedBlank ? cached->blank : cached->written).store(json, script);
+  (areSparesBlank ? threadCache->blank : threadCache->written).store(spareJson, spareScript);
+  (stayedBlank ? threadCache->blank : threadCache->written).store(json, script);
 }
 
 void TextBuffers::blank() {
@@ -79,8 +79,8 @@ void TextBuffers::blank() {
     script.swap(spareScript);
   }
   if (!areSparesBlank) {
-    Cache* const cached = cacheOfThisThread();
-    if (!cached || !cached->blank.take(json, script)) {
+    Cache* const threadCache = cacheOfThisThread();
+    if (!threadCache || !threadCache->blank.take(json, script)) {
       json.assign(kJsonSize, '\0');
       script.assign(kScriptSize, '\0');
     }
@@ -94,8 +94,8 @@ void TextBuffers::exchangeBlankTexts() {
   areTextsBlank = false;
   if (!wereBlank) return;
   if (!haveCapacity(spareJson, spareScript)) {
-    Cache* const cached = cacheOfThisThread();
-    if (!cached || !cached->written.take(spareJson, spareScript)) return;
+    Cache* const threadCache = cacheOfThisThread();
+    if (!threadCache || !threadCache->written.take(spareJson, spareScript)) return;
   }
   json.swap(spareJson);
   script.swap(spareScript);

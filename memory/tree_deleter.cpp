@@ -21,12 +21,12 @@ static_assert(sizeof kSizes / sizeof *kSizes == AMFNode::AMF_PACKAGE + 1, "one f
 constexpr std::uint32_t maskOf(AMFNode::AMFType type) {
   return 1u << type;
 }
-constexpr std::uint32_t kWithBytes =
+constexpr std::uint32_t kByteKinds =
     maskOf(AMFNode::AMF_STRING) | maskOf(AMFNode::AMF_XML) | maskOf(AMFNode::AMF_RAW);
-constexpr std::uint32_t kPairs = maskOf(AMFNode::AMF_PAIR) | maskOf(AMFNode::AMF_HEADER);
+constexpr std::uint32_t kPairKinds = maskOf(AMFNode::AMF_PAIR) | maskOf(AMFNode::AMF_HEADER);
 // Kinds that own no node, except children that a host may have attached.
-constexpr std::uint32_t kLeaves =
-    kWithBytes | maskOf(AMFNode::AMF_NULL) | maskOf(AMFNode::AMF_BOOL) | maskOf(AMFNode::AMF_INT) |
+constexpr std::uint32_t kLeafKinds =
+    kByteKinds | maskOf(AMFNode::AMF_NULL) | maskOf(AMFNode::AMF_BOOL) | maskOf(AMFNode::AMF_INT) |
     maskOf(AMFNode::AMF_DOUBLE) | maskOf(AMFNode::AMF_DATE) | maskOf(AMFNode::AMF_UNDEFINED);
 
 // For pooled nodes only.
@@ -68,8 +68,8 @@ AMF2JSON_HOT bool TreeDeleter::destroyLeaf(AMFNode* node) noexcept {
   if (code == 0 || node->children.capacity() > 0) return false;
   const std::uint32_t kind = NodeMemory::classOf(code);
   const std::uint32_t mask = 1u << kind;
-  if ((mask & kLeaves) == 0) return false;
-  if ((mask & kWithBytes) != 0) releasePooledBytes(static_cast<AMFRaw&>(*node), kSizes[kind]);
+  if ((mask & kLeafKinds) == 0) return false;
+  if ((mask & kByteKinds) != 0) releasePooledBytes(static_cast<AMFRaw&>(*node), kSizes[kind]);
   free(node, kSizes[kind]);
   return true;
 }
@@ -106,9 +106,9 @@ inline void TreeDeleter::destroyList(AMFNode& node) noexcept {
 // Deletes what a pooled node owns besides its children.
 inline void TreeDeleter::destroyOwned(AMFNode* node, std::uint32_t kind) noexcept {
   const std::uint32_t mask = 1u << kind;
-  if ((mask & kWithBytes) != 0) {
+  if ((mask & kByteKinds) != 0) {
     releasePooledBytes(static_cast<AMFRaw&>(*node), kSizes[kind]);
-  } else if ((mask & kPairs) != 0) {
+  } else if ((mask & kPairKinds) != 0) {
     destroyName(static_cast<AMFPair*>(node)->name);
     destroy(static_cast<AMFPair*>(node)->value);
   } else if (kind == AMFNode::AMF_OBJECT) {
@@ -130,7 +130,7 @@ void TreeDeleter::destroyBranch(AMFNode* node) noexcept {
   destroyOwned(node, kind);
   if (node->children.capacity() > 0) {
     destroyList(*node);
-    if (lists) lists->keep(node->children);
+    if (lists) lists->store(node->children);
     using Nodes = std::vector<AMFNode*>;
     node->children.~Nodes();
   }

@@ -124,7 +124,7 @@ AMFObject* Reader::amf0Object(AMFProtocol::AMF0Markers marker) {
   members.attach();
   // Kept: reference indexes are assigned in the order in which objects and arrays end, not in which
   // they begin.
-  note(protocol.amf0References, object.get());
+  append(protocol.amf0References, object.get());
   return object.release();
 }
 
@@ -154,7 +154,7 @@ AMFArray* Reader::amf0Array(AMFProtocol::AMF0Markers marker) {
     throw AMFException(reader_texts::kUnknownAMF0Array);
   }
   elements.attach();
-  note(protocol.amf0References, array.get());
+  append(protocol.amf0References, array.get());
   return array.release();
 }
 

@@ -16,7 +16,7 @@ constexpr std::uint32_t kZone = 0;
 
 const char kMisplaced[] = "setNodeValue(): this node can't be placed here";
 
-const AMFPair* asPair(const AMFNode* child) {
+const AMFPair* castToPair(const AMFNode* child) {
   return static_cast<const AMFPair*>(child);
 }
 
@@ -29,15 +29,15 @@ void Writer::refuse(char* out, const char* text) {
   throw AMFException(text);
 }
 
-char* Writer::turnBlock(char* out) {
-  out = pieces.turnBlock(out);
+char* Writer::startBlock(char* out) {
+  out = pieces.startBlock(out);
   blockEnd = pieces.endOfBlock();
   return out;
 }
 
 char* Writer::writeValue(char* out, const AMFNode* node, AMFVersion placeVersion) {
   if (!node) refuse(out, "setNodeValue(): lack of value type node");
-  if (!hasSpace(out, kScalarBytes)) return writeValueAnew(out, node, placeVersion);
+  if (!hasSpace(out, kScalarBytes)) return writeValueInNewBlock(out, node, placeVersion);
   if (node->version != AMF_VERSION_0) {
     if (placeVersion == AMF_VERSION_0) out = piece::u8(out, AMFProtocol::AMF0_SWITCH_TO_AMF3);
     return writeAMF3Value(out, node);
@@ -53,8 +53,8 @@ char* Writer::writeValue(char* out, const AMFNode* node, AMFVersion placeVersion
 }
 
 // Writes the value at the start of a new block.
-char* Writer::writeValueAnew(char* out, const AMFNode* node, AMFVersion placeVersion) {
-  return writeValue(turnBlock(out), node, placeVersion);
+char* Writer::writeValueInNewBlock(char* out, const AMFNode* node, AMFVersion placeVersion) {
+  return writeValue(startBlock(out), node, placeVersion);
 }
 
 inline char* Writer::writeAMF0Value(char* out, const AMFNode* node) {
@@ -197,7 +197,7 @@ char* Writer::writeAMF0Object(char* out, const AMFObject* object) {
     if (child->type != AMFNode::AMF_PAIR) {
       refuse(out, "setAMF0Object(): not a pair type node passed as object property");
     }
-    out = writeAMF0Pair(out, asPair(child));
+    out = writeAMF0Pair(out, castToPair(child));
   }
   out = withSpace(out, 3);
   out = piece::u16(out, 0);  // the empty name before the end marker
@@ -220,7 +220,7 @@ char* Writer::writeAMF0Array(char* out, const AMFArray* array) {
     if (child->type != AMFNode::AMF_PAIR) {
       refuse(out, "setAMF0Array(): not a pair type node passed as associative array property");
     }
-    out = writeAMF0Pair(out, asPair(child));
+    out = writeAMF0Pair(out, castToPair(child));
   }
   // Kept: no end marker follows the members; the reader reads exactly as many as the count says.
   return out;

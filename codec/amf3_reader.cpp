@@ -102,7 +102,7 @@ AMFString* Reader::amf3String() {
   const std::uint32_t length = header >> 1;
   std::unique_ptr<AMFString> text(allocator.makeWithBytes<AMFString>(
       AMF_VERSION_3, big_endian::readBytes(cursor, length), length));
-  if (length > 0) note(protocol.amf3StringReferences, text.get());
+  if (length > 0) append(protocol.amf3StringReferences, text.get());
   return text.release();
 }
 
@@ -116,7 +116,7 @@ AMF2JSON_RARE AMFXML* Reader::amf3XML(AMFProtocol::AMF3Markers marker) {
   std::unique_ptr<AMFXML> xml(allocator.makeWithBytes<AMFXML>(
       AMF_VERSION_3, big_endian::readBytes(cursor, length), length));
   xml->document = marker == AMFProtocol::AMF3_XML_DOC ? 1 : 0;
-  note(protocol.amf3ObjectReferences, xml.get());
+  append(protocol.amf3ObjectReferences, xml.get());
   return xml.release();
 }
 
@@ -129,7 +129,7 @@ AMFDate* Reader::amf3Date() {
   std::unique_ptr<AMFDate> date(
       allocator.make<AMFDate>(AMF_VERSION_3));  // the other bits of the header are ignored
   big_endian::readDouble(cursor, date->value);
-  note(protocol.amf3ObjectReferences, date.get());
+  append(protocol.amf3ObjectReferences, date.get());
   return date.release();
 }
 
@@ -143,7 +143,7 @@ AMFRaw* Reader::amf3ByteArray() {
   const std::uint32_t length = header >> 1;
   std::unique_ptr<AMFRaw> raw(allocator.makeWithBytes<AMFRaw>(
       AMF_VERSION_3, big_endian::readBytes(cursor, length), length));
-  note(protocol.amf3ObjectReferences, raw.get());
+  append(protocol.amf3ObjectReferences, raw.get());
   return raw.release();
 }
 
@@ -197,7 +197,8 @@ AMFArray* Reader::amf3Array() {
                                     reader_texts::kAMF3ArrayCircular);
   }
   std::unique_ptr<AMFArray> array(allocator.make<AMFArray>(AMF_VERSION_3));
-  note(protocol.amf3ObjectReferences, array.get());  // before its members, which get later indexes
+  // Before its members, which get later indexes.
+  append(protocol.amf3ObjectReferences, array.get());
   Children elements(*array, pending, lists);
   while (auto pair = std::unique_ptr<AMFPair>(amf3Pair())) elements.add(std::move(pair));
   for (std::uint32_t remaining = header >> 1; remaining > 0; --remaining) {
@@ -249,7 +250,7 @@ void Reader::readSealedByTraits(AMFObject& object, const AMFObject& traits) {
   object.sealedCount = traits.sealedCount;
   checkSealed(traits);
   if (object.sealedCount > 0) reserveMore(object.children, object.sealedCount, lists);
-  note(protocol.amf3ObjectReferences, &object);
+  append(protocol.amf3ObjectReferences, &object);
   for (std::uint32_t i = 0; i < object.sealedCount; ++i) {
     auto made = allocator.makeUnfilled<AMFPair>(AMF_VERSION_3, AMFNode::AMF_PAIR);
     AMFPair* const pair = made.get();
@@ -263,7 +264,7 @@ void Reader::readSealedByTraits(AMFObject& object, const AMFObject& traits) {
 
 // Reads inline traits: the flags, the class name and the names of the sealed members.
 void Reader::readTraits(AMFObject& object, std::uint32_t header) {
-  note(protocol.amf3ObjectReferences, &object);
+  append(protocol.amf3ObjectReferences, &object);
   object.externalizable = (header & kExternalizable) != 0;
   object.sealedCount = header >> kSealedCountShift;
   object.dynamic = (header & kDynamic) != 0;
@@ -283,7 +284,7 @@ void Reader::readTraits(AMFObject& object, std::uint32_t header) {
     }
     members.attach();
   }
-  note(protocol.amf3TraitReferences, &object);
+  append(protocol.amf3TraitReferences, &object);
 }
 
 void Reader::readSealed(AMFObject& object) {

@@ -51,17 +51,17 @@ const AMFPair* Writer::memberAt(char* out, const AMFObject* object, std::uint32_
   return pair;
 }
 
-// Writes a U29, after a marker if there is one. The rare cases are in writeU29Anew, which is
+// Writes a U29, after a marker if there is one. The rare cases are in writeU29Slow, which is
 // tail-called, so that this function saves no registers.
 inline char* Writer::writeU29(char* out, AMFProtocol::AMF3Markers marker, std::uint32_t value) {
-  if (value > piece::kTwoBytesMax || !hasSpace(out, 3)) return writeU29Anew(out, marker, value);
+  if (value > piece::kTwoBytesMax || !hasSpace(out, 3)) return writeU29Slow(out, marker, value);
   out = writeMarker(out, marker);
   out = piece::shortU29(out, value);
   return out;
 }
 
 // The rare cases: more than two bytes, a value that is too large, or the start of a new block.
-char* Writer::writeU29Anew(char* out, AMFProtocol::AMF3Markers marker, std::uint32_t value) {
+char* Writer::writeU29Slow(char* out, AMFProtocol::AMF3Markers marker, std::uint32_t value) {
   out = withSpace(out, 1 + piece::kU29Bytes);
   out = writeMarker(out, marker);
   if (value > kU29Max) refuse(out, "setAMF3Integer(): integer value is to large");
@@ -106,8 +106,8 @@ AMF2JSON_RARE char* Writer::writeAMF3XML(char* out, const AMFXML* node) {
 
 char* Writer::writeAMF3Raw(char* out, const AMFRaw* node) {
   if (!node) refuse(out, "setAMF3Raw: lack of binary array type node");
-  const bool alone = node->type == AMFNode::AMF_RAW;
-  return writeReferenceOrBytes(out, alone ? AMFProtocol::AMF3_BYTE_ARRAY : kNoMarker, node);
+  const bool isByteArray = node->type == AMFNode::AMF_RAW;
+  return writeReferenceOrBytes(out, isByteArray ? AMFProtocol::AMF3_BYTE_ARRAY : kNoMarker, node);
 }
 
 char* Writer::writeReferenceOrBytes(char* out, AMFProtocol::AMF3Markers marker,

@@ -16,9 +16,9 @@ using namespace amf2json;
 namespace {
 
 // At the end of the parse, also after an exception: frees the cached storage that was not used.
-struct ListsEnd {
+struct EndLists {
   ChildLists* lists;
-  ~ListsEnd() {
+  ~EndLists() {
     if (lists) lists->end();
   }
 };
@@ -44,7 +44,7 @@ AMFPackage* AMFProtocol::parse(const char* packet) {
   if (!state->lists && isPoolOn()) state->lists = std::make_unique<ChildLists>();
   ChildLists* const lists = state->lists.get();
   if (lists) lists->begin();
-  const ListsEnd listsEnd{lists};
+  const EndLists endLists{lists};
   TreeDeleter(lists).destroy(last.release());
   package = allocatorOfThisThread().make<AMFPackage>(AMF_VERSION_0);
   package->version = static_cast<AMFVersion>(version);  // any number is accepted

@@ -20,7 +20,7 @@ constexpr std::size_t kCachedChunks = 65536;
 Pieces::Pieces(const Pieces& source) {
   for (std::size_t i = 0; i < source.runCount(); ++i) {
     const Run run = source.runAt(i);
-    if (run.alone) {
+    if (run.isLarge) {
       add({run.bytes, run.length});
       continue;
     }
@@ -38,11 +38,11 @@ void Pieces::add(const Chunk& chunk) {
     return;
   }
   char* out = next;
-  if (static_cast<std::size_t>(blockEnd - out) < chunk.length) out = turnBlock(out);
+  if (static_cast<std::size_t>(blockEnd - out) < chunk.length) out = startBlock(out);
   close(piece::bytes(out, chunk.bytes, chunk.length));
 }
 
-char* Pieces::turnBlock(char* out) {
+char* Pieces::startBlock(char* out) {
   close(out);
   if (blocksUsed == blocks.size()) {
     std::unique_ptr<char[]> block(new char[2 * piece::kBlockBytes]);
@@ -102,7 +102,7 @@ const std::vector<Pieces::Chunk>& Pieces::list() {
 void Pieces::listRun(const Run& run) {
   while (listedBytes < run.length) {
     const char* const first = run.bytes + listedBytes;
-    const std::uint32_t length = run.alone ? run.length : piece::lengthAt(first);
+    const std::uint32_t length = run.isLarge ? run.length : piece::lengthAt(first);
     listed.push_back({first, length});
     listedBytes += length;
   }
@@ -134,7 +134,7 @@ void Pieces::abandon() noexcept {
 
 void Pieces::abandonWith(std::unique_ptr<Pieces> older) noexcept {
   older->release();
-  other = std::move(older);
+  olderPieces = std::move(older);
 }
 
 }  // namespace amf2json

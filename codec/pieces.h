@@ -42,25 +42,25 @@ class Pieces {
   // All pieces, in order. Each call first adds the pieces written since the last call.
   const std::vector<Chunk>& list();
 
-  // For the writers. If turnBlock or addLarge cannot allocate memory, they throw. Before that they
+  // For the writers. If startBlock or addLarge cannot allocate memory, they throw. Before that they
   // list what was written up to `out`, and change nothing else.
   char* output() const noexcept { return next; }
   char* endOfBlock() const noexcept { return blockEnd; }
   void close(char* out) noexcept { next = out; }  // lists what was written up to `out`
-  char* turnBlock(char* out);                     // the same, and starts a new block
+  char* startBlock(char* out);                    // the same, and starts a new block
   char* addLarge(char* out, const char* bytes, std::uint32_t length);
 
   void release() noexcept;  // frees the listed pieces
   void abandon() noexcept;  // empties the list; the bytes live as long as this object
   // Adopts another object: frees its listed pieces, and owns its abandoned pieces.
-  void abandonWith(std::unique_ptr<Pieces> other) noexcept;
+  void abandonWith(std::unique_ptr<Pieces> older) noexcept;
 
  private:
   // Pieces that are contiguous in memory.
   struct Run {
     const char* bytes;
     std::uint32_t length;
-    bool alone;  // one large piece
+    bool isLarge;  // one large piece
   };
   using Blocks = std::vector<std::unique_ptr<char[]>>;
 
@@ -84,7 +84,7 @@ class Pieces {
   std::size_t abandonedBlocks = 0;
   char* abandonedEnd = nullptr;
   std::size_t abandonedLarge = 0;
-  std::unique_ptr<Pieces> other;  // holds abandoned pieces of another object
+  std::unique_ptr<Pieces> olderPieces;  // holds abandoned pieces of another object
 
   std::vector<Chunk> listed;      // the list as built so far
   std::size_t listedRuns = 0;     // number of runs that are listed completely
@@ -99,7 +99,7 @@ constexpr std::size_t kBlockBytes = 16000;
 constexpr std::uint32_t kLargeFrom = 1024;  // from this length on, a piece gets a separate block
 
 // Ends a piece of `length` bytes that begins at `out`: stores its length.
-inline char* end(char* out, std::uint8_t length) {
+inline char* endPiece(char* out, std::uint8_t length) {
   out[kBlockBytes] = static_cast<char>(length);
   return out + length;
 }
@@ -115,22 +115,22 @@ inline std::uint32_t lengthAt(const char* first) {
 
 inline char* u8(char* out, std::uint32_t value) {
   *out = static_cast<char>(value & 0xFF);
-  return end(out, 1);
+  return endPiece(out, 1);
 }
 
 inline char* u16(char* out, std::uint32_t value) {
   big_endian::storeU16(out, value);
-  return end(out, 2);
+  return endPiece(out, 2);
 }
 
 inline char* u32(char* out, std::uint32_t value) {
   big_endian::storeU32(out, value);
-  return end(out, 4);
+  return endPiece(out, 4);
 }
 
 inline char* number(char* out, const double& value) {
   big_endian::storeDouble(out, value);
-  return end(out, 8);
+  return endPiece(out, 8);
 }
 
 // Writes a byte and a double: two pieces.
@@ -174,9 +174,9 @@ inline bool isSmall(const AMFRaw* node) {
 
 inline char* bytes(char* out, const char* from, std::uint32_t length) {
   copyShort(out, from, length);
-  if (length <= 0xFF) return end(out, static_cast<std::uint8_t>(length));
+  if (length <= 0xFF) return endPiece(out, static_cast<std::uint8_t>(length));
   big_endian::storeU16(out + kBlockBytes + 1, length);
-  return end(out, 0) + length;
+  return endPiece(out, 0) + length;
 }
 inline char* bytes(char* out, const AMFRaw* node) {
   return bytes(out, node->data, node->length);

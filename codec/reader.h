@@ -104,7 +104,7 @@ AMF2JSON_HOT AMFDouble* Reader::amf3Double() {
 }
 
 // Appends a node to a reference table, which does not own it, or to `pending`, which does.
-inline void note(Nodes& table, AMFNode* node) {
+inline void append(Nodes& table, AMFNode* node) {
   table.push_back(node);
 }
 
@@ -129,7 +129,7 @@ class Children {
 
   template <class Node>
   void add(std::unique_ptr<Node> node) {
-    note(pending, node.get());
+    append(pending, node.get());
     node.release()->parent = &container;
   }
 

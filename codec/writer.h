@@ -63,20 +63,21 @@ class Writer {
   // Returns an output pointer with at least `most` bytes of free space. Large pieces need no space
   // in the block.
   char* withSpace(char* out, std::size_t most) {
-    return hasSpace(out, most) ? out : turnBlock(out);
+    return hasSpace(out, most) ? out : startBlock(out);
   }
-  char* turnBlock(char* out);
+  char* startBlock(char* out);
   bool hasSpace(char* out, std::size_t most) const {
     return static_cast<std::size_t>(blockEnd - out) >= most;
   }
 
   [[noreturn]] void refuse(char* out, const char* text);
 
-  [[gnu::noinline]] char* writeValueAnew(char* out, const AMFNode* node, AMFVersion placeVersion);
+  [[gnu::noinline]] char* writeValueInNewBlock(char* out, const AMFNode* node,
+                                               AMFVersion placeVersion);
   char* writeAMF0Value(char* out, const AMFNode* node);
   char* writeAMF3Value(char* out, const AMFNode* node);
   char* writeU29(char* out, AMFProtocol::AMF3Markers marker, std::uint32_t value);
-  [[gnu::noinline]] char* writeU29Anew(char* out, AMFProtocol::AMF3Markers marker,
+  [[gnu::noinline]] char* writeU29Slow(char* out, AMFProtocol::AMF3Markers marker,
                                        std::uint32_t value);
   char* writeReferenceOrBytes(char* out, AMFProtocol::AMF3Markers marker, const AMFRaw* node);
   char* writeAssociativePart(char* out, const AMFArray* array, std::size_t& pairCount);

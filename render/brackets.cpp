@@ -40,7 +40,7 @@ AMF2JSON_APART Writer::Writer(AMFProtocol& protocol, ProtocolState& protocolStat
       breakMark(breakMarkFor(protocol.lineBreakCount)) {}
 
 char* Writer::closeBrackets(char* to) {
-  margin.shallow();
+  margin.decrease();
   // Removes the comma after the last member of the block.
   const std::size_t back = (lineEndDue ? 0 : margin.lineEndSize()) + 1;
   if (json.sizeAt(to) >= back && *(to - back) == ',') {

@@ -78,13 +78,13 @@ char* putHex(char* to, std::string_view bytes) {
 
 char* HexPieces::put(char* to, std::size_t count) {
   char* const stop = to + count;
-  std::memcpy(to, begun, kHexPerByte);
-  to += begunSize;
+  std::memcpy(to, pending, kHexPerByte);
+  to += pendingSize;
   const char* from = next;
   while (to < stop && from != end) to = putHexByte(to, *from++);
   next = from;
-  begunSize = to > stop ? static_cast<std::size_t>(to - stop) : 0;
-  std::memcpy(begun, stop, kHexPerByte);
+  pendingSize = to > stop ? static_cast<std::size_t>(to - stop) : 0;
+  std::memcpy(pending, stop, kHexPerByte);
   return std::min(to, stop);
 }
 

@@ -29,8 +29,8 @@ class HexPieces {
  private:
   const char* next;
   const char* end;
-  char begun[kHexPerByte] = {};  // the remaining digits of a byte
-  std::size_t begunSize = 0;
+  char pending[kHexPerByte] = {};  // the remaining digits of a byte
+  std::size_t pendingSize = 0;
 };
 
 }  // namespace amf2json::render

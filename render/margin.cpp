@@ -9,20 +9,20 @@ Margin::Margin(const std::string& newLine, const std::string& indent, const std:
     : lineEnd(newLine.size()),
       length(newLine.size() + indent.size()),
       unit(indentUnit),
-      evenCharacter(indentUnit.empty() ? indent[0] : indentUnit[0]) {
-  isEven = unit.size() <= 1 && indent.find_first_not_of(evenCharacter) == std::string::npos;
-  std::memset(few, evenCharacter, sizeof few);
+      uniformCharacter(indentUnit.empty() ? indent[0] : indentUnit[0]) {
+  isUniform = unit.size() <= 1 && indent.find_first_not_of(uniformCharacter) == std::string::npos;
+  std::memset(inlineText, uniformCharacter, sizeof inlineText);
   if (length > capacity) reserve(length, 0);
   newLine.copy(text, lineEnd);
   indent.copy(text + lineEnd, indent.size());
 }
 
 void Margin::reserve(std::size_t size, std::size_t kept) {
-  std::string larger(2 * size, evenCharacter);
+  std::string larger(2 * size, uniformCharacter);
   larger.replace(0, kept, text, kept);
-  many.swap(larger);
-  text = &many[0];
-  capacity = many.size();
+  heapText.swap(larger);
+  text = &heapText[0];
+  capacity = heapText.size();
 }
 
 }  // namespace amf2json::render

@@ -3,7 +3,7 @@
 // The margin: a line end and the indentation of the next line of the JSON text. Both are stored as
 // one text, which is copied at once:
 //
-//     text:  line end | indentation | more indentation, up to the capacity (if isEven)
+//     text:  line end | indentation | more indentation, up to the capacity (if isUniform)
 //            <------ length ------>
 #pragma once
 
@@ -24,21 +24,22 @@ class Margin {
   std::size_t size() const { return length; }
   std::size_t sizeWithin(std::size_t levels) const { return length + levels * unit.size(); }
   std::size_t lineEndSize() const { return lineEnd; }
-  // Whether the indentation repeats one character, and deepen() and then shallow() change nothing.
-  bool isBalanced() const { return isEven && (unit.size() == 1 || length == lineEnd); }
+  // Whether the indentation repeats one character, and increase() followed by decrease() changes
+  // nothing.
+  bool isBalanced() const { return isUniform && (unit.size() == 1 || length == lineEnd); }
   std::string_view indentation() const { return {text + lineEnd, length - lineEnd}; }
 
   // Indents one level more.
-  void deepen() {
+  void increase() {
     if (length + unit.size() > capacity) reserve(length + unit.size(), length);
-    if (!isEven) unit.copy(text + length, unit.size());
+    if (!isUniform) unit.copy(text + length, unit.size());
     length += unit.size();
   }
   // Indents one level less. Kept: removes one character from the front, not one unit.
-  void shallow() {
+  void decrease() {
     if (length == lineEnd) return;
     --length;
-    if (!isEven) std::memmove(text + lineEnd, text + lineEnd + 1, length - lineEnd);
+    if (!isUniform) std::memmove(text + lineEnd, text + lineEnd + 1, length - lineEnd);
   }
 
   AMF2JSON_HOT char* write(char* to) const {
@@ -57,19 +58,19 @@ class Margin {
   void reserve(std::size_t size, std::size_t kept);
 
   static constexpr std::size_t kWord = 16;
-  static constexpr std::size_t kFewLevels = 64;
+  static constexpr std::size_t kInlineBytes = 64;
 
-  char few[kFewLevels];
-  std::string many;  // used instead of `few` if that is too small
-  char* text = few;
-  std::size_t capacity = kFewLevels;
+  char inlineText[kInlineBytes];
+  std::string heapText;  // used instead of `inlineText` if that is too small
+  char* text = inlineText;
+  std::size_t capacity = kInlineBytes;
   std::size_t lineEnd;
   std::size_t length;
   const std::string& unit;
   // The indentation repeats one character, which fills `text` up to the capacity. So a change of
   // the level changes only `length`.
-  bool isEven;
-  char evenCharacter;
+  bool isUniform;
+  char uniformCharacter;
 };
 
 }  // namespace amf2json::render

@@ -40,7 +40,7 @@ constexpr Key kContent("content");
 
 char* Writer::writeNode(char* to, const AMFNode* node, AMFVersion parentVersion) {
   if (!node || isPastLimit(to)) return to;
-  fetchAhead(node);
+  prefetchAfter(node);
   if (isReference(node) || switchesVersion(node, parentVersion)) {
     return writeWrapped(to, node, parentVersion);
   }

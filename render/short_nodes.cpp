@@ -89,8 +89,8 @@ char* Writer::writeShortPairs(char* to, const AMFNode* node, std::uint32_t& inde
     if (!child || !isShortPair(child, node->version)) break;
     if (!p.outputLimitReached && json.sizeAt(to) + script.size() + most > kOutputLimit) break;
     const auto* const pair = static_cast<const AMFPair*>(child);
-    fetchAhead(pair->name);
-    fetchAhead(pair->value);
+    prefetchAfter(pair->name);
+    prefetchAfter(pair->value);
     to = putPair(json.reserve(to, most), pair, pairTexts());
     p.scriptStatementStart = true;
   }
@@ -111,10 +111,10 @@ const PairTexts& Writer::pairTexts() {
     };
     end(pairs.closing, put(margin.write(pairs.closing.bytes), "},"));
     char* const to = put(margin.write(pairs.opening.bytes), '{');
-    margin.deepen();
+    margin.increase();
     end(pairs.opening, kName.write(margin.write(putTypeLine(margin.write(to), AMFNode::AMF_PAIR))));
     end(pairs.value, kValue.write(margin.write(put(pairs.value.bytes, ','))));
-    margin.shallow();
+    margin.decrease();
   }
   return pairs;
 }
@@ -129,7 +129,7 @@ char* Writer::writeShort(char* to, const AMFPair* pair) {
   } else {
     to = putScriptedPair(to, pair);
   }
-  margin.shallow();
+  margin.decrease();
   to = put(margin.write(to), "},");
   p.scriptStatementStart = true;
   return to;
@@ -143,15 +143,15 @@ AMF2JSON_HOT char* Writer::putPair(char* to, const AMFPair* pair, const PairText
   } else {
     to = putTypeLine(margin.write(putOpening(to)), AMFNode::AMF_PAIR);
     to = kName.write(startBreakableLine(to));
-    margin.shallow();
+    margin.decrease();
   }
   to = putMember(to, pair->name, pair->version);
   if (json.sizeAt(to) + texts.value.size < breakMark) {
     to = texts.value.write(to);
   } else {
-    margin.deepen();
+    margin.increase();
     to = kValue.write(startBreakableLine(put(to, ',')));
-    margin.shallow();
+    margin.decrease();
   }
   to = putMember(to, pair->value, pair->version);
   return texts.closing.write(to);
@@ -159,15 +159,15 @@ AMF2JSON_HOT char* Writer::putPair(char* to, const AMFPair* pair, const PairText
 
 AMF2JSON_HOT char* Writer::putMember(char* to, const AMFNode* node, AMFVersion parentVersion) {
   if (!isBlock(node, parentVersion)) return putBare(to, node);
-  margin.deepen();
+  margin.increase();
   to = putBlock(to, node, parentVersion);
-  margin.shallow();
+  margin.decrease();
   return to;
 }
 
 char* Writer::putOpening(char* to) {
   to = put(startBreakableLine(to), '{');
-  margin.deepen();
+  margin.increase();
   return to;
 }
 
@@ -210,7 +210,7 @@ char* Writer::putBlock(char* to, const AMFNode* node, AMFVersion parentVersion) 
   }
   to = putTypeLine(margin.write(to), node->type);
   to = putBare(kValue.write(margin.write(to)), node);
-  margin.shallow();
+  margin.decrease();
   return put(margin.write(to), '}');
 }
 

@@ -30,38 +30,39 @@ class Definition {
  public:
   // `length`: the number of bytes of the value, in all lines together.
   Definition(std::string& preamble, std::string_view variable, std::size_t length)
-      : size(static_cast<std::size_t>(
+      : pieceSize(static_cast<std::size_t>(
             std::min(kPieceSize, kPieceAndNameMax - static_cast<std::int32_t>(variable.size())))),
         name(variable),
-        ahead(length < kMuch ? 0 : kMuch),
-        out(reserved(preamble, length + (length / size + 2) * lineMax() + ahead), preamble.size()) {
+        ahead(length < kLongText ? 0 : kLongText),
+        out(reserved(preamble, length + (length / pieceSize + 2) * lineMax() + ahead),
+            preamble.size()) {
     out.append('\n');
   }
 
-  // Kept: the first piece holds up to 401 bytes, and each piece reduces `remaining` by the piece
-  // size, whatever it really holds. So the last line can be empty, and bytes at the end can be
-  // lost.
+  // Kept: the first piece holds up to 401 bytes, and each piece reduces `remaining` by
+  // `pieceSize`, whatever it really holds. So the last line can be empty, and bytes at the end can
+  // be lost.
   void write(std::string_view text) {
-    if (text.size() <= size) return writePiece(text);
+    if (text.size() <= pieceSize) return writePiece(text);
     std::size_t start = 0;
-    std::size_t end = size + 1;
+    std::size_t end = pieceSize + 1;
     auto remaining = static_cast<std::int64_t>(text.size());
     do {
       const std::size_t cut = cutBefore(text, start, end);
       writePiece(text.substr(start, cut - start));
-      remaining -= static_cast<std::int64_t>(size);
+      remaining -= static_cast<std::int64_t>(pieceSize);
       start = cut;
-      end = cut + size;
-    } while (static_cast<std::int64_t>(size) < remaining);
-    if (remaining > 0) writePiece(text.substr(start, size));
+      end = cut + pieceSize;
+    } while (static_cast<std::int64_t>(pieceSize) < remaining);
+    if (remaining > 0) writePiece(text.substr(start, pieceSize));
   }
 
   // The same for hexadecimal text. It contains no backslash, so no cut moves.
   void writeHex(std::string_view bytes, std::size_t length) {
     HexPieces pieces(bytes);
-    const std::size_t lines = (length + size - 1) / size;
+    const std::size_t lines = (length + pieceSize - 1) / pieceSize;
     for (std::size_t line = 0; line < lines; ++line) {
-      const std::size_t count = line == 0 && lines > 1 ? size + 1 : size;
+      const std::size_t count = line == 0 && lines > 1 ? pieceSize + 1 : pieceSize;
       out.moveTo(closeLine(pieces.put(openLine(count), count)));
     }
   }
@@ -85,15 +86,15 @@ class Definition {
   static std::string& reserved(std::string& text, std::size_t count) {
     constexpr std::size_t kScriptMax = 1500000;
     const std::size_t needed = text.size() + count;
-    if (needed > text.capacity()) text.reserve(needed <= kMuch ? needed : needed + kScriptMax);
+    if (needed > text.capacity()) text.reserve(needed <= kLongText ? needed : needed + kScriptMax);
     return text;
   }
 
-  const std::size_t size;
+  const std::size_t pieceSize;
   const std::string_view name;
   // For a long definition, each line reserves `ahead` bytes more than it needs. So the text grows
   // once for many lines.
-  static constexpr std::size_t kMuch = 16384;
+  static constexpr std::size_t kLongText = 16384;
   const std::size_t ahead;
   bool isFirstLine = true;
   TextOut out;

@@ -243,7 +243,7 @@ AMF2JSON_HOT char* Writer::openBrackets(char* to, char bracket, char closer) {
   to = startLine(breakSoftly(json.reserve(to, maxLineBytes())));
   *to++ = bracket;
   lineEndDue = true;
-  margin.deepen();
+  margin.increase();
   p.closerStack += closer;
   return to;
 }
@@ -335,7 +335,7 @@ char* Writer::writeChildren(char* to, const AnyKey& key, const AMFNode* node) {
 
 // Called for each node that is rendered: prefetches memory of nodes that are rendered soon. Without
 // this prefetch, the JSON view takes 1.05 times as long (5,000 objects).
-inline void fetchAhead(const AMFNode* node) {
+inline void prefetchAfter(const AMFNode* node) {
   prefetchNear(node, 2048);
 }
 

@@ -19,7 +19,7 @@ enum Marker0 : std::uint32_t {
   kUndefined0 = 0x06,
   kReference0 = 0x07,
   kEcmaArray0 = 0x08,
-  kEndMark0 = 0x09,
+  kObjectEnd0 = 0x09,
   kStrictArray0 = 0x0A,
   kDate0 = 0x0B,
   kLongString0 = 0x0C,
@@ -87,7 +87,7 @@ bool Walker<Sink>::members0() {
   while (frames.size() == depth) {
     std::uint32_t marker;
     if (!readMember0(marker)) return false;
-    if (marker == kEndMark0) return close();
+    if (marker == kObjectEnd0) return close();
     if (!value0(marker)) return false;
   }
   return true;
@@ -113,7 +113,7 @@ template <class Sink>
 bool Walker<Sink>::strictElement0() {
   std::uint32_t marker;
   if (!readU8(Kind::marker0, marker)) return false;
-  if (marker == kEndMark0) return refuse(reader_texts::kAMF0StrictArrayEnd);
+  if (marker == kObjectEnd0) return refuse(reader_texts::kAMF0StrictArrayEnd);
   addSlot();
   return value0(marker);
 }
@@ -122,7 +122,7 @@ template <class Sink>
 bool Walker<Sink>::ecmaElement0() {
   std::uint32_t marker;
   if (!readMember0(marker)) return false;
-  return marker == kEndMark0 ? refuse(reader_texts::kAMF0EcmaArrayEnd) : value0(marker);
+  return marker == kObjectEnd0 ? refuse(reader_texts::kAMF0EcmaArrayEnd) : value0(marker);
 }
 
 // A name and the marker after it. The name is charged when the marker shows that a member follows.
@@ -131,7 +131,7 @@ bool Walker<Sink>::readMember0(std::uint32_t& marker) {
   Text name;
   if (!readShortText(Kind::memberName, name) || !need(1)) return false;
   marker = *cursor;
-  if (marker != kEndMark0 && !chargeMember(name.length)) return false;
+  if (marker != kObjectEnd0 && !chargeMember(name.length)) return false;
   ++cursor;
   note(Kind::marker0, 1, marker);
   return true;

@@ -81,7 +81,7 @@ bool Walker<Sink>::body() {
   if (!readU8(Kind::marker0, marker)) return false;
   // Kept: an end marker as the value is accepted. The header or message keeps its initial value,
   // undefined.
-  if (!(marker == kEndMark0 ? chargeNode(kUndefined) : value0(marker))) return false;
+  if (!(marker == kObjectEnd0 ? chargeNode(kUndefined) : value0(marker))) return false;
   while (!frames.empty()) {
     if (!step()) return false;
   }

@@ -22,7 +22,7 @@ std::uint32_t AmfReader<Sink>::readLongU29(const char* field) {
   while (length < 4 && length <= remaining() && byteAt(cursor + length - 1) >= 0x80) ++length;
   need(length, field);
   const char* const begin = cursor;
-  const std::uint32_t value = knownU29(cursor);
+  const std::uint32_t value = readCheckedU29(cursor);
   if (value < kShortest[cursor - begin]) tables.nonCanonical = true;
   return value;
 }
@@ -176,7 +176,7 @@ template <class Sink>
 bool AmfReader<Sink>::openObject(std::uint32_t traitsIndex) {
   const Traits traits = tables.traitsAt(traitsIndex);
   if (traits.isExternal()) return openExternal(traits);
-  KnownNames names(tables, traits);
+  SealedNames names(tables, traits);
   AMFWireObject object;
   object.typed = traits.className.length != 0;
   object.className = traits.className;
@@ -219,7 +219,7 @@ void AmfReader<Sink>::numbers3(unsigned marker) {
   const std::size_t size = marker == 0x0F ? 8 : 4;
   if (remaining() / size < vector.count) {
     const std::size_t rest = remaining() % size;
-    failCut(offsetOf(inputEnd - rest), "an item of a vector", size, rest);
+    failTruncated(offsetOf(inputEnd - rest), "an item of a vector", size, rest);
   }
   tables.objects.push(static_cast<std::uint8_t>(marker));
   sink.beginVector(vector);
@@ -272,7 +272,7 @@ void AmfReader<Sink>::stepSealed() {
     Frame& frame = frames.back();
     if (frame.remaining == 0) break;
     --frame.remaining;
-    sink.member(tables.knownString(frame.names));
+    sink.member(tables.readCheckedString(frame.names));
     if (value3()) return;
   }
   if (!frames.back().flag) return leave();

@@ -27,8 +27,8 @@ struct ReadContext {
 };
 
 // The errors of the reader whose texts have variable parts.
-[[noreturn]] void failCut(std::size_t offset, const char* field, std::size_t needed,
-                          std::size_t remaining);
+[[noreturn]] void failTruncated(std::size_t offset, const char* field, std::size_t needed,
+                                std::size_t remaining);
 [[noreturn]] void failMarker0(std::size_t offset, unsigned marker);
 [[noreturn]] void failMarker3(std::size_t offset, unsigned marker);
 [[noreturn]] void failIndex(std::size_t offset, const char* table, std::uint32_t index,
@@ -60,7 +60,7 @@ class AmfReader {
   std::size_t remaining() const { return static_cast<std::size_t>(inputEnd - cursor); }
   std::size_t offsetOf(const char* at) const { return static_cast<std::size_t>(at - context.base); }
   void need(std::size_t count, const char* field) const {
-    if (remaining() < count) failCut(offsetOf(cursor), field, count, remaining());
+    if (remaining() < count) failTruncated(offsetOf(cursor), field, count, remaining());
   }
   std::uint8_t readU8(const char* field) {
     need(1, field);

@@ -217,7 +217,7 @@ void AmfWriter::beginDictionary(std::uint32_t count, bool weak) {
 }
 
 void AmfWriter::member(const AMFWireString& name) {
-  if (frames.empty()) finishEntry();
+  if (frames.empty()) beginEntry();
   if (!amf3) return writeString16(name);
   if (!frames.empty() && frames.back().sealedLeft > 0) {
     --frames.back().sealedLeft;

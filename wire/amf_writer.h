@@ -99,7 +99,7 @@ class AmfWriter {
   void writeTraits(std::uint32_t head, const AMFWireString& className, AMFWireNames* names);
   void text3(unsigned marker, const AMFWireString& value);
   void countSection(AMFWireSectionKind kind);
-  void finishEntry();
+  void beginEntry();
 
   SectionTables tables;
   WriterIndex index{tables};

@@ -28,7 +28,7 @@ class ByteBuffer {
   std::size_t size() const { return count; }
   void clear() { count = 0; }
   // Removes all bytes after the first `length`.
-  void cut(std::size_t length) { count = length; }
+  void truncate(std::size_t length) { count = length; }
 
   // Appends `length` bytes and returns a pointer to them. The caller has to fill them.
   char* add(std::size_t length) {

@@ -244,7 +244,7 @@ void AMFWireWriter::beginArray(const AMFWireArray& array) {
 
 void AMFWireWriter::beginEcmaArray(std::uint32_t declaredCount) {
   state->takeIndexed([&] {
-    state->order->beginMembers();
+    state->order->beginEcmaArray();
     state->writer->beginEcmaArray(declaredCount);
   });
 }

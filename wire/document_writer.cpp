@@ -81,7 +81,7 @@ void AmfWriter::rawSection(const AMFWireString& bytes, const AMFWireString&) {
 }
 
 // Called before the name of an entry. Ends the entry before it, if there is one, with a byte 00.
-void AmfWriter::finishEntry() {
+void AmfWriter::beginEntry() {
   if (entryOpen) output.u8(0);
   entryOpen = true;
 }
@@ -105,7 +105,7 @@ AMFWireString AmfWriter::values() const {
 }
 
 void AmfWriter::replaceValues(const AMFWireString& bytes) {
-  output.cut(valuesBegin);
+  output.truncate(valuesBegin);
   output.bytes(bytes.data, bytes.length);
 }
 

@@ -151,7 +151,7 @@ void EventOrder::beginArray(const AMFWireArray& array) {
 }
 
 // Checks the beginning of an ECMA array.
-void EventOrder::beginMembers() {
+void EventOrder::beginEcmaArray() {
   value(Format::only0);
   Level level{Inside::members};
   level.dynamic = level.anyName = true;

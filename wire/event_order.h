@@ -35,7 +35,7 @@ class EventOrder {
   void beginAmf3();
   void endAmf3();
   void beginArray(const AMFWireArray& array);
-  void beginMembers();
+  void beginEcmaArray();
   void beginObject(const AMFWireObject& object);
   void beginExternal(const AMFWireExternal& external);
   void beginVector(const AMFWireVector& vector);

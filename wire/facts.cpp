@@ -13,7 +13,7 @@ namespace {
 // The longest texts of the keys of documents and sections.
 constexpr std::uint64_t kDocumentKeys = 200;
 constexpr std::uint64_t kSectionKeys = 200;
-constexpr std::uint64_t kMostNames = 0x7FFFFFFF;
+constexpr std::uint64_t kMaxKeysLength = 0x7FFFFFFF;
 constexpr std::uint32_t kFewNames = 32;
 constexpr std::uint64_t kPlainNameExtra = 4;  // two quotes, colon and comma
 
@@ -213,13 +213,13 @@ std::uint32_t Facts::sealedFacts(const AMFWireObject& object) {
   if (!again) {
     Frame trial{object.sealedCount, object.sealedCount, object.traits, 0};
     const std::uint64_t before = bound.least();
-    noteSealed(trial);
+    examineSealed(trial);
     names.close();
-    KnownNames sealed(*tables, traits);
+    SealedNames sealed(*tables, traits);
     for (std::uint32_t i = 0; i < object.sealedCount; ++i) addName(sealed.next());
     const std::uint64_t length = bound.least() - before;
     bound.add(0 - length);  // it is added for each object
-    lastFacts = static_cast<std::uint32_t>(length < kMostNames ? length : kMostNames) << 1 |
+    lastFacts = static_cast<std::uint32_t>(length < kMaxKeysLength ? length : kMaxKeysLength) << 1 |
                 (trial.listed ? 1 : 0);
     lastCount = tables->usesStringReferences ? 0 : object.sealedCount;
     lastNames = {traits.names, static_cast<std::size_t>(tables->endOfTraits - traits.names)};
@@ -228,19 +228,19 @@ std::uint32_t Facts::sealedFacts(const AMFWireObject& object) {
   return lastFacts;
 }
 
-void Facts::noteSealed(Frame& frame) {
+void Facts::examineSealed(Frame& frame) {
   names.open();
   frame.namesOpen = true;
   if (frame.sealedCount == 0) return;
   const Traits traits = tables->traitsAt(frame.traits);
-  KnownNames sealed(*tables, traits);
+  SealedNames sealed(*tables, traits);
   for (std::uint32_t i = 0; i < frame.sealedCount && !frame.listed; ++i) {
     const AMFWireString name = sealed.next();
-    note(frame, name, texts.text(name).isUtf8);
+    examine(frame, name, texts.text(name).isUtf8);
   }
 }
 
-void Facts::note(Frame& frame, const AMFWireString& name, bool isUtf8) {
+void Facts::examine(Frame& frame, const AMFWireString& name, bool isUtf8) {
   const std::int64_t index = arrayIndexOf(name);
   if (index < 0) {
     frame.otherNames = true;
@@ -258,7 +258,7 @@ void Facts::member(const AMFWireString& name) {
     return;
   }
   frame.flags |= kHasDynamic;
-  if (isNameOfBefore(frame, name)) {
+  if (isNameOfLastObject(frame, name)) {
     ++frame.members;
     bound.add(name.length + kPlainNameExtra);
     return checkLength();
@@ -268,33 +268,33 @@ void Facts::member(const AMFWireString& name) {
   const std::uint64_t before = bound.least();
   const bool isUtf8 = addName(name);
   if (bound.least() - before != name.length + kPlainNameExtra) frame.plainNames = false;
-  if (!frame.listed) note(frame, name, isUtf8);
+  if (!frame.listed) examine(frame, name, isUtf8);
 }
 
 // Whether all names so far, and this one, are those of the last object at this depth.
-bool Facts::isNameOfBefore(const Frame& frame, const AMFWireString& name) const {
-  if (frame.namesOpen || frame.sealedCount != 0 || frames.size() >= namesBefore.size())
+bool Facts::isNameOfLastObject(const Frame& frame, const AMFWireString& name) const {
+  if (frame.namesOpen || frame.sealedCount != 0 || frames.size() >= lastObjectNames.size())
     return false;
-  const Names& last = namesBefore[frames.size()];
+  const Names& last = lastObjectNames[frames.size()];
   if (frame.members >= last.size() || last[frame.members].length != name.length) return false;
   return std::memcmp(last[frame.members].data, name.data, name.length) == 0;
 }
 
 // Adds the sealed names, and those that were only compared.
 void Facts::openNames(Frame& frame) {
-  noteSealed(frame);
+  examineSealed(frame);
   for (std::uint32_t i = 0; i < frame.members; ++i) {
-    note(frame, namesBefore[frames.size()][i], true);
+    examine(frame, lastObjectNames[frames.size()][i], true);
   }
 }
 
 void Facts::closeNames(const Frame& frame) {
   if (!frame.namesOpen) return;
-  const bool isKept =
+  const bool isCached =
       !frame.listed && frame.plainNames && frame.sealedCount == 0 && frame.members <= kFewNames;
-  if (isKept) {
-    if (frames.size() >= namesBefore.size()) namesBefore.resize(frames.size() + 1);
-    names.copyTo(namesBefore[frames.size()]);
+  if (isCached) {
+    if (frames.size() >= lastObjectNames.size()) lastObjectNames.resize(frames.size() + 1);
+    names.copyTo(lastObjectNames[frames.size()]);
   }
   names.close();
 }

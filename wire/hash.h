@@ -47,7 +47,7 @@ inline std::uint64_t hashOf(const char* data, std::size_t length, std::uint64_t 
 
 // A number below 64, from the length and the first, middle and last byte of a name. It usually
 // differs for the few names of an object. Names with different numbers are different.
-inline std::uint32_t nameMark(const AMFWireString& name) {
+inline std::uint32_t smallHash(const AMFWireString& name) {
   if (name.length == 0) return 0;
   return (static_cast<std::uint32_t>(name.length) * 7 + byteAt(name.data) * 3u +
           byteAt(name.data + name.length - 1) * 11u + byteAt(name.data + name.length / 2) * 5u) &

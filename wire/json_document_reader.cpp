@@ -330,7 +330,7 @@ AMFWireForm JsonReader::sharedObject(const std::uint32_t* found) {
 // They have the form of an object without a class. In AMF3 no reference can refer to it.
 void JsonReader::entries(std::uint32_t token) {
   needObject(token);
-  const Object object = sorted(token, false);
+  const Object object = separateKeys(token, false);
   const Key refused[] = {Key::sealed, Key::dynamic, Key::id};
   for (const Key key : refused) {
     if (object.has(key) && (key != Key::id || amf3)) {

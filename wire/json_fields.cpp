@@ -132,7 +132,7 @@ void JsonReader::needDouble(std::uint32_t token, double& number) {
 }
 
 // Finds the $ keys of an object, and checks that they are allowed together.
-JsonReader::Object JsonReader::sorted(std::uint32_t token, bool mayHaveKind) {
+JsonReader::Object JsonReader::separateKeys(std::uint32_t token, bool mayHaveKind) {
   Object object;
   object.token = token;
   checkDuplicateKeys(token);
@@ -145,7 +145,7 @@ JsonReader::Object JsonReader::sorted(std::uint32_t token, bool mayHaveKind) {
   std::uint32_t key = JsonIndex::first(token);
   for (std::uint32_t remaining = count; remaining > 0; --remaining, key = index.nextKey(key)) {
     if (isSpecial(key)) {
-      sortKey(object, key);
+      addSpecialKey(object, key);
       if (object.kind != Key::none && !mayHaveKind)
         fail(key, "a key that does not go with entries");
     } else if (object.members++ == 0) {
@@ -156,7 +156,7 @@ JsonReader::Object JsonReader::sorted(std::uint32_t token, bool mayHaveKind) {
   return object;
 }
 
-void JsonReader::sortKey(Object& object, std::uint32_t key) {
+void JsonReader::addSpecialKey(Object& object, std::uint32_t key) {
   const AMFWireString name = index.text(key);
   const Key known = keyOf(name);
   if (known == Key::none) {
@@ -210,7 +210,7 @@ void JsonReader::checkDuplicateKeys(std::uint32_t token) {
   std::uint32_t key = JsonIndex::first(token);
   for (std::uint32_t remaining = count; remaining > 0; --remaining, key = index.nextKey(key)) {
     const AMFWireString name = index.text(key);
-    const std::uint64_t mark = std::uint64_t{1} << nameMark(name);
+    const std::uint64_t mark = std::uint64_t{1} << smallHash(name);
     if ((seen & mark) != 0) return checkDuplicateKeysByHash(token);
     seen |= mark;
   }

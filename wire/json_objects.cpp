@@ -27,7 +27,7 @@ bool readPart(const char*& at, const char* end, std::uint32_t& number) {
 }  // namespace
 
 bool JsonReader::object(std::uint32_t token) {
-  const Object object = sorted(token);
+  const Object object = separateKeys(token);
   switch (object.kind) {
     case Key::none:
     case Key::className: return plainObject(object);
@@ -62,7 +62,7 @@ void JsonReader::pushMembers(const Object& object, std::uint32_t sealed, bool in
 
 bool JsonReader::plainObject(const Object& object) {
   enter(object.token);
-  begin(object);
+  recordId(object);
   AMFWireObject begun;
   if (object.has(Key::className)) {
     begun.className =
@@ -100,11 +100,11 @@ bool JsonReader::arrayObject(const Object& object) {
   const std::uint32_t list = needArray(object[Key::array]);
   const std::uint32_t members = memberCount(object);
   if (members == 0) {
-    begin(object);
+    recordId(object);
     return array(object.token, list);
   }
   enter(object.token);
-  begin(object);
+  recordId(object);
   AMFWireArray begun;
   begun.count = index.count(list);
   begun.hasMembers = true;
@@ -115,7 +115,7 @@ bool JsonReader::arrayObject(const Object& object) {
 
 bool JsonReader::ecmaArray(const Object& object) {
   enter(object.token);
-  begin(object);
+  recordId(object);
   const std::uint32_t token = object[Key::ecma];
   std::uint32_t declaredCount = memberCount(object);
   if (!isKind(token, 't')) {
@@ -129,7 +129,7 @@ bool JsonReader::ecmaArray(const Object& object) {
 
 bool JsonReader::external(const Object& object) {
   enter(object.token);
-  begin(object);
+  recordId(object);
   AMFWireExternal begun;
   begun.className = needString(object[Key::external]);
   ExternalBody body;
@@ -270,7 +270,7 @@ bool JsonReader::vector(const Object& object) {
   begun.kind = static_cast<AMFWireVectorKind>(kind);
   const bool ofObjects = begun.kind == AMFWireVectorKind::object;
   if (ofObjects) enter(object.token);
-  begin(object);
+  recordId(object);
   if (object.has(Key::fixed)) begun.fixed = needBoolean(object[Key::fixed]);
   if (ofObjects) begun.typeName = needString(need(object, Key::type));
   if (!ofObjects && object.has(Key::type)) {
@@ -301,7 +301,7 @@ void JsonReader::vectorItems(std::uint32_t list, AMFWireVectorKind kind) {
     if (kind == AMFWireVectorKind::float64) {
       double number;
       if (isKind(item, '{')) {
-        const Object wrapped = sorted(item);
+        const Object wrapped = separateKeys(item);
         if (wrapped.kind != Key::number) fail(item, "expected a number or $double");
         needDouble(wrapped[Key::number], number);
       } else {
@@ -320,7 +320,7 @@ void JsonReader::vectorItems(std::uint32_t list, AMFWireVectorKind kind) {
 
 bool JsonReader::dictionary(const Object& object) {
   enter(object.token);
-  begin(object);
+  recordId(object);
   const std::uint32_t list = needArray(object[Key::dictionary]);
   const bool weak = object.has(Key::weak) && needBoolean(object[Key::weak]);
   Frame frame{};

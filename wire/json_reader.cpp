@@ -141,12 +141,12 @@ void JsonReader::stepDictionary() {
     if (frame.remaining == 0) return endFrame();
     const std::uint32_t pair = frame.next;
     const std::uint32_t key = JsonIndex::first(pair);
-    if (!frame.half && (!isKind(pair, '[') || index.count(pair) != 2)) {
+    if (!frame.keyIsRead && (!isKind(pair, '[') || index.count(pair) != 2)) {
       fail(pair, "expected an array of a key and a value");
     }
-    frame.half = !frame.half;
+    frame.keyIsRead = !frame.keyIsRead;
     std::uint32_t next = key;
-    if (!frame.half) {
+    if (!frame.keyIsRead) {
       --frame.remaining;
       frame.next = index.after(pair);
       next = index.after(key);
@@ -173,7 +173,7 @@ bool JsonReader::amf3Value(const Object& object) {
 }
 
 // Records the $id of a value, if it has one. Called before the event of the value.
-void JsonReader::begin(const Object& object) {
+void JsonReader::recordId(const Object& object) {
   if (!object.has(Key::id)) return;
   const std::uint32_t token = object[Key::id];
   const auto id = static_cast<std::uint64_t>(needWhole(token, 1, 9007199254740991.0));
@@ -198,7 +198,7 @@ void JsonReader::reference(std::uint32_t token) {
 }
 
 void JsonReader::date(const Object& object) {
-  begin(object);
+  recordId(object);
   const std::uint32_t token = object[Key::date];
   double timeMs = 0;
   const AMFWireString text = index.text(token);
@@ -233,7 +233,7 @@ bool JsonReader::simple(const Object& object) {
     case Key::ref: return reference(token), false;
     default: break;
   }
-  if (amf3) begin(object);
+  if (amf3) recordId(object);
   switch (object.kind) {
     case Key::xmldoc: return sink.xmlDocument(needString(token)), false;
     case Key::xml: return sink.xml(needString(token)), false;

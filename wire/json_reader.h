@@ -63,7 +63,7 @@ class JsonReader {
     Step step;
     bool ends;           // its end is an event
     bool inArray;        // members of an AMF3 array: dense values follow
-    bool half;           // dictionary: the key has been read
+    bool keyIsRead;      // dictionary: the key has been read
     std::uint8_t group;  // of a small message: the next group
     ExternalBody body;   // of a small message
     std::uint32_t next;  // token of the next item, key or pair; of fields, an index in `fields`
@@ -135,13 +135,13 @@ class JsonReader {
   std::uint32_t fieldNumber(std::uint32_t key, const ExternalBody& body);
 
   // Parts.
-  Object sorted(std::uint32_t token, bool mayHaveKind = true);
-  void sortKey(Object& object, std::uint32_t key);
+  Object separateKeys(std::uint32_t token, bool mayHaveKind = true);
+  void addSpecialKey(Object& object, std::uint32_t key);
   void checkBeside(const Object& object);
   void checkDuplicateKeys(std::uint32_t token);
   void checkDuplicateKeysByHash(std::uint32_t token);
-  void begin(const Object& object);  // records the $id of a value, if it has one
-  void enter(std::uint32_t token);   // a value that contains values begins
+  void recordId(const Object& object);  // records the $id of a value, if it has one
+  void enter(std::uint32_t token);      // a value that contains values begins
   std::uint32_t memberCount(const Object& object);
   std::uint32_t need(const Object& object, Key key);
   void needTrue(std::uint32_t token);

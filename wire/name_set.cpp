@@ -6,7 +6,7 @@
 namespace amf2json::wire {
 
 bool NameSet::contains(const Level& level, const AMFWireString& name) const {
-  if (level.slotted == 0) {
+  if (level.namesInSlots == 0) {
     for (std::size_t index = level.first; index < names.count(); ++index) {
       if (isName(index, name)) return true;
     }
@@ -22,23 +22,23 @@ bool NameSet::contains(const Level& level, const AMFWireString& name) const {
 // Adds the last name of the list to the slots. If they are too few, makes them again for all names.
 void NameSet::insert(Level& level) {
   const std::size_t count = names.count() - level.first;
-  if (level.slotted == 0 || count * 4 > level.slots.size() * 3) {
+  if (level.namesInSlots == 0 || count * 4 > level.slots.size() * 3) {
     if (count > kManySlots)
       std::vector<std::uint32_t>().swap(level.slots);  // frees the old ones first
     level.slots.assign(count * 2 + 16, kFree);
-    level.slotted = 0;
-    for (std::size_t index = level.first; index < names.count(); ++index) fill(level, index);
+    level.namesInSlots = 0;
+    for (std::size_t index = level.first; index < names.count(); ++index) addToSlots(level, index);
   } else {
-    fill(level, names.count() - 1);
+    addToSlots(level, names.count() - 1);
   }
 }
 
-void NameSet::fill(Level& level, std::size_t index) {
+void NameSet::addToSlots(Level& level, std::size_t index) {
   const AMFWireString name(base + names[index].offset, names[index].length);
   std::size_t at = slotOf(texts->hash(name), level.slots.size());
   while (level.slots[at] != kFree) at = (at + 1) % level.slots.size();
   level.slots[at] = static_cast<std::uint32_t>(index);
-  ++level.slotted;
+  ++level.namesInSlots;
 }
 
 }  // namespace amf2json::wire

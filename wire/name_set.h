@@ -44,7 +44,7 @@ class NameSet {
   bool add(const AMFWireString& name) {
     Level& level = levels[depth - 1];
     const std::size_t count = names.count() - level.first;
-    const std::uint64_t bit = std::uint64_t{1} << nameMark(name);
+    const std::uint64_t bit = std::uint64_t{1} << smallHash(name);
     const bool known = (level.seen & bit) != 0 && contains(level, name);
     if (known) return false;
     level.seen |= bit;
@@ -65,11 +65,11 @@ class NameSet {
   struct Level {
     void reset(std::size_t begin) {
       first = begin;
-      slotted = 0;
+      namesInSlots = 0;
       seen = 0;
     }
-    std::size_t first = 0;    // index in the list
-    std::size_t slotted = 0;  // number of names in the slots
+    std::size_t first = 0;         // index in the list
+    std::size_t namesInSlots = 0;  // number of names in the slots
     std::uint64_t seen = 0;
     std::vector<std::uint32_t> slots;
   };
@@ -82,7 +82,7 @@ class NameSet {
   }
   bool contains(const Level& level, const AMFWireString& name) const;
   void insert(Level& level);
-  void fill(Level& level, std::size_t index);
+  void addToSlots(Level& level, std::size_t index);
 
   const char* base;  // not owned
   LongTexts* texts;  // not owned

@@ -47,7 +47,8 @@ void failWith(AMFWireStatus status, std::size_t offset, const char* message) {
   fail(status, offset, message);
 }
 
-void failCut(std::size_t offset, const char* field, std::size_t needed, std::size_t remaining) {
+void failTruncated(std::size_t offset, const char* field, std::size_t needed,
+                   std::size_t remaining) {
   fail(AMFWireStatus::truncated, offset,
        std::string("the bytes end in ") + field + ": expected " + std::to_string(needed) +
            (needed == 1 ? " byte" : " bytes") + ", found " + std::to_string(remaining));

@@ -46,7 +46,8 @@ bool sameTraits(const SectionTables& tables, std::size_t a, std::size_t b) {
   const char* firstName = first.names;
   const char* secondName = second.names;
   for (std::uint32_t i = 0; i < first.sealedCount(); ++i) {
-    if (!sameBytes(tables.knownString(firstName), tables.knownString(secondName))) return false;
+    if (!sameBytes(tables.readCheckedString(firstName), tables.readCheckedString(secondName)))
+      return false;
   }
   return true;
 }
@@ -68,7 +69,7 @@ bool hasRepeatedTraits(const SectionTables& tables, LongTexts& texts) {
     std::uint64_t hash = mix(texts.hash(traits.className), traits.head ^ 0x9E3779B97F4A7C15u);
     const char* name = traits.names;
     for (std::uint32_t i = 0; i < traits.sealedCount(); ++i) {
-      hash = mix(hash ^ 0xE7037ED1A0B428DBu, texts.hash(tables.knownString(name)));
+      hash = mix(hash ^ 0xE7037ED1A0B428DBu, texts.hash(tables.readCheckedString(name)));
     }
     return hash;
   };

@@ -17,7 +17,7 @@
 namespace amf2json::wire {
 
 // Reads a U29 that was checked before, and moves `at` past it.
-inline std::uint32_t knownU29(const char*& at) {
+inline std::uint32_t readCheckedU29(const char*& at) {
   std::uint32_t value = 0;
   for (int group = 0; group < 3; ++group) {
     const std::uint8_t byte = byteAt(at++);
@@ -53,12 +53,12 @@ class SectionTables {
 
   AMFWireString stringAt(std::size_t index) const {
     const char* at = base + strings[index];
-    const std::uint32_t head = knownU29(at);
+    const std::uint32_t head = readCheckedU29(at);
     return {at, head >> 1};
   }
   // Reads a string field that was checked before, and moves `at` past it.
-  AMFWireString knownString(const char*& at) const {
-    const std::uint32_t head = knownU29(at);
+  AMFWireString readCheckedString(const char*& at) const {
+    const std::uint32_t head = readCheckedU29(at);
     if ((head & 1) == 0) return stringAt(head >> 1);
     const AMFWireString text(at, head >> 1);
     at += text.length;
@@ -67,8 +67,8 @@ class SectionTables {
   Traits traitsAt(std::size_t index) const {
     const char* at = base + traits[index];
     Traits found;
-    found.head = knownU29(at);
-    found.className = knownString(at);
+    found.head = readCheckedU29(at);
+    found.className = readCheckedString(at);
     found.names = at;
     return found;
   }
@@ -86,12 +86,12 @@ class SectionTables {
 };
 
 // The sealed names of traits in the input.
-class KnownNames : public AMFWireNames {
+class SealedNames : public AMFWireNames {
  public:
-  KnownNames(const SectionTables& all, const Traits& of)
+  SealedNames(const SectionTables& all, const Traits& of)
       : tables(&all), first(of.names), at(first) {}
   void rewind() override { at = first; }
-  AMFWireString next() override { return tables->knownString(at); }
+  AMFWireString next() override { return tables->readCheckedString(at); }
 
  private:
   const SectionTables* tables;  // not owned

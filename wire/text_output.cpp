@@ -37,7 +37,7 @@ void TextBuffer::escape(unsigned char byte) {
   }
 }
 
-bool TextBuffer::escapedSlowly(const char* from, const char* last) {
+bool TextBuffer::writeEscapedSlowly(const char* from, const char* last) {
   // A string that is not UTF-8 is written in another form, which may fit. So if space is short,
   // the string is checked before it can fill the buffer.
   constexpr std::size_t kLongestEscape = 6;

@@ -89,7 +89,7 @@ class TextBuffer {
     char* const before = at;
     character('"');
     if (withDollar) character('$');
-    if (!escaped(string)) {
+    if (!writeEscaped(string)) {
       at = before;
       return false;
     }
@@ -98,20 +98,20 @@ class TextBuffer {
   }
 
  private:
-  bool escaped(const AMFWireString& string) {
+  bool writeEscaped(const AMFWireString& string) {
     // Tests and copies eight bytes at once.
     const char* from = string.data;
     const char* const last = from + string.length;
-    if (remaining() < string.length + 8) return escapedSlowly(from, last);
+    if (remaining() < string.length + 8) return writeEscapedSlowly(from, last);
     char* to = at;
     for (; last - from >= 8; from += 8, to += 8) {
       const std::uint64_t word = loadFew(from, 8);
-      if (specialBytes(word) != 0) return escapedSlowly(string.data, last);
+      if (specialBytes(word) != 0) return writeEscapedSlowly(string.data, last);
       std::memcpy(to, &word, 8);
     }
     const auto rest = static_cast<std::size_t>(last - from);
     const std::uint64_t word = loadFewPlain(from, rest);
-    if (specialBytes(word) != 0) return escapedSlowly(string.data, last);
+    if (specialBytes(word) != 0) return writeEscapedSlowly(string.data, last);
     if (kLowestFirst) {
       std::memcpy(to, &word, 8);
     } else {
@@ -134,7 +134,7 @@ class TextBuffer {
     characters(text, static_cast<std::size_t>(putAt(text) - text));
   }
   void escape(unsigned char byte);
-  bool escapedSlowly(const char* from, const char* last);
+  bool writeEscapedSlowly(const char* from, const char* last);
 
   char* begin;
   char* at;

@@ -55,7 +55,7 @@ std::uint32_t WriterIndex::findTraits(std::uint32_t head, const AMFWireString& c
     if (names != nullptr) names->rewind();
     const char* at = known.names;
     for (std::uint32_t remaining = known.sealedCount(); remaining > 0; --remaining) {
-      if (!sameBytes(tables->knownString(at), names->next())) return false;
+      if (!sameBytes(tables->readCheckedString(at), names->next())) return false;
     }
     return true;
   });
@@ -65,7 +65,7 @@ void WriterIndex::addTraits(std::uint64_t hash) {
   traits.add(hash, static_cast<std::uint32_t>(tables->traits.count() - 1),
              [this](std::uint32_t entry) {
                const Traits known = tables->traitsAt(entry);
-               KnownNames names(*tables, known);
+               SealedNames names(*tables, known);
                return hashTraits(known.head, known.className, &names);
              });
 }

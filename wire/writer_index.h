@@ -24,10 +24,10 @@ class HashSlots {
   template <class Same>
   std::uint32_t find(std::uint64_t hash, Same same) const {
     if (slots.empty()) return kNotWritten;
-    const auto mark = static_cast<std::uint32_t>(hash);
+    const auto lowHash = static_cast<std::uint32_t>(hash);
     for (std::size_t at = slotOf(hash, slots.size()); slots[at].entry != kNotWritten;
          at = at + 1 == slots.size() ? 0 : at + 1) {
-      if (slots[at].mark == mark && same(slots[at].entry)) return slots[at].entry;
+      if (slots[at].lowHash == lowHash && same(slots[at].entry)) return slots[at].entry;
     }
     return kNotWritten;
   }
@@ -44,7 +44,7 @@ class HashSlots {
 
  private:
   struct Slot {
-    std::uint32_t mark = 0;
+    std::uint32_t lowHash = 0;
     std::uint32_t entry = kNotWritten;
   };
   void put(std::uint64_t hash, std::uint32_t entry);

@@ -16,6 +16,7 @@ constexpr std::uint32_t kZone = 0;
 
 const char kMisplaced[] = "setNodeValue(): this node can't be placed here";
 
+// The caller has tested that the child is a pair.
 const AMFPair* castToPair(const AMFNode* child) {
   return static_cast<const AMFPair*>(child);
 }

@@ -19,7 +19,8 @@ class Writer {
  public:
   explicit Writer(Pieces& list) : pieces(list), blockEnd(list.endOfBlock()) {}
 
-  // Makes a writer for one public call, and lists what `write`, one of the functions below, wrote.
+  // Makes a writer for one public call, calls `write`, and lists what it wrote. `write` is one of
+  // the functions below.
   template <class... Parameters, class... Arguments>
   static void run(Pieces& list, char* (Writer::*write)(char*, Parameters...),
                   Arguments... arguments) {

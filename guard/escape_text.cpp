@@ -85,8 +85,8 @@ struct JSONRule {
 };
 
 // For scripts anywhere in a page. Escapes control characters, each character with a meaning in HTML
-// or XML, both kinds of quotes, and all characters above U+007F: their bytes have other meanings in
-// other encodings.
+// or XML, both kinds of quotes, and all characters above U+007F. The bytes of these last ones
+// have other meanings in other encodings.
 struct ScriptRule {
   static bool isPlain(char c) {
     return c >= 0x20 && c < 0x7F && c != '"' && c != '&' && c != '\'' && c != '<' && c != '>' &&

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// The segments of a table; table.h explains them. Tested by tests/guard/memory_test.cpp.
 #include "guard/table.h"
 
 #include <algorithm>

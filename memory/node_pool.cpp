@@ -45,7 +45,8 @@ void unwatchForLeaks(const void*, std::size_t) {}
 // the recorded owner of some chunks.
 using HeapId = std::uintptr_t;
 constexpr HeapId kNobody = ~HeapId{0};  // owner of a chunk whose thread has ended
-constexpr HeapId kNoHeap = 0;  // id of a heap before its first chunk and after its end: owns none
+// The id of a heap before its first chunk and after its end. No chunk has this owner.
+constexpr HeapId kNoHeap = 0;
 std::atomic<HeapId> lastHeapId{kNoHeap};
 
 // The initial balance of a chunk with an owner: so large that frees by others never reach zero.
@@ -178,7 +179,7 @@ struct Heap {
   }
 
   // Finds full chunks whose last slots were freed by other threads. A scan visits all full chunks,
-  // so it runs only if a quarter as many restarts came before it.
+  // so it runs only once in fullCount / 4 restarts.
   void collect() noexcept {
     const std::uintptr_t frees = foreignFrees.load(std::memory_order_acquire);
     if (frees == freesSeen || restarts < fullCount / 4) return;

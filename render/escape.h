@@ -15,15 +15,15 @@ namespace amf2json::render {
 void appendJsonEscaped(TextOut& out, std::string_view text);
 
 // For values and statements: drops BS FF LF CR TAB, and writes one backslash before each quote.
-// Backslashes are not escaped. All three functions write the same text:
+// Backslashes are not escaped. All three functions write the same text.
 //
-// At `to`. The caller provides 2 * length + kSpill bytes of free space. Returns the output pointer
-// past the text.
+// This one writes at `to`. The caller provides 2 * length + kSpill bytes of free space. It returns
+// the output pointer past the text.
 char* escapeForScript(char* to, std::string_view text);
-// At `to`, an output pointer into `out`, and provides the free space itself. Returns the output
-// pointer past the text, with kSpill bytes of free space.
+// This one writes at `to`, an output pointer into `out`, and provides the free space itself. It
+// returns the output pointer past the text, where kSpill bytes are free.
 char* writeScriptEscaped(TextOut& out, char* to, std::string_view text);
-// At the end of `out`.
+// This one writes at the end of `out`.
 void appendScriptEscaped(TextOut& out, std::string_view text);
 
 }  // namespace amf2json::render

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::string_view kAssignment = "\n amf = ";
 
-// Assigns only a value that differs, because usually the text already has this value.
+// Does nothing if the text already has this value, which is the usual case.
 void setText(std::string& text, std::string_view value) {
   if (text != value) text = value;
 }

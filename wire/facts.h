@@ -27,10 +27,10 @@ constexpr std::uint8_t kCounted = 8;  // an ECMA array: its count is the number 
 
 // Flags of a section.
 constexpr std::uint8_t kOriginal = 1;            // its values alone do not reproduce its bytes
-constexpr std::uint8_t kNoStringReferences = 2;  // this and the next two: keys with value false
-constexpr std::uint8_t kNoTraitsReferences = 4;
-constexpr std::uint8_t kNoIntegers = 8;
-constexpr std::uint8_t kEntriesListed = 16;  // the entries of a shared object
+constexpr std::uint8_t kNoStringReferences = 2;  // its JSON has "stringReferences":false
+constexpr std::uint8_t kNoTraitsReferences = 4;  // its JSON has "traitsReferences":false
+constexpr std::uint8_t kNoIntegers = 8;          // its JSON has "integers":false
+constexpr std::uint8_t kEntriesListed = 16;      // the entries of a shared object need $members
 
 struct SectionFacts {
   std::uint32_t end = 0;  // where its values end

@@ -91,7 +91,7 @@ void JsonWriter<Output>::endPacket() {
   }
 }
 
-// Writes the key of the entries. Before it writes the size, if that is wrong.
+// Writes the size, if it is wrong, and then the key of the entries.
 template <class Output>
 void JsonWriter<Output>::entriesKey(std::size_t end) {
   constexpr std::size_t kBytesBeforeSize = 6;  // these are not included in the size

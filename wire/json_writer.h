@@ -222,7 +222,7 @@ void JsonWriter<Output>::string(const AMFWireString& value) {
   finish();
 }
 
-// Returns the flags of the next value in Facts, which begins now, and assigns its id.
+// Called when a value begins that references can refer to. Returns its flags, and assigns its id.
 template <class Output>
 std::uint8_t JsonWriter<Output>::nextObject() {
   const Table<std::uint8_t>& objects = amf3 ? facts.objects3 : facts.objects0;

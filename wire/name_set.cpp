@@ -19,7 +19,8 @@ bool NameSet::contains(const Level& level, const AMFWireString& name) const {
   return false;
 }
 
-// Adds the last name of the list to the slots. If they are too few, makes them again for all names.
+// Adds the last name of the list to the slots. If there are too few slots, allocates more, and adds
+// all names of the level again.
 void NameSet::insert(Level& level) {
   const std::size_t count = names.count() - level.first;
   if (level.namesInSlots == 0 || count * 4 > level.slots.size() * 3) {

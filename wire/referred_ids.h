@@ -22,8 +22,7 @@ class ReferredIds {
     if (nextId != nullptr) ids.push({count, static_cast<std::uint32_t>((*nextId)++)});
     ++count;
   }
-  // Returns the id of a value that has begun, and that references refer to: the binary search needs
-  // an entry for it.
+  // Returns the id of a value. The value must have begun, and must have received an id.
   std::uint32_t of(std::uint32_t index) const {
     std::size_t low = 0;
     std::size_t high = ids.count();

@@ -4,6 +4,7 @@
 // tests/wire/originals_test.cpp.
 #include "wire/facts.h"
 
+#include "wire/date_text.h"
 #include "wire/number_text.h"
 
 namespace amf2json::wire {
@@ -104,9 +105,16 @@ void Facts::number(const double& value) {
   bound.addPerhaps(sizeof "{\"$double\":}");
 }
 
-void Facts::date(const double&, std::int16_t zone) {
+void Facts::date(const double& timeMs, std::int16_t zone) {
   if (amf3) objects3.push(0);
-  bound.add(sizeof "{\"$date\":\"2009-02-13T23:31:30.123Z\"}");
+  bound.add(sizeof "{\"$date\":}");
+  if (hasDateText(timeMs)) {
+    bound.add(kDateLength + 2);
+  } else if (needsWord(timeMs)) {
+    bound.addPerhaps(sizeof "\"0x7ff8000000000001\"");
+  } else {
+    bound.number(timeMs);
+  }
   if (zone != 0) bound.add(sizeof ",\"$zone\":-32768");
 }
 

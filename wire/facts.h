@@ -81,7 +81,7 @@ class Facts {
   }
   void xmlDocument(const AMFWireString& value) { xmlText(value); }
   void xml(const AMFWireString& value) { xmlText(value); }
-  void date(const double&, std::int16_t zone);
+  void date(const double& timeMs, std::int16_t zone);
   void byteArray(const AMFWireString& value);
   void reference(std::uint32_t index);
   void beginAmf3() {

@@ -18,8 +18,8 @@ namespace amf2json::wire {
 class TextBound {
  public:
   std::uint64_t most() const { return sure + perhaps; }
-  // This is not quite a lower bound. It counts a few characters too many for some values, and up to
-  // 23 too many for a date that is written as a number.
+  // This is not quite a lower bound: for some values it counts a few characters too many, but never
+  // more than the value has bytes.
   std::uint64_t least() const { return sure; }
 
   void add(std::uint64_t characters) { sure += characters; }

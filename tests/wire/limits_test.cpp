@@ -66,6 +66,30 @@ TEST(WireLimits, TextBytesCountWhatIsWritten) {
   EXPECT_EQ(exported(hex("05"), options).substr(0, 10), "text limit");
 }
 
+// Of many equal values, so that what is estimated for each of them adds up. The estimate is compared
+// with the limit at the string after them.
+void expectExactLimit(const wire_tests::Row& row, AMFWireForm form) {
+  SCOPED_TRACE(row.name);
+  const std::string last = hex(form == AMFWireForm::amf0 ? "02 0001 'x'" : "06 03 'x'");
+  const std::string bytes = repeated(hex(row.bytes), 600) + last;
+  AMFWireExportOptions options;
+  options.form = form;
+  options.originals = false;
+  std::string text;
+  if (!amfWireExport(bytes.data(), bytes.size(), text, options).ok()) return;  // no such reference
+  options.limits.maxTextBytes = text.size();
+  EXPECT_EQ(exported(bytes, options), text);
+  --options.limits.maxTextBytes;
+  EXPECT_EQ(exported(bytes, options).substr(0, 10), "text limit");
+}
+
+TEST(WireLimits, TextBytesOfManyValues) {
+  for (const wire_tests::Row& row : wire_tests::kAmf0) expectExactLimit(row, AMFWireForm::amf0);
+  for (const wire_tests::Row& row : wire_tests::kAmf3) expectExactLimit(row, AMFWireForm::amf3);
+  expectExactLimit({"AMF3 dates that are numbers", "08 01 3FE0000000000000", ""},
+                   AMFWireForm::amf3);
+}
+
 TEST(WireLimits, TextBytesMayEndBeforeTheFirstValue) {
   AMFWireExportOptions options;
   options.form = AMFWireForm::packet;

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The border between JavaScript and the calls. core.js gives an instance a seed (web_seed). For each call it asks for
-// memory (web_input), copies the bytes there, sets the options, makes the call, takes result and facts, and has
-// everything freed (web_release). Nothing is thrown across the border, and between two calls nothing is kept. Tested by
-// web/tests/.
+// The functions that core.js calls. It seeds each instance once (web_seed). For each call it allocates the input
+// (web_input), copies the bytes there, sets the options, makes the call, copies result and facts, and frees everything
+// (web_release). No exception leaves these functions, and no data is kept between calls. Tested by web/tests/.
 #include <AMF2JSON.h>
 
 #include <cstdlib>
@@ -37,7 +36,7 @@ int run(Call call) {
     return reply.isDone ? 1 : 0;
   } catch (const std::bad_alloc&) {
     memoryFailure = kMemory;
-  } catch (const std::length_error&) {  // a string beyond what 32 bits count
+  } catch (const std::length_error&) {  // a string longer than 32 bits can count
     memoryFailure = kMemory;
   } catch (const AMFException& e) {
     reply.facts = failure("bug", e.message);
@@ -53,19 +52,19 @@ int run(Call call) {
 
 extern "C" {
 
-// Memory for `size` bytes of input; null where there is none.
+// Allocates `size` bytes for the input. Returns null if out of memory.
 char* web_input(std::size_t size) {
   input = static_cast<char*>(std::malloc(size == 0 ? 1 : size));
   inputSize = size;
   return input;
 }
 
-// Two random words of 32 bits, before the first call. Names in packets cannot be chosen to share slots of a hash table.
+// Seeds the hash tables of names with two random words, before the first call: nobody can choose names that collide.
 void web_seed(std::uint32_t high, std::uint32_t low) {
   amf2json::wire::hostSeed = std::uint64_t{high} << 32 | low;
 }
 
-// Where the options stand, none of them set.
+// Resets all options to "not set" and returns their address.
 web::Options* web_options() {
   double* const values = &options.as;
   for (std::size_t i = 0; i < sizeof options / sizeof(double); ++i) {
@@ -74,7 +73,7 @@ web::Options* web_options() {
   return &options;
 }
 
-// An externalizable class whose name is the input, which is freed. 0: out of memory.
+// Adds an externalizable class; its name is the input, which is freed. Returns 0 if out of memory.
 int web_external(double values) {
   return run([values](const Request& request, Reply& result) {
     external.push_back({std::string(request.bytes), static_cast<std::uint32_t>(values)});
@@ -84,7 +83,7 @@ int web_external(double values) {
   });
 }
 
-// The calls: 1 when done, 0 after a failure.
+// The calls. They return 1 for success, 0 for a failure.
 int web_export() {
   return run(exportJson);
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The module for pages and bundlers: fetches amf2json.wasm, which lies beside this file.
+// The module for pages and bundlers: fetches amf2json.wasm, which is in the same folder.
 import { Amf2JsonError, instantiate } from "./core.js";
 
 const response = await fetch(new URL("./amf2json.wasm", import.meta.url));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the module does, one function for each call of core.d.ts. They know nothing of JavaScript; border.cpp does.
+// The calls of core.d.ts, one function each. border.cpp makes them available to JavaScript.
 #ifndef WEB_CALLS_H
 #define WEB_CALLS_H
 
@@ -14,7 +14,7 @@
 
 namespace web {
 
-// The options of all calls, as core.js fills them in: doubles alone, in this order. NaN: not set.
+// The options of all calls. core.js writes them as an array of doubles in this order. NaN means not set.
 struct Options {
   double as;  // AMFWireForm
   double view;
@@ -25,12 +25,12 @@ struct Options {
 };
 
 struct Request {
-  std::string_view bytes;  // or the text
+  std::string_view bytes;  // or the text of importJson()
   const Options& options;
   const std::vector<AMFWireExternalClass>& external;
 };
 
-// What a call returns. One that failed has an error in `facts`, and no result.
+// What a call returns. After a failure `facts` is the error, and `result` is not used.
 struct Reply {
   bool isDone = false;
   std::string result;  // text or bytes
@@ -51,10 +51,11 @@ AMFWireReadOptions readOptions(const Request& request);
 inline bool isSet(double option) {
   return option == option;
 }
-inline bool flag(double option, bool otherwise) {
-  return isSet(option) ? option != 0 : otherwise;
+inline bool flag(double option, bool defaultValue) {
+  return isSet(option) ? option != 0 : defaultValue;
 }
-// A limit too large for its type means the largest value: core.js lets no fraction and no sign through.
+// Stores a limit if it is set. One too large for its type becomes the largest value. core.js passes
+// only whole numbers from 0.
 template <class Limit>
 void setLimit(Limit& limit, double option) {
   constexpr double kLargest = static_cast<double>(static_cast<Limit>(-1));

@@ -3,7 +3,7 @@
 // The module without its WebAssembly file: for hosts that bring the bytes themselves, as a page does that has them as
 // base64. index.d.ts has the same calls as exports, for Node and bundlers.
 
-/** What bytes are. "auto": found out. */
+/** The form of some bytes. "auto": detected. */
 export type Form = "auto" | "packet" | "amf0" | "amf3" | "sol" | "flv";
 
 /** Limits are inclusive: a value equal to its limit is accepted. */
@@ -24,14 +24,14 @@ export interface ImportOptions extends WireLimits {
 export interface ReadOptions extends ImportOptions {
   /** "auto" unless set. */
   as?: Form;
-  /** Keep sections that cannot be read as raw bytes, and go on behind them. Off unless set. */
+  /** Keep the raw bytes of sections that cannot be read, and continue after them. Off unless set. */
   salvage?: boolean;
 }
 
 export interface ExportOptions extends ReadOptions {
   /** One line without blanks. Off unless set: indented by two blanks. */
   compact?: boolean;
-  /** Keep the bytes of sections that the values alone would not bring back. On unless set to false. */
+  /** Keep the bytes of sections whose values alone would be imported to other bytes. On unless set to false. */
   originals?: boolean;
 }
 
@@ -40,7 +40,7 @@ export interface Exported {
   json: string;
   /** What the bytes were read as; never "auto". */
   form: Form;
-  /** English sentences, as the program amf2json writes them: left-over bytes, lengths that lie, salvaged sections. */
+  /** English sentences of the program amf2json about trailing bytes, wrong length fields and salvaged sections. */
   warnings: string[];
 }
 
@@ -51,9 +51,9 @@ export interface Identity {
   kind: string;
   /** What the program amf2json prints: "AMF packet: version 3, 0 headers, 1 message, 54 bytes". */
   reason: string;
-  /** What is around it, the outermost first, such as ["base64"]. */
+  /** The wrappers around the content, the outermost first, such as ["base64 text"]. */
   wrappers: string[];
-  /** What exportJson reads these very bytes as, to the last one; null if it does not. */
+  /** The form as which exportJson reads all of these bytes; null if it does not. */
   form: Form | null;
   /** Commands of the program amf2json that show what is in it; FILE stands for the file. At most one today. */
   hints: string[];
@@ -67,8 +67,8 @@ export interface FieldOptions extends ReadOptions {
 }
 
 /**
- * A run of bytes with one meaning. Fields follow one another without gaps and cover all bytes. Fields of no bytes are
- * left out, but for the last one of bytes that are refused.
+ * A run of bytes with one meaning. Fields follow one another without gaps and cover all bytes. Only the last
+ * field of refused bytes may have no bytes.
  */
 export interface Field {
   /** From the first byte. */
@@ -81,8 +81,8 @@ export interface Field {
    * lengths, counts and traits), "integer", "number", "boolean", "timeMs", "timeZone", "headerName", "targetUri",
    * "responseUri", "className", "memberName", "string", "xml", "byteArray", "end"; in the published formats also
    * "flags", "item", "fixed", "weak", "signature", "size", "tag" and "raw" (a salvaged section, or bytes that are no
-   * values). "trailing" is what follows. Where bytes are refused the last one is "error": it begins at the refused byte
-   * and covers the rest, and its meaning is the reason; in front of it, "incomplete" is the beginning of what is refused.
+   * values). "trailing" is what follows. If bytes are refused the last field is "error": it begins at the refused byte
+   * and covers the rest, and its meaning is the reason. "incomplete" before it is the beginning of what is refused.
    */
   kind: string;
   /** English, such as "number 1.5" or "string of 5 bytes". */
@@ -95,10 +95,10 @@ export interface Field {
   path?: string;
 }
 
-/** The limits of the guard (AMFGuard.h), which stand before decode(). */
+/** The limits of the guard (AMFGuard.h), which checks the bytes before decode() reads them. */
 export interface GuardLimits {
   maxPacketBytes?: number;
-  /** At most 4000; 64 unless set. The host's stack may be too small for more than 500: the code is "depthLimit" then. */
+  /** At most 4000; 64 unless set. Above 500 the host's stack may be too small, which is a "depthLimit" error. */
   maxDepth?: number;
   maxNodes?: number;
   maxTreeBytes?: number;
@@ -121,7 +121,7 @@ export interface Verdict {
   message: string;
   /** Where it was refused; 0 when ok. */
   offset: number;
-  /** Bytes that were given, that were read, and that follow what was read. */
+  /** Bytes of the input, bytes that were read, and bytes after those. */
   bytes: number;
   consumed: number;
   leftOver: number;
@@ -129,9 +129,9 @@ export interface Verdict {
   messages: number;
   nodes: number;
   depth: number;
-  /** Memory of the tree, as decode() of this module needs it. */
+  /** Bytes of memory that the tree of decode() takes in this module. */
   treeBytes: number;
-  /** Declared lengths that are neither unknown nor true. */
+  /** Declared lengths that are neither unknown nor correct. */
   lyingLengths: number;
 }
 
@@ -180,13 +180,13 @@ export interface Api {
   check(bytes: Uint8Array, options?: CheckOptions): Verdict;
   /** The library's dialect as text; strings are escaped. Dates are in UTC. No line feed is added at the end. */
   decode(bytes: Uint8Array, options?: DecodeOptions): string;
-  /** Of the library. */
+  /** The version of the library. */
   readonly version: string;
   readonly Amf2JsonError: typeof Amf2JsonError;
 }
 
 /**
- * Makes the calls out of the bytes of amf2json.wasm, or of a module compiled from them. All calls are synchronous, and
- * work in a Worker, too. One that took much memory gives it back when it ends.
+ * Returns the calls, from the bytes of amf2json.wasm or a module compiled from them. All calls are synchronous, and
+ * work in a Worker, too. A call that took much memory releases it when it ends.
  */
 export function instantiate(wasm: BufferSource | WebAssembly.Module): Promise<Api>;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The calls of core.d.ts on top of the WebAssembly file, without anything of the host: no files, no network, no names
-// of Node or of pages but WebAssembly, TextEncoder, TextDecoder and crypto. border.cpp is the other side.
+// The calls of core.d.ts, which call the functions of border.cpp. Of the host it uses only WebAssembly, TextEncoder,
+// TextDecoder and crypto: no files, no network.
 // Tested by web/tests/.
 
 // The options in the order of struct Options (calls.h): name -> how the value becomes a number.
@@ -47,7 +47,7 @@ const optionsOf = {
 
 const guardForms = ["packet", "amf0", "amf3"]; // of check and decode
 const mostGuardDepth = 4000; // reading and writing a tree recurse; the host's stack has to hold that
-const memoryToKeep = 64 << 20; // an instance that has grown beyond is replaced
+const mostMemoryBytes = 64 << 20; // an instance that has grown larger is replaced
 
 export class Amf2JsonError extends Error {
   constructor({ code, message, ...place }) {
@@ -64,7 +64,7 @@ function wrong(name, expected) {
 
 const memoryFailure = () => new Amf2JsonError({ code: "memory", message: "out of memory" });
 
-// Only what is in the list, and of the right type, comes to the library.
+// Refuses options that the call does not have, and values of a wrong type.
 function checkedOptions(call, options) {
   if (options === null || typeof options !== "object") wrong("options", "an object");
   const known = optionsOf[call];
@@ -114,7 +114,7 @@ function textOf(bytes) {
   return text;
 }
 
-// A string to UTF-8. Half a surrogate pair has none; TextEncoder would replace it without a word.
+// A string to UTF-8. Refuses lone surrogates, which TextEncoder would replace silently.
 function bytesOf(text) {
   if (typeof text !== "string") wrong("text", "a string");
   const lone = /\p{Surrogate}/u.exec(text);
@@ -163,7 +163,7 @@ class Machine {
     return new Uint8Array(this.exports.memory.buffer, address >>> 0, size >>> 0);
   }
 
-  give(bytes) {
+  copyInput(bytes) {
     const address = this.exports.web_input(bytes.length);
     if (address === 0) throw memoryFailure();
     this.bytesAt(address, bytes.length).set(bytes);
@@ -178,17 +178,17 @@ class Machine {
     const { web_options, web_external, memory } = this.exports;
     new Float64Array(memory.buffer, web_options() >>> 0, numbers.length).set(numbers);
     for (const [name, values] of external) {
-      this.give(encoder.encode(name));
+      this.copyInput(encoder.encode(name));
       if (web_external(values) === 0) throw this.failure();
     }
   }
 
-  // `take` gets the result's bytes, which it has to copy, and the facts.
+  // `take` receives the result's bytes, which it must copy, and the facts.
   run(call, bytes, options, take) {
     let isSound = false;
     try {
       this.configure(options);
-      this.give(bytes);
+      this.copyInput(bytes);
       if (this.exports[call]() === 0) throw this.failure();
       const { web_result, web_result_size, web_facts, web_facts_size } = this.exports;
       const facts = textOf(this.bytesAt(web_facts(), web_facts_size()));
@@ -201,12 +201,12 @@ class Machine {
       throw error;
     } finally {
       if (isSound) this.exports.web_release();
-      if (!isSound || this.exports.memory.buffer.byteLength > memoryToKeep) this.start();
+      if (!isSound || this.exports.memory.buffer.byteLength > mostMemoryBytes) this.start();
     }
   }
 }
 
-// What the engine throws.
+// The error for an exception of the engine.
 function translated(error) {
   if (error instanceof RangeError && /call stack/.test(error.message)) {
     return new Amf2JsonError({ code: "depthLimit", message: "the host's stack is too small for this depth" });

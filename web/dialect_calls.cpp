@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The calls for the library's own dialect, which the program's commands check, decode and identify answer likewise:
+// The calls for the library's own dialect. The results are those of the program's commands check, decode and identify:
 // tool/commands/check.cpp, tool/commands/decode.cpp, tool/input/identify.cpp. Tested by web/tests/same_as_program.test.mjs.
 #include <AMFGuard.h>
 
@@ -20,7 +20,7 @@ namespace {
 
 enum class View { json, js, both, script };  // in the order of core.js
 
-// The names of core.d.ts.
+// The error codes of core.d.ts.
 const char* codeOf(AMFVerifyStatus status) {
   switch (status) {
     case AMFVerifyStatus::packetTooLarge: return "packetLimit";
@@ -37,10 +37,10 @@ const char* codeOf(AMFVerifyStatus status) {
   }
 }
 
-// A packet, or a value in an envelope made for it.
-class Guarded {
+// A packet, or a value in an envelope, with the result of its check.
+class CheckedPacket {
  public:
-  explicit Guarded(const Request& request) {
+  explicit CheckedPacket(const Request& request) {
     const double as = request.options.as;
     if (isSet(as)) {
       const auto wanted = static_cast<AMFWireForm>(static_cast<std::uint32_t>(as));
@@ -54,7 +54,7 @@ class Guarded {
     checked = verifyPacket(bytes.data(), bytes.size(), limitsFor(form, limits(request.options)));
   }
 
-  // Counted from the first byte that the host gave.
+  // The offset in the bytes of the host, for one in `bytes`, which may begin with an envelope.
   std::size_t place(std::size_t offset) const { return offset - std::min(offset, envelope.size()); }
   bool isOk() const { return checked.status == AMFVerifyStatus::ok; }
   std::string message() const {
@@ -93,7 +93,7 @@ const std::string& textOf(AMFProtocol& protocol, View view, bool pretty) {
   return protocol.getPackageInJSON(pretty);
 }
 
-// The library's line feeds in long texts.
+// Removes the soft breaks, as amf2json decode does without --exact.
 void removeBreaks(std::string& text, const AMFProtocol& protocol, View view, bool pretty) {
   constexpr std::size_t kAssignmentLength = 8;  // "\n amf = ", in front of the JSON of js
   if (view == View::script) return;
@@ -101,7 +101,7 @@ void removeBreaks(std::string& text, const AMFProtocol& protocol, View view, boo
                           view == View::js ? kAssignmentLength : 0, pretty});
 }
 
-// The forms that exportJson reads to the last byte; null where there is none.
+// The name of the form as which exportJson reads all bytes; null if there is none.
 const char* publishedForm(std::string_view bytes) {
   const AMFWireForm form = amfWireIdentify(bytes.data(), bytes.size());
   return readsAsPublished(bytes, form) ? describe(form) : nullptr;
@@ -110,7 +110,7 @@ const char* publishedForm(std::string_view bytes) {
 }  // namespace
 
 void decode(const Request& request, Reply& reply) {
-  const Guarded packet(request);
+  const CheckedPacket packet(request);
   if (!packet.isOk()) {
     reply.facts = failure(codeOf(packet.checked.status), packet.message(),
                           packet.place(packet.checked.offset));
@@ -130,7 +130,7 @@ void decode(const Request& request, Reply& reply) {
 }
 
 void check(const Request& request, Reply& reply) {
-  const Guarded packet(request);
+  const CheckedPacket packet(request);
   const AMFVerifyResult& checked = packet.checked;
   const std::size_t consumed = packet.place(checked.consumed);
   JsonText json;

@@ -14,7 +14,7 @@
 
 namespace web {
 
-// More fields, or a longer text, than the host allows.
+// Thrown for more fields, or a longer text, than the host allows.
 struct FieldLimit {
   const char* code;
   std::size_t offset;
@@ -28,9 +28,9 @@ class FieldList {
 
   std::size_t position() const { return cursor; }
   std::string_view rest() const { return bytes.substr(cursor); }
-  // The next `length` bytes, which are there. `kind` and `meaning`, unless empty, are one text for people.
+  // Adds a field of the next `length` bytes, which must exist; nothing for 0. An empty `meaning` becomes `kind`.
   void add(const char* kind, std::size_t length, JsonPaths::Place place, std::string meaning = {});
-  // The bytes from here on are refused at `offset`.
+  // Adds the last field, an error at `offset`. Bytes before it become an "incomplete" field.
   void refuse(std::size_t offset, const std::string& reason);
 
   // As JSON of at most `mostText` bytes.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The call fields(): the published formats by WireFields, the library's dialect by what its guard visits.
+// The call fields(). WireFields finds the fields of the published formats, the guard's visitor those of the dialect.
 // Tested by web/tests/fields.test.mjs.
 #include <AMFGuard.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What stands around the values: packets, shared objects, FLV files. Tested by web/tests/fields.test.mjs.
+// The fields around the values: packets, shared objects, FLV files. Tested by web/tests/fields.test.mjs.
 #include <algorithm>
 
 #include "tool/text/printable.h"
@@ -116,7 +116,7 @@ void WireFields::endDocument(const AMFWireString& trailing, const AMFWireString&
 
 // ---- Shared objects
 
-// The byte 00 behind the entry before, unless there is none.
+// The byte 00 after the previous entry. The first entry has none before it.
 void WireFields::entryEnd() {
   if (frames.back().next == 0 || fields.rest().empty()) return;
   fields.add("end", 1, frames.back().place, "end of the entry");
@@ -131,15 +131,15 @@ void WireFields::beginScriptTag(const AMFWireSection& begun) {
   push(Kind::list, values, values);
 }
 
-// The first byte of a script tag of type 15 belongs to none of its values.
+// The first byte of a script tag of type 15 is not part of its values.
 void WireFields::skipFirstByte() {
   if (!hasFirstByte) return;
   hasFirstByte = false;
   fields.add("signature", 1, section, "the first byte of a script tag of type 15");
 }
 
-// From behind the tag before to the body of a tag at `offset`, or to the end of what was read there. Tags between have no
-// values. Each has the size of the tag before in front.
+// Adds the fields from the end of the previous tag to `offset`: the body of a script tag if `isBody`, else the end of
+// what was read. Tags in between have no values. The u32 size of the previous tag precedes each tag.
 void WireFields::tagsUpTo(std::size_t offset, bool isBody) {
   if (fields.position() == kFlvHead) {
     const std::size_t headSize =

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Values. Tested by web/tests/fields.test.mjs.
+// The fields of values. Tested by web/tests/fields.test.mjs.
 #include "web/fields_wire.h"
 
 #include <utility>
@@ -57,7 +57,7 @@ void WireFields::enter(Place value) {
 void WireFields::name(Frame& frame, std::string_view text) {
   pending = frame.place = paths.member(frame.object, text, frame.next++);
   if (frame.sealedLeft > 0) {
-    --frame.sealedLeft;  // looked at with its traits
+    --frame.sealedLeft;  // its name was checked with its traits
     return;
   }
   if (frame.isObject3 && !std::exchange(frame.hasNames, true)) {
@@ -112,7 +112,7 @@ void WireFields::string16(const char* kind, Place place) {
   payload(kind, length, place);
 }
 
-// A count, traits or what announces a date; or a reference, which has the lowest bit clear.
+// A U29: the count of `of`, or, if its lowest bit is 0, a reference.
 std::uint32_t WireFields::head(Place place, const char* of) {
   std::size_t length;
   const std::uint32_t value = peekU29(length);
@@ -153,11 +153,11 @@ void WireFields::string3(const char* kind, Place place) {
 // A string, XML or bytes, with its marker.
 void WireFields::text(const char* kind, const AMFWireString& value, Place place) {
   const bool isLong = byteAt(fields.position()) != 0x02;
-  const bool joins = amf3 && std::string_view(kind) != "string";
+  const bool isReferable = amf3 && std::string_view(kind) != "string";
   marker(place);
   if (amf3) {
     string3(kind, place);
-    if (joins) enter(place);
+    if (isReferable) enter(place);
     return;
   }
   fields.add("length", isLong ? 4 : 2, place,
@@ -268,7 +268,7 @@ void WireFields::beginObject(const AMFWireObject& object) {
   }
   traitsFields(traitsHead(place), place);
   if (object.traits >= traits.size()) {
-    // Traits of externalizables are in the table, too, and never asked for.
+    // The table also has the traits of externalizable classes, which are never used here.
     traits.resize(object.traits + 1);
     Traits& made = traits.back();
     NameRule rule;
@@ -344,7 +344,7 @@ void WireFields::member(const AMFWireString& text) {
   }
 }
 
-// Behind the members of an array: the empty name.
+// After the members of an array: the empty name.
 void WireFields::denseItems() {
   Frame& frame = frames.back();
   string3("memberName", frame.object);

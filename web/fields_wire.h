@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The fields of the published formats. AMFWire's reader reads; this sink follows it through the bytes: each event says
-// what was read, and thereby which fields it was made of. It knows that they are whole.
+// The fields of the published formats. AMFWire's reader reads and checks the bytes. For each of its events this sink
+// adds the fields that the event was read from.
 // Tested by web/tests/fields.test.mjs.
 #ifndef WEB_FIELDS_WIRE_H
 #define WEB_FIELDS_WIRE_H
@@ -89,9 +89,9 @@ class WireFields : public AMFWireSink {
   };
 
   // Places
-  Place take();  // of the value that begins
+  Place take();  // returns that of the value that begins
   void push(Kind kind, Place place, Place object) { frames.push_back({kind, place, object}); }
-  void enter(Place value);  // into the table of the format at hand
+  void enter(Place value);  // into the reference table of the current format
   void name(Frame& frame, std::string_view text);
 
   // Fields, from the position of the list on
@@ -108,7 +108,7 @@ class WireFields : public AMFWireSink {
   void traitsFields(std::uint32_t head, Place place);
   void plain(const char* kind, std::size_t length, Place place);  // a whole number
 
-  // FLV: what stands in front of a script tag
+  // Shared objects and FLV: the fields between entries and between tags
   void tagsUpTo(std::size_t offset, bool isBody);
   void entryEnd();
   void beginScriptTag(const AMFWireSection& section);
@@ -122,13 +122,13 @@ class WireFields : public AMFWireSink {
   std::vector<Traits> traits;
   Place pending = 0;
   Place list = 0;     // of headers, messages or tags
-  Place section = 0;  // the header, message or tag at hand
+  Place section = 0;  // the current header, message or tag
   std::uint32_t sections = 0;
   AMFWireForm form = AMFWireForm::packet;
   bool formIs3 = false;
   bool amf3 = false;
   bool inHeaders = true;
-  bool hasFirstByte = false;  // a script tag of type 15 begins
+  bool hasFirstByte = false;  // the first byte of a script tag of type 15 has no field yet
 };
 
 }  // namespace web

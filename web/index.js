@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The module in Node: reads amf2json.wasm, which lies beside this file. browser.js is the same for pages.
+// The module in Node: reads amf2json.wasm, which is in the same folder. browser.js is the same for pages.
 import { readFile } from "node:fs/promises";
 import { Amf2JsonError, instantiate } from "./core.js";
 

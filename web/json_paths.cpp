@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Paths as import's errors have them (wire/json_place.cpp). Tested by web/tests/fields.test.mjs.
+// Paths are written as in the errors of import (wire/json_place.cpp). Tested by web/tests/fields.test.mjs.
 #include "web/json_paths.h"
 
 #include <algorithm>
@@ -55,10 +55,10 @@ void JsonPaths::append(std::string& path, const Node& node) const {
 }
 
 std::string JsonPaths::text(Place place) const {
-  std::vector<Place> way;
-  for (; place != kDocument; place = places[place].parent) way.push_back(place);
+  std::vector<Place> steps;
+  for (; place != kDocument; place = places[place].parent) steps.push_back(place);
   std::string path;
-  for (; !way.empty(); way.pop_back()) append(path, places[way.back()]);
+  for (; !steps.empty(); steps.pop_back()) append(path, places[steps.back()]);
   return path;
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Where the values of a document stand in the JSON of exportJson(), as paths. A path is worked out at the end: whether an
-// object's members are listed in $members, and whether an array has an id, is known only behind the last byte.
+// Where the values of a document stand in the JSON of exportJson(), as paths. A path is made at the end: whether an
+// object's members are listed in $members, and whether an array has an id, is known only after the last byte.
 // Tested by web/tests/fields.test.mjs.
 #ifndef WEB_JSON_PATHS_H
 #define WEB_JSON_PATHS_H
@@ -20,7 +20,7 @@ class JsonPaths {
 
   JsonPaths() : places(1) {}
 
-  // The value of a key that no input decides on.
+  // The value of a key that the format names, such as "messages".
   Place key(Place parent, const char* name) { return add({parent, Step::key, 0, name}); }
   // The field of a small message that has no name: "$GROUP.BYTE.BIT".
   Place flagged(Place object, std::uint32_t group, std::uint32_t byte, std::uint32_t bit) {
@@ -32,7 +32,7 @@ class JsonPaths {
   Place arrayItem(Place array, std::uint32_t number) {
     return add({array, Step::arrayItem, number, {}});
   }
-  // The value of the member with this number. The name has to outlive this object.
+  // The value of a member; `number` is its index. The name must outlive this object.
   Place member(Place object, std::string_view name, std::uint32_t number) {
     return add({object, Step::member, number, name});
   }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Small JSON texts: the answers of the border. Bytes of a string that are not UTF-8 pass as they are; JavaScript's
-// TextDecoder replaces them.
+// Writes small JSON texts for core.js. Bytes that are not UTF-8 are written unchanged; JavaScript's TextDecoder
+// replaces them.
 #ifndef WEB_JSON_TEXT_H
 #define WEB_JSON_TEXT_H
 

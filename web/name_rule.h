@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Whether an object of JSON can carry its members' names in their order, or lists them in $members. The rule is that of
-// wire/facts.cpp. Tested by web/tests/fields.test.mjs.
+// Whether export writes members as a JSON object, or lists them in $members because a JSON object would not keep their
+// names or order. The same rule as in wire/facts.cpp. Tested by web/tests/fields.test.mjs.
 #ifndef WEB_NAME_RULE_H
 #define WEB_NAME_RULE_H
 
@@ -31,7 +31,7 @@ class NameRule {
   bool needsList() const { return listed; }
 
  private:
-  // The number that JavaScript takes the name for, else -1.
+  // The array index that JavaScript takes the name for; -1 if none.
   static std::int64_t arrayIndexOf(std::string_view name) {
     if (name.empty() || name.size() > 10 || (name[0] == '0' && name.size() > 1)) return -1;
     std::int64_t index = 0;

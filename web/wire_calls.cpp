@@ -10,7 +10,7 @@ namespace web {
 
 namespace {
 
-// The names of core.d.ts.
+// The error codes of core.d.ts.
 const char* codeOf(AMFWireStatus status) {
   switch (status) {
     case AMFWireStatus::truncated: return "truncated";
@@ -34,7 +34,7 @@ AMFWireLimits limits(const Options& options) {
   return result;
 }
 
-const char* lastOf(AMFWireForm form) {
+const char* lastItemOf(AMFWireForm form) {
   switch (form) {
     case AMFWireForm::amf0:
     case AMFWireForm::amf3: return "value";
@@ -48,7 +48,7 @@ void putWarnings(JsonText& json, const AMFWireStatistics& found) {
   if (found.trailingBytes > 0) {
     const std::string count = pluralize(found.trailingBytes, "byte");
     json.text(found.trailingError.empty()
-                  ? count + " left over behind the last " + lastOf(found.form)
+                  ? count + " left over behind the last " + lastItemOf(found.form)
                   : count + " kept as trailing bytes: " + found.trailingError);
   } else if (!found.trailingError.empty()) {
     json.text("0 bytes kept as trailing bytes: " + found.trailingError);

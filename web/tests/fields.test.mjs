@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The fields of bytes: they cover all of them, each path leads to a value in the document of exportJson, and that value
-// is what the field's bytes say.
+// The fields of bytes: they cover all of the bytes, each path leads to a value in the document of exportJson, and that
+// value is equal to the bytes of the field.
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import { api, bytesOf, failureOf, fromHex, generated, packetFiles, run, scale } from "./support.mjs";
@@ -32,7 +32,7 @@ function numberOf(value) {
   return word.startsWith("0x") ? NaN : Date.parse(word);
 }
 
-// Where the strings of JSON stand that are also fields.
+// The string of a JSON value that is a string or XML.
 function textOf(value) {
   return value?.$xml ?? value?.$xmldoc ?? value;
 }

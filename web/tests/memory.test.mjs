@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Long texts come back whole, and calls leave no memory behind.
+// Long texts are returned completely, and calls leak no memory.
 import assert from "node:assert/strict";
 import { createHash } from "node:crypto";
 import { test } from "node:test";
@@ -20,7 +20,7 @@ test("a text of 100 MB", () => {
   assert.equal(sha256(api.importJson(json, { maxPacketBytes: 1 << 30 })), sha256(bytes));
 });
 
-// A module whose calls can be looked at from outside: its instances are counted, and their memory is seen.
+// The calls, with the number of instances and the size of their memory.
 async function watched() {
   const module = await WebAssembly.compile(wasm);
   const seen = { instances: 0, bytes: () => 0 };

@@ -89,11 +89,11 @@ void hashNumber(Hash& hash, double value) {
 }
 
 void hashNear(Hash& hash, double value) {
-  constexpr double kEndless = std::numeric_limits<double>::infinity();
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
   for (const double sign : {1.0, -1.0}) {
     hashNumber(hash, sign * value);
-    hashNumber(hash, sign * std::nextafter(value, kEndless));
-    hashNumber(hash, sign * std::nextafter(value, -kEndless));
+    hashNumber(hash, sign * std::nextafter(value, kInfinity));
+    hashNumber(hash, sign * std::nextafter(value, -kInfinity));
   }
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Doubles are written and read bit for bit as on the machine that builds: ten million of them, random bit patterns and
-// edge cases. numbers.cpp prints hashes of what becomes of them.
+// The module writes and reads doubles exactly as the native build does: ten million of them, random bit patterns and
+// edge cases. numbers.cpp prints hashes of the results.
 import assert from "node:assert/strict";
 import { join } from "node:path";
 import { test } from "node:test";

@@ -14,7 +14,7 @@ import { answers, api, bytesOf, failureOf, generated, hex, native, packetFiles, 
 const base64 = (bytes) => Buffer.from(bytes).toString("base64");
 const fromBase64 = (line) => new Uint8Array(Buffer.from(line, "base64"));
 
-// Whether both refuse, at the same place; limits are worded with options of the command line.
+// Both refuse at the same place. The program names options in the messages of limits, so these differ.
 function assertSameRefusal(error, problem, what) {
   assert.equal(error.offset, problem.offset, what);
   if (!/Limit$/.test(error.code)) assert.equal(error.message, problem.message, what);
@@ -181,7 +181,7 @@ test("decode: generated packets of the dialect", () => {
       const out = join(folder, `${view}${pretty}`);
       mkdirSync(out);
       const flags = ["decode", "--to", view, ...(pretty ? [] : ["--compact"]), "-o", out];
-      // Its status is no zero where a view is cut.
+      // The status is not 0 if a view was cut.
       spawnSync("xargs", ["-0", program, ...flags, "--allow-trailing", "--max-depth", "200"], {
         input: some.join("\0"), env: { ...process.env, TZ: "UTC" }, stdio: ["pipe", "ignore", "ignore"],
       });

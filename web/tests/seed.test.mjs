@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The seed of the hash tables: each instance gets one of its own, and answers the same.
+// The seed of the hash tables: each instance has its own, and the results are the same.
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import { api, bytesOf, core, packetFiles, wasm } from "./support.mjs";
 
-// An instance, with the words that core.js has given to it.
+// An instance, and the words that core.js has seeded it with.
 async function instanceWithSeed() {
   const { Instance } = WebAssembly;
   const seeds = [];

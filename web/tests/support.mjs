@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Where the tests find what they compare; script/test-web sets these names.
+// What the tests share: files, the program and its output. script/test-web sets the environment variables.
 import { execFileSync, spawnSync } from "node:child_process";
 import { readdirSync, readFileSync, statSync } from "node:fs";
 import { join } from "node:path";
@@ -65,7 +65,7 @@ export function generated(script, form, count) {
   return linesOf("python3", [join(sources, "tests/wire/plain", script), form, String(count)]);
 }
 
-// What a call throws, which has to be an error of the module's own.
+// The error that a call throws; it must be an Amf2JsonError.
 export function failureOf(call) {
   try {
     call();

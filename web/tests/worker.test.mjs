@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The module in a Worker, from a compiled module that was sent there.
+// The calls in a Worker, from a compiled module that was posted to it.
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import { Worker } from "node:worker_threads";

@@ -35,7 +35,7 @@ async function bundle(entry) {
   return result.outputFiles[0].text;
 }
 
-// A script element ends at the first "</script"; esbuild escapes those of its strings.
+// A script element ends at the first "</script"; esbuild escapes it in strings.
 function checked(script, name) {
   if (/<\/script|<!--/i.test(script)) throw new Error(`${name} would end its element`);
   return script;
@@ -51,7 +51,7 @@ const [template, css, wasm, page, worker] = await Promise.all([
 
 const packed = gzipSync(wasm, { level: 9 });  // a third of its size; the worker unpacks it
 
-// No source is named but what is inline: no connection, image, font, frame, form target or base.
+// Only what is inline is allowed: no connection, image, font, frame, form target or base.
 const policy = [
   "default-src 'none'",
   `script-src ${hash(page)} 'wasm-unsafe-eval'`,

@@ -2,8 +2,8 @@
 //
 // node make-har.mjs FOLDER: archives (HAR) as recorders write them, of a page in Chromium that posts samples as AMF to
 // a local server and is answered with samples. script/make-har calls it.
-//   recorder.har   the browser's recorder of the driver (recordHar)
-//   protocol.har   made of what the DevTools protocol hands out, as the network panel exports it
+//   recorder.har   recorded by the browser driver (recordHar)
+//   protocol.har   made from the events of the DevTools protocol, as the network panel exports it
 import { readFileSync, writeFileSync } from "node:fs";
 import http from "node:http";
 import path from "node:path";
@@ -53,7 +53,7 @@ async function withRecorder(browser, file) {
   await context.close();
 }
 
-// The panel asks for each body by these two calls and writes down what it is given.
+// The network panel requests each body by these two calls, and saves the answers.
 async function withProtocol(browser, file) {
   const context = await browser.newContext();
   const page = await context.newPage();

@@ -2,7 +2,7 @@
 //
 // The page: what is open, and which part of the page shows what of it. Enter at start().
 // Tested by test/page.test.mjs.
-import { toHex, words } from "./bytes.js";
+import { toHex, pluralize } from "./bytes.js";
 import { CompareView } from "./compare_view.js";
 import { Document, documentOf } from "./document.js";
 import { Editor } from "./editor.js";
@@ -28,7 +28,7 @@ class App {
   constructor(work) {
     this.work = work;
     this.current = null;  // the packet that is shown: { packet, bytes, doc, form, links, options }
-    this.turn = 0;        // answers to older questions are dropped
+    this.turn = 0;        // number of the latest request; answers to older ones are ignored
     this.tree = new TreeView($("tree"));
     this.hex = new HexView($("hex"));
     this.list = new PacketList({ section: $("packets"), rows: $("packet-rows"), more: $("more-packets") });
@@ -166,7 +166,7 @@ class App {
     return { as: $("as").value, salvage: $("salvage").checked, external };
   }
 
-  // What an archive calls AMF is a packet: a damaged one may pass for a run of values.
+  // Bodies of archives are read as packets: a damaged one might be read as AMF0 values.
   optionsFor(packet) {
     const { options } = this;
     return packet.source.index !== undefined && options.as === "auto" ? { ...options, as: "packet" } : options;
@@ -186,7 +186,7 @@ class App {
     if (this.current) this.showPacket(this.current.packet);
   }
 
-  // As it was opened, without the changes of the editor.
+  // Shows the packet as it was opened, without the changes of the editor.
   async showPacket(packet) {
     this.fail(null);
     this.current = { packet, bytes: packet.bytes, doc: null, form: "", links: null, error: null };
@@ -194,7 +194,7 @@ class App {
     await this.read(packet.bytes, true);
   }
 
-  // Reads bytes and shows what they are. `isNew`: the editor gets their text, too.
+  // Reads bytes and shows the result. With `isNew` the editor shows their text, too.
   async read(bytes, isNew) {
     const turn = this.turn += 1;
     const { current } = this;
@@ -208,7 +208,7 @@ class App {
       this.hex.show(bytes);
       if (isNew) this.editor.show(doc, 0, answer.form !== "flv");
       $("tree").hidden = false;
-      this.tell(answer.warnings);
+      this.showSummary(answer.warnings);
     } catch (error) {
       if (turn !== this.turn) return;
       if (error instanceof Stopped) return this.fail(error);
@@ -218,7 +218,7 @@ class App {
     await this.describe(turn, bytes, options);
   }
 
-  // Bytes that are not read have a hex view alone.
+  // Bytes that cannot be read are shown in the hex view only.
   refused(bytes, error) {
     Object.assign(this.current, { bytes, doc: null, links: null, error });
     const offset = error.offset ?? -1;
@@ -251,17 +251,17 @@ class App {
       if (turn !== this.turn) return;
       this.current.links = links;
       if (this.current.doc) this.nodeSelected(this.tree.node);
-      else if (this.current.error?.offset !== undefined) this.tellByte(this.current.error.offset);
+      else if (this.current.error?.offset !== undefined) this.describeByte(this.current.error.offset);
     } catch (error) {
       if (turn === this.turn) $("place").textContent = `Bytes and values are not linked: ${error.message}`;
     }
   }
 
-  tell(warnings) {
+  showSummary(warnings) {
     const { packet } = this.current;
     $("what").textContent = headline(this.current.form, this.current.doc);
     $("notes").replaceChildren(...[...packet.notes, ...warnings].map(listItem));
-    const what = `${packet.name}: ${words(this.current.doc.count, "value")} in ${words(this.current.bytes.length, "byte")}.`;
+    const what = `${packet.name}: ${pluralize(this.current.doc.count, "value")} in ${pluralize(this.current.bytes.length, "byte")}.`;
     if (packet.source.index === undefined) $("status").textContent = what;
   }
 
@@ -279,7 +279,7 @@ class App {
     if (start < 0 || node === 0) return this.hex.mark(0, 0);
     const end = links.nodeEnd[node];
     this.hex.mark(start, end);
-    $("place").textContent += `: bytes ${start.toString(16)} to ${(end - 1).toString(16)}, ${words(end - start, "byte")}`;
+    $("place").textContent += `: bytes ${start.toString(16)} to ${(end - 1).toString(16)}, ${pluralize(end - start, "byte")}`;
   }
 
   byteSelected(offset) {
@@ -290,10 +290,10 @@ class App {
       this.hex.mark(start, start + links.fieldLength[field], offset);
       if (doc && links.fieldNode[field] >= 0) this.tree.selectNode(links.fieldNode[field], false);
     }
-    this.tellByte(offset);
+    this.describeByte(offset);
   }
 
-  tellByte(offset) {
+  describeByte(offset) {
     const { bytes, links, doc } = this.current;
     const field = links ? fieldAt(links, offset) : -1;
     const byte = offset < bytes.length ? toHex(bytes.subarray(offset, offset + 1)) : "the end";
@@ -428,7 +428,7 @@ function listItem(text) {
 const formNames = { packet: "Packet", amf0: "AMF0 values", amf3: "AMF3 values", sol: "Shared object", flv: "FLV" };
 const mostTargets = 5;
 
-// "Packet, version 0, one message: save": what a document is, and whom it calls.
+// "Packet, version 0, one message: save": the kind of a document, and the targets of its messages.
 function headline(form, doc) {
   if (form !== "packet") return `${formNames[form]}.`;
   const messages = doc.children(doc.member(0, "messages"));
@@ -437,7 +437,7 @@ function headline(form, doc) {
   const more = messages.length > mostTargets ? ", …" : "";
   const calls = messages.length > 0 ? `: ${targets.join(", ")}${more}` : "";
   const headers = doc.children(doc.member(0, "headers")).length;
-  return `Packet, version ${doc.source(doc.member(0, "amf"))}, ${words(headers, "header")}, ${words(messages.length, "message")}${calls}`;
+  return `Packet, version ${doc.source(doc.member(0, "amf"))}, ${pluralize(headers, "header")}, ${pluralize(messages.length, "message")}${calls}`;
 }
 
 function harNotes(entry) {

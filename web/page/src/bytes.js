@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Bytes and their spellings: base64, hexadecimal, text. Tested by test/parse_input.test.mjs.
+// Converts bytes to base64, hexadecimal and text, and back. Tested by test/parse_input.test.mjs.
 
 const hexDigits = Array.from({ length: 256 }, (_, byte) => byte.toString(16).padStart(2, "0"));
 
@@ -42,7 +42,7 @@ export function fromLatin1(text) {
 
 export const utf8 = (text) => new TextEncoder().encode(text);
 
-// EF BF BD, U+FFFD: what text decoders write for bytes that are not UTF-8. What those were is lost.
+// Counts EF BF BD (U+FFFD), which text decoders write in place of bytes that are not UTF-8.
 export function countReplaced(bytes) {
   let count = 0;
   for (let at = bytes.indexOf(0xef); at >= 0; at = bytes.indexOf(0xef, at + 1)) {
@@ -51,6 +51,6 @@ export function countReplaced(bytes) {
   return count;
 }
 
-export function words(count, noun) {
+export function pluralize(count, noun) {
   return `${count.toLocaleString("en")} ${noun}${count === 1 ? "" : "s"}`;
 }

@@ -2,7 +2,7 @@
 //
 // Two packets side by side, row by row: what is changed, added, removed. Enter at the class.
 // Tested by test/page.test.mjs.
-import { words } from "./bytes.js";
+import { pluralize } from "./bytes.js";
 import { states } from "./diff.js";
 import { Document } from "./document.js";
 import { VirtualList } from "./virtual_list.js";
@@ -30,7 +30,7 @@ export class CompareView {
     this.left = new Document(answer.left.json, answer.left.tree);
     this.right = new Document(answer.right.json, answer.right.tree);
     const { differences, isCut } = answer.rows;
-    const text = differences === 0 ? "No differences: both documents are the same." : `${words(differences, "difference")}.`;
+    const text = differences === 0 ? "No differences: both documents are the same." : `${pluralize(differences, "difference")}.`;
     this.state.textContent = isCut ? `${text} Only the first rows are shown.` : text;
     this.state.classList.remove("bad");
     this.filter();

@@ -59,7 +59,7 @@ class Differ {
     for (const other of others.values()) this.row(-1, other, states.added, level);
   }
 
-  // Equal elements at both ends and in between stay beside one another; what is left between them is paired in order.
+  // Equal elements at both ends and in between share a row. The elements between those are paired in order.
   compareElements(left, right, level) {
     let begin = 0;
     let leftEnd = left.length;
@@ -90,7 +90,7 @@ class Differ {
     for (const node of right.subarray(both)) this.row(-1, node, states.added, level);
   }
 
-  // Pairs of indexes of equal elements, as many as possible in order; none where that takes too long.
+  // Pairs of indexes of equal elements, as many as possible in order; none if the lists are too long.
   align(left, right) {
     if (left.length * right.length === 0 || left.length * right.length > mostPairs) return [];
     const numbers = new Map();
@@ -116,7 +116,7 @@ class Differ {
   }
 }
 
-// Rows as flat arrays (left and right: nodes or -1) and the number of differences, also of rows beyond `mostRows`.
+// Rows as flat arrays (left and right: nodes or -1) and the number of differences, including those after `mostRows` rows.
 export function diffDocuments(left, right, mostRows = 200_000) {
   const differ = new Differ(left, right, mostRows);
   differ.compare(0, 0, 0);

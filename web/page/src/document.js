@@ -23,7 +23,7 @@ export function documentOf(text) {
   return new Document(bytes, scanJson(bytes));
 }
 
-// What a worker hands over without a copy.
+// The buffers that a worker transfers without a copy.
 export function buffersOf(doc) {
   return [doc.bytes.buffer, ...Object.keys(arrays).map((name) => doc.tree[name].buffer)];
 }
@@ -71,12 +71,12 @@ export class Document {
     return JSON.parse(this.slice(at, this.keyEnd(node)));
   }
 
-  // Behind the closing quote of the name.
+  // The offset after the closing quote of the name.
   keyEnd(node) {
     return this.bytes.lastIndexOf(quote, this.tree.start[node] - 1) + 1;
   }
 
-  // Where the node begins, with its name.
+  // The offset where the node begins, including its name.
   begin(node) {
     return this.tree.key[node] < 0 ? this.tree.start[node] : this.tree.key[node];
   }
@@ -93,8 +93,8 @@ export class Document {
   scalar(node, limit = Infinity) {
     const isWhole = this.tree.end[node] - this.tree.start[node] <= limit;
     if (this.tree.kind[node] !== kinds.string || isWhole) return JSON.parse(this.source(node));
-    const source = this.source(node, limit).replace(/\ufffd$/, "");  // half a character
-    const [safe] = /^"(?:[^"\\]|\\u[0-9a-fA-F]{4}|\\[^u])*/.exec(source);  // no half escapes
+    const source = this.source(node, limit).replace(/\ufffd$/, "");  // a cut character
+    const [safe] = /^"(?:[^"\\]|\\u[0-9a-fA-F]{4}|\\[^u])*/.exec(source);  // no cut escape
     return JSON.parse(`${safe}"`) + "…";
   }
 
@@ -114,13 +114,13 @@ export class Document {
     return !this.isContainer(node) || this.tree.children[node] === 0 || leafKeys.has(this.kindKey(node));
   }
 
-  // {"$amf3":V} is shown as V: what is called `node` has the content of the inner one.
+  // The node to show in place of `node`: {"$amf3":V} is shown as V.
   shown(node) {
     if (this.tree.kind[node] !== kinds.object || this.tree.children[node] !== 1) return node;
     return this.key(node + 1) === "$amf3" ? node + 1 : node;
   }
 
-  // What a node says besides its name: { kind, text }. `kind` names its colour, too.
+  // The value of a node as a short text: { kind, text }. `kind` is also the name of its colour.
   preview(node) {
     const inner = this.shown(node);
     const prefix = inner === node ? "" : "AMF3 ";

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The JSON as text that can be changed: line numbers, problems at their line. Of a long document one value is shown.
+// The JSON as text to edit, with line numbers and a mark at the line of a problem. Of a long document it shows one value.
 // Enter at the class. Tested by test/page.test.mjs.
 
 const mostCharacters = 128 << 10;
@@ -8,8 +8,8 @@ const lineHeight = 20;
 const pauseMs = 250;
 
 export class Editor extends EventTarget {
-  // Dispatches "edit" with { text, json, start, end } some time after the last key: the text stands for these bytes
-  // of the document `json`.
+  // Dispatches "edit" with { text, json, start, end } in a pause after the last key: `text` replaces
+  // the bytes from `start` to `end` of the document `json`.
   constructor({ text, lines, state, scope, goTo }) {
     super();
     Object.assign(this, { text, lines, state, scope, goTo });
@@ -63,7 +63,7 @@ export class Editor extends EventTarget {
     this.number();
   }
 
-  // Lines and columns count in the whole text.
+  // The place in the text that is shown, from the place in the whole document.
   placeHere({ line, column }) {
     if (!line) return null;
     const { lines, characters } = extent(this.part.json.subarray(0, this.part.start));
@@ -102,12 +102,12 @@ export class Editor extends EventTarget {
   }
 }
 
-// Long documents come without indentation. Their numbers are written as JavaScript writes them: nothing is lost.
+// Long documents have no indentation. export writes numbers as JavaScript does, so this changes none.
 function indented(text) {
   return text.includes("\n") ? text : JSON.stringify(JSON.parse(text), null, 2);
 }
 
-// Line ends in UTF-8, and characters behind the last one.
+// Counts the line feeds of UTF-8 text, and the characters after the last one.
 function extent(bytes) {
   let lines = 0;
   for (let at = bytes.indexOf(10); at >= 0; at = bytes.indexOf(10, at + 1)) lines += 1;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The bytes of a packet in rows of 16, or 8 where it is narrow: a cursor, a marked range, a refused byte.
+// The bytes of a packet in rows of 16, or 8 in a narrow window: a cursor, a marked range, a refused byte.
 // Enter at the class. Tested by test/page.test.mjs.
 import { hexByte } from "./bytes.js";
 import { VirtualList } from "./virtual_list.js";

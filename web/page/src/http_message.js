@@ -13,7 +13,7 @@ export function beginsHttp(bytes) {
   return firstLine.test(latin1(bytes.subarray(0, 2048)));
 }
 
-// { start, fields: Map of lower-case names, body }. Interim answers (1xx) in front are passed over.
+// { start, fields: Map of lower-case names, body }. Interim responses (1xx) before it are skipped.
 // Throws Error where the head has no end.
 export function splitHttp(bytes) {
   const text = latin1(bytes.subarray(0, mostHeadBytes));
@@ -30,7 +30,7 @@ export function splitHttp(bytes) {
   return { start, fields, body };
 }
 
-// The content of chunks, or null: curl takes chunks off and leaves the field.
+// The content of a chunked body. Null if it is not chunked: curl removes the chunks and keeps the header field.
 export function fromChunks(bytes) {
   const parts = [];
   for (let at = 0; ;) {
@@ -58,7 +58,7 @@ export function concat(parts) {
   return all;
 }
 
-// gzip, deflate and zlib under a bound: a bomb is refused before it takes memory.
+// Decompresses gzip, or zlib (called "deflate" here), to at most `most` bytes.
 export async function inflate(bytes, format, most = mostBodyBytes) {
   const stream = new Blob([bytes]).stream().pipeThrough(new DecompressionStream(format));
   const reader = stream.getReader();
@@ -81,7 +81,7 @@ export async function inflate(bytes, format, most = mostBodyBytes) {
   }
 }
 
-// The body, with its chunks and content codings taken off, where they are still there.
+// The body without chunks and content codings, which tools may have removed already.
 export async function parseHttp(bytes) {
   const { start, fields, body } = splitHttp(bytes);
   const length = Number(fields.get("content-length") ?? NaN);

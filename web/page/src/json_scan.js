@@ -2,7 +2,7 @@
 //
 // A JSON text (its UTF-8 bytes) as flat arrays: one entry a value, in the order of the text. A million values take
 // 30 MB and no objects, and go from worker to page without a copy.
-// Enter at scanJson(). Tested by test/json_scan.test.mjs.
+// Enter at scanJson(). Tested by test/document.test.mjs.
 //
 //     {"a":[1,2]}    node  0 object   1 array "a"   2 number   3 number
 //                    size  4          3             1          1          (with all nodes below)
@@ -38,7 +38,7 @@ function grow(tree, capacity) {
   }
 }
 
-// Offset behind the string whose opening quote is at `at`.
+// The offset after the string whose opening quote is at `at`.
 function skipString(bytes, at) {
   for (let end = bytes.indexOf(quote, at + 1); end >= 0; end = bytes.indexOf(quote, end + 1)) {
     let slashes = 0;

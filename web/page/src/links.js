@@ -79,7 +79,7 @@ export function linkFields(doc, fields) {
   return links;
 }
 
-// Texts one behind the other, in UTF-8.
+// Concatenated texts in UTF-8.
 class Texts {
   constructor() {
     this.encoder = new TextEncoder();

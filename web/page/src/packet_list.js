@@ -2,7 +2,7 @@
 //
 // The packets that were opened, as a table: files, pastes, the entries of archives. Enter at the class.
 // Tested by test/page.test.mjs.
-import { words } from "./bytes.js";
+import { pluralize } from "./bytes.js";
 
 const pageSize = 200;
 
@@ -57,17 +57,17 @@ export class PacketList extends EventTarget {
     const { direction = "", time = "" } = packet.source;
     const state = cell(packet.lost || "whole");
     if (packet.lost) state.className = "lost";
-    row.append(head, cell(direction), cell(time.replace("T", " ").slice(0, 23)), cell(words(packet.bytes.length, "byte")), state);
+    row.append(head, cell(direction), cell(time.replace("T", " ").slice(0, 23)), cell(pluralize(packet.bytes.length, "byte")), state);
     return row;
   }
 }
 
 // What the recorder did to a body of an archive; empty: it is whole.
 export function lossOf({ replaced, surrogates, missing }) {
-  if (missing > 0) return `not in the archive: ${words(missing, "byte")}`;
+  if (missing > 0) return `not in the archive: ${pluralize(missing, "byte")}`;
   const lost = [];
-  if (replaced > 0) lost.push(`EF BF BD ${words(replaced, "time")}`);
-  if (surrogates > 0) lost.push(`half a surrogate pair ${words(surrogates, "time")}`);
+  if (replaced > 0) lost.push(`EF BF BD ${pluralize(replaced, "time")}`);
+  if (surrogates > 0) lost.push(`half a surrogate pair ${pluralize(surrogates, "time")}`);
   return lost.length > 0 ? `destroyed by the recorder: ${lost.join(", ")}` : "";
 }
 

@@ -18,10 +18,10 @@ export async function parseInput(bytes, isRead) {
   let source = {};
   let content = bytes;
   for (;;) {
-    const text = typedText(content);
+    const text = plainTextOf(content);
     if (text !== null && looksLikeHar(text)) return { kind: "har", entries: await decompressed(readHar(text, isRead)) };
     if (text !== null && looksLikeDocument(text)) return { kind: "document", text };
-    const inner = await takeOff(content, text);
+    const inner = await unwrapOnce(content, text);
     if (!inner) break;
     if (wrappers.length === mostWrappers) throw new Error("more than 8 wrappers");
     wrappers.push(inner.name);
@@ -30,7 +30,7 @@ export async function parseInput(bytes, isRead) {
     content = inner.bytes;
   }
   if (content.length === 0) throw new Error("There are no bytes in it.");
-  if (typedText(content) !== null && wrappers.length === 0) {
+  if (plainTextOf(content) !== null && wrappers.length === 0) {
     throw new Error("This is text, but neither hexadecimal nor base64, an HTTP message, an archive or a document.");
   }
   const replaced = countReplaced(content);
@@ -40,13 +40,13 @@ export async function parseInput(bytes, isRead) {
   return { kind: "bytes", bytes: content, wrappers, notes, source };
 }
 
-// A paste is text: characters up to U+00FF may be bytes of a binary body, others make it UTF-8.
+// A paste is text. An HTTP message without characters above U+00FF is read as one byte a character, other pastes as UTF-8.
 export function bytesOfPaste(text) {
   return /^HTTP\//.test(text) ? fromLatin1(text) ?? utf8(text) : utf8(text);
 }
 
-// Text that somebody can have typed, or null.
-function typedText(bytes) {
+// The bytes as text, if they are UTF-8 without control characters; else null.
+function plainTextOf(bytes) {
   if (bytes.length === 0 || bytes.subarray(0, 4096).some((byte) => byte < 32 && (byte < 9 || byte > 13))) return null;
   try {
     return new TextDecoder("utf-8", { fatal: true }).decode(bytes);
@@ -59,7 +59,7 @@ function looksLikeDocument(text) {
   return /^\s*\{/.test(text) && /"(amf|amf0|amf3|sol|flv)"\s*:/.test(text);
 }
 
-// What the first bytes say: the name of the wrapper and the word of DecompressionStream; null for other bytes.
+// The compression, by the first bytes: the name of the wrapper, and the format for DecompressionStream. Null: none.
 function compressionOf(bytes) {
   if (bytes[0] === 0x1f && bytes[1] === 0x8b) return { name: "gzip", format: "gzip" };
   return bytes[0] === 0x78 && (0x7800 + bytes[1]) % 31 === 0 ? { name: "zlib", format: "deflate" } : null;
@@ -79,7 +79,8 @@ async function decompressed(entries) {
   return result;
 }
 
-async function takeOff(bytes, text) {
+// Removes the outermost wrapper; null if there is none.
+async function unwrapOnce(bytes, text) {
   const compression = text === null ? compressionOf(bytes) : null;
   if (compression) return { name: compression.name, bytes: await inflate(bytes, compression.format) };
   if (beginsHttp(bytes)) {
@@ -112,7 +113,7 @@ export function fromHexText(text) {
   return Uint8Array.from({ length: all.length / 2 }, (_, i) => parseInt(all.slice(2 * i, 2 * i + 2), 16));
 }
 
-// Offsets stand in front: the first is 0 with a colon or two blanks behind it, or the second is that of byte 16.
+// Whether the lines begin with offsets: the first is 0 and followed by a colon or two blanks, or the second is 16.
 function isDump(lines) {
   if (!lines.every((line) => /^\s*[0-9a-fA-F]{6,16}(:?\s|:?$)/.test(line))) return false;
   return /^\s*0{6,16}(:|\s\s)/.test(lines[0]) || (lines.length > 1 && /^\s*0+ /.test(lines[0]) && /^\s*0+[12]0 /.test(lines[1]));

@@ -5,7 +5,7 @@
 
 const step = /\[(\d+)\]|\[("(?:[^"\\]|\\.)*")\]|\.?([A-Za-z_$][\w$]*)/y;
 
-// The steps behind `from`: numbers are indexes, strings are names. Null: this is no path.
+// The steps after `from`: numbers are indexes, strings are names. Null: this is no path.
 export function stepsOf(path, from = 0) {
   const steps = [];
   step.lastIndex = from;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Looks for a text in the names and values of a document, a slice at a time, so that the page never stands still.
-// Enter at the class. Tested by test/search.test.mjs.
+// Looks for a text in the names and values of a document, a slice at a time, so that the page stays responsive.
+// Enter at the class. Tested by test/tree_rows.test.mjs.
 import { kinds } from "./json_scan.js";
 
 const sliceLength = 1 << 20;
@@ -15,7 +15,7 @@ export class Search {
     this.overlap = escaped.length * 3;
   }
 
-  // The next node behind (or with `isBack` in front of) `from`, around the end; -1: there is none.
+  // The next node after `from`, or before it with `isBack`; the search wraps around. -1: there is none.
   // `pause` is awaited between two slices.
   async next(from, isBack, pause) {
     if (this.isEmpty) return -1;
@@ -50,11 +50,11 @@ export class Search {
     return -1;
   }
 
-  // Nodes of the matches that begin in a slice. Punctuation of the JSON is no match. Slices begin and end at borders
-  // of characters; offsets count bytes.
+  // Nodes of the matches that begin in a slice. Punctuation of the JSON is no match. Slices begin and end
+  // between characters; offsets count bytes.
   * inSlice(begin, sliceEnd, end) {
-    const from = this.border(begin);
-    const slice = this.doc.slice(from, this.border(Math.min(end, sliceEnd + this.overlap)));
+    const from = this.characterStart(begin);
+    const slice = this.doc.slice(from, this.characterStart(Math.min(end, sliceEnd + this.overlap)));
     const encoder = new TextEncoder();
     let at = from;
     let counted = 0;
@@ -69,7 +69,8 @@ export class Search {
     }
   }
 
-  border(offset) {
+  // The offset of the first character that begins at or after `offset`.
+  characterStart(offset) {
     let at = offset;
     while (at < this.doc.bytes.length && (this.doc.bytes[at] & 0xc0) === 0x80) at += 1;
     return at;

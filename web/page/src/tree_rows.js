@@ -59,7 +59,7 @@ export class TreeRows {
     this.rows = [...this.rows.slice(0, index + 1), ...added, ...this.rows.slice(index + 1)];
   }
 
-  // Those below, and what was open below them.
+  // Adds the rows below a row, and the rows below those that are open.
   collect(row, added) {
     const waiting = this.below(row).reverse();
     while (waiting.length > 0) {
@@ -99,7 +99,7 @@ export class TreeRows {
     this.expand(0);
   }
 
-  // Opens what is above a node; returns its row, or that of the value that it is a part of.
+  // Opens the ancestors of a node. Returns the index of its row, or of the row of the value that it is a part of.
   reveal(node) {
     const { doc } = this;
     const chain = [];

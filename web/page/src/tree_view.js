@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The tree of a document: rows on the screen, keys, selection. Packets only ever become textContent.
+// The tree of a document: rows on the screen, keys, selection. Text of packets is only set as textContent.
 // Enter at the class. Tested by test/page.test.mjs.
 import { TreeRows } from "./tree_rows.js";
 import { VirtualList } from "./virtual_list.js";
@@ -29,7 +29,7 @@ export class TreeView extends EventTarget {
     this.selectNode(selectedNode, false);
   }
 
-  // Messages and their values are what people come for: the first ones are open.
+  // The first messages and their values are open from the start.
   openSections() {
     for (let depth = 0; depth < 4; depth += 1) {
       for (let index = Math.min(this.rows.count, 40) - 1; index >= 0; index -= 1) {
@@ -73,18 +73,18 @@ export class TreeView extends EventTarget {
     return this.doc.tree.parent[node] < 0 ? "document" : `[${this.doc.tree.index[node]}]`;
   }
 
-  select(index, isOwn = true) {
+  select(index, notifies = true) {
     this.selected = Math.max(0, Math.min(index, this.rows.count - 1));
     this.list.show(this.selected);
     this.element.setAttribute("aria-activedescendant", `row-${this.selected}`);
-    if (isOwn) this.dispatchEvent(new CustomEvent("select", { detail: { node: this.node } }));
+    if (notifies) this.dispatchEvent(new CustomEvent("select", { detail: { node: this.node } }));
   }
 
-  // `isOwn`: the selection was made here, and others are to follow it.
-  selectNode(node, isOwn) {
+  // With `notifies` the event "select" is dispatched.
+  selectNode(node, notifies) {
     const index = this.rows.reveal(node);
     this.refresh();
-    this.select(index, isOwn);
+    this.select(index, notifies);
   }
 
   toggle(index, wanted = !this.rows.isOpen(this.rows.rows[index])) {

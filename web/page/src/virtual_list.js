@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A list of rows of one height, of which only those in sight exist. Enter at the class.
+// A list of rows of one height; only the visible rows have elements. Enter at the class.
 // Tested by test/page.test.mjs.
 
 // Browsers cut elements above some 33 million pixels: longer lists scroll in a smaller scale.
@@ -13,7 +13,6 @@ export class VirtualList {
     this.rowHeight = rowHeight;
     this.render = render;
     this.count = 0;
-    this.first = 0;
     this.canvas = document.createElement("div");
     this.canvas.className = "canvas";
     this.canvas.setAttribute("role", role ?? "presentation");
@@ -56,7 +55,6 @@ export class VirtualList {
       rows.push(row);
     }
     this.canvas.replaceChildren(...rows);
-    this.first = first;
   }
 
   // Scrolls as far as needed to have a row in sight.

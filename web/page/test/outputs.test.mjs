@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Bytes as texts. Exercises src/outputs.js: the commands run in a shell, with a curl that writes down its arguments.
+// Bytes as texts. Exercises src/outputs.js: the commands run in a shell, with a fake curl that saves its arguments.
 import assert from "node:assert/strict";
 import { execFileSync } from "node:child_process";
 import { test } from "node:test";

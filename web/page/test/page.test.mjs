@@ -14,7 +14,7 @@ let browser;
 before(async () => { browser = await launch(); });
 after(() => browser.close());
 
-// A test with a page of its own; at its end no script has failed and nothing was asked for.
+// A test with a page of its own; at its end no script has failed and no request was sent.
 function inPage(name, run, options = {}) {
   test(name, { timeout: 60_000 }, async () => {
     const page = await openPage(browser, options);

@@ -108,7 +108,7 @@ export async function openPage(browser, options = {}) {
   return page;
 }
 
-// The files as a mouse carries them.
+// The files as the data of a drag and drop.
 export function carried(page, ...files) {
   const list = files.map(({ name, bytes }) => ({ name, base64: Buffer.from(bytes).toString("base64") }));
   return page.evaluateHandle((items) => {
@@ -160,7 +160,7 @@ export async function treeText(page) {
   return page.$$eval("#tree [role=treeitem]", (rows) => rows.map((row) => row.textContent.replace(/^[▾▸]/, "")));
 }
 
-// The row whose text begins so.
+// The first row that has this text.
 export function treeRow(page, start) {
   return page.locator("#tree [role=treeitem]", { hasText: start }).first();
 }

@@ -8,7 +8,7 @@ import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { test } from "node:test";
 import { pathToFileURL } from "node:url";
-import { gzipSync } from "node:zlib";
+import { deflateSync, gzipSync } from "node:zlib";
 import { api, binary, bytesOf, hex, packetFiles, run, sources, wasm, web } from "./support.mjs";
 
 const start = (...args) => {
@@ -53,6 +53,48 @@ test("bin: export and import", () => {
   assert.equal(start().status, 2);
   assert.equal(start("--nothing").status, 2);
   assert.match(start("--version").stdout, /^amf2json \d+\.\d+\.\d+\n$/);
+});
+
+// The program's problem as bin.js prints it, without the offset of wrappers.
+const saidOf = (file, { message, offset, status, hint }) =>
+  `${file}:${/wrapper|too large/.test(status) ? "" : `${offset}:`} ${message}\n${hint ? `    ${hint}\n` : ""}`;
+
+test("bin: gzip and zlib, as the program reads them", () => {
+  const folder = mkdtempSync(join(tmpdir(), "amf2json-"));
+  const packet = new Uint8Array([0, 0, 0, 0, 0, 1, 0, 1, 0x74, 0, 1, 0x72, 0xff, 0xff, 0xff, 0xff, 5]);
+  const gzip = gzipSync(packet);
+  const damaged = Uint8Array.from(gzip, (byte, at) => (at === gzip.length - 8 ? byte ^ 1 : byte));
+  let nine = packet;
+  for (let i = 0; i < 9; ++i) nine = gzipSync(nine);
+  const rows = [
+    ["plain", packet], ["gzip", gzip], ["zlib", deflateSync(packet)], ["both", gzipSync(deflateSync(packet))],
+    ["padded", Buffer.concat([gzip, Buffer.alloc(9)])],
+    ["two parts", Buffer.concat([gzipSync(packet.subarray(0, 3)), gzipSync(packet.subarray(3))])],
+    ["cut", gzip.subarray(0, 20)], ["damaged", damaged], ["behind", Buffer.concat([deflateSync(packet), Buffer.from("more")])],
+   
+    ["behind gzip", Buffer.concat([gzip, Buffer.from("more")])], ["nine", nine], ["refused inside", deflateSync(gzipSync(packet.subarray(0, 10)))],
+  ];
+  try {
+    for (const [name, bytes] of rows) {
+      const file = join(folder, name);
+      writeFileSync(file, bytes);
+      for (const flags of [[], ["--unwrap"]]) {
+        const expected = run("export", "--as", "packet", ...flags, file);
+        const found = start("--as", "packet", ...flags, file);
+        assert.equal(found.stdout, expected.stdout.toString(), name);
+        assert.equal(found.status === 0, expected.status === 0, name);
+        if (expected.status !== 0) assert.equal(found.stderr, saidOf(file, expected.problems[0]), name);
+      }
+    }
+    const bomb = join(folder, "bomb");
+    writeFileSync(bomb, gzipSync(Buffer.alloc((64 << 20) + 1)));
+    assert.deepEqual(start("--unwrap", bomb), {
+      status: 1, stdout: "", stderr: `${bomb}: packet too large: gzip of more than 67108864 bytes\n`,
+    });
+    assert.match(run("export", "--unwrap", bomb).problems[0].message, /^packet too large: gzip of more than .* 67108864$/);
+  } finally {
+    rmSync(folder, { recursive: true });
+  }
 });
 
 test("browser.js fetches the file beside it", async () => {

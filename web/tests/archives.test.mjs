@@ -8,7 +8,7 @@ import { readFileSync } from "node:fs";
 import { join } from "node:path";
 import { test } from "node:test";
 import { gzipSync } from "node:zlib";
-import { readHar } from "../page/src/har.js";
+import { problemOf, readHar } from "../page/src/har.js";
 import { api, program, sources } from "./support.mjs";
 
 const call = Buffer.from("00000000000100017400017200000009" + "004045400000000000", "hex");
@@ -51,6 +51,10 @@ const archives = {
   "not recorded": archiveOf(answered({ size: 1234 }), {
     request: { bodySize: 7, headers: [{ name: "content-type", value: "application/x-amf" }] },
   }),
+  "not base64": archiveOf(
+    ...["!", "AAMA!", "AAMAA", "AA=A", "AAM=A===", "AAM=A", "AA=", " ", "A\u00e9", "\ufffd!", "data:x;base64,!", "data:x,AAMA"]
+      .map((text) => answered({ ...call64, text })),
+    answered({ ...call64, text: call.toString("base64url") }), answered({ ...call64, text: call.toString("latin1") })),
   "refused and left over": archiveOf(
     answered({ ...call64, text: "AAMAAAABAAF0" }), answered({ ...call64, text: "AAAAAAAAAQ==" }), answered(call64),
     answered({ ...call64, text: gzipSync(call).toString("base64") })),
@@ -79,9 +83,10 @@ function exported(bytes) {
 
 // What the program writes for a body, from what the page reads.
 function expectedOf(entry) {
-  const { index, direction, method, url, status, time, bytes, replaced, surrogates, missing } = entry;
+  const { index, direction, method, url, status, time, bytes, isBadBase64, replaced, surrogates, missing } = entry;
   const source = { index, direction, method, url, status, time };
   if (missing > 0) return { source, bytes: missing };
+  if (replaced + surrogates === 0 && isBadBase64) return { source, error: problemOf(entry), bytes: bytes.length };
   if (replaced + surrogates === 0) return { source, ...exported(bytes) };
   return { source, bytes: bytes.length, ...(replaced > 0 && { replaced }), ...(surrogates > 0 && { surrogates }) };
 }

@@ -6,10 +6,11 @@ import { toHex, pluralize } from "./bytes.js";
 import { CompareView } from "./compare_view.js";
 import { Document, documentOf } from "./document.js";
 import { Editor } from "./editor.js";
+import { lossOf, problemOf } from "./har.js";
 import { HexView } from "./hex_view.js";
 import { fieldAt, meaningOf } from "./links.js";
 import { comparison, download, outputText } from "./outputs.js";
-import { PacketList, lossOf } from "./packet_list.js";
+import { PacketList } from "./packet_list.js";
 import { bytesOfPaste } from "./parse_input.js";
 import { Search } from "./search.js";
 import { Tabs } from "./tabs.js";
@@ -145,10 +146,10 @@ class App {
   async packetsOf(input, name) {
     if (input.kind === "har") {
       return input.entries.map((entry) => ({
-        name: entry.url || name, bytes: entry.bytes, source: entry, notes: harNotes(entry), lost: lossOf(entry),
+        name: entry.url || name, bytes: entry.bytes, source: entry, notes: harNotes(entry), problem: problemOf(entry),
       }));
     }
-    const plain = { name, source: {}, notes: [], lost: "" };
+    const plain = { name, source: {}, notes: [], problem: "" };
     if (input.kind === "document") {
       const bytes = await this.work.ask("import", { text: input.text, external: this.options.external });
       return [{ ...plain, bytes }];
@@ -442,13 +443,13 @@ function headline(form, doc) {
 
 function harNotes(entry) {
   const notes = [`${entry.direction} of ${entry.method} ${entry.url}, ${entry.time}`];
-  if (lossOf(entry)) notes.push(`The body is ${lossOf(entry)}.`);
+  if (problemOf(entry)) notes.push(`The body is ${problemOf(entry)}.`);
   if (entry.wrapper) notes.push(`Taken out of: ${entry.wrapper}.`);
   return notes;
 }
 
 function harSummary(name, packets) {
-  const lost = packets.filter((packet) => packet.lost).length;
+  const lost = packets.filter((packet) => lossOf(packet.source)).length;
   const bodies = `${packets.length} AMF ${packets.length === 1 ? "body" : "bodies"}`;
   return `${name}: ${bodies}, ${lost} of them lost to the recorder.`;
 }

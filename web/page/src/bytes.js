@@ -22,10 +22,12 @@ export function toBase64(bytes) {
   return parts.join("");
 }
 
-// Both alphabets, blanks ignored, with or without padding. Null: this is no base64.
+// Both alphabets, with or without padding; blanks and line ends are ignored. Null: this is no base64. The program accepts
+// the same texts (tool/input/base64_text.cpp).
 export function fromBase64(text) {
-  const digits = text.replace(/[\s=]/g, "").replace(/-/g, "+").replace(/_/g, "/");
-  if (digits === "" || /[^A-Za-z0-9+/]/.test(digits) || digits.length % 4 === 1) return null;
+  const whole = text.replace(/[ \t\r\n]/g, "").replace(/-/g, "+").replace(/_/g, "/");
+  const [, digits, padding] = /^([A-Za-z0-9+/]+)(={0,2})$/.exec(whole) ?? [];
+  if (!digits || digits.length % 4 === 1 || (padding && whole.length % 4 !== 0)) return null;
   return fromLatin1(atob(digits));
 }
 

@@ -1,16 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// HTTP archives (HAR), as browsers and proxies save them: which entries carry AMF, and what is left of their bytes.
+// HTTP archives (HAR), as browsers and proxies save them: the bodies that carry AMF, and what is wrong with them.
 // Enter at readHar(). Tested by test/har.test.mjs; web/tests/archives.test.mjs compares it with the program.
-import { countReplaced, fromBase64, fromLatin1, utf8 } from "./bytes.js";
+import { countReplaced, fromBase64, fromLatin1, pluralize, utf8 } from "./bytes.js";
 
 const amfType = /^application\/(x-amf|amf)([; \t]|$)/i;
 const loneSurrogate = /\p{Surrogate}/gu;
 
-// A list of { index, direction, method, url, status, time, bytes, how, replaced, surrogates, missing, isAmf }:
-// how: "base64", "code points" or "text"; replaced: number of U+FFFD, in `bytes` as EF BF BD; surrogates: number of lone
-// ones, likewise; missing: bytes that the archive counts and does not hold. `isRead(bytes)` says whether bytes are a packet to the last one.
-// Throws Error where it is no archive.
+// Returns a list of { index, direction, method, url, status, time, bytes, how, isBadBase64, replaced, surrogates, missing,
+// isAmf }. how: "base64", "code points" or "text". isBadBase64: the archive calls the text base64, but it is not; `bytes`
+// is the text, and no packet. replaced, surrogates: number of U+FFFD and of lone surrogates, each EF BF BD in `bytes`.
+// missing: bytes that the archive counts and does not contain. `isRead(bytes)` returns whether all bytes are a packet.
+// Throws Error if the text is not an archive.
 export function readHar(text, isRead = () => false) {
   const entries = JSON.parse(text)?.log?.entries;
   if (!Array.isArray(entries)) throw new Error("HAR: no log.entries");
@@ -59,33 +60,40 @@ function fieldOf(message, name) {
   return stringOf(fields.find((field) => stringOf(field?.name).toLowerCase() === name)?.value);
 }
 
-// By its type; or a packet's first bytes in something of no type.
+// By its media type; without one, by the first bytes of a packet.
 function isAmf(type, bytes) {
   if (type) return amfType.test(type);
   return bytes.length >= 6 && bytes[0] === 0 && (bytes[1] === 0 || bytes[1] === 3);
 }
 
-// Three ways to hold bytes in JSON: base64; one character a byte; UTF-8 that was decoded, which loses bytes.
+// JSON contains bytes in one of three ways: base64; one character a byte; decoded as UTF-8, which loses bytes.
 function bodyOf(holder, size, isRead) {
   const text = stringOf(holder?.text);
   const missing = text === "" ? size : 0;
-  if (stringOf(holder?.encoding).toLowerCase() === "base64") {
-    const bytes = fromBase64(text.replace(/^data:[^]*?;base64,/, ""));
-    const replaced = bytes && !isRead(bytes) ? countReplacedBody(bytes) : 0;
-    if (bytes) return { bytes, how: "base64", replaced, surrogates: 0, missing };
+  const isCalledBase64 = text !== "" && stringOf(holder?.encoding).toLowerCase() === "base64";
+  const decoded = isCalledBase64 ? fromBase64(text.replace(/^data:[^]*?;base64,/, "")) : null;
+  if (decoded) {
+    const replaced = isRead(decoded) ? 0 : countReplacedBody(decoded);
+    return { bytes: decoded, how: "base64", isBadBase64: false, replaced, surrogates: 0, missing };
   }
+  const body = textBody(text, size, isRead);
+  return { ...body, isBadBase64: isCalledBase64 && !isRead(body.bytes), missing };
+}
+
+// The body of a text that is not base64.
+function textBody(text, size, isRead) {
   const latin1 = fromLatin1(text);
   const bytes = utf8(text);
   const isText = !latin1 || (bytes.length === size || isRead(bytes)) && !(latin1.length === size || isRead(latin1));
-  if (!isText) return { bytes: latin1, how: "code points", replaced: 0, surrogates: 0, missing };
-  // A sender may have written U+FFFD, but not half a character.
+  if (!isText) return { bytes: latin1, how: "code points", replaced: 0, surrogates: 0 };
+  // A sender may have written U+FFFD, but not a lone surrogate.
   const surrogates = text.match(loneSurrogate)?.length ?? 0;
   const replaced = surrogates > 0 || !isRead(bytes) ? countReplaced(bytes) - surrogates : 0;
-  return { bytes, how: "text", replaced, surrogates, missing };
+  return { bytes, how: "text", replaced, surrogates };
 }
 
-// Of bytes that cannot be read. In base64, too, may stand what a recorder had decoded before: then they are UTF-8. Bytes
-// from 80 on that belong to no character prove that nothing was decoded.
+// Counts the U+FFFD of bytes that cannot be read. A recorder may have decoded them as text before it encoded them as
+// base64; then all of them are UTF-8. Other bytes prove that they were not decoded.
 function countReplacedBody(bytes) {
   try {
     new TextDecoder("utf-8", { fatal: true }).decode(bytes);
@@ -93,4 +101,19 @@ function countReplacedBody(bytes) {
     return 0;
   }
   return countReplaced(bytes);
+}
+
+// What the recorder did to a body; empty if it is complete.
+export function lossOf({ replaced, surrogates, missing }) {
+  if (missing > 0) return `not in the archive: ${pluralize(missing, "byte")}`;
+  const lost = [];
+  if (replaced > 0) lost.push(`EF BF BD ${pluralize(replaced, "time")}`);
+  if (surrogates > 0) lost.push(`half a surrogate pair ${pluralize(surrogates, "time")}`);
+  return lost.length > 0 ? `destroyed by the recorder: ${lost.join(", ")}` : "";
+}
+
+// What is wrong with a body, in the words of the program (tool/commands/export_har.cpp); empty if nothing is.
+export function problemOf(body) {
+  const text = body.isBadBase64 ? `not base64, but the archive says so: ${pluralize(body.bytes.length, "byte")}` : "";
+  return lossOf(body) || text;
 }

@@ -24,7 +24,8 @@ export class PacketList extends EventTarget {
     });
   }
 
-  // A packet: { name, bytes, source, notes, lost }; lost: what the recorder did to it, or empty. Returns the index of the first one.
+  // Adds packets, each { name, bytes, source, notes, problem }; problem: what is wrong with it in its archive, or empty.
+  // Returns the index of the first one.
   add(packets) {
     const first = this.packets.length;
     this.packets.push(...packets);
@@ -55,20 +56,11 @@ export class PacketList extends EventTarget {
     button.textContent = packet.name;
     head.append(button);
     const { direction = "", time = "" } = packet.source;
-    const state = cell(packet.lost || "whole");
-    if (packet.lost) state.className = "lost";
+    const state = cell(packet.problem || "whole");
+    if (packet.problem) state.className = "lost";
     row.append(head, cell(direction), cell(time.replace("T", " ").slice(0, 23)), cell(pluralize(packet.bytes.length, "byte")), state);
     return row;
   }
-}
-
-// What the recorder did to a body of an archive; empty: it is whole.
-export function lossOf({ replaced, surrogates, missing }) {
-  if (missing > 0) return `not in the archive: ${pluralize(missing, "byte")}`;
-  const lost = [];
-  if (replaced > 0) lost.push(`EF BF BD ${pluralize(replaced, "time")}`);
-  if (surrogates > 0) lost.push(`half a surrogate pair ${pluralize(surrogates, "time")}`);
-  return lost.length > 0 ? `destroyed by the recorder: ${lost.join(", ")}` : "";
 }
 
 function cell(text) {

@@ -7,7 +7,7 @@ import path from "node:path";
 import { test } from "node:test";
 import { deflateSync, gzipSync } from "node:zlib";
 import { utf8 } from "../src/bytes.js";
-import { looksLikeHar, readHar } from "../src/har.js";
+import { looksLikeHar, lossOf, problemOf, readHar } from "../src/har.js";
 import { parseInput } from "../src/parse_input.js";
 import { project, sample } from "./support.mjs";
 
@@ -35,7 +35,7 @@ test("base64", () => {
   assert.deepEqual(
     { ...entry, bytes: Buffer.from(entry.bytes) },
     { index: 0, direction: "response", method: "POST", url: "https://a.example/gateway", status: 200,
-      time: "2026-01-02T03:04:05.678Z", bytes: packet, how: "base64", replaced: 0, surrogates: 0, missing: 0,
+      time: "2026-01-02T03:04:05.678Z", bytes: packet, how: "base64", isBadBase64: false, replaced: 0, surrogates: 0, missing: 0,
       isAmf: true });
 });
 
@@ -84,6 +84,19 @@ test("numbers out of range are ignored", () => {
   const text = har({ bodySize: 1, postData: { ...amf, text: "x" } }, { status: 2 });
   const [entry] = readHar(text.replace('"bodySize":1', '"bodySize":1e999').replace('"status":2', '"status":-1e999'));
   assert.deepEqual([entry.status, entry.missing, entry.bytes.length], [0, 0, 1]);
+});
+
+test("text that is not base64, though the archive says so", () => {
+  const problem = (text, isRead) => problemOf(readHar(content({ text, encoding: "base64" }), isRead)[0]);
+  for (const text of ["!", "AAMA!", "AAMAA", "AA=A", "AAM=A===", "data:x;base64,!"]) {
+    assert.equal(problem(text), `not base64, but the archive says so: ${text.length} byte${text.length === 1 ? "" : "s"}`, text);
+  }
+  assert.equal(problem("AAM="), "");
+  assert.equal(problem("\u0000\u0003\ufffd", () => true), "");  // a packet, whatever the archive says
+  const [destroyed] = readHar(content({ text: "\ufffd!", encoding: "base64" }));
+  assert.equal(problemOf(destroyed), "destroyed by the recorder: EF BF BD 1 time");
+  const [bad] = readHar(content({ text: "!", encoding: "base64" }));
+  assert.equal(lossOf(bad), "");
 });
 
 test("a body that was not recorded", () => {

@@ -27,10 +27,9 @@ constexpr const char* kDetails =
 
 std::string figures(const Packet& packet) {
   const AMFVerifyResult& checked = packet.checked;
-  return pluralize(checked.headers, "header", "headers") + ", " +
-         pluralize(checked.messages, "message", "messages") + ", " +
-         pluralize(checked.nodes, "node", "nodes") + ", depth " + std::to_string(checked.depth) +
-         ", " + pluralize(checked.treeBytes, "tree byte", "tree bytes") + ", " +
+  return pluralize(checked.headers, "header") + ", " + pluralize(checked.messages, "message") +
+         ", " + pluralize(checked.nodes, "node") + ", depth " + std::to_string(checked.depth) +
+         ", " + pluralize(checked.treeBytes, "tree byte") + ", " +
          pluralize(packet.bytes.size() - checked.consumed, "byte left over", "bytes left over") +
          ", " + pluralize(checked.lengthMismatches, "length that lies", "lengths that lie");
 }

@@ -39,11 +39,12 @@ const std::string& view(AMFProtocol& protocol, const DecodeOptions& options) {
 }
 
 // The largest block that a text of up to `maxBytes` bytes allocates: its capacity is doubled when
-// it is full. kBeside is for blocks that do not depend on the text.
+// it is full. kOtherBlocks is for blocks that do not depend on the text.
 std::size_t largestBlockFor(std::size_t maxBytes) {
-  constexpr std::size_t kBeside = std::size_t{4} << 20;
-  constexpr std::size_t kEndless = std::numeric_limits<std::size_t>::max();
-  return maxBytes > (kEndless - kBeside) / 2 ? kEndless : 2 * maxBytes + kBeside;
+  constexpr std::size_t kOtherBlocks = std::size_t{4} << 20;
+  constexpr std::size_t kUnlimited = std::numeric_limits<std::size_t>::max();
+  const bool isLimited = maxBytes <= (kUnlimited - kOtherBlocks) / 2;
+  return isLimited ? 2 * maxBytes + kOtherBlocks : kUnlimited;
 }
 
 // The library does not limit its texts. Rendering stops here if one grows far too large; a text

@@ -15,7 +15,7 @@
 
 namespace {
 
-// What became of the bodies of one archive.
+// The number of bodies of an archive, and of those that were not exported, by reason.
 struct Counts {
   std::size_t bodies = 0, destroyed = 0, missing = 0, refused = 0;
 };
@@ -72,7 +72,7 @@ std::string placeOf(const HarBody& body) {
 
 // ---- Bodies that are not exported
 
-// What a decoder of UTF-8 leaves: nothing but UTF-8, and characters that stand for lost bytes.
+// The number of U+FFFD in bytes that a recorder may have decoded as text: all of them are UTF-8.
 std::size_t replacedBytes(const std::string& bytes) {
   const std::size_t count = findReplacements(bytes).count;
   return count > 0 && isUTF8(bytes) ? count : 0;
@@ -84,7 +84,7 @@ struct Lost {
   std::size_t surrogates = 0;  // lone ones
 };
 
-// A sender may have written U+FFFD, but not half a character.
+// A sender may have written U+FFFD, but not a lone surrogate.
 Lost lostIn(const HarBody& body, bool isPacket) {
   if (body.loneSurrogates > 0)
     return {replacedBytes(body.bytes) - body.loneSurrogates, body.loneSurrogates};
@@ -122,7 +122,7 @@ std::string errorKeys(const Problem& problem, const HarBody& body, const Lost& l
 
 // ---- The archive
 
-// One line at the end, where not all bodies were exported. It adds no exit code of its own.
+// The last line, if not all bodies were exported. It does not change the exit code.
 Problem summary(const Counts& counts) {
   Problem problem{kDone, "bodies lost",
                   "of " + pluralize(counts.bodies, "AMF body", "AMF bodies") + ':'};
@@ -137,7 +137,7 @@ Problem summary(const Counts& counts) {
   return problem;
 }
 
-// What the bodies so far have led to.
+// The results of the bodies so far.
 struct Progress {
   std::string text;
   Counts counts;

@@ -15,7 +15,7 @@ using ExportBytes = std::function<FileResult(const std::string& bytes)>;
 // The text is one document for each body, in the order of the archive, with `source`. Where a body
 // cannot be exported the document has `source` and `error` instead. The first 20 problems are
 // reported, the others are counted. `archive` is the text of the file, and is overwritten;
-// `exportBytes` gives a document with a line end. Throws Problem for what is no archive.
+// `exportBytes` returns a document with a line end. Throws Problem if the text is not an archive.
 FileResult exportHar(std::string& archive, const Options& options, const AMFWireReadOptions& read,
                      const ExportBytes& exportBytes);
 

@@ -19,10 +19,9 @@ std::size_t dataURIHeadLength(std::string_view text) {
   return mark == std::string_view::npos ? 0 : mark + kMark.size();
 }
 
-// Where the text stops being base64; its end if it is.
 struct Decoded {
   std::string bytes;
-  std::size_t stop;
+  std::size_t stop;  // offset where the text stops being base64; its length if all of it is
 };
 
 Decoded decode(std::string_view text, std::size_t at) {

@@ -31,8 +31,9 @@ using TakeHarBody = std::function<void(const HarBody&)>;
 // AMF by its media type; without a media type, by its first bytes. JSON contains the bytes in one
 // of three ways, which are undone: base64, one character for each byte, UTF-8. If a text may be
 // either of the last two, the size of the body decides, or which bytes are a packet. Lone
-// surrogates become U+FFFD. Numbers that do not fit into 64 bits are ignored. Overwrites `archive`. Memory does not grow with the number of values. Throws Problem if the text
-// is not an archive, after it has passed the bodies before the error.
+// surrogates become U+FFFD. Numbers that do not fit into 64 bits are ignored. Overwrites `archive`.
+// Memory does not grow with the number of values. Throws Problem if the text is not an archive,
+// after it has passed the bodies before the error.
 void readHar(std::string& archive, const IsPacket& isPacket, const TakeHarBody& take);
 
 #endif  // AMF2JSON_TOOL_INPUT_HAR_H

@@ -21,8 +21,6 @@ namespace {
 
 using Status = AMFVerifyStatus;
 
-constexpr std::size_t kMaxWrappers = 8;
-
 std::string atByte(std::size_t offset) {
   return " at byte " + std::to_string(offset);
 }
@@ -56,7 +54,7 @@ Identity exportable(const char* kind, std::string verdict) {
   return identity;
 }
 
-// Adds that the published format reads all of it.
+// The same verdict, and that the published format reads all of the bytes.
 Identity nowExportable(const Identity& refused) {
   return exportable(refused.kind, refused.verdict + "; the published format reads it");
 }
@@ -167,7 +165,7 @@ std::optional<Identity> namedValues(std::string_view bytes, const AMFVerifyLimit
                   " --as amf0");
 }
 
-// Bytes after the value of a container that mean nothing: the end mark of an AMF0 object, which
+// Whether these bytes after the value of a container mean nothing: the end mark of an AMF0 object, which
 // some writers add to an array too, and the byte after each value of a shared object.
 bool isEndMark(std::string_view bytes) {
   using namespace std::string_view_literals;
@@ -285,7 +283,7 @@ std::optional<Identity> identifyBare(std::string_view bytes, const AMFVerifyLimi
   return std::nullopt;
 }
 
-// A wrapper that a build without zlib cannot remove.
+// For a wrapper that a build without zlib cannot remove.
 Identity compressed(std::string_view bytes, const std::string& verdict) {
   Identity identity = known("compressed", verdict);
   if (isGzip(bytes)) {
@@ -321,7 +319,7 @@ std::optional<Identity> identifyWrapped(std::string_view bytes, const AMFVerifyL
   if (found->trailing) outside += " (" + trailingBytesText(*found->trailing) + ")";
   inside.verdict = outside + " > " + inside.verdict;
   inside.wrappers.insert(inside.wrappers.begin(), found->name);
-  // A repair would be needed between the wrappers.
+  // A filter would have to run between the wrappers: no command does that.
   if (!inside.filter.empty()) inside.command = nullptr;
   if (inside.options.find(" --unwrap") == std::string::npos) inside.options.insert(0, " --unwrap");
   return inside;

@@ -15,7 +15,7 @@ struct Identity {
   const char* kind = "unknown";            // a fixed word for programs, listed in docs/json.md
   std::string verdict = {};                // "gzip > AMF packet: version 3, 1 message, 54 bytes"
   std::vector<const char*> wrappers = {};  // the outermost first
-  const char* command = nullptr;           // "decode" or "dump --full"; null: there is none
+  const char* command = nullptr;           // "decode", "export", "import", ...; null: there is none
   std::string options = {};                // of the command, for example " --unwrap"
   std::string filter = {};  // a shell filter that repairs the bytes first; may be empty
 };

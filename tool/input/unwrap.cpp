@@ -11,17 +11,15 @@
 
 namespace {
 
-constexpr std::size_t kMaxWrappers = 8;
-
 bool isTextByte(char byte) {
   const auto value = static_cast<unsigned char>(byte);
   return value >= 0x20 ? value != 0x7F : value >= 0x09 && value <= 0x0D;
 }
 
-// Digits may be both hexadecimal and base64. The one whose content matches is used, else
-// hexadecimal.
-std::optional<UnwrappedLayer> takeOffText(std::string_view text, std::size_t maxBytes,
-                                          const Matcher& match) {
+// A text of digits may be both hexadecimal and base64. The decoding that matches is used; if
+// neither does, hexadecimal.
+std::optional<UnwrappedLayer> unwrapText(std::string_view text, std::size_t maxBytes,
+                                         const Matcher& match) {
   auto hex = decodeHexText(text, maxBytes);
   if (hex && match(*hex) != Match::no) return UnwrappedLayer{"hexadecimal text", std::move(*hex)};
   auto base64 = decodeBase64Text(text, maxBytes);
@@ -72,7 +70,7 @@ std::optional<UnwrappedLayer> unwrapOnce(std::string_view bytes, std::size_t max
     return UnwrappedLayer{"gzip", inflated(bytes, Compression::gzip, "gzip", maxBytes)};
   if (auto body = decodeHTTPMessage(bytes, maxBytes)) return fromMessage(std::move(*body), bytes);
   if (isPlainText(bytes)) {
-    if (auto text = takeOffText(bytes, maxBytes, match)) return text;
+    if (auto text = unwrapText(bytes, maxBytes, match)) return text;
   }
   if (isZlib(bytes))
     return UnwrappedLayer{"zlib", inflated(bytes, Compression::zlib, "zlib", maxBytes)};

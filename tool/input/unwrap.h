@@ -37,6 +37,9 @@ struct UnwrappedLayer {
   std::optional<TrailingBytes> trailing = {};
 };
 
+// The largest number of wrappers around one another that are removed.
+constexpr std::size_t kMaxWrappers = 8;
+
 // Removes the outermost wrapper. Returns nothing if there is none. Throws Problem, with its offset
 // in `bytes`, if the wrapper is malformed or its content too large.
 std::optional<UnwrappedLayer> unwrapOnce(std::string_view bytes, std::size_t maxBytes,
@@ -55,7 +58,7 @@ Unwrapped unwrap(std::string bytes, std::size_t maxBytes, const Matcher& match);
 // "12 bytes left over after the body of the HTTP message: another HTTP message"
 std::string trailingBytesText(const TrailingBytes& trailing);
 
-// " in what hexadecimal text > gzip holds"; empty for none.
+// ", in what hexadecimal text > gzip holds"; empty for none.
 std::string insideWrappers(const std::vector<const char*>& wrappers);
 
 // Whether all bytes are text: no control characters but blanks and line ends. False for no bytes.

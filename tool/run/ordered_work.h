@@ -111,7 +111,7 @@ class OrderedWork {
     return batch;
   }
 
-  static constexpr std::size_t kMaxWaitingPerThread = 256;  // for each thread
+  static constexpr std::size_t kMaxWaitingPerThread = 256;  // results
   static constexpr std::size_t kMaxWaitingBytes = std::size_t{1} << 26;
   static constexpr std::size_t kBatch = 64;
   static constexpr std::chrono::milliseconds kIdleInterval{2};

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Speed of the library, named direction/workload, with its floors beside it:
+// Speed of the library, named direction/workload, and of its floors (floors.h):
 //
-//   decode/rows3            parse on an object in use: it frees the package before
+//   decode/rows3            parse on an object in use, which frees its package first
 //   render-json/rows3       getPackageInJSON(true)
 //   render-js/rows3         getPackageInJS(true), up to the output limit
 //   encode/rows3            compile and clean

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the work cannot go below, measured beside it in the same run.
+// The floors: simple operations that the work cannot be faster than, measured in the same run.
 #ifndef BENCH_FLOORS_H
 #define BENCH_FLOORS_H
 

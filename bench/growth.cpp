@@ -9,8 +9,8 @@
 //       in bytes for a byte of the packet. Times are the best of several, on one object.
 //   growth --doubling [MEGABYTES]  packets up to MEGABYTES (50), each with twice the rows of the one
 //       before, and what each doubling costs as a ratio of times, always with fresh objects. Fails
-//       where a doubling costs more than kMostPerDoubling. Of releasing a tree the mean counts: up
-//       to some size its memory is cached for the next packet, above that it is returned to the
+//       where a doubling costs more than kMostPerDoubling. For releasing a tree the mean of the
+//       doublings counts: above some size its memory is no longer cached but returned to the
 //       system, which is a step in the cost and no slope.
 //
 // Each figure is measured in a new process, so that memory of an earlier one cannot change it.
@@ -58,7 +58,7 @@ struct Operation {
   const char* name;
   void (*prepare)(Subject&);
   void (*work)(Subject&);
-  bool inSteps = false;  // the mean counts
+  bool inSteps = false;  // the cost has a step: the mean of the doublings counts
 };
 
 void nothing(Subject&) {}

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# Release builds that make faults of memory harder to use: stack protector, checked calls of the C library, no lazy
+# Options of Release builds that make memory errors harder to exploit: stack protector, checked calls of the C library, no lazy
 # binding, a position-independent program. Flags are set on this project's own targets alone, where compiler and linker
 # have them. Included once all targets are there. Tested by tests/packaging/hardening.
 option(AMF2JSON_HARDENING "Harden Release builds" ON)
@@ -11,9 +11,9 @@ endif()
 include(CheckCXXSourceCompiles)
 include(CMakePushCheckState)
 
-# Adds flags to targets for Release builds: for the compiler or, after LINK, for the linker. `variable` is that of the
-# cache which says whether a program can be built with them. Flags for the compiler must do without any at link time: on
-# some systems they would need one more library, also where the static library is used.
+# Adds flags to targets for Release builds: for the compiler or, after LINK, for the linker. `variable` is the
+# cache variable that stores whether a program can be built with them. Flags for the compiler must not need flags for the
+# linker: on some systems those would add a library, also to programs that use the static library.
 function(amf2json_harden targets variable flags)
   separate_arguments(flags)
   cmake_push_check_state(RESET)
@@ -50,8 +50,8 @@ endfunction()
 set(amf2json_compiled amf2json_core amf2json_bytes amf2json_port amf2json)
 set(amf2json_linked AMF2JSON amf2json)
 amf2json_harden("${amf2json_compiled}" AMF2JSON_HAS_STACK_PROTECTOR "-fstack-protector-strong")
-# Against frames that reach beyond a guard page: the guard's tables. Elsewhere in the library the warning about large
-# frames keeps them small, and this would cost the views a few percent. For Windows, where all large frames are probed,
+# Against frames that skip a guard page. In the library only AMFGuard needs this, for its tables: the warning about large
+# frames keeps all others small, and it would cost the views a few percent. For Windows, where all large frames are probed,
 # GCC 12 fails with this flag.
 if(NOT WIN32)
   amf2json_harden("amf2json;amf2json_bytes;amf2json_port" AMF2JSON_HAS_CLASH_PROTECTION "-fstack-clash-protection")

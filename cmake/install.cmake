@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# What `cmake --install` lays down beside the libraries: headers, the CMake package and the pkg-config file. Every
+# What `cmake --install` installs in addition to the libraries: headers, the CMake package and the pkg-config file. Every
 # path inside is relative, so that an installed tree can be moved. tests/packaging/install checks that.
 include(CMakePackageConfigHelpers)
 

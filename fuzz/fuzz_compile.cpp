@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Property: a tree that a host builds in any way the interface allows ends as the rules of the
-// format foretell: refused by the encoder, or written; and what is written is refused by the check
-// with the reader's text, or reads back as the foretold tree, which is the tree itself unless a
-// loss is named.
+// Property: for any tree that the interface allows a host to build, the rules of the format predict
+// the result: the encoder refuses it, or writes it. What is written is refused by the check with
+// the reader's text, or reads back as the predicted tree, which is the tree itself unless a loss is
+// named.
 //
 // Input: a script. A value is a byte, its kind in the low four bits, then what that kind takes; the
 // high bits put it into the other version, give it a reference index and make it odd.
@@ -93,7 +93,7 @@ class TreeScript {
     return node;
   }
 
-  // Null at times.
+  // Sometimes null.
   AMFNode* value(AMFVersion place, unsigned depth) {
     const std::uint8_t form = in.empty() ? 0 : in.u8();
     if (form == 0xFF) return nullptr;

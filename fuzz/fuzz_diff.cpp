@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Property: the check and the readers say the same of every packet: finished, cut at this field
-// with so many bytes missing, or refused with that text; and the tree is as large as the check
-// said. The readers are those of tests/soak/guard_diff.cpp, which know where the input ends.
+// Property: the check and the readers report the same for every packet: complete, truncated at the
+// same field with as many bytes missing, or refused with the same text; and the tree is as large as
+// the check reports. The readers are those of tests/soak/guard_diff.cpp, which know where the input ends.
 #include <AMF2JSON.h>
 #include <AMFGuard.h>
 

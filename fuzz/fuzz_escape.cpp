@@ -4,8 +4,8 @@
 // strictly it is the text they were given. A text that went through escapeForViews stays a string
 // and reads back as it was, whatever it holds.
 //
-// Input: a byte of flags, the text. Both highest flags put letters in front of it, so that it
-// stands where long texts are broken and cut into pieces.
+// Input: a byte of flags, the text. The two highest flags put letters before it, so that it
+// is where long texts get soft breaks and are cut into pieces.
 #include <AMF2JSON.h>
 #include <AMFGuard.h>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Property: whatever the bytes, reading ends within its bounds. What exports comes back byte for
-// byte, from compact and indented text, with salvage too; without originals it comes back too
-// unless the statistics say otherwise; and a copy that the writer makes of the events reads to the
+// Property: reading any bytes stays within its limits. What is exported is imported byte for byte,
+// from compact and indented text, with salvage too; without originals as well, unless the
+// statistics say otherwise; and a copy that the writer makes of the events reads to the
 // same document.
 //
 // Input: a byte that chooses the form and salvage, the bytes.

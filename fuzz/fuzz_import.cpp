@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Property: whatever the text, importing ends within its bounds, and an error has a line and a
+// Property: importing any text stays within its limits, and an error has a line and a
 // column. Bytes that were imported export to a document that imports to them.
 //
 // Input: the text.

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Property: whatever the bytes, unwrapping ends, within its limit or with a problem; the command
-// that identify names for them is a dump, or one that the check lets through and that loses
-// nothing; a packet has one; a dump shows every byte once, and nothing but printable text.
+// Property: unwrapping any bytes ends within its limit or with a problem. The command that identify
+// names is a dump, or a command that accepts the bytes and loses none; a packet has a command. A
+// dump shows every byte once, and only printable text.
 //
 // Input: a byte that chooses the size limit, the bytes of the file.
 #include "fuzz/input.h"
@@ -51,7 +51,7 @@ void checkUnwrap(const std::string& file, const AMFVerifyLimits& limits) {
   }
 }
 
-// Where identify lets bytes pass unread they say nothing: the end marks of a container's value.
+// The only bytes that identify ignores are end marks after the value of a container.
 bool isEndMark(const std::string& bytes) {
   return bytes == std::string(1, '\0') || bytes == std::string("\0\0\x09", 3);
 }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Property: the check stays inside the packet; limits only subtract, and strike above their value;
-// bytes after the packet change nothing, bytes missing from its end are missed; the visitor sees
-// every byte once, but for those of an integer that is cut.
+// Property: the check reads no byte outside of the packet. A limit refuses only packets that exceed
+// it. Bytes after the packet change nothing, and bytes cut from its end are reported as missing.
+// The visitor sees every byte once, except those of a truncated integer.
 //
 // Input: a byte of bits that choose limits, a byte for each limit chosen, the packet.
 #include <AMFGuard.h>
@@ -61,7 +61,7 @@ void checkLimited(const AMFVerifyResult& limited, const AMFVerifyResult& whole,
   require(limited.nodes <= whole.nodes && limited.treeBytes <= whole.treeBytes, "sums grow");
 }
 
-// With what is missing, but for one byte, it fails at the same field; with all of it, later.
+// With all but one of the missing bytes it fails at the same field; with all of them, later.
 void checkTruncated(const std::string& packet, const AMFVerifyResult& whole) {
   require(whole.needed > 0 && whole.offset <= packet.size(), "truncated");
   if (whole.needed > 4096) return;

@@ -1,10 +1,10 @@
 # shellcheck shell=bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# A minimal Debian system for tests that begin with nothing. Sourced after common.sh; needs root. Takes its mirror and
-# release from this machine's own apt.
+# A minimal Debian system for tests that need a fresh one. Sourced after common.sh; needs root. Uses the mirror and the
+# release of this machine's apt.
 
-# bare_debian PACKAGE...: in $root, with these packages; removed when the script ends.
+# bare_debian PACKAGE...: makes the system in $root, with these packages. It is removed when the script ends.
 bare_debian() {
   if [ "$(id -u)" != 0 ]; then
     printf '%s: needs root\n' "$0" >&2
@@ -38,7 +38,7 @@ leave_bare_debian() {
   rm -rf --one-file-system "$root"
 }
 
-# inside COMMAND...: as root of that system.
+# inside COMMAND...: runs the command as root in that system.
 inside() {
   chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive \
     ${http_proxy:+http_proxy="$http_proxy"} ${https_proxy:+https_proxy="$https_proxy"} "$@"

@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # What the scripts share. Sourced; expects `set -euo pipefail`.
-# BUILD_ROOT names another place for the build trees than build/.
+# BUILD_ROOT is the folder of the build trees, build/ by default.
 
 project=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build_root=${BUILD_ROOT:-$project/build}
@@ -22,7 +22,7 @@ usage() {
   exit 2
 }
 
-# quiet COMMAND...: its output is shown only where it fails, and the script ends.
+# quiet COMMAND...: runs the command. Only if it fails its output is shown, and the script ends.
 quiet() {
   local log
   log=$(mktemp)
@@ -64,7 +64,7 @@ attribute() { # NAME: the number in NAME="..." of the text on standard input
   sed -n "s/.* $1=\"\([0-9]*\)\".*/\1/p" | head -n 1
 }
 
-# skips_in TREE RESULTS: notes each skipped case of a results file and the reason that the test gave.
+# skips_in TREE RESULTS: adds a line to skipped_lines for each skipped case of a results file, with its reason.
 skips_in() {
   local line suite='' test='' reason
   while IFS= read -r line; do
@@ -84,7 +84,7 @@ skips_in() {
 }
 
 # Adds up the cases of every test program that left its results in the tree; any other test counts as one case.
-# A program that fails without a failed case (a crash at its end, a leak) counts as one failure more.
+# A program that fails without a failed case (a crash at its end, a leak) counts as one more failure.
 count_tests() { # TREE
   local name status results head cases bad off left_out
   while read -r name status; do

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The AMF3 writers: tree -> pieces, and back where the reader takes them; the U29 with its drift.
+// The AMF3 writers: tree -> pieces, and back if the reader accepts them; the U29, which does not
+// keep all integers.
 #include <AMF2JSON.h>
 #include <gtest/gtest.h>
 
@@ -24,9 +25,9 @@ const char kTooLarge[] = "setAMF3Integer(): integer value is to large";
 // ---------------------------------------------------------------------------------------------------
 // U29
 
-// What is written for a number, and what the reader makes of it with 2A 2A 2A after: where it
-// differs from the number the integer has drifted, and where more bytes are read than were written
-// it runs on.
+// The bytes written for a number, and the number that the reader reads from them, followed by
+// 2A 2A 2A. For some numbers it reads another number ("drift"), for some more bytes than were
+// written.
 struct U29Row {
   std::uint32_t value;
   const char* written;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The pieces: order, lasting addresses, what clean, a second compile and the object's end release,
-// and what failing allocations leave. This program counts every allocation of its own.
+// The output chunks: their order, their stable addresses, what clean(), a second compile() and the
+// destructor release, and the state after a failed allocation. The program counts its allocations.
 #include <AMF2JSON.h>
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The packet writer: the envelope in pieces, and the life of resultBuffer and outputLength.
+// The packet writer: the envelope in pieces, and the lifetime of resultBuffer and outputLength.
 #include <AMF2JSON.h>
 #include <gtest/gtest.h>
 

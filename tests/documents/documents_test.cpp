@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The documents hold what they say: links and named files exist, named tests exist, C++ in them
-// compiles or stands in an example, every script has its row, and every text of a refusal is told.
+// The documents are correct: links and named files exist, named tests exist, C++ in them compiles or
+// is part of an example, every script has its row, and every error text is documented.
 #include <gtest/gtest.h>
 
 #include <algorithm>

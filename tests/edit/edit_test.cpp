@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The helpers for hosts that change trees: members found, references cleared, lengths set.
+// The helpers for hosts that change trees: member(), clearReferences(), setTrueLengths().
 #include <AMF2JSON.h>
 #include <AMFEdit.h>
 #include <gtest/gtest.h>

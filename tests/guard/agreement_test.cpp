@@ -18,7 +18,7 @@ using namespace amf2json;
 
 namespace {
 
-// The other tests read without an end.
+// Resets the end of the input, which the other tests do not set.
 class Agreement : public testing::Test {
  protected:
   ~Agreement() override { big_endian::inputEnd = nullptr; }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Trees made harmless for the views: what becomes of every byte, in every place, and that the texts
-// then say what the tree said and do nothing else. Exercises guard/escape_for_views.cpp.
+// escapeForViews: the result for every byte, in every place, and that the views then contain the
+// texts of the tree and have no other effect. Exercises guard/escape_for_views.cpp.
 #include <AMF2JSON.h>
 #include <AMFGuard.h>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The limits of verifyPacket: what each of them measures, where it strikes, and what they do to
-// packets made to hurt. Exercises guard/packet_walk.h and guard/charge.h.
+// The limits of verifyPacket: what each of them measures, where it refuses, and what they do with
+// packets made to exhaust memory or time. Exercises guard/packet_walk.h and guard/charge.h.
 #include <AMFGuard.h>
 #include <gtest/gtest.h>
 

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The guard and memory: its own, which is bounded and may fail, the tree's, which it foretells, and
-// the packet's, which it never leaves or writes to. Exercises guard/table.h and guard/charge.h.
+// The guard and memory: its own, which is bounded and may fail; that of the tree, which it
+// predicts; and the packet, of which it reads no byte outside and writes none. Exercises
+// guard/table.h and guard/charge.h.
 #include <AMF2JSON.h>
 #include <AMFGuard.h>
 #include <gtest/gtest.h>

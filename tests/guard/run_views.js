@@ -23,7 +23,7 @@ function blob() {
   return file.toString('utf8', start, at);
 }
 
-// ---- A world that writes down what happens in it
+// ---- Globals that record what a script does with them
 
 let journal = [];
 let ran = 0;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What verifyPacket says of given bytes: status, text and offset of every refusal, the figures of
-// packets that are in order, and the tail. Exercises guard/verify.cpp and the walk.
+// What verifyPacket reports for given bytes: status, text and offset of every refusal, the figures
+// of valid packets, and trailing bytes. Exercises guard/verify.cpp and the walk.
 #include <AMF2JSON.h>
 #include <AMFGuard.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What each page of escape_browser_test.cpp loads first: objects that write down what a view assigns to them, and
+// What each page of escape_browser_test.cpp loads first: objects that record what a view assigns to them, and
 // a function for attacks to call. The page calls begin(), shows a view, calls end(); last, it calls report().
 'use strict';
 let assigned = [];

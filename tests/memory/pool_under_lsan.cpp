@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A program with the leak sanitizer, while the library was built without: what a tree holds is not
-// taken for leaked as long as the tree is in reach. The sanitizer decides at the end.
+// A program with the leak sanitizer, while the library was built without: it does not
+// report the memory of a tree as leaked while the tree is reachable. It checks this at the end.
 #include <cstdio>
 #include <memory>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Separate protocol objects on separate threads at once: the texts are those of one thread. Meant
+// Protocol objects on several threads at once produce the same texts as on one thread. Meant
 // for the thread sanitizer too.
 #include <AMF2JSON.h>
 #include <AMFGuard.h>

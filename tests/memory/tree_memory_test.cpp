@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a tree takes of the heap in a thread that has no chunks yet, held against what the check
-// announces: the chunks of the pool, counted whole, and every other block.
+// The heap memory of a tree in a thread that has no chunks yet, compared with what the check
+// reports: the chunks of the pool, counted whole, and every other block.
 #include <gtest/gtest.h>
 #include <malloc.h>
 

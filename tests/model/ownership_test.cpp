@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Who owns a node after which call: the copy flag of every attaching operation, replacing,
-// refusing, deep copy and destruction. Leaks and double deletes are the sanitizers' to find; order
-// and identity are checked here. Kinds and fields: tests/model/model_test.cpp.
+// refusing, deep copy and destruction. The sanitizers find leaks and double deletes; order and
+// identity are checked here. Kinds and fields: tests/model/model_test.cpp.
 #include <AMF2JSON.h>
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // allocation_test.cpp over any number of packets: every allocation of every operation fails once,
-// and fails for good. The operation says so, nothing leaks, what it was given is as it was, and the
-// same objects do it right the next time.
+// and fails for good. The operation reports it, nothing leaks, its arguments are unchanged, and it
+// succeeds with the same objects the next time.
 //
 //   failing_allocations [FAILURES [SEED]]   stops after so many injected failures and prints how
 //                                           many each operation had; 1 where something went wrong

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The guard against the readers where nothing is left to chance: all short bodies, all cuts, all
+// Compares the guard with the readers exhaustively: all short bodies, all cuts, all
 // small changes and all edge values of the fields of given packets; each limit at what was measured
-// and one below; and what must make no difference.
+// and one below; and changes that must have no effect.
 //
 //   guard_sweep [--whole] PACKET_OR_FOLDER...   prints what was tried; 1 at the first difference
 // Without --whole, a part that takes seconds. script/soak guard runs the whole.

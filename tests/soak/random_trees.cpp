@@ -6,13 +6,12 @@
 //
 // COUNT trees of each of two kinds; tree number i is made from SEED + i alone, so "random_trees 1
 // N" repeats tree N.
-// - Trees that the dialect carries: compile, decode, the same tree, and the same bytes again.
-// - Trees of everything the interface can build: each ends in the refusal that the rules of the
-// format
-//   foretell, in the very tree they foretell, or in bytes that stop making sense to a reader for a
-//   reason with a name. A tree for which they name no loss comes back as it is.
-// The bytes are decoded with unreadable memory after them. Only a packet that is known to make no
-// sense may reach it; it is decoded by a child process, which then ends by that fault.
+// - Trees that the dialect encodes without loss: compile, decode, the same tree, and the same bytes.
+// - Trees of everything that the interface can build: the result is what the rules of the format
+//   predict: an error, a tree, or bytes that a reader cannot read, with the reason. A tree for which
+//   they name no loss is decoded to the same tree.
+// The bytes are decoded with inaccessible memory after them. Only a packet that is predicted to be
+// unreadable may reach it; a child process decodes it, and then ends by that fault.
 #include <AMF2JSON.h>
 #include <signal.h>
 #include <sys/mman.h>

@@ -1,27 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Random trees of what the dialect carries without loss. Built through public constructors and
-// setters; the generator counts references along, as a reader does. These are the trees that read
-// back as they are:
+// Random trees that the dialect encodes and decodes without loss. Built through public constructors
+// and setters; the generator numbers references as a reader does. These trees are:
 //
-// - package: any 16-bit version; headers, then messages, of version 0; any stored length; names and
-// URIs
-//   of version 0, up to 65535 bytes, without references;
+// - package: any 16-bit version; headers, then messages, of version 0; any stored length; names
+//   and URIs of version 0, up to 65535 bytes, without references;
 // - AMF0: null, undefined, bool, double, string of any length, date, XML with `document` 1, object
-// with
-//   members, strict array of values, associative array of pairs. No integers, no byte arrays. Pairs
-//   and names are of version 0. `denseCount` is that of the strict elements. A reference is a copy
-//   of an object or array that ended before it in the same header or message, counted as they end,
-//   below 65536;
+//   with members, strict array of values, associative array of pairs. No integers, no byte arrays.
+//   Pairs and names are of version 0. `denseCount` is that of the strict elements. A reference is a
+//   copy of an object or array that ended before it in the same header or message, counted as they
+//   end, below 65536;
 // - AMF3, anywhere a value may stand: undefined, null, bool, double; integers up to 1FFFFF, and
-// from 400000
-//   to 1FFFFFFF when their low byte is below 80; strings, XML (`document` 0 or 1) and byte arrays
-//   below 1 MiB; dates; arrays with their pairs in front of their values; objects with sealed and,
-//   if `dynamic`, dynamic members; externalizable objects of the eight classes with one unnamed
-//   pair. Everything inside is AMF3. Names of pairs are not empty, save those of sealed members. A
-//   reference is a copy of an equal kind that began before it (arrays and objects: that ended), a
-//   string reference one of a string that is not empty, a traits reference takes class name, flags,
-//   count and names from its entry;
+//   from 400000 to 1FFFFFFF when their low byte is below 80; strings, XML (`document` 0 or 1) and
+//   byte arrays below 1 MiB; dates; arrays with their pairs in front of their values; objects with
+//   sealed and, if `dynamic`, dynamic members; externalizable objects of the eight classes with one
+//   unnamed pair. Everything inside is AMF3. Names of pairs are not empty, save those of sealed
+//   members. A reference is a copy of an equal kind that began before it (arrays and objects: that
+//   ended), a string reference one of a string that is not empty, a traits reference takes class
+//   name, flags, count and names from its entry;
 // - `complete` is true on AMF3 arrays and objects and false elsewhere.
 #ifndef TESTS_SUPPORT_CARRIED_TREES_H
 #define TESTS_SUPPORT_CARRIED_TREES_H

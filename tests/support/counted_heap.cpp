@@ -26,7 +26,7 @@ bool fails() {
   return true;
 }
 
-// Null when it fails. `alignment` 0: the usual one.
+// Returns null on failure. `alignment` 0: the default alignment.
 void* allocate(std::size_t size, std::size_t alignment) noexcept {
   if (fails()) return nullptr;
   if (size == 0) size = 1;

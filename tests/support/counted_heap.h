@@ -15,7 +15,7 @@ extern std::uint64_t peakBytes;  // the most since it was last set
 extern std::uint64_t liveBlocks;
 extern std::uint64_t allocations;  // so far
 /// The allocation with this number (counted from 0 by `allocations`) fails, and with `failsOn` all
-/// after it.
+/// later ones.
 extern std::uint64_t failingAllocation;
 extern bool failsOn;
 

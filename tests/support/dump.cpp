@@ -124,7 +124,7 @@ std::string member(const AMFPair& pair) {
   return ownedString(pair.name, pair) + ":" + ownedValue(pair.value);
 }
 
-// A pair with nothing of its own to tell is shown as the member alone.
+// A pair without attributes is shown as the member alone.
 bool plainMember(const AMFPair& pair, const AMFNode& owner) {
   return dynamic_cast<const AMFHeader*>(&pair) == nullptr && pair.version == owner.version &&
          pair.children.empty() && suffix(pair, AMFNode::AMF_PAIR).empty();

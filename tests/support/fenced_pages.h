@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Memory that is read-only and stands alone. Used by guard/memory_test.cpp and guard_sweep.cpp.
+// Read-only memory between inaccessible pages. Used by guard/memory_test.cpp and guard_sweep.cpp.
 #ifndef TESTS_SUPPORT_FENCED_PAGES_H
 #define TESTS_SUPPORT_FENCED_PAGES_H
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// One packet through the guard and through the readers, which have to say the same, and the limits
-// of the guard against its own sums. Link guard_agreement.cpp, counted_heap.cpp and the readers
+// Reads one packet with the guard and with the readers, which must report the same, and compares the
+// limits of the guard with its own sums. Link guard_agreement.cpp, counted_heap.cpp and the readers
 // built with AMF2JSON_CHECKED_WIRE. Used by guard_diff.cpp and guard_sweep.cpp.
 #ifndef TESTS_SUPPORT_GUARD_AGREEMENT_H
 #define TESTS_SUPPORT_GUARD_AGREEMENT_H
@@ -23,10 +23,10 @@ struct Counts {
   std::uint64_t skipped = 0;  // trees too large to be built for a test
   std::uint64_t nodes = 0;
   std::uint64_t bytes = 0;
-  double loosest = 1e9, tightest = 0;  // heap of the tree as a part of what was said
+  double loosest = 1e9, tightest = 0;  // heap of the tree as a fraction of what the guard reported
 };
 
-/// Says on standard output what differs. False.
+/// Prints what differs; returns false.
 bool differ(const char* what, unsigned long long guard, unsigned long long reader);
 
 #define AGREE(what, guard, reader)                                       \

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Packets for the differential test of the guard: a grammar that keeps the tables of a reader, so
-// that references mostly lead somewhere, and now and then makes each of the mistakes that readers
-// refuse; and damage done to the finished bytes. Small on purpose: hundreds of thousands a second.
+// that most references have a target, and sometimes makes each of the mistakes that readers refuse;
+// then it may damage the finished bytes. The packets are small: hundreds of thousands a second.
 // Used by guard_diff.cpp.
 #ifndef TESTS_SUPPORT_GUARD_GENERATOR_H
 #define TESTS_SUPPORT_GUARD_GENERATOR_H
@@ -16,7 +16,7 @@
 
 namespace support {
 
-/// The same numbers, drawn in a quicker way.
+/// The same numbers, generated faster.
 class Dice : public packets::Random {
  public:
   using packets::Random::Random;

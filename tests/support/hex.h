@@ -5,7 +5,7 @@
 //   - 'text' stands for its ASCII bytes (no escapes; a quote is 27);
 //   - *N after a byte, a text or a (group) repeats it N times in all: 61*1200, 'ab'*3, (06
 //   01)*500.
-// Anything else throws std::invalid_argument, so a mistyped row fails loudly.
+// Anything else throws std::invalid_argument, so that a mistyped row fails.
 #ifndef TESTS_SUPPORT_HEX_H
 #define TESTS_SUPPORT_HEX_H
 

@@ -55,7 +55,7 @@ void* takeKept(std::size_t size) {
   return nullptr;
 }
 
-// Notes a new large block, in the place of a free one if need be.
+// Records a new large block, in place of an unused one if there is no other space.
 void note(void* memory, std::size_t size) {
   Block* place = nullptr;
   for (Block& block : blocks)

@@ -36,7 +36,7 @@ class PacketGenerator {
   const Packet& next();
 
  private:
-  // What a value comes to once its references are copies.
+  // The size of a value after its references are replaced by copies.
   struct Cost {
     std::uint64_t nodes = 0;
     std::uint64_t bytes = 0;
@@ -137,7 +137,7 @@ class PacketGenerator {
   std::uint32_t valuesLeft = 0;  // values that may still be begun, chains and wide arrays apart
   std::uint32_t longLength = 0;  // a length to be used once in this packet; 0: none (left)
   unsigned deepest = 0;          // deepest level of this body so far
-  unsigned deepTarget = 0;       // a chain goes on down to this level
+  unsigned deepTarget = 0;       // a chain is continued to this level
   bool behindSwitch = false;     // the switch marker has just been written
   std::uint32_t wide = 0;        // elements of the wide array to be written once; 0: none (left)
   unsigned switchNumber = 0;     // switches to AMF3 in this body so far

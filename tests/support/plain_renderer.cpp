@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The plain renderer: one rule after the other, as slowly as they are told.
+// The plain renderer: one rule after the other, as they are documented.
 // Enter at the views at the end. Tested, next to the library, by every tests/render/.
 #include "support/plain_renderer.h"
 

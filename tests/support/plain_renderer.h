@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A second renderer for the tests: every rule written out step after step, with work strings, a
-// linked list and no thought of speed. The library's renderer must give the same bytes and leave
+// A second renderer for the tests: every rule step by step, with temporary strings and a
+// linked list, without regard to speed. The library's renderer must give the same bytes and leave
 // the same public state. Enter at the four views, as with AMFProtocol. Compared by
 // tests/render/plain_test.cpp.
 #ifndef TESTS_SUPPORT_PLAIN_RENDERER_H

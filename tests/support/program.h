@@ -126,7 +126,7 @@ class ProgramTest : public testing::Test {
   std::string directory;
 };
 
-// What the packets above come to.
+// The expected results for the packets above.
 constexpr const char* kEchoLiteral =
     "{\n\t\"type\" : \"package\",\n\t\"content\" : \n\t[\n\t\t{\n\t\t\t\"type\" : \"message\",\n"
     "\t\t\t\"targetUri\" : \"echo\",\n\t\t\t\"responseUri\" : \"/1\",\n"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Repeatable random numbers: the same seed gives the same numbers with every library and compiler.
+// Reproducible random numbers: a seed gives the same numbers with every library and compiler.
 #ifndef TESTS_SUPPORT_RANDOM_H
 #define TESTS_SUPPORT_RANDOM_H
 

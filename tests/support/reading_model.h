@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What becomes of any tree on its way through the encoder and back, told from the rules of the
-// format without encoding it: the refusal of the writer, or else the refusal of the reader, or else
+// Predicts what any tree becomes when it is encoded and decoded, from the rules of the format,
+// without encoding it: the refusal of the writer, or else the refusal of the reader, or else
 // the tree that is read, with the names of what was lost. Where the bytes stop making sense to a
 // reader, the reason is named and the rest is left open.
 //
-// Walks the tree in the order in which it is written and keeps the reader's tables along.
+// Walks the tree in the order in which it is written, and fills the reader's tables.
 #ifndef TESTS_SUPPORT_READING_MODEL_H
 #define TESTS_SUPPORT_READING_MODEL_H
 

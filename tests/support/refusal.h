@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a call answers with: the text of its AMFException, or a marker that no text of the library
+// The outcome of a call: the text of its AMFException, or a marker that no text of the library
 // equals.
 #ifndef TESTS_SUPPORT_REFUSAL_H
 #define TESTS_SUPPORT_REFUSAL_H

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What is in a tree, counted anew: for comparing with what the guard said of its packet. Used by
-// guard_agreement.cpp and by the fuzz targets.
+// Counts the nodes and bytes of a tree, to compare them with what the guard reports for its packet.
+// Used by guard_agreement.cpp and by the fuzz targets.
 #ifndef TESTS_SUPPORT_TREE_CENSUS_H
 #define TESTS_SUPPORT_TREE_CENSUS_H
 

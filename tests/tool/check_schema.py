@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # tests/tool/check_schema.py SCHEMA <DOCUMENTS
-# Holds each line of the input, a JSON document, against a JSON Schema: prints a line "yes", or "no" and the reason.
+# Checks each line of the input, a JSON document, by a JSON Schema: prints a line "yes", or "no" and the reason.
 # Exit code 3: no Python package jsonschema, or an old one. Run by tests/tool/cookbook_test.cpp.
 import json
 import sys

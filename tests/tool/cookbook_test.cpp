@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The pages on export and import keep their word: docs/edit-and-replay.md and docs/cookbook.md are
-// run with the samples and compared, docs/wire-json.md is held against both directions, and
-// docs/wire-json.schema.json against what export writes and import reads. Other programs that read
+// The pages on export and import are correct: the commands of docs/edit-and-replay.md and
+// docs/cookbook.md are run with the samples, docs/wire-json.md is compared with both directions, and
+// docs/wire-json.schema.json with what export writes and import reads. Other programs that read
 // and write JSON may stand between the two.
 #include <gtest/gtest.h>
 

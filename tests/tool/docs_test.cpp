@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// docs/program.md and docs/json.md keep their word: their tables and commands are run and compared.
+// docs/program.md and docs/json.md are correct: their commands are run, their tables compared.
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The program on packets that are made to harm, with little memory and a small stack: it is never
-// killed. And on deep packets with a limit raised: the stack grows with it.
+// The program with hostile packets, little memory and a small stack: it is never killed. And on
+// deep packets with a limit raised: the stack grows with it.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What files are taken for, and the commands that go on with them. Exercises tool/input/identify.cpp,
+// The verdicts of identify, and the commands that it names. Exercises tool/input/identify.cpp,
 // tool/input/containers.cpp and tool/input/mojibake.cpp. That the commands work is seen in tool/bytes_test.cpp.
 #include "tool/input/identify.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The program on a terminal, which script(1) plays: control bytes and colours.
+// The program on a terminal, which script(1) emulates: control bytes and colours.
 #include <gtest/gtest.h>
 
 #include <string>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What packets come wrapped in, and what is wrong with wrappers. Exercises tool/input/unwrap.cpp,
+// Removes the wrappers of packets, and refuses malformed ones. Exercises tool/input/unwrap.cpp,
 // tool/input/hex_text.cpp, tool/input/base64_text.cpp, tool/input/inflate.cpp, tool/input/http_message.cpp and
 // tool/input/form.cpp.
 #include "tool/input/unwrap.h"

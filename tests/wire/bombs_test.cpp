@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Small inputs that stand for much: refused by a bound, soon, and within four times their memory.
+// Small inputs that expand to large outputs: refused by a limit, soon, and within four times their
+// memory.
 #include <gtest/gtest.h>
 
 #include <ctime>

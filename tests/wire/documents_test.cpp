@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Documents: packets, shared objects, FLV files, and what says which of them bytes are.
+// Documents: packets, shared objects, FLV files, and how the form of bytes is detected.
 #include <gtest/gtest.h>
 
 #include "support/hex.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What hosts add and ask: classes of their own, sinks, figures, the names of states.
+// What hosts can add and query: external classes, sinks, statistics, the names of statuses.
 #include <gtest/gtest.h>
 
 #include "support/hex.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What senders write otherwise than the writer would: it comes back by `original`, as long as
-// nobody changes the value. And sections that cannot be read, salvaged.
+// Bytes that the writer would write in another way: `original` keeps them until the value is
+// changed. And salvaged sections, which cannot be read.
 #include <gtest/gtest.h>
 
 #include "support/hex.h"

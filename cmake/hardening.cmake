@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# Options of Release builds that make memory errors harder to exploit: stack protector, checked calls of the C library, no lazy
-# binding, a position-independent program. Flags are set on this project's own targets alone, where compiler and linker
+# Options of Release builds that make memory errors harder to exploit: stack protector, checked calls of the C library,
+# no lazy binding, a position-independent program. Flags are set on this project's own targets alone, where compiler and linker
 # have them. Included once all targets are there. Tested by tests/packaging/hardening.
 option(AMF2JSON_HARDENING "Harden Release builds" ON)
 if(NOT AMF2JSON_HARDENING)

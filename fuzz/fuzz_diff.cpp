@@ -2,7 +2,8 @@
 //
 // Property: the check and the readers report the same for every packet: complete, truncated at the
 // same field with as many bytes missing, or refused with the same text; and the tree is as large as
-// the check reports. The readers are those of tests/soak/guard_diff.cpp, which know where the input ends.
+// the check reports. The readers are those of tests/soak/guard_diff.cpp, which know where the input
+// ends.
 #include <AMF2JSON.h>
 #include <AMFGuard.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The functions that core.js calls. It seeds each instance once (web_seed). For each call it allocates the input
+// The functions that core.js calls. core.js seeds each instance once (web_seed). For each call it allocates the input
 // (web_input), copies the bytes there, sets the options, makes the call, copies result and facts, and frees everything
 // (web_release). No exception leaves these functions, and no data is kept between calls. Tested by web/tests/.
 #include <AMF2JSON.h>

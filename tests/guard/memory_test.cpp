@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The guard and memory: its own, which is bounded and may fail; that of the tree, which it
-// predicts; and the packet, of which it reads no byte outside and writes none. Exercises
+// predicts. It reads no memory outside of the packet, and does not write to the packet. Exercises
 // guard/table.h and guard/charge.h.
 #include <AMF2JSON.h>
 #include <AMFGuard.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A program with the leak sanitizer, while the library was built without: it does not
-// report the memory of a tree as leaked while the tree is reachable. It checks this at the end.
+// A program with the leak sanitizer, while the library was built without: the
+// sanitizer does not report the memory of a reachable tree as leaked. It checks when the program ends.
 #include <cstdio>
 #include <memory>
 

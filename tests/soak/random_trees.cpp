@@ -9,7 +9,7 @@
 // - Trees that the dialect encodes without loss: compile, decode, the same tree, and the same bytes.
 // - Trees of everything that the interface can build: the result is what the rules of the format
 //   predict: an error, a tree, or bytes that a reader cannot read, with the reason. A tree for which
-//   they name no loss is decoded to the same tree.
+//   the rules predict no loss is decoded to the same tree.
 // The bytes are decoded with inaccessible memory after them. Only a packet that is predicted to be
 // unreadable may reach it; a child process decodes it, and then ends by that fault.
 #include <AMF2JSON.h>

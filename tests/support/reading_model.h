@@ -22,7 +22,8 @@ namespace support {
 struct Outcome {
   const char* writerRefusal = nullptr;
   const char* readerRefusal = nullptr;
-  const char* derailed = nullptr;  // why the bytes mean something else, or nothing, to a reader
+  // Why a reader reads something else from the bytes, or refuses them.
+  const char* derailed = nullptr;
   std::unique_ptr<AMFPackage> package;  // what is read when all three are null
   std::set<std::string> losses;         // by name; empty: the tree comes back as it is
 };

@@ -8,10 +8,11 @@
 #include <cstddef>
 #include <string>
 
-// Rewrites what RapidJSON would refuse in place, so that offsets stay the same. An escaped lone surrogate becomes an
-// escaped low surrogate, which RapidJSON decodes to three bytes that are not UTF-8. A number with
-// an exponent or with more than 20 digits becomes 0.0, with as many zeros as fit. The first byte of
-// a character that would end after the text becomes FF. A text that is not JSON does not become JSON.
+// Rewrites in place what RapidJSON would refuse, so that offsets stay the same. An escaped lone
+// surrogate becomes an escaped low surrogate, which RapidJSON decodes to three bytes that are not
+// UTF-8. A number with an exponent or with more than 20 digits becomes 0.0, with as many zeros as
+// fit. The first byte of a character that would end after the text becomes FF. A text that is not
+// JSON does not become JSON.
 void prepareForRapidJSON(std::string& json);
 
 // Replaces each lone surrogate in a string that RapidJSON decoded by U+FFFD, which is as long.

@@ -165,8 +165,8 @@ std::optional<Identity> namedValues(std::string_view bytes, const AMFVerifyLimit
                   " --as amf0");
 }
 
-// Whether these bytes after the value of a container mean nothing: the end mark of an AMF0 object, which
-// some writers add to an array too, and the byte after each value of a shared object.
+// Whether these bytes after the value of a container have no meaning: the end mark of an AMF0
+// object, which some writers add to an array too, or the byte after each value of a shared object.
 bool isEndMark(std::string_view bytes) {
   using namespace std::string_view_literals;
   return bytes == "\0"sv || bytes == "\0\0\x09"sv;

@@ -18,7 +18,7 @@ Prints a packet, AMF values, a shared object (.sol) or the script tags of an FLV
   --version, --help
 `;
 
-const mostBytes = 64 << 20; // that a file may be decompressed to
+const mostBytes = 64 << 20; // larger content of gzip or zlib is refused
 const mostWrappers = 8;
 
 function fail(text, status) {
@@ -69,7 +69,7 @@ async function convert(file) {
   const { as, compact, salvage } = values;
   const input = await readFile(file);
   const { bytes, wrappers } = values.unwrap ? unwrapped(input, as) : { bytes: input, wrappers: [] };
-  const exported = explained(bytes, wrappers, () =>
+  const exported = withContext(bytes, wrappers, () =>
     exportJson(bytes, { as, compact, salvage, originals: !values["no-originals"] }));
   for (const warning of exported.warnings) process.stderr.write(`${file}: ${warning}\n`);
   process.stdout.write(exported.json + "\n");
@@ -131,8 +131,8 @@ function refusal(message, wrappers) {
   return new Amf2JsonError({ code: "malformed", message: message + inside(wrappers) });
 }
 
-// Adds to an error of `call` where the bytes come from, or that they are compressed.
-function explained(bytes, wrappers, call) {
+// Runs `call`. Adds the wrappers of the bytes to its error; for gzip without --unwrap, a hint.
+function withContext(bytes, wrappers, call) {
   try {
     return call();
   } catch (error) {

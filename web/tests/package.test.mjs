@@ -56,7 +56,7 @@ test("bin: export and import", () => {
 });
 
 // The program's problem as bin.js prints it, without the offset of wrappers.
-const saidOf = (file, { message, offset, status, hint }) =>
+const textOfProblem = (file, { message, offset, status, hint }) =>
   `${file}:${/wrapper|too large/.test(status) ? "" : `${offset}:`} ${message}\n${hint ? `    ${hint}\n` : ""}`;
 
 test("bin: gzip and zlib, as the program reads them", () => {
@@ -83,7 +83,7 @@ test("bin: gzip and zlib, as the program reads them", () => {
         const found = start("--as", "packet", ...flags, file);
         assert.equal(found.stdout, expected.stdout.toString(), name);
         assert.equal(found.status === 0, expected.status === 0, name);
-        if (expected.status !== 0) assert.equal(found.stderr, saidOf(file, expected.problems[0]), name);
+        if (expected.status !== 0) assert.equal(found.stderr, textOfProblem(file, expected.problems[0]), name);
       }
     }
     const bomb = join(folder, "bomb");

@@ -116,7 +116,7 @@ class Differ {
   }
 }
 
-// Rows as flat arrays (left and right: nodes or -1) and the number of differences, including those after `mostRows` rows.
+// Returns rows as flat arrays (left and right: nodes or -1), at most `mostRows`, and the number of all differences.
 export function diffDocuments(left, right, mostRows = 200_000) {
   const differ = new Differ(left, right, mostRows);
   differ.compare(0, 0, 0);

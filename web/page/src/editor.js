@@ -8,7 +8,7 @@ const lineHeight = 20;
 const pauseMs = 250;
 
 export class Editor extends EventTarget {
-  // Dispatches "edit" with { text, json, start, end } in a pause after the last key: `text` replaces
+  // Dispatches "edit" with { text, json, start, end } after a pause in typing: `text` replaces
   // the bytes from `start` to `end` of the document `json`.
   constructor({ text, lines, state, scope, goTo }) {
     super();

@@ -103,7 +103,7 @@ function countReplacedBody(bytes) {
   return countReplaced(bytes);
 }
 
-// What the recorder did to a body; empty if it is complete.
+// How the recorder lost bytes of a body; empty if it has all bytes.
 export function lossOf({ replaced, surrogates, missing }) {
   if (missing > 0) return `not in the archive: ${pluralize(missing, "byte")}`;
   const lost = [];

@@ -45,7 +45,7 @@ export function bytesOfPaste(text) {
   return /^HTTP\//.test(text) ? fromLatin1(text) ?? utf8(text) : utf8(text);
 }
 
-// The bytes as text, if they are UTF-8 without control characters; else null.
+// The bytes as text, if they are UTF-8, without control characters in the first 4096; else null.
 function plainTextOf(bytes) {
   if (bytes.length === 0 || bytes.subarray(0, 4096).some((byte) => byte < 32 && (byte < 9 || byte > 13))) return null;
   try {

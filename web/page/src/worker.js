@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The worker, for all that takes time: reading what was dropped, the module's calls, the flat arrays, differences. A request is
-// { id, task, ... }, its answer { id, result } or { id, error }. No state is kept between tasks: the page may stop
-// the worker at any time and start another. Enter at `tasks`. Tested by test/page.test.mjs.
+// The worker, for all that takes time: reading what was dropped, the module's calls, the flat arrays, differences. A
+// request is { id, task, ... }, its answer { id, result } or { id, error }. No state is kept between tasks: the page may
+// stop the worker at any time and start another. Enter at `tasks`. Tested by test/page.test.mjs.
 import { instantiate } from "amf2json-module";
 import { diffDocuments } from "./diff.js";
 import { Document, buffersOf, documentOf } from "./document.js";

@@ -161,8 +161,8 @@ export async function treeText(page) {
 }
 
 // The first row that has this text.
-export function treeRow(page, start) {
-  return page.locator("#tree [role=treeitem]", { hasText: start }).first();
+export function treeRow(page, text) {
+  return page.locator("#tree [role=treeitem]", { hasText: text }).first();
 }
 
 export async function markedBytes(page) {

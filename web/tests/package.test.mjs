@@ -70,9 +70,10 @@ test("bin: gzip and zlib, as the program reads them", () => {
     ["plain", packet], ["gzip", gzip], ["zlib", deflateSync(packet)], ["both", gzipSync(deflateSync(packet))],
     ["padded", Buffer.concat([gzip, Buffer.alloc(9)])],
     ["two parts", Buffer.concat([gzipSync(packet.subarray(0, 3)), gzipSync(packet.subarray(3))])],
-    ["cut", gzip.subarray(0, 20)], ["damaged", damaged], ["behind", Buffer.concat([deflateSync(packet), Buffer.from("more")])],
-   
-    ["behind gzip", Buffer.concat([gzip, Buffer.from("more")])], ["nine", nine], ["refused inside", deflateSync(gzipSync(packet.subarray(0, 10)))],
+    ["cut", gzip.subarray(0, 20)], ["damaged", damaged],
+    ["behind", Buffer.concat([deflateSync(packet), Buffer.from("more")])],
+    ["behind gzip", Buffer.concat([gzip, Buffer.from("more")])],
+    ["nine", nine], ["refused inside", deflateSync(gzipSync(packet.subarray(0, 10)))],
   ];
   try {
     for (const [name, bytes] of rows) {

@@ -104,17 +104,28 @@ void AMFProtocol::closeBrackets() {
   writer.run([&](char* to) { return writer.closeBrackets(to); });
 }
 
-// The arguments are copied, because they may be the texts that are written to.
+// The arguments are copied, because they may be the texts that are written to. The copies and the
+// Writer are in frames of two functions, because no frame may have more than 1,024 bytes.
+
+namespace {
+
+AMF2JSON_APART void writeAttr(AMFProtocol& protocol, ProtocolState& state, std::string_view name,
+                              std::string_view value, bool quote) {
+  render::Writer writer(protocol, state);
+  writer.run([&](char* to) { return writer.writeAttr(to, name, value, quote); });
+}
+
+AMF2JSON_APART void writeStatement(AMFProtocol& protocol, ProtocolState& state,
+                                   std::string_view name, std::string_view value, bool quote) {
+  render::Writer(protocol, state).writeStatement(name, value, quote);
+}
+
+}  // namespace
 
 void AMFProtocol::appendAttr(const std::string& name, const std::string& value, bool quote) {
-  const std::string nameCopy(name);
-  const std::string valueCopy(value);
-  render::Writer writer(*this, *state);
-  writer.run([&](char* to) { return writer.writeAttr(to, nameCopy, valueCopy, quote); });
+  writeAttr(*this, *state, std::string(name), std::string(value), quote);
 }
 
 void AMFProtocol::appendJSAttr(const std::string& name, const std::string& value, bool quote) {
-  const std::string nameCopy(name);
-  const std::string valueCopy(value);
-  render::Writer(*this, *state).writeStatement(nameCopy, valueCopy, quote);
+  writeStatement(*this, *state, std::string(name), std::string(value), quote);
 }

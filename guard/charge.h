@@ -40,6 +40,8 @@ constexpr std::uint32_t since(std::uint32_t start, std::uint32_t total) {
   return total < std::numeric_limits<std::uint32_t>::max() ? total - start : total;
 }
 
+constexpr std::uint64_t kSecondHeader = sizeof(void*) < 8 ? 20 : 8;  // of a mapped block
+
 /// Heap of one block of `bytes` bytes. malloc rounds up to 16 and adds a header. It may also return
 /// 16 bytes more than requested if the rest of a free block is too small for another block. A block
 /// of 128 KiB or more with its header is mapped as whole pages, with a second header;
@@ -48,7 +50,6 @@ constexpr std::uint64_t block(std::uint64_t bytes) {
   constexpr std::uint64_t kMapped = 131072;
   constexpr std::uint64_t kPage = 4096;
   constexpr std::uint64_t kHeader = 8;
-  constexpr std::uint64_t kSecondHeader = sizeof(void*) < 8 ? 20 : 8;
   const std::uint64_t withHeader = (bytes + kHeader + 15) / 16 * 16;
   if (withHeader >= kMapped) return (withHeader + kSecondHeader + kPage - 1) / kPage * kPage;
   return bytes == 0 ? 0 : (bytes + 15) / 16 * 16 + 16;

@@ -69,8 +69,8 @@ bool isAcceptedExternalizable(const AMFString& name) {
   return false;
 }
 
-// Throws if the object of a traits entry lacks a sealed member or its name. This happens for
-// externalizable objects, whose sealed members are not read.
+// Throws if the object that defined the traits has fewer members than its sealed count, or a member
+// without a name. That happens if the object is externalizable: its sealed members are not read.
 void checkSealed(const AMFObject& entry) {
   for (std::uint32_t i = 0; i < entry.sealedCount; ++i) {
     const AMFNode* const member = i < entry.children.size() ? entry.children[i] : nullptr;

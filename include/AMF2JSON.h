@@ -745,8 +745,8 @@ class AMF2JSON_API AMFProtocol {
   /// array value or bad array size" (a length without bytes).
   void setByteArray(const AMFRaw* node);
   /// [marker] length bytes. Up to 65535 bytes the marker is 02 or 0C as given, and 02 for any other
-  /// argument. A longer string gets 0C, but if 02 was given, "setAMF0String(): string is too large"
-  /// is thrown. Throws "setAMF0String(): lack of string type node".
+  /// argument. A longer string gets 0C. Throws "setAMF0String(): lack of string type node", and
+  /// "setAMF0String(): string is too large" for a longer string if 02 was given.
   void setAMF0String(const AMFString* node, bool withMarker, AMF0Markers marker);
   /// 01, the stored byte unchanged. Throws "setAMF0Bool(): lack of boolen type node".
   void setAMF0Bool(const AMFBool* node);

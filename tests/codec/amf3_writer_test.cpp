@@ -94,14 +94,14 @@ TEST(U29, RefusesMoreThan30Bits) {
   }
 }
 
-// The whole range in steps: which numbers survive the way to the wire and back.
+// The whole range in steps: which numbers are read back as they were written.
 TEST(U29, WhatSurvives) {
-  const std::string behind(3, '\x2A');
+  const std::string trailing(3, '\x2A');
   AMFProtocol protocol;
   for (std::uint32_t value = 0; value <= 0x3FFFFFFF; value += 1 + value / 509) {
     protocol.clean();
     protocol.setVLInteger(value);
-    const std::string bytes = written(protocol) + behind;
+    const std::string bytes = written(protocol) + trailing;
     protocol.readCursor = bytes.data();
     const bool survives =
         value <= 0x1FFFFF || (value >= 0x400000 && value <= 0x1FFFFFFF && (value & 0x80) == 0);

@@ -8,8 +8,10 @@
 //   wire_bench [FILE...]           the ratios for packet files; without any, for the workloads
 //   wire_bench growth [MEGABYTES]  packets up to MEGABYTES (100), each with twice the rows of the one
 //                                  before, and what each doubling costs as a ratio of times
-//   wire_bench packets COUNT       writes the small workload COUNT times, as lines of base64
+//   wire_bench small               writes the packet of the small workload
 //   wire_bench calls COUNT         the CPU time in seconds of COUNT exports of it, from memory
+//
+// Fails if import does not return the bytes of a packet that was exported.
 #include <AMFWire.h>
 #include <rapidjson/document.h>
 #include <rapidjson/stringbuffer.h>
@@ -77,6 +79,11 @@ std::string load(const char* path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
+[[noreturn]] void fail(const std::string& name, const std::string& reason) {
+  std::fprintf(stderr, "%s: %s\n", name.c_str(), reason.c_str());
+  std::exit(1);
+}
+
 void compare(const std::string& name, const std::string& packet) {
   AMFWireExportOptions options;
   options.form = AMFWireForm::packet;
@@ -84,9 +91,7 @@ void compare(const std::string& name, const std::string& packet) {
   const AMFWireResult exported = amfWireExport(packet.data(), packet.size(), json, options);
   std::string bytes;
   if (!exported.ok() || !amfWireImport(json.data(), json.size(), bytes).ok() || bytes != packet) {
-    std::printf("%s: %s\n", name.c_str(),
-                exported.ok() ? "comes back otherwise" : exported.message.c_str());
-    return;
+    fail(name, exported.ok() ? "comes back otherwise" : exported.message);
   }
   AMFProtocol core;
   AMFProtocol viewed;
@@ -171,7 +176,7 @@ void grow(double megabytes) {
     std::string bytes;
     const double exported = leastTime([&] { amfWireExport(packet.data(), packet.size(), json); });
     const double imported = leastTime([&] { amfWireImport(json.data(), json.size(), bytes); });
-    if (bytes != packet) std::printf("comes back otherwise\n");
+    if (bytes != packet) fail("rows", "comes back otherwise");
     if (exportBefore > 0) {
       std::printf("%12zu %8.2f %8.2f\n", packet.size(), exported / exportBefore,
                   imported / importBefore);
@@ -186,23 +191,6 @@ std::string smallPacket() {
     if (workload.name == "small") return workload.packet;
   }
   std::abort();
-}
-
-void writePackets(long count) {
-  const std::string packet = smallPacket();
-  std::string line;
-  constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  for (std::size_t i = 0; i < packet.size(); i += 3) {
-    unsigned bits = 0;
-    for (std::size_t k = i; k < i + 3; ++k) {
-      bits = bits << 8 | (k < packet.size() ? static_cast<unsigned char>(packet[k]) : 0u);
-    }
-    for (unsigned k = 0; k < 4; ++k) {
-      line += i + k > packet.size() ? '=' : kDigits[bits >> (18 - 6 * k) & 63];
-    }
-  }
-  line += '\n';
-  for (; count > 0; --count) std::fputs(line.c_str(), stdout);
 }
 
 void callMany(long count) {
@@ -224,8 +212,9 @@ int main(int count, char** arguments) {
   const std::string word = count > 1 ? arguments[1] : "";
   if (word == "growth") {
     grow(count > 2 ? std::atof(arguments[2]) : 100);
-  } else if (word == "packets" && count > 2) {
-    writePackets(std::atol(arguments[2]));
+  } else if (word == "small") {
+    const std::string packet = smallPacket();
+    std::fwrite(packet.data(), 1, packet.size(), stdout);
   } else if (word == "calls" && count > 2) {
     callMany(std::atol(arguments[2]));
   } else if (count > 1) {

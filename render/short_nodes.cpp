@@ -92,7 +92,6 @@ char* Writer::writeShortPairs(char* to, const AMFNode* node, std::uint32_t& inde
     prefetchAfter(pair->name);
     prefetchAfter(pair->value);
     to = putPair(json.reserve(to, most), pair, pairTexts());
-    p.scriptStatementStart = true;
   }
   return to;
 }

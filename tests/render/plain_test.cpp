@@ -456,4 +456,24 @@ TEST(RenderPlain, FormatString) {
   }
 }
 
+// The text passes its limit at one place after another in a list of short pairs.
+TEST(RenderPlain, TheLimitInsideShortPairs) {
+  const std::unique_ptr<AMFNode> node(object(
+      k0, "", {member(k0, "a", null(k0)), member(k0, "b", null(k0)), member(k0, "c", null(k0))}));
+  int reached = 0;
+  for (std::size_t length = 498500; length < 500100; length += 4) {
+    Both both;
+    both.each([&](auto& r) {
+      r.jsonOnly = true;
+      r.jsonText.assign(length, 'j');
+      r.lineBreakCount = -1;
+      r.appendNode(node.get(), k0);
+    });
+    ASSERT_EQ(stateDifference(both.plain, both.library), "") << length;
+    reached += both.plain.outputLimitReached;
+  }
+  EXPECT_GT(reached, 0);
+  EXPECT_LT(reached, 400);
+}
+
 }  // namespace

@@ -185,7 +185,9 @@ bool AmfReader<Sink>::openObject(std::uint32_t traitsIndex) {
   object.dynamic = traits.isDynamic();
   object.traits = traitsIndex;
   sink.beginObject(object);
-  frames.push_back({Step::sealed, object.dynamic, 0, 0, object.sealedCount, traits.names});
+  Frame& frame = push(Step::sealed, object.sealedCount);
+  frame.flag = object.dynamic;
+  frame.names = traits.names;
   return true;
 }
 
@@ -202,7 +204,7 @@ bool AmfReader<Sink>::openExternal(const Traits& traits) {
   external.count = body.values;
   sink.beginExternal(external);
   if (!external.smallMessage) return push(Step::items3, body.values), true;
-  frames.push_back({Step::fields, false, 0, 0, 0, nullptr, body});
+  push(Step::fields).body = body;
   return true;
 }
 

@@ -102,18 +102,22 @@ class AmfReader {
     fields         // of a small message
   };
   struct Frame {
-    Step step;
-    bool flag;                // sealed: dynamic members follow; entries: a value has been read
-    std::uint8_t group;       // of a small message
-    std::uint8_t bit;         // of the next flag
-    std::uint32_t remaining;  // remaining items; of a small message, the current flag byte
-    const char* names;        // the next sealed name; the first flag byte of the group
-    ExternalBody body{};      // of a small message
+    Step step = Step::one;
+    bool flag = false;            // sealed: dynamic members follow; entries: a value has been read
+    std::uint8_t group = 0;       // of a small message
+    std::uint8_t bit = 0;         // of the next flag
+    std::uint32_t remaining = 0;  // remaining items; of a small message, the current flag byte
+    const char* names = nullptr;  // the next sealed name; the first flag byte of the group
+    ExternalBody body{};          // of a small message
   };
 
   void run();
-  void push(Step step, std::uint32_t count = 0) {
-    frames.push_back({step, false, 0, 0, count, nullptr});
+  Frame& push(Step step, std::uint32_t count = 0) {
+    frames.emplace_back();
+    Frame& frame = frames.back();
+    frame.step = step;
+    frame.remaining = count;
+    return frame;
   }
   void pop() { frames.pop_back(); }
   // A value that contains values begins at `marker`.

@@ -62,9 +62,9 @@ void Facts::beginSection(const AMFWireSection& section) {
   amf3 = formIs3;
   integerSeen = wholeSeen = false;
   if (section.kind != AMFWireSectionKind::entries) return;
-  Frame entries{0, 0, 0, objects0.count()};
+  frames.emplace_back();
+  frames.back().object = objects0.count();
   if (!amf3) objects0.push(0);
-  frames.push_back(entries);
 }
 
 void Facts::valuesEnd(const SectionTables& of, std::size_t offset) {
@@ -137,9 +137,11 @@ void Facts::reference(std::uint32_t index) {
 
 void Facts::open(std::uint32_t sealedCount) {
   Table<std::uint8_t>& table = objects(amf3);
-  Frame frame{sealedCount, sealedCount, 0, table.count()};
+  frames.emplace_back();
+  Frame& frame = frames.back();
+  frame.sealedLeft = frame.sealedCount = sealedCount;
+  frame.object = table.count();
   frame.amf3 = amf3;
-  frames.push_back(frame);
   table.push(0);
   bound.add(3);  // brackets and a comma
   checkLength();
@@ -219,7 +221,9 @@ std::uint32_t Facts::sealedFacts(const AMFWireObject& object) {
                      tables->endOfTraits >= traits.names + lastNames.length &&
                      std::memcmp(traits.names, lastNames.data, lastNames.length) == 0;
   if (!again) {
-    Frame trial{object.sealedCount, object.sealedCount, object.traits, 0};
+    Frame trial;
+    trial.sealedCount = object.sealedCount;
+    trial.traits = object.traits;
     const std::uint64_t before = bound.least();
     examineSealed(trial);
     names.close();

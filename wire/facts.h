@@ -113,10 +113,10 @@ class Facts {
  private:
   static constexpr std::uint32_t kNoNames = 0xFFFFFFFFu;
   struct Frame {
-    std::uint32_t sealedLeft;  // kNoNames: a value without names
-    std::uint32_t sealedCount;
-    std::uint32_t traits;
-    std::size_t object;  // in its table
+    std::uint32_t sealedLeft = 0;  // kNoNames: a value without names
+    std::uint32_t sealedCount = 0;
+    std::uint32_t traits = 0;
+    std::size_t object = 0;  // in its table
     std::uint32_t members = 0;
     std::uint32_t declaredCount = 0;
     std::uint32_t pairs = 0;      // of a dictionary
@@ -139,7 +139,7 @@ class Facts {
   void closeNames(const Frame& frame);
   bool addName(const AMFWireString& name);  // returns whether it is UTF-8
   void checkLength() const {
-    if (bound.least() > mostText) throw TextTooLong{};
+    if (bound.least() > mostText) failTextTooLong();
   }
   std::uint32_t sealedFacts(const AMFWireObject& object);
   void xmlText(const AMFWireString& value);

@@ -22,6 +22,7 @@ struct Failure {
 
 // The text exceeds its limit. The AMF reader knows the offset.
 struct TextTooLong {};
+[[noreturn]] void failTextTooLong();
 
 // Two upper-case hexadecimal digits, for markers.
 inline std::string hexByte(unsigned value) {

@@ -110,7 +110,7 @@ void JsonWriter<Output>::beginSection(const AMFWireSection& of) {
   ids3.clear();
   nextId = 1;
   amf3 = formIs3;
-  if (sections == facts.sections.size()) throw TextTooLong{};
+  if (sections == facts.sections.size()) failTextTooLong();
   const SectionFacts& known = facts.sections[sections++];
   plainDoubles = (known.flags & kNoIntegers) != 0;
   ++listed;

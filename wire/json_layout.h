@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "AMFWire.h"
-#include "wire/number_text.h"
+#include "wire/text_output.h"
 
 namespace amf2json::wire {
 
@@ -38,6 +38,17 @@ class JsonLayout {
     output.character('"');
     output.characters(name, std::strlen(name));
     output.character('"');
+    colon();
+  }
+  // A key that is the name of a member, and is UTF-8.
+  void name(const AMFWireString& text) {
+    if (!pretty) {
+      output.key(text, !fresh);
+      fresh = false;
+      return;
+    }
+    item();
+    output.quoted(text, startsWithDollar(text));
     colon();
   }
   // Called after a key.

@@ -40,9 +40,17 @@ class JsonWriter {
   void valuesEnd(const SectionTables&, std::size_t) {}
 
   void undefined() { simple("$undefined"); }
-  void null() { word("null"); }
+  void null() {
+    begin();
+    layout.literal("null");
+    finish();
+  }
   void unsupported() { simple("$unsupported"); }
-  void boolean(bool value) { word(value ? "true" : "false"); }
+  void boolean(bool value) {
+    begin();
+    value ? layout.literal("true") : layout.literal("false");
+    finish();
+  }
   void integer(std::int32_t value);
   void number(const double& value);
   void string(const AMFWireString& value);
@@ -61,7 +69,10 @@ class JsonWriter {
   void beginVector(const AMFWireVector& vector);
   void vectorItems(const char* items, std::uint32_t count);
   void beginDictionary(std::uint32_t count, bool weak);
-  void member(const AMFWireString& name);
+  void member(const AMFWireString& name) {
+    if (frames.back().mode == Mode::named) return layout.name(name);
+    beginPair(name);
+  }
   void denseItems();
   void fieldGroup(const AMFWireFlags&) {}
   void field(const AMFWireField& field);
@@ -83,9 +94,16 @@ class JsonWriter {
     AMFWireVectorKind items = AMFWireVectorKind::object;
   };
 
-  void begin();
-  void finish();
-  void word(const char* literal);
+  // Called before and after every value.
+  void begin() {
+    if (frames.back().mode != Mode::named) beginItem();
+  }
+  void finish() {
+    if (frames.back().mode >= Mode::pairs) finishPair();
+  }
+  void beginPair(const AMFWireString& name);
+  void beginItem();
+  void finishPair();
   void simple(const char* kind);
   void text(const char* kind, const AMFWireString& value);
   // Opens the object of the value, and writes its $id if a reference refers to it.
@@ -94,7 +112,6 @@ class JsonWriter {
   void beginMembers(std::uint8_t flags);
   void traitsKeys(const AMFWireObject& object, std::uint8_t flags);
   std::uint8_t nextObject();
-  void name(const AMFWireString& text);
   void endPacket();
   void entriesKey(std::size_t end);
   void beginEntries(const SectionFacts& known);
@@ -123,37 +140,30 @@ class JsonWriter {
   bool plainDoubles = false;  // the section has the mark integers
 };
 
-// Called before every value.
 template <class Output>
-void JsonWriter<Output>::begin() {
-  Frame& frame = frames.back();
-  switch (frame.mode) {
+void JsonWriter<Output>::beginItem() {
+  switch (frames.back().mode) {
     case Mode::named:
     case Mode::pairs: break;
-    case Mode::list: layout.item(); break;
+    case Mode::list:
+    case Mode::pairValue: layout.item(); break;
     case Mode::pairKey:
       layout.item();
       layout.open('[');
       layout.item();
       break;
-    case Mode::pairValue: layout.item(); break;
   }
 }
 
-// Called after every value.
 template <class Output>
-void JsonWriter<Output>::finish() {
+void JsonWriter<Output>::finishPair() {
   Frame& frame = frames.back();
-  switch (frame.mode) {
-    case Mode::named:
-    case Mode::list: break;
-    case Mode::pairs: layout.close(']'); break;
-    case Mode::pairKey: frame.mode = Mode::pairValue; break;
-    case Mode::pairValue:
-      layout.close(']');
-      frame.mode = Mode::pairKey;
-      break;
+  if (frame.mode == Mode::pairKey) {
+    frame.mode = Mode::pairValue;
+    return;
   }
+  layout.close(']');
+  if (frame.mode == Mode::pairValue) frame.mode = Mode::pairKey;
 }
 
 // Called after the members of an AMF3 array.
@@ -177,13 +187,6 @@ void JsonWriter<Output>::end() {
   }
   if (frame.inObject) layout.close('}');
   frames.pop_back();
-  finish();
-}
-
-template <class Output>
-void JsonWriter<Output>::word(const char* literal) {
-  begin();
-  layout.literal(literal);
   finish();
 }
 
@@ -228,7 +231,7 @@ std::uint8_t JsonWriter<Output>::nextObject() {
   const Table<std::uint8_t>& objects = amf3 ? facts.objects3 : facts.objects0;
   std::size_t& next = amf3 ? object3 : object0;
   // If the text was certainly too long, the pass that collects the facts ended before this object.
-  if (next == objects.count()) throw TextTooLong{};
+  if (next == objects.count()) failTextTooLong();
   const std::uint8_t flags = objects[next++];
   (amf3 ? ids3 : ids0).begin((flags & kReferred) != 0 ? &nextId : nullptr);
   return flags;
@@ -456,17 +459,9 @@ void JsonWriter<Output>::beginDictionary(std::uint32_t, bool weak) {
   frames.back().weak = weak;
 }
 
-// A member name as a key: a $ at its beginning is doubled.
+// A pair of $members.
 template <class Output>
-void JsonWriter<Output>::name(const AMFWireString& text) {
-  layout.item();
-  layout.output.quoted(text, text.length != 0 && text.data[0] == '$');
-  layout.colon();
-}
-
-template <class Output>
-void JsonWriter<Output>::member(const AMFWireString& text) {
-  if (frames.back().mode == Mode::named) return name(text);
+void JsonWriter<Output>::beginPair(const AMFWireString& text) {
   layout.item();
   layout.open('[');
   layout.item();

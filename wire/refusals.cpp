@@ -43,6 +43,10 @@ std::string shown(const AMFWireString& name) {
 
 }  // namespace
 
+void failTextTooLong() {
+  throw TextTooLong{};
+}
+
 void failWith(AMFWireStatus status, std::size_t offset, const char* message) {
   fail(status, offset, message);
 }

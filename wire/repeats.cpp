@@ -19,7 +19,7 @@ bool hasRepeat(std::size_t count, HashAt hashAt, Same same) {
   std::vector<std::uint32_t> slots(count + count / 2 + 1, kFree);
   for (std::uint32_t index = 0; index < count; ++index) {
     std::size_t at = slotOf(hashAt(index), slots.size());
-    for (; slots[at] != kFree; at = (at + 1) % slots.size()) {
+    for (; slots[at] != kFree; at = at + 1 < slots.size() ? at + 1 : 0) {
       if (same(slots[at], index)) return true;
     }
     slots[at] = index;

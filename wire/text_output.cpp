@@ -37,7 +37,19 @@ void TextBuffer::escape(unsigned char byte) {
   }
 }
 
-bool TextBuffer::writeEscapedSlowly(const char* from, const char* last) {
+bool TextBuffer::quotedSlowly(const AMFWireString& string, bool withDollar) {
+  char* const before = at;
+  character('"');
+  if (withDollar) character('$');
+  if (!writeEscaped(string.data, string.data + string.length)) {
+    at = before;
+    return false;
+  }
+  character('"');
+  return true;
+}
+
+bool TextBuffer::writeEscaped(const char* from, const char* last) {
   // A string that is not UTF-8 is written in another form, which may fit. So if space is short,
   // the string is checked before it can fill the buffer.
   constexpr std::size_t kLongestEscape = 6;

@@ -15,6 +15,11 @@
 
 namespace amf2json::wire {
 
+// Such a name has another $ before it in the JSON.
+inline bool startsWithDollar(const AMFWireString& name) {
+  return name.length != 0 && name.data[0] == '$';
+}
+
 class TextCounter {
  public:
   TextCounter(LongTexts& known, std::size_t limit) : texts(&known), most(limit) {}
@@ -38,10 +43,14 @@ class TextCounter {
     if (text.isUtf8) add(text.length + (withDollar ? 3 : 2));
     return text.isUtf8;
   }
+  void key(const AMFWireString& name, bool withComma) {
+    quoted(name, startsWithDollar(name));
+    add(withComma ? 2 : 1);
+  }
 
  private:
   void add(std::size_t length) {
-    if (length > most - count) throw TextTooLong{};
+    if (length > most - count) failTextTooLong();
     count += length;
   }
 
@@ -86,43 +95,62 @@ class TextBuffer {
     at = putBase64(at, bytes.data, bytes.length);
   }
   bool quoted(const AMFWireString& string, bool withDollar) {
-    char* const before = at;
-    character('"');
-    if (withDollar) character('$');
-    if (!writeEscaped(string)) {
-      at = before;
-      return false;
+    if (remaining() >= string.length + kAround) {
+      char* const after = putQuoted(at, string, withDollar);
+      if (after != nullptr) {
+        at = after;
+        return true;
+      }
     }
-    character('"');
-    return true;
+    return quotedSlowly(string, withDollar);
+  }
+  // Writes a name that is UTF-8 as a key, with the comma before it if asked, and with the colon.
+  void key(const AMFWireString& name, bool withComma) {
+    const bool withDollar = startsWithDollar(name);
+    if (remaining() >= name.length + kAround) {
+      char* to = at;
+      if (withComma) *to++ = ',';
+      to = putQuoted(to, name, withDollar);
+      if (to != nullptr) {
+        *to = ':';
+        at = to + 1;
+        return;
+      }
+    }
+    if (withComma) character(',');
+    quotedSlowly(name, withDollar);
+    character(':');
   }
 
  private:
-  bool writeEscaped(const AMFWireString& string) {
-    // Tests and copies eight bytes at once.
+  // Two quotes, a dollar, a comma, a colon, and eight bytes that are written at once.
+  static constexpr std::size_t kAround = 5 + 8;
+
+  // Writes a string of bytes that need no escapes. Returns the end, or null if it has others.
+  static char* putQuoted(char* to, const AMFWireString& string, bool withDollar) {
     const char* from = string.data;
     const char* const last = from + string.length;
-    if (remaining() < string.length + 8) return writeEscapedSlowly(from, last);
-    char* to = at;
+    *to++ = '"';
+    if (withDollar) *to++ = '$';
     for (; last - from >= 8; from += 8, to += 8) {
       const std::uint64_t word = loadFew(from, 8);
-      if (specialBytes(word) != 0) return writeEscapedSlowly(string.data, last);
+      if (specialBytes(word) != 0) return nullptr;
       std::memcpy(to, &word, 8);
     }
     const auto rest = static_cast<std::size_t>(last - from);
     const std::uint64_t word = loadFewPlain(from, rest);
-    if (specialBytes(word) != 0) return writeEscapedSlowly(string.data, last);
+    if (specialBytes(word) != 0) return nullptr;
     if (kLowestFirst) {
       std::memcpy(to, &word, 8);
     } else {
       std::memcpy(to, from, rest);
     }
-    at = to + rest;
-    return true;
+    to[rest] = '"';
+    return to + rest + 1;
   }
   std::size_t remaining() const { return static_cast<std::size_t>(end - at); }
   void need(std::size_t length) const {
-    if (remaining() < length) throw TextTooLong{};
+    if (remaining() < length) failTextTooLong();
   }
   template <class Put>
   void put(Put putAt) {
@@ -133,8 +161,9 @@ class TextBuffer {
     char text[kNumberMax];
     characters(text, static_cast<std::size_t>(putAt(text) - text));
   }
+  bool quotedSlowly(const AMFWireString& string, bool withDollar);
+  bool writeEscaped(const char* from, const char* last);
   void escape(unsigned char byte);
-  bool writeEscapedSlowly(const char* from, const char* last);
 
   char* begin;
   char* at;

@@ -36,19 +36,19 @@ std::int64_t daysOf(const Day& date) {
   return era * 146097 + yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear - 719468;
 }
 
-// The inverse of daysOf().
-Day dayOf(std::int64_t days) {
-  days += 719468;
-  const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
-  const std::int64_t dayOfEra = days - era * 146097;
-  const std::int64_t yearOfEra =
+// The inverse for a number of days since 0000-01-01. The computation begins with the era before, so
+// that no number is negative.
+void findDay(std::uint32_t days, std::uint32_t& year, std::uint32_t& month, std::uint32_t& day) {
+  days += 146097 - 60;  // since March of the year -400
+  const std::uint32_t era = days / 146097;
+  const std::uint32_t dayOfEra = days % 146097;
+  const std::uint32_t yearOfEra =
       (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-  const std::int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-  const std::int64_t month = (5 * dayOfYear + 2) / 153;
-  const auto day = static_cast<int>(dayOfYear - (153 * month + 2) / 5 + 1);
-  const auto calendarMonth = static_cast<int>(month < 10 ? month + 3 : month - 9);
-  return {static_cast<int>(yearOfEra + era * 400 + (calendarMonth <= 2 ? 1 : 0)), calendarMonth,
-          day};
+  const std::uint32_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+  const std::uint32_t monthFromMarch = (5 * dayOfYear + 2) / 153;
+  day = dayOfYear - (153 * monthFromMarch + 2) / 5 + 1;
+  month = monthFromMarch < 10 ? monthFromMarch + 3 : monthFromMarch - 9;
+  year = era * 400 + yearOfEra - 400 + (month <= 2 ? 1 : 0);
 }
 
 char* putTwoDigits(char* to, std::uint32_t value) {
@@ -88,21 +88,21 @@ bool hasDateText(const double& timeMs) {
 }
 
 char* putDate(char* to, const double& timeMs) {
-  const auto all = static_cast<std::int64_t>(timeMs);
-  std::int64_t days = all / kDayMs;
-  if (all % kDayMs < 0) --days;
-  const auto rest = static_cast<std::uint32_t>(all - days * kDayMs);
-  const Day date = dayOf(days);
-  const auto year = static_cast<std::uint32_t>(date.year);
+  const auto all = static_cast<std::uint64_t>(timeMs - kFirst);  // since 0000-01-01
+  std::uint32_t year;
+  std::uint32_t month;
+  std::uint32_t day;
+  findDay(static_cast<std::uint32_t>(all / kDayMs), year, month, day);
+  const auto ms = static_cast<std::uint32_t>(all % kDayMs);
   to = putTwoDigits(to, year / 100);
   to = putTwoDigits(to, year % 100, '-');
-  to = putTwoDigits(to, static_cast<std::uint32_t>(date.month), '-');
-  to = putTwoDigits(to, static_cast<std::uint32_t>(date.day), 'T');
-  to = putTwoDigits(to, rest / 3600000, ':');
-  to = putTwoDigits(to, rest / 60000 % 60, ':');
-  to = putTwoDigits(to, rest / 1000 % 60, '.');
-  *to++ = static_cast<char>('0' + rest % 1000 / 100);
-  return putTwoDigits(to, rest % 100, 'Z');
+  to = putTwoDigits(to, month, '-');
+  to = putTwoDigits(to, day, 'T');
+  to = putTwoDigits(to, ms / 3600000, ':');
+  to = putTwoDigits(to, ms / 60000 % 60, ':');
+  to = putTwoDigits(to, ms / 1000 % 60, '.');
+  *to++ = static_cast<char>('0' + ms % 1000 / 100);
+  return putTwoDigits(to, ms % 100, 'Z');
 }
 
 bool readDate(const char* text, std::size_t length, double& timeMs) {

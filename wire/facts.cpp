@@ -142,6 +142,7 @@ void Facts::open(std::uint32_t sealedCount) {
   frame.sealedLeft = frame.sealedCount = sealedCount;
   frame.object = table.count();
   frame.amf3 = amf3;
+  expectNames(frame);
   table.push(0);
   bound.add(3);  // brackets and a comma
   checkLength();
@@ -270,7 +271,8 @@ void Facts::member(const AMFWireString& name) {
     return;
   }
   frame.flags |= kHasDynamic;
-  if (isNameOfLastObject(frame, name)) {
+  if (frame.expected != frame.lastExpected && sameBytes(*frame.expected, name)) {
+    ++frame.expected;
     ++frame.members;
     bound.add(name.length + kPlainNameExtra);
     return checkLength();
@@ -283,17 +285,16 @@ void Facts::member(const AMFWireString& name) {
   if (!frame.listed) examine(frame, name, isUtf8);
 }
 
-// Whether all names so far, and this one, are those of the last object at this depth.
-bool Facts::isNameOfLastObject(const Frame& frame, const AMFWireString& name) const {
-  if (frame.namesOpen || frame.sealedCount != 0 || frames.size() >= lastObjectNames.size())
-    return false;
+void Facts::expectNames(Frame& frame) const {
+  if (frame.sealedCount != 0 || frames.size() >= lastObjectNames.size()) return;
   const Names& last = lastObjectNames[frames.size()];
-  if (frame.members >= last.size() || last[frame.members].length != name.length) return false;
-  return std::memcmp(last[frame.members].data, name.data, name.length) == 0;
+  frame.expected = last.data();
+  frame.lastExpected = last.data() + last.size();
 }
 
 // Adds the sealed names, and those that were only compared.
 void Facts::openNames(Frame& frame) {
+  frame.expected = frame.lastExpected = nullptr;
   examineSealed(frame);
   for (std::uint32_t i = 0; i < frame.members; ++i) {
     examine(frame, lastObjectNames[frames.size()][i], true);

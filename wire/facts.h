@@ -117,6 +117,9 @@ class Facts {
     std::uint32_t sealedCount = 0;
     std::uint32_t traits = 0;
     std::size_t object = 0;  // in its table
+    // The names of the last object at this depth that have not come yet, if all so far are the same.
+    const AMFWireString* expected = nullptr;
+    const AMFWireString* lastExpected = nullptr;
     std::uint32_t members = 0;
     std::uint32_t declaredCount = 0;
     std::uint32_t pairs = 0;      // of a dictionary
@@ -134,7 +137,7 @@ class Facts {
   Table<std::uint8_t>& objects(bool of3) { return of3 ? objects3 : objects0; }
   void examine(Frame& frame, const AMFWireString& name, bool isUtf8);
   void examineSealed(Frame& frame);
-  bool isNameOfLastObject(const Frame& frame, const AMFWireString& name) const;
+  void expectNames(Frame& frame) const;
   void openNames(Frame& frame);
   void closeNames(const Frame& frame);
   bool addName(const AMFWireString& name);  // returns whether it is UTF-8

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A hash of bytes for tables of untrusted names. It has a random seed, so that an attacker cannot
+// Comparisons of byte strings, and a hash of bytes for tables of untrusted names. The hash has a random seed, so that an attacker cannot
 // choose names that share a slot. Results never depend on it. Tested by tests/wire/bombs_test.cpp.
 #ifndef WIRE_HASH_H
 #define WIRE_HASH_H
@@ -54,9 +54,19 @@ inline std::uint32_t smallHash(const AMFWireString& name) {
          63;
 }
 
-// The slot of a hash in a table of `slots` slots.
+// The slot of a hash in a table of `slots` slots, and the slot to try after another one.
 inline std::size_t slotOf(std::uint64_t hash, std::size_t slots) {
   return static_cast<std::size_t>((hash >> 32) * slots >> 32);
+}
+inline std::size_t slotAfter(std::size_t slot, std::size_t slots) {
+  return slot + 1 == slots ? 0 : slot + 1;
+}
+
+// Short strings are compared as words, without a call.
+inline bool sameBytes(const AMFWireString& a, const AMFWireString& b) {
+  if (a.length != b.length) return false;
+  if (a.length <= 8) return loadFew(a.data, a.length) == loadFew(b.data, b.length);
+  return a.data == b.data || std::memcmp(a.data, b.data, a.length) == 0;
 }
 
 }  // namespace amf2json::wire

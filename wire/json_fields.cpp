@@ -223,11 +223,8 @@ void JsonReader::checkDuplicateKeysByHash(std::uint32_t token) {
   for (std::uint32_t remaining = count; remaining > 0; --remaining, key = index.nextKey(key)) {
     const AMFWireString name = index.text(key);
     std::size_t slot = slotOf(hashOf(name.data, name.length, hashSeed()), slots.size());
-    for (; slots[slot] != 0; slot = (slot + 1) % slots.size()) {
-      const AMFWireString other = index.text(slots[slot]);
-      if (other.length == name.length && std::memcmp(other.data, name.data, name.length) == 0) {
-        fail(key, "the key occurs twice in its object");
-      }
+    for (; slots[slot] != 0; slot = slotAfter(slot, slots.size())) {
+      if (sameBytes(index.text(slots[slot]), name)) fail(key, "the key occurs twice in its object");
     }
     slots[slot] = key;
   }

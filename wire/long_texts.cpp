@@ -9,7 +9,7 @@ const LongTexts::Entry& LongTexts::find(const AMFWireString& of) {
   if (used * 4 >= slots.size() * 3) grow();
   std::size_t at = slot(of.data);
   // Two strings of an input that begin at one place are the same.
-  while (slots[at].data != nullptr && slots[at].data != of.data) at = (at + 1) % slots.size();
+  while (slots[at].data != nullptr && slots[at].data != of.data) at = slotAfter(at, slots.size());
   Entry& entry = slots[at];
   if (entry.data == nullptr) {
     entry.hash = hashOf(of.data, of.length, seed);
@@ -26,7 +26,7 @@ void LongTexts::grow() {
   for (const Entry& entry : old) {
     if (entry.data == nullptr) continue;
     std::size_t at = slot(entry.data);
-    while (slots[at].data != nullptr) at = (at + 1) % slots.size();
+    while (slots[at].data != nullptr) at = slotAfter(at, slots.size());
     slots[at] = entry;
   }
 }

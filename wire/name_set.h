@@ -7,7 +7,6 @@
 #define WIRE_NAME_SET_H
 
 #include <cstdint>
-#include <cstring>
 #include <vector>
 
 #include "wire/long_texts.h"
@@ -76,9 +75,7 @@ class NameSet {
 
   bool isName(std::size_t index, const AMFWireString& name) const {
     const Place& place = names[index];
-    const char* const data = base + place.offset;
-    return place.length == name.length &&
-           (data == name.data || std::memcmp(data, name.data, name.length) == 0);
+    return sameBytes({base + place.offset, place.length}, name);
   }
   bool contains(const Level& level, const AMFWireString& name) const;
   void insert(Level& level);

@@ -19,7 +19,7 @@ bool hasRepeat(std::size_t count, HashAt hashAt, Same same) {
   std::vector<std::uint32_t> slots(count + count / 2 + 1, kFree);
   for (std::uint32_t index = 0; index < count; ++index) {
     std::size_t at = slotOf(hashAt(index), slots.size());
-    for (; slots[at] != kFree; at = at + 1 < slots.size() ? at + 1 : 0) {
+    for (; slots[at] != kFree; at = slotAfter(at, slots.size())) {
       if (same(slots[at], index)) return true;
     }
     slots[at] = index;
@@ -33,10 +33,6 @@ bool hasRepeatSoonOrLater(std::size_t count, HashAt hashAt, Same same) {
   constexpr std::size_t kSoon = 256;
   if (count > kSoon && hasRepeat(kSoon, hashAt, same)) return true;
   return count > 1 && hasRepeat(count, hashAt, same);
-}
-
-bool sameBytes(const AMFWireString& a, const AMFWireString& b) {
-  return a.length == b.length && (a.data == b.data || std::memcmp(a.data, b.data, a.length) == 0);
 }
 
 bool sameTraits(const SectionTables& tables, std::size_t a, std::size_t b) {

@@ -5,14 +5,6 @@
 
 namespace amf2json::wire {
 
-namespace {
-
-bool sameBytes(const AMFWireString& a, const AMFWireString& b) {
-  return a.length == b.length && std::memcmp(a.data, b.data, a.length) == 0;
-}
-
-}  // namespace
-
 void HashSlots::clear() {
   // Otherwise many slots of one section would slow down every section after it.
   if (used != 0 && slots.size() <= 4096) slots.assign(slots.size(), {});
@@ -22,7 +14,7 @@ void HashSlots::clear() {
 
 void HashSlots::put(std::uint64_t hash, std::uint32_t entry) {
   std::size_t at = slotOf(hash, slots.size());
-  while (slots[at].entry != kNotWritten) at = at + 1 == slots.size() ? 0 : at + 1;
+  while (slots[at].entry != kNotWritten) at = slotAfter(at, slots.size());
   slots[at] = {static_cast<std::uint32_t>(hash), entry};
 }
 

@@ -26,7 +26,7 @@ class HashSlots {
     if (slots.empty()) return kNotWritten;
     const auto lowHash = static_cast<std::uint32_t>(hash);
     for (std::size_t at = slotOf(hash, slots.size()); slots[at].entry != kNotWritten;
-         at = at + 1 == slots.size() ? 0 : at + 1) {
+         at = slotAfter(at, slots.size())) {
       if (slots[at].lowHash == lowHash && same(slots[at].entry)) return slots[at].entry;
     }
     return kNotWritten;

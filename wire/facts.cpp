@@ -56,7 +56,7 @@ void Facts::beginSection(const AMFWireSection& section) {
   sections.emplace_back();
   sectionBegin = section.offset;
   traitsFacts.clear();
-  lastCount = 0;
+  lastTraits = {};
   begin0 = objects0.count();
   begin3 = objects3.count();
   amf3 = formIs3;
@@ -200,45 +200,47 @@ void Facts::beginObject(const AMFWireObject& object) {
   open(object.sealedCount);
   Frame& frame = frames.back();
   frame.traits = object.traits;
-  if (object.typed) {
-    bound.add(sizeof "\"$class\":");
-    bound.string(object.className, texts);
-  }
+  if (object.typed) bound.add(sizeof "\"$class\":");
   if (amf3 && object.dynamic == object.typed) bound.addPerhaps(sizeof "\"$dynamic\":false");
   if (amf3 && object.dynamic + object.typed != 1) bound.addPerhaps(sizeof "\"$sealed\":4294967295");
-  if (object.sealedCount == 0) return;
-  const std::uint32_t known = sealedFacts(object);
+  if (object.sealedCount == 0) {
+    if (object.typed) bound.string(object.className, texts);
+    return;
+  }
+  const std::uint32_t known = factsOfTraits(object);
   frame.listed = (known & 1) != 0;
   bound.add(known >> 1);
 }
 
-// Sealed names are examined once for each traits entry.
-std::uint32_t Facts::sealedFacts(const AMFWireObject& object) {
+// The names of traits are examined once for each entry.
+std::uint32_t Facts::factsOfTraits(const AMFWireObject& object) {
   if (object.traits < traitsFacts.count()) return traitsFacts[object.traits];
   while (traitsFacts.count() < object.traits) traitsFacts.push(0);
-  const Traits traits = tables->traitsAt(object.traits);
   // A sender that repeats traits in full repeats the same bytes, so these are compared first.
-  const bool again = object.sealedCount == lastCount &&
-                     tables->endOfTraits >= traits.names + lastNames.length &&
-                     std::memcmp(traits.names, lastNames.data, lastNames.length) == 0;
-  if (!again) {
-    Frame trial;
-    trial.sealedCount = object.sealedCount;
-    trial.traits = object.traits;
-    const std::uint64_t before = bound.least();
-    examineSealed(trial);
-    names.close();
-    SealedNames sealed(*tables, traits);
-    for (std::uint32_t i = 0; i < object.sealedCount; ++i) addName(sealed.next());
-    const std::uint64_t length = bound.least() - before;
-    bound.add(0 - length);  // it is added for each object
-    lastFacts = static_cast<std::uint32_t>(length < kMaxKeysLength ? length : kMaxKeysLength) << 1 |
-                (trial.listed ? 1 : 0);
-    lastCount = tables->usesStringReferences ? 0 : object.sealedCount;
-    lastNames = {traits.names, static_cast<std::size_t>(tables->endOfTraits - traits.names)};
+  const char* const begin = tables->base + tables->traits[object.traits];
+  const AMFWireString bytes(begin, static_cast<std::size_t>(tables->endOfTraits - begin));
+  if (!sameBytes(bytes, lastTraits)) {
+    lastFacts = examineTraits(object);
+    lastTraits = tables->usesStringReferences ? AMFWireString() : bytes;
   }
   traitsFacts.push(lastFacts);
   return lastFacts;
+}
+
+std::uint32_t Facts::examineTraits(const AMFWireObject& object) {
+  Frame trial;
+  trial.sealedCount = object.sealedCount;
+  trial.traits = object.traits;
+  const std::uint64_t before = bound.least();
+  examineSealed(trial);
+  names.close();
+  SealedNames sealed(*tables, tables->traitsAt(object.traits));
+  for (std::uint32_t i = 0; i < object.sealedCount; ++i) addName(sealed.next());
+  if (object.typed) bound.string(object.className, texts);
+  const std::uint64_t length = bound.least() - before;
+  bound.add(0 - length);  // it is added for each object
+  return static_cast<std::uint32_t>(length < kMaxKeysLength ? length : kMaxKeysLength) << 1 |
+         (trial.listed ? 1 : 0);
 }
 
 void Facts::examineSealed(Frame& frame) {

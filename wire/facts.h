@@ -144,7 +144,8 @@ class Facts {
   void checkLength() const {
     if (bound.least() > mostText) failTextTooLong();
   }
-  std::uint32_t sealedFacts(const AMFWireObject& object);
+  std::uint32_t factsOfTraits(const AMFWireObject& object);
+  std::uint32_t examineTraits(const AMFWireObject& object);
   void xmlText(const AMFWireString& value);
 
   NameSet names;
@@ -157,11 +158,10 @@ class Facts {
   std::uint64_t mostText;
   std::vector<Frame> frames;
   const SectionTables* tables = nullptr;  // of the current section; not owned
-  // For each traits entry of the section: twice the length of the sealed names as keys, and in the
-  // lowest bit whether they need a list.
+  // For each traits entry of the section that has sealed names: twice the length of the class name
+  // and of the sealed names as keys, and in the lowest bit whether the names need a list.
   Table<std::uint32_t> traitsFacts;
-  AMFWireString lastNames;  // the sealed names that were examined last, if all are inline
-  std::uint32_t lastCount = 0;
+  AMFWireString lastTraits;  // the bytes that were examined last, if all their strings are inline
   std::uint32_t lastFacts = 0;
   std::size_t sectionBegin = 0;
   std::size_t begin0 = 0;  // the first objects of the section

@@ -34,22 +34,13 @@ class JsonLayout {
     if (pretty) newLine();
   }
   void key(const char* name) {
-    item();
-    output.character('"');
-    output.characters(name, std::strlen(name));
-    output.character('"');
-    colon();
+    output.plainKey(name, std::strlen(name), beginKey());
+    if (pretty) output.character(' ');
   }
   // A key that is the name of a member, and is UTF-8.
   void name(const AMFWireString& text) {
-    if (!pretty) {
-      output.key(text, !fresh);
-      fresh = false;
-      return;
-    }
-    item();
-    output.quoted(text, startsWithDollar(text));
-    colon();
+    output.key(text, beginKey());
+    if (pretty) output.character(' ');
   }
   // Called after a key.
   void colon() {
@@ -87,6 +78,13 @@ class JsonLayout {
   Output& output;
 
  private:
+  // Returns whether the key needs a comma. In pretty text, a comma and a line break come first.
+  bool beginKey() {
+    const bool withComma = !fresh && !pretty;
+    if (pretty) item();
+    fresh = false;
+    return withComma;
+  }
   void newLine() {
     output.character('\n');
     output.blanks(2 * depth);

@@ -47,6 +47,7 @@ class TextCounter {
     quoted(name, startsWithDollar(name));
     add(withComma ? 2 : 1);
   }
+  void plainKey(const char*, std::size_t length, bool withComma) { add(length + (withComma ? 4 : 3)); }
 
  private:
   void add(std::size_t length) {
@@ -120,6 +121,18 @@ class TextBuffer {
     if (withComma) character(',');
     quotedSlowly(name, withDollar);
     character(':');
+  }
+  // The same for a key of this format, which needs no escapes.
+  void plainKey(const char* name, std::size_t length, bool withComma) {
+    need(length + (withComma ? 4 : 3));
+    char* to = at;
+    if (withComma) *to++ = ',';
+    *to++ = '"';
+    std::memcpy(to, name, length);
+    to += length;
+    *to++ = '"';
+    *to++ = ':';
+    at = to;
   }
 
  private:

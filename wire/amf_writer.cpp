@@ -71,6 +71,7 @@ void AmfWriter::writeTraits(std::uint32_t head, const AMFWireString& className,
   std::uint64_t hash = 0;
   tables.base = output.data();
   if (section.traitsReferences) {
+    if (index.isLastTraits(head, className, names)) return writeU29(index.lastTraits() << 2 | 1);
     hash = index.hashTraits(head, className, names);
     const std::uint32_t entry = index.findTraits(head, className, names, hash);
     if (entry != kNotWritten) return writeU29(entry << 2 | 1);

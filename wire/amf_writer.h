@@ -79,13 +79,15 @@ class AmfWriter {
  private:
   enum class Ending : std::uint8_t { none, members0, members3 };
   struct Frame {
-    Ending ending;
-    std::uint32_t sealedLeft;
-    std::uint32_t itemSize;
+    Ending ending = Ending::none;
+    std::uint32_t sealedLeft = 0;
+    std::uint32_t itemSize = 0;
   };
 
   void push(Ending ending, std::uint32_t sealedLeft = 0) {
-    frames.push_back({ending, sealedLeft, 0});
+    frames.emplace_back();
+    frames.back().ending = ending;
+    frames.back().sealedLeft = sealedLeft;
   }
   void begin3(unsigned marker) {
     output.u8(marker);

@@ -286,11 +286,8 @@ AMFWireForm JsonReader::bareValues(const std::uint32_t* found, AMFWireForm form)
   sink.beginDocument(document);
   sink.beginSection(section);
   amf3 = form == AMFWireForm::amf3;
-  Frame frame{};
-  frame.step = Step::items;
-  frame.next = JsonIndex::first(list);
-  frame.remaining = index.count(list);
-  frames.push_back(frame);
+  pushItems(JsonIndex::first(list), index.count(list));
+  frames.back().ends = false;
   run();
   restoreOriginal(section, found[kDocOriginal]);
   sink.endSection();

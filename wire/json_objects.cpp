@@ -43,21 +43,17 @@ bool JsonReader::object(std::uint32_t token) {
 
 // Pushes a frame for the members of an object.
 void JsonReader::pushMembers(const Object& object, std::uint32_t sealed, bool inArray) {
-  Frame frame{};
-  frame.ends = true;
+  Frame& frame = push(object.has(Key::members) ? Step::pairs : Step::members);
   frame.inArray = inArray;
   frame.sealed = sealed;
   if (inArray) frame.dense = object[Key::array];
   if (object.has(Key::members)) {
-    frame.step = Step::pairs;
     frame.next = JsonIndex::first(object[Key::members]);
     frame.remaining = index.count(object[Key::members]);
   } else {
-    frame.step = Step::members;
     frame.next = JsonIndex::first(object.token);
     frame.remaining = object.members;
   }
-  frames.push_back(frame);
 }
 
 bool JsonReader::plainObject(const Object& object) {
@@ -144,13 +140,9 @@ bool JsonReader::external(const Object& object) {
     sink.beginExternal(begun);
     return smallMessage(object, body);
   }
-  Frame frame{};
-  frame.step = Step::items;
-  frame.ends = true;
-  frame.next = externalValues(object, body);
-  frame.remaining = body.values;
+  const std::uint32_t first = externalValues(object, body);
   sink.beginExternal(begun);
-  frames.push_back(frame);
+  pushItems(first, body.values);
   return true;
 }
 
@@ -180,14 +172,11 @@ bool JsonReader::smallMessage(const Object& object, const ExternalBody& body) {
   for (const Key key : lists) {
     if (object.has(key)) fail(object[key] - 1, "a small message has fields");
   }
-  Frame frame{};
-  frame.step = Step::fields;
-  frame.ends = true;
+  Frame& frame = push(Step::fields);
   frame.body = body;
   frame.dense = frame.next = static_cast<std::uint32_t>(fields.size());
   collectFields(object, body);
   frame.remaining = static_cast<std::uint32_t>(fields.size()) - frame.next;
-  frames.push_back(frame);
   return true;
 }
 
@@ -283,12 +272,7 @@ bool JsonReader::vector(const Object& object) {
     vectorItems(list, begun.kind);
     return sink.end(), false;
   }
-  Frame frame{};
-  frame.step = Step::items;
-  frame.ends = true;
-  frame.next = JsonIndex::first(list);
-  frame.remaining = begun.count;
-  frames.push_back(frame);
+  pushItems(JsonIndex::first(list), begun.count);
   return true;
 }
 
@@ -323,13 +307,10 @@ bool JsonReader::dictionary(const Object& object) {
   recordId(object);
   const std::uint32_t list = needArray(object[Key::dictionary]);
   const bool weak = object.has(Key::weak) && needBoolean(object[Key::weak]);
-  Frame frame{};
-  frame.step = Step::dictionary;
-  frame.ends = true;
+  sink.beginDictionary(index.count(list), weak);
+  Frame& frame = push(Step::dictionary);
   frame.next = JsonIndex::first(list);
   frame.remaining = index.count(list);
-  sink.beginDictionary(frame.remaining, weak);
-  frames.push_back(frame);
   return true;
 }
 

@@ -47,12 +47,7 @@ bool JsonReader::array(std::uint32_t token, std::uint32_t list) {
   AMFWireArray array;
   array.count = index.count(list);
   sink.beginArray(array);
-  Frame frame{};
-  frame.step = Step::items;
-  frame.ends = true;
-  frame.next = JsonIndex::first(list);
-  frame.remaining = array.count;
-  frames.push_back(frame);
+  pushItems(JsonIndex::first(list), array.count);
   return true;
 }
 
@@ -164,9 +159,7 @@ void JsonReader::stepAmf3() {
 bool JsonReader::amf3Value(const Object& object) {
   sink.beginAmf3();
   amf3 = true;
-  Frame frame{};
-  frame.step = Step::amf3;
-  frames.push_back(frame);
+  push(Step::amf3);
   if (value(object[Key::amf3])) return true;
   stepAmf3();
   return false;

@@ -60,16 +60,16 @@ class JsonReader {
   };
   enum class Step : std::uint8_t { items, members, pairs, dictionary, fields, amf3 };
   struct Frame {
-    Step step;
-    bool ends;           // its end is an event
-    bool inArray;        // members of an AMF3 array: dense values follow
-    bool keyIsRead;      // dictionary: the key has been read
-    std::uint8_t group;  // of a small message: the next group
-    ExternalBody body;   // of a small message
-    std::uint32_t next;  // token of the next item, key or pair; of fields, an index in `fields`
-    std::uint32_t remaining;  // remaining items, members or pairs
-    std::uint32_t dense;      // the token of $array
-    std::uint32_t sealed;     // number of sealed members
+    Step step = Step::items;
+    bool ends = true;        // its end is an event
+    bool inArray = false;    // members of an AMF3 array: dense values follow
+    bool keyIsRead = false;  // dictionary: the key has been read
+    std::uint8_t group = 0;  // of a small message: the next group
+    ExternalBody body;       // of a small message
+    std::uint32_t next = 0;  // token of the next item, key or pair; of fields, an index in `fields`
+    std::uint32_t remaining = 0;  // remaining items, members or pairs
+    std::uint32_t dense = 0;      // the token of $array
+    std::uint32_t sealed = 0;     // number of sealed members
   };
   struct Field {
     std::uint32_t number;  // 112 * group + 7 * byte + bit
@@ -128,6 +128,16 @@ class JsonReader {
   void stepDictionary();
   void stepFields();
   void stepAmf3();
+  Frame& push(Step step) {
+    frames.emplace_back();
+    frames.back().step = step;
+    return frames.back();
+  }
+  void pushItems(std::uint32_t first, std::uint32_t count) {
+    Frame& frame = push(Step::items);
+    frame.next = first;
+    frame.remaining = count;
+  }
   void endFrame();
   void announce(Frame& frame, const AMFWireString& name, std::uint32_t token);
   void pushMembers(const Object& object, std::uint32_t sealed, bool inArray);

@@ -47,7 +47,9 @@ class TextCounter {
     quoted(name, startsWithDollar(name));
     add(withComma ? 2 : 1);
   }
-  void plainKey(const char*, std::size_t length, bool withComma) { add(length + (withComma ? 4 : 3)); }
+  void plainKey(const char*, std::size_t length, bool withComma) {
+    add(length + (withComma ? 4 : 3));
+  }
 
  private:
   void add(std::size_t length) {

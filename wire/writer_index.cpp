@@ -39,27 +39,33 @@ std::uint64_t WriterIndex::hashTraits(std::uint32_t head, const AMFWireString& c
   return state;
 }
 
+bool WriterIndex::isTraits(std::uint32_t entry, std::uint32_t head, const AMFWireString& className,
+                           AMFWireNames* names) const {
+  const Traits known = tables->traitsAt(entry);
+  if (known.head != head || !sameBytes(known.className, className)) return false;
+  if (names != nullptr) names->rewind();
+  const char* at = known.names;
+  for (std::uint32_t remaining = known.sealedCount(); remaining > 0; --remaining) {
+    if (!sameBytes(tables->readCheckedString(at), names->next())) return false;
+  }
+  return true;
+}
+
 std::uint32_t WriterIndex::findTraits(std::uint32_t head, const AMFWireString& className,
-                                      AMFWireNames* names, std::uint64_t hash) const {
-  return traits.find(hash, [&](std::uint32_t entry) {
-    const Traits known = tables->traitsAt(entry);
-    if (known.head != head || !sameBytes(known.className, className)) return false;
-    if (names != nullptr) names->rewind();
-    const char* at = known.names;
-    for (std::uint32_t remaining = known.sealedCount(); remaining > 0; --remaining) {
-      if (!sameBytes(tables->readCheckedString(at), names->next())) return false;
-    }
-    return true;
-  });
+                                      AMFWireNames* names, std::uint64_t hash) {
+  const std::uint32_t found = traits.find(
+      hash, [&](std::uint32_t entry) { return isTraits(entry, head, className, names); });
+  if (found != kNotWritten) last = found;
+  return found;
 }
 
 void WriterIndex::addTraits(std::uint64_t hash) {
-  traits.add(hash, static_cast<std::uint32_t>(tables->traits.count() - 1),
-             [this](std::uint32_t entry) {
-               const Traits known = tables->traitsAt(entry);
-               SealedNames names(*tables, known);
-               return hashTraits(known.head, known.className, &names);
-             });
+  last = static_cast<std::uint32_t>(tables->traits.count() - 1);
+  traits.add(hash, last, [this](std::uint32_t entry) {
+    const Traits known = tables->traitsAt(entry);
+    SealedNames names(*tables, known);
+    return hashTraits(known.head, known.className, &names);
+  });
 }
 
 }  // namespace amf2json::wire

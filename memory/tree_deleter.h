@@ -38,13 +38,17 @@ class TreeDeleter {
   void destroyBranch(AMFNode* node) noexcept;
   inline void free(AMFNode* node, std::size_t size) noexcept;
   void freeHeld() noexcept {
-    if (count > 0) freeSlots(held, count);
+    if (count > 0) {
+      freeSlots(held, count);
+      isLarge = true;
+    }
     count = 0;
   }
 
   ChildLists* const lists;  // not owned
   void* held = nullptr;     // a slot of the chunk in which `count` slots will be freed
   std::int32_t count = 0;
+  bool isLarge = false;  // more than the slots of one chunk have been freed
 };
 
 }  // namespace amf2json

@@ -10,6 +10,8 @@
 //                                  before, and what each doubling costs as a ratio of times
 //   wire_bench small               writes the packet of the small workload
 //   wire_bench calls COUNT         the CPU time in seconds of COUNT exports of it, from memory
+//   wire_bench exports FILE        the least milliseconds of an export of the packet, compact and
+//                                  pretty, for web_bench.mjs
 //
 // Fails if import does not return the bytes of a packet that was exported.
 #include <AMFWire.h>
@@ -186,6 +188,19 @@ void grow(double megabytes) {
   }
 }
 
+void timeExports(const std::string& packet) {
+  AMFWireExportOptions options;
+  options.form = AMFWireForm::packet;
+  std::string json;
+  for (const bool pretty : {false, true}) {
+    options.pretty = pretty;
+    std::printf("%g\n", leastTime([&] {
+                          amfWireExport(packet.data(), packet.size(), json, options);
+                          keep(json.size());
+                        }) / 1e6);
+  }
+}
+
 std::string smallPacket() {
   for (const Workload& workload : workloads()) {
     if (workload.name == "small") return workload.packet;
@@ -217,6 +232,8 @@ int main(int count, char** arguments) {
     std::fwrite(packet.data(), 1, packet.size(), stdout);
   } else if (word == "calls" && count > 2) {
     callMany(std::atol(arguments[2]));
+  } else if (word == "exports" && count > 2) {
+    timeExports(load(arguments[2]));
   } else if (count > 1) {
     for (int i = 1; i < count; ++i) compare(arguments[i], load(arguments[i]));
   } else {

@@ -7,6 +7,8 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
+#include <memory>
 #include <random>
 
 #include "wire/base64.h"
@@ -188,6 +190,45 @@ TEST(WireTexts, EscapesAreCountedAsTheyAreWritten) {
         amfWireImport(("{\"amf0\":[" + written + "]}").data(), written.size() + 11, bytes).ok())
         << written;
     ASSERT_EQ(bytes.substr(3), text);
+  }
+}
+
+// Each call writes into a block of every size up to that of its text, whose end is guarded.
+TEST(WireTexts, NothingIsWrittenBeyondTheBuffer) {
+  const struct {
+    const char* text;
+    std::function<void(TextBuffer&)> write;
+  } rows[] = {
+      {",\"$date\":", [](TextBuffer& to) { to.plainKey("$date", 5, true); }},
+      {"\"$date\":", [](TextBuffer& to) { to.plainKey("$date", 5, false); }},
+      {",\"country of birth\":", [](TextBuffer& to) { to.key("country of birth", true); }},
+      {"\"$$id\":", [](TextBuffer& to) { to.key("$id", false); }},
+      {",\"\":", [](TextBuffer& to) { to.key("", true); }},
+      {",\"a\\n\":", [](TextBuffer& to) { to.key("a\n", true); }},
+      {"\"plain text\"", [](TextBuffer& to) { to.quoted("plain text", false); }},
+      {"\"\xC3\xA9\"", [](TextBuffer& to) { to.quoted("\xC3\xA9", false); }},
+      {"-12345", [](TextBuffer& to) { to.integer(-12345); }},
+      {"0.1", [](TextBuffer& to) { to.number(0.1); }},
+      {"1970-01-01T00:00:00.000Z", [](TextBuffer& to) { to.date(0); }},
+      {"NaN", [](TextBuffer& to) { to.word(std::nan("")); }},
+      {"AQI=", [](TextBuffer& to) { to.base64(AMFWireString("\x01\x02", 2)); }},
+      {"true", [](TextBuffer& to) { to.characters("true", 4); }},
+      {"    ", [](TextBuffer& to) { to.blanks(4); }},
+      {"{", [](TextBuffer& to) { to.character('{'); }},
+  };
+  for (const auto& row : rows) {
+    const std::string text = row.text;
+    for (std::size_t size = 0; size <= text.size() + 20; ++size) {
+      SCOPED_TRACE(text + " in " + std::to_string(size));
+      const std::unique_ptr<char[]> block(new char[size]);
+      TextBuffer buffer(block.get(), size);
+      if (size < text.size()) {
+        EXPECT_THROW(row.write(buffer), TextTooLong);
+      } else {
+        row.write(buffer);
+        EXPECT_EQ(std::string(block.get(), buffer.length()), text);
+      }
+    }
   }
 }
 

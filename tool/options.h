@@ -15,7 +15,7 @@ enum class Form { packet, amf0, amf3 };  // a packet, or a single value without 
 enum class Color { automatic, always, never };
 enum class ErrorFormat { text, json };
 enum class ReportFormat { text, json };
-enum class View { json, js, both, script };
+enum class View { json, js, both, script };  // in the order of web/core.js
 
 struct DecodeOptions {
   View view = View::json;

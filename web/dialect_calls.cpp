@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-#include "tool/commands/soft_breaks.h"
+#include "tool/commands/view.h"
 #include "tool/input/form.h"
 #include "tool/input/identify.h"
 #include "tool/input/published_format.h"
@@ -17,8 +17,6 @@
 namespace web {
 
 namespace {
-
-enum class View { json, js, both, script };  // in the order of core.js
 
 // The error codes of core.d.ts.
 const char* codeOf(AMFVerifyStatus status) {
@@ -83,24 +81,6 @@ class CheckedPacket {
   }
 };
 
-const std::string& textOf(AMFProtocol& protocol, View view, bool pretty) {
-  switch (view) {
-    case View::js: return protocol.getPackageInJS(pretty);
-    case View::both: return protocol.getPackageInJSON_and_JS(pretty);
-    case View::script: return protocol.getPackageAsJSView(pretty);
-    case View::json: break;
-  }
-  return protocol.getPackageInJSON(pretty);
-}
-
-// Removes the soft breaks, as amf2json decode does without --exact.
-void removeBreaks(std::string& text, const AMFProtocol& protocol, View view, bool pretty) {
-  constexpr std::size_t kAssignmentLength = 8;  // "\n amf = ", in front of the JSON of js
-  if (view == View::script) return;
-  removeSoftBreaks(text, {static_cast<std::uint32_t>(protocol.lineBreakCount) - 1,
-                          view == View::js ? kAssignmentLength : 0, pretty});
-}
-
 // The name of the form as which exportJson reads all bytes; null if there is none.
 const char* publishedForm(std::string_view bytes) {
   const AMFWireForm form = amfWireIdentify(bytes.data(), bytes.size());
@@ -124,8 +104,8 @@ void decode(const Request& request, Reply& reply) {
   protocol.parse(packet.bytes.data());
   escapeForViews(protocol.package, view == View::json ? AMFEscapeFor::json : AMFEscapeFor::script);
   protocol.useTemporaries = false;
-  reply.result = textOf(protocol, view, pretty);
-  removeBreaks(reply.result, protocol, view, pretty);
+  reply.result = viewOf(protocol, view, pretty);
+  removeSoftBreaks(reply.result, protocol, view, pretty);
   reply.isDone = true;
 }
 

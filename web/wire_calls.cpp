@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The calls for the published formats: exportJson and importJson. Warnings are worded as the program's export words
-// them (tool/commands/export.cpp). Tested by web/tests/same_as_program.test.mjs and web/tests/errors.test.mjs.
-#include "tool/text/words.h"
+// The calls for the published formats: exportJson and importJson. Tested by web/tests/same_as_program.test.mjs and web/tests/errors.test.mjs.
+#include "tool/commands/export_warnings.h"
 #include "web/calls.h"
 #include "web/json_text.h"
 
@@ -32,36 +31,6 @@ AMFWireLimits limits(const Options& options) {
   setLimit(result.maxTextBytes, options.maxTextBytes);
   setLimit(result.maxDepth, options.maxDepth);
   return result;
-}
-
-const char* lastItemOf(AMFWireForm form) {
-  switch (form) {
-    case AMFWireForm::amf0:
-    case AMFWireForm::amf3: return "value";
-    case AMFWireForm::sharedObject: return "entry";
-    case AMFWireForm::flv: return "tag";
-    default: return "message";
-  }
-}
-
-void putWarnings(JsonText& json, const AMFWireStatistics& found) {
-  if (found.trailingBytes > 0) {
-    const std::string count = pluralize(found.trailingBytes, "byte");
-    json.text(found.trailingError.empty()
-                  ? count + " left over behind the last " + lastItemOf(found.form)
-                  : count + " kept as trailing bytes: " + found.trailingError);
-  } else if (!found.trailingError.empty()) {
-    json.text("0 bytes kept as trailing bytes: " + found.trailingError);
-  }
-  if (found.wrongLengths > 0)
-    json.text(pluralize(found.wrongLengths, "length field lies", "length fields lie"));
-  if (found.changed > 0) {
-    json.text(pluralize(found.changed, "section") +
-              " will come back as other bytes, without originals");
-  }
-  if (found.salvaged > 0) {
-    json.text(pluralize(found.salvaged, "section") + " could not be read and kept as raw bytes");
-  }
 }
 
 }  // namespace
@@ -131,7 +100,7 @@ void exportJson(const Request& request, Reply& reply) {
   json.text(describe(found.form));
   json.key("warnings");
   json.open('[');
-  putWarnings(json, found);
+  for (const ExportWarning& warning : exportWarnings(found)) json.text(warning.text);
   json.close(']');
   json.close('}');
   reply.facts = std::move(json.out);

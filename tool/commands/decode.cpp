@@ -7,7 +7,7 @@
 #include <new>
 #include <utility>
 
-#include "tool/commands/soft_breaks.h"
+#include "tool/commands/view.h"
 #include "tool/input/packet.h"
 #include "tool/port/stack_thread.h"
 #include "tool/problem.h"
@@ -27,17 +27,6 @@ constexpr const char* kDetails =
     "The three views with script statements stop in front of the value at which they pass 499,999\n"
     "bytes. Both are told on standard error, with an exit code of their own.\n";
 
-const std::string& view(AMFProtocol& protocol, const DecodeOptions& options) {
-  const bool pretty = !options.compact;
-  switch (options.view) {
-    case View::js: return protocol.getPackageInJS(pretty);
-    case View::both: return protocol.getPackageInJSON_and_JS(pretty);
-    case View::script: return protocol.getPackageAsJSView(pretty);
-    case View::json: break;
-  }
-  return protocol.getPackageInJSON(pretty);
-}
-
 // The largest block that a text of up to `maxBytes` bytes allocates: its capacity is doubled when
 // it is full. kOtherBlocks is for blocks that do not depend on the text.
 std::size_t largestBlockFor(std::size_t maxBytes) {
@@ -52,7 +41,7 @@ std::size_t largestBlockFor(std::size_t maxBytes) {
 const std::string& boundedView(AMFProtocol& protocol, const Options& options) {
   const AllocationLimit limit(largestBlockFor(options.maxOutputBytes));
   try {
-    return view(protocol, options.decode);
+    return viewOf(protocol, options.decode.view, !options.decode.compact);
   } catch (const std::bad_alloc&) {
     if (limit.wasExceeded()) throw outputTooLarge(options.maxOutputBytes);
     throw;
@@ -66,15 +55,6 @@ std::string textOf(AMFProtocol& protocol, const Options& options) {
   const std::string& text = boundedView(protocol, options);
   if (text.size() < kLong) return text;
   return std::move(const_cast<std::string&>(text));  // a public member of the object
-}
-
-constexpr std::size_t kAssignmentLength = 8;  // "\n amf = ", before the JSON of --to js
-
-// Removes the soft breaks, unless --exact is given. The statements have none.
-void removeBreaks(std::string& text, const AMFProtocol& protocol, const DecodeOptions& options) {
-  if (options.exact || options.view == View::script) return;
-  removeSoftBreaks(text, {static_cast<std::uint32_t>(protocol.lineBreakCount) - 1,
-                          options.view == View::js ? kAssignmentLength : 0, !options.compact});
 }
 
 // `outputLimitReached` is set at the first value that was left out. The JSON view leaves out none.
@@ -103,7 +83,9 @@ FileResult show(const Packet& packet, const Options& options) {
   }
   FileResult result;
   result.text = textOf(protocol, options);
-  removeBreaks(result.text, protocol, options.decode);
+  if (!options.decode.exact) {
+    removeSoftBreaks(result.text, protocol, options.decode.view, !options.decode.compact);
+  }
   result.isJSON = true;
   if (const auto cut = cutWarning(protocol, options.decode, result.text.size())) {
     result.problems.push_back(*cut);

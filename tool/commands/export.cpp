@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "tool/commands/export_har.h"
+#include "tool/commands/export_warnings.h"
 #include "tool/commands/wire_problem.h"
 #include "tool/input/input.h"
 #include "tool/input/published_format.h"
@@ -61,55 +62,27 @@ AMFWireExportOptions exportOptions(const Options& options) {
 
 // ---- Warnings
 
-Problem warning(ExitCode code, const char* status, const std::string& message) {
-  Problem problem{code, status, message};
-  problem.isWarning = true;
-  return problem;
-}
-
-const char* lastItemOf(AMFWireForm form) {
-  switch (form) {
-    case AMFWireForm::amf0:
-    case AMFWireForm::amf3: return "value";
-    case AMFWireForm::sharedObject: return "entry";
-    case AMFWireForm::flv: return "tag";
-    default: return "message";
+Problem problemOf(const ExportWarning& warning) {
+  switch (warning.kind) {
+    case ExportWarning::trailingBytes: return {kTrailingBytes, "left over", warning.text};
+    case ExportWarning::wrongLengths: return {kNo, "lying lengths", warning.text};
+    case ExportWarning::changedBytes: return {kNo, "changed", warning.text};
+    default: return {kViewCut, "salvaged", warning.text};
   }
-}
-
-Problem trailingWarning(const AMFWireStatistics& statistics, std::string_view bytes) {
-  const std::string count = pluralize(statistics.trailingBytes, "byte");
-  Problem problem =
-      statistics.trailingError.empty()
-          ? warning(kTrailingBytes, "left over",
-                    count + " left over behind the last " + lastItemOf(statistics.form))
-          : warning(kViewCut, "salvaged",
-                    count + " kept as trailing bytes: " + statistics.trailingError);
-  problem.offset = bytes.size() - static_cast<std::size_t>(statistics.trailingBytes);
-  problem.hexContext = hexAround(bytes, *problem.offset);
-  return problem;
 }
 
 void addWarnings(std::vector<Problem>& problems, const AMFWireStatistics& statistics,
                  std::string_view bytes, const Options& options) {
-  const bool isCut = !statistics.trailingError.empty();
-  if (isCut || (statistics.trailingBytes > 0 && !options.allowTrailing)) {
-    problems.push_back(trailingWarning(statistics, bytes));
-  }
-  if (statistics.wrongLengths > 0) {
-    problems.push_back(
-        warning(kNo, "lying lengths",
-                pluralize(statistics.wrongLengths, "length field lies", "length fields lie")));
-  }
-  if (statistics.changed > 0) {
-    problems.push_back(warning(kNo, "changed",
-                               pluralize(statistics.changed, "section") +
-                                   " will come back as other bytes, without originals"));
-  }
-  if (statistics.salvaged > 0) {
-    problems.push_back(warning(
-        kViewCut, "salvaged",
-        pluralize(statistics.salvaged, "section") + " could not be read and kept as raw bytes"));
+  for (const ExportWarning& warning : exportWarnings(statistics)) {
+    const bool isTrailing = warning.kind == ExportWarning::trailingBytes;
+    if (isTrailing && options.allowTrailing) continue;
+    Problem problem = problemOf(warning);
+    problem.isWarning = true;
+    if (isTrailing || warning.kind == ExportWarning::cutInput) {
+      problem.offset = bytes.size() - static_cast<std::size_t>(statistics.trailingBytes);
+      problem.hexContext = hexAround(bytes, *problem.offset);
+    }
+    problems.push_back(std::move(problem));
   }
 }
 

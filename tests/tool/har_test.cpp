@@ -196,6 +196,11 @@ TEST_F(Har, BytesAreRestored) {
                     {"content", content}}),
        response + kDocument},
       {"no media type: the first bytes", archive({}, {{"content", content}}), response + kDocument},
+      {"no media type: version 1",
+       archive({}, {{"content", R"({"text":"AAEAAAAA","encoding":"base64"})"}}),
+       response + "\"amf\":1,\"headers\":[],\"messages\":[]}\n"},
+      {"no media type: no version of a packet",
+       archive({}, {{"content", R"({"text":"AAIAAAAA","encoding":"base64"})"}}), ""},
       {"another media type",
        answered(
            {{"text", quoted(kBase64)}, {"encoding", "\"base64\""}, {"mimeType", "\"image/png\""}}),

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "tool/input/form.h"
 #include "tool/input/har_text.h"
 #include "tool/input/mojibake.h"
 #include "tool/input/wrappers.h"
@@ -62,7 +63,7 @@ bool carriesAMF(const Message& message, std::string_view bytes) {
       message.mediaType.empty() ? message.headerMediaType : message.mediaType;
   const std::string type = lowerCase(std::string(named.substr(0, named.find_first_of("; \t"))));
   if (!type.empty()) return type == "application/x-amf" || type == "application/amf";
-  return bytes.size() >= 6 && bytes[0] == 0 && (bytes[1] == 0 || bytes[1] == 3);
+  return bytes.size() >= 6 && hasPacketVersion(bytes);
 }
 
 std::optional<std::string> decodeBase64(std::string_view text) {

@@ -63,7 +63,7 @@ function fieldOf(message, name) {
 // By its media type; without one, by the first bytes of a packet.
 function isAmf(type, bytes) {
   if (type) return amfType.test(type);
-  return bytes.length >= 6 && bytes[0] === 0 && (bytes[1] === 0 || bytes[1] === 3);
+  return bytes.length >= 6 && bytes[0] === 0 && [0, 1, 3].includes(bytes[1]);
 }
 
 // JSON contains bytes in one of three ways: base64; one character a byte; decoded as UTF-8, which loses bytes.

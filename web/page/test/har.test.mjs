@@ -116,6 +116,9 @@ test("the type may stand in the fields of the head, or be missing", () => {
   assert.equal(readHar(har({}, { headers, content: body })).length, 1);
   assert.equal(readHar(har({}, { content: body })).length, 1);
   assert.equal(readHar(har({}, { content: { ...body, mimeType: "image/png" } })).length, 0);
+  const found = [0, 1, 2, 3, 4].filter((version) =>
+    readHar(har({}, { content: { text: btoa(`\0${String.fromCharCode(version)}\0\0\0\0`), encoding: "base64" } })).length);
+  assert.deepEqual(found, [0, 1, 3]);
 });
 
 test("entries of other shapes do no harm", () => {

@@ -104,6 +104,9 @@ const Row kAmf0[] = {
     {"a name that begins with the name of the object before",
      "03 0009 'long name' 05 0000 09 03 000A 'long name2' 05 0009 'long name' 05 0000 09",
      R"([{"long name":null},{"long name2":null,"long name":null}])"},
+    {"another name before a name of the object before, which comes twice",
+     "03 0001 'a' 05 0001 'b' 05 0000 09 03 0001 'x' 05 0001 'a' 05 0001 'a' 05 0000 09",
+     R"([{"a":null,"b":null},{"$members":[["x",null],["a",null],["a",null]]}])"},
     {"each depth has an object before",
      "03 0001 'a' 03 0001 'b' 05 0000 09 0000 09 03 0001 'a' 03 0001 'b' 05 0001 'b' 05 0000 09 "
      "0001 'c' 05 0000 09",

@@ -56,7 +56,7 @@ void Facts::beginSection(const AMFWireSection& section) {
   sections.emplace_back();
   sectionBegin = section.offset;
   traitsFacts.clear();
-  lastTraits = {};
+  lastTraits = {};  // in another section a reference refers to another string
   begin0 = objects0.count();
   begin3 = objects3.count();
   amf3 = formIs3;
@@ -221,7 +221,7 @@ std::uint32_t Facts::factsOfTraits(const AMFWireObject& object) {
   const AMFWireString bytes(begin, static_cast<std::size_t>(tables->endOfTraits - begin));
   if (!sameBytes(bytes, lastTraits)) {
     lastFacts = examineTraits(object);
-    lastTraits = tables->usesStringReferences ? AMFWireString() : bytes;
+    lastTraits = bytes;
   }
   traitsFacts.push(lastFacts);
   return lastFacts;

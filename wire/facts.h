@@ -161,7 +161,7 @@ class Facts {
   // For each traits entry of the section that has sealed names: twice the length of the class name
   // and of the sealed names as keys, and in the lowest bit whether the names need a list.
   Table<std::uint32_t> traitsFacts;
-  AMFWireString lastTraits;  // the bytes that were examined last, if all their strings are inline
+  AMFWireString lastTraits;  // the bytes of the section that were examined last
   std::uint32_t lastFacts = 0;
   std::size_t sectionBegin = 0;
   std::size_t begin0 = 0;  // the first objects of the section

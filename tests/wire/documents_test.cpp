@@ -38,6 +38,10 @@ const Document kPackets[] = {
     {"each section has tables of its own",
      "0000 0000 0002 0000 0000 00000004 11 06 03 'a' 0000 0000 00000004 11 06 03 'a'",
      R"({"amf":0,"headers":[],"messages":[{"target":"","response":"","value":{"$amf3":"a"}},{"target":"","response":"","value":{"$amf3":"a"}}]})"},
+    {"the same bytes of traits mean other names in another section",
+     "0000 0000 0002 0000 0000 0000000C 11 09 05 01 06 03 'a' 0A 13 01 00 01"
+     " 0000 0000 0000000C 11 09 05 01 06 03 FF 0A 13 01 00 01",
+     R"({"amf":0,"headers":[],"messages":[{"target":"","response":"","value":{"$amf3":["a",{"$sealed":true,"a":null}]}},{"target":"","response":"","value":{"$amf3":[{"$string64":"/w=="},{"$sealed":true,"$members":[[{"$string64":"/w=="},null]]}]}}]})"},
     {"marks stand behind the value",
      "0000 0000 0001 0000 0000 0000000A 11 09 05 01 06 03 'a' 06 03 'a'",
      R"({"amf":0,"headers":[],"messages":[{"target":"","response":"","value":{"$amf3":["a","a"]},"stringReferences":false}]})"},

@@ -161,7 +161,8 @@ void Facts::beginEcmaArray(std::uint32_t declaredCount) {
 
 void Facts::beginExternal(const AMFWireExternal& external) {
   open(kNoNames);
-  bound.add(sizeof "\"$external\":,\"$values\":[]");
+  bound.add(sizeof "\"$external\":");
+  if (!external.smallMessage) bound.add(sizeof "\"$values\":[]");
   bound.string(external.className, texts);
   if (external.dynamic) bound.add(sizeof "\"$dynamic\":true");
 }
@@ -201,8 +202,10 @@ void Facts::beginObject(const AMFWireObject& object) {
   Frame& frame = frames.back();
   frame.traits = object.traits;
   if (object.typed) bound.add(sizeof "\"$class\":");
-  if (amf3 && object.dynamic == object.typed) bound.addPerhaps(sizeof "\"$dynamic\":false");
-  if (amf3 && object.dynamic + object.typed != 1) bound.addPerhaps(sizeof "\"$sealed\":4294967295");
+  const bool isUsual = object.typed ? !object.dynamic : object.dynamic && object.sealedCount == 0;
+  if (amf3 && !isUsual) {
+    bound.addPerhaps(sizeof "\"$sealed\":4294967295,\"$dynamic\":false");
+  }
   if (object.sealedCount == 0) {
     if (object.typed) bound.string(object.className, texts);
     return;

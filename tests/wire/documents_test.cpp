@@ -38,6 +38,9 @@ const Document kPackets[] = {
     {"each section has tables of its own",
      "0000 0000 0002 0000 0000 00000004 11 06 03 'a' 0000 0000 00000004 11 06 03 'a'",
      R"({"amf":0,"headers":[],"messages":[{"target":"","response":"","value":{"$amf3":"a"}},{"target":"","response":"","value":{"$amf3":"a"}}]})"},
+    {"each section has traits of its own",
+     "0000 0000 0002 0000 0000 00000007 11 0A 13 01 03 'a' 01 0000 0000 00000007 11 0A 13 01 03 'a' 01",
+     R"({"amf":0,"headers":[],"messages":[{"target":"","response":"","value":{"$amf3":{"$sealed":true,"a":null}}},{"target":"","response":"","value":{"$amf3":{"$sealed":true,"a":null}}}]})"},
     {"the same bytes of traits mean other names in another section",
      "0000 0000 0002 0000 0000 0000000C 11 09 05 01 06 03 'a' 0A 13 01 00 01"
      " 0000 0000 0000000C 11 09 05 01 06 03 FF 0A 13 01 00 01",

@@ -4,16 +4,20 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <limits>
 #include <new>
 
 #include "support/counted_heap.h"
 #include "support/fenced_pages.h"
 #include "support/hex.h"
 #include "wire/calls.h"
+#include "wire/document_reader.h"
+#include "wire/facts.h"
 #include "wire/rows.h"
 
 namespace {
 
+using namespace amf2json::wire;
 using support::hex;
 using support::toHex;
 using wire_tests::exported;
@@ -66,12 +70,21 @@ TEST(WireLimits, TextBytesCountWhatIsWritten) {
   EXPECT_EQ(exported(hex("05"), options).substr(0, 10), "text limit");
 }
 
-// Of many equal values, so that what is estimated for each of them adds up. The estimate is compared
-// with the limit at the string after them.
-void expectExactLimit(const wire_tests::Row& row, AMFWireForm form) {
-  SCOPED_TRACE(row.name);
-  const std::string last = hex(form == AMFWireForm::amf0 ? "02 0001 'x'" : "06 03 'x'");
-  const std::string bytes = repeated(hex(row.bytes), 600) + last;
+// The first pass of an export estimates the length of its text.
+void expectCloseBound(const std::string& bytes, AMFWireForm form, const std::string& text) {
+  const std::vector<AMFWireExternalClass> none;
+  const ExternalClasses classes(none);
+  Facts facts(bytes.data(), bytes.size(), false, std::numeric_limits<std::uint64_t>::max());
+  DocumentReader<Facts> reader({bytes.data(), &classes, 1000}, facts, bytes.size(), false);
+  facts.attach(reader.section());
+  reader.read(form);
+  EXPECT_GE(facts.bound.most(), text.size());
+  EXPECT_LE(facts.bound.least(), text.size() + bytes.size());
+}
+
+// The estimate is compared with the limit at the string after the values.
+void expectExactLimit(const std::string& values, AMFWireForm form) {
+  const std::string bytes = values + hex(form == AMFWireForm::amf0 ? "02 0001 'x'" : "06 03 'x'");
   AMFWireExportOptions options;
   options.form = form;
   options.originals = false;
@@ -81,13 +94,32 @@ void expectExactLimit(const wire_tests::Row& row, AMFWireForm form) {
   EXPECT_EQ(exported(bytes, options), text);
   --options.limits.maxTextBytes;
   EXPECT_EQ(exported(bytes, options).substr(0, 10), "text limit");
+  expectCloseBound(bytes, form, text);
 }
 
+// Many equal values, so that what is estimated for each of them adds up.
 TEST(WireLimits, TextBytesOfManyValues) {
-  for (const wire_tests::Row& row : wire_tests::kAmf0) expectExactLimit(row, AMFWireForm::amf0);
-  for (const wire_tests::Row& row : wire_tests::kAmf3) expectExactLimit(row, AMFWireForm::amf3);
-  expectExactLimit({"AMF3 dates that are numbers", "08 01 3FE0000000000000", ""},
-                   AMFWireForm::amf3);
+  constexpr std::size_t kMany = 600;
+  for (const wire_tests::Row& row : wire_tests::kAmf0) {
+    SCOPED_TRACE(row.name);
+    expectExactLimit(repeated(hex(row.bytes), kMany), AMFWireForm::amf0);
+  }
+  for (const wire_tests::Row& row : wire_tests::kAmf3) {
+    SCOPED_TRACE(row.name);
+    expectExactLimit(repeated(hex(row.bytes), kMany), AMFWireForm::amf3);
+  }
+  expectExactLimit(repeated(hex("08 01 3FE0000000000000"), kMany), AMFWireForm::amf3);  // dates
+}
+
+TEST(WireLimits, TextBytesOfManyClasses) {
+  std::string values;
+  for (unsigned i = 0; i < 2000; ++i) {
+    const std::string name = std::to_string(1000 + i);
+    values += hex("0A 8103 09") + name +
+              hex("03 'a' 03 'b' 03 'c' 03 'd' 03 'e' 03 'f' 03 'g' 03 'h'") +
+              hex("01 01 01 01 01 01 01 01");
+  }
+  expectExactLimit(values, AMFWireForm::amf3);
 }
 
 TEST(WireLimits, TextBytesMayEndBeforeTheFirstValue) {

@@ -55,7 +55,8 @@ void JsonWriter<Output>::endDocument(const AMFWireString& trailing, const AMFWir
       break;
     case AMFWireForm::sharedObject:
       if (sections == 0) {
-        entriesKey(end);
+        // After an error, the true size is unknown: it may include the trailing bytes.
+        entriesKey(end, error.length != 0 ? end + trailing.length : end);
         layout.open('{');
         layout.close('}');
       }
@@ -91,14 +92,16 @@ void JsonWriter<Output>::endPacket() {
   }
 }
 
-// Writes the size, if it is wrong, and then the key of the entries.
+// Writes the size, if import would write another one, and then the key of the entries. These end at
+// `end`. The size is wrong if what it covers does not end between `end` and `last`.
 template <class Output>
-void JsonWriter<Output>::entriesKey(std::size_t end) {
+void JsonWriter<Output>::entriesKey(std::size_t end, std::size_t last) {
   constexpr std::size_t kBytesBeforeSize = 6;  // these are not included in the size
-  if (document.declaredSize != end - kBytesBeforeSize) {
+  const std::uint64_t declaredEnd = std::uint64_t{document.declaredSize} + kBytesBeforeSize;
+  if (declaredEnd != end) {
     layout.key("size");
     layout.output.integer(document.declaredSize);
-    ++statistics.wrongLengths;
+    if (declaredEnd < end || declaredEnd > last) ++statistics.wrongLengths;
   }
   layout.key("entries");
 }
@@ -135,7 +138,7 @@ void JsonWriter<Output>::beginSection(const AMFWireSection& of) {
 
 template <class Output>
 void JsonWriter<Output>::beginEntries(const SectionFacts& known) {
-  entriesKey(known.end);
+  entriesKey(known.end, known.end);
   std::uint8_t flags = amf3 ? std::uint8_t{0} : nextObject();
   if ((known.flags & kEntriesListed) != 0) flags |= kNeedsMemberList;
   openWithId(flags);

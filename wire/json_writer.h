@@ -113,7 +113,7 @@ class JsonWriter {
   void traitsKeys(const AMFWireObject& object, std::uint8_t flags);
   std::uint8_t nextObject();
   void endPacket();
-  void entriesKey(std::size_t end);
+  void entriesKey(std::size_t end, std::size_t last);
   void beginEntries(const SectionFacts& known);
   void sectionHead(const SectionFacts& known);
   void marks(const SectionFacts& known);

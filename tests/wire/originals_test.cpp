@@ -151,6 +151,27 @@ TEST(WireSalvage, KeepsTheRest) {
   }
 }
 
+// The broken entry 04 is kept as trailing bytes, which a true size includes.
+TEST(WireSalvage, ASharedObjectMayHaveATrueSize) {
+  const struct {
+    const char* size;
+    std::uint64_t wrong;
+  } rows[] = {{"00000010", 1}, {"00000011", 0}, {"00000015", 0}, {"00000016", 1}, {"FFFFFFFF", 1}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.size);
+    const std::string bytes =
+        hex("00BF " + std::string(row.size) + " 'TCSO' 000400000000 0001 'n' 00000000 0001 'a' 04");
+    AMFWireExportOptions options;
+    options.form = AMFWireForm::sharedObject;
+    options.salvage = true;
+    std::string json;
+    AMFWireStatistics figures;
+    ASSERT_TRUE(amfWireExport(bytes.data(), bytes.size(), json, options, &figures).ok());
+    EXPECT_EQ(figures.wrongLengths, row.wrong);
+    EXPECT_EQ(toHex(imported(json)), toHex(bytes));
+  }
+}
+
 TEST(WireSalvage, FlvFiles) {
   AMFWireExportOptions options;
   options.form = AMFWireForm::flv;

@@ -118,9 +118,14 @@ void Facts::date(const double& timeMs, std::int16_t zone) {
   if (zone != 0) bound.add(sizeof ",\"$zone\":-32768");
 }
 
-void Facts::xmlText(const AMFWireString& value) {
+void Facts::xmlDocument(const AMFWireString& value) {
+  bound.add(sizeof "doc" - 1);
+  xml(value);
+}
+
+void Facts::xml(const AMFWireString& value) {
   if (amf3) objects3.push(0);
-  bound.add(sizeof "{\"$xmldoc\":}");
+  bound.add(sizeof "{\"$xml\":}");
   bound.string(value, texts);
 }
 
@@ -156,20 +161,23 @@ void Facts::beginArray(const AMFWireArray& array) {
 void Facts::beginEcmaArray(std::uint32_t declaredCount) {
   open(0);
   frames.back().declaredCount = declaredCount;
-  bound.add(sizeof "\"$ecma\":4294967295");
+  bound.add(sizeof "\"$ecma\":0");
+  bound.addPerhaps(sizeof "4294967295" - sizeof "0");
 }
 
 void Facts::beginExternal(const AMFWireExternal& external) {
   open(kNoNames);
   bound.add(sizeof "\"$external\":");
-  if (!external.smallMessage) bound.add(sizeof "\"$values\":[]");
+  if (!external.smallMessage) bound.add(sizeof "\"$value\":");
+  if (!external.smallMessage && external.count != 1) bound.add(sizeof "s[]" - 1);
   bound.string(external.className, texts);
   if (external.dynamic) bound.add(sizeof "\"$dynamic\":true");
 }
 
 void Facts::beginVector(const AMFWireVector& vector) {
   open(kNoNames);
-  bound.add(sizeof "\"$vector\":\"double\",\"$items\":[]");
+  bound.add(sizeof "\"$vector\":\"int\",\"$items\":[]");
+  bound.addPerhaps(sizeof "double" - sizeof "int");
   if (vector.fixed) bound.add(sizeof "\"$fixed\":true");
   if (vector.kind != AMFWireVectorKind::object) return;
   bound.add(sizeof "\"$type\":");
@@ -187,7 +195,9 @@ void Facts::beginDictionary(std::uint32_t count, bool weak) {
 }
 
 void Facts::field(const AMFWireField& field) {
-  bound.add(field.name != nullptr ? std::strlen(field.name) + 3 : sizeof "\"$2.15.6\":");
+  if (field.name != nullptr) return bound.add(std::strlen(field.name) + 3);
+  bound.add(sizeof "\"$0.0.0\":" - 1);
+  bound.addPerhaps(sizeof "2.15.6" - sizeof "0.0.0");
 }
 
 bool Facts::addName(const AMFWireString& name) {

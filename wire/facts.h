@@ -79,8 +79,8 @@ class Facts {
     bound.add(1);
     checkLength();
   }
-  void xmlDocument(const AMFWireString& value) { xmlText(value); }
-  void xml(const AMFWireString& value) { xmlText(value); }
+  void xmlDocument(const AMFWireString& value);
+  void xml(const AMFWireString& value);
   void date(const double& timeMs, std::int16_t zone);
   void byteArray(const AMFWireString& value);
   void reference(std::uint32_t index);
@@ -146,7 +146,6 @@ class Facts {
   }
   std::uint32_t factsOfTraits(const AMFWireObject& object);
   std::uint32_t examineTraits(const AMFWireObject& object);
-  void xmlText(const AMFWireString& value);
 
   NameSet names;
   // For each depth, the names of the last object that has few names and needs no list. The objects

@@ -98,17 +98,24 @@ void expectExactLimit(const std::string& values, AMFWireForm form) {
 }
 
 // Many equal values, so that what is estimated for each of them adds up.
+void expectExactLimit(const wire_tests::Row& row, AMFWireForm form) {
+  SCOPED_TRACE(row.name);
+  expectExactLimit(repeated(hex(row.bytes), 600), form);
+}
+
 TEST(WireLimits, TextBytesOfManyValues) {
-  constexpr std::size_t kMany = 600;
-  for (const wire_tests::Row& row : wire_tests::kAmf0) {
-    SCOPED_TRACE(row.name);
-    expectExactLimit(repeated(hex(row.bytes), kMany), AMFWireForm::amf0);
-  }
-  for (const wire_tests::Row& row : wire_tests::kAmf3) {
-    SCOPED_TRACE(row.name);
-    expectExactLimit(repeated(hex(row.bytes), kMany), AMFWireForm::amf3);
-  }
-  expectExactLimit(repeated(hex("08 01 3FE0000000000000"), kMany), AMFWireForm::amf3);  // dates
+  for (const wire_tests::Row& row : wire_tests::kAmf0) expectExactLimit(row, AMFWireForm::amf0);
+  for (const wire_tests::Row& row : wire_tests::kAmf3) expectExactLimit(row, AMFWireForm::amf3);
+  expectExactLimit({"ECMA arrays with a wrong count", "08 00000005 0000 09", ""},
+                   AMFWireForm::amf0);
+  const wire_tests::Row rows3[] = {
+      {"dates that are numbers", "08 01 3FE0000000000000", ""},
+      {"empty XML", "0B 01", ""},
+      {"empty vectors", "0D 01 00", ""},
+      {"empty small messages", "0A 07 07 'DSA' 00 00", ""},
+      {"unnamed fields", "0A 07 07 'DSA' 00 7F 01 01 01 01 01 01 01", ""},
+  };
+  for (const wire_tests::Row& row : rows3) expectExactLimit(row, AMFWireForm::amf3);
 }
 
 TEST(WireLimits, TextBytesOfManyClasses) {

@@ -180,7 +180,8 @@ struct AMFWIRE_API AMFWireStatistics {
 
 /// Reads bytes and writes the JSON document, in UTF-8, without a line end after it. `json` and
 /// `statistics` (unless null) are replaced if the call succeeds. `bytes` may be null if `size` is
-/// 0. Memory: the text, and tables of at most twice the packet.
+/// 0. Memory: the text, tables of mostly less than twice and at most ten times the packet, 64 KiB,
+/// and 512 bytes for each level of depth.
 AMFWIRE_API AMFWireResult amfWireExport(const void* bytes, std::size_t size, std::string& json,
                                         const AMFWireExportOptions& options = {},
                                         AMFWireStatistics* statistics = nullptr);
@@ -192,7 +193,8 @@ struct AMFWIRE_API AMFWireImportOptions {
 };
 
 /// Reads a JSON document and writes its bytes. If the call succeeds, `bytes` is replaced, and
-/// `form` (unless null) receives the form of the document. Memory: at most 12 times the text.
+/// `form` (unless null) receives the form of the document. Memory: at most 16 times the text,
+/// 64 KiB, and 512 bytes for each level of depth.
 AMFWIRE_API AMFWireResult amfWireImport(const char* text, std::size_t size, std::string& bytes,
                                         const AMFWireImportOptions& options = {},
                                         AMFWireForm* form = nullptr);

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Comparisons of byte strings, and a hash of bytes for tables of untrusted names. The hash has a random seed, so that an attacker cannot
-// choose names that share a slot. Results never depend on it. Tested by tests/wire/bombs_test.cpp.
+// Comparisons of byte strings, and a hash of bytes for tables of untrusted names. The hash has a
+// random seed, so that an attacker cannot choose names that share a slot. Results never depend on
+// it. Tested by tests/wire/bombs_test.cpp.
 #ifndef WIRE_HASH_H
 #define WIRE_HASH_H
 

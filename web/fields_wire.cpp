@@ -56,8 +56,8 @@ void WireFields::enter(Place value) {
 // The next member's name.
 void WireFields::name(Frame& frame, std::string_view text) {
   pending = frame.place = paths.member(frame.object, text, frame.next++);
-  if (frame.sealedLeft > 0) {
-    --frame.sealedLeft;  // its name was checked with its traits
+  if (frame.remainingSealed > 0) {
+    --frame.remainingSealed;  // its name was checked with its traits
     return;
   }
   if (frame.isObject3 && !std::exchange(frame.hasNames, true)) {
@@ -280,7 +280,7 @@ void WireFields::beginObject(const AMFWireObject& object) {
   }
   frame.isObject3 = true;
   frame.traits = object.traits;
-  frame.sealedLeft = object.sealedCount;
+  frame.remainingSealed = object.sealedCount;
   frame.ending = object.dynamic ? Ending::emptyName : Ending::none;
   if (traits[object.traits].needsList) paths.listMembers(place);
 }
@@ -334,7 +334,7 @@ void WireFields::beginDictionary(std::uint32_t, bool weak) {
 void WireFields::member(const AMFWireString& text) {
   Frame& frame = frames.back();
   if (frame.isEntries) entryEnd();
-  const bool isSealed = frame.sealedLeft > 0;
+  const bool isSealed = frame.remainingSealed > 0;
   name(frame, viewOf(text));
   if (isSealed) return;  // the name stands in the traits
   if (amf3) {

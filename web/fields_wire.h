@@ -76,7 +76,7 @@ class WireFields : public AMFWireSink {
     Ending ending = Ending::none;
     bool isEntries = false;
     bool isObject3 = false;
-    std::uint32_t sealedLeft = 0;
+    std::uint32_t remainingSealed = 0;
     std::uint32_t traits = 0;
     std::uint32_t next = 0;  // number of the next member or item
     NameRule names = {};

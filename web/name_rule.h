@@ -18,7 +18,7 @@ class NameRule {
   // The names in the order of the bytes. They have to outlive this object.
   void add(std::string_view name) {
     const char* const end = name.data() + name.size();
-    if (amf2json::wire::firstBroken(name.data(), end) != end) listed = true;
+    if (amf2json::wire::firstNotUtf8(name.data(), end) != end) listed = true;
     const std::int64_t index = arrayIndexOf(name);
     if (index < 0) {
       hasOtherNames = true;

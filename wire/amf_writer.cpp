@@ -220,8 +220,8 @@ void AmfWriter::beginDictionary(std::uint32_t count, bool weak) {
 void AmfWriter::member(const AMFWireString& name) {
   if (frames.empty()) beginEntry();
   if (!amf3) return writeString16(name);
-  if (!frames.empty() && frames.back().sealedLeft > 0) {
-    --frames.back().sealedLeft;
+  if (!frames.empty() && frames.back().remainingSealed > 0) {
+    --frames.back().remainingSealed;
     return;
   }
   writeString3(name);

@@ -80,14 +80,14 @@ class AmfWriter {
   enum class Ending : std::uint8_t { none, members0, members3 };
   struct Frame {
     Ending ending = Ending::none;
-    std::uint32_t sealedLeft = 0;
+    std::uint32_t remainingSealed = 0;
     std::uint32_t itemSize = 0;
   };
 
-  void push(Ending ending, std::uint32_t sealedLeft = 0) {
+  void push(Ending ending, std::uint32_t remainingSealed = 0) {
     frames.emplace_back();
     frames.back().ending = ending;
-    frames.back().sealedLeft = sealedLeft;
+    frames.back().remainingSealed = remainingSealed;
   }
   void begin3(unsigned marker) {
     output.u8(marker);

@@ -51,7 +51,7 @@ constexpr bool kLowestFirst = true;
 // Loads up to eight bytes as a word. The first byte is the lowest, and missing bytes are 0. No byte
 // after them is read. The bytes are combined in registers: storing single bytes and loading them as
 // one word would stall.
-inline std::uint64_t loadFew(const char* at, std::size_t count) {
+inline std::uint64_t loadUpTo8(const char* at, std::size_t count) {
   if (count >= 8) {
     std::uint64_t word;
     std::memcpy(&word, at, 8);

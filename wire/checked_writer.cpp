@@ -33,7 +33,7 @@ struct AMFWireWriter::State {
     result.offset = writer->output.size();
   }
   template <class Event>
-  void take(Event event) {
+  void perform(Event event) {
     if (!result.ok()) return;
     try {
       event();
@@ -50,8 +50,8 @@ struct AMFWireWriter::State {
   }
   // A value that a reference can refer to.
   template <class Event>
-  void takeIndexed(Event event) {
-    take([&] {
+  void performIndexed(Event event) {
+    perform([&] {
       event();
       lastIndex = writer->objectCount() - 1;
     });
@@ -59,22 +59,22 @@ struct AMFWireWriter::State {
 
   // An event that is checked and written with the same arguments.
   template <auto check, auto write, class... Arguments>
-  void pass(const Arguments&... arguments) {
-    take([&] {
+  void checkAndWrite(const Arguments&... arguments) {
+    perform([&] {
       (order.get()->*check)(arguments...);
       (writer.get()->*write)(arguments...);
     });
   }
   template <auto check, auto write, class... Arguments>
-  void passIndexed(const Arguments&... arguments) {
-    takeIndexed([&] {
+  void checkAndWriteIndexed(const Arguments&... arguments) {
+    performIndexed([&] {
       (order.get()->*check)(arguments...);
       (writer.get()->*write)(arguments...);
     });
   }
   template <auto write, class... Arguments>
-  void passValue(Format format, const Arguments&... arguments) {
-    take([&] {
+  void checkAndWriteValue(Format format, const Arguments&... arguments) {
+    perform([&] {
       order->value(format);
       (writer.get()->*write)(arguments...);
     });
@@ -94,7 +94,7 @@ AMFWireWriter::~AMFWireWriter() = default;
 
 AMFWireResult AMFWireWriter::finish(std::string& bytes) {
   State& now = *state;
-  now.take([&] {
+  now.perform([&] {
     if (!now.order->isFinished())
       throw Misplaced{AMFWireStatus::misuse, "endDocument() is missing"};
   });
@@ -117,11 +117,11 @@ std::uint32_t AMFWireWriter::lastIndex() const noexcept {
 }
 
 void AMFWireWriter::beginDocument(const AMFWireDocument& document) {
-  state->pass<&EventOrder::beginDocument, &AmfWriter::beginDocument>(document);
+  state->checkAndWrite<&EventOrder::beginDocument, &AmfWriter::beginDocument>(document);
 }
 
 void AMFWireWriter::beginMessages(std::uint32_t declaredCount) {
-  state->take([&] {
+  state->perform([&] {
     if (declaredCount > 0xFFFF) throw Misplaced{AMFWireStatus::misuse, "more than 65535 messages"};
     state->order->beginMessages();
     state->writer->beginMessages(declaredCount);
@@ -129,45 +129,45 @@ void AMFWireWriter::beginMessages(std::uint32_t declaredCount) {
 }
 
 void AMFWireWriter::endDocument(const AMFWireString& trailing, const AMFWireString& error) {
-  state->take([&] {
+  state->perform([&] {
     state->order->endDocument();
     state->writer->endDocument(trailing, error);
   });
 }
 
 void AMFWireWriter::beginSection(const AMFWireSection& section) {
-  state->pass<&EventOrder::beginSection, &AmfWriter::beginSection>(section);
+  state->checkAndWrite<&EventOrder::beginSection, &AmfWriter::beginSection>(section);
 }
 
 void AMFWireWriter::rawSection(const AMFWireString& bytes, const AMFWireString& error) {
-  state->take([&] {
+  state->perform([&] {
     state->order->rawSection();
     state->writer->rawSection(bytes, error);
   });
 }
 
 void AMFWireWriter::endSection() {
-  state->pass<&EventOrder::endSection, &AmfWriter::endSection>();
+  state->checkAndWrite<&EventOrder::endSection, &AmfWriter::endSection>();
 }
 
 void AMFWireWriter::undefined() {
-  state->passValue<&AmfWriter::undefined>(Format::both);
+  state->checkAndWriteValue<&AmfWriter::undefined>(Format::both);
 }
 
 void AMFWireWriter::null() {
-  state->passValue<&AmfWriter::null>(Format::both);
+  state->checkAndWriteValue<&AmfWriter::null>(Format::both);
 }
 
 void AMFWireWriter::unsupported() {
-  state->passValue<&AmfWriter::unsupported>(Format::only0);
+  state->checkAndWriteValue<&AmfWriter::unsupported>(Format::only0);
 }
 
 void AMFWireWriter::boolean(bool value) {
-  state->passValue<&AmfWriter::boolean>(Format::both, value);
+  state->checkAndWriteValue<&AmfWriter::boolean>(Format::both, value);
 }
 
 void AMFWireWriter::integer(std::int32_t value) {
-  state->take([&] {
+  state->perform([&] {
     state->order->value(Format::only3);
     if (value < amf2json::wire::kLeastInteger || value > amf2json::wire::kLargestInteger) {
       throw Misplaced{AMFWireStatus::misuse, "an integer beyond 29 bits"};
@@ -177,11 +177,11 @@ void AMFWireWriter::integer(std::int32_t value) {
 }
 
 void AMFWireWriter::number(double value) {
-  state->passValue<&AmfWriter::number>(Format::both, value);
+  state->checkAndWriteValue<&AmfWriter::number>(Format::both, value);
 }
 
 void AMFWireWriter::string(const AMFWireString& value) {
-  state->passValue<&AmfWriter::string>(Format::both, value);
+  state->checkAndWriteValue<&AmfWriter::string>(Format::both, value);
 }
 
 void AMFWireWriter::xmlDocument(const AMFWireString& value) {
@@ -189,12 +189,12 @@ void AMFWireWriter::xmlDocument(const AMFWireString& value) {
     state->order->value();
     state->writer->xmlDocument(value);
   };
-  if (state->order->isInAmf3()) return state->takeIndexed(write);
-  state->take(write);
+  if (state->order->isInAmf3()) return state->performIndexed(write);
+  state->perform(write);
 }
 
 void AMFWireWriter::xml(const AMFWireString& value) {
-  state->takeIndexed([&] {
+  state->performIndexed([&] {
     state->order->value(Format::only3);
     state->writer->xml(value);
   });
@@ -208,19 +208,19 @@ void AMFWireWriter::date(double timeMs, std::int16_t zone) {
     }
     state->writer->date(timeMs, zone);
   };
-  if (state->order->isInAmf3()) return state->takeIndexed(write);
-  state->take(write);
+  if (state->order->isInAmf3()) return state->performIndexed(write);
+  state->perform(write);
 }
 
 void AMFWireWriter::byteArray(const AMFWireString& value) {
-  state->takeIndexed([&] {
+  state->performIndexed([&] {
     state->order->value(Format::only3);
     state->writer->byteArray(value);
   });
 }
 
 void AMFWireWriter::reference(std::uint32_t index) {
-  state->take([&] {
+  state->perform([&] {
     state->order->value();
     const bool tooFar = !state->order->isInAmf3() && index > 0xFFFF;
     if (tooFar || index >= state->writer->objectCount()) {
@@ -231,66 +231,66 @@ void AMFWireWriter::reference(std::uint32_t index) {
 }
 
 void AMFWireWriter::beginAmf3() {
-  state->pass<&EventOrder::beginAmf3, &AmfWriter::beginAmf3>();
+  state->checkAndWrite<&EventOrder::beginAmf3, &AmfWriter::beginAmf3>();
 }
 
 void AMFWireWriter::endAmf3() {
-  state->pass<&EventOrder::endAmf3, &AmfWriter::endAmf3>();
+  state->checkAndWrite<&EventOrder::endAmf3, &AmfWriter::endAmf3>();
 }
 
 void AMFWireWriter::beginArray(const AMFWireArray& array) {
-  state->passIndexed<&EventOrder::beginArray, &AmfWriter::beginArray>(array);
+  state->checkAndWriteIndexed<&EventOrder::beginArray, &AmfWriter::beginArray>(array);
 }
 
 void AMFWireWriter::beginEcmaArray(std::uint32_t declaredCount) {
-  state->takeIndexed([&] {
+  state->performIndexed([&] {
     state->order->beginEcmaArray();
     state->writer->beginEcmaArray(declaredCount);
   });
 }
 
 void AMFWireWriter::beginObject(const AMFWireObject& object) {
-  state->passIndexed<&EventOrder::beginObject, &AmfWriter::beginObject>(object);
+  state->checkAndWriteIndexed<&EventOrder::beginObject, &AmfWriter::beginObject>(object);
 }
 
 void AMFWireWriter::beginExternal(const AMFWireExternal& external) {
-  state->passIndexed<&EventOrder::beginExternal, &AmfWriter::beginExternal>(external);
+  state->checkAndWriteIndexed<&EventOrder::beginExternal, &AmfWriter::beginExternal>(external);
 }
 
 void AMFWireWriter::beginVector(const AMFWireVector& vector) {
-  state->passIndexed<&EventOrder::beginVector, &AmfWriter::beginVector>(vector);
+  state->checkAndWriteIndexed<&EventOrder::beginVector, &AmfWriter::beginVector>(vector);
 }
 
 void AMFWireWriter::vectorItems(const char* items, std::uint32_t count) {
-  state->take([&] {
+  state->perform([&] {
     state->order->vectorItems(count);
     state->writer->vectorItems(items, count);
   });
 }
 
 void AMFWireWriter::beginDictionary(std::uint32_t count, bool weak) {
-  state->takeIndexed([&] {
+  state->performIndexed([&] {
     state->order->beginDictionary(count);
     state->writer->beginDictionary(count, weak);
   });
 }
 
 void AMFWireWriter::member(const AMFWireString& name) {
-  state->pass<&EventOrder::member, &AmfWriter::member>(name);
+  state->checkAndWrite<&EventOrder::member, &AmfWriter::member>(name);
 }
 
 void AMFWireWriter::denseItems() {
-  state->pass<&EventOrder::denseItems, &AmfWriter::denseItems>();
+  state->checkAndWrite<&EventOrder::denseItems, &AmfWriter::denseItems>();
 }
 
 void AMFWireWriter::fieldGroup(const AMFWireFlags& flags) {
-  state->pass<&EventOrder::fieldGroup, &AmfWriter::fieldGroup>(flags);
+  state->checkAndWrite<&EventOrder::fieldGroup, &AmfWriter::fieldGroup>(flags);
 }
 
 void AMFWireWriter::field(const AMFWireField& field) {
-  state->pass<&EventOrder::field, &AmfWriter::field>(field);
+  state->checkAndWrite<&EventOrder::field, &AmfWriter::field>(field);
 }
 
 void AMFWireWriter::end() {
-  state->pass<&EventOrder::end, &AmfWriter::end>();
+  state->checkAndWrite<&EventOrder::end, &AmfWriter::end>();
 }

@@ -67,7 +67,7 @@ class DocumentReader {
 
  private:
   void readPacket();
-  void readBare(AMFWireForm form);
+  void readBareValues(AMFWireForm form);
   void readSharedObject();
   void readEntries(const AMFWireDocument& document, const char* declaredEnd);
   void readFlv();
@@ -102,7 +102,7 @@ void DocumentReader<Sink>::read(AMFWireForm form) {
   values.place(context.base, end());
   switch (form) {
     case AMFWireForm::amf0:
-    case AMFWireForm::amf3: return readBare(form);
+    case AMFWireForm::amf3: return readBareValues(form);
     case AMFWireForm::sharedObject: return readSharedObject();
     case AMFWireForm::flv: return readFlv();
     default: return readPacket();
@@ -209,7 +209,7 @@ bool DocumentReader<Sink>::readSection(AMFWireSectionKind kind) {
 }
 
 template <class Sink>
-void DocumentReader<Sink>::readBare(AMFWireForm form) {
+void DocumentReader<Sink>::readBareValues(AMFWireForm form) {
   AMFWireDocument document;
   document.form = form;
   sink.beginDocument(document);

@@ -39,7 +39,7 @@ void Facts::beginDocument(const AMFWireDocument& document) {
 }
 
 void Facts::endDocument(const AMFWireString& trailing, const AMFWireString& error) {
-  bound.addPerhaps(kDocumentKeys);
+  bound.addPossible(kDocumentKeys);
   if (trailing.length != 0) bound.base64(trailing.length);
   if (error.length != 0) bound.string(error, texts);
 }
@@ -50,7 +50,7 @@ void Facts::rawSection(const AMFWireString& bytes, const AMFWireString& error) {
 }
 
 void Facts::beginSection(const AMFWireSection& section) {
-  bound.addPerhaps(kSectionKeys);
+  bound.addPossible(kSectionKeys);
   bound.string(section.name, texts);
   bound.string(section.response, texts);
   sections.emplace_back();
@@ -98,11 +98,11 @@ void Facts::endSection() {
 
 void Facts::number(const double& value) {
   bound.add(1);
-  if (needsWord(value)) return bound.addPerhaps(sizeof "{\"$double\":\"0x7ff8000000000001\"}");
+  if (needsWord(value)) return bound.addPossible(sizeof "{\"$double\":\"0x7ff8000000000001\"}");
   bound.number(value);
   if (!amf3 || !fitsInteger(value)) return;
   wholeSeen = true;
-  bound.addPerhaps(sizeof "{\"$double\":}");
+  bound.addPossible(sizeof "{\"$double\":}");
 }
 
 void Facts::date(const double& timeMs, std::int16_t zone) {
@@ -111,7 +111,7 @@ void Facts::date(const double& timeMs, std::int16_t zone) {
   if (hasDateText(timeMs)) {
     bound.add(kDateLength + 2);
   } else if (needsWord(timeMs)) {
-    bound.addPerhaps(sizeof "\"0x7ff8000000000001\"");
+    bound.addPossible(sizeof "\"0x7ff8000000000001\"");
   } else {
     bound.number(timeMs);
   }
@@ -137,14 +137,14 @@ void Facts::byteArray(const AMFWireString& value) {
 
 void Facts::reference(std::uint32_t index) {
   objects(amf3)[(amf3 ? begin3 : begin0) + index] |= kReferred;
-  bound.addPerhaps(sizeof "{\"$ref\":4294967295}" + sizeof "{\"$id\":4294967295,\"$array\":}");
+  bound.addPossible(sizeof "{\"$ref\":4294967295}" + sizeof "{\"$id\":4294967295,\"$array\":}");
 }
 
 void Facts::open(std::uint32_t sealedCount) {
   Table<std::uint8_t>& table = objects(amf3);
   frames.emplace_back();
   Frame& frame = frames.back();
-  frame.sealedLeft = frame.sealedCount = sealedCount;
+  frame.remainingSealed = frame.sealedCount = sealedCount;
   frame.object = table.count();
   frame.amf3 = amf3;
   expectNames(frame);
@@ -162,7 +162,7 @@ void Facts::beginEcmaArray(std::uint32_t declaredCount) {
   open(0);
   frames.back().declaredCount = declaredCount;
   bound.add(sizeof "\"$ecma\":0");
-  bound.addPerhaps(sizeof "4294967295" - sizeof "0");
+  bound.addPossible(sizeof "4294967295" - sizeof "0");
 }
 
 void Facts::beginExternal(const AMFWireExternal& external) {
@@ -177,7 +177,7 @@ void Facts::beginExternal(const AMFWireExternal& external) {
 void Facts::beginVector(const AMFWireVector& vector) {
   open(kNoNames);
   bound.add(sizeof "\"$vector\":\"int\",\"$items\":[]");
-  bound.addPerhaps(sizeof "double" - sizeof "int");
+  bound.addPossible(sizeof "double" - sizeof "int");
   if (vector.fixed) bound.add(sizeof "\"$fixed\":true");
   if (vector.kind != AMFWireVectorKind::object) return;
   bound.add(sizeof "\"$type\":");
@@ -185,7 +185,7 @@ void Facts::beginVector(const AMFWireVector& vector) {
 }
 
 void Facts::vectorItems(const char*, std::uint32_t count) {
-  bound.addPerhaps(std::uint64_t{count} * sizeof "{\"$double\":\"0x7ff8000000000001\"}");
+  bound.addPossible(std::uint64_t{count} * sizeof "{\"$double\":\"0x7ff8000000000001\"}");
 }
 
 void Facts::beginDictionary(std::uint32_t count, bool weak) {
@@ -197,7 +197,7 @@ void Facts::beginDictionary(std::uint32_t count, bool weak) {
 void Facts::field(const AMFWireField& field) {
   if (field.name != nullptr) return bound.add(std::strlen(field.name) + 3);
   bound.add(sizeof "\"$0.0.0\":" - 1);
-  bound.addPerhaps(sizeof "2.15.6" - sizeof "0.0.0");
+  bound.addPossible(sizeof "2.15.6" - sizeof "0.0.0");
 }
 
 bool Facts::addName(const AMFWireString& name) {
@@ -214,7 +214,7 @@ void Facts::beginObject(const AMFWireObject& object) {
   if (object.typed) bound.add(sizeof "\"$class\":");
   const bool isUsual = object.typed ? !object.dynamic : object.dynamic && object.sealedCount == 0;
   if (amf3 && !isUsual) {
-    bound.addPerhaps(sizeof "\"$sealed\":4294967295,\"$dynamic\":false");
+    bound.addPossible(sizeof "\"$sealed\":4294967295,\"$dynamic\":false");
   }
   if (object.sealedCount == 0) {
     if (object.typed) bound.string(object.className, texts);
@@ -281,8 +281,8 @@ void Facts::examine(Frame& frame, const AMFWireString& name, bool isUtf8) {
 
 void Facts::member(const AMFWireString& name) {
   Frame& frame = frames.back();
-  if (frame.sealedLeft > 0) {
-    --frame.sealedLeft;
+  if (frame.remainingSealed > 0) {
+    --frame.remainingSealed;
     return;
   }
   frame.flags |= kHasDynamic;

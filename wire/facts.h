@@ -113,7 +113,7 @@ class Facts {
  private:
   static constexpr std::uint32_t kNoNames = 0xFFFFFFFFu;
   struct Frame {
-    std::uint32_t sealedLeft = 0;  // kNoNames: a value without names
+    std::uint32_t remainingSealed = 0;  // kNoNames: a value without names
     std::uint32_t sealedCount = 0;
     std::uint32_t traits = 0;
     std::size_t object = 0;  // in its table

@@ -41,9 +41,9 @@ inline std::uint64_t mix(std::uint64_t a, std::uint64_t b) {
 inline std::uint64_t hashOf(const char* data, std::size_t length, std::uint64_t seed) {
   std::uint64_t state = seed ^ length;
   for (; length > 8; data += 8, length -= 8) {
-    state = mix(loadFew(data, 8) ^ 0xA0761D6478BD642Fu, state ^ 0xE7037ED1A0B428DBu);
+    state = mix(loadUpTo8(data, 8) ^ 0xA0761D6478BD642Fu, state ^ 0xE7037ED1A0B428DBu);
   }
-  return mix(loadFew(data, length) ^ 0x8EBC6AF09C88C6E3u, state ^ 0x589965CC75374CC3u);
+  return mix(loadUpTo8(data, length) ^ 0x8EBC6AF09C88C6E3u, state ^ 0x589965CC75374CC3u);
 }
 
 // A number below 64, from the length and the first, middle and last byte of a name. It usually
@@ -66,7 +66,7 @@ inline std::size_t slotAfter(std::size_t slot, std::size_t slots) {
 // Short strings are compared as words, without a call.
 inline bool sameBytes(const AMFWireString& a, const AMFWireString& b) {
   if (a.length != b.length) return false;
-  if (a.length <= 8) return loadFew(a.data, a.length) == loadFew(b.data, b.length);
+  if (a.length <= 8) return loadUpTo8(a.data, a.length) == loadUpTo8(b.data, b.length);
   return a.data == b.data || std::memcmp(a.data, b.data, a.length) == 0;
 }
 

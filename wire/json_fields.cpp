@@ -12,12 +12,12 @@ namespace amf2json::wire {
 
 namespace {
 
-std::string shown(double value) {
+std::string numberAsText(double value) {
   char text[kNumberMax];
   return {text, static_cast<std::size_t>(putNumber(text, value) - text)};
 }
 
-const char* foundOf(char kind) {
+const char* describeKind(char kind) {
   switch (kind) {
     case '{': return "an object";
     case '[': return "an array";
@@ -36,7 +36,7 @@ void JsonReader::fail(std::uint32_t token, std::string message) const {
 }
 
 void JsonReader::failKind(std::uint32_t token, const char* expected) const {
-  fail(token, std::string("found ") + foundOf(index.kind(token)) + ", expected " + expected);
+  fail(token, std::string("found ") + describeKind(index.kind(token)) + ", expected " + expected);
 }
 
 bool JsonReader::isSpecial(std::uint32_t key) const {
@@ -106,7 +106,8 @@ double JsonReader::needNumber(std::uint32_t token) {
     case NumberRead::ok: break;
     case NumberRead::outOfRange: fail(token, "a number beyond the range of a double");
     case NumberRead::notExact:
-      fail(token, "a whole number that no double has: the next one is written " + shown(number));
+      fail(token,
+           "a whole number that no double has: the next one is written " + numberAsText(number));
   }
   return number;
 }
@@ -114,8 +115,9 @@ double JsonReader::needNumber(std::uint32_t token) {
 double JsonReader::needWhole(std::uint32_t token, double least, double most) {
   const double number = needNumber(token);
   if (number >= least && number <= most && number == std::trunc(number)) return number + 0.0;
-  fail(token, "found " + (needsWord(number) ? std::string("-0") : shown(number)) +
-                  ", expected a whole number from " + shown(least) + " to " + shown(most));
+  fail(token, "found " + (needsWord(number) ? std::string("-0") : numberAsText(number)) +
+                  ", expected a whole number from " + numberAsText(least) + " to " +
+                  numberAsText(most));
 }
 
 // The value of $double: a number or a word. It is not returned, because on 32-bit x86 a returned
@@ -152,7 +154,7 @@ JsonReader::Object JsonReader::separateKeys(std::uint32_t token, bool mayHaveKin
       object.firstMember = key;
     }
   }
-  checkBeside(object);
+  checkAllowedKeys(object);
   return object;
 }
 
@@ -179,8 +181,8 @@ void JsonReader::addSpecialKey(Object& object, std::uint32_t key) {
   object.values[static_cast<std::uint32_t>(known)] = key + 1;
 }
 
-void JsonReader::checkBeside(const Object& object) {
-  const std::uint32_t allowed = allowedBeside(object.kind, amf3);
+void JsonReader::checkAllowedKeys(const Object& object) {
+  const std::uint32_t allowed = allowedKeys(object.kind, amf3);
   const bool members =
       hasMembers(object.kind, amf3) ? !object.has(Key::members) : object.kind == Key::external;
   if ((object.present & ~allowed) == 0 && (object.members == 0 || members) &&

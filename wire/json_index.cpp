@@ -22,7 +22,7 @@
 namespace amf2json::wire {
 
 // The first place that is invalid in this format; `message` is null if there is none.
-struct BrokenText {
+struct InvalidText {
   const char* at;
   const char* message;
   bool isContent;  // the grammar of JSON allows it
@@ -96,7 +96,7 @@ bool skipEscape(const char*& at, const char* end) {
   return true;
 }
 
-BrokenText firstBad(const char* at, const char* end) {
+InvalidText firstInvalid(const char* at, const char* end) {
   while (at < end) {
     std::uint64_t word;
     if (end - at >= 8 && (std::memcpy(&word, at, 8), arePlain(word))) {
@@ -158,7 +158,7 @@ bool isInString(rj::ParseErrorCode code) {
 }
 
 // Overwrites each number with 0 and spaces.
-void hideNumbers(char* text, std::size_t size) {
+void replaceNumbers(char* text, std::size_t size) {
   char* const end = text + size;
   for (char* at = text; at < end;) {
     if (*at == '"') {
@@ -250,7 +250,7 @@ struct JsonIndex::Handler {
   bool EndArray(rj::SizeType count) { return end(count); }
   // After an error inside a string that is a value: adds a token for it, so that it has a path.
   // Returns kNoToken for a key.
-  std::uint32_t addBrokenString(const char* text, const char* end) {
+  std::uint32_t addUnfinishedString(const char* text, const char* end) {
     const bool inArray = open != JsonFailure::kNoToken && index.kind(open) == '[';
     if (!inArray && !hasKey && open != JsonFailure::kNoToken) return JsonFailure::kNoToken;
     const std::uint32_t token = next();
@@ -281,7 +281,7 @@ void JsonIndex::read(const char* text, std::size_t size, std::size_t maxDepth) {
     throw JsonFailure{AMFWireStatus::syntax, JsonFailure::kNoToken, 0, JsonFailure::kNoToken,
                       "a byte order mark"};
   }
-  const BrokenText broken = firstBad(text, text + size);
+  const InvalidText broken = firstInvalid(text, text + size);
   const auto whole = static_cast<std::size_t>(broken.at - text);
   buffer.reset(new char[size + kPadding]);
   std::memset(buffer.get() + whole, 0, size + kPadding - whole);
@@ -300,14 +300,14 @@ void JsonIndex::read(const char* text, std::size_t size, std::size_t maxDepth) {
 }
 
 // Reads the bytes before `broken`. Returns false if there is a number that RapidJSON refuses.
-bool JsonIndex::parse(const char* text, const BrokenText& broken, std::size_t maxDepth,
-                      bool hidesNumbers) {
+bool JsonIndex::parse(const char* text, const InvalidText& broken, std::size_t maxDepth,
+                      bool replacesNumbers) {
   const auto whole = static_cast<std::size_t>(broken.at - text);
   if (whole != 0) std::memcpy(buffer.get(), text, whole);
-  if (hidesNumbers) hideNumbers(buffer.get(), whole);
+  if (replacesNumbers) replaceNumbers(buffer.get(), whole);
   rj::InsituStringStream stream(buffer.get());
   Handler handler{*this, stream, maxDepth};
-  if (hidesNumbers) {
+  if (replacesNumbers) {
     handler.original = text;
     handler.originalEnd = broken.at;
   }
@@ -320,7 +320,7 @@ bool JsonIndex::parse(const char* text, const BrokenText& broken, std::size_t ma
 
   JsonFailure failure{AMFWireStatus::syntax, JsonFailure::kNoToken, result.Offset(), 0, {}};
   std::uint32_t value = JsonFailure::kNoToken;
-  if (isInString(result.Code())) value = handler.addBrokenString(text, broken.at);
+  if (isInString(result.Code())) value = handler.addUnfinishedString(text, broken.at);
   const std::uint32_t innermost = handler.endAll();
   failure.parent = value != JsonFailure::kNoToken ? value : innermost;
   if (handler.tooDeep) {

@@ -44,7 +44,7 @@ struct JsonToken {
   std::uint32_t extra;
 };
 
-struct BrokenText;
+struct InvalidText;
 
 class JsonIndex {
  public:
@@ -83,7 +83,8 @@ class JsonIndex {
 
  private:
   struct Handler;
-  bool parse(const char* text, const BrokenText& broken, std::size_t maxDepth, bool hidesNumbers);
+  bool parse(const char* text, const InvalidText& broken, std::size_t maxDepth,
+             bool replacesNumbers);
 
   std::unique_ptr<char[]> buffer;
   Table<JsonToken, 32768> tokens;

@@ -19,7 +19,7 @@ constexpr std::uint32_t kOnly0 = bit(Key::unsupported) | bit(Key::ecma) | bit(Ke
 constexpr std::uint32_t kOnly3 =
     bit(Key::xml) | bit(Key::bytes) | bit(Key::external) | bit(Key::vector) | bit(Key::dictionary);
 
-std::uint32_t beside3(Key kind) {
+std::uint32_t allowedKeys3(Key kind) {
   switch (kind) {
     case Key::date:
     case Key::xmldoc:
@@ -37,7 +37,7 @@ std::uint32_t beside3(Key kind) {
   }
 }
 
-std::uint32_t beside0(Key kind) {
+std::uint32_t allowedKeys0(Key kind) {
   switch (kind) {
     case Key::date: return bit(Key::zone);
     case Key::array: return bit(Key::id);
@@ -70,8 +70,8 @@ bool hasKind(Key kind, bool amf3) {
   return (bit(kind) & (amf3 ? kOnly0 : kOnly3)) == 0;
 }
 
-std::uint32_t allowedBeside(Key kind, bool amf3) {
-  return (amf3 ? beside3(kind) : beside0(kind)) | (kind == Key::none ? 0 : bit(kind));
+std::uint32_t allowedKeys(Key kind, bool amf3) {
+  return (amf3 ? allowedKeys3(kind) : allowedKeys0(kind)) | (kind == Key::none ? 0 : bit(kind));
 }
 
 bool hasMembers(Key kind, bool amf3) {

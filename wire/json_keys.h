@@ -58,7 +58,7 @@ const char* nameOf(Key key);
 // Whether the format has this kind of value.
 bool hasKind(Key kind, bool amf3);
 // The keys that an object of this kind may have, including its own; Key::none: a plain object.
-std::uint32_t allowedBeside(Key kind, bool amf3);
+std::uint32_t allowedKeys(Key kind, bool amf3);
 // Whether an object of this kind has members.
 bool hasMembers(Key kind, bool amf3);
 

@@ -93,7 +93,7 @@ void JsonReader::stepItems() {
 }
 
 // Checks the name of the next member, and passes it to the writer. `token` is its token.
-void JsonReader::announce(Frame& frame, const AMFWireString& name, std::uint32_t token) {
+void JsonReader::writeName(Frame& frame, const AMFWireString& name, std::uint32_t token) {
   at = token;
   if (!amf3) {
     if (name.length > 0xFFFF) fail(token, "a name of more than 65535 bytes");
@@ -113,7 +113,7 @@ void JsonReader::stepMembers() {
     const std::uint32_t key = frame.next;
     --frame.remaining;
     frame.next = index.nextKey(key);
-    announce(frame, memberName(key), key);
+    writeName(frame, memberName(key), key);
     if (value(key + 1)) return;
   }
 }
@@ -125,7 +125,7 @@ void JsonReader::stepPairs() {
     const std::uint32_t name = JsonIndex::first(frame.next);
     --frame.remaining;
     frame.next = index.after(frame.next);
-    announce(frame, needString(name), name);
+    writeName(frame, needString(name), name);
     if (value(index.after(name))) return;
   }
 }

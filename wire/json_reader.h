@@ -139,7 +139,7 @@ class JsonReader {
     frame.remaining = count;
   }
   void endFrame();
-  void announce(Frame& frame, const AMFWireString& name, std::uint32_t token);
+  void writeName(Frame& frame, const AMFWireString& name, std::uint32_t token);
   void pushMembers(const Object& object, std::uint32_t sealed, bool inArray);
   void collectFields(const Object& object, const ExternalBody& body);
   std::uint32_t fieldNumber(std::uint32_t key, const ExternalBody& body);
@@ -147,7 +147,7 @@ class JsonReader {
   // Parts.
   Object separateKeys(std::uint32_t token, bool mayHaveKind = true);
   void addSpecialKey(Object& object, std::uint32_t key);
-  void checkBeside(const Object& object);
+  void checkAllowedKeys(const Object& object);
   void checkDuplicateKeys(std::uint32_t token);
   void checkDuplicateKeysByHash(std::uint32_t token);
   void recordId(const Object& object);  // records the $id of a value, if it has one

@@ -30,10 +30,10 @@ const char* kindOf(unsigned marker) {
 }
 
 // An untrusted name in an error text: not too long, and UTF-8.
-std::string shown(const AMFWireString& name) {
+std::string quotedForMessage(const AMFWireString& name) {
   constexpr std::size_t kMost = 200;
   const std::size_t length = name.length < kMost ? name.length : kMost;
-  const char* const end = firstBroken(name.data, name.data + length);
+  const char* const end = firstNotUtf8(name.data, name.data + length);
   std::string text = "\"" + std::string(name.data, static_cast<std::size_t>(end - name.data));
   for (char& c : text) {
     if (static_cast<unsigned char>(c) < 0x20) c = '?';
@@ -85,7 +85,8 @@ void failKind(std::size_t offset, std::uint32_t index, unsigned found, unsigned 
 
 void failExternal(std::size_t offset, const AMFWireString& className) {
   fail(AMFWireStatus::unknownExternal, offset,
-       "unknown externalizable class " + shown(className) + ": how its body is read must be told");
+       "unknown externalizable class " + quotedForMessage(className) +
+           ": how its body is read must be told");
 }
 
 void failDepth(std::size_t offset, std::uint32_t limit) {

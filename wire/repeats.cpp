@@ -15,7 +15,7 @@ constexpr std::uint32_t kFree = 0xFFFFFFFFu;
 
 // Whether two of the first `count` entries are equal.
 template <class HashAt, class Same>
-bool hasRepeat(std::size_t count, HashAt hashAt, Same same) {
+bool firstHaveRepeat(std::size_t count, HashAt hashAt, Same same) {
   std::vector<std::uint32_t> slots(count + count / 2 + 1, kFree);
   for (std::uint32_t index = 0; index < count; ++index) {
     std::size_t at = slotOf(hashAt(index), slots.size());
@@ -27,12 +27,13 @@ bool hasRepeat(std::size_t count, HashAt hashAt, Same same) {
   return false;
 }
 
-// Senders that repeat entries usually do so early.
+// Whether two entries are equal. The first ones are compared alone at first, because senders that
+// repeat entries usually do so early.
 template <class HashAt, class Same>
-bool hasRepeatSoonOrLater(std::size_t count, HashAt hashAt, Same same) {
-  constexpr std::size_t kSoon = 256;
-  if (count > kSoon && hasRepeat(kSoon, hashAt, same)) return true;
-  return count > 1 && hasRepeat(count, hashAt, same);
+bool hasRepeat(std::size_t count, HashAt hashAt, Same same) {
+  constexpr std::size_t kFirst = 256;
+  if (count > kFirst && firstHaveRepeat(kFirst, hashAt, same)) return true;
+  return count > 1 && firstHaveRepeat(count, hashAt, same);
 }
 
 bool sameTraits(const SectionTables& tables, std::size_t a, std::size_t b) {
@@ -51,7 +52,7 @@ bool sameTraits(const SectionTables& tables, std::size_t a, std::size_t b) {
 }  // namespace
 
 bool hasRepeatedString(const SectionTables& tables, LongTexts& texts) {
-  return hasRepeatSoonOrLater(
+  return hasRepeat(
       tables.strings.count(),
       [&](std::size_t index) { return texts.hashOnce(tables.stringAt(index)); },
       [&](std::size_t a, std::size_t b) {
@@ -69,9 +70,8 @@ bool hasRepeatedTraits(const SectionTables& tables, LongTexts& texts) {
     }
     return hash;
   };
-  return hasRepeatSoonOrLater(tables.traits.count(), hashAt, [&](std::size_t a, std::size_t b) {
-    return sameTraits(tables, a, b);
-  });
+  return hasRepeat(tables.traits.count(), hashAt,
+                   [&](std::size_t a, std::size_t b) { return sameTraits(tables, a, b); });
 }
 
 }  // namespace amf2json::wire

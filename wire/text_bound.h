@@ -17,35 +17,35 @@ namespace amf2json::wire {
 
 class TextBound {
  public:
-  std::uint64_t most() const { return sure + perhaps; }
+  std::uint64_t most() const { return certain + possible; }
   // This is not quite a lower bound: for some values it counts a few characters too many, but never
   // more than the value has bytes.
-  std::uint64_t least() const { return sure; }
+  std::uint64_t least() const { return certain; }
 
-  void add(std::uint64_t characters) { sure += characters; }
-  // Between none and so many characters are written.
-  void addPerhaps(std::uint64_t characters) { perhaps += characters; }
-  void base64(std::size_t bytes) { sure += base64Length(bytes) + 2; }
+  void add(std::uint64_t characters) { certain += characters; }
+  // The value has up to so many more characters.
+  void addPossible(std::uint64_t characters) { possible += characters; }
+  void base64(std::size_t bytes) { certain += base64Length(bytes) + 2; }
   // Returns whether it is UTF-8.
   bool string(const AMFWireString& of, LongTexts& texts) {
     const Text text = texts.text(of);
     if (text.isUtf8) {
-      sure += text.length + 2;
+      certain += text.length + 2;
     } else {
-      sure += sizeof "{\"$string64\":}" - 1;
+      certain += sizeof "{\"$string64\":}" - 1;
       base64(of.length);
     }
     return text.isUtf8;
   }
-  void integer(std::int64_t value) { sure += lengthOfInteger(value); }
+  void integer(std::int64_t value) { certain += lengthOfInteger(value); }
   void number(const double& value) {
     if (isWholeAndShort(value)) return integer(static_cast<std::int64_t>(value));
-    addPerhaps(kNumberMax - 8);  // a finite number has at most 24 characters
+    addPossible(kNumberMax - 8);  // a finite number has at most 24 characters
   }
 
  private:
-  std::uint64_t sure = 0;
-  std::uint64_t perhaps = 0;
+  std::uint64_t certain = 0;
+  std::uint64_t possible = 0;
 };
 
 }  // namespace amf2json::wire

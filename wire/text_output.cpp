@@ -54,10 +54,10 @@ bool TextBuffer::writeEscaped(const char* from, const char* last) {
   // the string is checked before it can fill the buffer.
   constexpr std::size_t kLongestEscape = 6;
   const auto most = static_cast<std::size_t>(last - from) * kLongestEscape;
-  if (remaining() < most && firstBroken(from, last) != last) return false;
+  if (remaining() < most && firstNotUtf8(from, last) != last) return false;
   while (from < last) {
     if (last - from >= 8 && remaining() >= 8) {
-      const std::uint64_t special = specialBytes(loadFew(from, 8));
+      const std::uint64_t special = specialBytes(loadUpTo8(from, 8));
       std::memcpy(at, from, 8);
       const std::size_t plain = special == 0 ? 8 : plainBytes(special);
       at += plain;

@@ -148,12 +148,12 @@ class TextBuffer {
     *to++ = '"';
     if (withDollar) *to++ = '$';
     for (; last - from >= 8; from += 8, to += 8) {
-      const std::uint64_t word = loadFew(from, 8);
+      const std::uint64_t word = loadUpTo8(from, 8);
       if (specialBytes(word) != 0) return nullptr;
       std::memcpy(to, &word, 8);
     }
     const auto rest = static_cast<std::size_t>(last - from);
-    const std::uint64_t word = loadFewPlain(from, rest);
+    const std::uint64_t word = loadPaddedWithSpaces(from, rest);
     if (specialBytes(word) != 0) return nullptr;
     if (kLowestFirst) {
       std::memcpy(to, &word, 8);

@@ -9,12 +9,12 @@ namespace amf2json::wire {
 
 namespace {
 
-bool isTail(const char* at) {
+bool isContinuationByte(const char* at) {
   return (static_cast<unsigned char>(*at) & 0xC0u) == 0x80;
 }
 
 // The range of the second byte: no overlong forms, no surrogates, nothing above U+10FFFF.
-bool isSecond(unsigned first, unsigned second) {
+bool isSecondByte(unsigned first, unsigned second) {
   switch (first) {
     case 0xE0: return second >= 0xA0 && second <= 0xBF;
     case 0xED: return second >= 0x80 && second <= 0x9F;
@@ -45,13 +45,13 @@ std::size_t sequenceLength(const char* at, const char* end) {
   if (first < 0xC2 || first > 0xF4) return 0;
   const std::size_t length = first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
   if (static_cast<std::size_t>(end - at) < length) return 0;
-  if (!isSecond(first, static_cast<unsigned char>(at[1]))) return 0;
-  if (length > 2 && !isTail(at + 2)) return 0;
-  if (length > 3 && !isTail(at + 3)) return 0;
+  if (!isSecondByte(first, static_cast<unsigned char>(at[1]))) return 0;
+  if (length > 2 && !isContinuationByte(at + 2)) return 0;
+  if (length > 3 && !isContinuationByte(at + 3)) return 0;
   return length;
 }
 
-const char* firstBroken(const char* at, const char* end) {
+const char* firstNotUtf8(const char* at, const char* end) {
   while (at < end) {
     std::uint64_t word;
     if (end - at >= 8 && (std::memcpy(&word, at, 8), (word & 0x8080808080808080u) == 0)) {
@@ -70,7 +70,7 @@ Text slowTextOf(const char* data, std::size_t length) {
   std::size_t escaped = 0;
   while (data < end) {
     if (end - data >= 8) {
-      const std::uint64_t special = specialBytes(loadFew(data, 8));
+      const std::uint64_t special = specialBytes(loadUpTo8(data, 8));
       const std::size_t plain = special == 0 ? 8 : plainBytes(special);
       data += plain;
       escaped += plain;

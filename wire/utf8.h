@@ -38,7 +38,7 @@ inline std::size_t plainBytes(std::uint64_t special) {
 std::size_t sequenceLength(const char* at, const char* end);
 
 // The first place that is not UTF-8, or `end`.
-const char* firstBroken(const char* at, const char* end);
+const char* firstNotUtf8(const char* at, const char* end);
 
 struct Text {
   bool isUtf8;
@@ -47,17 +47,17 @@ struct Text {
 Text slowTextOf(const char* data, std::size_t length);
 
 // Loads a few bytes, and fills the word with spaces.
-inline std::uint64_t loadFewPlain(const char* at, std::size_t count) {
-  return loadFew(at, count) | 0x2020202020202020u << 8 * count;
+inline std::uint64_t loadPaddedWithSpaces(const char* at, std::size_t count) {
+  return loadUpTo8(at, count) | 0x2020202020202020u << 8 * count;
 }
 
 inline bool isPlain(const char* data, std::size_t length) {
-  if (length < 8) return specialBytes(loadFewPlain(data, length)) == 0;
+  if (length < 8) return specialBytes(loadPaddedWithSpaces(data, length)) == 0;
   const char* const last = data + length - 8;  // some of the last bytes may be tested twice
   for (; data < last; data += 8) {
-    if (specialBytes(loadFew(data, 8)) != 0) return false;
+    if (specialBytes(loadUpTo8(data, 8)) != 0) return false;
   }
-  return specialBytes(loadFew(last, 8)) == 0;
+  return specialBytes(loadUpTo8(last, 8)) == 0;
 }
 
 inline Text textOf(const char* data, std::size_t length) {

@@ -159,10 +159,10 @@ TEST(WireTexts, Utf8) {
   for (const auto& row : rows) {
     // At every place of a longer text.
     for (std::size_t before = 0; before < 18; ++before) {
-      for (const unsigned behind : {0u, 1u, 9u}) {
-        const std::string text = std::string(before, 'x') + row.text + std::string(behind, 'y');
+      for (const unsigned after : {0u, 1u, 9u}) {
+        const std::string text = std::string(before, 'x') + row.text + std::string(after, 'y');
         EXPECT_EQ(textOf(text.data(), text.size()).isUtf8, row.isUtf8) << row.text << before;
-        EXPECT_EQ(firstBroken(text.data(), text.data() + text.size()) == text.data() + text.size(),
+        EXPECT_EQ(firstNotUtf8(text.data(), text.data() + text.size()) == text.data() + text.size(),
                   row.isUtf8);
       }
     }

@@ -6,14 +6,14 @@
 
 const std::vector<ExitCodeRow>& exitCodes() {
   static const std::vector<ExitCodeRow> rows = {
-      {kDone, "done; for a question: yes"},
-      {kNo, "the answer is no: other bytes come back, a length field lies"},
+      {kDone, "success; the answer is yes"},
+      {kNo, "the answer is no: bytes differ after a round trip, a length field is wrong"},
       {kUsage, "wrong command line"},
-      {kTrailingBytes, "bytes are left over behind the last message"},
+      {kTrailingBytes, "bytes follow the last message"},
       {kViewCut, "a script view stopped at its output limit; sections were salvaged"},
       {kTruncated, "the packet ends too early"},
       {kMalformed, "the packet or the text holds something that is refused"},
-      {kOverLimit, "the packet is over a limit"},
+      {kOverLimit, "the packet exceeds a limit"},
       {kCannotEncode, "the packet was read, but cannot be written again"},
       {kFileFailure, "a file cannot be read or written"},
       {kOutOfMemory, "out of memory"},

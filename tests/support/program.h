@@ -141,7 +141,7 @@ constexpr const char* kCutError =
     "cut.amf:23: truncated: at least 1 byte is missing (message 0)\n"
     "    at 9: 63 68 6F 00 02 2F 31 FF FF FF FF 02 00 03 | 68 69\n";
 constexpr const char* kMoreWarning =
-    "more.amf:25: warning: 2 bytes left over behind the last message\n"
+    "more.amf:25: warning: 2 bytes left over after the last message\n"
     "    at 11: 6F 00 02 2F 31 FF FF FF FF 02 00 02 68 69 | 01 02\n";
 
 }  // namespace support

@@ -86,7 +86,7 @@ const RunCase kRuns[] = {
       std::string(kEnvelopeRows) +
           "00000010  05                       |.|           marker0 05 null\n"
           "00000011  78                       |x|         left over: 1 byte\n",
-      "tail.amf:17: warning: 1 byte left over behind the last message\n"
+      "tail.amf:17: warning: 1 byte left over after the last message\n"
       "    at 2: 00 00 00 01 00 01 74 00 01 72 FF FF FF FF 05 | 78\n"}},
     {"amf2json dump --as amf3 hi.amf3",
      {0,
@@ -128,7 +128,7 @@ const RunCase kRuns[] = {
      {0, kValueJSON, ""}},
     {"printf '\\v\\t<a/>\\n' | amf2json decode --unwrap --as amf3 | grep -o 'a/>'",
      {3, "a/>\n",
-      "-:6: warning: 1 byte left over behind the value\n    at 0: 0B 09 3C 61 2F 3E | 0A\n"}},
+      "-:6: warning: 1 byte left over after the value\n    at 0: 0B 09 3C 61 2F 3E | 0A\n"}},
     {"amf2json decode --compact --as amf0 --skip 16 hi.amf", {0, kValueJSON, ""}},
     {"amf2json decode --as amf0 --skip 99 hi.amf",
      {5, "", "hi.amf:21: truncated: at least 1 byte is missing (AMF0 value)\n"}},
@@ -266,7 +266,7 @@ TEST_F(ToolBytes, TellsWhatFollows) {
       {"amf2json decode --compact --unwrap --allow-trailing two", {0, kHiJSON, ""}},
       {"amf2json decode --compact packets",
        {3, kHiJSON,
-        "packets:21: warning: 21 bytes left over behind the last message: another packet, which "
+        "packets:21: warning: 21 bytes left over after the last message: another packet, which "
         "--skip 21 gets at\n    at 13: FF FF FF 02 00 02 68 69 | 00 00 00 00 00 01 00 01\n"}},
       {"amf2json decode --compact --skip 21 packets", {0, kHiJSON, ""}},
       {"amf2json decode --unwrap short",

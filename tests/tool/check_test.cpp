@@ -52,7 +52,7 @@ const CheckCase kCheckCases[] = {
      {3,
       "ok: 0 headers, 0 messages, 1 node, depth 0, TREE tree bytes, 1 byte left over, "
       "0 lengths that lie\n",
-      "p.amf:6: warning: 1 byte left over behind the last message\n"
+      "p.amf:6: warning: 1 byte left over after the last message\n"
       "    at 0: 00 03 00 00 00 00 | 01\n"}},
     {"left over, allowed",
      hex("0003 0000 0000 01"),
@@ -133,7 +133,7 @@ TEST_F(Check, AnswersInJSON) {
       R"({"file":"lies.amf","status":"ok","message":null,"offset":null,"section":null,"wrappers":[],)"
       R"("bytes":15,"consumed":15,"left_over":0,"headers":0,"messages":1,"nodes":5,"depth":0,)"
       R"("tree_bytes":TREE,"lying_lengths":1,"exit_code":1})",
-      R"({"file":"more.hex","status":"left over","message":"1 byte left over behind the last message, )"
+      R"({"file":"more.hex","status":"left over","message":"1 byte left over after the last message, )"
       R"(in what hexadecimal text holds","offset":6,"section":null,"wrappers":["hexadecimal text"],)"
       R"("bytes":7,"consumed":6,"left_over":1,"headers":0,"messages":0,"nodes":1,"depth":0,)"
       R"("tree_bytes":TREE,"lying_lengths":0,"exit_code":3})",

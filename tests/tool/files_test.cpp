@@ -59,7 +59,7 @@ const FileCase kFileCases[] = {
      " grep -v '^    at'",
      {0,
       std::string(kEchoStatements) + kEchoStatements +
-          "more.amf:25: warning: 2 bytes left over behind the last message\n\n" +
+          "more.amf:25: warning: 2 bytes left over after the last message\n\n" +
           "cut.amf:23: truncated: at least 1 byte is missing (message 0)\n" + kEchoStatements,
       ""}},
     {"long texts among short ones",

@@ -295,7 +295,7 @@ TEST_F(Har, WarningsNameTheEntry) {
   const Outcome outcome = exported(answered(base64("AAAAAAAAAQ==")));
   EXPECT_EQ(outcome.status, 3);
   EXPECT_EQ(
-      outcome.err.rfind("-:6: warning: 1 byte left over behind the last message, in the response "
+      outcome.err.rfind("-:6: warning: 1 byte left over after the last message, in the response "
                         "of entry 0\n",
                         0),
       0u)

@@ -328,8 +328,8 @@ TEST_F(Manual, CompletesInZsh) {
       "--to=[What to show]:VIEW:((json\\:\"JSON text\" js\\:\"script that builds \\\"amf\\\"\""
       " both\\:\"JSON text and statements\" script\\:\"statements alone\"))\n"
       "--compact[No indentation and no line ends]\n"
-      "-o+[File to write; of several inputs, the folder]:FILE:_files\n"
-      "--output=[File to write; of several inputs, the folder]:FILE:_files\n"
+      "-o+[File to write; for several inputs, the directory]:FILE:_files\n"
+      "--output=[File to write; for several inputs, the directory]:FILE:_files\n"
       "*:FILE:_files\n");
   EXPECT_EQ(first.err + decode.err, "");
 }

@@ -48,10 +48,10 @@ const RoundtripCase kRoundtripCases[] = {
      "class name is written without one)"},
     {"typed object", echoOf("10 0001 'C' 0001 'a' 05 0000 09"), 0, "equal"},
     {"left-over bytes", echoOf("05 00"), 1,
-     "differs at byte 21: 00 read, nothing written: left-over bytes (bytes behind the last message "
+     "differs at byte 21: 00 read, nothing written: left-over bytes (bytes after the last message "
      "belong to no field)"},
     {"end mark behind an ECMA array", echoOf("08 00000001 0001 'k' 05 0000 09"), 1,
-     "differs at byte 29: 00 read, nothing written: left-over bytes (bytes behind the last message "
+     "differs at byte 29: 00 read, nothing written: left-over bytes (bytes after the last message "
      "belong to no field)"},
     {"U29 longer than needed", echoOf("11 04 8001"), 1,
      "differs at byte 22: 80 read, 01 written: integer in message 0 (a U29 is written in as few "
@@ -133,7 +133,7 @@ TEST_F(Roundtrip, TakesManyFilesAndExitsWithTheWorst) {
 TEST_F(Roundtrip, LeavesOutWhatIsAllowedBehindTheLastMessage) {
   const Outcome differs = {1,
                            "more.amf: differs at byte 25: 01 read, nothing written: left-over "
-                           "bytes (bytes behind the last "
+                           "bytes (bytes after the last "
                            "message belong to no field)\n",
                            ""};
   EXPECT_EQ(run({"roundtrip", "more.amf"}), differs);

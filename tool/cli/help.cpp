@@ -79,7 +79,7 @@ std::string usageOf(const Command& command) {
 }
 
 std::string exitCodeLines() {
-  std::string text = "Exit codes; of several files the largest counts:\n";
+  std::string text = "Exit codes; with several files, the largest of them:\n";
   for (const ExitCodeRow& row : exitCodes()) {
     const std::string number = std::to_string(row.code);
     text += std::string(4 - number.size(), ' ') + number + "  " + row.meaning + "\n";
@@ -114,7 +114,7 @@ std::string longHelp() {
 std::string longHelp(const CommandPage& page) {
   return usageOf(page.command) + wordWrap(page.command.details, kWidth) + "\nOptions:\n" +
          longOptions(page.options, false) +
-         "\nLimits; a packet that is over one of them is refused:\n" +
+         "\nLimits; a packet that exceeds one of them is refused:\n" +
          longOptions(page.options, true) + "\n" + explainedExamples(page.command.examples) + "\n" +
          exitCodeLines();
 }

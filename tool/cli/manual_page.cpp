@@ -115,10 +115,10 @@ std::string manualPage() {
           ".SH COMMANDS\n";
   for (const CommandPage& page : pages) text += commandSection(page);
   text +=
-      ".SH LIMITS\nEvery command takes these, but for those that name their own.\n"
-      "A packet that is over one of them is refused.\n" +
+      ".SH LIMITS\nEvery command takes these, except those that list their own.\n"
+      "A packet that exceeds one of them is refused.\n" +
       items(pages.front().options, true) +
-      ".SH EXIT STATUS\nOf several files the largest counts.\n";
+      ".SH EXIT STATUS\nWith several files the program exits with the largest code of them.\n";
   for (const ExitCodeRow& row : exitCodes()) {
     text += ".TP\n" + bold(std::to_string(row.code)) + "\n" + plain(row.meaning) + ".\n";
   }

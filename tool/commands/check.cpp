@@ -16,14 +16,13 @@ constexpr const char* kDetails =
     "\n"
     "  FILE: STATUS: HEADERS, MESSAGES, NODES, DEPTH, TREE BYTES, LEFT OVER, LIES\n"
     "\n"
-    "Nothing is decoded. Of a packet that is refused the figures say how far it was read, and the\n"
-    "problem is told on standard error. A length lies that is neither unknown (FFFFFFFF) nor that "
-    "of\n"
-    "its value; nothing here believes it, but other decoders may.\n"
+    "Nothing is decoded. If a packet is refused, the figures count what was read before that,\n"
+    "and the problem is reported on standard error. LEFT OVER counts the bytes that were not\n"
+    "read. LIES counts the declared lengths that are neither unknown (FFFFFFFF) nor the length\n"
+    "of their value. decode ignores them, but other decoders may use them.\n"
     "\n"
-    "With --format json each file is a line with one JSON object, a file that cannot be read too. "
-    "Its\n"
-    "fields are in docs/json.md.\n";
+    "With --format json each file is a line with one JSON object, a file that cannot be read\n"
+    "too. Its fields are in docs/json.md.\n";
 
 std::string figures(const Packet& packet) {
   const AMFVerifyResult& checked = packet.checked;
@@ -111,8 +110,8 @@ Command checkCommand() {
   return {"check",
           "Says what is in packets without decoding them",
           kDetails,
-          {{"amf2json check packet.amf", "whether it is sound, and how large its tree gets"},
-           {"amf2json check --allow-trailing *.amf", "bytes behind the last message are fine"},
+          {{"amf2json check packet.amf", "whether it can be decoded, and how large its tree gets"},
+           {"amf2json check --allow-trailing *.amf", "bytes after the last message are accepted"},
            {"amf2json check --format json *.amf", "a line of JSON for each file"}},
           declare,
           check};

@@ -32,16 +32,17 @@ void declareAll(const Command& command, OptionTable& table, Options& options) {
 // ---- Options
 
 void declareOutputOptions(OptionTable& table, Options& options) {
-  table.text("-o,--output", "FILE", options.output, "File to write; of several inputs, the folder");
-  table.flag("--force", options.force, "Replace read-only files and old results in a folder");
+  table.text("-o,--output", "FILE", options.output,
+             "File to write; for several inputs, the directory");
+  table.flag("--force", options.force, "Replace read-only files, and files in a directory");
 }
 
 void declareUnwrapOption(OptionTable& table, Options& options) {
-  table.flag("--unwrap", options.unwrap, "Take off hexadecimal, base64, gzip, zlib and HTTP");
+  table.flag("--unwrap", options.unwrap, "Remove hexadecimal, base64, gzip, zlib and HTTP");
 }
 
 void declareTrailingOption(OptionTable& table, Options& options) {
-  table.flag("--allow-trailing", options.allowTrailing, "Accept bytes behind the last message");
+  table.flag("--allow-trailing", options.allowTrailing, "Accept bytes after the last message");
 }
 
 void declareFormOptions(OptionTable& table, Options& options) {
@@ -50,7 +51,7 @@ void declareFormOptions(OptionTable& table, Options& options) {
                 {"amf0", "one AMF0 value; shown in a message without URIs"},
                 {"amf3", "one AMF3 value; the same"}});
   declareUnwrapOption(table, options);
-  table.number("--skip", options.skip, "Leave out the first N bytes, once unwrapped", "0");
+  table.number("--skip", options.skip, "Ignore the first N bytes, after unwrapping", "0");
 }
 
 namespace {
@@ -87,7 +88,7 @@ void declareFormatOption(OptionTable& table, Options& options) {
 }
 
 void declareRunOptions(OptionTable& table, Options& options) {
-  table.number("-j,--jobs", options.jobs, "Files to work on at once", "all processors");
+  table.number("-j,--jobs", options.jobs, "Files to process at the same time", "all processors");
   table.choice("--color", "WHEN", options.color, "Colour of texts and errors",
                {{"auto", "on a terminal, unless NO_COLOR is set"},
                 {"always", "also into files and pipes"},
@@ -109,7 +110,7 @@ void declareCommonOptions(OptionTable& table, Options& options) {
   table.limit("--max-copied-bytes", limits.maxCopiedBytes, "The part of it that references copy");
   table.limit("--max-string-bytes", limits.maxStringBytes, "One string, XML text or byte array");
   table.limit("--max-switched-references", limits.maxSwitchedReferences,
-              "AMF3 references right behind a switch");
+              "AMF3 references directly after a switch");
   table.limit("--max-output-bytes", options.maxOutputBytes, "The text made of one file");
   table.files(options.files);
 }

@@ -19,13 +19,12 @@ constexpr const char* kDetails =
     "Texts of the packet are escaped, so that none ends its quotes. With --to json the output is\n"
     "valid JSON for a JSON parser; do not run it, and do not put it into a web page. The other\n"
     "views are ASCII, and their statements assign values and do nothing else, also in a script\n"
-    "element of a page. With --exact the text is the library's own: it is\n"
-    "not escaped, so do not run it, and has a line feed of its own for every 500 bytes.\n"
+    "element of a page. With --exact the text is that of the library: it is not escaped, so do\n"
+    "not run it, and it has an additional line feed for every 500 bytes.\n"
     "\n"
-    "A text that does not end in a line feed gets one. Bytes behind the last message are not "
-    "decoded.\n"
-    "The three views with script statements stop in front of the value at which they pass 499,999\n"
-    "bytes. Both are told on standard error, with an exit code of their own.\n";
+    "A text that does not end in a line feed gets one. Bytes after the last message are not\n"
+    "decoded. The three views with script statements stop before the next value when they have\n"
+    "passed 499,999 bytes. Both are reported on standard error, each with its own exit code.\n";
 
 // The largest block that a text of up to `maxBytes` bytes allocates: its capacity is doubled when
 // it is full. kOtherBlocks is for blocks that do not depend on the text.
@@ -122,7 +121,7 @@ Command decodeCommand() {
   return {"decode",
           "Shows packets as JSON or JavaScript",
           kDetails,
-          {{"amf2json decode --to js --compact packet.amf", "a script in one run of text"},
+          {{"amf2json decode --to js --compact packet.amf", "a script without line ends"},
            {"amf2json decode -o packet.json packet.amf", "to a file, whole or not at all"},
            {"amf2json decode --error-format json *.amf", "problems for a machine to read"}},
           declare,

@@ -11,15 +11,12 @@
 namespace {
 
 constexpr const char* kDetails =
-    "A row for each field: offset, hexadecimal, ASCII, meaning. Values are indented as deep as "
-    "they\n"
-    "are nested and carry the name of their member or their place in the array. Behind a value, "
-    "in\n"
-    "brackets, stands the index it gets in its reference table; references tell where their "
-    "target\n"
-    "begins. Offsets and bytes are hexadecimal, other numbers decimal.\n"
+    "A row for each field: offset, hexadecimal, ASCII, meaning. Each level of nesting is\n"
+    "indented by one step. A value begins with the name of its member or its index in the array.\n"
+    "After a value, its index in the reference table is in brackets. A reference shows where its\n"
+    "target begins. Offsets and bytes are hexadecimal, other numbers decimal.\n"
     "\n"
-    "A packet that is refused is shown up to that place, then what was not read.\n";
+    "A refused packet is shown up to the refused field. The bytes that were not read follow.\n";
 
 FileResult dump(const std::string& file, const Options& options) {
   const Packet packet = readPacket(file, options);

@@ -20,28 +20,24 @@
 namespace {
 
 constexpr const char* kDetails =
-    "Reads AMF0 and AMF3 as Flash Player, Flex and their servers write them: packets, runs of "
-    "values,\n"
-    "shared objects, and the script tags of FLV files. The JSON loses nothing: import writes the "
-    "same\n"
-    "bytes again, but for FLV files. With --as auto the bytes are looked at, as identify does.\n"
+    "Reads AMF0 and AMF3 as Flash Player, Flex and their servers write them: packets, runs of\n"
+    "values, shared objects, and the script tags of FLV files. The JSON loses nothing: import\n"
+    "writes the same bytes again, except those of FLV files. With --as auto the form is\n"
+    "detected, as identify does.\n"
     "\n"
-    "With --lines each document is one line. With --from base64 or --from hex as well, each line "
-    "of\n"
-    "the input is one packet, and is answered with one line, in order; what was read is answered\n"
-    "before more input is waited for. A line that is refused is answered with a JSON object that "
-    "has\n"
-    "error and offset. At the end, warnings and refusals are counted on standard error.\n"
+    "With --lines each document is one line. With --from base64 or --from hex as well, each line\n"
+    "of the input is one packet, and the output has one line for it, in the same order. All\n"
+    "lines that were read are answered before the program waits for more input. For a line that\n"
+    "is refused, the output is a JSON object with error and offset. At the end, warnings and\n"
+    "refusals are counted on standard error.\n"
     "\n"
-    "With --as har each AMF body of an HTTP archive is one document, with its place in source. "
-    "Bodies\n"
-    "that the recorder has destroyed, or has not kept, have an error instead of a document. The "
-    "first 20\n"
-    "problems are told on standard error, the others are counted.\n"
+    "With --as har each AMF body of an HTTP archive is one document, with its place in source.\n"
+    "Bodies that the recorder has destroyed, or has not stored, have an error instead of a\n"
+    "document. The first 20 problems are reported on standard error, the others are counted.\n"
     "\n"
-    "Bytes left over, length fields that lie, salvaged sections, and sections that will come back\n"
-    "as other bytes for want of originals, are told on standard error, with exit codes of their "
-    "own.\n";
+    "Trailing bytes, wrong length fields, salvaged sections, and sections that import will write as\n"
+    "other bytes because they have no originals, are reported on standard error, and set the exit\n"
+    "code.\n";
 
 std::size_t minusOne(std::size_t limit) {
   return limit == 0 ? 0 : limit - 1;
@@ -160,7 +156,7 @@ bool worksOnLines(const Options& options) {
 
 void declare(OptionTable& table, Options& options) {
   table.choice("--as", "FORM", options.wire.form, "Kind of input",
-               {{"auto", "looked at"},
+               {{"auto", "detected"},
                 {"packet", "a packet"},
                 {"amf0", "AMF0 values"},
                 {"amf3", "AMF3 values"},
@@ -172,7 +168,7 @@ void declare(OptionTable& table, Options& options) {
   table.choice("--from", "FORM", options.wire.encoding, "With --lines: one packet a line",
                {{"binary", "no, whole files"}, {"base64", "in base64"}, {"hex", "in hexadecimal"}});
   table.flag("--salvage", options.wire.salvage, "Keep sections that cannot be read as raw bytes");
-  table.flag("--no-originals", options.wire.noOriginals, "Leave out the bytes of odd sections");
+  table.flag("--no-originals", options.wire.noOriginals, "Omit the bytes of unusual sections");
   declareExternalOption(table, options);
   declareUnwrapOption(table, options);
   declareOutputOptions(table, options);

@@ -30,7 +30,7 @@ std::vector<ExportWarning> exportWarnings(const AMFWireStatistics& statistics) {
          trailing + " kept as trailing bytes: " + statistics.trailingError);
   } else if (statistics.trailingBytes > 0) {
     warn(ExportWarning::trailingBytes,
-         trailing + " left over behind the last " + lastItemOf(statistics.form));
+         trailing + " left over after the last " + lastItemOf(statistics.form));
   }
   if (statistics.wrongLengths > 0) {
     warn(ExportWarning::wrongLengths,

@@ -24,7 +24,7 @@ constexpr const char* kLargeU29 =
 constexpr const char* kDateBits = "the bits beside the inline bit are not kept and written as 01";
 constexpr const char* kExternalizable = "the sealed count and the dynamic bit are written as 07";
 constexpr const char* kXMLReference = "a reference is written with the marker of the text it names";
-constexpr const char* kTrailingReason = "bytes behind the last message belong to no field";
+constexpr const char* kTrailingReason = "bytes after the last message belong to no field";
 
 // Keeps the target field, the one before it and the two after it.
 class FieldFinder : public AMFVerifyVisitor {

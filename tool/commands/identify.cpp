@@ -12,22 +12,19 @@
 namespace {
 
 constexpr const char* kDetails =
-    "A line for each file, and the command that shows what is in it, where there is one:\n"
+    "A line for each file, and the command that shows what is in it, if there is one:\n"
     "\n"
     "  FILE: gzip > AMF packet: version 3, 0 headers, 1 message, 54 bytes\n"
     "  next: amf2json decode --unwrap FILE\n"
     "\n"
-    "Known are packets, whole, refused or with bytes after them; single values; shared objects and "
-    "script\n"
-    "data of FLV files; all of them in hexadecimal or base64 text, gzip, zlib or an HTTP message; "
-    "bytes\n"
-    "that a text decoder has changed; HTML, XML and JSON. A packet or value is called one when all "
-    "of it\n"
-    "can be read. The command shows all of it, or says how many bytes it does not show.\n"
+    "The program recognises packets, complete, refused or with bytes after them; single values;\n"
+    "shared objects and script data of FLV files; all of them in hexadecimal or base64 text,\n"
+    "gzip, zlib or an HTTP message; bytes that a text decoder has changed; HTML, XML and JSON.\n"
+    "Bytes are reported as a packet or value only if all of it can be read. The command shows\n"
+    "all of it, or says how many bytes it does not show.\n"
     "\n"
-    "With --format json each file is a line with one JSON object, a file that cannot be read too. "
-    "Its\n"
-    "fields are in docs/json.md.\n";
+    "With --format json each file is a line with one JSON object, a file that cannot be read\n"
+    "too. Its fields are in docs/json.md.\n";
 
 Identity identifyFile(const std::string& file, const Options& options) {
   return identify(readInput(file, options.limits.maxPacketBytes), options.limits);
@@ -83,7 +80,7 @@ void declare(OptionTable& table, Options& options) {
 
 Command identifyCommand() {
   return {"identify",
-          "Tells what files are, and how to go on with them",
+          "Says what files are, and the command to run next",
           kDetails,
           {{"amf2json identify capture.bin", "what it is, and the command to run next"},
            {"amf2json identify *", "a line or two for each file"},

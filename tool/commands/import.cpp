@@ -12,17 +12,15 @@
 namespace {
 
 constexpr const char* kDetails =
-    "Writes the bytes that a document of export stands for. What was changed in the document is\n"
-    "written as it now stands; all else comes back byte for byte.\n"
+    "Writes the bytes that a document of export stands for. Changed parts of the document are\n"
+    "written as they are now. All other parts become the same bytes as before.\n"
     "\n"
-    "An error is told as FILE:LINE:COLUMN: MESSAGE (PATH). With --error-format json the object "
-    "also\n"
-    "has path, line and column.\n"
+    "An error is reported as FILE:LINE:COLUMN: MESSAGE (PATH). With --error-format json the\n"
+    "object also has path, line and column.\n"
     "\n"
-    "Packets are binary: they are not written to a terminal unless --force is given. With --to "
-    "base64\n"
-    "or --to hex they are written as text. With --lines as well, each line of the input is one\n"
-    "document, and is answered with one line, as export --lines does.\n";
+    "Packets are binary: they are not written to a terminal unless --force is given. With --to\n"
+    "base64 or --to hex they are written as text. With --lines as well, each line of the input\n"
+    "is one document, and the output has one line for it, as with export --lines.\n";
 
 AMFWireImportOptions importOptions(const Options& options) {
   return {options.wire.limits, options.wire.externalClasses};

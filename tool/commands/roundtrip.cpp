@@ -21,9 +21,8 @@ constexpr const char* kDetails =
     "  FILE: equal\n"
     "  FILE: differs at byte OFFSET: XX read, YY written: FIELD in SECTION (REASON)\n"
     "\n"
-    "Only the first difference is shown. A REASON says that this field is meant to be written in "
-    "one\n"
-    "way only; a difference without a reason should not happen.\n";
+    "Only the first difference is shown. A REASON means that the difference is intended: the\n"
+    "program writes this field in one way only. A difference without a reason should not happen.\n";
 
 // The byte at `offset`, or "nothing" after the end.
 std::string byteAt(std::string_view bytes, std::size_t offset) {
@@ -94,9 +93,9 @@ Command roundtripCommand() {
   return {"roundtrip",
           "Encodes packets again and compares the bytes",
           kDetails,
-          {{"amf2json roundtrip packet.amf", "the first byte that is written otherwise"},
+          {{"amf2json roundtrip packet.amf", "the first byte that differs"},
            {"amf2json roundtrip *.amf", "a line for each file; the worst exit code"},
-           {"amf2json roundtrip --max-depth 200 packet.amf", "a limit raised"}},
+           {"amf2json roundtrip --max-depth 200 packet.amf", "with a higher limit"}},
           declare,
           roundtrip};
 }

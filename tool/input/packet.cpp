@@ -142,7 +142,7 @@ void addTrailingWarning(FileResult& result, const Packet& packet, const Options&
   if (rest.empty()) return;
   const bool isPacket = packet.form == Form::packet;
   Problem problem{kTrailingBytes, "left over",
-                  pluralize(rest.size(), "byte") + " left over behind the " +
+                  pluralize(rest.size(), "byte") + " left over after the " +
                       (isPacket ? "last message" : "value")};
   if (isPacket && beginsPacket(rest, options.limits)) {
     problem.message +=

@@ -16,16 +16,16 @@
 class FairSharedMutex {
  public:
   std::shared_lock<std::shared_mutex> lockShared() {
-    const std::lock_guard<std::mutex> turn(door);
+    const std::lock_guard<std::mutex> lock(entry);
     return std::shared_lock<std::shared_mutex>(inside);
   }
   std::unique_lock<std::shared_mutex> lockExclusive() {
-    const std::lock_guard<std::mutex> turn(door);
+    const std::lock_guard<std::mutex> lock(entry);
     return std::unique_lock<std::shared_mutex>(inside);
   }
 
  private:
-  std::mutex door;  // held while waiting, so that later calls cannot overtake
+  std::mutex entry;  // held while waiting, so that later calls cannot overtake
   std::shared_mutex inside;
 };
 

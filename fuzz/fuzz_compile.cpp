@@ -207,7 +207,7 @@ void checkRefusal(const char* actual, const char* expected) {
   const char* const is = actual ? actual : "none";
   const char* const should = expected ? expected : "none";
   if (std::strcmp(is, should) == 0) return;
-  std::fprintf(stderr, "refusal: %s; foretold: %s\n", is, should);
+  std::fprintf(stderr, "refusal: %s; expected: %s\n", is, should);
   require(false, "another refusal");
 }
 
@@ -239,7 +239,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   require(checked.consumed == exact.size(), "what is written is read to its end");
   support::normalise(reader.package);
   support::normalise(outcome.package.get());
-  require(support::sameTree(reader.package, outcome.package.get()), "another tree than foretold");
+  require(support::sameTree(reader.package, outcome.package.get()), "another tree than expected");
   if (!outcome.losses.empty()) return 0;
   support::normalise(tree.get());
   require(support::sameTree(reader.package, tree.get()), "a loss without a name");

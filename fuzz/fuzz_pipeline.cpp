@@ -43,7 +43,7 @@ void compareViews(AMFProtocol& protocol, bool pretty) {
   require(plain.getPackageInJSON_and_JS(pretty) == protocol.getPackageInJSON_and_JS(pretty),
           "combined view");
   require(plain.getPackageAsJSView(pretty) == protocol.getPackageAsJSView(pretty), "statements");
-  require(support::stateDifference(plain, protocol).empty(), "what the views leave behind");
+  require(support::stateDifference(plain, protocol).empty(), "state after the views");
 }
 
 void showAll(AMFProtocol& protocol, std::uint64_t nodes) {
@@ -115,7 +115,7 @@ void readDrifted(AMFProtocol& protocol, const std::string* bytes, const char* re
   if (!again) return;
   support::normalise(reader.package);
   support::normalise(outcome.package.get());
-  require(support::sameTree(reader.package, outcome.package.get()), "another tree than foretold");
+  require(support::sameTree(reader.package, outcome.package.get()), "another tree than expected");
 }
 
 void readBack(AMFProtocol& protocol, const std::string& bytes) {

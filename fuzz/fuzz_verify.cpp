@@ -76,7 +76,7 @@ void checkTruncated(const std::string& packet, const AMFVerifyResult& whole) {
 
 void checkOk(const std::string& packet, const AMFVerifyResult& whole) {
   const AMFVerifyLimits limits = AMFVerifyLimits::unlimited();
-  require(same(verify(packet + "\x11\xFF", limits), whole), "bytes behind the packet");
+  require(same(verify(packet + "\x11\xFF", limits), whole), "bytes after the packet");
   require(same(verify(packet.substr(0, whole.consumed), limits), whole), "no byte more is needed");
   require(verify(packet.substr(0, whole.consumed - 1), limits).status == Status::truncated,
           "the last byte is needed");

@@ -191,7 +191,7 @@ const CallRow kCalls[] = {
     {"65536, 00 counts as 0C",
      WRITE(string(k0, kLong), setAMF0String(node, true, AMFProtocol::AMF0_NUMBER)),
      "0C|00010000|61*65536"},
-    {"a string's reference is not looked at",
+    {"the reference of a string is ignored",
      WRITE(reference(string(k3, "ab"), 1), setAMF0String(node, true, k06)), "02|0002|'ab'"},
 
     {"bool byte 7", WRITE(booleanByte(k0, 7), setAMF0Bool(node)), "01|07"},
@@ -236,7 +236,7 @@ TEST(Amf0Writer, WritersCalledAlone) {
   expectCalls(kCalls);
 }
 
-TEST(Amf0Writer, WritersAppendBehindEarlierPieces) {
+TEST(Amf0Writer, WritersAppendAfterEarlierPieces) {
   AMFProtocol protocol;
   protocol.setAMF0Reference(1);
   protocol.setAMF0Reference(2);

@@ -81,7 +81,7 @@ const Row kPackets[] = {
      "0000 0001 FFFF 61*65535 00 00000000 05 0001 FFFF 62*65535 FFFF 63*65535 00000000 05",
      R"(package0{headers=1 header{'\{61*65535}' len=0 null0}, )"
      R"(message{'\{62*65535}' '\{63*65535}' len=0 null0}})"},
-    {"bytes behind the packet are left unread", "0000 0000 0000 0102", "package0{headers=0}", 2},
+    {"bytes after the packet are not read", "0000 0000 0000 0102", "package0{headers=0}", 2},
 };
 
 TEST(PacketReader, Packets) {
@@ -233,28 +233,28 @@ TEST(PacketReader, NullReturnsNullAndChangesNothing) {
 
 TEST(PacketReader, ASecondParseDeletesTheFirstPackage) {
   const ExactBytes packet(hex("0003 0000 0000"));
-  support::Diary diary;
+  support::EventLog eventLog;
   {
     AMFProtocol p;
     p.parse(packet.data());
-    p.package->appendChild(new support::Witness(diary, "first"), false);
+    p.package->appendChild(new support::Witness(eventLog, "first"), false);
     p.parse(packet.data());
-    EXPECT_EQ(diary, "-first ");
+    EXPECT_EQ(eventLog, "-first ");
     EXPECT_EQ(dump(p.package), "package3{headers=0}");
-    p.package->appendChild(new support::Witness(diary, "second"), false);
+    p.package->appendChild(new support::Witness(eventLog, "second"), false);
   }
-  EXPECT_EQ(diary, "-first -second ") << "the object deletes its last package";
+  EXPECT_EQ(eventLog, "-first -second ") << "the object deletes its last package";
 }
 
 TEST(PacketReader, ARefusedParseHasReplacedThePackage) {
   const ExactBytes good(hex("0003 0000 0000"));
   const ExactBytes bad(hex("0007 0000 0001 0000 0000 00000000 04"));
-  support::Diary diary;
+  support::EventLog eventLog;
   AMFProtocol p;
   p.parse(good.data());
-  p.package->appendChild(new support::Witness(diary, "first"), false);
+  p.package->appendChild(new support::Witness(eventLog, "first"), false);
   EXPECT_EQ(refusal([&] { p.parse(bad.data()); }), "getAMF0Value: unknown value type");
-  EXPECT_EQ(diary, "-first ");
+  EXPECT_EQ(eventLog, "-first ");
   EXPECT_EQ(dump(p.package), "package7{headers=0}");
   p.parse(good.data());
   EXPECT_EQ(dump(p.package), "package3{headers=0}");
@@ -304,7 +304,7 @@ const Refused kRefused[] = {
      "getAMF3Array(): invalid array reference index", 27, "package0{headers=0}", "0/2/1/1"},
 };
 
-TEST(PacketReader, RefusalsLeaveBehind) {
+TEST(PacketReader, StateAfterRefusals) {
   for (const Refused& row : kRefused) {
     SCOPED_TRACE(row.name);
     ReaderRun run(row.bytes);

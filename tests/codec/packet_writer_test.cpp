@@ -202,7 +202,7 @@ const RefusalRow kRefusals[] = {
      "setHeader(): lack of header type node", "0003|0001"},
     {"more headers counted than children", TREE(withHeaderCount(package(k3, {}), 70000)),
      "setHeader(): lack of header type node", "0003|1170"},
-    {"null behind the headers", TREE(withHeaderCount(package(k3, {header("h", null(k0))}), 2)),
+    {"null after the headers", TREE(withHeaderCount(package(k3, {header("h", null(k0))}), 2)),
      "setHeader(): lack of header type node", "0003|0002|0001|'h'|00|FFFFFFFF|05"},
     {"null child for a message", TREE([] {
        AMFPackage* const tree = package(k3, {message("", "", null(k0))});

@@ -222,7 +222,7 @@ TEST(ReaderRefusals, Amf3HostMadeTraits) {
   EXPECT_EQ(throughTraits(entry), kNoName);
   entry.sealedCount = 1;
   EXPECT_EQ(throughTraits(entry), "obj3{sealed=1 traits=0 'a':null3}")
-      << "only the sealed members are looked at";
+      << "only the sealed members are tested";
   entry.sealedCount = 0xFFFFFFFFu;
   EXPECT_EQ(throughTraits(entry), kNoName) << "and in order: the name first, then the count";
   entry.sealedCount = 1;

@@ -232,12 +232,12 @@ TEST(Documents, EveryScriptHasARowAmongTheScripts) {
     if (entry.path().extension() != ".sh") present.insert(entry.path().filename().string());
   }
   // Rows begin with | `script/NAME ARGUMENTS` |
-  const Strings told =
+  const Strings documented =
       matches(contents(kRoot / "CONTRIBUTING.md"), "\n\\| `script/([a-z0-9-]+)[^`|]*` \\|");
-  EXPECT_EQ(present, told);
+  EXPECT_EQ(present, documented);
 }
 
-TEST(Documents, EveryTextOfARefusalIsTold) {
+TEST(Documents, EveryTextOfARefusalIsDocumented) {
   const std::string errors = contents(kRoot / "docs/errors.md");
   std::size_t texts = 0;
   for (const char* const list :

@@ -421,7 +421,7 @@ const DocumentedRow kDocumented[] = {
      "11 09 05 01 0A 13 03 'P' 03 'x' 04 01 0A 01 04 02"},
 };
 
-TEST(Documented, BytesAreAsTold) {
+TEST(Documented, BytesAreAsDocumented) {
   for (const DocumentedRow& row : kDocumented) {
     SCOPED_TRACE(row.line);
     AMFProtocol protocol;

@@ -57,7 +57,8 @@ const TextCase kTexts[] = {
     {"line separator and the character in front", "E280A7 E280A8", "E280A7 5C 'u2028'",
      "5C 'u2027' 5C 'u2028'"},
     {"paragraph separator", "'a' E280A9 'b'", "'a' 5C 'u2029b'", nullptr},
-    {"embeddings, overrides and the character behind", "E280AA E280AB E280AC E280AD E280AE E280AF",
+    {"embeddings, overrides and the character after them",
+     "E280AA E280AB E280AC E280AD E280AE E280AF",
      "5C 'u202A' 5C 'u202B' 5C 'u202C' 5C 'u202D' 5C 'u202E' E280AF",
      "5C 'u202A' 5C 'u202B' 5C 'u202C' 5C 'u202D' 5C 'u202E' 5C 'u202F'"},
     {"isolates and their neighbours", "E281A5 E281A6 E281A7 E281A8 E281A9 E281AA",
@@ -129,7 +130,7 @@ TEST(GuardEscape, WithoutAnArgumentItIsForEveryView) {
   }
 }
 
-// Texts are looked at in words: what a byte becomes does not depend on where it stands.
+// The code tests eight bytes at a time. The result for a byte must not depend on its place.
 TEST(GuardEscape, EveryByteAtEveryPlace) {
   constexpr std::size_t kLength = 19;
   for (unsigned i = 0; i < 512; ++i) {
@@ -140,10 +141,10 @@ TEST(GuardEscape, EveryByteAtEveryPlace) {
     escapeForViews(alone.get(), view);
     for (std::size_t at = 0; at < kLength; ++at) {
       const std::string before(at, 'a');
-      const std::string behind(kLength - 1 - at, '~');
-      const auto node = trees::own(trees::string(trees::k3, before + single + behind));
+      const std::string after(kLength - 1 - at, '~');
+      const auto node = trees::own(trees::string(trees::k3, before + single + after));
       escapeForViews(node.get(), view);
-      ASSERT_EQ(before + textOf(alone.get()) + behind, textOf(node.get())) << byte << " at " << at;
+      ASSERT_EQ(before + textOf(alone.get()) + after, textOf(node.get())) << byte << " at " << at;
     }
   }
 }

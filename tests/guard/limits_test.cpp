@@ -71,7 +71,7 @@ std::vector<Attack> attacks() {
        Status::ok, 0},
       {"not a number", packetOf("00 7FF8000000000000"), Status::ok, 0},
       {"integer the writer refuses", packetOf("11 04 80 80 80 80"), Status::ok, 0},
-      {"members behind an empty array", packetOf("08 00000000 0001 'a' 05 000009"), Status::ok, 0},
+      {"members after an empty array", packetOf("08 00000000 0001 'a' 05 000009"), Status::ok, 0},
       {"one switched reference", packetOf("0A 00000002 11 0A 03 01 11 0A 00"), Status::ok, 0},
       {"AMF3 doubling, 16 levels", doubling3(16), Status::ok, 0},
       {"dynamic members, names by reference",
@@ -269,7 +269,7 @@ const LongString kLongStrings[] = {
     {"0000 0000 0001 0000 0000 FFFFFFFF 11 0A 13 01 0B 'abcde' 01", 19},
 };
 
-TEST(GuardLimits, StringLimitStrikesBehindTheLength) {
+TEST(GuardLimits, StringLimitAppliesAfterTheLength) {
   for (const LongString& row : kLongStrings) {
     SCOPED_TRACE(row.packet);
     const std::string packet = hex(row.packet);

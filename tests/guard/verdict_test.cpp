@@ -358,7 +358,7 @@ TEST(GuardVerdict, TablesLiveForOneSectionNotForOneSwitch) {
   EXPECT_EQ(Status::ok, verify(packetOf("0A 00000002 11 0A 03 01 11 0A 01")).status);
 }
 
-TEST(GuardVerdict, BytesBehindTheLastMessageAreNoError) {
+TEST(GuardVerdict, BytesAfterTheLastMessageAreNoError) {
   const std::string packet = packetOf("05");
   for (const std::size_t more : {0u, 1u, 7u, 1000u}) {
     const AMFVerifyResult result = verify(packet + std::string(more, '\xFF'));

@@ -77,7 +77,7 @@ bool failsAt(std::uint64_t call, Failing mode, const std::function<void()>& work
   return failed;
 }
 
-// The thread then keeps all the texts of gone objects that it may keep.
+// Afterwards the cache of this thread holds as many text buffers as it may hold.
 void settleTexts() {
   static const std::string packet = support::hex("0000 0000 0000");
   for (int i = 0; i < 2; ++i) {
@@ -87,11 +87,11 @@ void settleTexts() {
   }
 }
 
-// `attempt(call, mode)` builds what it needs, calls failsAt and returns its result; all it made
-// is gone when it returns.
+// `attempt(call, mode)` builds what it needs, calls failsAt and returns its result; it has
+// deleted all that it made when it returns.
 template <class Attempt>
 void failEach(const char* name, const Attempt& attempt) {
-  attempt(kMostAllocations, Failing::once);  // what is kept for good is there from now on
+  attempt(kMostAllocations, Failing::once);  // afterwards all caches are filled
   injected = 0;
   for (const Failing mode : {Failing::once, Failing::fromThenOn}) {
     std::uint64_t call = 0;

@@ -309,13 +309,13 @@ TEST(NodePool, DeletesNothing) {
 
 struct BytesRow {
   std::uint32_t count;
-  bool isBehind;  // where there is a pool
+  bool follow;  // where there is a pool
 };
 const BytesRow kBytes[] = {{0, false},   {1, true},    {7, true},     {8, true},
                            {2047, true}, {2048, true}, {2049, false}, {70000, false}};
 
 template <class Node>
-bool standsBehind(const Node& node) {
+bool bytesFollow(const Node& node) {
   return node.data == reinterpret_cast<const char*>(&node) + sizeof(Node);
 }
 
@@ -338,7 +338,7 @@ void checkBytes(std::unique_ptr<Node> (*makeNode)(AMFVersion, const char*, std::
     SCOPED_TRACE(row.count);
     const std::string bytes = someBytes(row.count);
     std::unique_ptr<Node> node = makeNode(AMF_VERSION_3, bytes.data(), row.count);
-    EXPECT_EQ(standsBehind(*node), row.isBehind && isPoolOn());
+    EXPECT_EQ(bytesFollow(*node), row.follow && isPoolOn());
     EXPECT_EQ(bytesOf(*node), bytes);
     EXPECT_EQ(node->data == nullptr, row.count == 0);
     EXPECT_EQ(node->type, type);
@@ -359,12 +359,12 @@ void checkBytes(std::unique_ptr<Node> (*makeNode)(AMFVersion, const char*, std::
       EXPECT_TRUE(other->complete);
       EXPECT_EQ(other->parent, nullptr);
     }
-    EXPECT_EQ(standsBehind(*clone), row.isBehind && isPoolOn());
-    EXPECT_FALSE(standsBehind(copy));
+    EXPECT_EQ(bytesFollow(*clone), row.follow && isPoolOn());
+    EXPECT_FALSE(bytesFollow(copy));
 
     node->AMFRaw::setValue(bytes.data(), row.count / 2);
     EXPECT_EQ(bytesOf(*node), bytes.substr(0, row.count / 2));
-    EXPECT_FALSE(standsBehind(*node));
+    EXPECT_FALSE(bytesFollow(*node));
     node->AMFRaw::setValue("longer than before", 18);
     EXPECT_EQ(bytesOf(*node), "longer than before");
     node->AMFRaw::setValue(nullptr, 5);
@@ -374,17 +374,17 @@ void checkBytes(std::unique_ptr<Node> (*makeNode)(AMFVersion, const char*, std::
   }
 }
 
-TEST(BytesBehindNodes, Strings) {
+TEST(BytesAfterNodes, Strings) {
   checkBytes<AMFString>(support::pooledWithBytes<AMFString>, AMFNode::AMF_STRING);
 }
-TEST(BytesBehindNodes, ByteArrays) {
+TEST(BytesAfterNodes, ByteArrays) {
   checkBytes<AMFRaw>(support::pooledWithBytes<AMFRaw>, AMFNode::AMF_RAW);
 }
-TEST(BytesBehindNodes, XML) {
+TEST(BytesAfterNodes, XML) {
   checkBytes<AMFXML>(support::pooledWithBytes<AMFXML>, AMFNode::AMF_XML);
 }
 
-TEST(BytesBehindNodes, AnotherBlockRightAfterANodeIsNotItsBytes) {
+TEST(BytesAfterNodes, AnotherBlockRightAfterANodeIsNotItsBytes) {
   alignas(AMFString) char place[sizeof(AMFString) + 8] = {};
   auto* const onItsOwn = new (place) AMFString(AMF_VERSION_3);
   const std::unique_ptr<AMFString> pooled(allocatorOfThisThread().make<AMFString>(AMF_VERSION_3));
@@ -396,7 +396,7 @@ TEST(BytesBehindNodes, AnotherBlockRightAfterANodeIsNotItsBytes) {
   onItsOwn->~AMFString();
 }
 
-TEST(BytesBehindNodes, CopiesKeepWhatClassesAdd) {
+TEST(BytesAfterNodes, CopiesKeepWhatClassesAdd) {
   const auto xml = support::pooledWithBytes<AMFXML>(AMF_VERSION_3, "<a/>", 4);
   xml->document = 1;
   const std::unique_ptr<AMFXML> copy(xml->clone());
@@ -421,7 +421,7 @@ TEST(BytesBehindNodes, CopiesKeepWhatClassesAdd) {
   EXPECT_EQ(family->children[1], nullptr);
 }
 
-TEST(BytesBehindNodes, ANodeMayBeGivenItsOwnBytes) {
+TEST(BytesAfterNodes, ANodeMayBeGivenItsOwnBytes) {
   const auto text = support::pooledWithBytes<AMFString>(AMF_VERSION_0, "abc", 3);
   text->setValue(text->data + 1, 2);
   EXPECT_EQ(bytesOf(*text), "bc");
@@ -429,7 +429,7 @@ TEST(BytesBehindNodes, ANodeMayBeGivenItsOwnBytes) {
   EXPECT_EQ(bytesOf(*text), "b");
 }
 
-TEST(BytesBehindNodes, AHostSetsBytesOfItsOwn) {
+TEST(BytesAfterNodes, AHostSetsBytesOfItsOwn) {
   for (const std::uint32_t count : {0u, 3u, 3000u}) {
     const std::string before = someBytes(count);
     const auto text = support::pooledWithBytes<AMFString>(AMF_VERSION_0, before.data(), count);

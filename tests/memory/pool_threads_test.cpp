@@ -230,7 +230,7 @@ TEST(PoolThreads, EightThreadsHandNodesBothWays) {
 
 // One thread only makes, another only deletes: the maker's chunks serve again, or fall back as soon
 // as it makes nodes that it deletes itself.
-TEST(PoolThreads, WhatWasHandedAwayServesAgain) {
+TEST(PoolThreads, MemoryFreedByAnotherThreadIsReused) {
   if (!isPoolOn()) GTEST_SKIP() << "no chunks in this build";
   inThread([] {
     std::size_t once = 0;
@@ -295,7 +295,7 @@ struct MakesNodesLate {
 };
 thread_local MakesNodesLate makesNodesLate;
 
-TEST(PoolThreads, NodesAreMadeAfterTheChunksHaveGone) {
+TEST(PoolThreads, NodesAreMadeAfterTheChunksWereFreed) {
   LateResults results;
   inThread([&] {
     makesNodesLate.results = &results;

@@ -92,7 +92,7 @@ const ManyRow kMany[] = {
     {"empty string", stringOf(0)},
     {"one byte", stringOf(1)},
     {"a chunk does not take the 31st", stringOf(2041)},
-    {"the longest behind its node", stringOf(2048)},
+    {"the longest after its node", stringOf(2048)},
     {"the shortest apart from it", stringOf(2049)},
     {"empty object", std::string("\x03\0\0\x09", 4)},
     {"object", std::string("\x03\0\1a\x05\0\1b\x05\0\0\x09", 12)},
@@ -153,14 +153,14 @@ TEST(TreeMemory, TheSamePacketAgainTakesItsListsOver) {
 TEST(TreeMemory, ListsAreNotKeptForLong) {
   const std::string small = packetOf("\x05", 1);
   const std::string large = packetOf(std::string("\x03\0\1a\x05\0\1b\x05\0\0\x09", 12), 20000);
-  const auto blocksBehind = [&](unsigned largeOnes) {
+  const auto blocksAfter = [&](unsigned largeOnes) {
     const std::uint64_t before = support::liveBlocks;
     AMFProtocol protocol;
     for (unsigned i = 0; i < largeOnes; ++i) protocol.parse(large.data());
     protocol.parse(small.data());
     return support::liveBlocks - before;
   };
-  EXPECT_LE(blocksBehind(2), blocksBehind(0) + 4);  // the object's own tables
+  EXPECT_LE(blocksAfter(2), blocksAfter(0) + 4);  // the object's own tables
 }
 
 }  // namespace

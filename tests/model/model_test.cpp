@@ -428,7 +428,7 @@ TEST(Package, ANullHeaderIsCountedAllTheSame) {
   EXPECT_EQ(dump(&package), "package0{headers=2}");
 }
 
-TEST(Package, AHeaderBehindAMessageBreaksTheLayout) {
+TEST(Package, AHeaderAfterAMessageBreaksTheLayout) {
   AMFPackage package(AMF_VERSION_0);
   package.appendMessage(namedMessage("m").release(), false);
   package.appendHeader(namedHeader("h").release(), false);

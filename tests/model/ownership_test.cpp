@@ -21,8 +21,8 @@
 namespace {
 
 using support::as;
-using support::Diary;
 using support::dump;
+using support::EventLog;
 using support::makeKind;
 using support::refusal;
 using support::Witness;
@@ -65,24 +65,24 @@ const Attaching kAttaching[] = {
 
 TEST(CopyFlag, FalseAdoptsTheNodeItself) {
   for (const Attaching& row : kAttaching) {
-    Diary diary;
+    EventLog eventLog;
     auto owner = row.owner();
-    auto* node = new Witness(diary, "n");
+    auto* node = new Witness(eventLog, "n");
     row.attach(*owner, node, false);
     EXPECT_EQ(row.held(*owner), node) << row.name;
     EXPECT_EQ(node->parent, row.setsParent ? owner.get() : nullptr) << row.name;
-    EXPECT_EQ(diary, "") << row.name;
+    EXPECT_EQ(eventLog, "") << row.name;
     owner.reset();
-    EXPECT_EQ(diary, "-n ") << row.name;
+    EXPECT_EQ(eventLog, "-n ") << row.name;
   }
 }
 
 TEST(CopyFlag, TrueAttachesADeepCopy) {
   for (const Attaching& row : kAttaching) {
-    Diary diary;
+    EventLog eventLog;
     auto owner = row.owner();
     {
-      Witness node(diary, "n");
+      Witness node(eventLog, "n");
       node.appendChild(trees::integer(trees::k3, 9), false);
       row.attach(*owner, &node, true);
       EXPECT_NE(row.held(*owner), &node) << row.name;
@@ -90,10 +90,10 @@ TEST(CopyFlag, TrueAttachesADeepCopy) {
       EXPECT_EQ(row.held(*owner)->parent, row.setsParent ? owner.get() : nullptr) << row.name;
       EXPECT_NE(row.held(*owner)->children[0], node.children[0]) << row.name;
     }
-    EXPECT_EQ(diary, "+n -n ") << row.name;
+    EXPECT_EQ(eventLog, "+n -n ") << row.name;
     EXPECT_EQ(dump(row.held(*owner)->children[0]), "int3 9") << row.name;
     owner.reset();
-    EXPECT_EQ(diary, "+n -n -n' ") << row.name;
+    EXPECT_EQ(eventLog, "+n -n -n' ") << row.name;
   }
 }
 
@@ -110,28 +110,28 @@ TEST(CopyFlag, ANullNodeIsIgnored) {
 
 TEST(CopyFlag, ACopyThatFailsChangesNothing) {
   for (const Attaching& row : kAttaching) {
-    Diary diary;
+    EventLog eventLog;
     auto owner = row.owner();
     const std::string before = dump(owner.get());
-    Witness node(diary, "n");
+    Witness node(eventLog, "n");
     node.refusesClone = true;
     EXPECT_EQ(refusal([&] { row.attach(*owner, &node, true); }), "(bad_alloc)") << row.name;
     EXPECT_EQ(dump(owner.get()), before) << row.name;
-    EXPECT_EQ(diary, "") << row.name;
+    EXPECT_EQ(eventLog, "") << row.name;
   }
 }
 
 TEST(CopyFlag, ReplacingGetsTheNewNodeFirst) {
   for (const Attaching& row : kAttaching) {
     if (std::string(row.name).find("append") != std::string::npos) continue;
-    Diary diary;
+    EventLog eventLog;
     auto owner = row.owner();
-    row.attach(*owner, new Witness(diary, "old"), false);
-    row.attach(*owner, new Witness(diary, "new"), false);
-    EXPECT_EQ(diary, "-old ") << row.name;
-    Witness source(diary, "source");
+    row.attach(*owner, new Witness(eventLog, "old"), false);
+    row.attach(*owner, new Witness(eventLog, "new"), false);
+    EXPECT_EQ(eventLog, "-old ") << row.name;
+    Witness source(eventLog, "source");
     row.attach(*owner, &source, true);
-    EXPECT_EQ(diary, "-old +source -new ") << row.name;
+    EXPECT_EQ(eventLog, "-old +source -new ") << row.name;
   }
 }
 
@@ -178,17 +178,17 @@ const StringSetter kStringSetters[] = {
 
 TEST(StringSetters, FalseAdopts) {
   for (const StringSetter& row : kStringSetters) {
-    Diary diary;
+    EventLog eventLog;
     auto owner = row.owner();
-    auto* text = new WitnessString(diary, "s");
+    auto* text = new WitnessString(eventLog, "s");
     row.set(*owner, text, false);
     EXPECT_EQ(row.held(*owner), text) << row.name;
     EXPECT_EQ(text->parent, nullptr) << row.name;
-    auto* second = new WitnessString(diary, "t");
+    auto* second = new WitnessString(eventLog, "t");
     row.set(*owner, second, false);
-    EXPECT_EQ(diary, "-s ") << row.name << ": the old string goes";
+    EXPECT_EQ(eventLog, "-s ") << row.name << ": the old string goes";
     owner.reset();
-    EXPECT_EQ(diary, "-s -t ") << row.name;
+    EXPECT_EQ(eventLog, "-s -t ") << row.name;
   }
 }
 
@@ -240,13 +240,13 @@ TEST(Refused, SetChildOutOfRangeLeavesTheNodeWithTheCaller) {
   for (std::uint32_t count = 0; count < 3; ++count) {
     for (const unsigned index : {count, count + 1, 0xFFFFFFFFu}) {
       for (const bool copy : {false, true}) {
-        Diary diary;
-        auto node = std::make_unique<Witness>(diary, "n");
+        EventLog eventLog;
+        auto node = std::make_unique<Witness>(eventLog, "n");
         array.setChild(index, node.get(), copy);
-        EXPECT_EQ(diary, "") << "neither adopted, nor copied, nor deleted";
+        EXPECT_EQ(eventLog, "") << "neither adopted, nor copied, nor deleted";
         EXPECT_EQ(node->parent, nullptr);
         node.reset();
-        EXPECT_EQ(diary, "-n ");
+        EXPECT_EQ(eventLog, "-n ");
         EXPECT_EQ(array.children.size(), count);
       }
     }
@@ -283,15 +283,15 @@ TEST(Refused, WhatThrowsLeavesTheNodeWithTheCaller) {
 // ---- objects and packages
 
 TEST(Members, ObjectAppendAndSetFollowTheFlag) {
-  Diary diary;
+  EventLog eventLog;
   auto object = std::make_unique<AMFObject>(AMF_VERSION_0);
-  auto* pair = new WitnessPair(diary, "p");
+  auto* pair = new WitnessPair(eventLog, "p");
   object->appendChild(pair, false);
   EXPECT_EQ(object->getChild(0), pair);
   EXPECT_EQ(pair->parent, object.get());
   const auto other = trees::own(trees::member(trees::k0, "o", trees::integer(trees::k3, 1)));
   object->setChild(0, other.get(), true);
-  EXPECT_EQ(diary, "-p ");
+  EXPECT_EQ(eventLog, "-p ");
   EXPECT_NE(object->getChild(0), other.get());
   EXPECT_EQ(other->parent, nullptr);
   object->appendChild(other.get(), true);
@@ -485,92 +485,92 @@ TEST(DeepCopy, OwnedStringsKeepVersionAndReference) {
 }
 
 TEST(DeepCopy, ACopyThatFailsHalfWayFreesWhatItMade) {
-  Diary diary;
+  EventLog eventLog;
   AMFArray array(AMF_VERSION_3);
-  array.appendChild(new Witness(diary, "a"), false);
-  auto* second = new Witness(diary, "b");
+  array.appendChild(new Witness(eventLog, "a"), false);
+  auto* second = new Witness(eventLog, "b");
   second->refusesClone = true;
   array.appendChild(second, false);
   EXPECT_EQ(refusal([&] { const std::unique_ptr<AMFNode> copy(array.clone()); }), "(bad_alloc)");
-  EXPECT_EQ(diary, "+a -a' ");
-  diary.clear();
+  EXPECT_EQ(eventLog, "+a -a' ");
+  eventLog.clear();
 
   AMFMessage message;
-  message.appendChild(new Witness(diary, "c"), false);
-  auto* value = new Witness(diary, "v");
+  message.appendChild(new Witness(eventLog, "c"), false);
+  auto* value = new Witness(eventLog, "v");
   value->refusesClone = true;
   message.setValue(value, false);
   EXPECT_EQ(refusal([&] { const std::unique_ptr<AMFNode> copy(message.clone()); }), "(bad_alloc)");
-  EXPECT_EQ(diary, "+c -c' ");
+  EXPECT_EQ(eventLog, "+c -c' ");
 }
 
 // ---- destruction
 
 TEST(Destruction, ChildrenLastFirst) {
-  Diary diary;
+  EventLog eventLog;
   {
     AMFArray array(AMF_VERSION_3);
-    for (const char* name : {"a", "b", "c"}) array.appendChild(new Witness(diary, name), false);
+    for (const char* name : {"a", "b", "c"}) array.appendChild(new Witness(eventLog, name), false);
     array.children.insert(array.children.begin() + 1, nullptr);
     array.children.push_back(nullptr);
   }
-  EXPECT_EQ(diary, "-c -b -a ") << "null entries are skipped";
+  EXPECT_EQ(eventLog, "-c -b -a ") << "null entries are skipped";
 }
 
 TEST(Destruction, OwnedMembersBeforeChildren) {
-  Diary diary;
+  EventLog eventLog;
   {
     AMFPair pair(AMF_VERSION_3);
-    pair.appendChild(new Witness(diary, "child"), false);
-    pair.setName(new WitnessString(diary, "name"), false);
-    pair.setValue(new Witness(diary, "value"), false);
+    pair.appendChild(new Witness(eventLog, "child"), false);
+    pair.setName(new WitnessString(eventLog, "name"), false);
+    pair.setValue(new Witness(eventLog, "value"), false);
   }
-  EXPECT_EQ(diary.substr(diary.size() - 7), "-child ");
-  EXPECT_NE(diary.find("-name "), std::string::npos);
-  EXPECT_NE(diary.find("-value "), std::string::npos);
-  diary.clear();
+  EXPECT_EQ(eventLog.substr(eventLog.size() - 7), "-child ");
+  EXPECT_NE(eventLog.find("-name "), std::string::npos);
+  EXPECT_NE(eventLog.find("-value "), std::string::npos);
+  eventLog.clear();
   {
     AMFObject object(AMF_VERSION_3);
-    object.appendChild(new WitnessPair(diary, "pair"), false);
-    object.setClassName(new WitnessString(diary, "class"), false);
+    object.appendChild(new WitnessPair(eventLog, "pair"), false);
+    object.setClassName(new WitnessString(eventLog, "class"), false);
   }
-  EXPECT_EQ(diary, "-class -pair ");
-  diary.clear();
+  EXPECT_EQ(eventLog, "-class -pair ");
+  eventLog.clear();
   {
     AMFMessage message;
-    message.appendChild(new Witness(diary, "child"), false);
-    message.setTargetUri(new WitnessString(diary, "target"), false);
-    message.setResponseUri(new WitnessString(diary, "response"), false);
-    message.setValue(new Witness(diary, "value"), false);
+    message.appendChild(new Witness(eventLog, "child"), false);
+    message.setTargetUri(new WitnessString(eventLog, "target"), false);
+    message.setResponseUri(new WitnessString(eventLog, "response"), false);
+    message.setValue(new Witness(eventLog, "value"), false);
   }
-  EXPECT_EQ(diary.substr(diary.size() - 7), "-child ");
+  EXPECT_EQ(eventLog.substr(eventLog.size() - 7), "-child ");
   for (const char* name : {"-target ", "-response ", "-value "})
-    EXPECT_NE(diary.find(name), std::string::npos) << name;
+    EXPECT_NE(eventLog.find(name), std::string::npos) << name;
 }
 
 TEST(Destruction, WhatHostsPutIntoPairsGoesWithThem) {
-  Diary diary;
+  EventLog eventLog;
   {
     AMFArray array(AMF_VERSION_3);
     for (const char* const where : {"1", "2", "3"}) {
       auto* const pair = new AMFPair(AMF_VERSION_3);
       array.appendChild(pair, false);
-      if (where[0] == '1') pair->setName(new WitnessString(diary, "name"), false);
-      if (where[0] == '2') pair->name->appendChild(new Witness(diary, "child of a name"), false);
-      if (where[0] == '3') pair->appendChild(new Witness(diary, "child of a pair"), false);
-      pair->setValue(new Witness(diary, where), false);
+      if (where[0] == '1') pair->setName(new WitnessString(eventLog, "name"), false);
+      if (where[0] == '2') pair->name->appendChild(new Witness(eventLog, "child of a name"), false);
+      if (where[0] == '3') pair->appendChild(new Witness(eventLog, "child of a pair"), false);
+      pair->setValue(new Witness(eventLog, where), false);
     }
   }
-  EXPECT_EQ(diary, "-3 -child of a pair -child of a name -2 -name -1 ");
+  EXPECT_EQ(eventLog, "-3 -child of a pair -child of a name -2 -name -1 ");
 }
 
 TEST(Destruction, TheRootFreesTheWholeTree) {
-  Diary diary;
+  EventLog eventLog;
   {
     auto package = everything();
-    package->getMessage(0)->value->appendChild(new Witness(diary, "deep"), false);
+    package->getMessage(0)->value->appendChild(new Witness(eventLog, "deep"), false);
   }
-  EXPECT_EQ(diary, "-deep ");
+  EXPECT_EQ(eventLog, "-deep ");
 }
 
 }  // namespace

@@ -38,7 +38,7 @@ struct BlockCase {
   bool pretty;
   const char* json;
   const char* closers;  // left on closerStack
-  const char* indent;   // left over
+  const char* indent;   // what remains
 };
 
 const BlockCase kBlocks[] = {
@@ -51,9 +51,9 @@ const BlockCase kBlocks[] = {
     {"inner block is a member", "{a[a]}", true, "{\n\t\"a\" : 1,\n\t[\n\t\t\"a\" : 1\n\t]\n}", "",
      ""},
     {"inner block, compact", "{a[a]}", false, "{\"a\" : 1,[\"a\" : 1]}", "", ""},
-    {"member behind an inner block", "{[a]a}", true, "{\n\t[\n\t\t\"a\" : 1\n\t],\n\t\"a\" : 1\n}",
+    {"member after an inner block", "{[a]a}", true, "{\n\t[\n\t\t\"a\" : 1\n\t],\n\t\"a\" : 1\n}",
      "", ""},
-    {"member behind an inner block, compact", "{[a]a}", false, "{[\"a\" : 1],\"a\" : 1}", "", ""},
+    {"member after an inner block, compact", "{[a]a}", false, "{[\"a\" : 1],\"a\" : 1}", "", ""},
     {"empty inner block, pretty", "{[]}", true, "{\n\t[\n\t]\n}", "", ""},
     {"empty inner block, compact", "{[]}", false, "{[]}", "", ""},
     {"two empty inner blocks", "{[][]}", true, "{\n\t[\n\t],\n\t[\n\t]\n}", "", ""},
@@ -97,8 +97,7 @@ struct CloseCase {
 
 const CloseCase kCloses[] = {
     {"comma before a two-byte line end", "\r\n", "", "}", "{1,\r\n", "{1\r\n}", "", ""},
-    {"the byte before the line end is not looked at otherwise", "\n", "", "}", "{,x", "{x}", "",
-     ""},
+    {"the byte before the line end is not tested otherwise", "\n", "", "}", "{,x", "{x}", "", ""},
     {"comma in the line end's own place stays", "\n", "", "}", "{x,", "{x,}", "", ""},
     {"only one comma goes", "", "", "}", "{1,,", "{1,}", "", ""},
     {"one byte of the indentation goes, not one unit", "\n", "    ", "}]", "[\n", "[\n   ],\n",

@@ -208,7 +208,7 @@ const FormatCase kFormats[] = {
     {"backslash between", "/\\*", "/\\\\*", "/\\\\*"},
     {"quote between", "*\"/", "*\\\"/", "*\\\"/"},
     {"a byte that is dropped keeps them apart first", "/\n*", "/\\x0A*", "/*"},
-    {"nor is it looked at again", "/\x01*", "/\\x01*", "/*"},
+    {"nor is the result tested again", "/\x01*", "/\\x01*", "/*"},
     {"the same from the other side", "*\xC3\xA9/", "*\xC3\xA9/", "*/"},
     {"line feed", "\n", "\\x0A", ""},
     {"1F", "\x1F", "\\x1F", ""},

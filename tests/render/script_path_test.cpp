@@ -59,7 +59,7 @@ const PathCase kPaths[] = {
      "message.value",
      false},
     {"empty root, first name not bare", {"empty root", "create", "+message"}, ".message", false},
-    {"bare behind the root", {"bare", "create", "+message"}, "amfmessage", false},
+    {"bare after the root", {"bare", "create", "+message"}, "amfmessage", false},
     {"bare is good for one name", {"create", "bare", "+a", "+b"}, "amfa.b", false},
     {"bare in the middle", {"create", "+a", "bare", "+b", "+c"}, "amf.ab.c", false},
     {"bare waits", {"create", "bare"}, "amf", true},
@@ -156,7 +156,7 @@ TYPED_TEST(ScriptPath, MemberNamesArePushedAsCutCStrings) {
       {"999 bytes", std::string(999, 'n'), std::string(999, 'n')},
       {"1000 bytes", std::string(1000, 'n'), std::string(999, 'n')},
       {"2500 bytes", std::string(2500, 'n'), std::string(999, 'n')},
-      {"NUL behind the cut", std::string(1100, 'n') + "\0x"s, std::string(999, 'n')},
+      {"NUL after the cut", std::string(1100, 'n') + "\0x"s, std::string(999, 'n')},
   };
   for (const NameCase& row : rows) {
     SCOPED_TRACE(row.name);

@@ -52,7 +52,7 @@ std::string twoStatements(const std::string& root) {
 // ---- The root is the first view's
 
 struct RootCase {
-  const char* views;  // the last one is looked at
+  const char* views;  // only the last one is tested
   const char* root;   // in front of content[0]
 };
 
@@ -178,7 +178,7 @@ TYPED_TEST(RenderSticky, JsonLeavesThePreambleOfTheScriptBefore) {
   EXPECT_EQ(host.renderer.scriptPreamble, "");
 }
 
-// ---- Closing brackets left over
+// ---- Closing brackets that remain
 
 AMFPackage* switchedReference() {
   return package(k0, {message("t", "r", reference(string(k3, "s"), 2))});

@@ -382,7 +382,7 @@ TYPED_TEST(RenderViews, ByteArraysBecomeTemporariesToo) {
 
 // ---- Soft breaks
 
-// The opening of each member is looked at, so the place of the break follows from the length of the
+// The opening of each member is tested, so the place of the break follows from the length of the
 // target: {"type" : "package","content" : [{"type" : "message","targetUri" : " are 68 bytes.
 TYPED_TEST(RenderViews, SoftBreakInACompactText) {
   const std::string front =

@@ -51,7 +51,7 @@ class Sweep {
   bool changedFields(const std::string& packet);
   bool limitsStrike(const std::string& packet);
   bool textAndSizeLimits(const std::string& packet, const AMFVerifyResult& measured);
-  bool bytesBehind(const std::string& packet);
+  bool trailingBytes(const std::string& packet);
   bool raisedLimits(const std::string& packet);
   bool fenced(const std::string& packet);
 
@@ -59,12 +59,12 @@ class Sweep {
   bool overGenerated(const char* name, std::uint64_t count,
                      bool (Sweep::*sweep)(const std::string&));
   bool tryOne(const std::string& packet);
-  // One of so many, in turn, where not everything is tried.
-  bool leftOut(std::uint64_t oneOf) { return !whole && turn++ % oneOf != 0; }
+  // In a short run: whether to skip this packet. One of `oneOf` is not skipped.
+  bool skips(std::uint64_t oneOf) { return !whole && skipCalls++ % oneOf != 0; }
   bool report(const char* name, bool same);
 
   const bool whole;
-  std::uint64_t turn = 0;
+  std::uint64_t skipCalls = 0;
   std::uint64_t tried = 0;
   AMFProtocol protocol;
   support::Counts counts;
@@ -86,7 +86,7 @@ bool Sweep::report(const char* name, bool same) {
   std::printf(", %zu texts%s\n", counts.texts.size(), same ? "" : ": DIFFERENT");
   std::fflush(stdout);
   same = same && tried != 0;
-  tried = turn = 0;
+  tried = skipCalls = 0;
   counts = support::Counts();
   return same;
 }
@@ -153,7 +153,7 @@ bool Sweep::prefixes(const std::string& packet) {
   // The whole is truncated itself: its end is where bytes are missing.
   const std::size_t end = all.status == Status::truncated ? packet.size() + 1 : all.consumed;
   for (std::size_t length = 0; length <= packet.size(); ++length) {
-    if (length > 300 && leftOut(packet.size() / 100)) continue;
+    if (length > 300 && skips(packet.size() / 100)) continue;
     const std::string prefix = packet.substr(0, length);
     const AMFVerifyResult cut = verify(prefix, length);
     AGREE("status of a prefix", cut.status, length < end ? Status::truncated : all.status);
@@ -176,7 +176,7 @@ bool Sweep::changedBytes(const std::string& packet) {
     std::string inserted = packet;
     inserted.insert(i, 1, '\0');
     for (int byte = 0; byte < 256; ++byte) {
-      if (leftOut(kOneOf)) continue;
+      if (skips(kOneOf)) continue;
       inserted[i] = static_cast<char>(byte);
       if (!tryOne(inserted)) return false;
       if (i == packet.size()) continue;
@@ -245,7 +245,7 @@ bool Sweep::changedFields(const std::string& packet) {
   for (const AMFVerifyField& field : fields.all) {
     if (!isWholeNumber(field.kind)) continue;
     for (const std::string& value : edgeValues(field)) {
-      if (leftOut(1 + packet.size() / 200)) continue;
+      if (skips(1 + packet.size() / 200)) continue;
       if (!tryOne(std::string(packet).replace(field.offset, field.length, value))) return false;
     }
   }
@@ -257,12 +257,12 @@ bool Sweep::changedFields(const std::string& packet) {
 bool Sweep::textAndSizeLimits(const std::string& packet, const AMFVerifyResult& measured) {
   Fields fields;
   visitPacket(packet.data(), packet.size(), fields, kUnlimited);
-  std::size_t longest = 0, behindLength = 0;
+  std::size_t longest = 0, afterLength = 0;
   for (const AMFVerifyField& field : fields.all) {
     const bool isText = field.kind >= Kind::headerName && field.kind <= Kind::byteArray;
     if (!isText || field.length <= longest) continue;
     longest = field.length;
-    behindLength = field.offset;
+    afterLength = field.offset;
   }
   AMFVerifyLimits limits = kUnlimited;
   limits.maxStringBytes = static_cast<std::uint32_t>(longest);
@@ -273,7 +273,7 @@ bool Sweep::textAndSizeLimits(const std::string& packet, const AMFVerifyResult& 
     --limits.maxStringBytes;
     const AMFVerifyResult struck = verifyPacket(packet.data(), packet.size(), limits);
     AGREE("status above the string limit", struck.status, Status::stringLimit);
-    AGREE("offset of the string limit", struck.offset, behindLength);
+    AGREE("offset of the string limit", struck.offset, afterLength);
     ++counts.statuses[struck.status];
   }
   limits = kUnlimited;
@@ -308,14 +308,14 @@ bool Sweep::limitsStrike(const std::string& packet) {
 // ---- What makes no difference ------------------------------------------------------------------
 
 // Bytes after the end of what is read.
-bool Sweep::bytesBehind(const std::string& packet) {
+bool Sweep::trailingBytes(const std::string& packet) {
   const AMFVerifyResult alone = verify(packet, packet.size());
   if (alone.status == Status::truncated) return true;
   for (const std::string& more : {std::string(1, '\0'), std::string(7, '\xFF'), packet}) {
     ++tried;
     const std::string longer = packet + more;
     if (!same(verify(longer, longer.size()), alone)) {
-      return support::differ("result with bytes behind it", longer.size(), packet.size());
+      return support::differ("result with bytes after it", longer.size(), packet.size());
     }
   }
   return true;
@@ -344,7 +344,7 @@ bool Sweep::raisedLimits(const std::string& packet) {
 bool Sweep::fenced(const std::string& packet) {
   support::FencedPages pages(packet.size());
   for (std::size_t length = 0; length <= packet.size(); ++length) {
-    if (length < packet.size() && (leftOut(5) || packet.size() > 3000)) continue;
+    if (length < packet.size() && (skips(5) || packet.size() > 3000)) continue;
     for (const bool atEnd : {true, false}) {
       ++tried;
       const char* const place = pages.hold(packet.substr(0, length), atEnd);
@@ -365,8 +365,8 @@ bool Sweep::run(std::vector<std::string> given) {
          overAll("fields changed", &Sweep::changedFields) &&
          overAll("limits strike", &Sweep::limitsStrike) &&
          overGenerated("limits strike, generated", generated, &Sweep::limitsStrike) &&
-         overAll("bytes behind", &Sweep::bytesBehind) &&
-         overGenerated("bytes behind, generated", generated, &Sweep::bytesBehind) &&
+         overAll("bytes after", &Sweep::trailingBytes) &&
+         overGenerated("bytes after, generated", generated, &Sweep::trailingBytes) &&
          overAll("raised limits", &Sweep::raisedLimits) &&
          overGenerated("raised limits, generated", generated, &Sweep::raisedLimits) &&
          overAll("between fences", &Sweep::fenced) &&

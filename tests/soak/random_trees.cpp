@@ -167,7 +167,7 @@ class Run {
     totals.bytes += bytes.size();
     const char* const refused = refusalOf(reader, guarded.place(bytes.data(), bytes.size()));
     require(refused == nullptr, std::string("refused: ") + (refused ? refused : ""));
-    require(reader.readCursor == guarded.end(), "bytes left behind the packet");
+    require(reader.readCursor == guarded.end(), "bytes remain after the packet");
     const std::string again = compiled(writer, reader.package);
     if (again != bytes) {
       requireSame(support::toHex(again), support::toHex(bytes), "other bytes the second time");
@@ -217,10 +217,10 @@ class Run {
   }
 
   void compare(AMFPackage& tree, const support::Outcome& outcome) {
-    require(reader.readCursor == guarded.end(), "bytes left behind the packet");
+    require(reader.readCursor == guarded.end(), "bytes remain after the packet");
     support::normalise(reader.package);
     support::normalise(outcome.package.get());
-    requireSameTree(reader.package, outcome.package.get(), "another tree than foretold");
+    requireSameTree(reader.package, outcome.package.get(), "another tree than expected");
     for (const std::string& loss : outcome.losses) ++totals.losses[loss];
     ++(outcome.losses.empty() ? totals.lossless : totals.lossy);
     if (!outcome.losses.empty()) return;

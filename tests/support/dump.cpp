@@ -63,7 +63,7 @@ std::string dataWarning(const AMFRaw& node) {
   return node.length == 0 && node.data != nullptr ? "!data" : "";
 }
 
-std::string shownDouble(const double& value) {
+std::string doubleText(const double& value) {
   if (std::isnan(value)) {
     std::uint64_t bits = 0;
     std::memcpy(&bits, &value, sizeof bits);
@@ -104,7 +104,7 @@ std::string suffix(const AMFNode& node, AMFNode::AMFType kindOfClass) {
   return out;
 }
 
-std::string shown(const AMFNode* node);
+std::string nodeText(const AMFNode* node);
 
 std::string ownedString(const AMFString* text, const AMFNode& owner) {
   if (text == nullptr) return "(nil)";
@@ -117,7 +117,7 @@ std::string ownedString(const AMFString* text, const AMFNode& owner) {
 }
 
 std::string ownedValue(const AMFNode* value) {
-  return shown(value) + (value != nullptr && value->parent != nullptr ? "!parent" : "");
+  return nodeText(value) + (value != nullptr && value->parent != nullptr ? "!parent" : "");
 }
 
 std::string member(const AMFPair& pair) {
@@ -134,7 +134,7 @@ std::string child(const AMFNode* node, const AMFNode& owner) {
   if (node == nullptr) return "(nil)";
   const auto* pair = dynamic_cast<const AMFPair*>(node);
   const std::string text =
-      pair != nullptr && plainMember(*pair, owner) ? member(*pair) : shown(node);
+      pair != nullptr && plainMember(*pair, owner) ? member(*pair) : nodeText(node);
   return text + (node->parent == &owner ? "" : "!parent");
 }
 
@@ -215,9 +215,9 @@ std::string scalarText(const AMFNode& node) {
   if (const auto* one = dynamic_cast<const AMFInt*>(&node))
     return "int" + version + " " + std::to_string(one->value) + suffix(node, AMFNode::AMF_INT);
   if (const auto* one = dynamic_cast<const AMFDouble*>(&node))
-    return "double" + version + " " + shownDouble(one->value) + suffix(node, AMFNode::AMF_DOUBLE);
+    return "double" + version + " " + doubleText(one->value) + suffix(node, AMFNode::AMF_DOUBLE);
   if (const auto* one = dynamic_cast<const AMFDate*>(&node))
-    return "date" + version + " " + shownDouble(one->value) + suffix(node, AMFNode::AMF_DATE);
+    return "date" + version + " " + doubleText(one->value) + suffix(node, AMFNode::AMF_DATE);
   if (dynamic_cast<const AMFNull*>(&node) != nullptr)
     return "null" + version + suffix(node, AMFNode::AMF_NULL);
   if (dynamic_cast<const AMFUndefined*>(&node) != nullptr)
@@ -225,7 +225,7 @@ std::string scalarText(const AMFNode& node) {
   return "unknown" + version;
 }
 
-std::string shown(const AMFNode* node) {
+std::string nodeText(const AMFNode* node) {
   if (node == nullptr) return "(nil)";
   if (const auto* array = dynamic_cast<const AMFArray*>(node)) return arrayText(*array);
   if (const auto* object = dynamic_cast<const AMFObject*>(node)) return objectText(*object);
@@ -245,7 +245,7 @@ std::string shown(const AMFNode* node) {
 }  // namespace
 
 std::string dump(const AMFNode* node) {
-  return shown(node);
+  return nodeText(node);
 }
 
 }  // namespace support

@@ -41,7 +41,7 @@ std::uintptr_t hide(const void* memory) {
   return ~reinterpret_cast<std::uintptr_t>(memory);
 }
 
-void* shown(const Block& block) {
+void* addressOf(const Block& block) {
   return reinterpret_cast<void*>(~block.hidden);
 }
 
@@ -49,8 +49,8 @@ void* takeKept(std::size_t size) {
   for (Block& block : blocks) {
     if (block.hidden == 0 || block.inUse || block.size != size) continue;
     block.inUse = true;
-    ASAN_UNPOISON_MEMORY_REGION(shown(block), size);
-    return shown(block);
+    ASAN_UNPOISON_MEMORY_REGION(addressOf(block), size);
+    return addressOf(block);
   }
   return nullptr;
 }
@@ -62,8 +62,8 @@ void note(void* memory, std::size_t size) {
     if (!block.inUse && (place == nullptr || block.hidden == 0)) place = &block;
   if (place == nullptr) return;
   if (place->hidden != 0) {
-    ASAN_UNPOISON_MEMORY_REGION(shown(*place), place->size);
-    std::free(shown(*place));
+    ASAN_UNPOISON_MEMORY_REGION(addressOf(*place), place->size);
+    std::free(addressOf(*place));
   }
   *place = {hide(memory), size, true};
 }
@@ -83,8 +83,8 @@ struct AtExit {
   ~AtExit() {
     for (Block& block : blocks) {
       if (block.hidden == 0 || block.inUse) continue;
-      ASAN_UNPOISON_MEMORY_REGION(shown(block), block.size);
-      std::free(shown(block));
+      ASAN_UNPOISON_MEMORY_REGION(addressOf(block), block.size);
+      std::free(addressOf(block));
       block.hidden = 0;
     }
   }

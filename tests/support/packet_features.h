@@ -80,7 +80,7 @@ namespace packets {
   X(kRawReference, "AMF3 object reference to a byte array", false)                 \
   X(kArrayReference, "AMF3 object reference to an array", false)                   \
   X(kObjectReference, "AMF3 object reference to an object", false)                 \
-  X(kReferenceBehindSwitch, "AMF3 reference right behind a switch", false)         \
+  X(kReferenceAfterSwitch, "AMF3 reference directly after a switch", false)        \
   X(kReferenceAcrossSwitches, "AMF3 reference across two switches", false)         \
   X(kTraitsReference, "AMF3 traits reference", false)                              \
   X(kTraitsReferenceOpen, "AMF3 traits reference to an open object", false)        \

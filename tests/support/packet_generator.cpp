@@ -381,7 +381,7 @@ PacketGenerator::Cost PacketGenerator::switched(unsigned depth) {
   note(kAmf0Marker11);
   u8(kSwitchToAmf3);
   ++switchNumber;
-  behindSwitch = true;
+  afterSwitch = true;
   return value3(depth);
 }
 

@@ -138,7 +138,7 @@ class PacketGenerator {
   std::uint32_t longLength = 0;  // a length to be used once in this packet; 0: none (left)
   unsigned deepest = 0;          // deepest level of this body so far
   unsigned deepTarget = 0;       // a chain is continued to this level
-  bool behindSwitch = false;     // the switch marker has just been written
+  bool afterSwitch = false;      // the switch marker has just been written
   std::uint32_t wide = 0;        // elements of the wide array to be written once; 0: none (left)
   unsigned switchNumber = 0;     // switches to AMF3 in this body so far
 

@@ -88,9 +88,9 @@ PacketGenerator::Cost PacketGenerator::leaf3(unsigned marker) {
   note(Feature(kAmf3Marker00 + marker));
   u8(marker);
   switch (marker) {
-    case 0x04: behindSwitch = false; return integer3();
+    case 0x04: afterSwitch = false; return integer3();
     case 0x05:
-      behindSwitch = false;
+      afterSwitch = false;
       f64(doubleBits());
       return {1, 0, false};
     case 0x06: return string3(kStringReferenceValue);
@@ -98,7 +98,7 @@ PacketGenerator::Cost PacketGenerator::leaf3(unsigned marker) {
     case 0x07:
     case 0x0B:
     case 0x0C: return bytes3(marker);
-    default: behindSwitch = false; return {1, 0, false};
+    default: afterSwitch = false; return {1, 0, false};
   }
 }
 
@@ -111,10 +111,10 @@ PacketGenerator::Cost PacketGenerator::container3(unsigned depth, unsigned marke
 // A reference to the entry at `index` of the object table.
 PacketGenerator::Cost PacketGenerator::reference3(std::size_t index) {
   const Entry& entry = objects[index];
-  if (behindSwitch) note(kReferenceBehindSwitch);
+  if (afterSwitch) note(kReferenceAfterSwitch);
   if (entry.switchNumber != switchNumber) note(kReferenceAcrossSwitches);
   if (index >= 64) note(index >= 8192 ? kIndexMinimal3 : kIndexMinimal2);
-  behindSwitch = false;
+  afterSwitch = false;
   u29(static_cast<std::uint32_t>(index << 1), kIndex1);
   spent += entry.cost.weight();
   Cost cost = entry.cost;
@@ -140,7 +140,7 @@ bool PacketGenerator::reference3(Kind kind, Feature feature, Cost& cost) {
 }
 
 std::size_t PacketGenerator::addObject(Kind kind) {
-  behindSwitch = false;
+  afterSwitch = false;
   objects.push_back({kind, false, Cost(), switchNumber});
   return objects.size() - 1;
 }
@@ -154,9 +154,9 @@ bool PacketGenerator::stringReference3(Feature feature, Cost& cost) {
   cost = {1, entry.length, true};
   if (!fits(cost)) return false;
   note(feature);
-  if (behindSwitch) note(kReferenceBehindSwitch);
+  if (afterSwitch) note(kReferenceAfterSwitch);
   if (entry.switchNumber != switchNumber) note(kReferenceAcrossSwitches);
-  behindSwitch = false;
+  afterSwitch = false;
   if (index >= 64) note(index >= 8192 ? kIndexMinimal3 : kIndexMinimal2);
   u29(static_cast<std::uint32_t>(index << 1), kIndex1);
   spent += cost.weight();
@@ -175,7 +175,7 @@ PacketGenerator::Cost PacketGenerator::inlineString3(const std::string& bytes) {
 PacketGenerator::Cost PacketGenerator::string3(Feature referenceFeature) {
   Cost cost;
   if (stringReference3(referenceFeature, cost)) return cost;
-  behindSwitch = false;
+  afterSwitch = false;
   return inlineString3(anyText(kLongestText));
 }
 
@@ -280,7 +280,7 @@ PacketGenerator::Cost PacketGenerator::members3(unsigned depth, std::uint32_t co
 PacketGenerator::Cost PacketGenerator::object3(unsigned depth) {
   Cost cost;
   if (reference3(Kind::object, kObjectReference, cost)) return cost;
-  behindSwitch = false;
+  afterSwitch = false;
   std::size_t known = 0;
   if (pickTraits(known)) return knownTraits3(depth, known);
   return random.chance(300) ? external3(depth) : inlineTraits3(depth);

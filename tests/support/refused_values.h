@@ -49,7 +49,7 @@ inline constexpr Value kValues[] = {
     {"byte FF", "FF", kUnknown0, 1},
     {"in a member", "03 0001'a' 05 0001'b' 04", kUnknown0, 9},
     {"in a typed object", "10 0001'C' 0001'b' 0D", kUnknown0, 8},
-    {"in a strict array, behind a finished object", "0A 00000003 03 000009 0E", kUnknown0, 10,
+    {"in a strict array, after a finished object", "0A 00000003 03 000009 0E", kUnknown0, 10,
      "1/0/0/0"},
     {"in an ECMA array, three levels down", "03 0001'a' 08 00000002 0001'k' 03 000009 0001'l' 12",
      kUnknown0, 20, "1/0/0/0"},

@@ -202,7 +202,7 @@ TEST_F(ToolBytes, NamesCommandsThatWork) {
   struct File {
     const char* name;
     std::string bytes;
-    int status = 0;  // 3: what is not decoded is told
+    int status = 0;  // 3: bytes that are not decoded are reported
   };
   const File files[] = {
       {"packet", packet},

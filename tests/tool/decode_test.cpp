@@ -35,7 +35,7 @@ const DecodeCase kDecodeCases[] = {
     {"json by name",
      {"decode", "--to", "json", "echo.amf"},
      {0, std::string(kEchoLiteral) + "\n", ""}},
-    {"option behind the file",
+    {"option after the file",
      {"decode", "empty.amf", "--compact"},
      {0, "{\"version\" : \"AMF3\",\"type\" : \"package\",\"content\" : []}\n", ""}},
     {"js, compact",
@@ -58,10 +58,10 @@ const DecodeCase kDecodeCases[] = {
      {"decode", "--to", "script", "cut.amf", "echo.amf", "refused.amf", "more.amf"},
      {6, kEchoStatements + std::string(kEchoStatements),
       std::string(kCutError) + kRefusedError + kMoreWarning}},
-    {"bytes behind the last message",
+    {"bytes after the last message",
      {"decode", "--to", "script", "more.amf"},
      {3, kEchoStatements, kMoreWarning}},
-    {"bytes behind the last message, allowed",
+    {"bytes after the last message, allowed",
      {"decode", "--to", "script", "--allow-trailing", "more.amf"},
      {0, kEchoStatements, ""}},
 };
@@ -232,7 +232,7 @@ TEST_F(Decode, TellsWhereAScriptViewStops) {
 
 // ---- Independence of the surroundings
 
-TEST_F(Decode, ShowsTimesInUTCUnlessToldOtherwise) {
+TEST_F(Decode, ShowsTimesInUTCByDefault) {
   writeFile("date.amf", echoOf("0B 0000000000000000 0000"));
   const std::string decode = "TZ=Asia/Tokyo LC_ALL=de_DE.UTF-8 $amf2json decode --to script ";
   const std::string start = "content[0].targetUri = \"echo\";\ncontent[0].responseUri = \"/1\";\n";

@@ -122,9 +122,9 @@ void collectKeys(const rapidjson::Value& value, std::set<std::string>& keys) {
 }
 
 TEST_F(JSONPage, EveryKeyHasARowAndAnExample) {
-  std::set<std::string> told;
+  std::set<std::string> documented;
   for (const std::vector<std::string>& row : rowsOf(page, 5)) {
-    told.insert(withoutTicks(row[0]));
+    documented.insert(withoutTicks(row[0]));
     const Outcome shown = run({"decode", "--compact", withoutTicks(row[4]) + ".amf"});
     EXPECT_NE(shown.out.find(withoutTicks(row[3])), std::string::npos) << row[0] << " " << row[3];
   }
@@ -137,7 +137,7 @@ TEST_F(JSONPage, EveryKeyHasARowAndAnExample) {
     ASSERT_FALSE(document.Parse(line.c_str()).HasParseError()) << line;
     collectKeys(document, present);
   }
-  EXPECT_EQ(told, present);
+  EXPECT_EQ(documented, present);
 }
 
 // The fields of the lines of check and identify, in the order of their tables.
@@ -145,10 +145,10 @@ TEST_F(JSONPage, EveryFieldHasARow) {
   for (const char* const command : {"check", "identify"}) {
     const std::size_t begin = page.find("\n## " + std::string(command) + "\n") + 1;
     const std::string section = page.substr(begin, page.find("\n## ", begin) - begin);
-    std::string told;
+    std::string documented;
     for (const std::vector<std::string>& row : rowsOf(section, 2)) {
       if (row[0] == "`packet`") break;  // the table of kinds follows
-      told += row[0] + ", ";
+      documented += row[0] + ", ";
     }
     std::string present;
     const Outcome shown = run({command, "--format", "json", "echo.amf"});
@@ -157,7 +157,7 @@ TEST_F(JSONPage, EveryFieldHasARow) {
     for (const auto& field : line.GetObject()) {
       present += std::string("`") + field.name.GetString() + "`, ";
     }
-    EXPECT_EQ(told, present);
+    EXPECT_EQ(documented, present);
   }
 }
 

@@ -92,7 +92,7 @@ TEST(ToolDump, ShowsNothingOfAPacketOverTheSizeLimit) {
   EXPECT_EQ("", text);
 }
 
-TEST(ToolDump, CountsFromWhereItIsTold) {
+TEST(ToolDump, CountsFromTheGivenOffset) {
   DumpOptions options;
   options.hiddenHead = envelopeOf(Form::amf0).size();
   options.firstOffset = 0x1FFFF;

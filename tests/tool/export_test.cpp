@@ -67,10 +67,10 @@ TEST_F(Export, WritesDocuments) {
       {"a shared object",
        "$amf2json export --compact set.sol",
        {0, "{\"sol\":\"set\",\"amf\":0,\"entries\":{\"n\":\"v\"}}\n", ""}},
-      {"values, told",
+      {"values, with --as",
        "printf '\\5\\6' | $amf2json export --compact --as amf0",
        {0, "{\"amf0\":[null,{\"$undefined\":true}]}\n", ""}},
-      {"values, looked at",
+      {"values, detected",
        "printf '\\4\\5' | $amf2json export --compact",
        {0, "{\"amf3\":[5]}\n", ""}},
       {"unwrapped", "base64 <echo.amf | $amf2json export --compact --unwrap", {0, kEcho, ""}},
@@ -79,7 +79,7 @@ TEST_F(Export, WritesDocuments) {
        "gzip <echo.amf | base64 | $amf2json export --compact --unwrap",
        {0, kEcho, ""}},
 #endif
-      {"a class that the command line tells",
+      {"a class of --external",
        "$amf2json export --compact --external x.Y=2 --external a.B foreign.amf",
        {0,
         "{\"amf\":0,\"headers\":[],\"messages\":[{\"target\":\"echo\",\"response\":\"/1\","

@@ -160,7 +160,7 @@ const FileCase kFileCases[] = {
      {0, "640\n", ""}},
 };
 
-TEST_F(Files, AreReadAndWrittenOrTold) {
+TEST_F(Files, AreReadAndWrittenOrReported) {
   writeFile("long.amf", echoOf("0C 00010000 61*65536"));
   for (const FileCase& row : kFileCases) {
     EXPECT_EQ(runShell("LC_ALL=C; " + row.line), row.expected) << row.name;
@@ -171,7 +171,7 @@ TEST_F(Files, AreReadAndWrittenOrTold) {
   }
 }
 
-TEST_F(Files, ThatMayNotBeReadAreTold) {
+TEST_F(Files, ThatMayNotBeReadAreReported) {
   // Root may read everything. The run gives up that capability and stays root: another user might
   // not reach the program below a directory such as /root.
   const std::string as =
@@ -222,16 +222,16 @@ TEST_F(Files, OfManyAreNotLeftHalfWrittenByASignal) {
   EXPECT_EQ(runShell("ls -A out | grep -v '\\.amf.json$' || true"), none);
 }
 
-// However long it takes until the output can be written, or a problem told.
+// However long it takes until the output can be written, or a problem reported.
 TEST_F(Files, SignalsEndTheProgramWhereverItWaits) {
   runShell(
-      "mkdir in out; mkfifo told; for i in {1..2000}; do ln refused.amf "
+      "mkdir in out; mkfifo fifo; for i in {1..2000}; do ln refused.amf "
       "in/$i.amf; done");
   const std::string ended = "timeout --preserve-status -k 10 0.5 ";
   const Outcome byTerm = {128 + SIGTERM, "", ""};
-  EXPECT_EQ(runShell(ended + "$amf2json decode -o told echo.amf"), byTerm) << "named pipe";
-  EXPECT_EQ(runShell(ended + "$amf2json decode -o out empty.amf - <>told"), byTerm) << "input";
-  EXPECT_EQ(runShell("exec 3<>told; " + ended + "$amf2json decode -o out in/*.amf 2>told"), byTerm)
+  EXPECT_EQ(runShell(ended + "$amf2json decode -o fifo echo.amf"), byTerm) << "named pipe";
+  EXPECT_EQ(runShell(ended + "$amf2json decode -o out empty.amf - <>fifo"), byTerm) << "input";
+  EXPECT_EQ(runShell("exec 3<>fifo; " + ended + "$amf2json decode -o out in/*.amf 2>fifo"), byTerm)
       << "problems";
 }
 

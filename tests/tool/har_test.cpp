@@ -291,7 +291,7 @@ TEST_F(Har, ACompressedBodyNamesTheOption) {
 }
 
 TEST_F(Har, WarningsNameTheEntry) {
-  // One byte behind the message.
+  // One byte after the message.
   const Outcome outcome = exported(answered(base64("AAAAAAAAAQ==")));
   EXPECT_EQ(outcome.status, 3);
   EXPECT_EQ(
@@ -435,7 +435,7 @@ TEST_F(Har, TheFirstProblemsAreReportedAndTheOthersCounted) {
 }
 
 TEST_F(Har, ProblemsThatAreOnlyCountedDecideTheExitCodeToo) {
-  const std::string more = answered(base64("AAAAAAAAAQ=="));  // one byte behind the message
+  const std::string more = answered(base64("AAAAAAAAAQ=="));  // one byte after the message
   const std::string trailing = more.substr(19, more.size() - 22);
   std::string entries = trailing;
   for (std::size_t i = 1; i < 21; ++i) entries += "," + trailing;

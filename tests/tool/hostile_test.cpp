@@ -93,7 +93,7 @@ TEST_F(Hostile, DeepPacketsAreWorkedOnWhenTheLimitIsRaised) {
   }
 }
 
-TEST_F(Hostile, AStackThatCannotBeHadIsTold) {
+TEST_F(Hostile, AnUnavailableStackIsReported) {
   if (kAddressSanitizer || kThreadSanitizer) GTEST_SKIP() << "needs little address space";
   writeFile("deep.amf", packetWith(nested("0A 00000001", 100000, "05", "")));
   const Outcome expected = {10, "",
@@ -102,7 +102,7 @@ TEST_F(Hostile, AStackThatCannotBeHadIsTold) {
   EXPECT_EQ(runShell("ulimit -v 400000; $amf2json decode --max-depth 100000 deep.amf"), expected);
 }
 
-TEST_F(Hostile, RunningOutOfMemoryIsTold) {
+TEST_F(Hostile, RunningOutOfMemoryIsReported) {
   if (kAddressSanitizer || kThreadSanitizer) GTEST_SKIP() << "needs little address space";
   writeFile("bomb.amf", doubling0(30));
   const std::string most = "18446744073709551615";

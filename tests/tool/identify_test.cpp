@@ -60,10 +60,10 @@ const Row kRows[] = {
      "AMF packet: version 0, 0 headers, 1 message, 22 bytes => amf2json decode F"},
     {"an empty packet", hex("0003 0000 0000"),
      "AMF packet: version 3, 0 headers, 0 messages, 6 bytes => amf2json decode F"},
-    {"something behind a packet", kPacket + "x",
+    {"something after a packet", kPacket + "x",
      "AMF packet: version 0, 0 headers, 1 message, 22 bytes, and 1 byte after it that this dialect "
      "does not read => amf2json dump --full F"},
-    {"members behind an ECMA array whose count is 0",
+    {"members after an ECMA array whose count is 0",
      packetOf("08 00000000 0001 'c' 02 0001 'd' 0001 'a' 02 0001 'b' 0000 09"),
      "AMF packet: version 0, 0 headers, 1 message, 21 bytes, and 17 bytes after it that this "
      "dialect does not read" WITH_WIRE("; the published format reads it => amf2json export F",
@@ -90,10 +90,10 @@ const Row kRows[] = {
     {"a document of export", "{\"amf3\":[1]}\n",
      "JSON document of amf2json export => amf2json import F"},
 #endif
-    {"another packet behind a packet", kPacket + kPacket,
+    {"another packet after a packet", kPacket + kPacket,
      "AMF packet: version 0, 0 headers, 1 message, 22 bytes, and 22 bytes after it: another packet "
      "=> amf2json decode F"},
-    {"an empty packet behind a packet", kPacket + hex("0000 0000 0000"),
+    {"an empty packet after a packet", kPacket + hex("0000 0000 0000"),
      "AMF packet: version 0, 0 headers, 1 message, 22 bytes, and 6 bytes after it that this "
      "dialect does not read => amf2json dump --full F"},
     {"a packet that is cut", kPacket.substr(0, 20),

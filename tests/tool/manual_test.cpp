@@ -141,7 +141,7 @@ TEST_F(Manual, SaysWhatIsWrongWithACommandLine) {
   for (const UsageCase& row : kUsageCases) {
     Outcome outcome = run(row.words);
     const std::string expected = std::string("amf2json: ") + row.error;
-    // The list of commands is told elsewhere.
+    // Another test compares the list of commands.
     if (expected.back() == ' ') outcome.err = outcome.err.substr(0, expected.size()) + "\n";
     const Outcome whole = {2, "", expected + "\n"};
     EXPECT_EQ(outcome, whole);
@@ -304,8 +304,8 @@ TEST_F(Manual, CompletesInFish) {
   }
 }
 
-// What zsh's own functions are told; without its line editor they offer nothing.
-const char kToldZsh[] = R"(
+// Prints the arguments of zsh's completion functions, which offer nothing without its line editor.
+const char kPrintingZsh[] = R"(
 compdef() {}
 _describe() { print -rl -- $commands }
 _arguments() { print -rl -- "$@" }
@@ -316,13 +316,13 @@ _amf2json
 
 TEST_F(Manual, CompletesInZsh) {
   if (!has("zsh")) GTEST_SKIP() << "needs zsh, which was not found";
-  writeFile("told.zsh", kToldZsh);
-  const Outcome first = runShell("zsh -f told.zsh | grep -e '^decode' -e '^--v'");
+  writeFile("printing.zsh", kPrintingZsh);
+  const Outcome first = runShell("zsh -f printing.zsh | grep -e '^decode' -e '^--v'");
   EXPECT_EQ(
       first.out,
       "decode:Shows packets as JSON or JavaScript\n--version[Versions of program and library]\n");
   const Outcome decode =
-      runShell("word=decode zsh -f told.zsh | grep -e '^--to' -e '^-o' -e '^--comp' -e _files");
+      runShell("word=decode zsh -f printing.zsh | grep -e '^--to' -e '^-o' -e '^--comp' -e _files");
   EXPECT_EQ(
       decode.out,
       "--to=[What to show]:VIEW:((json\\:\"JSON text\" js\\:\"script that builds \\\"amf\\\"\""

@@ -59,7 +59,7 @@ TEST(OrderedWork, ResultsComeInOrderAndOnlySoManyWait) {
         },
         [](const Piece& piece) { return piece.bytes; });
     std::size_t next = 0;
-    std::size_t behind = 0;  // what was taken when the last rest came
+    std::size_t takenAtRest = 0;  // how many were taken at the last call of rest()
     work.consumeAll(
         [&](Piece piece) {
           EXPECT_EQ(piece.number, next++);
@@ -67,9 +67,9 @@ TEST(OrderedWork, ResultsComeInOrderAndOnlySoManyWait) {
             std::this_thread::sleep_for(std::chrono::milliseconds(5));  // all that may wait, waits
           ++taken;
         },
-        [&] { behind = next; });
+        [&] { takenAtRest = next; });
     EXPECT_EQ(next, row.count);
-    EXPECT_EQ(behind, row.count);
+    EXPECT_EQ(takenAtRest, row.count);
     EXPECT_EQ(begun, row.count);
     EXPECT_LE(most, 2 * row.mostWaiting);
   }

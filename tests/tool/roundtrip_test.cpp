@@ -50,7 +50,7 @@ const RoundtripCase kRoundtripCases[] = {
     {"left-over bytes", echoOf("05 00"), 1,
      "differs at byte 21: 00 read, nothing written: left-over bytes (bytes after the last message "
      "belong to no field)"},
-    {"end mark behind an ECMA array", echoOf("08 00000001 0001 'k' 05 0000 09"), 1,
+    {"end mark after an ECMA array", echoOf("08 00000001 0001 'k' 05 0000 09"), 1,
      "differs at byte 29: 00 read, nothing written: left-over bytes (bytes after the last message "
      "belong to no field)"},
     {"U29 longer than needed", echoOf("11 04 8001"), 1,
@@ -75,7 +75,7 @@ const RoundtripCase kRoundtripCases[] = {
     {"marker of an XML reference", echoOf("11 09 05 01 07 03 'a' 0B 02"), 1,
      "differs at byte 27: 0B read, 07 written: marker3 in message 0 (a reference is written "
      "with the marker of the text it names)"},
-    {"behind one of everything",
+    {"after one of everything",
      echoOf("0A 0000000E"
             " 00 3FF0000000000000  01 01  02 0001 'a'  06"
             " 08 00000001 0001 'k' 0A 00000000  07 0000"
@@ -130,7 +130,7 @@ TEST_F(Roundtrip, TakesManyFilesAndExitsWithTheWorst) {
   EXPECT_EQ(run({"roundtrip", "refused.amf", "missing.amf", "echo.amf"}), four);
 }
 
-TEST_F(Roundtrip, LeavesOutWhatIsAllowedBehindTheLastMessage) {
+TEST_F(Roundtrip, IgnoresAllowedBytesAfterTheLastMessage) {
   const Outcome differs = {1,
                            "more.amf: differs at byte 25: 01 read, nothing written: left-over "
                            "bytes (bytes after the last "

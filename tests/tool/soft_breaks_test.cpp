@@ -36,8 +36,8 @@ Shown show(const std::string& packet, View view, bool pretty) {
                            : view == View::js ? protocol.getPackageInJS(pretty)
                                               : protocol.getPackageInJSON_and_JS(pretty);
   const std::string lead = view == View::js ? "\n\n" : "\n\nJS representaion\n\n";
-  const std::size_t behind = view == View::json ? 0 : lead.size() + protocol.scriptText.size();
-  return {text, view == View::js ? std::string("\n amf = ").size() : 0, text.size() - behind,
+  const std::size_t after = view == View::json ? 0 : lead.size() + protocol.scriptText.size();
+  return {text, view == View::js ? std::string("\n amf = ").size() : 0, text.size() - after,
           static_cast<std::size_t>(protocol.lineBreakCount) - 1};
 }
 

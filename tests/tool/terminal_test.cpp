@@ -138,7 +138,7 @@ const char kColored[] =
 const char kPlain[] =
     "{\n\t\"version\" : \"AMF3\",\n\t\"type\" : \"package\",\n\t\"content\" : \n\t[\n\t]\n}\n";
 
-TEST_F(Terminal, IsColouredUnlessToldOtherwise) {
+TEST_F(Terminal, IsColouredByDefault) {
   // A terminal shows tabs as blanks, or not: they pass.
   EXPECT_EQ(shownOnTerminal("$amf2json decode empty.amf"), kColored);
   EXPECT_EQ(shownOnTerminal("NO_COLOR= $amf2json decode empty.amf"), kColored);

@@ -29,9 +29,9 @@ std::string lineOf(const std::string& bytes, std::size_t most = kMost) {
     std::string line;
     for (const char* const wrapper : unwrapped.wrappers) line += wrapper + std::string(" > ");
     line += toHex(unwrapped.bytes);
-    for (const Problem& leftOver : unwrapped.trailingWarnings) {
-      EXPECT_TRUE(leftOver.isWarning && leftOver.exitCode == kTrailingBytes);
-      line += "; byte " + std::to_string(leftOver.offset.value()) + ": " + leftOver.message;
+    for (const Problem& warning : unwrapped.trailingWarnings) {
+      EXPECT_TRUE(warning.isWarning && warning.exitCode == kTrailingBytes);
+      line += "; byte " + std::to_string(warning.offset.value()) + ": " + warning.message;
     }
     return line;
   } catch (const Problem& problem) {
@@ -141,14 +141,14 @@ const Row kMessages[] = {
      "HTTP message > 00 03 00 00 00 00"},
     {"a hexadecimal body", "HTTP/1.1 200 OK\r\n\r\n0003 0000 0000",
      "HTTP message > hexadecimal text > 00 03 00 00 00 00"},
-    {"another message behind a body",
+    {"another message after a body",
      kPost + "Content-Length: 6\r\n\r\n" + kEmpty + kPost + "Content-Length: 6\r\n\r\n" + kEmpty,
      "HTTP message > 00 03 00 00 00 00; byte 44: 44 bytes left over after the body of the HTTP "
      "message: another HTTP message"},
-    {"bytes behind the last chunk", kChunked + "6\r\n" + kEmpty + "\r\n0\r\n\r\nmore",
+    {"bytes after the last chunk", kChunked + "6\r\n" + kEmpty + "\r\n0\r\n\r\nmore",
      "HTTP message > 00 03 00 00 00 00; byte 63: 4 bytes left over after the body of the HTTP "
      "message"},
-    {"another message behind the trailer of chunks",
+    {"another message after the trailer of chunks",
      kChunked + "6\r\n" + kEmpty + "\r\n0\r\nA: b\r\n\r\nHTTP/1.1 200 OK\r\n",
      "HTTP message > 00 03 00 00 00 00; byte 69: 17 bytes left over after the body of the HTTP "
      "message: another HTTP message"},
@@ -279,7 +279,7 @@ TEST(Unwrap, TakesCompressionOff) {
        "exit 6, malformed wrapper, byte 20: gzip: incorrect data check"},
       {"gzip with a wrong length", withByte(kGzip, 1, 1),
        "exit 6, malformed wrapper, byte 24: gzip: incorrect length check"},
-      {"something behind gzip", kGzip + "x",
+      {"something after gzip", kGzip + "x",
        "exit 6, malformed wrapper, byte 24: gzip: something else stands behind it"},
       {"a broken wrapper inside of another", base64(withByte(kGzip, 8, 0)),
        "exit 6, malformed wrapper, byte 20: gzip: incorrect data check, in what base64 text holds"},
@@ -292,8 +292,8 @@ TEST(Unwrap, StopsBombs) {
   EXPECT_EQ(isPacket(std::string(1 << 20, '\0')), Match::yes);
   EXPECT_EQ(0u, lineOf(million, 1 << 20).find("gzip > 00 00"));
   EXPECT_EQ(0u, lineOf(million, (1 << 20) - 1).find("exit 7, packet too large, byte "));
-  // Parts of a MiB each, which a gzip file may have: the second is too much, the others are not
-  // looked at.
+  // Members of a MiB each, which a gzip file may have: the second is too much, and the others are
+  // not read.
   const std::string line = lineOf(repeat(million, 1024));
   EXPECT_EQ(0u, line.find("exit 7, packet too large, byte ")) << line;
   EXPECT_LT(std::stoul(line.substr(31)), 2 * million.size());

@@ -12,7 +12,7 @@
 namespace wire_tests {
 
 // The outcome of a call as a line: `depth limit at 12: message`, `not JSON at 1:3 in a.b: message`.
-inline std::string shown(const AMFWireResult& result) {
+inline std::string textOfResult(const AMFWireResult& result) {
   std::string text = describe(result.status);
   if (result.line != 0) {
     text += " at " + std::to_string(result.line) + ":" + std::to_string(result.column);
@@ -28,7 +28,7 @@ inline std::string exported(const std::string& bytes, const AMFWireExportOptions
   std::string json = "untouched";
   const AMFWireResult result = amfWireExport(bytes.data(), bytes.size(), json, options, statistics);
   if (result.ok()) return json;
-  return json == "untouched" ? shown(result) : "the text was touched: " + json;
+  return json == "untouched" ? textOfResult(result) : "the text was touched: " + json;
 }
 
 inline std::string exported(const std::string& bytes, AMFWireForm form) {
@@ -41,7 +41,7 @@ inline std::string imported(const std::string& json, const AMFWireImportOptions&
   std::string bytes = "untouched";
   const AMFWireResult result = amfWireImport(json.data(), json.size(), bytes, options);
   if (result.ok()) return bytes;
-  return bytes == "untouched" ? shown(result) : "the bytes were touched: " + bytes;
+  return bytes == "untouched" ? textOfResult(result) : "the bytes were touched: " + bytes;
 }
 
 }  // namespace wire_tests

@@ -45,8 +45,7 @@ const Document kPackets[] = {
      "0000 0000 0002 0000 0000 0000000C 11 09 05 01 06 03 'a' 0A 13 01 00 01"
      " 0000 0000 0000000C 11 09 05 01 06 03 FF 0A 13 01 00 01",
      R"({"amf":0,"headers":[],"messages":[{"target":"","response":"","value":{"$amf3":["a",{"$sealed":true,"a":null}]}},{"target":"","response":"","value":{"$amf3":[{"$string64":"/w=="},{"$sealed":true,"$members":[[{"$string64":"/w=="},null]]}]}}]})"},
-    {"marks stand behind the value",
-     "0000 0000 0001 0000 0000 0000000A 11 09 05 01 06 03 'a' 06 03 'a'",
+    {"marks follow the value", "0000 0000 0001 0000 0000 0000000A 11 09 05 01 06 03 'a' 06 03 'a'",
      R"({"amf":0,"headers":[],"messages":[{"target":"","response":"","value":{"$amf3":["a","a"]},"stringReferences":false}]})"},
 };
 
@@ -71,11 +70,11 @@ const Document kSharedObjects[] = {
     {"trailing bytes where the size says",
      "00BF 00000016 'TCSO' 000400000000 0001 'n' 00000000 0001 'a' 05 00 0001 'b' 05 00",
      R"({"sol":"n","amf":0,"entries":{"a":null},"trailing":"AAFiBQA="})"},
-    {"trailing bytes behind no entry", "00BF 00000011 'TCSO' 000400000000 0001 'n' 00000000 FF",
+    {"trailing bytes without an entry", "00BF 00000011 'TCSO' 000400000000 0001 'n' 00000000 FF",
      R"({"sol":"n","amf":0,"entries":{},"trailing":"/w=="})"},
     {"no 00 at the end", "00BF 00000015 'TCSO' 000400000000 0001 'n' 00000000 0001 'a' 05",
      R"({"sol":"n","amf":0,"entries":{"a":null},"original":"AAFhBQ=="})"},
-    {"marks stand behind the entries",
+    {"marks follow the entries",
      "00BF 0000001B 'TCSO' 000400000000 0001 'n' 00000003 03 'a' 06 03 'a' 00 01 01 00",
      R"({"sol":"n","amf":3,"size":27,"entries":{"a":"a","":null},"stringReferences":false})"},
 };

@@ -117,7 +117,7 @@ TEST(WireHosts, ASinkSeesTheEvents) {
   options.form = AMFWireForm::packet;
   Notes notes;
   const AMFWireResult result = amfWireRead(bytes.data(), bytes.size(), notes, options);
-  EXPECT_EQ(wire_tests::shown(result), "malformed at 50: movie clip (04) is reserved");
+  EXPECT_EQ(wire_tests::textOfResult(result), "malformed at 50: movie clip (04) is reserved");
   EXPECT_EQ(notes.text, "packet <t 3( 1[ m= 'v' ; C(2 a b){ a= 1 b= 2 d= 3 end end ) > <u ");
   options.salvage = true;
   Notes salvaged;

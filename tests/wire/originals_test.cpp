@@ -86,7 +86,7 @@ TEST(WireOriginals, AChangedValueIsWritten) {
       toHex(imported(
           R"({"amf":0,"headers":[],"messages":[{"target":"","response":"","value":true,"original":"AQIA"}]})")),
       toHex(hex("0000 0000 0001 0000 0000 00000002 0101")))
-      << "bytes behind the value";
+      << "bytes after the value";
 }
 
 TEST(WireOriginals, MarksStandWhereTheyHold) {

@@ -36,7 +36,7 @@ const Refusal kAmf0[] = {
      "truncated at 6: the bytes end in a marker: expected 1 byte, found 0"},
     {"cut zone", "0B 0000000000000000 00",
      "truncated at 9: the bytes end in the time zone of a date: expected 2 bytes, found 1"},
-    {"end behind a name", "03 0001 'a' 09",
+    {"end after a name", "03 0001 'a' 09",
      "malformed at 4: object end (09) behind a name that is not empty"},
     {"object without an end", "03 0000",
      "truncated at 3: the bytes end in a marker: expected 1 byte, found 0"},
@@ -44,7 +44,7 @@ const Refusal kAmf0[] = {
      "malformed at 1: reference to index 0 of the AMF0 objects, which are 0"},
     {"AMF3 values do not count in AMF0", "11 0A 0B 01 01 07 0000",
      "malformed at 6: reference to index 0 of the AMF0 objects, which are 0"},
-    {"nothing behind the switch", "11",
+    {"nothing after the switch", "11",
      "truncated at 1: the bytes end in a marker: expected 1 byte, found 0"},
 };
 
@@ -133,7 +133,7 @@ TEST(WireRefusals, HeadsOfSharedObjects) {
        "malformed at 10: the mark 00 04 00 00 00 00 of a shared object is missing"},
       {"version 1", "00BF 00000000 'TCSO' 000400000000 0001 'a' 00000001",
        "malformed at 19: AMF version 1: expected 0 or 3"},
-      {"another byte behind an entry",
+      {"another byte after an entry",
        "00BF 00000000 'TCSO' 000400000000 0001 'a' 00000000 0001 'b' 05 01",
        "malformed at 27: the byte behind an entry is not 00"},
   };

@@ -88,7 +88,7 @@ const Row kAmf0[] = {
      "03 0001 '0' 05 0002 '10' 05 000A '4294967294' 05 0001 'a' 05 000A '4294967295' 05 0002 '01' "
      "05 0000 09",
      R"([{"0":null,"10":null,"4294967294":null,"a":null,"4294967295":null,"01":null}])"},
-    {"an array index behind a name", "03 0001 'a' 05 0001 '0' 05 0000 09",
+    {"an array index after a name", "03 0001 'a' 05 0001 '0' 05 0000 09",
      R"([{"$members":[["a",null],["0",null]]}])"},
     {"array indexes out of order", "03 0002 '10' 05 0001 '9' 05 0000 09",
      R"([{"$members":[["10",null],["9",null]]}])"},

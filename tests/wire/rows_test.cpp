@@ -36,7 +36,7 @@ std::string copied(const std::string& bytes, AMFWireForm form) {
   EXPECT_TRUE(amfWireRead(bytes.data(), bytes.size(), writer, options).ok());
   std::string copy;
   const AMFWireResult result = writer.finish(copy);
-  return result.ok() ? copy : wire_tests::shown(result);
+  return result.ok() ? copy : wire_tests::textOfResult(result);
 }
 
 template <std::size_t N>

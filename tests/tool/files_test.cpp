@@ -102,6 +102,16 @@ const FileCase kFileCases[] = {
      {0, "",
       "amf2json: -o: kept would overwrite the input kept\n"
       "amf2json: -o: kept would overwrite the input -\n"}},
+    {"nor is standard output written to an input",
+     "cp echo.amf kept; $amf2json decode kept >>kept; $amf2json decode - <kept >>kept;"
+     " $amf2json decode -o /dev/stdout kept >>kept; $amf2json export --lines --from hex <kept >>kept;"
+     " $amf2json decode kept 1<>kept; cmp kept echo.amf",
+     {0, "",
+      "amf2json: the output is the input kept\n"
+      "amf2json: the output is the input -\n"
+      "amf2json: the output is the input kept\n"
+      "amf2json: the output is the input -\n"
+      "amf2json: the output is the input kept\n"}},
     {"two names of one file are not two results",
      "mkdir out; touch out/echo.amf.json; ln out/echo.amf.json out/empty.amf.json;"
      " $amf2json decode --force -o out echo.amf empty.amf",

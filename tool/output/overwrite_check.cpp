@@ -30,11 +30,17 @@ InputFiles inputFilesOf(const Options& options) {
   return inputs;
 }
 
+// The name of the input that is this file; null if none is.
+const std::string* inputWith(const Status& status, const InputFiles& inputs) {
+  const auto input = status.isRegular ? inputs.find(status.identity) : inputs.end();
+  return input == inputs.end() ? nullptr : &input->second;
+}
+
 void refuseInput(const Status& status, const std::string& target, const InputFiles& inputs) {
-  if (!status.isRegular) return;
-  const auto input = inputs.find(status.identity);
-  if (input == inputs.end()) return;
-  throw usageProblem("-o: " + target + " would overwrite the input " + input->second);
+  const std::string* const input = inputWith(status, inputs);
+  if (input != nullptr) {
+    throw usageProblem("-o: " + target + " would overwrite the input " + *input);
+  }
 }
 
 Problem sameFile(const std::string& one, const std::string& other) {
@@ -133,6 +139,13 @@ void checkFile(const std::string& file, const Options& options) {
   if (status.exists && !options.force && platform::isReadOnly(file, status)) {
     throw notReplacedProblem(file, "the file is read-only; --force replaces it");
   }
+}
+
+void checkStream(int descriptor, const Options& options) {
+  if (descriptor < 0) return;  // a named pipe, which is not open yet
+  const InputFiles inputs = inputFilesOf(options);
+  const std::string* const input = inputWith(platform::statusOf(descriptor), inputs);
+  if (input != nullptr) throw usageProblem("the output is the input " + *input);
 }
 
 void checkFolder(const std::string& folder, const std::vector<std::string>& results,

@@ -14,6 +14,9 @@
 // without --force. Throws Problem.
 void checkFile(const std::string& file, const Options& options);
 
+// For an open output, such as standard output: it may not be an input. Throws Problem.
+void checkStream(int descriptor, const Options& options);
+
 // For the results in a directory, one for each input, in the order of the inputs. Creates the
 // directory. Existing files are replaced only with --force. Throws Problem.
 void checkFolder(const std::string& folder, const std::vector<std::string>& results,

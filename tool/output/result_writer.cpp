@@ -33,7 +33,10 @@ ResultWriter::ResultWriter(const Options& chosen, const ResultNames& resultNames
       reportStyle(::reportStyle(chosen)),
       progress(chosen.files.size(), !destination.isTerminal()) {
   buffered.reserve(kMaxBuffered);
-  if (destination.kind() == Destination::Kind::stream) return;
+  if (destination.kind() == Destination::Kind::stream) {
+    checkStream(destination.descriptor(), options);
+    return;
+  }
   if (isFolder()) {
     std::vector<std::string> results;
     for (const std::string& file : options.files) results.push_back(resultName(file, names));

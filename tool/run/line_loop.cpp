@@ -151,6 +151,7 @@ Summary answerToFile(const Command& command, const Options& options, const std::
 }
 
 Summary answerToStream(const Command& command, const Options& options, Destination& destination) {
+  checkStream(destination.descriptor(), options);
   const TextStyle style = textStyle(options, destination);
   return answerAll(command, options, [&](std::string_view piece) {
     if (!style.printable) return destination.write(piece);

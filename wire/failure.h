@@ -24,6 +24,9 @@ struct Failure {
 struct TextTooLong {};
 [[noreturn]] void failTextTooLong();
 
+// The beginning of an error text.
+std::string unknownExternal(const AMFWireString& className);
+
 // Two upper-case hexadecimal digits, for markers.
 inline std::string hexByte(unsigned value) {
   static const char kDigits[] = "0123456789ABCDEF";

@@ -4,6 +4,7 @@
 // tests/wire/rows_test.cpp and tests/wire/json_errors_test.cpp.
 #include <algorithm>
 
+#include "wire/failure.h"
 #include "wire/json_reader.h"
 #include "wire/number_text.h"
 
@@ -131,7 +132,7 @@ bool JsonReader::external(const Object& object) {
   ExternalBody body;
   if (!classes.find(begun.className, body)) {
     throw JsonFailure{AMFWireStatus::unknownExternal, object[Key::external], 0, 0,
-                      "unknown externalizable class: how its body is written must be told"};
+                      unknownExternal(begun.className) + ": how its body is written must be told"};
   }
   if (object.has(Key::dynamic)) begun.dynamic = needBoolean(object[Key::dynamic]);
   begun.smallMessage = body.groups != 0;

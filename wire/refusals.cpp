@@ -43,6 +43,10 @@ std::string quotedForMessage(const AMFWireString& name) {
 
 }  // namespace
 
+std::string unknownExternal(const AMFWireString& className) {
+  return "unknown externalizable class " + quotedForMessage(className);
+}
+
 void failTextTooLong() {
   throw TextTooLong{};
 }
@@ -85,8 +89,7 @@ void failKind(std::size_t offset, std::uint32_t index, unsigned found, unsigned 
 
 void failExternal(std::size_t offset, const AMFWireString& className) {
   fail(AMFWireStatus::unknownExternal, offset,
-       "unknown externalizable class " + quotedForMessage(className) +
-           ": how its body is read must be told");
+       unknownExternal(className) + ": how its body is read must be told");
 }
 
 void failDepth(std::size_t offset, std::uint32_t limit) {

@@ -143,7 +143,8 @@ TEST(WireJsonErrors, ValuesOfAmf3) {
       {R"({"amf3":[{"$class":"A","$sealed":0,"$dynamic":false,"a":1}]})",
        "1:47 in 'amf3[0].$dynamic'"},
       {R"({"amf3":[{"$external":"a.B","$value":1}]})",
-       "unknown externalizable class at 1:23 in 'amf3[0].$external'"},
+       "unknown externalizable class at 1:23 in 'amf3[0].$external': unknown externalizable class "
+       "\"a.B\": how its body is written must be told"},
       {R"({"amf3":[{"$external":"mx.utils.ObjectProxy"}]})",
        "1:10 in 'amf3[0]': $value is missing"},
       {R"({"amf3":[{"$external":"mx.utils.ObjectProxy","$values":[1,2]}]})",

@@ -193,8 +193,8 @@ struct AMFWIRE_API AMFWireImportOptions {
 };
 
 /// Reads a JSON document and writes its bytes. If the call succeeds, `bytes` is replaced, and
-/// `form` (unless null) receives the form of the document. Memory: at most 16 times the text,
-/// 64 KiB, and 512 bytes for each level of depth.
+/// `form` (unless null) receives the form of the document. Memory: at most 12 times the text,
+/// 64 KiB, and 512 bytes for each level of depth, if `realloc` does not copy large blocks.
 AMFWIRE_API AMFWireResult amfWireImport(const char* text, std::size_t size, std::string& bytes,
                                         const AMFWireImportOptions& options = {},
                                         AMFWireForm* form = nullptr);

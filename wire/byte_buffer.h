@@ -46,7 +46,8 @@ class ByteBuffer {
  private:
   void grow(std::size_t length) {
     if (length > most || count > most - length) throw TooManyBytes{};
-    std::size_t newCapacity = capacity + capacity / 2;
+    // By an eighth, because import promises how much memory it needs.
+    std::size_t newCapacity = capacity + capacity / 8;
     if (newCapacity < count + length) newCapacity = count + length;
     if (newCapacity < 256) newCapacity = 256;
     if (newCapacity > most) newCapacity = most;

@@ -195,13 +195,16 @@ TEST(WireBombs, NamesOfNestedObjectsTakeTenTimesTheirBytesAtMost) {
   EXPECT_LT(support::peakBytes - before, 10 * bytes.size() + 65536 + kLevel * kDepth);
 }
 
-TEST(WireBombs, TextsTakeSixteenTimesTheirMemoryAtMost) {
+TEST(WireBombs, TextsTakeTwelveTimesTheirMemoryAtMost) {
   const struct {
     const char* name;
     std::string text;
   } rows[] = {
       {"numbers of AMF0", "{\"amf0\":[0" + repeated(",0", kMegabyte) + "]}"},
       {"arrays of one number", "{\"amf0\":[0" + repeated(",[0]", 150000) + "]}"},
+      {"arrays inside one another",
+       "{\"amf0\":[0" + repeated("," + std::string(500, '[') + '0' + std::string(500, ']'), 1000) +
+           "]}"},
       {"empty arrays", "{\"amf0\":[0" + repeated(",[]", kMegabyte) + "]}"},
       {"empty objects of AMF3", "{\"amf3\":[0" + repeated(",{}", kMegabyte) + "]}"},
       {"doubles of AMF3", "{\"integers\":false,\"amf3\":[0" + repeated(",0", kMegabyte) + "]}"},
@@ -229,9 +232,9 @@ TEST(WireBombs, TextsTakeSixteenTimesTheirMemoryAtMost) {
     std::string bytes;
     const std::uint64_t before = support::peakBytes = support::liveBytes;
     ASSERT_TRUE(amfWireImport(row.text.data(), row.text.size(), bytes).ok());
-    // The bytes that are being written come from realloc, which is not counted here: up to 1.5
-    // times what is written.
-    EXPECT_LT(support::peakBytes - before + bytes.size() * 3 / 2, 16 * row.text.size());
+    // The bytes that are being written come from realloc, which is not counted here: up to 9/8 of
+    // what is written, if realloc does not copy large blocks.
+    EXPECT_LT(support::peakBytes - before + bytes.size() * 9 / 8, 12 * row.text.size());
   }
 }
 

@@ -125,7 +125,7 @@ class ValueReader:
             if key not in keys.dollars:
                 if not has_members:
                     raise keys.node.key_error(key, start, "%s has no members" % kind)
-                if "$members" in keys.dollars:
+                if "$members" in keys.dollars and "$members" in allowed:
                     raise keys.node.key_error(key, start, "member beside $members")
             elif key != kind and key not in allowed and not (kind == "$external" and UNNAMED_FLAG.fullmatch(key)):
                 raise keys.node.key_error(key, start, "unknown key %s" % key)
@@ -246,11 +246,12 @@ class ValueReader:
     # --- AMF3 ---
 
     def array_object(self, keys, version):
+        items = array(keys.get("$array"), "$array")
         self.enter(keys.node)
         value = self.begin(keys, version, Array())
         if version == 3:
             value.members = self.members(keys, 3)
-        for item in array(keys.get("$array"), "$array"):
+        for item in items:
             value.items.append(self.value(item, version))
         self.depth -= 1
         return value

@@ -744,9 +744,9 @@ class AMF2JSON_API AMFProtocol {
   /// The bytes alone. Throws "setByteArray(): lack of byte array", "setByteArray(): lack of byte
   /// array value or bad array size" (a length without bytes).
   void setByteArray(const AMFRaw* node);
-  /// [marker] length bytes. Up to 65535 bytes the marker is 02 or 0C as given, and 02 for any other
-  /// argument. A longer string gets 0C. Throws "setAMF0String(): lack of string type node", and
-  /// "setAMF0String(): string is too large" for a longer string if 02 was given.
+  /// [marker] length bytes. For up to 65535 bytes, `marker` is written if it is 02 or 0C, else 02.
+  /// For more bytes, 0C is written. Throws "setAMF0String(): lack of string type node", and
+  /// "setAMF0String(): string is too large" if `marker` is 02 and there are more than 65535 bytes.
   void setAMF0String(const AMFString* node, bool withMarker, AMF0Markers marker);
   /// 01, the stored byte unchanged. Throws "setAMF0Bool(): lack of boolen type node".
   void setAMF0Bool(const AMFBool* node);

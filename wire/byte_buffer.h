@@ -18,6 +18,9 @@ struct TooManyBytes {};
 
 class ByteBuffer {
  public:
+  // The block grows by an eighth, because import promises how much memory it needs.
+  static constexpr std::size_t kGrowthDivisor = 8;
+
   explicit ByteBuffer(std::size_t limit) : most(limit) {}
   ~ByteBuffer() { std::free(block); }
   ByteBuffer(const ByteBuffer&) = delete;
@@ -46,8 +49,7 @@ class ByteBuffer {
  private:
   void grow(std::size_t length) {
     if (length > most || count > most - length) throw TooManyBytes{};
-    // By an eighth, because import promises how much memory it needs.
-    std::size_t newCapacity = capacity + capacity / 8;
+    std::size_t newCapacity = capacity + capacity / kGrowthDivisor;
     if (newCapacity < count + length) newCapacity = count + length;
     if (newCapacity < 256) newCapacity = 256;
     if (newCapacity > most) newCapacity = most;

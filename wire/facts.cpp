@@ -5,6 +5,7 @@
 #include "wire/facts.h"
 
 #include "wire/date_text.h"
+#include "wire/json_keys.h"
 #include "wire/number_text.h"
 
 namespace amf2json::wire {
@@ -202,7 +203,7 @@ void Facts::field(const AMFWireField& field) {
 
 bool Facts::addName(const AMFWireString& name) {
   const bool isUtf8 = bound.string(name, texts);
-  bound.add(name.length != 0 && name.data[0] == '$' ? 3 : 2);
+  bound.add(startsWithDollar(name) ? 3 : 2);
   checkLength();
   return isUtf8;
 }

@@ -41,7 +41,7 @@ void JsonReader::failKind(std::uint32_t token, const char* expected) const {
 
 bool JsonReader::isSpecial(std::uint32_t key) const {
   const AMFWireString name = index.text(key);
-  return name.length != 0 && name.data[0] == '$' && (name.length == 1 || name.data[1] != '$');
+  return startsWithDollar(name) && (name.length == 1 || name.data[1] != '$');
 }
 
 // The member name of a key: without the first $, if it begins with two.

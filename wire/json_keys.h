@@ -55,6 +55,12 @@ constexpr std::uint32_t bit(Key key) {
 // The key with this text, including its $; Key::none for other texts.
 Key keyOf(const AMFWireString& name);
 const char* nameOf(Key key);
+
+// Such a member name has another $ before it in the JSON.
+inline bool startsWithDollar(const AMFWireString& name) {
+  return name.length != 0 && name.data[0] == '$';
+}
+
 // Whether the format has this kind of value.
 bool hasKind(Key kind, bool amf3);
 // The keys that an object of this kind may have, including its own; Key::none: a plain object.

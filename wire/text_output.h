@@ -10,15 +10,11 @@
 #include "wire/base64.h"
 #include "wire/date_text.h"
 #include "wire/failure.h"
+#include "wire/json_keys.h"
 #include "wire/long_texts.h"
 #include "wire/number_text.h"
 
 namespace amf2json::wire {
-
-// Such a name has another $ before it in the JSON.
-inline bool startsWithDollar(const AMFWireString& name) {
-  return name.length != 0 && name.data[0] == '$';
-}
 
 class TextCounter {
  public:

@@ -12,8 +12,8 @@
 namespace {
 
 constexpr const char* kDetails =
-    "Writes the bytes that a document of export stands for. Changed parts of the document are\n"
-    "written as they are now. All other parts become the same bytes as before.\n"
+    "Reads the JSON that export wrote, and writes it as bytes. If you have changed the JSON, the\n"
+    "bytes contain the change. All unchanged parts become the same bytes as before.\n"
     "\n"
     "An error is reported as FILE:LINE:COLUMN: MESSAGE (PATH). With --error-format json the\n"
     "object also has path, line and column.\n"
@@ -93,7 +93,7 @@ const char* extensionOf(const Options& options) {
 Command importCommand() {
   Command command{
       "import",
-      "Turns JSON of export into the bytes it stands for",
+      "Converts the JSON of export back to bytes",
       kDetails,
       {{"amf2json export packet.amf | amf2json import --to hex", "the bytes as text"},
        {"amf2json export packet.amf | amf2json import -o new.amf", "to a file"},
